@@ -1,0 +1,54 @@
+# Settings shared by every target of our own. Each of them links `orvane::options`; what is installed on the system
+# does not, and its headers are taken as system headers.
+
+option(ORVANE_BUILD_TESTS "Build the tests" ON)
+option(ORVANE_HARDEN "Harden what is shipped: PIE, RELRO, stack protector, fortified library calls" OFF)
+option(ORVANE_LTO "Optimise across units where the tool chain can" OFF)
+set(ORVANE_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them; empty for none")
+option(ORVANE_COVERAGE "Count executed lines" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+
+add_library(orvane_options INTERFACE)
+add_library(orvane::options ALIAS orvane_options)
+target_include_directories(orvane_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(orvane_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    # Fused multiply-add differs in the last bit from one machine to the next.
+    -ffp-contract=off)
+# 64-bit times and file offsets on 32-bit targets too.
+target_compile_definitions(orvane_options INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
+
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(orvane_options INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
+
+if(ORVANE_HARDEN)
+    target_compile_options(orvane_options INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    target_link_options(orvane_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
+
+if(ORVANE_LTO)
+    include(CheckIPOSupported)
+    check_ipo_supported(RESULT ORVANE_LTO_WORKS LANGUAGES CXX)
+    if(ORVANE_LTO_WORKS)
+        set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+    endif()
+endif()
+
+if(ORVANE_SANITIZE)
+    target_compile_options(orvane_options INTERFACE
+        -fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
+endif()
+
+if(ORVANE_COVERAGE)
+    target_compile_options(orvane_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(orvane_options INTERFACE --coverage)
+endif()

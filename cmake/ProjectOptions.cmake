@@ -21,7 +21,9 @@ target_include_directories(orvane_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(orvane_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     # Fused multiply-add differs in the last bit from one machine to the next.
-    -ffp-contract=off)
+    -ffp-contract=off
+    # The place that a report names is the file within the project, wherever that was built.
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 # 64-bit times and file offsets on 32-bit targets too.
 target_compile_definitions(orvane_options INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
 

@@ -1,0 +1,80 @@
+#include "ASPN/FaultHysteresis.h"
+
+#include <string_view>
+
+namespace {
+
+/// What stands behind the last slash of either kind.
+std::string_view fileNameOf(std::string_view path)
+{
+    return path.substr(path.find_last_of("/\\") + 1);  // npos + 1 is 0: all of it
+}
+
+}  // namespace
+
+FaultHysteresis& FaultHysteresis::Instance()
+{
+    static FaultHysteresis& instance = *new FaultHysteresis;
+    return instance;
+}
+
+bool FaultHysteresis::OkInitFaultHysteresis(int spanSeconds, int threshold, int limit)
+{
+    if (spanSeconds < 0 || threshold < 0 || limit < 0) return false;
+    const MutexLock lock(m_mutex);
+    m_spanSeconds = spanSeconds;
+    m_threshold = threshold;
+    m_limit = limit;
+    m_entries.clear();
+    return true;
+}
+
+std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int line, const std::string& text)
+{
+    if (!isEnabled() || type < 3 || type > 5) return text;
+    const std::string lineText = std::to_string(line);
+    std::string located(fileNameOf(file ? file : ""));
+    located.append("[").append(lineText).append("]:").append(text);
+    if (type != 3) return located;
+
+    const std::string key = (file ? file : "") + lineText;
+    const MutexLock lock(m_mutex);
+    serviceLocked();
+    if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) m_entries.pop_front();
+    m_entries.push_back({key, m_now()});
+    type = hysteresis(type, key);
+    return located;
+}
+
+void FaultHysteresis::service()
+{
+    const MutexLock lock(m_mutex);
+    serviceLocked();
+}
+
+std::int32_t FaultHysteresis::hysteresis(std::int32_t type, const std::string&) const
+{
+    return type;
+}
+
+std::size_t FaultHysteresis::size() const
+{
+    const MutexLock lock(m_mutex);
+    return m_entries.size();
+}
+
+bool FaultHysteresis::isEnabled() const
+{
+    const MutexLock lock(m_mutex);
+    return m_threshold != 0 && m_limit != 0;
+}
+
+void FaultHysteresis::serviceLocked()
+{
+    if (m_spanSeconds == 0) return;
+    const std::int64_t spanMs = std::int64_t{1000} * m_spanSeconds;
+    const auto isAged = [this, spanMs](const fault_entry& entry) {
+        return (m_now() - entry.time) / std::chrono::milliseconds(1) >= spanMs;
+    };
+    while (!m_entries.empty() && isAged(m_entries.front())) m_entries.pop_front();
+}

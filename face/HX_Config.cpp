@@ -1,0 +1,292 @@
+#include "face/HX_Config.h"
+
+#include "face/FACE_Text.h"
+
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+using tinyxml2::XMLDocument;
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+using tinyxml2::XMLText;
+
+namespace FACE {
+
+namespace {
+
+constexpr const char* kRoot = "HX_Configurations";
+
+/// The text of a string that must be valid.
+std::string required(const String& text, const char* what)
+{
+    if (!text.buffer()) throw std::logic_error(std::string("HX_Config: ") + what + " is null");
+    return textOf(text);
+}
+
+/// Loads only regular files: all others can't be loaded anyway, and a named pipe would block.
+std::unique_ptr<XMLDocument> loaded(const std::string& path)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) return nullptr;
+    auto document = std::make_unique<XMLDocument>(true, tinyxml2::PRESERVE_WHITESPACE);
+    return document->LoadFile(path.c_str()) == tinyxml2::XML_SUCCESS ? std::move(document) : nullptr;
+}
+
+/// The name of a container; empty if it has none.
+std::string nameOf(const XMLElement& container)
+{
+    const XMLElement* name = container.FirstChildElement("Name");
+    const char* text = name ? name->GetText() : nullptr;
+    return text ? text : "";
+}
+
+/// The element of a parameter, or of the container's name if that of the parameter is empty.
+XMLElement* parameterOf(XMLElement& container, const std::string& name)
+{
+    if (name.empty()) return container.FirstChildElement("Name");
+    XMLElement* parameters = container.FirstChildElement("Parameters");
+    return parameters ? parameters->FirstChildElement(name.c_str()) : nullptr;
+}
+
+const char* textOfParameter(XMLElement& container, const std::string& name)
+{
+    const XMLElement* parameter = parameterOf(container, name);
+    return parameter ? parameter->GetText() : nullptr;
+}
+
+int sizeOf(const char* text)
+{
+    return static_cast<int>(std::min<std::size_t>(std::strlen(text), std::numeric_limits<int>::max()));
+}
+
+/// The node that `GetText` reads: the first that is no comment. `SetText` would put the new text before the comments
+/// and leave the old one behind them.
+XMLText* textNodeOf(XMLElement& parameter)
+{
+    XMLNode* node = parameter.FirstChild();
+    while (node && node->ToComment()) node = node->NextSibling();
+    return node ? node->ToText() : nullptr;
+}
+
+void setText(XMLText& node, const std::string& value)
+{
+    // The end mark of a character section can't stand in one: as plain text it is escaped.
+    if (value.find("]]>") != std::string::npos) node.SetCData(false);
+    node.SetValue(value.c_str());
+}
+
+}  // namespace
+
+HX_Config::HX_Config() = default;
+
+HX_Config::~HX_Config() = default;
+
+void HX_Config::Initialize(const String& configuration_path, RETURN_CODE_TYPE::Value& return_code)
+{
+    const MutexLock lock(m_mutex);
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+    if (m_initialized) return;
+
+    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    std::string path = required(configuration_path, "path");
+    m_document = loaded(path);
+    if (!m_document) return;
+    const XMLElement* root = m_document->FirstChildElement(kRoot);
+    if (!root) {
+        std::cout << "Configuration XML - " + path + " Error: Unable to locate the HX_Configurations object\n"
+                  << std::flush;
+        return;
+    }
+    const char* location = root->Attribute("xsi:noNamespaceSchemaLocation");
+    m_schema = location ? location : "";
+    m_path = std::move(path);
+    m_initialized = true;
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void HX_Config::Open(const String& container_name, int& handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    static std::atomic<int> s_HandleCount = 0;  // of all instances, so that no handle fits another one's set
+
+    return_code = RETURN_CODE_TYPE::INVALID_MODE;
+    if (!m_initialized) return;
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+    const std::string key = required(container_name, "name");
+
+    const auto sameName = [&](const auto& entry) { return entry.second->name == key; };
+    if (const auto open = std::ranges::find_if(m_sets, sameName); open != m_sets.end()) {
+        handle = open->first;
+        return;
+    }
+    XMLElement* container = findContainer(key, Direction::Forward);
+    if (!container) {
+        return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+        return;
+    }
+    const auto sameType = [&](const auto& entry) { return entry.second->type == container->Value(); };
+    if (const auto open = std::ranges::find_if(m_sets, sameType); open != m_sets.end()) {
+        open->second->name = nameOf(*container);
+        open->second->element = container;
+        handle = open->first;
+        return;
+    }
+    auto set = std::make_unique<config_set>(config_set{container, container->Value(), nameOf(*container)});
+    const int next = s_HandleCount++;
+    m_sets[next] = std::move(set);
+    handle = next;
+}
+
+void HX_Config::Get_Size(int handle, const String& set_name, int& size, RETURN_CODE_TYPE::Value& return_code)
+{
+    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    const config_set* set = setOf(handle);
+    if (!set) return;
+    const char* text = textOfParameter(*set->element, required(set_name, "name"));
+    if (!text) return;
+    size = sizeOf(text);
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void HX_Config::Read(int handle, const String& set_name, void* buffer, int buffer_size, int& bytes_read,
+                     RETURN_CODE_TYPE::Value& return_code)
+{
+    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    bytes_read = 0;
+    const config_set* set = setOf(handle);
+    if (!set) return;
+    const char* text = textOfParameter(*set->element, required(set_name, "name"));
+    return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+    if (!text || (!buffer && buffer_size > 0)) return;
+    if (buffer_size > 0) {
+        bytes_read = std::min(sizeOf(text), buffer_size);
+        std::memset(buffer, 0, static_cast<std::size_t>(buffer_size));
+        std::memcpy(buffer, text, static_cast<std::size_t>(bytes_read));
+    }
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void HX_Config::Write(int handle, const String& set_name, void* buffer, int size, int& bytes_written,
+                      RETURN_CODE_TYPE::Value& return_code)
+{
+    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    bytes_written = 0;
+    const config_set* set = setOf(handle);
+    if (!set) return;
+    if (size < 0) throw std::length_error("HX_Config: negative size");
+    if (!buffer && size > 0) throw std::logic_error("HX_Config: buffer is null");
+    const std::string value =
+        size > 0 ? std::string(static_cast<const char*>(buffer), static_cast<std::size_t>(size)) : std::string();
+    const std::string name = required(set_name, "name");
+
+    return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+    if (name.empty()) return;  // the name of a container is read only
+    XMLElement* parameter = parameterOf(*set->element, name);
+    XMLText* text = parameter ? textNodeOf(*parameter) : nullptr;
+    if (!text) return;
+    setText(*text, value);
+
+    const MutexLock lock(m_mutex);
+    return_code = RETURN_CODE_TYPE::NO_ACTION;
+    if (!save()) return;
+    bytes_written = size;
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void HX_Config::Seek(int handle, WHENCE_TYPE::Value whence, int offset, RETURN_CODE_TYPE::Value& return_code)
+{
+    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    config_set* set = setOf(handle);
+    if (!set) return;
+
+    XMLElement* container = nullptr;
+    Direction direction = offset < 0 ? Direction::Backward : Direction::Forward;
+    switch (whence) {
+    case WHENCE_TYPE::WHENCE_BEGIN:
+        container = findContainer(set->type, Direction::Forward);
+        break;
+    case WHENCE_TYPE::WHENCE_CURRENT:
+        container = set->element;
+        break;
+    case WHENCE_TYPE::WHENCE_END:
+        container = findContainer(set->type, Direction::Backward);
+        direction = offset < 0 ? Direction::Forward : Direction::Backward;
+        break;
+    default:  // a number that is no value of the enumeration
+        return;
+    }
+
+    std::int64_t steps = offset;  // the lowest offset has no magnitude of its own width
+    if (steps < 0) steps = -steps;
+    for (; container && steps > 0; --steps)
+        container = direction == Direction::Forward ? container->NextSiblingElement(set->type.c_str())
+                                                    : container->PreviousSiblingElement(set->type.c_str());
+    if (!container) {
+        return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+        return;
+    }
+    set->name = nameOf(*container);
+    set->element = container;
+    return_code = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void HX_Config::Close(int handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    return_code = m_sets.erase(handle) > 0 ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::INVALID_CONFIG;
+}
+
+std::string HX_Config::schema() const
+{
+    const MutexLock lock(m_mutex);
+    return m_schema;
+}
+
+HX_Config::config_set* HX_Config::setOf(int handle) const
+{
+    const auto found = m_sets.find(handle);
+    return found == m_sets.end() ? nullptr : found->second.get();
+}
+
+/// The first container in a direction whose name or element name is the key; one without a name never matches.
+XMLElement* HX_Config::findContainer(const std::string& key, Direction direction) const
+{
+    const bool forward = direction == Direction::Forward;
+    XMLElement* root = m_document->FirstChildElement(kRoot);
+    XMLElement* container = !root ? nullptr : forward ? root->FirstChildElement() : root->LastChildElement();
+    while (container) {
+        const std::string name = nameOf(*container);
+        if (!name.empty() && (name == key || key == container->Value())) return container;
+        container = forward ? container->NextSiblingElement() : container->PreviousSiblingElement();
+    }
+    return nullptr;
+}
+
+/// Rewrites the file in place. The document is printed without a look at what the stream answers, so the stream is
+/// asked for its errors here.
+bool HX_Config::save()
+{
+    const int descriptor = ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC, 0644);
+    if (descriptor < 0) return false;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(::fdopen(descriptor, "w"), &std::fclose);
+    if (!stream) {
+        ::close(descriptor);
+        return false;
+    }
+    const bool printed = m_document->SaveFile(stream.get(), false) == tinyxml2::XML_SUCCESS;
+    const bool flushed = std::fflush(stream.get()) == 0 && !std::ferror(stream.get());
+    return std::fclose(stream.release()) == 0 && printed && flushed;
+}
+
+}  // namespace FACE

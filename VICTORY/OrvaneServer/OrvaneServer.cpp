@@ -1,0 +1,99 @@
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+
+#include "ASPN/HealthReporter.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
+#include "utilities/SleepFully.h"
+
+#include <iostream>
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::LCM::Halvex::ReportedState;
+using FACE::LCM::Halvex::RequestedState;
+
+OrvaneServer::OrvaneServer() = default;
+
+OrvaneServer::~OrvaneServer() = default;
+
+void OrvaneServer::Initialize(RETURN_CODE_TYPE::Value& rc)
+{
+    rc = RETURN_CODE_TYPE::NO_ACTION;
+}
+
+void OrvaneServer::Finalize(RETURN_CODE_TYPE::Value& rc)
+{
+    rc = RETURN_CODE_TYPE::NO_ACTION;
+}
+
+void OrvaneServer::Query_State(ReportedState::Value& state, RETURN_CODE_TYPE::Value& rc)
+{
+    state = static_cast<ReportedState::Value>(m_state.load());
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RETURN_CODE_TYPE::Value& rc)
+{
+    // The state changes last: until then, what arrives is dropped.
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+    if (m_state == ReportedState::STOPPED && requested == RequestedState::START) {
+        Start();
+        SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " started successfully.").c_str());
+        m_state = ReportedState::RUNNING;
+    } else if (m_state == ReportedState::RUNNING && requested == RequestedState::STOP) {
+        Stop();
+        SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " stopped successfully.").c_str());
+        m_state = ReportedState::STOPPED;
+    } else {
+        rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
+    }
+}
+
+void OrvaneServer::Start()
+{
+    Stop();
+    m_workerStop = false;
+    m_workerThread = std::thread(&OrvaneServer::workerThreadFunction, this);
+    if (m_debug) printLine(std::cout, m_serverName, ": ", "Start", " : Worker thread started.");
+}
+
+void OrvaneServer::Stop()
+{
+    m_workerStop = true;
+    if (!m_workerThread.joinable()) return;
+    m_workerThread.join();
+    if (m_debug) printLine(std::cout, m_serverName, ": ", "Stop", " : worker thread stopped.");
+}
+
+void OrvaneServer::workerThreadFunction() noexcept
+{
+    while (!m_workerStop) {
+        sleepFully(m_turnPause);
+        shielded([this] { workerTurn(); },
+                 [this](const char* what) {
+                     const std::string text =
+                         m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
+                     SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
+                     printLine(std::cout, text);
+                 });
+    }
+}
+
+void OrvaneServer::workerTurn()
+{
+    if (m_testMode) checkForFaultTestEvents();
+    attemptBlendedNavigationProcessing();
+}
+
+void OrvaneServer::checkForFaultTestEvents() {}
+
+void OrvaneServer::attemptBlendedNavigationProcessing() {}
+
+void OrvaneServer::Framework_Connect(const FACE::String&, RETURN_CODE_TYPE::Value& rc)
+{
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void OrvaneServer::Framework_Disconnect(RETURN_CODE_TYPE::Value& rc)
+{
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+}

@@ -1,0 +1,82 @@
+#include "VICTORY/OrvaneServer/OrvaneServerMain.h"
+
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/SleepFully.h"
+
+#include <chrono>
+#include <csignal>
+#include <iostream>
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::LCM::Halvex::RequestedState;
+
+std::atomic<unsigned char> exitFlag = 0;
+std::atomic<int> exitSignal = 0;
+int transactionPollMs = 200;
+int exitPollMs = 500;
+
+static_assert(std::atomic<unsigned char>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
+              "a signal handler writes them");
+
+void callOnceTransactionally(std::function<void(RETURN_CODE_TYPE::Value&)> call, RETURN_CODE_TYPE::Value& rc)
+{
+    rc = RETURN_CODE_TYPE::IN_PROGRESS;
+    for (;;) {
+        call(rc);
+        if (rc != RETURN_CODE_TYPE::IN_PROGRESS) return;
+        sleepFully(std::chrono::milliseconds(transactionPollMs));
+    }
+}
+
+void SetupSignalHandler()
+{
+    struct sigaction action = {};
+    action.sa_handler = SignalHandler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = 0;
+    for (const int signal : {SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGTERM, SIGTRAP, SIGSYS, SIGFPE, SIGINT})
+        sigaction(signal, &action, nullptr);
+}
+
+void SignalHandler(int signal)
+{
+    exitSignal = signal;
+    exitFlag = 1;
+}
+
+int main(int argc, char* argv[])
+{
+    if (argc != 2) {
+        printLine(std::cout, "Usage: ", argc > 0 ? argv[0] : "", " <top-level-config-file> ");
+        return 1;
+    }
+
+    const FACE::String file(argv[1]);
+    OrvaneServer server;
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
+    const auto check = [&rc](int line, const char* text) {
+        FACE::Return_Code_Value_No_Error_No_Action(__FILE__, line, text, rc);
+    };
+
+    callOnceTransactionally([&](auto& code) { server.Initialize(code); }, rc);
+    check(__LINE__, "Initialize() failed");
+    server.Configure(file, rc);
+    check(__LINE__, "Configure() failed");
+    callOnceTransactionally([&](auto& code) { server.Framework_Connect(file, code); }, rc);
+    check(__LINE__, "Framework_Connect() failed");
+    callOnceTransactionally([&](auto& code) { server.Request_State_Transition(RequestedState::START, code); }, rc);
+    check(__LINE__, "Request_State_Transition(START) failed");
+
+    SetupSignalHandler();  // until here, a signal takes its default action
+    while (!exitFlag) sleepFully(std::chrono::milliseconds(exitPollMs));
+
+    callOnceTransactionally([&](auto& code) { server.Request_State_Transition(RequestedState::STOP, code); }, rc);
+    check(__LINE__, "Request_State_Transition(STOP) failed");
+    callOnceTransactionally([&](auto& code) { server.Framework_Disconnect(code); }, rc);
+    check(__LINE__, "Framework_Disconnect() failed");
+    callOnceTransactionally([&](auto& code) { server.Finalize(code); }, rc);
+    check(__LINE__, "Finalize() failed");
+    printLine(std::cout, "!!!!!! ", argv[0], " has exited. Signal: ", exitSignal.load());
+    return 0;
+}

@@ -1,0 +1,275 @@
+#include "ASPN/HealthReporter.h"
+#include "tests/VICTORY/OrvaneServer/OrvaneServerProbe.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ConsoleCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::LCM::Halvex::ReportedState;
+using FACE::LCM::Halvex::RequestedState;
+using namespace std::chrono_literals;
+
+std::string popHealthEvent()
+{
+    std::int32_t type = -1;
+    std::string text;
+    if (!HealthReporter::Instance().queue().pop_front(type, text, 0ns)) return "none";
+    return std::to_string(type) + ":" + text;
+}
+
+namespace {
+
+struct OrvaneServerTest : testing::Test {
+    OrvaneServerTest() { server.m_turnPause = 1ms; }
+    ~OrvaneServerTest() override { server.Stop(); }
+
+    int request(RequestedState::Value requested)
+    {
+        RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
+        server.Request_State_Transition(requested, rc);
+        return rc;
+    }
+    int state()
+    {
+        ReportedState::Value state = static_cast<ReportedState::Value>(99);
+        RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
+        server.Query_State(state, rc);
+        EXPECT_EQ(rc, 0);
+        return state;
+    }
+
+    std::atomic<int> turns = 0;
+    OrvaneServerProbe server;
+};
+
+}  // namespace
+
+TEST_F(OrvaneServerTest, BasesStandInTheirOrder)
+{
+    using namespace FACE::LCM;
+    OrvaneServer& object = server;
+    const auto address = [](auto* base) { return reinterpret_cast<std::uintptr_t>(base); };
+    const auto initializable = address(static_cast<Initializable::InitializableInstance*>(&object));
+    const auto configurable = address(static_cast<Configurable::ConfigurableInstance*>(&object));
+    const auto connectable = address(static_cast<Connectable::ConnectableInstance*>(&object));
+    const auto stateful =
+        address(static_cast<Halvex::RequestedState_ReportedState::Stateful::StatefulInstance*>(&object));
+    EXPECT_EQ(initializable, address(&object));
+    EXPECT_LT(initializable, configurable);
+    EXPECT_LT(configurable, connectable);
+    EXPECT_LT(connectable, stateful);
+}
+
+TEST_F(OrvaneServerTest, IsServer52ByItsName)
+{
+    EXPECT_EQ(server.m_serverId, 52);
+    EXPECT_EQ(server.m_serverName, "OrvaneServer");
+}
+
+TEST_F(OrvaneServerTest, InitializeAndFinalizeAnswerNoAction)
+{
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
+    server.Initialize(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ACTION);
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+    server.Finalize(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ACTION);
+}
+
+TEST_F(OrvaneServerTest, DisconnectOfWhatWasNeverConnectedSucceeds)
+{
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
+    server.Framework_Disconnect(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
+}
+
+TEST_F(OrvaneServerTest, IsStoppedAtFirst)
+{
+    EXPECT_EQ(state(), 1);
+    EXPECT_FALSE(server.m_workerThread.joinable());
+}
+
+TEST_F(OrvaneServerTest, StartRunsTheWorkerAndReportsIt)
+{
+    server.onBlendedNavigation = [&] { ++turns; };
+    EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_EQ(state(), 0);
+    EXPECT_TRUE(eventually([&] { return turns > 2; }));
+    EXPECT_EQ(popHealthEvent(), "2:OrvaneServer started successfully.");
+    EXPECT_EQ(popHealthEvent(), "none");
+}
+
+TEST_F(OrvaneServerTest, StopEndsTheWorkerAndReportsIt)
+{
+    server.onBlendedNavigation = [&] { ++turns; };
+    request(RequestedState::START);
+    popHealthEvent();
+    EXPECT_EQ(request(RequestedState::STOP), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_EQ(state(), 1);
+    EXPECT_FALSE(server.m_workerThread.joinable());
+    EXPECT_EQ(popHealthEvent(), "2:OrvaneServer stopped successfully.");
+    EXPECT_EQ(popHealthEvent(), "none");
+}
+
+TEST_F(OrvaneServerTest, StartOfARunningServerIsNotAvailableAndStartsNothing)
+{
+    request(RequestedState::START);
+    popHealthEvent();
+    const std::thread::id worker = server.m_workerThread.get_id();
+    EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    EXPECT_EQ(server.m_workerThread.get_id(), worker);
+    EXPECT_EQ(state(), 0);
+    EXPECT_EQ(popHealthEvent(), "none");
+}
+
+TEST_F(OrvaneServerTest, StopOfAStoppedServerIsNotAvailable)
+{
+    EXPECT_EQ(request(RequestedState::STOP), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    EXPECT_EQ(state(), 1);
+    EXPECT_EQ(popHealthEvent(), "none");
+}
+
+TEST_F(OrvaneServerTest, AnUnknownRequestIsNotAvailableInBothStates)
+{
+    EXPECT_EQ(request(static_cast<RequestedState::Value>(2)), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    request(RequestedState::START);
+    EXPECT_EQ(request(static_cast<RequestedState::Value>(-1)), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    EXPECT_EQ(state(), 0);
+}
+
+TEST_F(OrvaneServerTest, MayBeStartedAgainAfterAStop)
+{
+    EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_EQ(request(RequestedState::STOP), RETURN_CODE_TYPE::NO_ERROR);
+    server.onBlendedNavigation = [&] { ++turns; };
+    EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return turns > 0; }));
+}
+
+TEST_F(OrvaneServerTest, StartingTheWorkerTwiceLeavesOneThread)
+{
+    server.onBlendedNavigation = [&] { ++turns; };
+    server.Start();
+    server.Start();
+    EXPECT_TRUE(eventually([&] { return turns > 0; }));
+    server.Stop();
+    const int last = turns;
+    std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(turns, last);
+}
+
+TEST_F(OrvaneServerTest, DebugTellsOfTheThreadWithTwoCapitalizations)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.Start();
+    EXPECT_EQ(console.text(), "OrvaneServer: Start : Worker thread started.\n");
+    server.Stop();
+    server.Stop();
+    EXPECT_EQ(console.text(), "OrvaneServer: Start : Worker thread started.\n"
+                              "OrvaneServer: Stop : worker thread stopped.\n");
+}
+
+TEST_F(OrvaneServerTest, WithoutDebugTheThreadIsNotMentioned)
+{
+    const ConsoleCapture console(std::cout);
+    server.Start();
+    server.Stop();
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(OrvaneServerTest, ATurnLooksForFaultsOnlyInTestModeAndFirst)
+{
+    std::vector<std::string> steps;
+    server.onFaultTest = [&] { steps.push_back("faults"); };
+    server.onBlendedNavigation = [&] { steps.push_back("blended"); };
+    server.workerTurn();
+    EXPECT_EQ(steps, std::vector<std::string>({"blended"}));
+    server.m_testMode = true;
+    steps.clear();
+    server.workerTurn();
+    EXPECT_EQ(steps, std::vector<std::string>({"faults", "blended"}));
+}
+
+TEST_F(OrvaneServerTest, ATurnStartsAQuarterOfASecondAfterTheLast)
+{
+    EXPECT_EQ(OrvaneServerProbe().m_turnPause, 250ms);
+}
+
+TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile)
+{
+    server.onBlendedNavigation = [&] { ++turns; };
+    server.m_turnPause = 100ms;
+    server.Start();
+    ASSERT_TRUE(eventually([&] { return turns == 1; }));
+    server.Stop();  // during the second pause
+    EXPECT_EQ(turns, 2);
+}
+
+TEST_F(OrvaneServerTest, AnExceptionEndsTheTurnAndTheLoopGoesOn)
+{
+    const ConsoleCapture console(std::cout);
+    server.m_testMode = true;
+    server.onFaultTest = [&] {
+        if (++turns == 1) throw std::runtime_error("the text");
+    };
+    std::atomic<int> blended = 0;
+    server.onBlendedNavigation = [&] { ++blended; };
+    server.Start();
+    EXPECT_TRUE(eventually([&] { return blended >= 1; }));
+    server.Stop();
+    EXPECT_EQ(turns, blended + 1);
+    EXPECT_EQ(console.text(), "OrvaneServer: workerThreadFunction() EXCEPTION: the text\n");
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: workerThreadFunction() EXCEPTION: the text");
+    EXPECT_EQ(popHealthEvent(), "none");
+}
+
+TEST_F(OrvaneServerTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
+{
+    const ConsoleCapture console(std::cout);
+    server.onBlendedNavigation = [&] {
+        if (++turns == 1) throw 42;
+    };
+    server.Start();
+    EXPECT_TRUE(eventually([&] { return turns >= 2; }));
+    server.Stop();
+    EXPECT_EQ(console.text(), "OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>\n");
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>");
+}
+
+TEST_F(OrvaneServerTest, WorkerStepsAreVirtualAndStartAndStopAreNot)
+{
+    static_assert(std::is_polymorphic_v<OrvaneServer>);
+    static_assert(std::has_virtual_destructor_v<OrvaneServer>);
+    server.onBlendedNavigation = [&] { ++turns; };
+    OrvaneServer& base = server;
+    base.attemptBlendedNavigationProcessing();
+    EXPECT_EQ(turns, 1);
+}
+
+TEST_F(OrvaneServerTest, AnyThreadMayAskForTheState)
+{
+    std::atomic<bool> stop = false;
+    std::thread reader([&] {
+        while (!stop) {
+            const int reported = state();
+            EXPECT_TRUE(reported == 0 || reported == 1);
+        }
+    });
+    for (int i = 0; i < 20; ++i) {
+        request(RequestedState::START);
+        request(RequestedState::STOP);
+    }
+    stop = true;
+    reader.join();
+    EXPECT_EQ(state(), 1);
+}

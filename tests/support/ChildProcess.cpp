@@ -1,0 +1,125 @@
+#include "tests/support/ChildProcess.h"
+
+#include <csignal>
+#include <fstream>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+/// The bit of a signal in a mask of /proc/<pid>/status; false if the process is gone.
+bool isInMask(pid_t process, const std::string& field, int signal)
+{
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(field)) return std::stoull(line.substr(field.size()), nullptr, 16) >> (signal - 1) & 1;
+    return false;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
+{
+    int output[2], errors[2];
+    if (pipe(output) != 0 || pipe(errors) != 0) throw std::runtime_error("cannot make a pipe");
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", 0, 0);
+    posix_spawn_file_actions_adddup2(&actions, output[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, errors[1], 2);
+    for (const int descriptor : {output[0], output[1], errors[0], errors[1]})
+        posix_spawn_file_actions_addclose(&actions, descriptor);
+
+    std::vector<char*> words;
+    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+    words.push_back(nullptr);
+    const int error = posix_spawn(&m_process, arguments.at(0).c_str(), &actions, nullptr, words.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(output[1]);
+    close(errors[1]);
+    if (error != 0) {
+        close(output[0]);
+        close(errors[0]);
+        throw std::runtime_error("cannot run " + arguments[0]);
+    }
+    start(m_output, output[0]);
+    start(m_errors, errors[0]);
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (!m_ended) {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+    for (Stream* stream : {&m_output, &m_errors}) {
+        if (stream->reader.joinable()) stream->reader.join();
+        close(stream->descriptor);
+    }
+}
+
+void ChildProcess::start(Stream& stream, int descriptor)
+{
+    stream.descriptor = descriptor;
+    stream.reader = std::thread([this, &stream] {
+        char part[4096];
+        for (ssize_t count = 0; (count = read(stream.descriptor, part, sizeof part)) > 0;) {
+            const std::lock_guard lock(m_mutex);
+            stream.text.append(part, static_cast<std::size_t>(count));
+        }
+    });
+}
+
+void ChildProcess::send(int signal) const
+{
+    if (kill(m_process, signal) != 0) throw std::runtime_error("cannot send a signal");
+}
+
+bool ChildProcess::waitUntilHandled(int signal) const
+{
+    bool isGone = false;
+    const bool isSeen = eventually([&] {
+        siginfo_t info{};
+        isGone = waitid(P_PID, static_cast<id_t>(m_process), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                 info.si_pid == m_process;
+        return isGone || isInMask(m_process, "SigCgt:", signal);
+    });
+    return isSeen && !isGone;
+}
+
+ChildProcess::Ending ChildProcess::wait()
+{
+    int status = 0;
+    if (!eventually([&] { return waitpid(m_process, &status, WNOHANG) == m_process; })) {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, &status, 0);
+        m_ended = true;
+        throw std::runtime_error("the process has not ended");
+    }
+    m_ended = true;
+    m_output.reader.join();
+    m_errors.reader.join();
+    if (WIFSIGNALED(status)) return {-1, WTERMSIG(status)};
+    return {WEXITSTATUS(status), 0};
+}
+
+std::string ChildProcess::output() const
+{
+    return textOf(m_output);
+}
+
+std::string ChildProcess::errors() const
+{
+    return textOf(m_errors);
+}
+
+std::string ChildProcess::textOf(const Stream& stream) const
+{
+    const std::lock_guard lock(m_mutex);
+    return stream.text;
+}

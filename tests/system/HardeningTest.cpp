@@ -1,0 +1,47 @@
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+
+namespace {
+
+/// What readelf says of the shipped binary.
+std::string readelf(const std::string& what)
+{
+    ChildProcess process({"/usr/bin/readelf", "--wide", what, ORVANE_SERVER_BINARY});
+    EXPECT_EQ(process.wait(), ChildProcess::Ending({0, 0}));
+    return process.output();
+}
+
+bool matches(const std::string& text, const char* pattern)
+{
+    return std::regex_search(text, std::regex(pattern));
+}
+
+}  // namespace
+
+TEST(HardeningTest, BinaryIsPositionIndependent)
+{
+    EXPECT_TRUE(matches(readelf("--file-header"), "Type: +DYN "));
+    EXPECT_TRUE(matches(readelf("--dynamic"), "FLAGS_1.*PIE"));
+}
+
+TEST(HardeningTest, EveryRelocationIsBoundAtStartAndThenReadOnly)
+{
+    EXPECT_TRUE(matches(readelf("--program-headers"), "GNU_RELRO"));
+    EXPECT_TRUE(matches(readelf("--dynamic"), "FLAGS_1.*NOW"));
+}
+
+TEST(HardeningTest, StackIsNotExecutable)
+{
+    const std::string headers = readelf("--program-headers");
+    EXPECT_TRUE(matches(headers, "GNU_STACK +(0x[0-9a-f]+ +){5}RW +0x"));
+    EXPECT_FALSE(matches(headers, "GNU_STACK +(0x[0-9a-f]+ +){5}RWE"));
+}
+
+TEST(HardeningTest, StackIsProtected)
+{
+    EXPECT_TRUE(matches(readelf("--dyn-syms"), "__stack_chk_fail"));
+}

@@ -57,11 +57,6 @@ const char* Components::to_component(std::uint8_t serverId, std::uint8_t topicId
     }
 }
 
-void DeviceIdFactory::reset(std::uint8_t systemId, std::uint8_t serverId)
-{
-    m_base = static_cast<std::uint32_t>(systemId) << 24 | static_cast<std::uint32_t>(serverId) << 16;
-}
-
 void DeviceIdFactory::reset(const char* systemName, std::uint8_t serverId)
 {
     reset(SystemIds::from_string(systemName), serverId);

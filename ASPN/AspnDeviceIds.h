@@ -1,6 +1,7 @@
 #ifndef ASPN_ASPNDEVICEIDS_H
 #define ASPN_ASPNDEVICEIDS_H
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 
@@ -101,11 +102,20 @@ class DeviceIdFactory {
 public:
     /// Every id has system and server 0.
     DeviceIdFactory() = default;
-    DeviceIdFactory(std::uint8_t systemId, std::uint8_t serverId) { reset(systemId, serverId); }
+    template <std::integral Id>
+    DeviceIdFactory(Id systemId, std::uint8_t serverId)
+    {
+        reset(systemId, serverId);
+    }
     DeviceIdFactory(const char* systemName, std::uint8_t serverId) { reset(systemName, serverId); }
 
-    /// Replaces system and server. A system name that is not known counts as system 0.
-    void reset(std::uint8_t systemId, std::uint8_t serverId);
+    /// Replaces system, of which the low byte counts, and server. A system name that is not known counts as system 0.
+    template <std::integral Id>
+    void reset(Id systemId, std::uint8_t serverId)
+    {
+        m_base = static_cast<std::uint32_t>(static_cast<std::uint8_t>(systemId)) << 24 |
+                 static_cast<std::uint32_t>(serverId) << 16;
+    }
     void reset(const char* systemName, std::uint8_t serverId);
 
     /// The id of a message (1 event log, 2 command and response, 59 maintenance event) and, where a server publishes

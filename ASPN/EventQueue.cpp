@@ -62,11 +62,11 @@ bool EventQueue::pop_front(std::int32_t& type, std::string& text, std::chrono::n
         if (m_changed.wait_until(m_mutex, deadline) == std::cv_status::timeout) break;
     if (m_events.empty()) return false;
 
-    EventItem item = std::move(m_events.front());
-    m_events.pop_front();
+    EventItem& item = m_events.front();
     if (item.isConfig) m_configs.push_back({item.text, item.hash, m_now() + m_repeatPeriod});
     type = item.type;
     text = std::move(item.text);
+    m_events.pop_front();  // last, so that nothing is lost if memory runs out
     return true;
 }
 
@@ -80,8 +80,8 @@ void EventQueue::repeatConfigs()
 {
     const Clock::time_point now = m_now();
     while (!m_configs.empty() && m_configs.front().nextTime <= now) {
-        ConfigItem& due = m_configs.front();
-        m_events.push_back({true, m_configType, std::move(due.text), due.hash});
+        const ConfigItem& due = m_configs.front();
+        m_events.push_back({true, m_configType, due.text, due.hash});
         m_configs.pop_front();
     }
 }

@@ -42,7 +42,7 @@ std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int lin
     serviceLocked();
     if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) m_entries.pop_front();
     m_entries.push_back({key, m_now()});
-    type = hysteresis(type, key);
+    type = hysteresisLocked(type, key);
     return located;
 }
 
@@ -52,7 +52,13 @@ void FaultHysteresis::service()
     serviceLocked();
 }
 
-std::int32_t FaultHysteresis::hysteresis(std::int32_t type, const std::string&) const
+std::int32_t FaultHysteresis::hysteresis(std::int32_t type, const std::string& key) const
+{
+    const MutexLock lock(m_mutex);
+    return hysteresisLocked(type, key);
+}
+
+std::int32_t FaultHysteresis::hysteresisLocked(std::int32_t type, const std::string&) const
 {
     return type;
 }

@@ -35,9 +35,9 @@ public:
     /// Forgets faults as old as the span, oldest first.
     void service() EXCLUDES(m_mutex);
 
-    /// The type to use for a fault that `Check` has just put on record under this key, with the record locked. The
-    /// place for a policy that looks at the record; there is none, so it is the type itself, and costs nothing.
-    std::int32_t hysteresis(std::int32_t type, const std::string& key) const;
+    /// The type to use for a fault on record under this key. The place for a policy that looks at the record; there is
+    /// none, so it is the type itself, and costs nothing.
+    std::int32_t hysteresis(std::int32_t type, const std::string& key) const EXCLUDES(m_mutex);
 
     /// The number of faults on record.
     std::size_t size() const EXCLUDES(m_mutex);
@@ -50,6 +50,7 @@ private:
 
     bool isEnabled() const EXCLUDES(m_mutex);
     void serviceLocked() REQUIRES(m_mutex);
+    std::int32_t hysteresisLocked(std::int32_t type, const std::string& key) const REQUIRES(m_mutex);
 
     Clock::time_point (*const m_now)();
     mutable Mutex m_mutex;

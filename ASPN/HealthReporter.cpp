@@ -6,8 +6,8 @@ HealthReporter& HealthReporter::Instance()
     return instance;
 }
 
-HealthReporter::HealthReporter(FaultHysteresis& hysteresis)
-    : m_hysteresis(hysteresis), m_queue(kEventQueueLimit, EventTypes::EVENT_INFORMATION, configRepeatDuration)
+HealthReporter::HealthReporter(FaultHysteresis& hysteresis, ASPN2::EventQueue::Clock::time_point (*now)())
+    : m_hysteresis(hysteresis), m_queue(kEventQueueLimit, EventTypes::EVENT_INFORMATION, configRepeatDuration, now)
 {}
 
 void HealthReporter::SendEvent(const char* file, int line, std::int32_t type, const char* text)

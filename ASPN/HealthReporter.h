@@ -35,7 +35,9 @@ public:
 
     static HealthReporter& Instance();
 
-    explicit HealthReporter(FaultHysteresis& hysteresis = FaultHysteresis::Instance());
+    /// @param now  the clock that configuration events repeat by
+    explicit HealthReporter(FaultHysteresis& hysteresis = FaultHysteresis::Instance(),
+                            ASPN2::EventQueue::Clock::time_point (*now)() = &ASPN2::EventQueue::Clock::now);
     HealthReporter(const HealthReporter&) = delete;
     HealthReporter& operator=(const HealthReporter&) = delete;
 

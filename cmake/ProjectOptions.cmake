@@ -41,6 +41,8 @@ if(ORVANE_LTO)
     check_ipo_supported(RESULT ORVANE_LTO_WORKS LANGUAGES CXX)
     if(ORVANE_LTO_WORKS)
         set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+    else()
+        message(WARNING "this tool chain can't optimise across units: built without")
     endif()
 endif()
 

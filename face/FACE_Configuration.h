@@ -5,7 +5,6 @@
 #include "face/FACE_String.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace FACE {
 

@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace FACE {
@@ -169,15 +170,36 @@ private:
 
 namespace TSS {
 
-/// One quality-of-service setting.
+/// One quality-of-service setting. Copying one throws `std::bad_alloc` where copying a text runs out of memory, so that
+/// a sequence of them can tell.
 struct QoS_Element {
     String name;
     String value;
+
+    QoS_Element() = default;
+    QoS_Element(const String& settingName, const String& settingValue) : name(settingName), value(settingValue)
+    {
+        check(settingName, settingValue);
+    }
+    QoS_Element(const QoS_Element& other) : QoS_Element(other.name, other.value) {}
+    QoS_Element& operator=(const QoS_Element& other)
+    {
+        name = other.name;
+        value = other.value;
+        check(other.name, other.value);
+        return *this;
+    }
+    ~QoS_Element() = default;
+
+private:
+    void check(const String& sourceName, const String& sourceValue) const
+    {
+        const bool isComplete = name.is_valid() == sourceName.is_valid() && value.is_valid() == sourceValue.is_valid();
+        if (!isComplete) throw std::bad_alloc();
+    }
 };
 
 }  // namespace TSS
-
-extern template class Sequence<TSS::QoS_Element>;
 
 }  // namespace FACE
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace FACE {
 
@@ -15,6 +16,14 @@ constexpr bool isUsableBound(std::uint64_t bound)
 std::uint32_t lengthOf(const char* text)
 {
     return static_cast<std::uint32_t>(std::min<std::size_t>(std::strlen(text), String::UNBOUNDED - 1));
+}
+
+/// A terminator that is nobody's text.
+char& nothing()
+{
+    static thread_local char character;
+    character = '\0';
+    return character;
 }
 
 }  // namespace
@@ -89,8 +98,7 @@ void String::clear() noexcept
     if (m_managed) {
         m_text.clear();
     } else if (m_view) {
-        m_text.clear();
-        adopt();
+        adopt({});
     } else {
         m_length = 0;
         m_buffer[0] = '\0';
@@ -117,15 +125,18 @@ std::uint32_t String::length() const noexcept
 
 const char& String::operator[](std::uint32_t index) const noexcept
 {
-    return const_cast<String&>(*this)[index];
+    return m_valid ? buffer()[std::min(index, length())] : nothing();
 }
 
 char& String::operator[](std::uint32_t index) noexcept
 {
-    static thread_local char nothing;
-    if (!m_valid) {
-        nothing = '\0';
-        return nothing;
+    if (!m_valid) return nothing();
+    if (m_view) {
+        try {
+            adopt(std::string(m_buffer, m_length));
+        } catch (...) {
+            return nothing();
+        }
     }
     return buffer()[std::min(index, length())];
 }
@@ -168,8 +179,9 @@ String::RETURN_CODE String::appendCharacters(const char* characters, std::uint32
     }
 }
 
-void String::adopt()
+void String::adopt(std::string&& text) noexcept
 {
+    m_text = std::move(text);
     m_managed = true;
     m_view = false;
     m_buffer = nullptr;

@@ -43,7 +43,8 @@ public:
 
     /// A view of a text that outlives it, without copy or allocation: unmanaged, bound and length those of the text.
     /// Not valid for null. Implicit, since it stands for literals used as names; never build it from a temporary.
-    /// The text itself is never written: `clear` or `append` makes the object managed first.
+    /// The text itself is never written: `clear` and the writable `operator[]` make the object managed first, keeping
+    /// its bound, and `append` finds it full. What `buffer` gives for a view is there to be read only.
     String(const char* text) noexcept;  // NOLINT(google-explicit-constructor)
 
     /// A managed deep copy of any source, with the source's bound. Not valid if the source isn't or memory runs out.
@@ -65,7 +66,8 @@ public:
     /// Characters; 0 if not valid.
     std::uint32_t length() const noexcept;
 
-    /// The character at `min(index, length())`: an index past the end gives the terminator.
+    /// The character at `min(index, length())`: an index past the end gives the terminator. If a view has no memory to
+    /// become managed in, a character of the calling thread's own.
     const char& operator[](std::uint32_t index) const noexcept;
     char& operator[](std::uint32_t index) noexcept;
 
@@ -90,7 +92,7 @@ private:
 
     bool fits(std::uint64_t added) const noexcept { return !is_bounded() || length() + added <= m_bound; }
     RETURN_CODE appendCharacters(const char* characters, std::uint32_t count) noexcept;
-    void adopt();  // makes a view managed, keeping its bound
+    void adopt(std::string&& text) noexcept;  // makes a view managed, keeping its bound
 
     std::string m_text;  // of a managed string
     std::uint32_t m_bound = UNBOUNDED;

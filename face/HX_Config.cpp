@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -39,10 +40,14 @@ std::string required(const String& text, const char* what)
 /// Loads only regular files: all others can't be loaded anyway, and a named pipe would block.
 std::unique_ptr<XMLDocument> loaded(const std::string& path)
 {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) return nullptr;
-    auto document = std::make_unique<XMLDocument>(true, tinyxml2::PRESERVE_WHITESPACE);
-    return document->LoadFile(path.c_str()) == tinyxml2::XML_SUCCESS ? std::move(document) : nullptr;
+    try {
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(path, error)) return nullptr;
+        auto document = std::make_unique<XMLDocument>(true, tinyxml2::PRESERVE_WHITESPACE);
+        return document->LoadFile(path.c_str()) == tinyxml2::XML_SUCCESS ? std::move(document) : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;  // a file that does not fit into memory is a bad file like others
+    }
 }
 
 /// The name of a container; empty if it has none.
@@ -96,8 +101,9 @@ HX_Config::~HX_Config() = default;
 
 void HX_Config::Initialize(const String& configuration_path, RETURN_CODE_TYPE::Value& return_code)
 {
-    const MutexLock lock(m_mutex);
     return_code = RETURN_CODE_TYPE::NO_ERROR;
+    if (m_initialized) return;  // without waiting for a save
+    const MutexLock lock(m_mutex);
     if (m_initialized) return;
 
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;

@@ -13,7 +13,7 @@ extern int transactionPollMs;                ///< milliseconds between tries of 
 extern int exitPollMs;                       ///< milliseconds between looks at `exitFlag`; below 1, no pause
 
 /// Makes a life-cycle call again and again, `transactionPollMs` apart, until it answers other than `IN_PROGRESS`.
-void callOnceTransactionally(std::function<void(FACE::RETURN_CODE_TYPE::Value&)> call,
+void callOnceTransactionally(std::function<void(FACE::RETURN_CODE_TYPE::Value&)> call,  // NOLINT(performance-*)
                              FACE::RETURN_CODE_TYPE::Value& rc);
 
 /// Lets `SignalHandler` take the signals that end the service in order. SIGSEGV and SIGHUP deliberately keep their

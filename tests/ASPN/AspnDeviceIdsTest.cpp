@@ -155,6 +155,14 @@ TEST(DeviceIdFactoryTest, BytesAreSystemServerMessageTopic)
     EXPECT_EQ(factory.makeDeviceId(255, 255), 0x0134FFFFu);
 }
 
+TEST(DeviceIdFactoryTest, SystemZeroIsANumberLikeOthers)
+{
+    EXPECT_EQ(DeviceIdFactory(0, 52).makeDeviceId(2, 0), 0x00340200u);
+    DeviceIdFactory factory(1, 52);
+    factory.reset(0, 52);
+    EXPECT_EQ(factory.makeDeviceId(2, 0), 0x00340200u);
+}
+
 TEST(DeviceIdFactoryTest, HighSystemNumberKeepsItsTopBit)
 {
     EXPECT_EQ(DeviceIdFactory(255, 255).makeDeviceId(0, 0), 0xFFFF0000u);

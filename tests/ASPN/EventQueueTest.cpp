@@ -182,6 +182,31 @@ TEST_F(EventQueueTest, ReplacingDropsOneQueuedAndOneWaitingTextOfTheHash)
     EXPECT_EQ(pop(), "none");
 }
 
+TEST_F(EventQueueTest, ReplacingDropsTheFirstOfTheQueuedTextsOfTheHash)
+{
+    queue.push_back_config("old");
+    queue.push_back_config("other");
+    const std::size_t old = queue.push_back_config("old");
+    queue.push_back_config("new", old);
+    EXPECT_EQ(pop(), "2:other");
+    EXPECT_EQ(pop(), "2:old");
+    EXPECT_EQ(pop(), "2:new");
+}
+
+TEST_F(EventQueueTest, ARepeatedTextMayBeReplacedToo)
+{
+    const std::size_t old = queue.push_back_config("old");
+    pop();
+    s_now += 300s;
+    EXPECT_EQ(pop(), "2:old");
+    s_now += 300s;
+    queue.push_back(0, "plain");
+    EXPECT_EQ(pop(), "0:plain");  // the repeat is queued behind it
+    EXPECT_EQ(queue.push_back_config("new", old), std::hash<std::string>{}("new"));
+    EXPECT_EQ(pop(), "2:new");
+    EXPECT_EQ(pop(), "none");
+}
+
 TEST_F(EventQueueTest, ReplacingAnUnknownHashJustAdds)
 {
     queue.push_back_config("one");
@@ -213,11 +238,61 @@ TEST_F(EventQueueTest, NegativeAndHugeTimeoutsAreTaken)
     EXPECT_EQ(pop(std::chrono::nanoseconds::max()), "1:there");
 }
 
+namespace {
+
+/// A clock of which each reading is a second later than the last.
+EventQueue::Clock::time_point tick()
+{
+    return s_now += 1s;
+}
+
+}  // namespace
+
+TEST_F(EventQueueTest, ThePeriodCountsFromAReadingAfterTheWait)
+{
+    EventQueue ticking(10, 2, 300s, tick);
+    std::int32_t type = 0;
+    std::string text;
+    ticking.push_back_config("banner");
+    ASSERT_TRUE(ticking.pop_front(type, text, 0ns));  // readings 1 and 2: due at the second one + 300 s
+    s_now += 298s;
+    EXPECT_FALSE(ticking.pop_front(type, text, 0ns));  // a reading 299 s later
+    EXPECT_TRUE(ticking.pop_front(type, text, 0ns));   // a reading 300 s later
+}
+
+TEST_F(EventQueueTest, OneReadingServesAllRepeatsOfAPop)
+{
+    EventQueue ticking(10, 2, 300s, tick);
+    std::int32_t type = 0;
+    std::string text;
+    ticking.push_back_config("one");
+    ticking.push_back_config("two");
+    ASSERT_TRUE(ticking.pop_front(type, text, 0ns));  // readings 1 and 2
+    ASSERT_TRUE(ticking.pop_front(type, text, 0ns));  // readings 3 and 4
+    s_now += 297s;                                    // the next one is 300 s after the second, 298 s after the fourth
+    ASSERT_TRUE(ticking.pop_front(type, text, 0ns));
+    EXPECT_EQ(text, "one");
+    EXPECT_EQ(ticking.size(), 0u);
+}
+
 TEST_F(EventQueueTest, AWaitingPopIsWokenByEitherKind)
 {
+    // The clock is read under the lock, which the pop then gives up only to wait.
+    static std::atomic<bool> s_isPopping;
     for (const bool config : {false, true}) {
-        std::thread sender([&] { config ? void(queue.push_back_config("x")) : void(queue.push_back(2, "x")); });
-        EXPECT_EQ(pop(std::chrono::nanoseconds::max()), "2:x");
+        EventQueue waiting(10, 2, 300s, [] {
+            s_isPopping = true;
+            return EventQueue::Clock::now();
+        });
+        s_isPopping = false;
+        std::thread sender([&] {
+            while (!s_isPopping) std::this_thread::yield();
+            config ? void(waiting.push_back_config("x")) : void(waiting.push_back(2, "x"));
+        });
+        std::int32_t type = 0;
+        std::string text;
+        EXPECT_TRUE(waiting.pop_front(type, text, std::chrono::nanoseconds::max()));
+        EXPECT_EQ(text, "x");
         sender.join();
     }
 }

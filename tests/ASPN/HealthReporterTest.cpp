@@ -50,7 +50,7 @@ TEST_F(HealthReporterTest, FaultsGetThePlaceOnceTheyAreRecorded)
     EXPECT_EQ(pop(reporter), "2:information");
 }
 
-TEST_F(HealthReporterTest, TheTypeIsMappedAfterTheCheck)
+TEST_F(HealthReporterTest, AnUnknownTypeIsNeitherLocatedNorRecorded)
 {
     hysteresis.OkInitFaultHysteresis(180, 16, 2000);
     reporter.SendEvent("dir/c.cpp", 8, 9, "x");
@@ -90,6 +90,19 @@ TEST_F(HealthReporterTest, ReplaceConfigEventWithAnUnknownHashJustAdds)
     reporter.ReplaceConfigEvent("two", 1);
     EXPECT_EQ(pop(reporter), "2:one");
     EXPECT_EQ(pop(reporter), "2:two");
+}
+
+TEST_F(HealthReporterTest, ConfigurationEventsRepeatAfterThreeHundredSeconds)
+{
+    static ASPN2::EventQueue::Clock::time_point s_now;
+    s_now = ASPN2::EventQueue::Clock::time_point(std::chrono::seconds(1000));
+    HealthReporter timed(hysteresis, [] { return s_now; });
+    timed.SendConfigEvent("banner");
+    EXPECT_EQ(pop(timed), "2:banner");
+    s_now += std::chrono::milliseconds(299'999);
+    EXPECT_EQ(pop(timed), "none");
+    s_now += std::chrono::milliseconds(1);
+    EXPECT_EQ(pop(timed), "2:banner");
 }
 
 TEST_F(HealthReporterTest, NullTextsCountAsEmpty)

@@ -29,6 +29,7 @@ std::pair<std::string, std::string> outcome(Check check, int number, const char*
     try {
         check(file, 42, text, static_cast<RETURN_CODE_TYPE::Value>(number));
     } catch (const std::runtime_error& error) {
+        EXPECT_EQ(console.flushed(), console.text());
         return {console.text(), error.what()};
     }
     return {console.text(), ""};

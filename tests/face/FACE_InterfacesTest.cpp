@@ -1,35 +1,14 @@
 #include "face/FACE_Configuration.h"
 #include "face/FACE_Injectable.h"
 #include "face/FACE_LCM.h"
+#include "tests/support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <type_traits>
-
-namespace {
-
-class Client : public FACE::Configuration_Injectable::Injectable {
-public:
-    void Set_Reference(const FACE::String&, const std::shared_ptr<FACE::Configuration>& reference, long long,
-                       FACE::RETURN_CODE_TYPE::Value& return_code) override
-    {
-        m_reference = reference;
-        return_code = FACE::RETURN_CODE_TYPE::NO_ERROR;
-    }
-    std::shared_ptr<FACE::Configuration> m_reference;
-};
-
-class TransportClient : public FACE::TSS::Base_Injectable::Injectable {
-public:
-    void Set_Reference(const FACE::String&, const std::shared_ptr<FACE::TSS::Base>& reference, long long,
-                       FACE::RETURN_CODE_TYPE::Value& return_code) override
-    {
-        return_code = reference ? FACE::RETURN_CODE_TYPE::NO_ERROR : FACE::RETURN_CODE_TYPE::INVALID_PARAM;
-    }
-};
-
-}  // namespace
+#include <vector>
 
 TEST(InterfacesTest, WhenceNumbers)
 {
@@ -49,13 +28,29 @@ TEST(InterfacesTest, RequestedAndReportedStatesShareTheirNumbersCrosswise)
     static_assert(!std::is_convertible_v<ReportedState::Value, RequestedState::Value>);
 }
 
-TEST(InterfacesTest, InjectablesTakeAReference)
+TEST(InterfacesTest, InjectablesTakeANameAReferenceAnIdAndACode)
 {
-    FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    Client client;
-    client.Set_Reference("ignored", nullptr, 99, rc);
-    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
-    TransportClient transportClient;
-    transportClient.Set_Reference("", nullptr, 0, rc);
-    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::INVALID_PARAM);
+    using FACE::RETURN_CODE_TYPE;
+    using FACE::Configuration_Injectable::Injectable;
+    static_assert(std::is_same_v<decltype(&Injectable::Set_Reference),
+                                 void (Injectable::*)(const FACE::String&, const std::shared_ptr<FACE::Configuration>&,
+                                                      long long, RETURN_CODE_TYPE::Value&)>);
+    using Base_Injectable = FACE::TSS::Base_Injectable::Injectable;
+    static_assert(std::is_same_v<decltype(&Base_Injectable::Set_Reference),
+                                 void (Base_Injectable::*)(const FACE::String&, const std::shared_ptr<FACE::TSS::Base>&,
+                                                           long long, RETURN_CODE_TYPE::Value&)>);
+    EXPECT_TRUE(std::is_abstract_v<Injectable>);
+    EXPECT_TRUE(std::is_abstract_v<Base_Injectable>);
+}
+
+TEST(InterfacesTest, OperationsOfTheConfigurationStandInTheirOrder)
+{
+    using FACE::Configuration;
+    const std::vector<std::uintptr_t> slots = {
+        virtualSlot(&Configuration::Initialize), virtualSlot(&Configuration::Open),
+        virtualSlot(&Configuration::Get_Size),   virtualSlot(&Configuration::Read),
+        virtualSlot(&Configuration::Write),      virtualSlot(&Configuration::Seek),
+        virtualSlot(&Configuration::Close)};
+    for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + sizeof(void*)) << i;
+    EXPECT_TRUE(std::has_virtual_destructor_v<Configuration>);
 }

@@ -305,6 +305,19 @@ TEST(StringTest, IndexGivesAWritableCharacterOfTheText)
     EXPECT_EQ(textOf(managed), "YXc");
 }
 
+TEST(StringTest, ACharacterWrittenThroughAViewDoesNotReachTheLiteral)
+{
+    static char literal[] = "abc";
+    String text(static_cast<const char*>(literal));
+    EXPECT_EQ(static_cast<const String&>(text)[1], 'b');
+    EXPECT_FALSE(text.is_managed());
+    text[1] = 'X';
+    EXPECT_STREQ(literal, "abc");
+    EXPECT_EQ(textOf(text), "aXc");
+    EXPECT_TRUE(text.is_managed());
+    EXPECT_EQ(text.bound(), 3u);
+}
+
 TEST(StringTest, ACharacterWrittenToAnUnusableStringIsNotKept)
 {
     String text = unusable();

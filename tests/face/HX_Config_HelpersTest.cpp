@@ -121,6 +121,7 @@ TEST_F(HX_Config_HelpersTest, MissingParameterIsWarnedOf)
 {
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(Details::Read_Config(m_config, m_handle, "Missing"), "");
+    EXPECT_EQ(console.flushed(), "WARNING - Parameter Missing not found\n");
     EXPECT_EQ(console.text(), "WARNING - Parameter Missing not found\n");
 }
 

@@ -167,6 +167,87 @@ TEST(OutOfMemoryTest, SequenceThatCantGrowSaysSoAndChangesNothing)
     EXPECT_EQ(sequence[3], 4);
 }
 
+TEST(OutOfMemoryTest, SequenceOfSettingsThatCantCopyATextSaysSoAndChangesNothing)
+{
+    using FACE::TSS::QoS_Element;
+    Sequence<QoS_Element> settings;
+    const QoS_Element element(longText(), longText());
+    ASSERT_EQ(settings.append(element), 0);
+    int refusals = 0;
+    String::RETURN_CODE appended = String::INSUFFICIENT_MEMORY;
+    for (std::size_t granted = 0; appended != 0 && granted < 100; ++granted) {
+        {
+            const FailingAllocation memory(granted);
+            appended = settings.append(element);
+        }
+        if (appended == 0) break;
+        ++refusals;
+        EXPECT_EQ(appended, 2);
+        EXPECT_EQ(settings.length(), 1u);
+        EXPECT_STREQ(settings[0].name.buffer(), kLong);
+        EXPECT_STREQ(settings[0].value.buffer(), kLong);
+    }
+    EXPECT_GE(refusals, 3);  // the new room, and two texts
+    EXPECT_EQ(settings.length(), 2u);
+    EXPECT_STREQ(settings[1].value.buffer(), kLong);
+}
+
+TEST(OutOfMemoryTest, CopyOfASequenceOfSettingsIsWholeOrNotValid)
+{
+    Sequence<FACE::TSS::QoS_Element> settings;
+    settings.append({longText(), longText()});
+    Sequence<FACE::TSS::QoS_Element> copy;
+    for (std::size_t granted = 0; granted < 3; ++granted) {
+        {
+            const FailingAllocation memory(granted);
+            copy = settings;
+        }
+        EXPECT_FALSE(copy.is_valid()) << granted;
+    }
+    copy = settings;
+    EXPECT_STREQ(copy[0].value.buffer(), kLong);
+}
+
+TEST(OutOfMemoryTest, ViewThatCantBecomeManagedKeepsItsTextUnwritten)
+{
+    String text(kLong);
+    char seen = 'x';
+    {
+        const FailingAllocation memory;
+        text[0] = 'y';
+        seen = text[0];
+    }
+    EXPECT_EQ(seen, '\0');
+    EXPECT_STREQ(text.buffer(), kLong);
+}
+
+TEST(OutOfMemoryTest, FileThatDoesNotFitIsABadFile)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("config.xml", kFile);
+    const String name(path.c_str());
+    FACE::HX_Config config;
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::INVALID_MODE;
+    int refusals = 0;
+    for (std::size_t granted = 1; rc != 0 && granted < 1000; ++granted) {  // the first is for the path
+        {
+            const FailingAllocation memory(granted);
+            try {
+                config.Initialize(name, rc);
+            } catch (const std::bad_alloc&) {
+                rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
+            }
+        }
+        if (rc == 0) break;
+        ++refusals;
+        EXPECT_EQ(rc, 4) << granted;
+    }
+    EXPECT_GT(refusals, 2);
+    int handle = -1;
+    config.Open("Device", handle, rc);
+    EXPECT_EQ(rc, 0);
+}
+
 TEST(OutOfMemoryTest, OtherThreadsAreNotRefused)
 {
     std::promise<void> failing;

@@ -39,6 +39,24 @@ std::streamsize ConsoleCapture::Buffer::xsputn(const char* characters, std::stre
     return count;
 }
 
+std::string ConsoleCapture::flushed() const
+{
+    return m_buffer.flushed();
+}
+
+std::string ConsoleCapture::Buffer::flushed() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_text.substr(0, m_flushed);
+}
+
+int ConsoleCapture::Buffer::sync()
+{
+    const std::lock_guard lock(m_mutex);
+    m_flushed = m_text.size();
+    return 0;
+}
+
 DescriptorCapture::DescriptorCapture(int descriptor) : m_descriptor(descriptor)
 {
     std::fflush(nullptr);

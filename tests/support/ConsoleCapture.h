@@ -1,6 +1,7 @@
 #ifndef TESTS_SUPPORT_CONSOLECAPTURE_H
 #define TESTS_SUPPORT_CONSOLECAPTURE_H
 
+#include <cstddef>
 #include <iosfwd>
 #include <mutex>
 #include <sstream>
@@ -19,18 +20,24 @@ public:
     /// All text so far.
     std::string text() const;
 
+    /// What of it has been flushed.
+    std::string flushed() const;
+
 private:
     class Buffer : public std::streambuf {
     public:
         std::string text() const;
+        std::string flushed() const;
 
     protected:
         int_type overflow(int_type character) override;
         std::streamsize xsputn(const char* characters, std::streamsize count) override;
+        int sync() override;
 
     private:
         mutable std::mutex m_mutex;
         std::string m_text;
+        std::size_t m_flushed = 0;
     };
 
     std::ostream& m_stream;

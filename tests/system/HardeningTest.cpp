@@ -5,6 +5,9 @@
 #include <regex>
 #include <string>
 
+// This file is compiled as the service is.
+static_assert(__USE_FORTIFY_LEVEL == 2, "calls into the C library are fortified");
+
 namespace {
 
 /// What readelf says of the shipped binary.

@@ -8,7 +8,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -70,7 +72,7 @@ TEST_F(ProcessTest, ItWalksFromStartToExitInOrder)
 {
     ChildProcess server({kServer, config});
     ASSERT_TRUE(server.waitUntilHandled(SIGINT));
-    EXPECT_EQ(server.output(), std::string(kParameters) + kStarted);
+    EXPECT_TRUE(eventually([&] { return server.output() == std::string(kParameters) + kStarted; })) << server.output();
     server.send(SIGTERM);
     EXPECT_EQ(server.wait(), Ending({0, 0}));
     EXPECT_EQ(server.output(), std::string(kParameters) + kStarted + kStopped + exitLine(15));
@@ -109,19 +111,27 @@ TEST_F(ProcessTest, ASignalDuringStartUpTakesItsDefaultAction)
 {
     // Its first line does not fit into the full pipe, so that it can't get past its configuration.
     int pipe[2];
-    ASSERT_EQ(pipe2(pipe, O_NONBLOCK), 0);
+    ASSERT_EQ(pipe2(pipe, O_NONBLOCK | O_CLOEXEC), 0);
     while (write(pipe[1], "x", 1) == 1) {
     }
     ASSERT_EQ(fcntl(pipe[1], F_SETFL, 0), 0);
     const pid_t child = fork();
+    ASSERT_GE(child, 0);
     if (child == 0) {
         dup2(pipe[1], 1);
         execl(kServer.c_str(), kServer.c_str(), config.c_str(), nullptr);
         _exit(99);
     }
-    kill(child, SIGTERM);
+    const std::string process = "/proc/" + std::to_string(child);
+    const bool isConfiguring = eventually([&] {
+        std::error_code error;
+        return std::filesystem::read_symlink(process + "/exe", error) == std::filesystem::canonical(kServer) &&
+               readFile(process + "/syscall").starts_with(std::to_string(SYS_write) + " 0x1 ");
+    });
+    EXPECT_TRUE(isConfiguring);
+    kill(child, isConfiguring ? SIGTERM : SIGKILL);
     int status = 0;
-    ASSERT_TRUE(eventually([&] { return waitpid(child, &status, WNOHANG) == child; }));
+    ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
     close(pipe[0]);

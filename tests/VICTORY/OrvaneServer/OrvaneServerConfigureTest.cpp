@@ -18,7 +18,8 @@ namespace {
 struct FakeScheduler {
     std::vector<int> priorities;
     std::vector<int> cpus;  // the first CPU of each mask, counted from 0
-    int answer = 0;
+    int answerOnPriority = 0;
+    int answerOnCpu = 0;
 };
 FakeScheduler s_scheduler;
 
@@ -32,14 +33,14 @@ int __wrap_sched_getaffinity(pid_t, std::size_t size, cpu_set_t* mask);
 int __wrap_sched_setscheduler(pid_t, int policy, const sched_param* parameters)
 {
     if (policy == SCHED_FIFO) s_scheduler.priorities.push_back(parameters->sched_priority);
-    return s_scheduler.answer;
+    return s_scheduler.answerOnPriority;
 }
 
 int __wrap_sched_setaffinity(pid_t, std::size_t size, const cpu_set_t* mask)
 {
     for (std::size_t cpu = 0; cpu < 8 * size; ++cpu)
         if (CPU_ISSET_S(cpu, size, mask)) s_scheduler.cpus.push_back(static_cast<int>(cpu));
-    return s_scheduler.answer;
+    return s_scheduler.answerOnCpu;
 }
 
 int __wrap_sched_getaffinity(pid_t, std::size_t, cpu_set_t*)
@@ -53,7 +54,12 @@ namespace {
 using ServerSet = std::set<std::uint8_t>;
 
 struct OrvaneServerConfigureTest : testing::Test {
-    OrvaneServerConfigureTest() { s_scheduler = {}; }
+    OrvaneServerConfigureTest()
+    {
+        s_scheduler = {};
+        while (popHealthEvent() != "none") {
+        }
+    }
 
     int configureFile(const std::string& path)
     {
@@ -391,17 +397,19 @@ TEST_F(OrvaneServerConfigureTest, APriorityOf65536IsZero)
 
 TEST_F(OrvaneServerConfigureTest, ARefusedPriorityDoesNotStopTheAffinityAndMakesTheFileInvalid)
 {
-    s_scheduler.answer = -1;
+    s_scheduler.answerOnPriority = -1;
     EXPECT_EQ(configure(ServiceConfig().set("PRI", "20").set("CPU", "1")), 4);
     EXPECT_EQ(s_scheduler.cpus, std::vector<int>({0}));
     EXPECT_TRUE(console.ends_with("FAILED to set OrvaneServer: realtime process priority to 20\n"
-                                  "FAILED to set OrvaneServer: cpu affinity to 1\n"));
+                                  "Successfully set OrvaneServer: cpu affinity to 1\n"));
 }
 
 TEST_F(OrvaneServerConfigureTest, ARefusedAffinityMakesTheFileInvalid)
 {
-    s_scheduler.answer = -1;
-    EXPECT_EQ(configure(ServiceConfig().set("CPU", "1")), 4);
+    s_scheduler.answerOnCpu = -1;
+    EXPECT_EQ(configure(ServiceConfig().set("PRI", "20").set("CPU", "1")), 4);
+    EXPECT_TRUE(console.ends_with("Successfully set OrvaneServer: realtime process priority to 20\n"
+                                  "FAILED to set OrvaneServer: cpu affinity to 1\n"));
 }
 
 TEST_F(OrvaneServerConfigureTest, TheSampleFileIsValid)

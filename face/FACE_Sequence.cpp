@@ -1,7 +1,0 @@
-#include "face/FACE_Sequence.h"
-
-namespace FACE {
-
-template class Sequence<TSS::QoS_Element>;
-
-}  // namespace FACE

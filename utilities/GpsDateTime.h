@@ -47,8 +47,8 @@ public:
     /// @param seconds  its absolute value counts. Milliseconds beyond 32 bits stop at 4294967295, NaN is 0.
     void SetTime(std::uint32_t week, double seconds);
 
-    /// Sets the UTC moment on the GPS scale of weeks. GPS time is ahead of UTC by the leap seconds, so that it may be in
-    /// the next day already: a UTC second of day above the GPS one belongs to the day before.
+    /// Sets the UTC moment on the GPS scale of weeks. GPS time is ahead of UTC by the leap seconds, so that it may be
+    /// in the next day already: a UTC second of day above the GPS one belongs to the day before.
     /// @param week              GPS week of `gpsSecondsOfWeek`; the week before 0 is 1023 of one rollover less, if any
     /// @param gpsSecondsOfWeek  seconds
     /// @param utcSecondOfDay    seconds

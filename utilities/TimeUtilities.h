@@ -32,9 +32,9 @@ struct CivilDate {
     double year, month, day;
 };
 
-/// The date of a Julian day (Hofmann-Wellenhof et al., GPS Theory and Practice, time systems): right from 1 March 1900 to
-/// 28 February 2100. It takes every fourth year for a leap year, so that the day after reads 29 February 2100, and all
-/// later dates are behind.
+/// The date of a Julian day (Hofmann-Wellenhof et al., GPS Theory and Practice, time systems): right from 1 March 1900
+/// to 28 February 2100. It takes every fourth year for a leap year, so that the day after reads 29 February 2100, and
+/// all later dates are behind.
 /// @param julianDay  counted from midnight: half a day above the astronomical count
 CivilDate CivilDateFromJulianDay(double julianDay);
 

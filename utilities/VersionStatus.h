@@ -6,12 +6,12 @@
 #include <string>
 
 /// The identity of one component of the unit, and its text form: fields KEY:VALUE between commas, as in
-/// "PARTNUMBERS,SW1:1.2,FW1:3.4,HWPN1:345-1290-118B,HWSN1:0042". The first colon of a field separates, so that a value may
-/// hold colons, but no commas.
+/// "PARTNUMBERS,SW1:1.2,FW1:3.4,HWPN1:345-1290-118B,HWSN1:0042". The first colon of a field separates, so that a value
+/// may hold colons, but no commas.
 ///
-/// A getter gives the text of a value that is set, otherwise an empty text, never null; it is good until the value is set
-/// again or the object ends. A setter cuts trailing whitespace, and an empty rest makes the value one that isn't set. One
-/// thread at a time.
+/// A getter gives the text of a value that is set, otherwise an empty text, never null; it is good until the value is
+/// set again or the object ends. A setter cuts trailing whitespace, and an empty rest makes the value one that isn't
+/// set. One thread at a time.
 class VersionStatus {
 public:
     /// Nothing is set.
@@ -66,8 +66,8 @@ public:
     /// other software and the antenna table.
     std::string createMessage() const;
 
-    /// Key, colon, value of what is software, firmware, operating system or antenna table, between commas; empty if none
-    /// is set.
+    /// Key, colon, value of what is software, firmware, operating system or antenna table, between commas; empty if
+    /// none is set.
     std::string createSoftwareFirmwareOnlyMessage() const;
 
     /// Key, colon, value of the serial numbers, between commas; empty if none is set.

@@ -41,8 +41,8 @@ public:
     static Matrix3d Build_Body_To_Tangent_DCM(double yaw, double pitch, double roll);
     static Matrix3d Build_Body_To_Tangent_DCM(const Vector3d& yawPitchRoll);
 
-    /// Azimuth from north through east in 0 to a full turn, elevation above the horizon, 0. An angle whose sine rounding
-    /// has put beyond 1 is 0.
+    /// Azimuth from north through east in 0 to a full turn, elevation above the horizon, 0. An angle whose sine
+    /// rounding has put beyond 1 is 0.
     static Vector3d ENU_ToAzEl(const Vector3d& enu);
 
     /// East, north, up of length 1 in the direction of azimuth and elevation; the third element isn't used.

@@ -36,9 +36,9 @@ public:
 
     /// The adjugate divided by the determinant.
     ///
-    /// What is tested for zero is the determinant's first term alone, m00 times its minor; on exactly 0.0 a line goes to
-    /// standard output and the result is the zero matrix. So a regular matrix with m00 = 0 has no inverse here, and a
-    /// singular one with another first term has one of infinities and NaN.
+    /// What is tested for zero is the determinant's first term alone, m00 times its minor, on purpose; on exactly 0.0 a
+    /// line goes to standard output and the result is the zero matrix. So a regular matrix with m00 = 0 has no inverse
+    /// here, and a singular one with another first term has one of infinities and NaN.
     Matrix3d Inverse() const;
 
     /// The first of the three rows.

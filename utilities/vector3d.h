@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <iosfwd>
 
-/// Vectors and matrices of three dimensions, with WGS-84 geodesy. Plain values: different objects may be used by different
-/// threads. Angles are radians unless a name says degrees, lengths are metres.
+/// Vectors and matrices of three dimensions, with WGS-84 geodesy. Plain values: different objects may be used by
+/// different threads. Angles are radians unless a name says degrees, lengths are metres.
 namespace QD_K71T_geometry {
 
 class Matrix3d;

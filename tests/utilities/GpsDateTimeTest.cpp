@@ -5,10 +5,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <ostream>
 #include <random>
-#include <type_traits>
 
 using CivilTime = GpsDateTime::CivilTimeStruct;
 
@@ -205,6 +205,8 @@ TEST(GpsDateTimeTest, UtcBehindTheStartOfTheWeekIsInTheWeekBefore)
     GpsDateTime time(100, 0);
     time.SetUtcTime(100, 10.0, 86392.0);
     EXPECT_EQ(fieldsOf(time), (Fields{99, 604792000, 0, 1}));
+    time.SetUtcTime(1, 10.0, 86392.0);
+    EXPECT_EQ(fieldsOf(time), (Fields{0, 604792000, 0, 1}));
 }
 
 TEST(GpsDateTimeTest, WeekBeforeWeekZeroIsOfTheEraBefore)

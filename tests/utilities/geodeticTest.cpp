@@ -39,8 +39,8 @@ void expectNear(const Matrix3d& actual, const Nine& expected, double tolerance)
             << "row " << i / 3 << " column " << i % 3;
 }
 
-/// How far a position stands from what its latitude, longitude and height mean: `height` along the ellipsoid's normal from
-/// a point of the ellipsoid. Metres.
+/// How far a position stands from what its latitude, longitude and height mean: `height` along the ellipsoid's normal
+/// from a point of the ellipsoid. Metres.
 double distanceFromMeaning(const Vector3d& ecef, const Vector3d& latLonHeight, double a, double b)
 {
     const double sLat = std::sin(latLonHeight[0]), cLat = std::cos(latLonHeight[0]);
@@ -169,8 +169,8 @@ TEST(GeodeticTest, OriginOfLatitudeAndLongitudeComesBackAsZeros)
     expectNear(Geodetic::Geodetic_From_ECEF(6378137.0, 0.0, 0.0), 0.0, 0.0, 0.0, 0.0);
 }
 
-// Deep inside the Earth the iteration is slow, so that the result shows where it ended. The expected values were computed
-// apart, from the formulas in a script.
+// Deep inside the Earth the iteration is slow, so that the result shows where it ended. The expected values were
+// computed apart, from the formulas in a script.
 TEST(GeodeticTest, HeightThatMovesLessThanACentimetreEndsTheIteration)
 {
     // After 12 turns; a limit of a decimetre ends after 11, one of a millimetre after 14.

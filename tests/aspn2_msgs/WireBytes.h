@@ -14,23 +14,22 @@ using eprosima::fastcdr::FastBuffer;
 inline std::string hexOf(const char* bytes, std::size_t size)
 {
     constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
+    std::string hex(2 * size, '0');
     for (std::size_t i = 0; i < size; ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
-        hex += {kDigits[byte >> 4], kDigits[byte & 15]};
+        hex[2 * i] = kDigits[byte >> 4];
+        hex[2 * i + 1] = kDigits[byte & 15];
     }
     return hex;
 }
 
-/// Bytes from hexadecimal digits; blanks between them are left out.
+/// Bytes from hexadecimal digits, in lower case.
 inline std::vector<char> bytesOf(std::string_view hex)
 {
-    std::string digits;
-    for (const char digit : hex)
-        if (digit != ' ') digits += digit;
+    const auto valueOf = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
     std::vector<char> bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes.push_back(static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes.push_back(static_cast<char>(valueOf(hex[i]) * 16 + valueOf(hex[i + 1])));
     return bytes;
 }
 
@@ -38,7 +37,7 @@ inline std::vector<char> bytesOf(std::string_view hex)
 template <class Record>
 std::string wireOf(const Record& record, Cdr::Endianness order = Cdr::LITTLE_ENDIANNESS)
 {
-    std::vector<char> bytes(20000);
+    std::vector<char> bytes(Record::getCdrSerializedSize(record));
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer, order, Cdr::DDS_CDR);
     record.serialize(cdr);

@@ -57,6 +57,11 @@ class Cdr;
         void serialize(eprosima::fastcdr::Cdr& scdr) const;                                                            \
         void deserialize(eprosima::fastcdr::Cdr& dcdr);                                                                \
                                                                                                                        \
+        /* The same from position 0 on in the machine's own byte order, for bytes that are in order: answers the size, \
+           or 0 if there is no room; and whether `bytes` were a record. Whatever is refused is up to the two above. */ \
+        std::size_t store(char* bytes, std::size_t room) const;                                                        \
+        bool load(const char* bytes, std::size_t size);                                                                \
+                                                                                                                       \
         /* No record of the catalogue has a key. */                                                                    \
         static constexpr std::size_t getKeyMaxCdrSerializedSize(std::size_t current_alignment = 0)                     \
         {                                                                                                              \

@@ -3,6 +3,7 @@
 #include <fastcdr/Cdr.h>
 
 #include <algorithm>
+#include <bit>
 #include <exception>
 
 namespace aspn2_msgs::idl {
@@ -13,6 +14,9 @@ using eprosima::fastcdr::FastBuffer;
 namespace {
 
 constexpr std::size_t kHandleSize = 16;
+
+constexpr std::uint16_t kOwnEncapsulation = std::endian::native == std::endian::little ? CDR_LE : CDR_BE;
+constexpr char kOwnHeader[] = {0, kOwnEncapsulation, 0, 0};  // the last two are options, of which there are none
 
 std::uint16_t encapsulationOf(const Cdr& cdr)
 {
@@ -31,8 +35,18 @@ RecordTypeSupport::RecordTypeSupport(const char* name, std::size_t largestSize, 
 
 bool RecordTypeSupport::serialize(void* data, SerializedPayload_t* payload)
 {
+    auto* const bytes = reinterpret_cast<char*>(payload->data);
+    if (payload->max_size > kEncapsulation) {
+        const std::size_t size = storeRecord(data, bytes + kEncapsulation, payload->max_size - kEncapsulation);
+        if (size > 0) {
+            std::copy_n(kOwnHeader, kEncapsulation, bytes);
+            payload->encapsulation = kOwnEncapsulation;
+            payload->length = static_cast<std::uint32_t>(size + kEncapsulation);
+            return true;
+        }
+    }
     try {
-        FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->max_size);
+        FastBuffer buffer(bytes, payload->max_size);
         Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
         payload->encapsulation = encapsulationOf(cdr);
         cdr.serialize_encapsulation();
@@ -49,7 +63,13 @@ bool RecordTypeSupport::deserialize(SerializedPayload_t* payload, void* data)
     // What is raised here would end the process: the caller is a receive thread of DDS. Besides the end of the bytes
     // that is a boolean or an encapsulation that is none, and memory that there isn't.
     try {
-        FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->length);
+        auto* const bytes = reinterpret_cast<char*>(payload->data);
+        if (payload->length > kEncapsulation && std::equal(kOwnHeader, kOwnHeader + 2, bytes) &&
+            loadRecord(data, bytes + kEncapsulation, payload->length - kEncapsulation)) {
+            payload->encapsulation = kOwnEncapsulation;
+            return true;
+        }
+        FastBuffer buffer(bytes, payload->length);
         Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
         cdr.read_encapsulation();
         payload->encapsulation = encapsulationOf(cdr);

@@ -39,10 +39,15 @@ public:
     bool getKey(void* data, InstanceHandle_t* handle, bool force_md5 = false) override;
 
 protected:
+    /// Bytes in front of every record, which say in what order it is written.
+    static constexpr std::size_t kEncapsulation = SerializedPayload_t::representation_header_size;
+
     RecordTypeSupport(const char* name, std::size_t largestSize, bool keyed, std::size_t largestKey);
 
     virtual void writeRecord(const void* data, eprosima::fastcdr::Cdr& cdr) const = 0;
     virtual void readRecord(void* data, eprosima::fastcdr::Cdr& cdr) const = 0;
+    virtual std::size_t storeRecord(const void* data, char* bytes, std::size_t room) const = 0;
+    virtual bool loadRecord(void* data, const char* bytes, std::size_t size) const = 0;
     virtual void writeKey(const void* data, eprosima::fastcdr::Cdr& cdr) const = 0;
 
     const std::size_t m_largestKey;
@@ -80,8 +85,6 @@ public:
     }
 
 protected:
-    static constexpr std::size_t kEncapsulation = SerializedPayload_t::representation_header_size;
-
     explicit TypeSupport(const char* name)
         : RecordTypeSupport(name, Record::getMaxCdrSerializedSize() + kEncapsulation, Record::isKeyDefined(),
                             Record::getKeyMaxCdrSerializedSize())
@@ -95,6 +98,14 @@ private:
     void readRecord(void* data, eprosima::fastcdr::Cdr& cdr) const override
     {
         static_cast<Record*>(data)->deserialize(cdr);
+    }
+    std::size_t storeRecord(const void* data, char* bytes, std::size_t room) const override
+    {
+        return static_cast<const Record*>(data)->store(bytes, room);
+    }
+    bool loadRecord(void* data, const char* bytes, std::size_t size) const override
+    {
+        return static_cast<Record*>(data)->load(bytes, size);
     }
     void writeKey(const void* data, eprosima::fastcdr::Cdr& cdr) const override
     {

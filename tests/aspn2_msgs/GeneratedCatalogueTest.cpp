@@ -9,8 +9,10 @@
 #include "gnssPubSubTypes.h"
 #include "navigationPubSubTypes.h"
 
+#include <fastcdr/exceptions/BadParamException.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <limits>
@@ -21,6 +23,8 @@ namespace {
 
 namespace ours = aspn2_msgs::idl;
 namespace theirs = generated::idl;
+using eprosima::fastdds::dds::TopicDataType;
+using eprosima::fastrtps::rtps::SerializedPayload_t;
 
 /// `eachPairOf(ours, theirs, visit)` hands the fields of one name to `visit(ours, theirs)`.
 #define VISIT_PAIR(name, ...) visit(mine.name(), its.name());
@@ -136,7 +140,7 @@ void forEachPair(Check check)
 #undef CHECK_PAIR
 }
 
-/// Calls `check` with both type supports of every type that has one.
+/// Calls `check(ours, theirs, Ours(), Theirs())` with both type supports of every type that has one.
 template <class Check>
 void forEachTypePair(Check check)
 {
@@ -145,9 +149,8 @@ void forEachTypePair(Check check)
         SCOPED_TRACE(#Name);                                                                                           \
         ours::Name##PubSubType mine;                                                                                   \
         theirs::Name##PubSubType its;                                                                                  \
-        check(static_cast<TopicDataType&>(mine), static_cast<TopicDataType&>(its));                                    \
+        check(static_cast<TopicDataType&>(mine), static_cast<TopicDataType&>(its), ours::Name(), theirs::Name());      \
     }
-    using eprosima::fastdds::dds::TopicDataType;
     FOR_EACH_SUPPORTED_RECORD(CHECK_TYPE_PAIR)
 #undef CHECK_TYPE_PAIR
 }
@@ -201,6 +204,38 @@ Outcome readFrom(std::vector<char> bytes, Cdr::Endianness order, bool withRecord
     return outcome;
 }
 
+/// The bytes of a payload with room for `room`, after `record` was written to it.
+template <class Record>
+Outcome serializeInto(std::uint32_t room, TopicDataType& support, Record record)
+{
+    SerializedPayload_t payload(room);
+    std::memset(payload.data, 0x5A, room);
+    Outcome outcome;
+    outcome.good = support.serialize(&record, &payload);
+    if (outcome.good) {
+        outcome.position = payload.length;
+        outcome.result = hexOf(reinterpret_cast<char*>(payload.data), payload.length);
+    }
+    return outcome;
+}
+
+template <class Record>
+Outcome deserializeFrom(const std::vector<char>& bytes, TopicDataType& support)
+{
+    SerializedPayload_t payload(static_cast<std::uint32_t>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), payload.data);
+    payload.length = payload.max_size;
+    Record record;
+    Outcome outcome;
+    try {
+        outcome.good = support.deserialize(&payload, &record);
+    } catch (const eprosima::fastcdr::exception::BadParamException&) {
+        outcome.good = false;  // the generated code lets it out
+    }
+    if (outcome.good) outcome.result = wireOf(record);
+    return outcome;
+}
+
 template <class Ours, class Theirs>
 Theirs copyOf(Ours& mine)
 {
@@ -215,7 +250,7 @@ constexpr auto kOrders = {Cdr::LITTLE_ENDIANNESS, Cdr::BIG_ENDIANNESS};
 
 TEST(GeneratedCatalogueTest, NamesSizesAndKindsAreTheSame)
 {
-    forEachTypePair([](auto& mine, auto& its) {
+    forEachTypePair([](TopicDataType& mine, TopicDataType& its, const auto&, const auto&) {
         EXPECT_EQ(std::string(mine.getName()).substr(10), std::string(its.getName()).substr(9));
         EXPECT_EQ(std::string(its.getName()).substr(0, 16), "generated::idl::");
         EXPECT_EQ(ours::layout::alignUp(mine.m_typeSize, 4), its.m_typeSize);  // the generator rounds up
@@ -301,6 +336,48 @@ TEST(GeneratedCatalogueTest, SpoiltPayloadsAreAnsweredAlike)
                 const bool withRecord = ours::layout::kFixed<Ours>;
                 ASSERT_EQ(readFrom<Ours>(bytes, order, withRecord), readFrom<Theirs>(bytes, order, withRecord)) << seed;
             }
+        }
+    });
+}
+
+TEST(GeneratedCatalogueTest, PayloadsAreTheSameWhateverTheirRoom)
+{
+    forEachTypePair([]<class Ours, class Theirs>(TopicDataType& mine, TopicDataType& its, Ours record, const Theirs&) {
+        Numbered{}(record);
+        const auto copy = copyOf<Ours, Theirs>(record);
+        const auto size = static_cast<std::uint32_t>(Ours::getCdrSerializedSize(record)) + 4;
+        for (std::uint32_t room = 4; room < size + 3; ++room)  // below 4 the generated code raises
+            ASSERT_EQ(serializeInto(room, mine, record), serializeInto(room, its, copy)) << room;
+    });
+}
+
+TEST(GeneratedCatalogueTest, RandomPayloadsAreTheSame)
+{
+    forEachTypePair([]<class Ours, class Theirs>(TopicDataType& mine, TopicDataType& its, Ours record, const Theirs&) {
+        for (unsigned seed = 0; seed < 40; ++seed) {
+            Random{seed}(record);
+            const auto copy = copyOf<Ours, Theirs>(record);
+            const auto room = static_cast<std::uint32_t>(Ours::getCdrSerializedSize(record)) + 7;
+            const Outcome written = serializeInto(room, mine, record);
+            ASSERT_EQ(written, serializeInto(room, its, copy));
+            const auto bytes = bytesOf(written.result);
+            ASSERT_EQ(deserializeFrom<Ours>(bytes, mine), deserializeFrom<Theirs>(bytes, its));
+        }
+    });
+}
+
+TEST(GeneratedCatalogueTest, SpoiltOrShortPayloadsAreAnsweredAlike)
+{
+    forEachTypePair([]<class Ours, class Theirs>(TopicDataType& mine, TopicDataType& its, Ours record, const Theirs&) {
+        for (unsigned seed = 0; seed < 300; ++seed) {
+            Random random{seed};
+            if (seed % 10 == 0) random(record);
+            const auto room = static_cast<std::uint32_t>(Ours::getCdrSerializedSize(record)) + 4;
+            auto bytes = bytesOf(serializeInto(room, mine, record).result);
+            for (std::size_t spoils = random.below(3); spoils > 0; --spoils)
+                bytes[random.below(bytes.size())] = static_cast<char>(random.below(256));
+            if (random.below(2) == 0) bytes.resize(random.below(bytes.size()) + 1);
+            ASSERT_EQ(deserializeFrom<Ours>(bytes, mine), deserializeFrom<Theirs>(bytes, its)) << seed;
         }
     });
 }

@@ -248,9 +248,9 @@ constexpr std::size_t bytesOfNumbers()
 
 /// The object in memory is, byte for byte, what travels: no padding here or there.
 template <class T>
-inline constexpr bool
-    kSameInMemory = std::is_trivially_copyable_v<T>&& bytesOfNumbers<T>() == sizeof(T) && kFixedSizes<T>[0] ==
-                                                                                              sizeof(T);
+inline constexpr bool kSameInMemory = [] {
+    return std::is_trivially_copyable_v<T> && bytesOfNumbers<T>() == sizeof(T) && kFixedSizes<T>[0] == sizeof(T);
+}();
 
 }  // namespace aspn2_msgs::idl::layout
 

@@ -46,10 +46,15 @@
 #include "aspn2_msgs/sv_setPubSubTypes.h"
 #include "aspn2_msgs/timestamp.h"
 
+#include <fastcdr/Cdr.h>
+
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 // clang-format off
@@ -81,42 +86,71 @@
     }
 FOR_EACH_RECORD(DEFINE_EACH_FIELD_OF)
 
-/// Fills a record: each number, in order of travel, gets one that shows its place. Two elements a sequence.
-struct Numbered {
-    std::uint32_t count = 0;
+/// Where the content of a record comes from.
+class Source {
+public:
+    virtual ~Source() = default;
+    virtual bool boolean() = 0;
+    virtual char character() = 0;
+    virtual std::uint8_t byte() = 0;
+    virtual std::int32_t int32() = 0;
+    virtual std::int64_t int64() = 0;
+    virtual float float32() = 0;
+    virtual double float64() = 0;
+    virtual std::uint32_t enumeration() = 0;
+    virtual std::string text() = 0;
+    virtual std::size_t count() = 0;
+};
 
+/// Each number, in order of travel, shows its place. Two elements a sequence.
+class Numbers : public Source {
+public:
+    bool boolean() override { return next() % 2 == 1; }
+    char character() override { return static_cast<char>('A' + next() % 26); }
+    std::uint8_t byte() override { return static_cast<std::uint8_t>(next()); }
+    std::int32_t int32() override { return static_cast<std::int32_t>(0x0A0B0C00u + next()); }
+    std::int64_t int64() override { return static_cast<std::int64_t>(0x1112131415161700u + next()); }
+    float float32() override { return static_cast<float>(next()) + 0.5f; }
+    double float64() override { return next() + 0.5; }
+    std::uint32_t enumeration() override { return 0xE0E1E200u + next(); }
+    std::string text() override { return "text " + std::to_string(next()); }
+    std::size_t count() override { return 2; }
+
+private:
+    std::uint32_t next() { return ++m_count; }
+    std::uint32_t m_count = 0;
+};
+
+/// Fills a record from a source.
+struct Fill {
+    Source& source;
+
+    void operator()(const char*, bool& value) { value = source.boolean(); }
+    void operator()(const char*, char& value) { value = source.character(); }
+    void operator()(const char*, std::uint8_t& value) { value = source.byte(); }
+    void operator()(const char*, std::int32_t& value) { value = source.int32(); }
+    void operator()(const char*, std::int64_t& value) { value = source.int64(); }
+    void operator()(const char*, float& value) { value = source.float32(); }
+    void operator()(const char*, double& value) { value = source.float64(); }
+    void operator()(const char*, std::string& value) { value = source.text(); }
     template <class T>
-    void operator()(T& value)
+    void operator()(const char*, T& value)
     {
-        if constexpr (std::is_same_v<T, bool>)
-            value = ++count % 2 == 1;
-        else if constexpr (std::is_same_v<T, char>)
-            value = static_cast<char>('A' + ++count % 26);
-        else if constexpr (std::is_same_v<T, std::uint8_t>)
-            value = static_cast<std::uint8_t>(++count);
-        else if constexpr (std::is_same_v<T, std::int32_t>)
-            value = static_cast<T>(0x0A0B0C00u + ++count);
-        else if constexpr (std::is_same_v<T, std::int64_t>)
-            value = static_cast<T>(0x1112131415161700u + ++count);
-        else if constexpr (std::is_floating_point_v<T>)
-            value = static_cast<T>(++count + 0.5);
-        else if constexpr (std::is_enum_v<T>)
-            value = static_cast<T>(0xE0E1E200u + ++count);
-        else if constexpr (std::is_same_v<T, std::string>)
-            value = "text " + std::to_string(++count);
+        if constexpr (std::is_enum_v<T>)
+            value = static_cast<T>(source.enumeration());
         else
-            eachFieldOf(value, [this](const char*, auto& field) { (*this)(field); });
+            eachFieldOf(value, *this);
     }
     template <class T, std::size_t Size>
-    void operator()(std::array<T, Size>& array)
+    void operator()(const char* name, std::array<T, Size>& array)
     {
-        for (auto& element : array) (*this)(element);
+        for (auto& element : array) (*this)(name, element);
     }
     template <class T>
-    void operator()(std::vector<T>& sequence)
+    void operator()(const char* name, std::vector<T>& sequence)
     {
-        sequence.resize(2);
-        for (auto& element : sequence) (*this)(element);
+        sequence.resize(source.count());
+        for (auto& element : sequence) (*this)(name, element);
     }
 };
 
@@ -124,8 +158,103 @@ template <class Record>
 Record numbered()
 {
     Record record;
-    Numbered{}(record);
+    Numbers numbers;
+    eachFieldOf(record, Fill{numbers});
     return record;
+}
+
+/// A record of any type, ours or generated: what the tests do to all of them is compiled once.
+class AnyRecord {
+public:
+    virtual ~AnyRecord() = default;
+    virtual std::unique_ptr<AnyRecord> fresh() const = 0;
+    virtual std::unique_ptr<AnyRecord> copy() const = 0;
+    virtual void serialize(eprosima::fastcdr::Cdr& cdr) const = 0;
+    virtual void deserialize(eprosima::fastcdr::Cdr& cdr) = 0;
+    virtual void serializeKey(eprosima::fastcdr::Cdr& cdr) const = 0;
+    virtual std::size_t getCdrSerializedSize(std::size_t position = 0) const = 0;
+    virtual std::size_t getMaxCdrSerializedSize(std::size_t position = 0) const = 0;
+    virtual std::size_t getKeyMaxCdrSerializedSize(std::size_t position = 0) const = 0;
+    virtual bool isKeyDefined() const = 0;
+    virtual void* data() = 0;
+};
+
+template <class Record>
+class RecordOf final : public AnyRecord {
+public:
+    RecordOf() = default;
+    explicit RecordOf(const Record& record) : m_record(record) {}
+
+    std::unique_ptr<AnyRecord> fresh() const override { return std::make_unique<RecordOf>(); }
+    std::unique_ptr<AnyRecord> copy() const override { return std::make_unique<RecordOf>(m_record); }
+    void serialize(eprosima::fastcdr::Cdr& cdr) const override { m_record.serialize(cdr); }
+    void deserialize(eprosima::fastcdr::Cdr& cdr) override { m_record.deserialize(cdr); }
+    void serializeKey(eprosima::fastcdr::Cdr& cdr) const override { m_record.serializeKey(cdr); }
+    std::size_t getCdrSerializedSize(std::size_t position) const override
+    {
+        return Record::getCdrSerializedSize(m_record, position);
+    }
+    std::size_t getMaxCdrSerializedSize(std::size_t position) const override
+    {
+        return Record::getMaxCdrSerializedSize(position);
+    }
+    std::size_t getKeyMaxCdrSerializedSize(std::size_t position) const override
+    {
+        return Record::getKeyMaxCdrSerializedSize(position);
+    }
+    bool isKeyDefined() const override { return Record::isKeyDefined(); }
+    void* data() override { return &m_record; }
+    Record& record() { return m_record; }
+
+private:
+    Record m_record;
+};
+
+/// One record of the catalogue.
+struct RecordCase {
+    std::string name;
+    std::unique_ptr<AnyRecord> fresh;
+    std::unique_ptr<AnyRecord> numbered;
+    std::unique_ptr<eprosima::fastdds::dds::TopicDataType> support;  // none for the common records
+    bool fixed;                                                      // no text or sequence
+    bool endsInText;
+};
+
+template <class Record>
+void addCase(std::vector<RecordCase>& cases, const char* name,
+             std::unique_ptr<eprosima::fastdds::dds::TopicDataType> support)
+{
+    cases.push_back({name, std::make_unique<RecordOf<Record>>(),
+                     std::make_unique<RecordOf<Record>>(numbered<Record>()), std::move(support),
+                     aspn2_msgs::idl::layout::kFixed<Record>,
+                     requires(Record record) { record.command_response();
+}
+|| requires(Record record)
+{
+    record.eventlog();
+}
+});
+}
+
+/// The 41 records with a type support.
+inline std::vector<RecordCase> supportedRecords()
+{
+    std::vector<RecordCase> cases;
+#define ADD_SUPPORTED(Name)                                                                                            \
+    addCase<aspn2_msgs::idl::Name>(cases, #Name, std::make_unique<aspn2_msgs::idl::Name##PubSubType>());
+    FOR_EACH_SUPPORTED_RECORD(ADD_SUPPORTED)
+#undef ADD_SUPPORTED
+    return cases;
+}
+
+/// All 44.
+inline std::vector<RecordCase> allRecords()
+{
+    auto cases = supportedRecords();
+#define ADD_COMMON(Name) addCase<aspn2_msgs::idl::Name>(cases, #Name, nullptr);
+    FOR_EACH_COMMON_RECORD(ADD_COMMON)
+#undef ADD_COMMON
+    return cases;
 }
 
 #endif

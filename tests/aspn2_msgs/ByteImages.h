@@ -2,7 +2,7 @@
 #define TESTS_ASPN2_MSGS_BYTEIMAGES_H
 
 /// What every record of the catalogue is on the wire in little-endian order, without the encapsulation, when its numbers
-/// are filled as `Numbered` (tests/aspn2_msgs/AllRecords.h) does. Padding is zero.
+/// come from `Numbers` (tests/aspn2_msgs/AllRecords.h). Padding is zero.
 struct ByteImage {
     const char* name;
     const char* bytes;

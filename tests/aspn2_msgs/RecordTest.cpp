@@ -7,26 +7,16 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 using namespace aspn2_msgs::idl;
 using eprosima::fastcdr::exception::BadParamException;
 using eprosima::fastcdr::exception::NotEnoughMemoryException;
 
 namespace {
-
-/// Calls `check(name, Record())` for all 44 records.
-template <class Check>
-void forEachRecord(Check check){
-#define CHECK_RECORD(Name)                                                                                             \
-    {                                                                                                                  \
-        SCOPED_TRACE(#Name);                                                                                           \
-        check(#Name, Name());                                                                                          \
-    }
-    FOR_EACH_RECORD(CHECK_RECORD)
-#undef CHECK_RECORD
-}
 
 std::string imageOf(const std::string& name)
 {
@@ -39,34 +29,32 @@ std::string imageOf(const std::string& name)
 
 TEST(RecordTest, ThereAre44)
 {
-    int count = 0;
-    forEachRecord([&count](const char*, const auto&) { ++count; });
-    EXPECT_EQ(count, 44);
+    EXPECT_EQ(allRecords().size(), 44u);
     EXPECT_EQ(std::size(kByteImages), 44u);
 }
 
 TEST(RecordTest, EveryRecordHasItsByteImage)
 {
-    forEachRecord(
-        []<class Record>(const char* name, const Record&) { EXPECT_EQ(wireOf(numbered<Record>()), imageOf(name)); });
+    for (const auto& one : allRecords()) EXPECT_EQ(wireOf(*one.numbered), imageOf(one.name)) << one.name;
 }
 
 TEST(RecordTest, EveryByteImageIsReadBack)
 {
-    forEachRecord([]<class Record>(const char* name, const Record&) {
-        const auto record = recordOf<Record>(bytesOf(imageOf(name)));
-        EXPECT_EQ(wireOf(record), imageOf(name));
-    });
+    for (const auto& one : allRecords()) {
+        readInto(*one.fresh, bytesOf(imageOf(one.name)));
+        EXPECT_EQ(wireOf(*one.fresh), imageOf(one.name)) << one.name;
+    }
 }
 
 TEST(RecordTest, TheOtherByteOrderSurvivesARoundTrip)
 {
-    forEachRecord([]<class Record>(const char* name, const Record&) {
-        const std::string swapped = wireOf(numbered<Record>(), Cdr::BIG_ENDIANNESS);
-        EXPECT_EQ(swapped.size(), imageOf(name).size());
-        EXPECT_NE(swapped, imageOf(name));
-        EXPECT_EQ(wireOf(recordOf<Record>(bytesOf(swapped), Cdr::BIG_ENDIANNESS)), imageOf(name));
-    });
+    for (const auto& one : allRecords()) {
+        const std::string swapped = wireOf(*one.numbered, Cdr::BIG_ENDIANNESS);
+        EXPECT_EQ(swapped.size(), imageOf(one.name).size());
+        EXPECT_NE(swapped, imageOf(one.name));
+        readInto(*one.fresh, bytesOf(swapped), Cdr::BIG_ENDIANNESS);
+        EXPECT_EQ(wireOf(*one.fresh), imageOf(one.name)) << one.name;
+    }
 }
 
 TEST(RecordTest, TimestampInBothByteOrders)
@@ -81,11 +69,10 @@ TEST(RecordTest, TimestampInBothByteOrders)
 
 TEST(RecordTest, AFreshRecordIsAllZero)
 {
-    forEachRecord([]<class Record>(const char*, const Record& fresh) {
-        if constexpr (layout::kFixed<Record>) {
-            EXPECT_EQ(wireOf(fresh).find_first_not_of('0'), std::string::npos);
-        }
-    });
+    for (const auto& one : allRecords()) {
+        if (one.endsInText) continue;
+        EXPECT_EQ(wireOf(*one.fresh).find_first_not_of('0'), std::string::npos) << one.name;
+    }
     EXPECT_TRUE(EventLog().eventlog().empty());
     EXPECT_TRUE(GSSIP().data().empty());
     EXPECT_EQ(HalvexPNT().HX_PNT_Solution_Assurance(), 0u);
@@ -93,9 +80,8 @@ TEST(RecordTest, AFreshRecordIsAllZero)
 
 TEST(RecordTest, SizeIsThatOfTheBytes)
 {
-    forEachRecord([]<class Record>(const char* name, const Record&) {
-        EXPECT_EQ(Record::getCdrSerializedSize(numbered<Record>()), imageOf(name).size() / 2);
-    });
+    for (const auto& one : allRecords())
+        EXPECT_EQ(one.numbered->getCdrSerializedSize(), imageOf(one.name).size() / 2) << one.name;
 }
 
 TEST(RecordTest, LargestSizes)
@@ -140,16 +126,16 @@ TEST(RecordTest, SizeOfASequenceOfAnyLength)
 
 TEST(RecordTest, KeysAreNotDefined)
 {
-    forEachRecord([]<class Record>(const char*, const Record& record) {
-        EXPECT_FALSE(Record::isKeyDefined());
-        EXPECT_EQ(Record::getKeyMaxCdrSerializedSize(), 0u);
-        EXPECT_EQ(Record::getKeyMaxCdrSerializedSize(7), 7u);
+    for (const auto& one : allRecords()) {
+        EXPECT_FALSE(one.fresh->isKeyDefined());
+        EXPECT_EQ(one.fresh->getKeyMaxCdrSerializedSize(), 0u);
+        EXPECT_EQ(one.fresh->getKeyMaxCdrSerializedSize(7), 7u);
         char bytes[8] = {};
         FastBuffer buffer(bytes, sizeof bytes);
         Cdr cdr(buffer);
-        record.serializeKey(cdr);
+        one.numbered->serializeKey(cdr);
         EXPECT_EQ(cdr.getSerializedDataLength(), 0u);
-    });
+    }
 }
 
 TEST(RecordTest, AccessorsOfANumber)
@@ -210,19 +196,27 @@ TEST(RecordTest, AccessorsOfAnArrayAndOfARecord)
     static_assert(std::is_same_v<decltype(std::as_const(solution).header()), const header&>);
 }
 
-TEST(RecordTest, CopyAndMoveAreThoseOfAValue)
+TEST(RecordTest, CopyIsDeep)
 {
-    forEachRecord([]<class Record>(const char* name, const Record&) {
-        static_assert(std::is_nothrow_move_constructible_v<Record> && std::is_nothrow_move_assignable_v<Record>);
-        auto source = numbered<Record>();
-        Record copy(source);
-        Record assigned;
-        assigned = source;
-        const Record moved(std::move(source));
-        EXPECT_EQ(wireOf(copy), imageOf(name));
-        EXPECT_EQ(wireOf(assigned), imageOf(name));
-        EXPECT_EQ(wireOf(moved), imageOf(name));
-    });
+    for (const auto& one : allRecords()) {
+        const auto copy = one.numbered->copy();
+        readInto(*one.numbered, bytesOf(wireOf(*one.fresh)));
+        EXPECT_EQ(wireOf(*copy), imageOf(one.name)) << one.name;
+    }
+}
+
+TEST(RecordTest, AssignmentAndMoveAreThoseOfAValue)
+{
+#define EXPECT_NOTHROW_MOVE(Name)                                                                                      \
+    static_assert(std::is_nothrow_move_constructible_v<Name> && std::is_nothrow_move_assignable_v<Name>);              \
+    static_assert(std::is_copy_constructible_v<Name> && std::is_copy_assignable_v<Name>);
+    FOR_EACH_RECORD(EXPECT_NOTHROW_MOVE)
+    auto source = numbered<GNSS>();
+    GNSS assigned;
+    assigned = source;
+    const GNSS moved(std::move(source));
+    EXPECT_EQ(wireOf(assigned), imageOf("GNSS"));
+    EXPECT_EQ(wireOf(moved), imageOf("GNSS"));
 }
 
 TEST(RecordTest, EmptyBitReport)
@@ -247,7 +241,9 @@ TEST(RecordTest, TextIsCutAtAnEmbeddedZero)
     EventLog event;
     event.eventlog(std::string("ab\0cd", 5));
     EXPECT_EQ(wireOf(event).substr(96), "03000000616200");
-    EXPECT_EQ(recordOf<EventLog>(bytesOf(wireOf(event))).eventlog(), "ab");
+    EventLog read;
+    readInto(read, bytesOf(wireOf(event)));
+    EXPECT_EQ(read.eventlog(), "ab");
 }
 
 TEST(RecordTest, MaintenanceEventHasOneLengthWhateverItsText)
@@ -288,24 +284,22 @@ TEST(RecordTest, WhatFollowsARecordIsAligned)
 
 TEST(RecordTest, ARecordMayBeginAtAnyPlace)
 {
-    forEachRecord([]<class Record>(const char*, const Record&) {
-        const auto record = numbered<Record>();
+    for (const auto& one : allRecords()) {
         for (std::size_t offset = 0; offset < 8; ++offset) {
             std::vector<char> bytes(2000);
             FastBuffer buffer(bytes.data(), bytes.size());
             Cdr out(buffer);
             for (std::size_t i = 0; i < offset; ++i) out << 'x';
-            out << record;
-            EXPECT_EQ(out.getSerializedDataLength(), offset + Record::getCdrSerializedSize(record, offset));
+            one.numbered->serialize(out);
+            EXPECT_EQ(out.getSerializedDataLength(), offset + one.numbered->getCdrSerializedSize(offset)) << one.name;
             Cdr in(buffer);
             char x = 0;
             for (std::size_t i = 0; i < offset; ++i) in >> x;
-            Record back;
-            in >> back;
-            EXPECT_EQ(wireOf(back), wireOf(record));
+            one.fresh->deserialize(in);
+            EXPECT_EQ(wireOf(*one.fresh), imageOf(one.name)) << one.name;
             EXPECT_EQ(in.getSerializedDataLength(), out.getSerializedDataLength());
         }
-    });
+    }
 }
 
 TEST(RecordTest, WritesIntoAGrowingBuffer)
@@ -363,9 +357,9 @@ TEST(RecordTest, AFailedSequenceLeavesTheReaderBeforeItsCount)
 {
     for (const bool swapped : {false, true}) {
         const auto order = swapped ? Cdr::BIG_ENDIANNESS : Cdr::LITTLE_ENDIANNESS;
-        for (const std::size_t missing : {1u, 8u, 9u, 15u}) {
+        for (const int missing : {1, 8, 9, 15}) {
             auto bytes = bytesOf(wireOf(numbered<BitReport>(), order));
-            bytes.resize(bytes.size() - missing);
+            bytes.erase(bytes.end() - missing, bytes.end());
             FastBuffer buffer(bytes.data(), bytes.size());
             Cdr cdr(buffer, order);
             BitReport report;

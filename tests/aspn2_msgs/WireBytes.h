@@ -33,11 +33,20 @@ inline std::vector<char> bytesOf(std::string_view hex)
     return bytes;
 }
 
+template <class Record>
+std::size_t sizeOf(const Record& record)
+{
+    if constexpr (requires { Record::getCdrSerializedSize(record); })
+        return Record::getCdrSerializedSize(record);
+    else
+        return record.getCdrSerializedSize();
+}
+
 /// The record on the wire, without encapsulation, in a zeroed buffer.
 template <class Record>
 std::string wireOf(const Record& record, Cdr::Endianness order = Cdr::LITTLE_ENDIANNESS)
 {
-    std::vector<char> bytes(Record::getCdrSerializedSize(record));
+    std::vector<char> bytes(sizeOf(record));
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer, order, Cdr::DDS_CDR);
     record.serialize(cdr);
@@ -45,13 +54,11 @@ std::string wireOf(const Record& record, Cdr::Endianness order = Cdr::LITTLE_END
 }
 
 template <class Record>
-Record recordOf(std::vector<char> bytes, Cdr::Endianness order = Cdr::LITTLE_ENDIANNESS)
+void readInto(Record& record, std::vector<char> bytes, Cdr::Endianness order = Cdr::LITTLE_ENDIANNESS)
 {
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer, order, Cdr::DDS_CDR);
-    Record record;
     record.deserialize(cdr);
-    return record;
 }
 
 #endif

@@ -26,7 +26,7 @@ std::uint16_t encapsulationOf(const Cdr& cdr)
 }  // namespace
 
 RecordTypeSupport::RecordTypeSupport(const char* name, std::size_t largestSize, bool keyed, std::size_t largestKey)
-    : m_largestKey(largestKey), m_keyBuffer(std::max(kHandleSize, largestKey))
+    : m_keyBuffer(std::max(kHandleSize, largestKey)), m_largestKey(largestKey)
 {
     setName(name);
     m_typeSize = static_cast<std::uint32_t>(largestSize);

@@ -50,10 +50,12 @@ protected:
     virtual bool loadRecord(void* data, const char* bytes, std::size_t size) const = 0;
     virtual void writeKey(const void* data, eprosima::fastcdr::Cdr& cdr) const = 0;
 
-    const std::size_t m_largestKey;
-    std::mutex m_keyMutex;                   // a leaf; guards the two below
-    std::vector<unsigned char> m_keyBuffer;  // 16 bytes at least
+    std::vector<unsigned char> m_keyBuffer;  // 16 bytes at least; guarded, as m_md5 is, by m_keyMutex
     MD5 m_md5;
+
+private:
+    const std::size_t m_largestKey;
+    std::mutex m_keyMutex;  // a leaf
 };
 
 /// The type support of one record, by its own operations. Only records of numbers alone, without even an enumeration,

@@ -101,11 +101,13 @@ void limitMemory()
 #endif
 }
 
-/// A payload of 300 kB whose sequence claims `count` elements is refused, without much having been made of it.
-bool refusesCount(std::uint32_t count)
+/// A payload of 300 kB whose sequence claims `count` elements is refused, and no more is made of it than it can hold.
+bool refusesCount(std::uint32_t count, Cdr::Endianness order)
 {
-    auto bytes = encapsulated(GPSLineOfSight(), Cdr::LITTLE_ENDIANNESS);
-    std::memcpy(bytes.data() + bytes.size() - 4, &count, sizeof count);
+    auto bytes = encapsulated(GPSLineOfSight(), order);
+    FastBuffer buffer(bytes.data() + bytes.size() - sizeof count, sizeof count);
+    Cdr cdr(buffer, order);
+    cdr << count;
     bytes.resize(300000);
     GPSLineOfSight read;
     return !GPSLineOfSightPubSubType().deserialize(payloadOf(bytes).get(), &read) && read.obs().capacity() < 8000;
@@ -260,7 +262,10 @@ TEST(TypeSupportTest, HostileCountsTakeLittleMemory)
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto refuseAll = [] {
         limitMemory();
-        const bool good = refusesCount(0xFFFFFFFF) && refusesCount(0x80000000) && refusesCount(30000000);
+        bool good = true;
+        for (const auto order : {Cdr::LITTLE_ENDIANNESS, Cdr::BIG_ENDIANNESS})
+            for (const std::uint32_t count : {0xFFFFFFFFu, 0x80000000u, 30000000u, 100000u})
+                good = good && refusesCount(count, order);
         std::_Exit(good ? 0 : 1);
     };
     EXPECT_EXIT(refuseAll(), testing::ExitedWithCode(0), "");
@@ -327,6 +332,40 @@ TEST(TypeSupportTest, ATextOf300CharactersOutgrowsTheTypeSize)
     EXPECT_EQ(read.command_response(), std::string(300, 'x'));
     command.command_response(std::string(255, 'x'));
     EXPECT_TRUE(support.serialize(&command, &small));
+}
+
+TEST(TypeSupportTest, ATextIsCutAtAnEmbeddedZero)
+{
+    EventLog event;
+    event.eventlog(std::string("ab\0cd", 5));
+    EventLogPubSubType support;
+    const auto payload = payloadOf(support, &event, support.m_typeSize);
+    EXPECT_EQ(payload->length, 59u);
+    EXPECT_EQ(hexOf(reinterpret_cast<char*>(payload->data) + 52, 7), "03000000616200");
+    EXPECT_EQ(support.getSerializedSizeProvider(&event)(), 62u);
+}
+
+TEST(TypeSupportTest, EmptyRecordsHaveTheirLengths)
+{
+    const auto lengthOf = [](TopicDataType&& support, auto record) {
+        return payloadOf(support, &record, support.m_typeSize)->length;
+    };
+    EXPECT_EQ(lengthOf(BitReportPubSubType(), BitReport()), 64u);
+    EXPECT_EQ(lengthOf(GSSIPPubSubType(), GSSIP()), 56u);
+    EXPECT_EQ(lengthOf(CommandResponsePubSubType(), CommandResponse()), 65u);
+    EXPECT_EQ(lengthOf(MaintenanceEventPubSubType(), MaintenanceEvent()), 172u);
+}
+
+TEST(TypeSupportTest, ATextWithoutATerminatorIsTaken)
+{
+    auto bytes = encapsulated(EventLog(), Cdr::LITTLE_ENDIANNESS);
+    bytes.back() = 'x';
+    EventLog event;
+    EXPECT_TRUE(EventLogPubSubType().deserialize(payloadOf(bytes).get(), &event));
+    EXPECT_EQ(event.eventlog(), "x");
+    bytes[bytes.size() - 5] = 0;
+    EXPECT_TRUE(EventLogPubSubType().deserialize(payloadOf(bytes).get(), &event));
+    EXPECT_EQ(event.eventlog(), "");
 }
 
 TEST(TypeSupportTest, PlainTypesAreTheNineteenOfNumbersAlone)

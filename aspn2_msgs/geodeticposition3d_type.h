@@ -1,0 +1,18 @@
+#ifndef ASPN2_MSGS_GEODETICPOSITION3D_TYPE_H
+#define ASPN2_MSGS_GEODETICPOSITION3D_TYPE_H
+
+#include "aspn2_msgs/Record.h"
+
+namespace aspn2_msgs::idl {
+
+#define ASPN2_FIELDS_geodeticposition3d_type(FIELD)                                                                    \
+    FIELD(latitude, float64)                                                                                           \
+    FIELD(longitude, float64)                                                                                          \
+    FIELD(altitude, float64)
+
+/// A place by latitude, longitude and altitude.
+ASPN2_RECORD(geodeticposition3d_type, 24);
+
+}  // namespace aspn2_msgs::idl
+
+#endif

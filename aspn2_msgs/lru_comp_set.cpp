@@ -1,0 +1,9 @@
+#include "aspn2_msgs/lru_comp_set.h"
+
+#include "aspn2_msgs/RecordCodec.h"
+
+namespace aspn2_msgs::idl {
+
+ASPN2_RECORD_CODEC(lru_comp_set);
+
+}  // namespace aspn2_msgs::idl

@@ -27,6 +27,7 @@ class Cdr;
 ///
 /// A text or sequence may stand as the last field only: what is before it has a layout known at compile time.
 // clang-format off
+// NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
 #define ASPN2_RECORD(Name, LargestSize)                                                                                \
     namespace fields {                                                                                                 \
     struct Name##Fields {                                                                                              \
@@ -112,5 +113,6 @@ class Cdr;
     {                                                                                                                  \
         return m_##name;                                                                                               \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #endif

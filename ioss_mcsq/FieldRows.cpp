@@ -12,21 +12,12 @@ namespace {
 static_assert(std::endian::native == std::endian::little);
 
 /// Copies out, converts and copies in, so that no byte is ever addressed as anything else.
-template <class From, class To>
-void convert(const std::uint8_t* from, std::uint8_t* to, To (*conversion)(const From&))
+template <class From, class Conversion>
+void convert(const std::uint8_t* from, std::uint8_t* to, Conversion conversion)
 {
     From value;
     std::memcpy(&value, from, sizeof(value));
-    const To result = conversion(value);
-    std::memcpy(to, &result, sizeof(result));
-}
-
-template <class From, class To>
-void convert(const std::uint8_t* from, std::uint8_t* to, To (*conversion)(From))
-{
-    From value;
-    std::memcpy(&value, from, sizeof(value));
-    const To result = conversion(value);
+    const auto result = conversion(value);
     std::memcpy(to, &result, sizeof(result));
 }
 
@@ -44,16 +35,16 @@ void unpackField(FieldForm form, const std::uint8_t* from, std::uint8_t* to)
 {
     switch (form) {
     case FieldForm::PdpD:
-        convert(from, to, CnvPdpD2PcD);
+        convert<PdpD>(from, to, CnvPdpD2PcD);
         return;
     case FieldForm::PdpF:
-        convert(from, to, CnvPdpF2PcF);
+        convert<PdpF>(from, to, CnvPdpF2PcF);
         return;
     case FieldForm::TovelD:
-        convert(from, to, CnvTovelD2PcD);
+        convert<TovelD>(from, to, CnvTovelD2PcD);
         return;
     case FieldForm::TovelF:
-        convert(from, to, CnvTovelF2PcF);
+        convert<TovelF>(from, to, CnvTovelF2PcF);
         return;
     case FieldForm::Text32:
         copySwapped(from, to, blockSizeOf(form));
@@ -70,16 +61,16 @@ void packField(FieldForm form, const std::uint8_t* from, std::uint8_t* to)
 {
     switch (form) {
     case FieldForm::PdpD:
-        convert(from, to, cnvpcd);
+        convert<double>(from, to, cnvpcd);
         return;
     case FieldForm::PdpF:
-        convert(from, to, cnvpcs);
+        convert<float>(from, to, cnvpcs);
         return;
     case FieldForm::TovelD:
-        convert(from, to, CnvPcD2TovelE);
+        convert<double>(from, to, CnvPcD2TovelE);
         return;
     case FieldForm::TovelF:
-        convert(from, to, CnvPcF2TovelF);
+        convert<float>(from, to, CnvPcF2TovelF);
         return;
     case FieldForm::Text32:
         copySwapped(from, to, blockSizeOf(form));

@@ -7,7 +7,7 @@
 
 namespace {
 
-enum HeaderWord { Delimiter, MsgId, Wdcnt, Flags, HeaderChecksum };
+using namespace GssipWord;
 
 /// Words of a frame that are not data, its data checksum among them.
 constexpr std::uint64_t kWordsBesideData = kGssipHeaderWords + 1;

@@ -18,7 +18,7 @@ constexpr unsigned kMostWordsToFill = 32500;
 constexpr unsigned kMostWordsToVerify = 106;
 constexpr std::size_t kWordsOfRow = 10;
 
-enum HeaderWord { Delimiter, MsgId, Wdcnt, Flags, HeaderChecksum };
+using namespace GssipWord;
 
 /// The sum of `count` words modulo 65536. The lanes are as many as two vector registers hold, and their number is known,
 /// so that compilers make vector additions of the inner loop.
@@ -180,7 +180,7 @@ bool ChecksumsAreOkInGPSmessage(std::span<const std::uint8_t> bytes)
 
 void PrintMessageInHex(const std::uint16_t* frame)
 {
-    const std::size_t words = gssipFrameWords(frame[Wdcnt]);
+    const auto words = static_cast<std::size_t>(gssipFrameWords(frame[Wdcnt]));
     PrintMessageInHex(std::span(reinterpret_cast<const std::uint8_t*>(frame), 2 * words));
 }
 

@@ -15,8 +15,12 @@
 
 constexpr std::uint16_t kGssipDelimiter = 0x81FF;
 constexpr std::size_t kGssipHeaderWords = 5;
-/// Of the header, without its checksum too.
 constexpr std::size_t kGssipHeaderBytes = 10;
+
+/// Words of the header by their place in the frame.
+namespace GssipWord {
+enum : unsigned { Delimiter, MsgId, Wdcnt, Flags, HeaderChecksum };
+}
 
 /// Flag words. No receiver here looks at them.
 constexpr std::uint16_t kGssipFlagsDefault = 0x8000;

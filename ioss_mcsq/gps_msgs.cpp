@@ -171,7 +171,7 @@ bool ChecksumsAreOkInGPSmessage(std::span<const std::uint8_t> bytes)
 {
     if (bytes.size() < kGssipHeaderBytes) return false;
     std::array<std::uint16_t, kGssipHeaderWords + kMostWordsToVerify + 1> frame{};
-    std::memcpy(frame.data(), bytes.data(), std::min(bytes.size() / 2 * 2, sizeof(frame)));
+    std::memcpy(frame.data(), bytes.data(), std::min(bytes.size(), sizeof(frame)));
     const unsigned wdcnt = frame[Wdcnt];
     const bool cut = wdcnt <= kMostWordsToVerify && bytes.size() / 2 < gssipFrameWords(wdcnt);
     if (cut && sumOf(frame.data(), kGssipHeaderWords) == 0) return false;

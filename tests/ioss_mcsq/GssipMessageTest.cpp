@@ -43,10 +43,12 @@ public:
         if (m_sink != nullptr) m_sink->calls += 'd';
     }
 
-    std::array<std::uint16_t, Words> storage{};
-
 private:
     Sink* m_sink;
+
+public:
+    std::array<std::uint16_t, Words> storage{};
+    std::array<std::uint16_t, 4> behind = {7, 7, 7, 7};
 };
 
 class Frameless : public GssipMessage {};
@@ -136,13 +138,10 @@ TEST(GssipMessageTest, WholeFrameIsTakenWithoutALookAtIt)
 
 TEST(GssipMessageTest, OddByteIsKeptOnlyWhereThereIsRoomForIt)
 {
-    struct {
-        Probe<8> message{2};
-        std::array<std::uint8_t, 2> behind = {0x77, 0x77};
-    } object;
+    Probe<8> message(2);
     const Bytes block(17, 0x11);
-    EXPECT_TRUE(object.message.OkSetContent(block.data(), 17));
-    EXPECT_EQ(object.behind, (std::array<std::uint8_t, 2>{0x77, 0x77}));
+    EXPECT_TRUE(message.OkSetContent(block.data(), 17));
+    EXPECT_EQ(message.behind, (std::array<std::uint16_t, 4>{7, 7, 7, 7}));
     Probe<8> roomier(1);
     EXPECT_TRUE(roomier.OkSetContent(block.data(), 15));
     EXPECT_EQ(roomier.storage[7], 0x0011);
@@ -251,6 +250,15 @@ TEST(GssipMessageTest, WritesNothingBeforeChecksumsWereInserted)
     EXPECT_EQ(sink.calls, "") << "the stored header checksum alone does not count";
 }
 
+TEST(GssipMessageTest, WritesNothingBeforeTheHeaderChecksumWithoutDataEither)
+{
+    Sink sink;
+    Probe<6> message(0, &sink);
+    message.storage[2] = 1;
+    message.WriteMessage(&sink);
+    EXPECT_EQ(sink.calls, "");
+}
+
 TEST(GssipMessageTest, WritesNothingWhenOnlyTheHeaderWasInserted)
 {
     Sink sink;
@@ -308,12 +316,8 @@ TEST(GssipMessageTest, WordCountIsSetInHeaderAndObject)
 TEST(GssipMessageTest, WordCountBeyondTheStorageTouchesNothing)
 {
     for (const std::uint32_t count : {3u, 200u, 65536u + 2u, 0x80000000u, 0xFFFFFFF8u, 0xFFFFFFFAu, 0xFFFFFFFFu}) {
-        struct {
-            Probe<8> message{2};
-            std::array<std::uint16_t, 4> behind = {7, 7, 7, 7};
-        } object;
         Sink sink;
-        Probe<8>& message = object.message;
+        Probe<8> message(2);
         message.insert_checksum();
         message.set_gpsip_wdcnt(count);
         const auto before = message.storage;
@@ -326,7 +330,7 @@ TEST(GssipMessageTest, WordCountBeyondTheStorageTouchesNothing)
         message.WriteMessage(&sink);
         EXPECT_EQ(message.storage, before) << count;
         EXPECT_EQ(sink.calls, "") << count;
-        EXPECT_EQ(object.behind, (std::array<std::uint16_t, 4>{7, 7, 7, 7}));
+        EXPECT_EQ(message.behind, (std::array<std::uint16_t, 4>{7, 7, 7, 7}));
     }
 }
 

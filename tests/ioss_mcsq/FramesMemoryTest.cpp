@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
+#include <streambuf>
 #include <vector>
 
 TEST(FramesMemoryTest, ChecksumsAllocateNothing)
@@ -22,6 +23,35 @@ TEST(FramesMemoryTest, ChecksumsAllocateNothing)
     }
     EXPECT_EQ(refused, 0u);
     EXPECT_TRUE(ChecksumsAreOkInGPSmessage(frame.data()));
+}
+
+TEST(FramesMemoryTest, RefusalsAllocateNothingEither)
+{
+    struct Nowhere : std::streambuf {
+        int_type overflow(int_type character) override { return traits_type::not_eof(character); }
+    } nowhere;
+    std::vector<std::uint16_t> frame(206, 0x1234);
+    std::vector<std::uint16_t> large(40006, 0);
+    bool accepted = false;
+    std::size_t refused = 0;
+    std::streambuf* const previous = std::cerr.rdbuf(&nowhere);
+    {
+        const FailingAllocation failing;
+        MakeHeader(frame.data(), 8504, 200);
+        accepted |= ChecksumsAreOkInGPSmessage(frame.data());  // too many words
+        frame[0] = 0x1111;
+        accepted |= OkChecksumGPSmessage(frame.data());  // no delimiter
+        MakeHeader(large.data(), 8504, 40000);
+        accepted |= OkChecksumGPSmessage(large.data());  // too many words
+        MakeHeader(frame.data(), 15051, 100);
+        accepted |= ChecksumsAreOkInGPSmessage(frame.data());  // data that do not sum to zero
+        ++frame[4];
+        accepted |= ChecksumsAreOkInGPSmessage(frame.data());  // nor does the header
+        refused = failing.refused();
+    }
+    std::cerr.rdbuf(previous);
+    EXPECT_FALSE(accepted);
+    EXPECT_EQ(refused, 0u);
 }
 
 TEST(FramesMemoryTest, MessagesAllocateNothing)

@@ -3,13 +3,17 @@
 #include "ioss_mcsq/ThreatData.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
+#include "tests/support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -339,4 +343,26 @@ TEST(GssipMessageTest, StorageShorterThanAHeaderIsNoFrame)
     Probe<4> message(0);
     EXPECT_TRUE(message.frame().empty());
     EXPECT_EQ(message.wordCount(), 0u);
+}
+
+TEST(GssipMessageTest, VirtualOperationsStandInTheirOrder)
+{
+    struct Order {
+        virtual ~Order() = default;
+        virtual void first() {}
+        virtual void second() {}
+    };
+    EXPECT_EQ(virtualSlot(&GssipMessage::OkSetContent), virtualSlot(&Order::first));
+    EXPECT_EQ(virtualSlot(&GssipMessage::debugPrintMessage), virtualSlot(&Order::second));
+    EXPECT_EQ(virtualSlot(&IWriteByteStreams::write), virtualSlot(&Order::first));
+}
+
+TEST(GssipMessageTest, RecordStandsRightBehindTheFrame)
+{
+    const auto distance = [](const auto& message) {
+        return reinterpret_cast<const std::uint8_t*>(&message.unpacked()) -
+               reinterpret_cast<const std::uint8_t*>(&message.packed());
+    };
+    EXPECT_EQ(distance(std::as_const(*std::make_unique<ZentorM_5044_Msg>())), 54);
+    EXPECT_EQ(distance(std::as_const(*std::make_unique<ZentorM_8504_Msg>())), 412);
 }

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <iostream>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,10 @@ void forEachHostileFrame(Test test)
                 std::memcpy(bytes.data(), header.data(), sizeof(header));
             }
             test(memory.atEnd(bytes));
+            if (length >= 10) {  // data that sum to zero wherever they are cut
+                std::fill(bytes.begin() + 10, bytes.end(), std::uint8_t{0});
+                test(memory.atEnd(bytes));
+            }
         }
     for (std::size_t length = 0; length <= kLongest; ++length)
         for (const auto content : std::to_array<std::uint8_t>({0x00, 0xFF}))
@@ -121,6 +126,25 @@ TEST(HostileFramesTest, OnlyWholeFramesVerify)
             ASSERT_GE(bytes.size(), wdcnt == 0 ? 10 : 12 + 2 * wdcnt);
         }
     });
+}
+
+TEST(HostileFramesTest, OfDataThatSumToZeroOnlyTheWholeVerify)
+{
+    const ConsoleCapture silence(std::cerr);
+    GuardedMemory memory(kLongest);
+    int verified = 0;
+    for (std::size_t length = 10; length <= kLongest; ++length)
+        for (const auto wdcnt : std::to_array<std::uint16_t>({0, 1, 21, 100, 106, 107, 200, 295})) {
+            std::vector<std::uint8_t> bytes(length);
+            std::array<std::uint16_t, 5> header{};
+            MakeHeader(header.data(), 8504, wdcnt);
+            std::memcpy(bytes.data(), header.data(), sizeof(header));
+            const bool isWhole = wdcnt == 0 || (wdcnt <= 106 && length >= 12 + std::size_t{2} * wdcnt);
+            ASSERT_EQ(ChecksumsAreOkInGPSmessage(std::span<const std::uint8_t>(memory.atEnd(bytes))), isWhole)
+                << length << ' ' << wdcnt;
+            verified += isWhole;
+        }
+    EXPECT_GT(verified, 591);
 }
 
 TEST(HostileFramesTest, FilledFrameAtTheEndOfMemoryVerifies)

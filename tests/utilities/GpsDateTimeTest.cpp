@@ -160,7 +160,7 @@ TEST(GpsDateTimeTest, SetTimeAddsToTheRollovers)
 TEST(GpsDateTimeTest, SetTimeStopsAtThirtyTwoBits)
 {
     // 4294967295 ms are 7 weeks and 61367295 ms.
-    for (const double seconds : {4294967.296, 4294968.5, 1e30, -1e300, kInfinity, -kInfinity}) {
+    for (const double seconds : {4294967.2965, 4294967.296, 4294968.5, 1e30, -1e300, kInfinity, -kInfinity}) {
         GpsDateTime time;
         time.SetTime(0, seconds);
         EXPECT_EQ(fieldsOf(time), (Fields{7, 61367295, 0, 1})) << seconds;
@@ -637,4 +637,9 @@ TEST(GpsDateTimeTest, DaysOfTheMonthsAreThoseOfACommonYear)
         const auto last = std::chrono::year{2023} / std::chrono::month{month} / std::chrono::last;
         EXPECT_EQ(static_cast<unsigned>(GpsDateTime::s_NumDaysInMonth.at(month)), static_cast<unsigned>(last.day()));
     }
+}
+
+TEST(GpsDateTimeTest, DayStartOfZeroInWeekZeroStays)
+{
+    EXPECT_EQ(fieldsOf(GpsDateTime(0u, 86410, 86390, 0.0)), (Fields{0, 86390000, 0, 0}));
 }

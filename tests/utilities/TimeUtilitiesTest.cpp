@@ -278,3 +278,8 @@ TEST(TimeUtilitiesTest, NormalizingWildTimesEnds)
     EXPECT_TRUE(std::isnan(normalize_to_one_day(kInfinity)));
     EXPECT_TRUE(std::isnan(normalize_to_one_week(kNaN)));
 }
+
+TEST(TimeUtilitiesTest, DaysOfNegativeSecondsAreTruncated)
+{
+    EXPECT_EQ(resolved(-1.0, 5, 86399.0), (GpsDay{6, 4}));
+}

@@ -14,9 +14,9 @@ namespace aspn2_msgs::idl {
     FIELD(command_response_type, command_response_type_enum)                                                           \
     FIELD(command_response, string)
 
-/// A command to another service of the unit, or the answer to one: they differ in `command_response_type`, which is 0 for
-/// a command and 1 for an answer. `commanded_device_id` names the addressee; `command_identifier` pairs an answer with
-/// its command.
+/// A command to another service of the unit, or the answer to one: they differ in `command_response_type`, which is 0
+/// for a command and 1 for an answer. `commanded_device_id` names the addressee; `command_identifier` pairs an answer
+/// with its command.
 ASPN2_RECORD(CommandResponse, 316);
 
 }  // namespace aspn2_msgs::idl

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -135,6 +136,7 @@ template <std::size_t Position, class Element>
 std::size_t storeTail(char* bytes, std::size_t room, const std::vector<Element>& elements)
 {
     using At = Elements<Position, Element>;
+    if (std::uint64_t{elements.size()} > std::numeric_limits<std::uint32_t>::max()) return 0;
     const auto count = static_cast<std::uint32_t>(elements.size());
     const std::uint64_t end = At::end(count);
     if (room < end) return 0;

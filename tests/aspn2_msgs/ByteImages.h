@@ -1,8 +1,8 @@
 #ifndef TESTS_ASPN2_MSGS_BYTEIMAGES_H
 #define TESTS_ASPN2_MSGS_BYTEIMAGES_H
 
-/// What every record of the catalogue is on the wire in little-endian order, without the encapsulation, when its numbers
-/// come from `Numbers` (tests/aspn2_msgs/AllRecords.h). Padding is zero.
+/// What every record of the catalogue is on the wire in little-endian order, without the encapsulation, when its
+/// numbers come from `Numbers` (tests/aspn2_msgs/AllRecords.h). Padding is zero.
 struct ByteImage {
     const char* name;
     const char* bytes;

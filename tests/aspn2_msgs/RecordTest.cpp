@@ -6,7 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -65,6 +69,30 @@ TEST(RecordTest, TimestampInBothByteOrders)
     stamp.time_code(100);
     EXPECT_EQ(wireOf(stamp, Cdr::LITTLE_ENDIANNESS), "feffffffffffffff0403020164000000");
     EXPECT_EQ(wireOf(stamp, Cdr::BIG_ENDIANNESS), "fffffffffffffffe0102030400000064");
+}
+
+namespace {
+
+/// A record made, not value-initialised, where other bytes were before.
+template <class Record>
+std::string wireOfRecordMadeOnOtherBytes()
+{
+    alignas(std::max_align_t) static unsigned char memory[sizeof(Record)];
+    std::memset(memory, 0xA5, sizeof memory);
+    asm volatile("" : : "r"(memory) : "memory");  // the bytes are there, whatever the compiler thinks of them
+    auto* const record = new (memory) Record;
+    const std::string wire = wireOf(*record);
+    std::destroy_at(record);
+    return wire;
+}
+
+}  // namespace
+
+TEST(RecordTest, ARecordIsAllZeroWhateverWasThereBefore)
+{
+#define EXPECT_ZERO(Name) EXPECT_EQ(wireOfRecordMadeOnOtherBytes<Name>(), wireOf(Name())) << #Name;
+    FOR_EACH_RECORD(EXPECT_ZERO)
+#undef EXPECT_ZERO
 }
 
 TEST(RecordTest, AFreshRecordIsAllZero)

@@ -12,6 +12,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 
 using namespace aspn2_msgs::idl;
 using eprosima::fastdds::dds::TopicDataType;
@@ -71,11 +72,10 @@ public:
 };
 
 template <int Repeats>
-std::string keyOf(bool forceMd5)
+std::string keyOf(KeyedPubSubType<Repeats>& support, std::int32_t expected, bool forceMd5)
 {
-    KeyedPubSubType<Repeats> support;
     Keyed<Repeats> record;
-    record.num_servers_expected(1);
+    record.num_servers_expected(expected);
     record.num_servers_available(0x01020304);
     InstanceHandle_t handle;
     EXPECT_TRUE(support.getKey(&record, &handle, forceMd5));
@@ -85,6 +85,13 @@ std::string keyOf(bool forceMd5)
         hex += hexOf(&byte, 1);
     }
     return hex;
+}
+
+template <int Repeats>
+std::string keyOf(bool forceMd5)
+{
+    KeyedPubSubType<Repeats> support;
+    return keyOf(support, 1, forceMd5);
 }
 
 class OpenKeyBuffer : public UTCTimePubSubType {
@@ -191,7 +198,9 @@ TEST(TypeSupportTest, APayloadWithoutRoomIsRefused)
         const auto size = static_cast<std::uint32_t>(one.numbered->getCdrSerializedSize()) + 4;
         for (std::uint32_t room = 1; room < size; ++room) {
             SerializedPayload_t payload(room);
+            payload.encapsulation = 99;
             ASSERT_FALSE(one.support->serialize(one.numbered->data(), &payload)) << one.name << ' ' << room;
+            ASSERT_EQ(payload.encapsulation, CDR_LE);  // it is told before there is no room
         }
         SerializedPayload_t payload(size);
         EXPECT_TRUE(one.support->serialize(one.numbered->data(), &payload));
@@ -208,6 +217,10 @@ TEST(TypeSupportTest, EveryTruncationIsRefused)
                 const auto payload = payloadOf(bytes);
                 ASSERT_FALSE(one.support->deserialize(payload.get(), one.fresh->data())) << one.name << bytes.size();
             }
+            const auto whole = encapsulated(*one.numbered, order);
+            const auto payload = payloadOf(whole);
+            --payload->length;  // the bytes are there, but do not count
+            ASSERT_FALSE(one.support->deserialize(payload.get(), one.fresh->data())) << one.name;
         }
     }
 }
@@ -432,4 +445,26 @@ TEST(TypeSupportTest, AForcedOrLongKeyIsItsMd5Sum)
     EXPECT_EQ(keyOf<3>(false), "a3e12696ae8e8f788cf3f4094c15f549");
     EXPECT_EQ(KeyedPubSubType<3>().keyBufferSize(), 24u);
     EXPECT_EQ(KeyedPubSubType<1>().keyBufferSize(), 16u);
+}
+
+TEST(TypeSupportTest, EveryKeyOfOneSupportIsSummedByItself)
+{
+    KeyedPubSubType<1> support;
+    EXPECT_EQ(keyOf(support, 1, true), "0c83141e717e6d943703f6b65cd0b788");
+    EXPECT_EQ(keyOf(support, 1, true), "0c83141e717e6d943703f6b65cd0b788");
+}
+
+TEST(TypeSupportTest, ThreadsMayAskOneSupportForKeys)
+{
+    KeyedPubSubType<1> support;
+    const auto wrongKeys = [&support](std::int32_t expected, const char* key) {
+        int wrong = 0;
+        for (int i = 0; i < 1000; ++i) wrong += keyOf(support, expected, false) != key;
+        return wrong;
+    };
+    int wrong = 0;
+    std::thread other([&] { wrong = wrongKeys(2, "00000002010203040000000000000000"); });
+    EXPECT_EQ(wrongKeys(1, "00000001010203040000000000000000"), 0);
+    other.join();
+    EXPECT_EQ(wrong, 0);
 }

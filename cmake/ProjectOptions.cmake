@@ -2,6 +2,7 @@
 # does not, and its headers are taken as system headers.
 
 option(ORVANE_BUILD_TESTS "Build the tests" ON)
+option(ORVANE_BUILD_LAB "Build the tools for the desk" ON)
 option(ORVANE_BUILD_BENCH "Build the benchmarks" OFF)
 option(ORVANE_HARDEN "Harden what is shipped: PIE, RELRO, stack protector, fortified library calls" OFF)
 option(ORVANE_LTO "Optimise across units where the tool chain can" OFF)

@@ -1,0 +1,49 @@
+#ifndef LAB_CTL_DECODEREPORT_H
+#define LAB_CTL_DECODEREPORT_H
+
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/StreamCutter.h"
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace orvanectl {
+
+/// Prints what is found in a stream: a paragraph or a line of JSON for each frame, in one write and flushed, so that a
+/// reader can follow; a line for each problem. One thread at a time.
+class DecodeReport : public StreamSink {
+public:
+    struct Style {
+        bool json = false;
+        bool colour = false;
+    };
+
+    /// @param input  the stream's name in the problems
+    DecodeReport(std::ostream& output, std::ostream& problems, std::string input, Style style)
+        : m_output(output), m_problems(problems), m_input(std::move(input)), m_style(style)
+    {}
+
+    void frame(std::uint64_t offset, Bytes bytes) override;
+    void record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& record) override;
+    void problem(std::uint64_t offset, const std::string& what) override;
+    void resumed(std::uint64_t offset, std::uint64_t skippedBytes) override;
+
+    /// Everything so far could be decoded and had right checksums.
+    bool isClean() const { return m_clean; }
+
+private:
+    void print(const char* kind, std::uint64_t offset, Json fields, const DecodedFrame& decoded);
+    void complain(std::uint64_t offset, const std::string& text);
+
+    std::ostream& m_output;
+    std::ostream& m_problems;
+    const std::string m_input;
+    const Style m_style;
+    bool m_clean = true;
+};
+
+}  // namespace orvanectl
+
+#endif

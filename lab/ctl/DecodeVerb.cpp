@@ -1,0 +1,128 @@
+#include "lab/ctl/DecodeReport.h"
+#include "lab/ctl/StreamCutter.h"
+#include "lab/ctl/Verb.h"
+#include "utilities/ConsoleLine.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace orvanectl {
+
+namespace {
+
+constexpr std::size_t kPiece = 131072;  // what the service asks of a queue
+
+struct Options {
+    std::string file = "-";
+    std::string format = "auto";
+    bool json = false;
+};
+
+/// A file open for reading, or standard input for "-".
+class Input {
+public:
+    /// Throws `std::system_error`.
+    explicit Input(const std::string& file) : m_isStandard(file == "-")
+    {
+        if (!m_isStandard) m_descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        if (m_descriptor < 0) throw std::system_error(errno, std::generic_category());
+    }
+    ~Input()
+    {
+        if (!m_isStandard) ::close(m_descriptor);
+    }
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    /// As many bytes as there are now, one at least unless the input has ended. Throws `std::system_error`.
+    std::size_t read(std::vector<std::uint8_t>& bytes) const
+    {
+        for (;;) {
+            const ssize_t count = ::read(m_descriptor, bytes.data(), bytes.size());
+            if (count >= 0) return static_cast<std::size_t>(count);
+            if (errno != EINTR) throw std::system_error(errno, std::generic_category());
+        }
+    }
+
+private:
+    bool m_isStandard;
+    int m_descriptor = STDIN_FILENO;
+};
+
+StreamFormat formatOf(const std::string& name)
+{
+    if (name == "records") return StreamFormat::Records;
+    return name == "frames" ? StreamFormat::Frames : StreamFormat::Auto;
+}
+
+bool wantsColour()
+{
+    const char* const noColour = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    return ::isatty(STDOUT_FILENO) == 1 && (!noColour || *noColour == '\0') &&
+           !(terminal && std::string_view(terminal) == "dumb");
+}
+
+ExitStatus decode(const Options& options)
+{
+    const std::string name = options.file == "-" ? "standard input" : options.file;
+    DecodeReport report(std::cout, std::cerr, name, {options.json, wantsColour()});
+    StreamCutter cutter(formatOf(options.format), report);
+    try {
+        const Input input(options.file);
+        std::vector<std::uint8_t> piece(kPiece);
+        while (!cutter.stopped() && std::cout) {
+            const std::size_t count = input.read(piece);
+            if (count == 0) break;
+            cutter.take(Bytes(piece).first(count));
+        }
+    } catch (const std::system_error& error) {
+        printLine(std::cerr, "orvanectl: cannot read ", name, ": ", error.code().message());
+        return kFailed;
+    }
+    if (!cutter.stopped()) cutter.end();
+    if (!std::cout) {
+        printLine(std::cerr, "orvanectl: cannot write to standard output");
+        return kFailed;
+    }
+    return report.isClean() ? kDone : kFailed;
+}
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  orvanectl decode queue.bin                  a paragraph for each frame\n"
+    "  orvanectl decode --json frames.bin          a line of JSON for each frame\n"
+    "  orvanectl decode --format frames noise.bin  search for frames from the first byte on\n"
+    "  tail -c +1 -f queue.bin | orvanectl decode  follow a file that grows\n"
+    "\n"
+    "Exit status: 0 if everything was decoded and every checksum was right, 1 if not or if FILE\n"
+    "can't be read, 2 for a wrong command line.";
+
+}  // namespace
+
+Verb addDecodeVerb(CLI::App& tool)
+{
+    static const std::vector<std::string> kFormats = {"auto", "records", "frames"};
+
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command = tool.add_subcommand(
+        "decode", "Print GSSIP queue records or bare frames decoded, with their checksums verified. What can't be "
+                  "decoded is reported on standard error with its offset.");
+    command->footer(kExamples);
+    command->add_option("FILE", options->file, "what to read; - or none for standard input")->type_name("");
+    command->add_option("--format", options->format, "auto (by the first two bytes), records or frames")
+        ->check(CLI::IsMember(kFormats).description(""))
+        ->type_name("FORMAT");
+    command->add_flag("--json", options->json, "one JSON object a line");
+    return {command, [options] { return decode(*options); }};
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,51 @@
+#include "lab/ctl/Verb.h"
+#include "utilities/ConsoleLine.h"
+
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb};
+
+constexpr const char* kExamples = "Examples:\n"
+                                  "  orvanectl decode queue.bin\n"
+                                  "  orvanectl decode --json - < frames.bin\n"
+                                  "  orvanectl decode --help";
+
+int run(int argc, char** argv)
+{
+    CLI::App tool("Looks at what OrvaneServer exchanges with the unit.", "orvanectl");
+    tool.set_version_flag("--version", "orvanectl " ORVANE_VERSION);
+    tool.footer(kExamples);
+    tool.require_subcommand(1);
+    tool.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "orvanectl: " + std::string(error.what()) + " (orvanectl --help tells more)\n";
+    });
+
+    std::vector<orvanectl::Verb> verbs;
+    for (const auto add : kVerbs) verbs.push_back(add(tool));
+    try {
+        tool.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and version end this way too, with 0.
+        return tool.exit(error, std::cout, std::cerr) == 0 ? orvanectl::kDone : orvanectl::kMisused;
+    }
+    for (const orvanectl::Verb& verb : verbs)
+        if (verb.command->parsed()) return verb.run();
+    return orvanectl::kMisused;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return orvanectl::kFailed;
+    }
+}

@@ -1,0 +1,156 @@
+#include "lab/ctl/Rendering.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvanectl {
+
+namespace {
+
+constexpr const char* kRed = "\x1B[31m";
+constexpr const char* kPlain = "\x1B[0m";
+constexpr std::size_t kLongestText = 64;
+constexpr std::size_t kTextsOfRow = 10;
+
+const char* nameOfNotFinite(double number)
+{
+    if (std::isnan(number)) return "nan";
+    return number > 0 ? "inf" : "-inf";
+}
+
+bool isNotFinite(const Json& value)
+{
+    return value.is_number_float() && !std::isfinite(value.get<double>());
+}
+
+void replaceNotFinite(const std::string& name, Json& value, std::vector<std::string>& notes)
+{
+    const auto below = [&](const std::string& key) { return name.empty() ? key : name + "." + key; };
+    if (value.is_object()) {
+        for (auto& [key, member] : value.items()) replaceNotFinite(below(key), member, notes);
+    } else if (value.is_array()) {
+        std::size_t index = 0;
+        for (Json& element : value) replaceNotFinite(below(std::to_string(index++)), element, notes);
+    } else if (isNotFinite(value)) {
+        notes.push_back(name + " is " + nameOfNotFinite(value.get<double>()));
+        value = nullptr;
+    }
+}
+
+std::string dumped(const Json& value)
+{
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+class ParagraphWriter {
+public:
+    explicit ParagraphWriter(bool colour) : m_colour(colour) {}
+
+    void line(const std::string& text) { m_text += text + '\n'; }
+
+    void members(const Json& object, std::size_t depth)
+    {
+        for (const auto& [name, value] : object.items()) member(name, value, depth);
+    }
+
+    std::string take() { return std::move(m_text); }
+
+private:
+    void member(const std::string& name, const Json& value, std::size_t depth)
+    {
+        const std::string front = std::string(2 * depth, ' ') + name + ':';
+        // The values of a message are many: a line for each.
+        const bool inOneLine = value.is_object() && isFlat(value) && name != "message";
+        if (inOneLine) {
+            line(front + ' ' + listed(value));
+        } else if (value.is_object()) {
+            line(front);
+            members(value, depth + 1);
+        } else if (value.is_array()) {
+            line(value.empty() ? front + " none" : front);
+            elements(value, depth + 1);
+        } else if (value.is_string() && value.get_ref<const std::string&>().size() > kLongestText) {
+            line(front);
+            cutText(value.get_ref<const std::string&>(), depth + 1);
+        } else {
+            line(front + ' ' + plain(name, value));
+        }
+    }
+
+    /// Objects a line each, plain values ten a line.
+    void elements(const Json& array, std::size_t depth)
+    {
+        const std::string front(2 * depth, ' ');
+        std::string row;
+        std::size_t inRow = 0;
+        for (const Json& element : array) {
+            if (element.is_object()) {
+                line(front + listed(element));
+                continue;
+            }
+            row += (row.empty() ? front : " ") + plain("", element);
+            if (++inRow == kTextsOfRow) {
+                line(row);
+                row.clear();
+                inRow = 0;
+            }
+        }
+        if (!row.empty()) line(row);
+    }
+
+    void cutText(std::string_view text, std::size_t depth)
+    {
+        for (; !text.empty(); text.remove_prefix(std::min(text.size(), kLongestText)))
+            line(std::string(2 * depth, ' ') + std::string(text.substr(0, kLongestText)));
+    }
+
+    static bool isFlat(const Json& object)
+    {
+        return std::ranges::none_of(object, [](const Json& member) { return member.is_structured(); });
+    }
+
+    std::string listed(const Json& object) const
+    {
+        std::string text;
+        for (const auto& [name, value] : object.items())
+            text += (text.empty() ? "" : ", ") + name + ' ' + plain(name, value);
+        return text;
+    }
+
+    std::string plain(const std::string& name, const Json& value) const
+    {
+        if (isNotFinite(value)) return nameOfNotFinite(value.get<double>());
+        if (value.is_null()) return "-";
+        if (!value.is_string()) return dumped(value);
+        const auto& text = value.get_ref<const std::string&>();
+        const bool isWrong = name.ends_with("_checksum") && text == "bad";
+        return m_colour && isWrong ? kRed + text + kPlain : text;
+    }
+
+    bool m_colour;
+    std::string m_text;
+};
+
+}  // namespace
+
+std::string jsonLine(Json fields)
+{
+    std::vector<std::string> notes;
+    replaceNotFinite("", fields, notes);
+    if (!notes.empty()) fields["notes"] = notes;
+    return dumped(fields) + '\n';
+}
+
+std::string paragraph(const std::string& heading, const Json& fields, bool colour)
+{
+    ParagraphWriter writer(colour);
+    writer.line(heading);
+    writer.members(fields, 1);
+    writer.line("");
+    return writer.take();
+}
+
+}  // namespace orvanectl

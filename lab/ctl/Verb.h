@@ -1,0 +1,25 @@
+#ifndef LAB_CTL_VERB_H
+#define LAB_CTL_VERB_H
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace orvanectl {
+
+/// How the tool ends.
+enum ExitStatus : int { kDone = 0, kFailed = 1, kMisused = 2 };
+
+/// A verb of the tool: what the command line says of it, and what it does once that is read. To add one, write its unit
+/// with a function as below and name that in the list of OrvaneCtl.cpp.
+struct Verb {
+    CLI::App* command;  // belongs to the tool's
+    std::function<ExitStatus()> run;
+};
+
+/// Decodes GSSIP records or frames.
+Verb addDecodeVerb(CLI::App& tool);
+
+}  // namespace orvanectl
+
+#endif

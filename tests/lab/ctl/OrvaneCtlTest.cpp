@@ -1,0 +1,178 @@
+#include "nlohmann/json.hpp"
+#include "tests/lab/ctl/Samples.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace samples;
+using Ending = ChildProcess::Ending;
+
+namespace {
+
+const std::string kTool = ORVANE_CTL_BINARY;
+
+struct Finished {
+    Ending ending;
+    std::string output;
+    std::string errors;
+};
+
+Finished run(const std::vector<std::string>& arguments)
+{
+    ChildProcess tool(arguments);
+    const Ending ending = tool.wait();
+    return {ending, tool.output(), tool.errors()};
+}
+
+/// The first of `arguments` is the script's $1; the tool is its $0.
+Finished shell(const std::string& script, const std::string& argument = "")
+{
+    return run({"/bin/sh", "-c", script, kTool, argument});
+}
+
+struct OrvaneCtlTest : testing::Test {
+    TemporaryDirectory directory;
+};
+
+}  // namespace
+
+TEST_F(OrvaneCtlTest, HelpHasExamplesAndEndsWithZero)
+{
+    for (const std::vector<std::string>& arguments :
+         {std::vector{kTool, "--help"s}, std::vector{kTool, "decode"s, "--help"s}}) {
+        const Finished result = run(arguments);
+        EXPECT_EQ(result.ending, Ending({0, 0}));
+        EXPECT_NE(result.output.find("Examples:\n  orvanectl decode queue.bin"), std::string::npos) << result.output;
+        EXPECT_EQ(result.errors, "");
+    }
+}
+
+TEST_F(OrvaneCtlTest, VersionIsTheProjects)
+{
+    const Finished result = run({kTool, "--version"});
+    EXPECT_EQ(result.ending, Ending({0, 0}));
+    EXPECT_EQ(result.output, "orvanectl " ORVANE_VERSION "\n");
+}
+
+TEST_F(OrvaneCtlTest, WrongCommandLineEndsWithTwo)
+{
+    for (const char* arguments : {"", "--bogus", "bogus", "decode --bogus", "decode --format", "decode --format 1",
+                                  "decode --format xml", "decode one two"}) {
+        const Finished result = shell("\"$0\" " + std::string(arguments));
+        EXPECT_EQ(result.ending, Ending({2, 0})) << arguments;
+        EXPECT_TRUE(result.errors.starts_with("orvanectl: ")) << result.errors;
+        EXPECT_EQ(result.output, "") << arguments;
+    }
+}
+
+TEST_F(OrvaneCtlTest, FileThatCannotBeReadIsNamed)
+{
+    const std::string missing = (directory.path() / "missing.bin").string();
+    Finished result = run({kTool, "decode", missing});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_EQ(result.errors, "orvanectl: cannot read " + missing + ": No such file or directory\n");
+    result = run({kTool, "decode", directory.path().string()});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_EQ(result.errors, "orvanectl: cannot read " + directory.path().string() + ": Is a directory\n");
+}
+
+TEST_F(OrvaneCtlTest, RecordsAreDecodedInOrder)
+{
+    const Finished result = run({kTool, "decode", "--json", directory.write("queue.bin", kWarningRecord + kAckRecord)});
+    EXPECT_EQ(result.ending, Ending({0, 0}));
+    EXPECT_EQ(result.errors, "");
+    const std::size_t lineEnd = result.output.find('\n');
+    const auto first = nlohmann::json::parse(result.output.substr(0, lineEnd));
+    const auto second = nlohmann::json::parse(result.output.substr(lineEnd + 1));
+    EXPECT_EQ(first.at("record").at("device_id").at("server_name"), "ZentorM");
+    EXPECT_EQ(first.at("message").at("warningText"), "HELLO, this warning has 32 chars");
+    EXPECT_EQ(second.at("offset"), 110);
+}
+
+TEST_F(OrvaneCtlTest, FormatCanBeForced)
+{
+    const std::string noise = directory.write("noise.bin", "noise" + kAck);
+    EXPECT_EQ(run({kTool, "decode", noise}).output, "");
+    const Finished result = run({kTool, "decode", "--format", "frames", noise});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_TRUE(result.output.starts_with("frame at 5: message 8504\n")) << result.output;
+}
+
+TEST_F(OrvaneCtlTest, BadChecksumEndsWithOneAndIsNotColouredInAFile)
+{
+    const std::string file = directory.write("frames.bin", with(kUnknown, 10, "\x02"s) + kAck);
+    const Finished result = run({kTool, "decode", file});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_NE(result.output.find("data_checksum bad\n"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("frame at 18: message 8504\n"), std::string::npos) << result.output;
+    EXPECT_EQ(result.errors, "orvanectl: " + file + ": offset 0: bad data checksum: 0xD430 instead of 0xD42F\n");
+}
+
+TEST_F(OrvaneCtlTest, TruncatedRecordEndsWithOneBehindTheWholeOnes)
+{
+    const std::string file = directory.write("queue.bin", kAckRecord + kWarningRecord.substr(0, 100));
+    const Finished result = run({kTool, "decode", file});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_TRUE(result.output.starts_with("record at 0: message 8504\n")) << result.output;
+    EXPECT_EQ(result.errors, "orvanectl: " + file + ": offset 66: record cut short: 100 of 110 bytes\n");
+}
+
+TEST_F(OrvaneCtlTest, GarbageEndsWithOne)
+{
+    const std::string file = directory.write("garbage.bin", "garbage");
+    const Finished result = run({kTool, "decode", file});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "orvanectl: " + file +
+                                 ": offset 0: neither a record (00 00 or 00 01) nor a frame (FF 81) begins here: "
+                                 "bytes 67 61\n");
+}
+
+TEST_F(OrvaneCtlTest, StandardInputIsReadWithAndWithoutADash)
+{
+    const std::string file = directory.write("frames.bin", kAck);
+    for (const char* script : {"\"$0\" decode < \"$1\"", "\"$0\" decode - < \"$1\"", "cat \"$1\" | \"$0\" decode -"}) {
+        const Finished result = shell(script, file);
+        EXPECT_EQ(result.ending, Ending({0, 0})) << script;
+        EXPECT_TRUE(result.output.starts_with("frame at 0: message 8504\n")) << result.output;
+    }
+    EXPECT_EQ(shell("printf x | \"$0\" decode").errors,
+              "orvanectl: standard input: offset 0: neither a record (00 00 or 00 01) nor a frame (FF 81) begins here: "
+              "byte 78\n");
+}
+
+TEST_F(OrvaneCtlTest, FrameIsShownBeforeTheNextOneComes)
+{
+    const std::string pipe = (directory.path() / "pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ChildProcess tool({kTool, "decode", pipe});
+    const int descriptor = open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    ASSERT_EQ(write(descriptor, kWarning.data(), kWarning.size()), 54);
+    EXPECT_TRUE(eventually([&] { return tool.output().ends_with("32 chars\n\n"); })) << tool.output();
+    close(descriptor);
+    EXPECT_EQ(tool.wait(), Ending({0, 0}));
+}
+
+TEST_F(OrvaneCtlTest, OutputThatCannotBeWrittenEndsWithOne)
+{
+    const Finished result = shell("\"$0\" decode \"$1\" > /dev/full", directory.write("frames.bin", kAck));
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_EQ(result.errors, "orvanectl: cannot write to standard output\n");
+}
+
+TEST_F(OrvaneCtlTest, ColourIsForTerminalsAndNotWithNoColor)
+{
+    const std::string file = directory.write("frames.bin", with(kUnknown, 10, "\x02"s));
+    const std::string onTerminal = "TERM=xterm script -q -e -c \"'$0' decode '$1'\" /dev/null; true";
+    EXPECT_NE(shell(onTerminal, file).output.find("data_checksum \x1B[31mbad\x1B[0m"), std::string::npos);
+    EXPECT_EQ(shell("export NO_COLOR=1; " + onTerminal, file).output.find('\x1B'), std::string::npos);
+    EXPECT_EQ(run({kTool, "decode", file}).output.find('\x1B'), std::string::npos);
+}

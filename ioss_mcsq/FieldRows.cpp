@@ -31,46 +31,23 @@ void copySwapped(const std::uint8_t* from, std::uint8_t* to, std::size_t size)
     }
 }
 
-void unpackField(FieldForm form, const std::uint8_t* from, std::uint8_t* to)
-{
-    switch (form) {
-    case FieldForm::PdpD:
-        convert<PdpD>(from, to, CnvPdpD2PcD);
-        return;
-    case FieldForm::PdpF:
-        convert<PdpF>(from, to, CnvPdpF2PcF);
-        return;
-    case FieldForm::TovelD:
-        convert<TovelD>(from, to, CnvTovelD2PcD);
-        return;
-    case FieldForm::TovelF:
-        convert<TovelF>(from, to, CnvTovelF2PcF);
-        return;
-    case FieldForm::Text32:
-        copySwapped(from, to, blockSizeOf(form));
-        return;
-    case FieldForm::U16:
-    case FieldForm::Byte:
-    case FieldForm::Block256:
-        std::memcpy(to, from, blockSizeOf(form));
-        return;
-    }
-}
+enum class Direction { Unpack, Pack };
 
-void packField(FieldForm form, const std::uint8_t* from, std::uint8_t* to)
+void moveField(FieldForm form, Direction direction, const std::uint8_t* from, std::uint8_t* to)
 {
+    const bool unpacks = direction == Direction::Unpack;
     switch (form) {
     case FieldForm::PdpD:
-        convert<double>(from, to, cnvpcd);
+        unpacks ? convert<PdpD>(from, to, CnvPdpD2PcD) : convert<double>(from, to, cnvpcd);
         return;
     case FieldForm::PdpF:
-        convert<float>(from, to, cnvpcs);
+        unpacks ? convert<PdpF>(from, to, CnvPdpF2PcF) : convert<float>(from, to, cnvpcs);
         return;
     case FieldForm::TovelD:
-        convert<double>(from, to, CnvPcD2TovelE);
+        unpacks ? convert<TovelD>(from, to, CnvTovelD2PcD) : convert<double>(from, to, CnvPcD2TovelE);
         return;
     case FieldForm::TovelF:
-        convert<float>(from, to, CnvPcF2TovelF);
+        unpacks ? convert<TovelF>(from, to, CnvTovelF2PcF) : convert<float>(from, to, CnvPcF2TovelF);
         return;
     case FieldForm::Text32:
         copySwapped(from, to, blockSizeOf(form));
@@ -88,18 +65,24 @@ bool fits(const FieldRow& row, std::size_t blockSize, std::size_t recordSize)
     return row.block + blockSizeOf(row.form) <= blockSize && row.record + recordSizeOf(row.form) <= recordSize;
 }
 
+void moveRows(std::span<const FieldRow> rows, Direction direction, std::span<const std::uint8_t> from,
+              std::span<std::uint8_t> to)
+{
+    const bool unpacks = direction == Direction::Unpack;
+    for (const FieldRow& row : rows)
+        if (fits(row, unpacks ? from.size() : to.size(), unpacks ? to.size() : from.size()))
+            moveField(row.form, direction, from.data() + (unpacks ? row.block : row.record),
+                      to.data() + (unpacks ? row.record : row.block));
+}
+
 }  // namespace
 
 void unpackRows(std::span<const FieldRow> rows, std::span<const std::uint8_t> block, std::span<std::uint8_t> record)
 {
-    for (const FieldRow& row : rows)
-        if (fits(row, block.size(), record.size()))
-            unpackField(row.form, block.data() + row.block, record.data() + row.record);
+    moveRows(rows, Direction::Unpack, block, record);
 }
 
 void packRows(std::span<const FieldRow> rows, std::span<const std::uint8_t> record, std::span<std::uint8_t> block)
 {
-    for (const FieldRow& row : rows)
-        if (fits(row, block.size(), record.size()))
-            packField(row.form, record.data() + row.record, block.data() + row.block);
+    moveRows(rows, Direction::Pack, record, block);
 }

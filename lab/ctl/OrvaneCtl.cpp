@@ -31,7 +31,10 @@ int run(int argc, char** argv)
         tool.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         // Help and version end this way too, with 0.
-        return tool.exit(error, std::cout, std::cerr) == 0 ? orvanectl::kDone : orvanectl::kMisused;
+        if (tool.exit(error, std::cout, std::cerr) != 0) return orvanectl::kMisused;
+        if (std::cout.flush()) return orvanectl::kDone;
+        printLine(std::cerr, "orvanectl: cannot write to standard output");
+        return orvanectl::kFailed;
     }
     for (const orvanectl::Verb& verb : verbs)
         if (verb.command->parsed()) return verb.run();

@@ -74,9 +74,17 @@ bool readRecord(aspn2_msgs::idl::GSSIPPubSubType& type, Bytes bytes, aspn2_msgs:
 void StreamCutter::take(Bytes bytes)
 {
     if (m_stopped || m_ended) return;
-    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position));
-    m_position = 0;
+    if (2 * m_position >= m_bytes.size()) {  // seldom enough that each byte is moved once or so
+        m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position));
+        m_sums.erase(m_sums.begin(), m_sums.begin() + static_cast<std::ptrdiff_t>(m_position));
+        m_position = 0;
+    }
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    for (std::size_t end = m_sums.size(); end <= m_bytes.size(); ++end) {
+        const unsigned before = end < 2 ? 0u : m_sums[end - 2];
+        const unsigned word = end < 2 ? 0u : m_bytes[end - 2] | unsigned{m_bytes[end - 1]} << 8;
+        m_sums.push_back(static_cast<std::uint16_t>(before + word));
+    }
     cut();
 }
 
@@ -167,12 +175,14 @@ bool StreamCutter::stepFrames()
         return lose(textOf("frame cut short: %zu of %zu bytes", bytes.size(), size));
     }
 
-    const Bytes frame = bytes.first(size);
-    if (residualOf(frame.subspan(kGssipHeaderBytes)) != 0) {
-        if (const auto within = findHeader(bytes.first(size).subspan(1)))
+    if (m_sums[m_position + size] != m_sums[m_position + kGssipHeaderBytes]) {
+        // Another header may begin within and end behind.
+        const std::size_t reach = size + kGssipHeaderBytes - 1;
+        if (bytes.size() < reach && !m_ended) return false;
+        if (const auto within = findHeader(bytes.first(std::min(bytes.size(), reach)).subspan(1)))
             return lose(textOf("frame of %zu bytes broken off after %zu, where another one begins", size, *within + 1));
     }
-    m_sink.frame(m_offset, frame);
+    m_sink.frame(m_offset, bytes.first(size));
     skip(size);
     return true;
 }

@@ -38,13 +38,13 @@ protected:
     StreamSink& operator=(const StreamSink&) = default;
 };
 
-/// Cuts a stream into records or frames as its bytes come, in pieces of any size. It keeps no more of them than one
-/// record or frame and the last piece. One thread at a time.
+/// Cuts a stream into records or frames as its bytes come, in pieces of any size. It keeps no more of them than
+/// twice one record or frame and the last piece, and its work grows with their number alone. One thread at a time.
 ///
 /// - `Auto` decides by the first two bytes, once.
 /// - Records are cut by their `num_bytes`, as the service does; where no record can begin it stops.
 /// - Frames are searched for after a problem: the next one is where a delimiter begins a header that sums to 0. A frame
-///   with a wrong data checksum and such a header within counts as broken off there.
+///   with a wrong data checksum and such a header that begins within counts as broken off there.
 class StreamCutter {
 public:
     /// @param sink  outlives this object
@@ -77,8 +77,9 @@ private:
     aspn2_msgs::idl::GSSIPPubSubType m_type;
     aspn2_msgs::idl::GSSIP m_record;
     std::vector<std::uint8_t> m_bytes;
-    std::size_t m_position = 0;  // in m_bytes, of what is not cut yet
-    std::uint64_t m_offset = 0;  // the same in the stream
+    std::vector<std::uint16_t> m_sums{0};  // of the words that end before each byte, in steps of two bytes
+    std::size_t m_position = 0;            // in m_bytes, of what is not cut yet
+    std::uint64_t m_offset = 0;            // the same in the stream
     std::optional<std::uint64_t> m_lostAt;
     bool m_ended = false;
     bool m_stopped = false;

@@ -166,6 +166,8 @@ TEST_F(OrvaneCtlTest, OutputThatCannotBeWrittenEndsWithOne)
     const Finished result = shell("\"$0\" decode \"$1\" > /dev/full", directory.write("frames.bin", kAck));
     EXPECT_EQ(result.ending, Ending({1, 0}));
     EXPECT_EQ(result.errors, "orvanectl: cannot write to standard output\n");
+    EXPECT_EQ(shell("\"$0\" --help > /dev/full", "").ending, Ending({1, 0}));
+    EXPECT_EQ(shell("\"$0\" decode --help > /dev/full", "").ending, Ending({1, 0}));
 }
 
 TEST_F(OrvaneCtlTest, ColourIsForTerminalsAndNotWithNoColor)

@@ -170,3 +170,10 @@ TEST(StreamCutterTest, CutHeaderAtTheEndIsSearchedForTheLastTime)
 {
     EXPECT_EQ(found("xx" + kAck.substr(0, 9), StreamFormat::Frames), Lines({"0 no frame begins here: bytes 78 78"}));
 }
+
+TEST(StreamCutterTest, FrameThatLostItsEndDoesNotTakeTheNextOneWithIt)
+{
+    EXPECT_EQ(found(kWarning.substr(0, 50) + kWarning + kAck),
+              Lines({"0 frame of 54 bytes broken off after 50, where another one begins", "50 resumed after 50",
+                     "50 frame of 54", "104 frame of 10"}));
+}

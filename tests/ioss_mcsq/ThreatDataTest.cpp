@@ -1,5 +1,6 @@
 #include "ioss_mcsq/ThreatData.h"
 
+#include "tests/ioss_mcsq/FrameBytes.h"
 #include "tests/support/ConsoleCapture.h"
 
 #include <gtest/gtest.h>
@@ -14,13 +15,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-std::vector<std::uint8_t> frameBytes(const GssipMessage& message)
-{
-    Bytes bytes(message.frame().size_bytes());
-    std::memcpy(bytes.data(), message.frame().data(), bytes.size());
-    return bytes;
-}
 
 double stored(double seconds)
 {

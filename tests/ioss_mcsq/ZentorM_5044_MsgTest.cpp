@@ -1,5 +1,6 @@
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 
+#include "tests/ioss_mcsq/FrameBytes.h"
 #include "tests/support/ConsoleCapture.h"
 
 #include <gtest/gtest.h>
@@ -12,13 +13,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-std::vector<std::uint8_t> frameBytes(const GssipMessage& message)
-{
-    Bytes bytes(message.frame().size_bytes());
-    std::memcpy(bytes.data(), message.frame().data(), bytes.size());
-    return bytes;
-}
 
 /// Warning 6, "HELLO, this warning has 32 chars", field000 -2.5; the header and both checksums are nonsense.
 constexpr unsigned char kFrame[] = "\xFF\x81\xB4\x13\x15\x00\x00\x90\x11\x22"

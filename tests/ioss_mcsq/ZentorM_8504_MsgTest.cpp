@@ -1,5 +1,6 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 
+#include "tests/ioss_mcsq/FrameBytes.h"
 #include "tests/support/ConsoleCapture.h"
 
 #include <gtest/gtest.h>
@@ -15,13 +16,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-Bytes frameBytes(const GssipMessage& message)
-{
-    Bytes bytes(message.frame().size_bytes());
-    std::memcpy(bytes.data(), message.frame().data(), bytes.size());
-    return bytes;
-}
 
 Bytes blockOf(const packed_msg8504_t& packed)
 {

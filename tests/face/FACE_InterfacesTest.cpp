@@ -1,4 +1,5 @@
 #include "face/FACE_Configuration.h"
+#include "face/FACE_IOSS.h"
 #include "face/FACE_Injectable.h"
 #include "face/FACE_LCM.h"
 #include "tests/support/VirtualSlot.h"
@@ -53,4 +54,46 @@ TEST(InterfacesTest, OperationsOfTheConfigurationStandInTheirOrder)
         virtualSlot(&Configuration::Close)};
     for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + sizeof(void*)) << i;
     EXPECT_TRUE(std::has_virtual_destructor_v<Configuration>);
+}
+
+namespace {
+
+template <class Service>
+void checkSlotsOf()
+{
+    const std::vector<std::uintptr_t> slots = {virtualSlot(&Service::Initialize),
+                                               virtualSlot(&Service::Open_Connection),
+                                               virtualSlot(&Service::Close_Connection),
+                                               virtualSlot(&Service::Read),
+                                               virtualSlot(&Service::Write),
+                                               virtualSlot(&Service::Configure_Connection_Parameters),
+                                               virtualSlot(&Service::Get_Connection_Configuration),
+                                               virtualSlot(&Service::Configure_Bus_Parameters),
+                                               virtualSlot(&Service::Get_Bus_Configuration),
+                                               virtualSlot(&Service::Get_Connection_Status),
+                                               virtualSlot(&Service::Get_Bus_Status),
+                                               virtualSlot(&Service::Register_Notification_Event),
+                                               virtualSlot(&Service::Unregister_Notification_Event),
+                                               virtualSlot(&Service::Set_Reference)};
+    for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + sizeof(void*)) << i;
+    EXPECT_TRUE(std::has_virtual_destructor_v<Service>);
+}
+
+}  // namespace
+
+TEST(InterfacesTest, OperationsOfADeviceServiceStandInTheirOrder)
+{
+    checkSlotsOf<FACE::IOSS::MCSQ::IO_Service>();
+    checkSlotsOf<FACE::IOSS::Devmem::IO_Service>();
+}
+
+TEST(InterfacesTest, NumbersOfDeviceStatesAndEvents)
+{
+    using namespace FACE::IOSS;
+    EXPECT_EQ(NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, 0);
+    EXPECT_EQ(CONNECTION_STATE_TYPE::CLOSED, 0);
+    EXPECT_EQ(CONNECTION_STATE_TYPE::OPENING, 1);
+    EXPECT_EQ(CONNECTION_STATE_TYPE::OPEN, 2);
+    EXPECT_EQ(CONNECTION_STATE_TYPE::FAILED, 4);
+    EXPECT_EQ(sizeof(CONNECTION_STATUS_TYPE), 16U);
 }

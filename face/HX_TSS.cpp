@@ -3,7 +3,6 @@
 #include "face/FACE_Text.h"
 #include "face/HX_Config_Helpers.h"
 #include "face/HX_TSS_Listeners.h"
-#include "face/HX_Topic_Helpers.h"
 #include "utilities/ConsoleLine.h"
 
 #include <fastrtps/Domain.h>
@@ -119,7 +118,9 @@ void HX_TSS::Connection_t::clearSubscriber()
     subscriberListener.reset();
 }
 
-HX_TSS::HX_TSS(const std::string& participant_name) : m_participantName(participant_name) {}
+HX_TSS::HX_TSS(const std::string& participant_name, TypeSource typeSource)
+    : m_participantName(participant_name), m_typeSource(typeSource)
+{}
 
 HX_TSS::~HX_TSS()
 {
@@ -221,7 +222,7 @@ long long HX_TSS::makeConnection(const std::string& name, int handle, RETURN_COD
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
     if (code != RETURN_CODE_TYPE::NO_ERROR) return -1;
 
-    Connection_t connection(name, textOf(topicType), Topics::GetPubSubType(textOf(pubSubType)));
+    Connection_t connection(name, textOf(topicType), m_typeSource(textOf(pubSubType)));
     TopicDataType* const type = connection.pubSubType.get();
     const bool isFirstOfType = type && !isTopicRegistered(type->getName());
     if (!type || !okRegisterTopic(type)) {

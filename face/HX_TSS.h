@@ -4,6 +4,7 @@
 #include "face/FACE_Injectable.h"
 #include "face/FACE_TSS.h"
 #include "face/HX_TSS_Settings.h"
+#include "face/HX_Topic_Helpers.h"
 #include "utilities/ThreadAnnotations.h"
 
 #include <atomic>
@@ -20,12 +21,6 @@ class Publisher;
 class Subscriber;
 
 }  // namespace eprosima::fastrtps
-
-namespace eprosima::fastdds::dds {
-
-class TopicDataType;
-
-}  // namespace eprosima::fastdds::dds
 
 namespace FACE::TSS {
 
@@ -85,8 +80,12 @@ public:
         int writes = 0;  // that are inside the library; under the map's mutex
     };
 
+    /// What makes a type support by its name, for the caller to own; null for an unknown one.
+    using TypeSource = TopicDataType* (*)(const std::string& pubSubType);
+
     /// @param participant_name  what discovery shows and messages quote
-    explicit HX_TSS(const std::string& participant_name);
+    /// @param typeSource        where type supports come from
+    explicit HX_TSS(const std::string& participant_name, TypeSource typeSource = &Topics::GetPubSubType);
     ~HX_TSS() override;
     HX_TSS(const HX_TSS&) = delete;
     HX_TSS& operator=(const HX_TSS&) = delete;
@@ -158,6 +157,7 @@ private:
     std::atomic<bool> m_initialized = false;
     std::shared_ptr<Configuration> m_configuration;
     const std::string m_participantName;
+    const TypeSource m_typeSource;
     eprosima::fastrtps::Participant* m_participant = nullptr;  // removed before the connections, whose types it uses
     HX_TSS_Settings m_settings;
     std::map<std::uint32_t, Connection_t> m_connections GUARDED_BY(m_mutex);

@@ -334,10 +334,9 @@ TEST_F(HX_TSSTest, ANewListenerReplacesTheOldOne)
 TEST(TransportInterfacesTest, OperationsStandInTheirOrder)
 {
     using FACE::TSS::Base;
-    const std::vector<std::uintptr_t> base = {virtualSlot(&Base::Initialize), virtualSlot(&Base::Create_Connection),
-                                              virtualSlot(&Base::Destroy_Connection),
-                                              virtualSlot(&Base::Unregister_Sender),
-                                              virtualSlot(&Base::Unregister_Callback)};
+    const std::vector<std::uintptr_t> base = {
+        virtualSlot(&Base::Initialize), virtualSlot(&Base::Create_Connection), virtualSlot(&Base::Destroy_Connection),
+        virtualSlot(&Base::Unregister_Sender), virtualSlot(&Base::Unregister_Callback)};
     using Typed = FACE::TSS::TypedTS<aspn2_msgs::idl::UTCTime>;
     const std::vector<std::uintptr_t> typed = {virtualSlot(&Typed::Receive_Message), virtualSlot(&Typed::Send_Message),
                                                virtualSlot(&Typed::Register_Sender),

@@ -1,5 +1,5 @@
-#include "face/HX_Config.h"
 #include "face/HX_TSS_Settings.h"
+#include "face/HX_Config.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
@@ -126,8 +126,8 @@ TEST(TransportSettingsTest, OneCountsAsTrue)
 
 TEST(TransportSettingsTest, EachKeyIsNeededWithEveryTransport)
 {
-    for (const char* const key : {"DomainId", "HistoryDepth", "UseBestEffort", "BackFillHistory", "UseTransport",
-                                  "TcpAddress", "TcpPort"}) {
+    for (const char* const key :
+         {"DomainId", "HistoryDepth", "UseBestEffort", "BackFillHistory", "UseTransport", "TcpAddress", "TcpPort"}) {
         const Reading reading = read(TransportConfig().remove(key));
         EXPECT_EQ(reading.code, 4) << key;
         EXPECT_EQ(reading.console, std::string("WARNING - Parameter ") + key + " not found\n");
@@ -144,14 +144,13 @@ TEST(TransportSettingsTest, EveryMissingKeyIsNamedInOrder)
                                      .remove("TcpAddress")
                                      .remove("HistoryDepth")
                                      .remove("UseBestEffort"));
-    EXPECT_EQ(reading.console,
-              "WARNING - Parameter DomainId not found\n"
-              "WARNING - Parameter HistoryDepth not found\n"
-              "WARNING - Parameter UseBestEffort not found\n"
-              "WARNING - Parameter BackFillHistory not found\n"
-              "WARNING - Parameter UseTransport not found\n"
-              "WARNING - Parameter TcpAddress not found\n"
-              "WARNING - Parameter TcpPort not found\n");
+    EXPECT_EQ(reading.console, "WARNING - Parameter DomainId not found\n"
+                               "WARNING - Parameter HistoryDepth not found\n"
+                               "WARNING - Parameter UseBestEffort not found\n"
+                               "WARNING - Parameter BackFillHistory not found\n"
+                               "WARNING - Parameter UseTransport not found\n"
+                               "WARNING - Parameter TcpAddress not found\n"
+                               "WARNING - Parameter TcpPort not found\n");
 }
 
 TEST(TransportSettingsTest, ParticipantDiffersFromTheDefaultsInFiveThings)

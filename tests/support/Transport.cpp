@@ -57,8 +57,9 @@ std::string TransportConfig::text() const
     return text + "  </Parameters></Domain>\n" + m_connections + "</HX_Configurations>\n";
 }
 
-Transport::Transport(const TransportConfig& config, const std::string& participant)
-    : m_tss(std::make_shared<FACE::TSS::HX_TSS>(participant))
+Transport::Transport(const TransportConfig& config, const std::string& participant,
+                     FACE::TSS::HX_TSS::TypeSource typeSource)
+    : m_tss(std::make_shared<FACE::TSS::HX_TSS>(participant, typeSource))
 {
     initialize(m_directory.write("connections.xml", config.text()));
 }

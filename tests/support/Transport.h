@@ -46,7 +46,8 @@ private:
 /// had.
 class Transport {
 public:
-    explicit Transport(const TransportConfig& config, const std::string& participant = "test");
+    explicit Transport(const TransportConfig& config, const std::string& participant = "test",
+                       FACE::TSS::HX_TSS::TypeSource typeSource = &FACE::TSS::Topics::GetPubSubType);
     explicit Transport(const std::string& path, const std::string& participant = "test");
 
     FACE::TSS::HX_TSS& operator*() const { return *m_tss; }
@@ -91,15 +92,15 @@ public:
 
     FACE::TSS::Read_Callback<T> callback()
     {
-        return [this](long long connection, long long transaction, const T& message,
-                      const FACE::TSS::HEADER_TYPE& header, const FACE::Sequence<FACE::TSS::QoS_Element>& qos,
-                      FACE::RETURN_CODE_TYPE::Value&) {
-            Item item{connection, transaction, message, header, {}};
-            for (std::uint32_t i = 0; i < qos.length(); ++i)
-                item.qos.emplace_back(qos[i].name.buffer(), qos[i].value.buffer());
-            const std::lock_guard lock(m_mutex);
-            m_items.push_back(std::move(item));
-        };
+        return
+            [this](long long connection, long long transaction, const T& message, const FACE::TSS::HEADER_TYPE& header,
+                   const FACE::Sequence<FACE::TSS::QoS_Element>& qos, FACE::RETURN_CODE_TYPE::Value&) {
+                Item item{connection, transaction, message, header, {}};
+                for (std::uint32_t i = 0; i < qos.length(); ++i)
+                    item.qos.emplace_back(qos[i].name.buffer(), qos[i].value.buffer());
+                const std::lock_guard lock(m_mutex);
+                m_items.push_back(std::move(item));
+            };
     }
 
     std::vector<Item> items() const

@@ -21,7 +21,7 @@ CommandResponse stamped(std::uint32_t deviceId, std::uint64_t sequence, const st
 {
     CommandResponse message;
     message.header().device_id(static_cast<std::int32_t>(deviceId));
-    message.header().seq_num(sequence);
+    message.header().seq_num(static_cast<std::int64_t>(sequence));
     setToVandToA_fromFpgaTicks(FpgaFace::Instance().fpga_get_SystemCount(), message.header());
     message.command_response(text);
     return message;

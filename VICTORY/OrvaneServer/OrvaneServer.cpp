@@ -1,6 +1,8 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 
+#include "ASPN/CmdResponseStrings.h"
 #include "ASPN/HealthReporter.h"
+#include "ioss_mcsq/GssipMcsq.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 #include "utilities/SleepFully.h"
@@ -11,7 +13,16 @@ using FACE::RETURN_CODE_TYPE;
 using FACE::LCM::Halvex::ReportedState;
 using FACE::LCM::Halvex::RequestedState;
 
-OrvaneServer::OrvaneServer() = default;
+OrvaneServer::OrvaneServer() : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
+{
+    struct Expected {
+        std::uint8_t server;
+        std::uint8_t topic;
+    };
+    constexpr Expected components[] = {{53, 1}, {53, 0}, {39, 0}, {47, 0}, {47, 2}, {49, 0}, {38, 0}};
+    for (const auto& [server, topic] : components)
+        m_partNumberResponses[ASPN2::Components::to_component(server, topic)] = false;
+}
 
 OrvaneServer::~OrvaneServer() = default;
 
@@ -37,10 +48,12 @@ void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RET
     rc = RETURN_CODE_TYPE::NO_ERROR;
     if (m_state == ReportedState::STOPPED && requested == RequestedState::START) {
         Start();
+        m_bitResults.Start();
         SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " started successfully.").c_str());
         m_state = ReportedState::RUNNING;
     } else if (m_state == ReportedState::RUNNING && requested == RequestedState::STOP) {
         Stop();
+        m_bitResults.Stop();
         SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " stopped successfully.").c_str());
         m_state = ReportedState::STOPPED;
     } else {
@@ -82,18 +95,25 @@ void OrvaneServer::workerTurn()
 {
     if (m_testMode) checkForFaultTestEvents();
     attemptBlendedNavigationProcessing();
+    processPartNumbers();
+    if (m_postCompleteSeen) {
+        m_bitResults.cycleCommandedBitStateMachine();
+    } else if (Sys::isPostComplete(m_flagDirectory)) {
+        m_postCompleteSeen = true;
+        performPOSTcomplete();
+    }
 }
 
-void OrvaneServer::checkForFaultTestEvents() {}
-
-void OrvaneServer::attemptBlendedNavigationProcessing() {}
-
-void OrvaneServer::Framework_Connect(const FACE::String&, RETURN_CODE_TYPE::Value& rc)
+void OrvaneServer::checkForFaultTestEvents()
 {
-    rc = RETURN_CODE_TYPE::NO_ERROR;
-}
-
-void OrvaneServer::Framework_Disconnect(RETURN_CODE_TYPE::Value& rc)
-{
-    rc = RETURN_CODE_TYPE::NO_ERROR;
+    // The service must not end while a fault is raised in it. After a restart it is another one, without faults.
+    const SharedLock gate(m_serviceGate);
+    m_victoryFaultHelper.SetAvailableService(m_victoryStarted ? m_service.load() : nullptr);
+    if (const auto generation = m_victoryGeneration.load(); generation != m_faultHelperGeneration) {
+        m_victoryFaultHelper.forgetFaults(VictoryFaultHelper::APNT);
+        m_faultHelperGeneration = generation;
+    }
+    bool tellDisabled = m_tellDisabled;
+    m_victoryFaultHelper.ManageFaults(tellDisabled);
+    m_tellDisabled = tellDisabled;
 }

@@ -155,6 +155,7 @@ void OrvaneServer::readSettings(const FACE::String& file, std::uint16_t& priorit
     m_misSourceServerId = static_cast<std::uint8_t>(misSource);
     m_fusionPNTSourceServerId = static_cast<std::uint8_t>(pntSource);
     takeClearDataTimeouts(FACE::textOf(clearDataTimeouts));
+    prepareCommandedOperations();
     takeGssipSources(FACE::textOf(m_gssipSourceServerSet));
     config.Close(handle, ignored);
 }
@@ -170,6 +171,21 @@ void OrvaneServer::takeClearDataTimeouts(const std::string& list)
     const std::string warning = m_serverName + kTwoValuesNotFound;
     SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, warning.c_str());
     if (m_debug) printLine(std::cout, kSourceUnit, " (", __LINE__, ") ", kFunction, " : ", warning);
+}
+
+void OrvaneServer::prepareCommandedOperations()
+{
+    m_clearDataCommand.setClearDataInProgressTimeout(
+        ClearDataCommand::limitedSeconds(m_clearDataInProgressTimeoutSeconds));
+    m_clearDataCommand.setClearDataRequestTimeout(ClearDataCommand::limitedSeconds(m_clearDataRequestTimeoutSeconds));
+    m_clearDataCommand.setQuiet(!m_debug);
+    const auto send = [this](const std::string& command) { return sendCommandResponseMessage(command); };
+    m_clearDataCommand.setCommandResponseMessageCallback(send);
+    m_bitResults.setCommandResponseMessageCallback(send);
+    m_clearDataCommand.setSendVDBCompleteWarningCallback(
+        [this](ClearDataCommand::ClearDataType type, bool isPassed, const std::string& message) {
+            return sendVDBCompleteWarning(type, isPassed, message);
+        });
 }
 
 void OrvaneServer::takeGssipSources(const std::string& list)

@@ -27,7 +27,7 @@ TEST(CmdResponseTest, CommandsCountFromZeroAndSurviveAReset)
     CmdResponse maker(ASPN2::DeviceIdFactory("KOLT", 52));
     const auto first = maker.makeCommand("REQUEST_CBIT");
     EXPECT_EQ(static_cast<std::uint32_t>(first.header().device_id()), 0x01340200U);
-    EXPECT_EQ(first.header().seq_num(), 0U);
+    EXPECT_EQ(first.header().seq_num(), 0);
     EXPECT_EQ(first.command_identifier(), 0);
     EXPECT_EQ(first.commanded_device_id(), 0);
     EXPECT_EQ(first.command_response_type(), 0U);
@@ -36,7 +36,7 @@ TEST(CmdResponseTest, CommandsCountFromZeroAndSurviveAReset)
     maker.reset(ASPN2::DeviceIdFactory("RENS", 53));
     const auto second = maker.makeCommand("X");
     EXPECT_EQ(static_cast<std::uint32_t>(second.header().device_id()), 0x02350200U);
-    EXPECT_EQ(second.header().seq_num(), 1U);
+    EXPECT_EQ(second.header().seq_num(), 1);
     EXPECT_EQ(second.command_identifier(), 1);
 }
 
@@ -55,33 +55,33 @@ TEST(CmdResponseTest, ResponsesAreCountedApartAndCopyTheCommandsIdentifier)
     command.commanded_device_id(77);
     command.command_identifier(4711);
     const auto response = maker.makeResponse(command, std::string("OrvaneServer"));
-    EXPECT_EQ(response.header().seq_num(), 0U);
+    EXPECT_EQ(response.header().seq_num(), 0);
     EXPECT_EQ(response.commanded_device_id(), 0x01050207);
     EXPECT_EQ(response.command_identifier(), 4711);
     EXPECT_EQ(response.command_response_type(), 1U);
     EXPECT_EQ(response.command_response(), "OrvaneServer");
     EXPECT_EQ(static_cast<std::uint32_t>(response.header().device_id()), 0x01340200U);
-    EXPECT_EQ(maker.makeResponse(command, true).header().seq_num(), 1U);
+    EXPECT_EQ(maker.makeResponse(command, true).header().seq_num(), 1);
     EXPECT_EQ(maker.makeCommand("D").command_identifier(), 2);
 }
 
 TEST(CmdResponseTest, BeforeThereAreRegistersTheStampIsThatOfZeroTicks)
 {
     const auto command = CmdResponse().makeCommand("X");
-    EXPECT_EQ(command.header().tov().sec(), 0);
-    EXPECT_EQ(command.header().tov().nsec(), -8);
-    EXPECT_EQ(command.header().toa().sec(), 0);
-    EXPECT_EQ(command.header().toa().nsec(), -8);
+    EXPECT_EQ(command.header().timestamp_valid().sec(), 0);
+    EXPECT_EQ(command.header().timestamp_valid().nsec(), -8);
+    EXPECT_EQ(command.header().timestamp_arrival().sec(), 0);
+    EXPECT_EQ(command.header().timestamp_arrival().nsec(), -8);
 }
 
 TEST(CmdResponseTest, GivenTicksReplaceTheTimeOfArrivalAlone)
 {
     const auto command = CmdResponse().makeCommand(2ULL * 58982400ULL, "X");
-    EXPECT_EQ(command.header().tov().sec(), 0);
-    EXPECT_EQ(command.header().tov().nsec(), -8);
-    EXPECT_EQ(command.header().toa().sec(), 1);
-    EXPECT_EQ(command.header().toa().nsec(), 999'999'992);
-    EXPECT_EQ(command.header().seq_num(), 0U);
+    EXPECT_EQ(command.header().timestamp_valid().sec(), 0);
+    EXPECT_EQ(command.header().timestamp_valid().nsec(), -8);
+    EXPECT_EQ(command.header().timestamp_arrival().sec(), 1);
+    EXPECT_EQ(command.header().timestamp_arrival().nsec(), 999'999'992);
+    EXPECT_EQ(command.header().seq_num(), 0);
 }
 
 TEST(CmdResponseTest, SuffixFollowsTheStem)

@@ -1,0 +1,20 @@
+#include "VICTORY/OrvaneServer/BuildInfo.h"
+
+namespace BuildInfo {
+
+const char* time()
+{
+    return ORVANE_BUILD_TIME;
+}
+
+const char* partNumber()
+{
+    return ORVANE_PART_NUMBER;
+}
+
+const char* makersStatement()
+{
+    return ORVANE_MAKERS_STATEMENT;
+}
+
+}  // namespace BuildInfo

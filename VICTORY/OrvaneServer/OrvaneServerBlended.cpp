@@ -1,0 +1,104 @@
+#include "ASPN/AspnHelper.h"
+#include "VICTORY/OrvaneServer/BlendedNavigation.h"
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "VICTORY/OrvaneServer/Reports.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
+
+#include <cmath>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace {
+
+constexpr const char* kJoin = "attemptBlendedNavigationProcessing";
+constexpr double kFarthestApart = 1.0;  // s
+
+}  // namespace
+
+void OrvaneServer::attemptBlendedNavigationProcessing()
+{
+    shielded(
+        [this] {
+            const MutexLock lock(m_navDataMutex);
+            if (!m_hasUTCTime || !m_hasPVA || !m_hasFusionPNT || !m_hasMIS || !m_hasAssuranceState || !m_has8504)
+                return;
+
+            struct Pair {
+                const char* label;
+                double apart;  // s
+            };
+            const auto apart = [this](const auto& message) REQUIRES(m_navDataMutex) {
+                return std::fabs(ASPN2::deltaTov(m_utcTime.header(), message.header()));
+            };
+            const Pair pairs[] = {{": UTCTime <-> PVA     deltaTov: ", apart(m_pva)},
+                                  {": UTCTime <-> HXPNT   deltaTov: ", apart(m_fusionPNT)},
+                                  {": UTCTime <-> MIS     deltaTov: ", apart(m_mis)},
+                                  {": UTCTime <-> Ass. St deltaTov: ", apart(m_assuranceState)},
+                                  {": UTCTime <-> 8504    deltaTov: ", apart(m_8504)}};
+            if (!m_quiet) {
+                printLine(std::cout, m_serverName, ": ", kJoin, ": Messages received: ");
+                for (const auto& pair : pairs) printLine(std::cout, m_serverName, ": ", kJoin, pair.label, pair.apart);
+            }
+            for (const auto& pair : pairs)
+                if (!(pair.apart < kFarthestApart)) return;  // not a number is too far apart too
+            if (!m_quiet)
+                printLine(std::cout, m_serverName, ": ", kJoin,
+                          ": *** All synchronized messages received. Processing... ");
+
+            ZentorM_8504_Msg receiver;
+            if (receiver.ok_set_8504_gpsip(m_8504.data().data(), static_cast<std::uint32_t>(m_8504.num_bytes()))) {
+                receiver.unpack_8504();
+                encodeVictoryBlendedNavigation(m_utcTime, m_fusionPNT, m_mis, m_pva, m_assuranceState,
+                                               receiver.unpacked());
+            }
+            m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
+        },
+        [this](const char* what) {
+            const std::string text =
+                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
+                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
+            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
+            printLine(std::cout, Reports::location(), kJoin,
+                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
+        });
+}
+
+void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const HalvexPNT& pnt,
+                                                  const MeasurementIncorporationStatus& mis,
+                                                  const PositionVelocityAttitude& pva, const AssuranceState& assurance,
+                                                  unpacked_msg8504_t receiver)
+{
+    const bool told = whileStarted([&](VapntsService* service) {
+        const auto record = BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, m_gpsLost.load()},
+                                                      BlendedNavigation::measSources().first(m_measSourceRows));
+        VapntcTime time = {};
+        set_VictoryTime(time, utcTime, !m_quiet);
+        if (!m_tellDisabled) vapntsTellBlendedNavigationData(service, record, &time);
+    });
+    if (!told)
+        Reports::sendFault("encodeVictoryBlendedNavigation",
+                           m_serverName + ": Cannot publish APNT Blended Navigation data while APNT service is not "
+                                          "running!");
+}
+
+void OrvaneServer::set_VictoryTime(VapntcTime& time, const UTCTime& utcTime, bool print)
+{
+    time = BlendedNavigation::victoryTime(utcTime);
+    if (!print) return;
+    std::ostringstream text;
+    text << time.year << time.month << time.day << ":" << time.hour << time.minute << time.seconds << "."
+         << std::setfill('0') << std::setw(9) << time.nanoseconds;
+    printLine(std::cout, "OrvaneServer, set_VictoryTime (", __LINE__, ") ", text.str());
+}
+
+void OrvaneServer::initMeasSourceEncoder()
+{
+    m_measSourceRows = BlendedNavigation::measSources().size();
+}
+
+const VapntcMeasSource* OrvaneServer::encodeVictoryMeasSource(unsigned short id) const
+{
+    return id < m_measSourceRows ? &BlendedNavigation::measSources()[id] : nullptr;
+}

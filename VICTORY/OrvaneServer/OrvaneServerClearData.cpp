@@ -1,0 +1,76 @@
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "VICTORY/OrvaneServer/Reports.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
+
+#include <iostream>
+
+int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* service, VapntcSystemData* data) noexcept
+{
+    constexpr const char* kFunction = "cbClearSystemDataCallback";
+    auto* const server = static_cast<OrvaneServer*>(context);
+    shielded(
+        [&] {
+            if (!server) {
+                Reports::sendEvent(EventTypes::EVENT_FAULT, "OrvaneServer: instance pointer was not found in VICTORY "
+                                                            "callbackData parameter");
+                return;
+            }
+            if (server->m_debug) printLine(std::cout, "CALLBACK RECIEVED --- ");
+            if (server->m_sanitizeRequested) {
+                Reports::sendEvent(EventTypes::EVENT_FAULT,
+                                   server->m_serverName +
+                                       ": Sanitize in progress, not processing APNT clear system data command");
+                return;
+            }
+            if (!server->m_victoryStarted) {
+                Reports::sendEvent(EventTypes::EVENT_FAULT,
+                                   server->m_serverName + " : Ignored. Cannot process APNT Clear System Data while "
+                                                          "APNT service is not running!");
+                return;
+            }
+            // The answer says that the request was heard; how the erasing ends reaches the client as a warning.
+            server->processClearDataRequest(service, data);
+            vapntsTellClearSystemData(service, 0);
+        },
+        [&](const char* what) { Reports::sendCallbackException(kFunction, what); });
+    shielded(
+        [&] {
+            // The word is always this one.
+            if (server && !server->m_quiet) printLine(std::cout, kFunction, " : ", "Return code to VDB: ", "ERROR");
+        },
+        [](const char*) {});
+    return 1;
+}
+
+bool OrvaneServer::processClearDataRequest(VapntsService*, VapntcSystemData* data)
+{
+    constexpr const char* kFunction = "processClearDataRequest";
+    if (!m_victoryStarted) {
+        Reports::sendEvent(EventTypes::EVENT_FAULT, m_serverName + " : Ignored. Cannot process APNT Clear System Data "
+                                                                   "requests while APNT service is not running!");
+        return true;
+    }
+
+    const auto report = [this](const std::string& text) {
+        Reports::sendFault(kFunction, text, m_quiet ? Reports::Console::Omit : Reports::Console::Print);
+        sendVDBcustomWarning(text);
+    };
+    auto type = ClearDataCommand::CLEAR_NONE;
+    if (!data) {
+        if (!m_quiet) printLine(std::cout, "No command provided, Zeroize device command type");
+        type = ClearDataCommand::CLEAR_ZEROIZE;
+    } else if (*data == VAPNTC_SYSTEM_DATA_ALL) {
+        type = ClearDataCommand::CLEAR_DESTROY;
+    } else if (*data == VAPNTC_SYSTEM_DATA_CRYPTO) {
+        report(m_serverName + ": VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.");
+        return false;
+    } else if (*data == VAPNTC_SYSTEM_DATA_INVALID) {
+        report(m_serverName + ": Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do.");
+    } else {
+        report(m_serverName + ": Unknown systemDataType: " + std::to_string(*data));
+        return false;
+    }
+    if (m_debug) printLine(std::cout, "Identified eClearType = ", m_clearDataCommand.requestName(type));
+    return m_clearDataCommand.processClearDataRequestType(type);
+}

@@ -1,0 +1,193 @@
+#include "PCSMaintReporter/PCSMaintReporter.h"
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryXmlHelpers.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Saturate.h"
+#include "utilities/Shielded.h"
+
+#include <iostream>
+#include <tinyxml2.h>
+
+namespace {
+
+constexpr double kPublicationRate = 1.0;
+constexpr unsigned long kShortestPeriodMs = 1000;
+constexpr const char* kNoInstance = "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
+
+bool readFile(const std::string& path, std::array<char, 65536>& buffer)
+{
+    return vutilReadStringFromFile(path.c_str(), static_cast<int>(buffer.size()), buffer.data()) == 0;
+}
+
+}  // namespace
+
+bool OrvaneServer::InitializeVictory(const char* vclText)
+{
+    const MutexLock lock(m_lifeCycleMutex);
+    return startVictory(vclText);
+}
+
+bool OrvaneServer::ShutdownVictory()
+{
+    const MutexLock lock(m_lifeCycleMutex);
+    return shutdownVictory();
+}
+
+bool OrvaneServer::startVictory(const char* vclText)
+{
+    bool started = false;
+    shielded([&] { started = startService(vclText); },
+             [&](const char* what) {
+                 Reports::sendCallbackException("InitializeVictory", what);
+                 discardService();
+             });
+    return started;
+}
+
+bool OrvaneServer::startService(const char* vclText)
+{
+    // From here on, what the library prints comes by. A redirection that is in force already stays.
+    m_outputRedirector.redirect(
+        [this](const char* text, unsigned int size) { return static_cast<int>(logMaintenanceEvent(text, size)); });
+    if (m_victoryStarted) return true;
+
+    initMeasSourceEncoder();
+    initWarningIdEncoder();
+    const bool bitReady = m_bitResults.Initialize("Halvex", saturate<std::int32_t>(m_BITtimeoutSeconds), m_debug);
+
+    bool hasTexts = readFile(m_victoryConfigurationFile, m_victoryConfigurationText);
+    if (!vclText) {
+        hasTexts = readFile(m_vclFile, m_vclText) && hasTexts;
+        vclText = m_vclText.data();
+    }
+    VapntsService* const service = hasTexts ? vapntsNewService(m_victoryConfigurationText.data(), vclText) : nullptr;
+    if (!service) {
+        Reports::sendFault("InitializeVictory", m_serverName + " Error reading VICTORY APNT configuration file.");
+        return false;
+    }
+    m_service = service;
+
+    vapntsInitSaveVclidCallback(service, &cbSaveVclidCallback, this);
+    for (const int group :
+         {VAPNTS_PUB_GROUP_BLENDED_NAVIGATION, VAPNTS_PUB_GROUP_WARNING_MESSAGES, VAPNTS_PUB_GROUP_NAVWAR_SA})
+        vapntsInitPubGroup(service, group, kPublicationRate);
+    // Blended Navigation has no call-back: the worker pushes it when it has it.
+    vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_NAVWAR_SA, &cbTellNavWarSaCallback, this);
+    vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_WARNING_MESSAGES, &cbTellWarningMessagesCallback, this);
+    vapntsInitTellClearSystemDataCallback(service, &cbClearSystemDataCallback, this);
+    vapntsInitTellSystemConfigurationCallback(service, &cbTellSystemConfigurationCallback, this);
+
+    initVictoryDefaultManagementData();
+    initVictoryDefaultVDMData();
+    if (vapntsStartService(service) != 0) {
+        Reports::sendFault("InitializeVictory", m_serverName + " Error starting VICTORY APNT service.");
+        discardService();
+        return false;
+    }
+    ++m_victoryGeneration;
+    m_victoryStarted = true;
+    return bitReady;
+}
+
+void OrvaneServer::discardService()
+{
+    m_victoryStarted = false;
+    if (auto* const service = m_service.exchange(nullptr)) vapntsDeleteService(service);
+}
+
+bool OrvaneServer::shutdownVictory()
+{
+    {
+        const ExclusiveLock gate(m_serviceGate);  // whoever is in the library has left it then
+        if (!m_victoryStarted.exchange(false)) return false;
+    }
+    // No lock that a call-back takes: this waits for them.
+    vapntsDeleteService(m_service);
+    Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " : VapntsService exited");
+    if (m_debug) printLine(std::cout, m_serverName, " : VapntsService exited");
+    return true;
+}
+
+bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
+{
+    const MutexLock lock(m_lifeCycleMutex);
+    constexpr const char* kFunction = "updateVDMdataRate";
+    printLine(std::cout, Reports::location(), kFunction, " : Updating VDM rate to ", periodMs, " milliseconds.");
+    if (periodMs < kShortestPeriodMs) return false;
+    printLine(std::cout, Reports::location(), kFunction, " : Restarting APNT.");
+
+    // What can't be loaded or found is not told: the start below tells what the library thinks of the text.
+    tinyxml2::XMLDocument document;
+    document.LoadFile(m_vclFile.c_str());
+    const std::string period = std::to_string(periodMs);
+    VICTORY::updateConfigItemInVclXml(document, "ASSURED_PNT_BLENDED_NAVIGATION", "updatePeriod", period.c_str());
+    VICTORY::updateConfigItemInVclXml(document, "ASSURED_PNT_NAVWAR_SA", "updatePeriod", period.c_str());
+    tinyxml2::XMLPrinter printer;
+    document.Print(&printer);
+
+    shutdownVictory();
+    m_updatedVclText = printer.CStr();
+    startVictory(m_updatedVclText.c_str());
+    return true;
+}
+
+void OrvaneServer::performPOSTcomplete()
+{
+    whileStarted([this](VapntsService* service) {
+        vapntsInitTellExecuteBuiltInTestsCallback(service, &BuiltInTests::ExecuteBuiltInTestsCallback, &m_bitResults,
+                                                  0);
+        vapntsInitTellGetBuiltInTestResultsCallback(service, &BuiltInTests::GetBuiltInTestResultsCallback,
+                                                    &m_bitResults);
+        vapntsInitTellClearBuiltInTestResultsCallback(service, &BuiltInTests::ClearBuiltInTestResultsCallback,
+                                                      &m_bitResults);
+    });
+}
+
+unsigned int OrvaneServer::logMaintenanceEvent(const char* text, unsigned int length)
+{
+    const std::string line(text, length);
+    if (m_debug) printLine(std::cout, Reports::location(), "logMaintenanceEvent", ": OrvaneServer SOAP Error: ", line);
+    if (line.find("SOAP 1.2 fault SOAP-ENV:Sender") == std::string::npos) return 0;
+    using Reporter = PCSMaintReporter;
+    constexpr auto noUnit = Reporter::eLru{0};
+    constexpr auto noComponent = Reporter::eCmpo{0};
+    Reporter::Instance().sendLongDescriptionMultiMaintenanceEvent(
+        line, ASPN2::ServerIds::OrvaneServer_name, Reporter::eCrit{3}, Reporter::eOutcome{3}, 52, Reporter::eCat{11},
+        Reporter::eLru{1}, Reporter::eCmpo{1}, noUnit, noComponent, noUnit, noComponent, noUnit, noComponent, 0,
+        "SOAP");
+    return length;
+}
+
+int OrvaneServer::cbSaveVclidCallback(void* context, VapntsService*, const char* vclText) noexcept
+{
+    constexpr const char* kFunction = "cbSaveVclidCallback";
+    int answer = 1;
+    shielded(
+        [&] {
+            if (!context) {
+                Reports::sendFault(kFunction, kNoInstance);
+                return;
+            }
+            auto& server = *static_cast<OrvaneServer*>(context);
+            if (server.m_clearDataCommand.state() == ClearDataCommand::STATE_IN_PROGRESS) {
+                Reports::sendFault(kFunction,
+                                   server.m_serverName + " : APNT Clear in progress, not processing SaveVCLID command");
+                return;
+            }
+            if (!server.m_victoryStarted) {
+                Reports::sendFault(kFunction, server.m_serverName +
+                                                  " : Ignored. Cannot save VCLID / VCL XML file while "
+                                                  "APNT service is not running!");
+                answer = 0;
+                return;
+            }
+            if (!server.m_quiet) printLine(std::cout, server.m_serverName, ": Saving VCLID file: ", server.m_vclFile);
+            answer = vclText && vutilWriteStringToFile(vclText, server.m_vclFile.c_str()) == 0 ? 0 : 1;
+        },
+        [&](const char* what) {
+            answer = 1;
+            Reports::sendCallbackException(kFunction, what);
+        });
+    return answer;
+}

@@ -1,0 +1,171 @@
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "VICTORY/OrvaneServer/Reports.h"
+#include "ioss_mcsq/ZentorM_5044_Msg.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
+#include "utilities/StringUtils.h"
+
+#include <iostream>
+
+namespace {
+
+constexpr std::size_t kMostWarnings = VAPNTC_MAX_ROWS;
+
+/// Receiver numbers `first` to `last` have the ids from `id` on.
+struct WarningIdRange {
+    unsigned short first;
+    unsigned short last;
+    std::uint32_t id;
+};
+
+constexpr WarningIdRange kWarningIds[] = {{1, 5, 0},    {7, 23, 5},   {27, 28, 22}, {34, 47, 24}, {50, 63, 40},
+                                          {67, 70, 54}, {71, 71, 58}, {79, 79, 59}, {81, 81, 61}};
+constexpr std::size_t kWarningNumbers = 82;
+
+std::array<std::uint32_t, kWarningNumbers> makeWarningIds()
+{
+    std::array<std::uint32_t, kWarningNumbers> ids = {};
+    ids.fill(VAPNTC_WARNING_CUSTOM);
+    for (const auto& range : kWarningIds)
+        for (unsigned short number = range.first; number <= range.last; ++number)
+            ids[number] = range.id + number - range.first;
+    return ids;
+}
+
+const std::array<std::uint32_t, kWarningNumbers>& warningIds()
+{
+    static const auto ids = makeWarningIds();
+    return ids;
+}
+
+VapntcWarningMessage warningOf(std::uint32_t id, const char* text)
+{
+    VapntcWarningMessage warning = {};
+    warning.warningId = id;
+    if (text) {
+        warning.customTextValid = 1;
+        StringUtils::strncpy_prot(warning.customText, text, sizeof warning.customText);
+    }
+    return warning;
+}
+
+}  // namespace
+
+void OrvaneServer::initWarningIdEncoder()
+{
+    m_warningIdRows = warningIds().size();
+}
+
+std::uint32_t OrvaneServer::encodeVictoryWarningId(unsigned short number) const
+{
+    return number < m_warningIdRows ? warningIds()[number] : std::uint32_t{VAPNTC_WARNING_CUSTOM};
+}
+
+void OrvaneServer::handleBlock5044(const unsigned char* frame, unsigned int length)
+{
+    ZentorM_5044_Msg message;
+    if (!message.ok_set_5044_gpsip(frame, length)) return;
+    message.unpack_5044();
+    const auto& received = message.unpacked();
+    const auto id = encodeVictoryWarningId(received.warningNumber);
+    appendWarningToList(warningOf(id, id == VAPNTC_WARNING_CUSTOM ? received.warningText : nullptr));
+}
+
+bool OrvaneServer::sendVDBcustomWarning(std::string text)
+{
+    return appendWarningToList(warningOf(VAPNTC_WARNING_CUSTOM, text.c_str()));
+}
+
+bool OrvaneServer::sendVDBCompleteWarning(ClearDataCommand::ClearDataType type, bool success, std::string text)
+{
+    constexpr const char* kFunction = "sendVDBCompleteWarning";
+    bool queued = false;
+    shielded(
+        [&] {
+            std::uint32_t id = 0;
+            switch (type) {
+            case ClearDataCommand::CLEAR_ZEROIZE:
+                id = success ? VAPNTC_WARNING_SYSTEM_ZEROIZE_PASSED : VAPNTC_WARNING_SYSTEM_ZEROIZE_FAILED;
+                break;
+            case ClearDataCommand::CLEAR_DESTROY:
+                id = success ? VAPNTC_WARNING_SYSTEM_DESTROY_PASSED : VAPNTC_WARNING_SYSTEM_DESTROY_FAILED;
+                break;
+            case ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE:
+                id = success ? VAPNTC_WARNING_CV_ZEROIZE_PASSED : VAPNTC_WARNING_CV_ZEROIZE_FAILED;
+                break;
+            default:
+                Reports::sendFault(kFunction,
+                                   m_serverName + ": Unknown eClearType: " + std::to_string(std::int32_t{type}),
+                                   m_quiet ? Reports::Console::Omit : Reports::Console::Print);
+                return;
+            }
+            queued = appendWarningToList(warningOf(id, text.c_str()));
+        },
+        [&](const char* what) {
+            queued = false;
+            Reports::sendFault(kFunction,
+                               m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
+                                                    : std::string(": Unknown c++ exception occurred")));
+        });
+    return queued;
+}
+
+bool OrvaneServer::appendWarningToList(const VapntcWarningMessage& warning)
+{
+    bool appended = false;
+    shielded(
+        [&] {
+            if (m_debug && warning.customTextValid != 0)
+                printLine(std::cout, "OrvaneServer, appendWarningToList (", __LINE__, "): ", m_serverName,
+                          ": Sending VDB APNT warning message ID ", warning.warningId,
+                          ", custom message: ", warning.customText);
+            const MutexLock lock(m_warningListMutex);
+            m_warnings.push_back(warning);
+            while (m_warnings.size() > kMostWarnings) m_warnings.pop_front();
+            appended = true;
+        },
+        [&](const char* what) {
+            // These texts name another operation, deliberately: they are what the unit's log is searched for.
+            const std::string text =
+                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
+                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
+            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
+            printLine(std::cout, Reports::location(), "attemptBlendedNavigationProcessing",
+                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
+        });
+    return appended;
+}
+
+void OrvaneServer::cbTellWarningMessagesCallback(void* context, VapntsService* service) noexcept
+{
+    constexpr const char* kFunction = "cbTellWarningMessagesCallback";
+    shielded(
+        [&] {
+            if (!context) {
+                Reports::sendFault(kFunction,
+                                   "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter");
+                return;
+            }
+            static_cast<OrvaneServer*>(context)->tellWarningMessages(service);
+        },
+        [&](const char* what) { Reports::sendCallbackException(kFunction, what); });
+}
+
+void OrvaneServer::tellWarningMessages(VapntsService* service)
+{
+    if (!m_victoryStarted) {
+        Reports::sendFault("cbTellWarningMessagesCallback",
+                           m_serverName + " : Cannot publish warnings while APNT service is not running! Warnings "
+                                          "remain queued.");
+        return;
+    }
+    VapntcWarningMessagesRecord record = {};
+    {
+        const MutexLock lock(m_timeMutex);
+        record.gpsSeconds = m_gpsSeconds;
+    }
+    // The list stays: every warning is told again, until newer ones have pushed it out.
+    const MutexLock lock(m_warningListMutex);
+    for (const auto& warning : m_warnings) record.warnings[record.warningCount++] = warning;  // it holds no more
+    if (!m_tellDisabled) vapntsTellWarningMessagesData(service, record, nullptr);
+}

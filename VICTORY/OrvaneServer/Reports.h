@@ -1,0 +1,49 @@
+#ifndef VICTORY_ORVANESERVER_REPORTS_H
+#define VICTORY_ORVANESERVER_REPORTS_H
+
+#include "ASPN/HealthReporter.h"
+#include "utilities/ConsoleLine.h"
+
+#include <iostream>
+#include <string>
+
+/// Health events and console lines of the server, with the place that they come from. The place is the caller's own
+/// where it is left out.
+namespace Reports {
+
+/// Whether a line is wanted.
+enum class Console { Print, Omit };
+
+inline void sendEvent(EventTypes::eEventType type, const std::string& text, const char* file = __builtin_FILE(),
+                      int line = __builtin_LINE())
+{
+    HealthReporter::Instance().SendEvent(file, line, type, text.c_str());
+}
+
+/// Sends a fault, and prints "OrvaneServer (<line>), <function> : <text>".
+inline void sendFault(const char* function, const std::string& text, Console console = Console::Print,
+                      const char* file = __builtin_FILE(), int line = __builtin_LINE())
+{
+    sendEvent(EventTypes::EVENT_FAULT, text, file, line);
+    if (console == Console::Print) printLine(std::cout, "OrvaneServer (", line, "), ", function, " : ", text);
+}
+
+/// "OrvaneServer (<line>) ", in front of a line on the console.
+inline std::string location(int line = __builtin_LINE())
+{
+    return "OrvaneServer (" + std::to_string(line) + ") ";
+}
+
+/// Reports what a call-back of the bus library throws: a `std::exception`'s text, or null for anything else.
+inline void sendCallbackException(const char* function, const char* what, const char* file = __builtin_FILE(),
+                                  int line = __builtin_LINE())
+{
+    sendFault(function,
+              what ? std::string("OrvaneServer: An exception occurred. Details: ") + what
+                   : std::string("OrvaneServer: Unknown c++ exception occurred"),
+              Console::Print, file, line);
+}
+
+}  // namespace Reports
+
+#endif

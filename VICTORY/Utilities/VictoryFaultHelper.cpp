@@ -1,0 +1,189 @@
+#include "VICTORY/Utilities/VictoryFaultHelper.h"
+
+#include "utilities/ConsoleLine.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kFaultText = "Fake Fault for Compliance Testing";
+constexpr VhlthcCategory kCategory = 22;
+constexpr VhlthcAction kRaise = 1;
+constexpr VhlthcAction kClear = 0;
+
+/// How faults of one kind of service are raised and removed.
+using Raise = std::uint32_t (*)(void* service, bool acknowledged, VhlthcSeverity severity);
+using Remove = void (*)(void* service, std::uint32_t id);
+
+template <class Service, auto addFault>
+std::uint32_t raise(void* service, bool acknowledged, VhlthcSeverity severity)
+{
+    return addFault(static_cast<Service*>(service), kFaultText, acknowledged, severity, kCategory, kRaise);
+}
+
+template <class Service, auto removeFault>
+void remove(void* service, std::uint32_t id)
+{
+    removeFault(static_cast<Service*>(service), id, kClear);
+}
+
+struct Mode {
+    char key;
+    const char* text;
+    const char* changed;
+    const char* refused;
+    Raise raise;
+    Remove remove;
+};
+
+constexpr std::array<Mode, VictoryFaultHelper::kModes> kModes = {
+    {{'\0', "none.", "", "", nullptr, nullptr},
+     {'p', "Position", "Changed to Position fault test mode", "Position", &raise<VpossService, &vpossAddFault>,
+      &remove<VpossService, &vpossRemoveFault>},
+     {'o', "Orientation", "Changed to Orientation fault test mode", "Orientation", &raise<VorisService, &vorisAddFault>,
+      &remove<VorisService, &vorisRemoveFault>},
+     {'d', "Direction of Travel", "Changed to Direction of Travel fault test mode", "Direction of Travel",
+      &raise<VdotsService, &vdotsAddFault>, &remove<VdotsService, &vdotsRemoveFault>},
+     {'g', "GPS Receiver", "GPS Receiver fault test mode", "GPS Receiver", &raise<VgpssService, &vgpssAddFault>,
+      &remove<VgpssService, &vgpssRemoveFault>},
+     {'e', "Generic End Node", "Generic End Node fault test mode", "Generic End Node",
+      &raise<VgensService, &vgensAddFault>, &remove<VgensService, &vgensRemoveFault>},
+     {'a', "APNT", "APNT fault test mode", "APNT", &raise<VapntsService, &vapntsAddFault>,
+      &remove<VapntsService, &vapntsRemoveFault>}}};
+
+struct Severity {
+    const char* word;
+    VhlthcSeverity number;
+};
+
+/// By digit: 1 to 5 and, once more, 6 to 9 and 0.
+constexpr std::array<Severity, VictoryFaultHelper::kKeys> kSeverities = {{{"Warning", VHLTHC_SEVERITY_WARNING},
+                                                                          {"Emergency", VHLTHC_SEVERITY_EMERGENCY},
+                                                                          {"Alert", VHLTHC_SEVERITY_ALERT},
+                                                                          {"Critical", VHLTHC_SEVERITY_CRITICAL},
+                                                                          {"Error", VHLTHC_SEVERITY_ERROR},
+                                                                          {"Warning", VHLTHC_SEVERITY_WARNING},
+                                                                          {"Emergency", VHLTHC_SEVERITY_EMERGENCY},
+                                                                          {"Alert", VHLTHC_SEVERITY_ALERT},
+                                                                          {"Critical", VHLTHC_SEVERITY_CRITICAL},
+                                                                          {"Error", VHLTHC_SEVERITY_ERROR}}};
+
+constexpr bool isAcknowledged(int digit)
+{
+    return digit >= 1 && digit <= 5;
+}
+
+}  // namespace
+
+int _kbhit()
+{
+    static const bool isReady = [] {
+        termios settings = {};
+        if (tcgetattr(STDIN_FILENO, &settings) == 0) {
+            settings.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+            tcsetattr(STDIN_FILENO, TCSANOW, &settings);
+        }
+        std::setbuf(stdin, nullptr);
+        return true;
+    }();
+    int waiting = 0;
+    if (!isReady || ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0) return 0;
+    return waiting;
+}
+
+int readKey()
+{
+    return std::getchar();
+}
+
+VictoryFaultHelper::VictoryFaultHelper(const std::string& name, Keyboard keyboard) : m_name(name), m_keyboard(keyboard)
+{}
+
+VictoryFaultHelper::~VictoryFaultHelper() = default;
+
+std::uint32_t& VictoryFaultHelper::faultId(int key)
+{
+    return m_faultIds[m_faultMode][static_cast<std::size_t>(key)];
+}
+
+void VictoryFaultHelper::ManageFaults(bool& tellDisabled)
+{
+    if (m_keyboard.waiting() <= 0) return;
+    const int key = m_keyboard.read();
+    if (key >= '0' && key <= '9') {
+        const int digit = key - '0';
+        if (faultId(digit) != 0)
+            deactivateFault(digit);
+        else
+            activateFault(digit, isAcknowledged(digit));
+    } else if (key == 'z') {
+        tellDisabled = !tellDisabled;
+        printLine(std::cout, m_name, tellDisabled ? "Tell disabled for " : "Tell enabled for ",
+                  kModes[m_faultMode].text);
+    } else if (key == 'h') {
+        displayHelpText();
+    } else {
+        for (std::size_t mode = POSITION; mode < kModes.size(); ++mode)
+            if (key == kModes[mode].key) changeMode(mode);
+    }
+}
+
+void VictoryFaultHelper::changeMode(std::size_t mode)
+{
+    if (!m_services[mode]) {
+        printLine(std::cout, m_name, " VictoryFaultHelper : CANNOT change fault test mode to ", kModes[mode].refused,
+                  " Service! Mode remains: ", kModes[m_faultMode].text);
+        return;
+    }
+    m_faultMode = mode;
+    printLine(std::cout, m_name, " VictoryFaultHelper : ", kModes[mode].changed);
+}
+
+void VictoryFaultHelper::activateFault(int key, bool acknowledged)
+{
+    if (key < 0 || key >= static_cast<int>(kKeys)) return;
+    const auto& severity = kSeverities[static_cast<std::size_t>(key)];
+    const auto& mode = kModes[m_faultMode];
+    printLine(std::cout, m_name, "Added ", acknowledged ? "" : "non-", "acknowledged ", severity.word);
+    void* const service = m_services[m_faultMode];
+    if (mode.raise && service) faultId(key) = mode.raise(service, acknowledged, severity.number);
+    printLine(std::cout, mode.text, " Fault: ", faultId(key));
+}
+
+void VictoryFaultHelper::deactivateFault(int key)
+{
+    if (key < 0 || key >= static_cast<int>(kKeys)) return;
+    const auto& mode = kModes[m_faultMode];
+    void* const service = m_services[m_faultMode];
+    if (mode.remove && service) mode.remove(service, faultId(key));
+    printLine(std::cout, m_name, " Removed ", mode.text, " fault: ", faultId(key));
+    faultId(key) = 0;
+}
+
+void VictoryFaultHelper::displayHelpText() const
+{
+    printLine(std::cout, m_name,
+              " VictoryFaultHelper available keys:\n"
+              "    1 = Send / Remove Acknowledged Emergency\n"
+              "    2 = Send / Remove Acknowledged Alert\n"
+              "    3 = Send / Remove Acknowledged Critical\n"
+              "    4 = Send / Remove Acknowledged Error\n"
+              "    5 = Send / Remove Acknowledged Warning\n"
+              "    6 = Send / Remove Nonacknowledged Emergency\n"
+              "    7 = Send / Remove Nonacknowledged Alert\n"
+              "    8 = Send / Remove Nonacknowledged Critical\n"
+              "    9 = Send / Remove Nonacknowledged Error\n"
+              "    0 = Send / Remove Nonacknowledged Warning\n"
+              "    p = Select Position fault mode\n"
+              "    o = Select Orientation fault mode\n"
+              "    d = Select Direction of Travel fault mode\n"
+              "    g = Select GPS Receiver fault mode\n"
+              "    e = Select Generic End Node fault mode\n"
+              "    a = Select APNT fault mode\n"
+              "    z = Enable / Disable VICTORY service tell output");
+}

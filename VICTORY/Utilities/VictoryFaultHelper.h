@@ -1,0 +1,83 @@
+#ifndef VICTORY_UTILITIES_VICTORYFAULTHELPER_H
+#define VICTORY_UTILITIES_VICTORYFAULTHELPER_H
+
+#include "VICTORY/libvictory/victory.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// Bytes that wait at the standard input; 0 if there is none to be asked. The first call switches a terminal to keys
+/// instead of lines, for good.
+int _kbhit();
+
+/// The next key at the standard input, which must be waiting; negative at its end.
+int readKey();
+
+/// The console of a tester, who raises and removes fake faults in services of the bus, and switches the telling of data
+/// off and on, by single keys; "h" lists them. One thread only. It never waits: one key is taken a poll.
+///
+/// Faults are not removed at the end: they end with their service.
+class VictoryFaultHelper {
+public:
+    /// The kinds of service, and none.
+    enum FaultMode : std::int32_t {
+        NONE = 0,
+        POSITION = 1,
+        ORIENTATION = 2,
+        DIRECTION_OF_TRAVEL = 3,
+        GPS_RECEIVER = 4,
+        GENERIC_END_NODE = 5,
+        APNT = 6
+    };
+
+    static constexpr std::size_t kModes = 7;
+    static constexpr std::size_t kKeys = 10;
+
+    /// Where keys come from.
+    struct Keyboard {
+        int (*waiting)();
+        int (*read)();
+    };
+
+    /// @param name  leading text of lines on the console
+    explicit VictoryFaultHelper(const std::string& name, Keyboard keyboard = {&_kbhit, &readKey});
+    virtual ~VictoryFaultHelper();
+    VictoryFaultHelper(const VictoryFaultHelper&) = delete;
+    VictoryFaultHelper& operator=(const VictoryFaultHelper&) = delete;
+
+    /// Offers a service to the tester. Null takes it away: its faults can't be reached then.
+    void SetAvailableService(VpossService* service) { setService(POSITION, service); }
+    void SetAvailableService(VorisService* service) { setService(ORIENTATION, service); }
+    void SetAvailableService(VdotsService* service) { setService(DIRECTION_OF_TRAVEL, service); }
+    void SetAvailableService(VgpssService* service) { setService(GPS_RECEIVER, service); }
+    void SetAvailableService(VgensService* service) { setService(GENERIC_END_NODE, service); }
+    void SetAvailableService(VapntsService* service) { setService(APNT, service); }
+
+    /// Forgets the faults of a kind of service, which have ended with it.
+    void forgetFaults(FaultMode mode) { m_faultIds[static_cast<std::size_t>(mode)] = {}; }
+
+    void displayHelpText() const;
+
+    /// Raise or remove the fault of a digit in the present mode.
+    /// @param key  0 to 9
+    void activateFault(int key, bool acknowledged);
+    void deactivateFault(int key);
+
+    /// Takes one key, if one waits.
+    void ManageFaults(bool& tellDisabled);
+
+private:
+    void setService(FaultMode mode, void* service) { m_services[static_cast<std::size_t>(mode)] = service; }
+    void changeMode(std::size_t mode);
+    std::uint32_t& faultId(int key);
+
+    const std::string m_name;
+    const Keyboard m_keyboard;
+    std::size_t m_faultMode = NONE;
+    std::array<std::array<std::uint32_t, kKeys>, kModes> m_faultIds = {};  // zero where free
+    std::array<void*, kModes> m_services = {};                             // null where not available
+};
+
+#endif

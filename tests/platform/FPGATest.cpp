@@ -1,5 +1,6 @@
 #include "platform/FPGA.h"
 
+#include "tests/platform/ConfinedChild.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
 #include "tests/support/ChildProcess.h"
@@ -203,6 +204,18 @@ TEST_F(FPGATest, NoServiceFailsAsAnOpeningDoes)
     m_fpga.DoneFpga();
 }
 
+TEST_F(FPGATest, MissingMemoryShowsAtTheFirstCount)
+{
+    FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+    const auto devmem = std::make_shared<FACE::IOSS::HX_Devmem>(
+        []() -> const MemoryDeviceFileDescriptor& { throw std::runtime_error("missing"); });
+    devmem->Set_Reference("", m_desk.config, 0, rc);
+    const ConsoleCapture output(std::cout);
+    const ConsoleCapture errors(std::cerr);
+    EXPECT_THROW(m_fpga.InitFpga(devmem), std::runtime_error);
+    EXPECT_THAT(output.text(), EndsWith(":INVALID_MODE FpgaFace() FAILED to read FPGA number of UARTs\n"));
+}
+
 TEST_F(FPGATest, ClockThatIsOneTickOffIsAnError)
 {
     m_memory.set64(FpgaMemory::kTimeStamp, 58982401);
@@ -284,6 +297,20 @@ TEST_F(FPGATest, SystemCountStandsAt128)
     init();
     EXPECT_THAT(callsOf([this] { EXPECT_EQ(m_fpga.fpga_get_SystemCount(), 0x8877665544332211u); }),
                 ElementsAre("read TimeStamp_Interface 128 64"));
+}
+
+TEST_F(FPGATest, SystemCountMakesNoSystemCall)
+{
+    m_memory.setSystemCount(42);
+    m_fpga.InitFpga(m_desk.devmem);
+    const int status = inChild([this] {
+        std::uint64_t sum = m_fpga.fpga_get_SystemCount();
+        if (!confineSystemCalls(SYS_exit_group, SECCOMP_RET_ALLOW, SECCOMP_RET_KILL_PROCESS)) return kNotPossible;
+        for (int i = 0; i < 9; ++i) sum += m_fpga.fpga_get_SystemCount();
+        return sum == 420 ? 0 : 1;
+    });
+    if (status == kNotPossible) GTEST_SKIP() << "system calls can't be refused here";
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(FPGATest, SystemCountIsZeroBeforeInitAndAfterDone)

@@ -17,7 +17,7 @@ struct FpgaDesk {
     {
         const std::string path = directory.write("devices.xml", devicesFileText(FpgaMemory::devices(ptfes)));
         FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::DATA_OVERFLOW;
-        devmem->Set_Reference("", std::make_shared<FACE::HX_Config>(), 0, rc);
+        devmem->Set_Reference("", config, 0, rc);
         devmem->Initialize(path.c_str(), rc);
         if (rc != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("no devices");
     }
@@ -26,6 +26,7 @@ struct FpgaDesk {
     const TemporaryDirectory directory;
     const std::shared_ptr<MemoryDeviceFileDescriptor> file =
         std::make_shared<MemoryDeviceFileDescriptor>(memory.path().c_str());
+    const std::shared_ptr<FACE::HX_Config> config = std::make_shared<FACE::HX_Config>();
     std::shared_ptr<FACE::IOSS::HX_Devmem> devmem = std::make_shared<FACE::IOSS::HX_Devmem>(
         [opened = file]() -> const MemoryDeviceFileDescriptor& { return *opened; });
 };

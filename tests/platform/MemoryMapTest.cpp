@@ -1,11 +1,11 @@
 #include "platform/MemoryMap.h"
 
+#include "tests/platform/ConfinedChild.h"
 #include "tests/support/RegisterFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -13,38 +13,23 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
+#include <memory>
 #include <sched.h>
 #include <stdexcept>
 #include <string>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 const auto kPage = static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE));
-constexpr int kNotPossible = 77;
 
 class MemoryMapTest : public testing::Test {
 protected:
     const RegisterFile m_registers;
     const MemoryDeviceFileDescriptor m_memory{m_registers.path().c_str()};
 };
-
-/// What a process of its own returns from `body`.
-int inChild(const std::function<int()>& body)
-{
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(body());
-    int status = 0;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-    return WEXITSTATUS(status);
-}
 
 std::string errorOf(const std::function<void()>& call)
 {
@@ -70,17 +55,6 @@ bool hasEmptyDevices()
     return (::unshare(CLONE_NEWNS) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            ::mount("none", "/dev", "tmpfs", 0, nullptr) == 0;
-}
-
-/// From here on this process can't unmap.
-bool refuseUnmapping()
-{
-    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_munmap, 0, 1),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
-    const sock_fprog program{4, code};
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
 }  // namespace
@@ -192,7 +166,7 @@ TEST_F(MemoryMapTest, MappingThatCantBeReleasedIsOneLineAndNoException)
         if (file < 0 || ::dup2(file, 2) != 2) return 1;
         {
             const MemoryMap map(0x10000, 16, m_memory);
-            if (!refuseUnmapping()) return kNotPossible;
+            if (!confineSystemCalls(SYS_munmap, SECCOMP_RET_ERRNO | EPERM, SECCOMP_RET_ALLOW)) return kNotPossible;
         }
         return 0;
     });

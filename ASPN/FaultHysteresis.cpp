@@ -1,5 +1,7 @@
 #include "ASPN/FaultHysteresis.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
 namespace {
@@ -83,4 +85,11 @@ void FaultHysteresis::serviceLocked()
         return (m_now() - entry.time) / std::chrono::milliseconds(1) >= spanMs;
     };
     while (!m_entries.empty() && isAged(m_entries.front())) m_entries.pop_front();
+}
+
+void initFaultHysteresisOrExit(FaultHysteresis& hysteresis, int spanSeconds, int threshold, int limit)
+{
+    if (hysteresis.OkInitFaultHysteresis(spanSeconds, threshold, limit)) return;
+    std::perror("Unable to configure the Fault Hysteresis\n");
+    std::exit(-1);
 }

@@ -60,4 +60,9 @@ private:
     int m_limit GUARDED_BY(m_mutex) = 0;
 };
 
+/// Initialises the record as it is kept in service: what is younger than 180 s, and the last 2000 faults. The process
+/// ends with status -1 and a line on the standard error if the numbers are refused.
+void initFaultHysteresisOrExit(FaultHysteresis& hysteresis, int spanSeconds = 180, int threshold = 16,
+                               int limit = 2000);
+
 #endif

@@ -4,10 +4,32 @@
 #include "ASPN/EventQueue.h"
 #include "ASPN/FaultHysteresis.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <thread>
+
+namespace ASPN2 {
+
+class DeviceIdFactory;
+
+}  // namespace ASPN2
+
+namespace aspn2_msgs::idl {
+
+class EventLog;
+
+}  // namespace aspn2_msgs::idl
+
+namespace FACE::TSS::Details {
+
+template <class T>
+class HX_TypedTS;
+
+}  // namespace FACE::TSS::Details
 
 namespace EventTypes {
 
@@ -23,26 +45,59 @@ enum eEventType : std::int32_t {
 
 }  // namespace EventTypes
 
-/// The sink for health events, one for the process. Events wait in a bounded queue to be published; what arrives at a
-/// full queue is lost, silently. Any thread may call; no call blocks or fails.
+/// The road of health events out of the process, one for the process. Events wait in a bounded queue, from the first
+/// call of `Instance` on; what arrives at a full queue is lost, silently. A thread takes them from there and publishes
+/// them as `EventLog` records, in order and ten a second at the most:
+///
+///     constructed -- InitHealthReporter --> publishing -- DoneHealthReporter --> constructed
+///
+/// Any thread may send, at any time; no such call blocks or fails. `InitHealthReporter` and `DoneHealthReporter` are for
+/// one thread at a time.
 class HealthReporter {
 public:
     using eEventType = EventTypes::eEventType;
+    using Transport = FACE::TSS::Details::HX_TypedTS<aspn2_msgs::idl::EventLog>;
+
+    /// What the publisher goes by.
+    struct Times {
+        std::chrono::nanoseconds poll;    ///< the longest wait for an event, and so the delay of an end
+        std::chrono::nanoseconds repeat;  ///< from publishing a configuration event to its being queued again
+        std::chrono::milliseconds pause;  ///< behind each event
+    };
 
     static constexpr std::uint32_t kEventQueueLimit = 10;
     static constexpr std::chrono::nanoseconds eventQPollDuration{500'000'000};
     static constexpr std::chrono::nanoseconds configRepeatDuration{300'000'000'000};
+    static constexpr Times kTimes{eventQPollDuration, configRepeatDuration, std::chrono::milliseconds(100)};
 
+    /// One for the process, never destroyed: threads may send until the very end. Its publisher stops when the process
+    /// exits, before what DDS needs is gone.
     static HealthReporter& Instance();
 
     /// @param now  the clock that configuration events repeat by
     explicit HealthReporter(FaultHysteresis& hysteresis = FaultHysteresis::Instance(),
-                            ASPN2::EventQueue::Clock::time_point (*now)() = &ASPN2::EventQueue::Clock::now);
+                            ASPN2::EventQueue::Clock::time_point (*now)() = &ASPN2::EventQueue::Clock::now,
+                            const Times& times = kTimes);
+    ~HealthReporter();
     HealthReporter(const HealthReporter&) = delete;
     HealthReporter& operator=(const HealthReporter&) = delete;
 
+    /// Gives the connection a sender, starts the publisher, and then initialises the record of faults: events sent
+    /// until then have no place in front. The transport is not kept alive; once it is gone, events can't be published.
+    /// Throws `std::runtime_error`: for a null transport; if this is initialised already, which goes on as it was; and
+    /// if there can be no sender, after which `DoneHealthReporter` is due before another try.
+    /// @param name    leading word of console lines
+    /// @param handle  the connection's id
+    void InitHealthReporter(const std::string& name, const ASPN2::DeviceIdFactory& deviceIdFactory,
+                            const std::shared_ptr<Transport>& transport, long long handle);
+
+    /// Publishes what is queued, and up to `kEventQueueLimit` events that are sent meanwhile; then lets go of the
+    /// transport. Takes half a second, and a tenth for each event. Harmless if there is nothing to end.
+    void DoneHealthReporter();
+
     /// Sends an event. Types outside 0 to 5 count as 0. Once faults are recorded, the text of types 3 to 5 gets the
-    /// place in front. A null `file` or `text` counts as empty. `SEND_HEALTH_EVENT` fills in the caller's place.
+    /// place in front. A null `file` or `text` counts as empty. `SEND_HEALTH_EVENT` fills in the caller's place. A text
+    /// that is longer than 255 characters, place included, can't be published.
     void SendEvent(const char* file, int line, std::int32_t type, const char* text);
 
     /// Sends a text that is published again every `configRepeatDuration`, and gives the hash that identifies it.
@@ -55,7 +110,24 @@ public:
     ASPN2::EventQueue& queue() { return m_queue; }
 
 private:
+    void publisherThreadFunction() noexcept;
+    bool publishNext() noexcept;
+    void publishChange(std::int32_t type, const std::string& text);
+    bool write(const aspn2_msgs::idl::EventLog& record) const noexcept;
+
     FaultHysteresis& m_hysteresis;
+    const Times m_times;
+    std::atomic<bool> m_initialized = false;
+
+    // Written while there is no publisher, and then the publisher's own.
+    std::string m_name;
+    std::uint32_t m_deviceId = 0;
+    std::uint64_t m_sequenceNumber = 0;
+    std::weak_ptr<Transport> m_transport;
+    long long m_handle = -1;
+
+    std::thread m_publisherThread;
+    std::atomic<bool> m_stop = false;
     ASPN2::EventQueue m_queue;
 };
 

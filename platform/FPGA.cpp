@@ -31,7 +31,7 @@ std::string digits(std::uint32_t word, unsigned top, unsigned count)
 std::string characters(std::uint32_t word)
 {
     std::string text;
-    for (const unsigned shift : {24, 16, 8, 0}) text += static_cast<char>((word >> shift) & 0xFF);
+    for (const unsigned shift : {24u, 16u, 8u, 0u}) text += static_cast<char>((word >> shift) & 0xFF);
     return text;
 }
 

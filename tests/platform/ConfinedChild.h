@@ -1,0 +1,38 @@
+#ifndef TESTS_PLATFORM_CONFINEDCHILD_H
+#define TESTS_PLATFORM_CONFINEDCHILD_H
+
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// What a child returns that can't be confined here.
+inline constexpr int kNotPossible = 77;
+
+/// What a process of its own returns from `body`; -1 if a signal ended it.
+inline int inChild(const std::function<int()>& body)
+{
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(body());
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+}
+
+/// From here on, of this process's system calls the one of this number is answered by `matching`, all others by
+/// `others`, both as seccomp names them. For a child only.
+inline bool confineSystemCalls(unsigned number, unsigned matching, unsigned others)
+{
+    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1), BPF_STMT(BPF_RET | BPF_K, matching),
+                          BPF_STMT(BPF_RET | BPF_K, others)};
+    const sock_fprog program{4, code};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+#endif

@@ -1,0 +1,247 @@
+#include "utilities/WatchdogTimer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/HardDeadline.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <system_error>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class WatchdogTimerTest : public testing::Test {
+protected:
+    std::function<void()> count()
+    {
+        return [this] { ++m_expiries; };
+    }
+    bool expires() const
+    {
+        return eventually([this] { return m_expiries > 0; });
+    }
+    bool expiresWithin(std::chrono::milliseconds time, int above = 0) const
+    {
+        return eventually([=, this] { return m_expiries > above; }, time);
+    }
+
+    HardDeadline m_deadline;
+    std::atomic<int> m_expiries = 0;
+    WatchdogTimer m_timer;
+};
+
+std::chrono::steady_clock::duration since(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::steady_clock::now() - start;
+}
+
+}  // namespace
+
+TEST_F(WatchdogTimerTest, ATimeOfZeroExpiresAtOnce)
+{
+    m_timer.startWatchdog(0s, count());
+    EXPECT_TRUE(expires());
+}
+
+TEST_F(WatchdogTimerTest, ANegativeTimeExpiresAtOnce)
+{
+    m_timer.startWatchdog(std::chrono::seconds::min(), count());
+    EXPECT_TRUE(expires());
+}
+
+TEST_F(WatchdogTimerTest, ExpiresAfterTheTimeAndNotBefore)
+{
+    const auto start = std::chrono::steady_clock::now();
+    std::atomic<std::int64_t> elapsed = 0;
+    m_timer.startWatchdog(300ms, [&] { elapsed = since(start) / 1ms; });
+    EXPECT_TRUE(eventually([&] { return elapsed != 0; }));
+    EXPECT_GE(elapsed, 300);
+}
+
+TEST_F(WatchdogTimerTest, SecondsAreSeconds)
+{
+    const auto start = std::chrono::steady_clock::now();
+    m_timer.startWatchdog(1s, count());
+    EXPECT_TRUE(expires());
+    EXPECT_GE(since(start), 1s);
+}
+
+TEST_F(WatchdogTimerTest, AfterOneExpiryItStaysSilent)
+{
+    m_timer.startWatchdog(1ms, count());
+    ASSERT_TRUE(expires());
+    m_timer.petWatchdog();
+    EXPECT_FALSE(expiresWithin(200ms, 1));
+}
+
+TEST_F(WatchdogTimerTest, AnExpiredTimerIsArmedAgain)
+{
+    for (int round = 1; round <= 3; ++round) {
+        m_timer.startWatchdog(1ms, count());
+        EXPECT_TRUE(eventually([&] { return m_expiries == round; }));
+    }
+}
+
+TEST_F(WatchdogTimerTest, APetBeginsTheFullPeriodAnew)
+{
+    const auto start = std::chrono::steady_clock::now();
+    m_timer.startWatchdog(2s, count());
+    EXPECT_FALSE(eventually(
+        [this] {
+            m_timer.petWatchdog();
+            return m_expiries > 0;
+        },
+        2500ms));
+    EXPECT_TRUE(expires());
+    EXPECT_GE(since(start), 4500ms);
+}
+
+TEST_F(WatchdogTimerTest, APetOfAnIdleTimerHasNoEffect)
+{
+    m_timer.petWatchdog();
+    m_timer.startWatchdog(7200s, count());
+    m_timer.cancelWatchdog();
+    m_timer.petWatchdog();
+    EXPECT_FALSE(expiresWithin(100ms));
+}
+
+TEST_F(WatchdogTimerTest, ACancelledTimerStaysSilent)
+{
+    m_timer.startWatchdog(300ms, count());
+    m_timer.cancelWatchdog();
+    EXPECT_FALSE(expiresWithin(600ms));
+}
+
+TEST_F(WatchdogTimerTest, ACancelOfAnIdleTimerIsSafeToRepeat)
+{
+    m_timer.cancelWatchdog();
+    m_timer.cancelWatchdog();
+    m_timer.startWatchdog(1ms, count());
+    ASSERT_TRUE(expires());
+    m_timer.cancelWatchdog();
+    m_timer.cancelWatchdog();
+    EXPECT_EQ(m_expiries, 1);
+}
+
+TEST_F(WatchdogTimerTest, AStartOfAnArmedTimerReplacesTheCallback)
+{
+    std::atomic<bool> isOldCalled = false;
+    m_timer.startWatchdog(300ms, [&] { isOldCalled = true; });
+    m_timer.startWatchdog(301ms, count());
+    EXPECT_TRUE(expires());
+    EXPECT_FALSE(isOldCalled);
+}
+
+TEST_F(WatchdogTimerTest, ACancelByTheCallbackReturnsAndTheTimerIsArmedAgain)
+{
+    m_timer.startWatchdog(0ms, [this] {
+        m_timer.cancelWatchdog();
+        ++m_expiries;
+    });
+    ASSERT_TRUE(expires());
+    m_timer.startWatchdog(1ms, count());
+    EXPECT_TRUE(eventually([this] { return m_expiries == 2; }));
+}
+
+TEST_F(WatchdogTimerTest, APetByTheCallbackReturnsAndDoesNotRepeat)
+{
+    m_timer.startWatchdog(0ms, [this] {
+        m_timer.petWatchdog();
+        ++m_expiries;
+    });
+    ASSERT_TRUE(expires());
+    EXPECT_FALSE(expiresWithin(100ms, 1));
+}
+
+TEST_F(WatchdogTimerTest, AStartByTheCallbackIsRefused)
+{
+    std::atomic<bool> isRefused = false;
+    m_timer.startWatchdog(0ms, [&] {
+        try {
+            m_timer.startWatchdog(0ms, count());
+        } catch (const std::system_error& error) {
+            isRefused = error.code() == std::errc::resource_deadlock_would_occur;
+        }
+    });
+    EXPECT_TRUE(eventually([&] { return isRefused.load(); }));
+    EXPECT_EQ(m_expiries, 0);
+}
+
+TEST_F(WatchdogTimerTest, ACancelWaitsForTheCallbackThatRuns)
+{
+    std::atomic<bool> hasBegun = false;
+    std::atomic<bool> hasEnded = false;
+    m_timer.startWatchdog(0ms, [&] {
+        hasBegun = true;
+        eventually([] { return false; }, 100ms);
+        hasEnded = true;
+    });
+    ASSERT_TRUE(eventually([&] { return hasBegun.load(); }));
+    m_timer.cancelWatchdog();
+    EXPECT_TRUE(hasEnded);
+}
+
+TEST_F(WatchdogTimerTest, AnEmptyCallbackIsNotCalled)
+{
+    m_timer.startWatchdog(0ms, nullptr);
+    m_timer.startWatchdog(1ms, count());
+    EXPECT_TRUE(expires());
+}
+
+TEST_F(WatchdogTimerTest, DestructionWhileArmedReturnsAtOnce)
+{
+    const auto start = std::chrono::steady_clock::now();
+    {
+        WatchdogTimer timer;
+        timer.startWatchdog(7200s, count());
+    }
+    EXPECT_LT(since(start), 10s);
+    EXPECT_EQ(m_expiries, 0);
+}
+
+TEST_F(WatchdogTimerTest, TheLongestTimesNeitherExpireNorOverflow)
+{
+    using Unsigned = std::chrono::duration<std::uint64_t>;
+    m_timer.startWatchdog(Unsigned(18'446'744'073'709'551'615u), count());
+    EXPECT_FALSE(expiresWithin(100ms));
+    m_timer.startWatchdog(std::chrono::seconds::max(), count());
+    EXPECT_FALSE(expiresWithin(100ms));
+    m_timer.startWatchdog(std::chrono::milliseconds::max(), count());
+    m_timer.petWatchdog();
+    EXPECT_FALSE(expiresWithin(100ms));
+    m_timer.startWatchdog(std::chrono::duration<double>(std::numeric_limits<double>::infinity()), count());
+    EXPECT_FALSE(expiresWithin(100ms));
+}
+
+// The cancel meets the thread before its wait, in it, or between.
+TEST_F(WatchdogTimerTest, ACancelRightBehindTheStartIsNeverLost)
+{
+    for (int round = 0; round < 1000; ++round) {
+        m_timer.startWatchdog(7200s, count());
+        if (round % 2) m_timer.petWatchdog();
+        m_timer.cancelWatchdog();
+    }
+    EXPECT_EQ(m_expiries, 0);
+}
+
+// The time between start and cancel follows the outcome, so that the two keep meeting.
+TEST_F(WatchdogTimerTest, NoCallbackRunsAfterACancelAtTheMomentOfExpiry)
+{
+    std::chrono::microseconds delay = 0us;
+    int expiries = 0;
+    for (int round = 0; round < 1000; ++round) {
+        bool isCalled = false;  // no atomic, on purpose: the cancel is what orders the two threads
+        m_timer.startWatchdog(0ms, [&] { isCalled = true; });
+        for (const auto start = std::chrono::steady_clock::now(); since(start) < delay;) {
+        }
+        m_timer.cancelWatchdog();
+        delay += isCalled ? -1us : 1us;
+        expiries += isCalled ? 1 : 0;
+    }
+    EXPECT_GT(expiries, 0);
+    EXPECT_LT(expiries, 1000);
+}

@@ -1,0 +1,69 @@
+#include "utilities/WatchdogTimer.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace {
+
+/// A wait ends after a day and is taken up again: seconds since the boot that don't fit 32 bits are no deadline for
+/// the C library of a machine whose `time_t` has as many.
+constexpr std::chrono::hours kLongestWait{24};
+
+}  // namespace
+
+WatchdogTimer::~WatchdogTimer()
+{
+    cancelWatchdog();
+}
+
+void WatchdogTimer::start(std::uint64_t timeoutMs, std::function<void()> callback)
+{
+    if (isOwnThread())
+        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur), "startWatchdog");
+    cancelWatchdog();
+    const MutexLock lock(m_mutex);
+    m_thread = std::thread(&WatchdogTimer::timerThread, this);  // finds the rest set, behind the lock
+    m_running = true;
+    m_timeoutMs = timeoutMs;
+    m_deadline = deadlineFromNow();
+    m_callback.swap(callback);
+}
+
+void WatchdogTimer::petWatchdog()
+{
+    const MutexLock lock(m_mutex);
+    if (m_running) m_deadline = deadlineFromNow();  // the thread sees it when it wakes at the earlier one
+}
+
+void WatchdogTimer::cancelWatchdog()
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_running = false;
+        m_timeoutMs = 0;
+        if (isOwnThread()) return;  // no thread can join itself
+        m_condition.notify_all();
+    }
+    if (m_thread.joinable()) m_thread.join();
+}
+
+void WatchdogTimer::timerThread()
+{
+    if (const std::function<void()> callback = waitForExpiry()) callback();
+}
+
+std::function<void()> WatchdogTimer::waitForExpiry()
+{
+    const MutexLock lock(m_mutex);
+    for (Clock::time_point now = Clock::now(); m_running && now < m_deadline; now = Clock::now())
+        m_condition.wait_until(m_mutex, std::min(m_deadline, now + kLongestWait));
+    m_timeoutMs = 0;
+    return std::exchange(m_running, false) ? std::move(m_callback) : nullptr;
+}
+
+WatchdogTimer::Clock::time_point WatchdogTimer::deadlineFromNow() const
+{
+    const Clock::time_point now = Clock::now();
+    const std::chrono::milliseconds timeout(m_timeoutMs);
+    return timeout < Clock::time_point::max() - now ? now + timeout : Clock::time_point::max();
+}

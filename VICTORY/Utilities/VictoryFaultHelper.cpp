@@ -41,7 +41,7 @@ struct Mode {
     Remove remove;
 };
 
-constexpr std::array<Mode, VictoryFaultHelper::kModes> kModes = {
+constexpr std::array<Mode, VictoryFaultHelper::kModes> kModeRows = {
     {{'\0', "none.", "", "", nullptr, nullptr},
      {'p', "Position", "Changed to Position fault test mode", "Position", &raise<VpossService, &vpossAddFault>,
       &remove<VpossService, &vpossRemoveFault>},
@@ -124,31 +124,31 @@ void VictoryFaultHelper::ManageFaults(bool& tellDisabled)
     } else if (key == 'z') {
         tellDisabled = !tellDisabled;
         printLine(std::cout, m_name, tellDisabled ? "Tell disabled for " : "Tell enabled for ",
-                  kModes[m_faultMode].text);
+                  kModeRows[m_faultMode].text);
     } else if (key == 'h') {
         displayHelpText();
     } else {
-        for (std::size_t mode = POSITION; mode < kModes.size(); ++mode)
-            if (key == kModes[mode].key) changeMode(mode);
+        for (std::size_t mode = POSITION; mode < kModeRows.size(); ++mode)
+            if (key == kModeRows[mode].key) changeMode(mode);
     }
 }
 
 void VictoryFaultHelper::changeMode(std::size_t mode)
 {
     if (!m_services[mode]) {
-        printLine(std::cout, m_name, " VictoryFaultHelper : CANNOT change fault test mode to ", kModes[mode].refused,
-                  " Service! Mode remains: ", kModes[m_faultMode].text);
+        printLine(std::cout, m_name, " VictoryFaultHelper : CANNOT change fault test mode to ", kModeRows[mode].refused,
+                  " Service! Mode remains: ", kModeRows[m_faultMode].text);
         return;
     }
     m_faultMode = mode;
-    printLine(std::cout, m_name, " VictoryFaultHelper : ", kModes[mode].changed);
+    printLine(std::cout, m_name, " VictoryFaultHelper : ", kModeRows[mode].changed);
 }
 
 void VictoryFaultHelper::activateFault(int key, bool acknowledged)
 {
     if (key < 0 || key >= static_cast<int>(kKeys)) return;
     const auto& severity = kSeverities[static_cast<std::size_t>(key)];
-    const auto& mode = kModes[m_faultMode];
+    const auto& mode = kModeRows[m_faultMode];
     printLine(std::cout, m_name, "Added ", acknowledged ? "" : "non-", "acknowledged ", severity.word);
     void* const service = m_services[m_faultMode];
     if (mode.raise && service) faultId(key) = mode.raise(service, acknowledged, severity.number);
@@ -158,7 +158,7 @@ void VictoryFaultHelper::activateFault(int key, bool acknowledged)
 void VictoryFaultHelper::deactivateFault(int key)
 {
     if (key < 0 || key >= static_cast<int>(kKeys)) return;
-    const auto& mode = kModes[m_faultMode];
+    const auto& mode = kModeRows[m_faultMode];
     void* const service = m_services[m_faultMode];
     if (mode.remove && service) mode.remove(service, faultId(key));
     printLine(std::cout, m_name, " Removed ", mode.text, " fault: ", faultId(key));

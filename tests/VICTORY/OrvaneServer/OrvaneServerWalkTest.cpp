@@ -1,5 +1,6 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/OrvaneServerMain.h"
+#include "ioss_mcsq/GssipMcsq.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 
@@ -48,7 +49,7 @@ std::string textOf(const FACE::String& text)
 }  // namespace
 
 // A server that follows the script, in place of the service's own.
-OrvaneServer::OrvaneServer()
+OrvaneServer::OrvaneServer() : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
 {
     s_script.calls.push_back("construct");
 }
@@ -57,6 +58,7 @@ OrvaneServer::~OrvaneServer()
     s_script.calls.push_back("destroy");
     if (s_script.console) s_script.consoleAtEnd = s_script.console->text();
 }
+OrvaneServer::ReporterGuard::~ReporterGuard() = default;
 void OrvaneServer::Initialize(RETURN_CODE_TYPE::Value& rc)
 {
     answer("Initialize", rc);

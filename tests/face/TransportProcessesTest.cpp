@@ -77,6 +77,15 @@ std::ostream& operator<<(std::ostream& stream, const Network& network)
     return stream << network.name;
 }
 
+constexpr Network kShm{"Shm", "SHM", "SHM", false, 5};
+constexpr Network kUdp{"Udp", "UDP", "UDP", false, 5};
+constexpr Network kTcp{"Tcp", "TCP_Server", "TCP_Client", false, 5};
+constexpr Network kTcpClientHere{"TcpClientHere", "TCP_Client", "TCP_Server", false, 5};
+constexpr Network kShmDepthOne{"ShmDepthOne", "SHM", "SHM", false, 1};
+constexpr Network kUdpDepthOne{"UdpDepthOne", "UDP", "UDP", false, 1};
+constexpr Network kShmBestEffort{"ShmBestEffort", "SHM", "SHM", true, 5};
+constexpr Network kUdpBestEffort{"UdpBestEffort", "UDP", "UDP", true, 5};
+
 TransportConfig configOf(const Network& network)
 {
     return TransportConfig()
@@ -85,13 +94,16 @@ TransportConfig configOf(const Network& network)
         .set("TcpPort", std::to_string(10000 + ownDomain()));
 }
 
-/// A process of transport_peer, ready. Expected to end well when it goes.
+/// Another process, ready. Expected to end well when it goes.
 class Peer {
 public:
+    /// One of transport_peer.
     Peer(const std::string& role, const TransportConfig& config, const std::vector<std::string>& rest = {})
-        : m_process(command(role, m_directory.write("peer.xml", config.text()), rest))
+        : Peer(commandOf(role, m_directory.write("peer.xml", config.text()), rest))
+    {}
+    explicit Peer(const std::vector<std::string>& command) : m_process(command)
     {
-        if (!eventually([&] { return m_process.output().find("ready\n") != std::string::npos; }))
+        if (!waitForOutput("ready\n"))
             throw std::runtime_error("the peer isn't ready: " + m_process.output() + m_process.errors());
     }
     ~Peer()
@@ -103,10 +115,14 @@ public:
     Peer& operator=(const Peer&) = delete;
 
     void send(int signal) const { m_process.send(signal); }
+    bool waitForOutput(const std::string& text) const
+    {
+        return eventually([&] { return m_process.output().find(text) != std::string::npos; });
+    }
 
 private:
-    static std::vector<std::string> command(const std::string& role, const std::string& path,
-                                            const std::vector<std::string>& rest)
+    static std::vector<std::string> commandOf(const std::string& role, const std::string& path,
+                                              const std::vector<std::string>& rest)
     {
         std::vector<std::string> words{TRANSPORT_PEER, role, path};
         words.insert(words.end(), rest.begin(), rest.end());
@@ -158,6 +174,13 @@ public:
             EXPECT_THAT(item.qos.at(2), Pair("ReliabilityQosPolicy", network.bestEffort ? "BEST_EFFORT_RELIABILITY_QOS"
                                                                                         : "RELIABLE_RELIABILITY_QOS"));
         }
+    }
+
+    std::vector<long long> transactions() const
+    {
+        std::vector<long long> numbers;
+        for (const auto& item : m_inbox.items()) numbers.push_back(item.transaction);
+        return numbers;
     }
 
 private:
@@ -247,14 +270,41 @@ TEST_P(LateJoiner, GetsNoHistoryUnasked)
     EXPECT_THAT(weeksOf(reader.inbox()), Each(1000));
 }
 
-constexpr Network kShm{"Shm", "SHM", "SHM", false, 5};
-constexpr Network kUdp{"Udp", "UDP", "UDP", false, 5};
-constexpr Network kTcp{"Tcp", "TCP_Server", "TCP_Client", false, 5};
-constexpr Network kTcpClientHere{"TcpClientHere", "TCP_Client", "TCP_Server", false, 5};
-constexpr Network kShmDepthOne{"ShmDepthOne", "SHM", "SHM", false, 1};
-constexpr Network kUdpDepthOne{"UdpDepthOne", "UDP", "UDP", false, 1};
-constexpr Network kShmBestEffort{"ShmBestEffort", "SHM", "SHM", true, 5};
-constexpr Network kUdpBestEffort{"UdpBestEffort", "UDP", "UDP", true, 5};
+/// A peer on another DDS product. Its topics are of the names that the catalogue gives.
+class ForeignPeer : public ::testing::Test {
+protected:
+    static TransportConfig config()
+    {
+        TransportConfig config;
+        for (const char* const type : {"UTCTime", "MeasurementIncorporationStatus", "CommandResponse", "EventLog"})
+            config.connect(std::string("To") + type, type).connect(std::string("From") + type, type);
+        return config.set("UseTransport", "UDP");
+    }
+
+    const Transport transport{config()};
+    const Peer peer{{FOREIGN_PEER, std::to_string(ownDomain())}};
+};
+
+TEST_F(ForeignPeer, ExchangesFourTypes)
+{
+    Exchange<UTCTime>(transport, "UTCTime").run(kUdp);
+    Exchange<MeasurementIncorporationStatus>(transport, "MeasurementIncorporationStatus").run(kUdp);
+    Exchange<CommandResponse>(transport, "CommandResponse").run(kUdp);
+    Exchange<EventLog>(transport, "EventLog").run(kUdp);
+}
+
+TEST_F(ForeignPeer, DisposalDoesNotReachTheCallback)
+{
+    Exchange<UTCTime> exchange(transport, "UTCTime");
+    exchange.run(kUdp);
+    const auto before = exchange.transactions();
+    peer.send(SIGUSR1);
+    ASSERT_TRUE(peer.waitForOutput("disposed\n"));
+    exchange.run(kUdp);  // every callback had the record that was sent
+    ASSERT_TRUE(eventually([&] { return exchange.transactions().size() > before.size(); }));
+    const auto after = exchange.transactions();
+    EXPECT_EQ(after[before.size()], before.back() + 2) << "the disposal has a number of its own";
+}
 
 std::string nameOf(const ::testing::TestParamInfo<Network>& network)
 {

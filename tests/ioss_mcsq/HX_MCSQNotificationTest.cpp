@@ -1,0 +1,446 @@
+#include "face/HX_Config.h"
+#include "ioss_mcsq/HX_MCSQ.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/QueueDevice.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::IOSS::HX_MCSQ;
+using FACE::IOSS::MCSQ::READ_PAYLOAD_TYPE;
+using testing::MatchesRegex;
+
+namespace {
+
+/// Reads what there is and keeps it, with the handle that it was told.
+class Listener : public FACE::IOSS::MCSQ::IO_Callback {
+public:
+    using Message = std::pair<long long, std::vector<std::uint8_t>>;
+
+    explicit Listener(HX_MCSQ& service) : m_service(service) {}
+
+    void Process_Notification_Event(long long handle, FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value event,
+                                    RETURN_CODE_TYPE::Value&) override
+    {
+        READ_PAYLOAD_TYPE payload;
+        payload.length(4096);
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ACTION;
+        m_service.Read(handle, 0, payload, code);
+        if (code == RETURN_CODE_TYPE::NO_ERROR && event == 0) {
+            const std::lock_guard lock(m_mutex);
+            m_messages.emplace_back(handle,
+                                    std::vector<std::uint8_t>(payload.buffer(), payload.buffer() + payload.length()));
+        }
+        if (afterwards) afterwards();
+    }
+
+    std::vector<Message> messages() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_messages;
+    }
+
+    /// Waits for that many messages in all.
+    bool hasHeard(std::size_t count) const
+    {
+        return eventually([&] { return messages().size() >= count; });
+    }
+
+    std::function<void()> afterwards;
+
+private:
+    HX_MCSQ& m_service;
+    mutable std::mutex m_mutex;
+    std::vector<Message> m_messages;
+};
+
+struct HX_MCSQNotificationTest : testing::Test {
+    HardDeadline deadline;
+    TemporaryDirectory directory;
+    QueueDevice device{directory.path(), 5};
+    QueueDevice second{directory.path(), 6};
+    const std::string file =
+        directory.write("devices.xml", queueDevicesText({{"A", "5"}, {"B", "6"}, {"A2", "5"}, {"C", "7"}}));
+    std::optional<HX_MCSQ> service{QueueDevice::prefix(directory.path())};
+    Listener listener{*service};
+    std::size_t idleThreads = 0;
+
+    void SetUp() override
+    {
+        int first = 0;  // with it, a sanitizer starts a thread of its own
+        std::thread([&] { first = static_cast<int>(syscall(SYS_gettid)); }).join();
+        const std::string task = "/proc/self/task/" + std::to_string(first);
+        ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(task); }));
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
+        service->Set_Reference("x", std::make_shared<FACE::HX_Config>(), 0, code);
+        service->Initialize(file.c_str(), code);
+        ASSERT_EQ(code, 0);
+        idleThreads = threadCount();
+    }
+
+    void TearDown() override { service.reset(); }  // before the listener that it calls
+
+    long long open(const char* name)
+    {
+        long long handle = -1;
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ACTION;
+        service->Open_Connection(name, -1, handle, code);
+        EXPECT_EQ(code, 0) << name;
+        return handle;
+    }
+    int registerFor(long long handle)
+    {
+        auto code = static_cast<RETURN_CODE_TYPE::Value>(77);
+        service->Register_Notification_Event(handle, listener, code);
+        return code;
+    }
+    int unregister(long long handle)
+    {
+        auto code = static_cast<RETURN_CODE_TYPE::Value>(77);
+        service->Unregister_Notification_Event(handle, code);
+        return code;
+    }
+    int close(long long handle)
+    {
+        auto code = static_cast<RETURN_CODE_TYPE::Value>(77);
+        service->Close_Connection(handle, code);
+        return code;
+    }
+    bool threadEnds() const
+    {
+        return eventually([&] { return threadCount() == idleThreads; });
+    }
+};
+
+std::vector<std::uint8_t> message(std::uint8_t byte)
+{
+    return {byte};
+}
+
+void nothing(int) {}
+
+}  // namespace
+
+TEST_F(HX_MCSQNotificationTest, NoThreadRunsBeforeARegistration)
+{
+    open("A");
+    open("B");
+    EXPECT_EQ(threadCount(), idleThreads);
+}
+
+TEST_F(HX_MCSQNotificationTest, InputIsToldWithTheHandle)
+{
+    open("A");
+    const long long handle = open("B");
+    EXPECT_EQ(registerFor(handle), 0);
+    second.send(message(42));
+    ASSERT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(listener.messages()[0], Listener::Message(1, {42}));
+}
+
+TEST_F(HX_MCSQNotificationTest, WhatIsThereAlreadyIsToldToo)
+{
+    device.send(message(1));
+    registerFor(open("A"));
+    EXPECT_TRUE(listener.hasHeard(1));
+}
+
+TEST_F(HX_MCSQNotificationTest, OneThreadServesAllConnections)
+{
+    registerFor(open("A"));
+    registerFor(open("B"));
+    EXPECT_EQ(threadCount(), idleThreads + 1);
+    device.send(message(1));
+    second.send(message(2));
+    EXPECT_TRUE(listener.hasHeard(2));
+}
+
+TEST_F(HX_MCSQNotificationTest, RegistrationNeedsAnOpenConnection)
+{
+    EXPECT_EQ(registerFor(-1), 3);
+    EXPECT_EQ(registerFor(1), 3);
+    const long long handle = open("A");
+    close(handle);
+    EXPECT_EQ(registerFor(handle), 11);
+    EXPECT_EQ(unregister(handle), 11);
+    EXPECT_EQ(unregister(-1), 3);
+    EXPECT_EQ(threadCount(), idleThreads);
+}
+
+TEST_F(HX_MCSQNotificationTest, UnregisteringWhatIsNotRegisteredIsNoError)
+{
+    EXPECT_EQ(unregister(open("A")), 0);
+}
+
+TEST_F(HX_MCSQNotificationTest, TheThreadEndsWithTheLastRegistrationAndANewOneStartsLater)
+{
+    const long long handle = open("A");
+    for (std::size_t round = 1; round <= 3; ++round) {
+        ASSERT_EQ(registerFor(handle), 0);
+        EXPECT_EQ(threadCount(), idleThreads + 1);
+        device.send(message(1));
+        ASSERT_TRUE(listener.hasHeard(round));
+        ASSERT_EQ(unregister(handle), 0);
+        ASSERT_TRUE(threadEnds());
+    }
+}
+
+TEST_F(HX_MCSQNotificationTest, NothingIsToldAfterUnregister)
+{
+    const long long handle = open("A");
+    registerFor(open("B"));
+    registerFor(handle);
+    unregister(handle);
+    device.send(message(1));
+    second.send(message(2));
+    ASSERT_TRUE(listener.hasHeard(1));
+    second.send(message(3));
+    ASSERT_TRUE(listener.hasHeard(2));
+    EXPECT_EQ(listener.messages()[0].second, message(2));
+    EXPECT_EQ(listener.messages()[1].second, message(3));
+    EXPECT_FALSE(device.isEmpty());
+}
+
+TEST_F(HX_MCSQNotificationTest, UnregisterTakesBackOneOfTwoRegistrations)
+{
+    const long long handle = open("A");
+    registerFor(handle);
+    registerFor(handle);
+    unregister(handle);
+    device.send(message(1));
+    EXPECT_TRUE(listener.hasHeard(1));
+    unregister(handle);
+    EXPECT_TRUE(threadEnds());
+}
+
+TEST_F(HX_MCSQNotificationTest, TwoRegistrationsOfOneHandleDoNotHang)
+{
+    const long long handle = open("A");
+    registerFor(handle);
+    registerFor(handle);
+    for (std::uint8_t i = 0; i < 50; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i + 1U));
+        EXPECT_EQ(listener.messages().back(), Listener::Message(handle, {i}));
+    }
+    EXPECT_EQ(unregister(handle), 0);  // what waited in a read would keep this waiting
+}
+
+TEST_F(HX_MCSQNotificationTest, TwoConnectionsOnOneDeviceShareItsMessages)
+{
+    const long long first = open("A");
+    const long long other = open("A2");
+    EXPECT_NE(first, other);
+    registerFor(first);
+    registerFor(other);
+    for (std::uint8_t i = 0; i < 50; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i + 1U));
+        EXPECT_EQ(listener.messages().back().second, message(i));
+    }
+    for (std::uint8_t i = 0; i < 100; ++i) device.send(message(i));
+    ASSERT_TRUE(listener.hasHeard(150));
+    EXPECT_EQ(unregister(first), 0);
+    EXPECT_EQ(unregister(other), 0);
+    EXPECT_EQ(listener.messages().size(), 150U);
+}
+
+TEST_F(HX_MCSQNotificationTest, ASecondConnectionIsRegisteredWhileTheThreadWaitsOrWorks)
+{
+    registerFor(open("A"));
+    const long long handle = open("B");
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(registerFor(handle), 0);
+        ASSERT_EQ(unregister(handle), 0);
+    }
+    // 50 ms each, and as much again for a slow machine: the idle thread lets go of its lock for a moment only, and who
+    // waits for it must get it then.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+
+    std::atomic<bool> stop = false;
+    std::thread feeder([&] {
+        while (!stop) device.send(message(1));
+    });
+    ASSERT_TRUE(listener.hasHeard(10));
+    ASSERT_EQ(registerFor(handle), 0);
+    second.send(message(2));
+    EXPECT_TRUE(eventually([&] {
+        const auto all = listener.messages();
+        return std::ranges::find(all, Listener::Message(handle, {2})) != all.end();
+    }));
+    stop = true;
+    feeder.join();
+}
+
+TEST_F(HX_MCSQNotificationTest, ARegistrationBesideTheThreadsEndIsServed)
+{
+    const long long handle = open("A");
+    registerFor(handle);
+    for (std::size_t round = 1; round <= 100; ++round) {
+        device.send(message(1));
+        ASSERT_TRUE(listener.hasHeard(round)) << "no thread in round " << round;
+        unregister(handle);
+        const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(round % 20 * 10);
+        while (std::chrono::steady_clock::now() < until) {
+        }
+        registerFor(handle);
+    }
+}
+
+TEST_F(HX_MCSQNotificationTest, ThreadsRegisterAndUnregisterBesideEachOther)
+{
+    const long long handles[] = {open("A"), open("B")};
+    std::vector<std::thread> threads;
+    for (const long long handle : handles)
+        threads.emplace_back([this, handle] {
+            for (int i = 0; i < 20; ++i) {
+                EXPECT_EQ(registerFor(handle), 0);
+                (handle == 0 ? device : second).send(message(1));
+                EXPECT_EQ(unregister(handle), 0);
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_TRUE(threadEnds());
+}
+
+TEST_F(HX_MCSQNotificationTest, WhatACallBackThrowsIsPrintedAndTheThreadGoesOn)
+{
+    const ConsoleCapture errors(std::cerr);
+    int calls = 0;
+    listener.afterwards = [&] {
+        ++calls;
+        if (calls == 1) throw std::runtime_error("first");
+        if (calls == 2) throw 2;
+    };
+    registerFor(open("A"));
+    for (std::uint8_t i = 1; i <= 3; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i));
+    }
+    service.reset();
+    EXPECT_EQ(calls, 3);
+    EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ first\n[0-9]+ unknown exception\n"));
+}
+
+TEST_F(HX_MCSQNotificationTest, ASignalDoesNotEndTheThread)
+{
+    struct sigaction action {};
+    action.sa_handler = nothing;
+    sigaction(SIGUSR1, &action, nullptr);
+    registerFor(open("A"));
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        const int id = std::stoi(task.path().filename().string());
+        if (id != getpid()) syscall(SYS_tgkill, getpid(), id, SIGUSR1);
+    }
+    device.send(message(1));
+    EXPECT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(threadCount(), idleThreads + 1);
+}
+
+TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)
+{
+    const long long handle = open("A");
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit small{3, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &small);  // more entries than descriptors are refused
+    for (int i = 0; i < 4; ++i) registerFor(handle);
+    const bool ended = eventually([&] {
+        setrlimit(RLIMIT_NOFILE, &before);
+        const bool isIdle = threadCount() == idleThreads;
+        if (!isIdle) setrlimit(RLIMIT_NOFILE, &small);
+        return isIdle;
+    });
+    setrlimit(RLIMIT_NOFILE, &before);
+    ASSERT_TRUE(ended);
+    device.send(message(1));
+    registerFor(handle);
+    EXPECT_TRUE(listener.hasHeard(1));
+}
+
+TEST_F(HX_MCSQNotificationTest, ADeviceThatVanishedAndCameBackIsServedAfterCloseAndOpen)
+{
+    std::optional<QueueDevice> third(std::in_place, directory.path(), 7);
+    const long long handle = open("C");
+    registerFor(handle);
+    third->send(message(1));
+    ASSERT_TRUE(listener.hasHeard(1));
+
+    third.reset();
+    unregister(handle);
+    EXPECT_EQ(close(handle), 0);
+    {
+        const ConsoleCapture errors(std::cerr);
+        long long gone = 7;
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
+        service->Open_Connection("C", -1, gone, code);
+        EXPECT_EQ(code, 1);
+        EXPECT_EQ(gone, -1);
+    }
+    third.emplace(directory.path(), 7);
+    EXPECT_EQ(open("C"), handle);
+    registerFor(handle);
+    third->send(message(2));
+    ASSERT_TRUE(listener.hasHeard(2));
+    EXPECT_EQ(listener.messages()[1], Listener::Message(handle, {2}));
+}
+
+TEST_F(HX_MCSQNotificationTest, AConnectionClosedWhileRegisteredIsPassedOver)
+{
+    const long long handle = open("A");
+    registerFor(open("B"));
+    registerFor(handle);
+    close(handle);
+    device.send(message(1));
+    second.send(message(2));
+    ASSERT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(listener.messages()[0].second, message(2));
+}
+
+TEST_F(HX_MCSQNotificationTest, ConnectionsAreOpenedAndClosedBesideTheThread)
+{
+    registerFor(open("A"));
+    std::atomic<bool> stop = false;
+    std::thread feeder([&] {
+        while (!stop) device.send(message(1));
+    });
+    for (int i = 0; i < 200; ++i) close(open("B"));
+    EXPECT_TRUE(listener.hasHeard(100));
+    stop = true;
+    feeder.join();
+}
+
+TEST_F(HX_MCSQNotificationTest, DestructionEndsTheThreadWithinItsWait)
+{
+    registerFor(open("A"));
+    const auto start = std::chrono::steady_clock::now();
+    service.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_TRUE(threadEnds());
+}

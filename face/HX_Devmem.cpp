@@ -166,7 +166,7 @@ void HX_Devmem::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& retu
 {
     const ExclusiveLock lock(m_mutex);
     return_code = findOpen(handle);
-    if (return_code == RETURN_CODE_TYPE::NO_ERROR) at(handle).close();
+    if (return_code == RETURN_CODE_TYPE::NO_ERROR) changeableAt(handle).close();
 }
 
 void HX_Devmem::Read(long long handle, long long /*timeout*/, Devmem::READ_PAYLOAD_TYPE& payload,
@@ -221,7 +221,7 @@ void HX_Devmem::Configure_Connection_Parameters(long long handle, long long /*ti
     const ExclusiveLock lock(m_mutex);
     return_code = RETURN_CODE_TYPE::INVALID_PARAM;
     if (!isInList(handle)) return;
-    Connection_t& connection = at(handle);
+    Connection_t& connection = changeableAt(handle);
     return_code = RETURN_CODE_TYPE::NO_ACTION;
     if (connection.isOpen) return;
 
@@ -342,7 +342,7 @@ RETURN_CODE_TYPE::Value HX_Devmem::findRegister(long long handle, std::uint32_t 
     return RETURN_CODE_TYPE::NO_ERROR;
 }
 
-HX_Devmem::Connection_t& HX_Devmem::at(long long handle)
+HX_Devmem::Connection_t& HX_Devmem::changeableAt(long long handle)
 {
     return m_connections[static_cast<std::size_t>(handle)];
 }

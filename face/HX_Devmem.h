@@ -110,7 +110,7 @@ private:
     RETURN_CODE_TYPE::Value findOpen(long long handle) const REQUIRES_SHARED(m_mutex);
     RETURN_CODE_TYPE::Value findRegister(long long handle, std::uint32_t offset, std::uint32_t width,
                                          std::uint8_t*& address) const REQUIRES_SHARED(m_mutex);
-    Connection_t& at(long long handle) REQUIRES(m_mutex);
+    Connection_t& changeableAt(long long handle) REQUIRES(m_mutex);
     const Connection_t& at(long long handle) const REQUIRES_SHARED(m_mutex);
 
     const Memory m_memory;

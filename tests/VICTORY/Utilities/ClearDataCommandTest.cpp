@@ -1,0 +1,756 @@
+#include "VICTORY/Utilities/ClearDataCommand.h"
+#include "ASPN/HealthReporter.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <iostream>
+#include <mutex>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Texts = std::vector<std::string>;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kNone = ClearDataCommand::CLEAR_NONE;
+constexpr auto kZeroize = ClearDataCommand::CLEAR_ZEROIZE;
+constexpr auto kDestroy = ClearDataCommand::CLEAR_DESTROY;
+constexpr auto kZentorm = ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE;
+constexpr auto kIdle = ClearDataCommand::STATE_IDLE;
+constexpr auto kRequested = ClearDataCommand::STATE_REQUESTED;
+constexpr auto kInProgress = ClearDataCommand::STATE_IN_PROGRESS;
+
+/// The health events since the last call, as "type:text".
+Texts events()
+{
+    Texts texts;
+    std::int32_t type = 0;
+    std::string text;
+    while (HealthReporter::Instance().queue().pop_front(type, text, 0ns))
+        texts.push_back(std::to_string(type) + ":" + text);
+    return texts;
+}
+
+/// A console line's own place replaced by a hash sign.
+std::string withoutPlace(const std::string& text)
+{
+    return std::regex_replace(text, std::regex("\\(\\d+\\)"), "(#)");
+}
+
+class WakeableCommand : public ClearDataCommand {
+public:
+    using ClearDataCommand::ClearDataCommand;
+    void wake() { m_stateChanged.notify_all(); }
+};
+
+/// A command on the desk: what it sends and reports is recorded; the tests play the service that answers.
+class ClearDataCommandTest : public testing::Test {
+protected:
+    explicit ClearDataCommandTest(Clock::duration requestWait = 100s) : m_command("SN", requestWait)
+    {
+        events();  // of an earlier test, where one process runs several
+        m_command.setClearDataInProgressTimeout(7200s);
+        m_command.setClearDataRequestTimeout(30s);
+        m_command.setCommandResponseMessageCallback([this](const std::string& command) {
+            const std::scoped_lock lock(m_mutex);
+            m_sent.push_back(command);
+            return true;
+        });
+        m_command.setSendVDBCompleteWarningCallback(
+            [this](ClearDataCommand::ClearDataType type, bool isPassed, const std::string& message) {
+                const std::scoped_lock lock(m_mutex);
+                m_reports.push_back(std::to_string(type) + (isPassed ? ":passed:" : ":failed:") + message);
+                return true;
+            });
+    }
+
+    Texts sent() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_sent;
+    }
+
+    Texts reports() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_reports;
+    }
+
+    /// A request on a thread of its own, which has sent its command.
+    std::future<bool> request(ClearDataCommand::ClearDataType type)
+    {
+        const std::size_t before = sent().size();
+        auto result = std::async(std::launch::async, [=, this] { return m_command.processClearDataRequestType(type); });
+        EXPECT_TRUE(eventually([&] { return sent().size() > before; }));
+        return result;
+    }
+
+    /// An operation whose request was accepted; its events are gone.
+    void bringInProgress(ClearDataCommand::ClearDataType type, const std::string& ack)
+    {
+        std::future<bool> result = request(type);
+        ASSERT_TRUE(m_command.processClearRequestedResponse(ack));
+        ASSERT_TRUE(result.get());
+        ASSERT_EQ(m_command.state(), kInProgress);
+        events();
+    }
+
+    /// A request whose command could not be sent, so that it stays without a waiter; its events are gone.
+    void leaveRequested(ClearDataCommand::ClearDataType type)
+    {
+        m_command.setCommandResponseMessageCallback([](const std::string&) { return false; });
+        ASSERT_FALSE(m_command.processClearDataRequestType(type));
+        ASSERT_EQ(m_command.state(), kRequested);
+        events();
+    }
+
+    /// Lets the service answer while the command is still being sent.
+    void answerAtOnce(const std::function<void()>& answer)
+    {
+        m_command.setCommandResponseMessageCallback([answer](const std::string&) {
+            answer();
+            return true;
+        });
+    }
+
+    bool becomesIdle() const
+    {
+        return eventually([this] { return m_command.state() == kIdle; });
+    }
+
+    HardDeadline m_deadline{200s};
+    mutable std::mutex m_mutex;  // guards the two lists
+    Texts m_sent;
+    Texts m_reports;
+    WakeableCommand m_command;
+};
+
+class ImpatientClearDataCommandTest : public ClearDataCommandTest {
+protected:
+    ImpatientClearDataCommandTest() : ClearDataCommandTest(20ms) {}
+};
+
+struct Vocabulary {
+    ClearDataCommand::ClearDataType type;
+    std::string request, ack, nack, pass, fail;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Vocabulary& vocabulary)
+    {
+        return stream << vocabulary.request;
+    }
+};
+
+class ClearDataVocabularyTest : public ClearDataCommandTest, public testing::WithParamInterface<Vocabulary> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, ClearDataVocabularyTest,
+    testing::Values(Vocabulary{kZeroize, "REQUEST_ZEROIZE", "REQUEST_ZEROIZE_ACK", "REQUEST_ZEROIZE_NACK",
+                               "SYSTEM_ZEROIZE_PASS", "SYSTEM_ZEROIZE_FAIL"},
+                    Vocabulary{kDestroy, "REQUEST_DESTROY", "REQUEST_DESTROY_ACK", "REQUEST_DESTROY_NACK",
+                               "SYSTEM_DESTROY_PASS", "SYSTEM_DESTROY_FAIL"},
+                    Vocabulary{kZentorm, "ZENTORM_CV_ZEROIZE", "ZENTORM_CV_ZEROIZE_ACK", "ZENTORM_CV_ZEROIZE_NACK",
+                               "ZENTORM_CV_ZEROIZE_PASS", "ZENTORM_CV_ZEROIZE_FAIL"}));
+
+}  // namespace
+
+TEST_P(ClearDataVocabularyTest, AnAcceptedRequestIsInProgress)
+{
+    std::future<bool> result = request(GetParam().type);
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, " + GetParam().request));
+    EXPECT_TRUE(m_command.processClearRequestedResponse(GetParam().ack));
+    EXPECT_TRUE(result.get());
+    EXPECT_EQ(m_command.state(), kInProgress);
+    EXPECT_EQ(events().front(), "2:SN: Received Ack. Clear data command, " + GetParam().request + ", in-progress");
+    EXPECT_THAT(sent(), ElementsAre(GetParam().request));
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_P(ClearDataVocabularyTest, ARefusedRequestIsReportedOnceAndIdle)
+{
+    leaveRequested(GetParam().type);
+    EXPECT_TRUE(m_command.processClearRequestedResponse(GetParam().nack));
+    const std::string text = "SN: Received Nack. Clear data request command, " + GetParam().request + " failed";
+    EXPECT_THAT(events(), ElementsAre("4:" + text));
+    EXPECT_THAT(reports(), ElementsAre(std::to_string(GetParam().type) + ":failed:" + text));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_P(ClearDataVocabularyTest, APassIsReportedAsPassed)
+{
+    bringInProgress(GetParam().type, GetParam().ack);
+    EXPECT_FALSE(m_command.processClearRequestedResponse(GetParam().pass));
+    EXPECT_TRUE(m_command.processClearCompletedResponse(GetParam().pass));
+    const std::string text =
+        "SN: Clear data complete for command, " + GetParam().request + ". Result was " + GetParam().pass;
+    EXPECT_THAT(events(), ElementsAre("2:" + text));
+    EXPECT_THAT(reports(), ElementsAre(std::to_string(GetParam().type) + ":passed:" + text));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_P(ClearDataVocabularyTest, AFailIsReportedAsFailed)
+{
+    bringInProgress(GetParam().type, GetParam().ack);
+    EXPECT_TRUE(m_command.processClearCompletedResponse(GetParam().fail));
+    const std::string text =
+        "SN: Clear data complete for command, " + GetParam().request + ". Result was " + GetParam().fail;
+    EXPECT_THAT(events(), ElementsAre("2:" + text));
+    EXPECT_THAT(reports(), ElementsAre(std::to_string(GetParam().type) + ":failed:" + text));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_P(ClearDataVocabularyTest, AnExpiryIsReportedAsFailedOnce)
+{
+    m_command.setClearDataInProgressTimeout(0s);
+    std::future<bool> result = request(GetParam().type);
+    EXPECT_TRUE(m_command.processClearRequestedResponse(GetParam().ack));
+    EXPECT_TRUE(result.get());
+    ASSERT_TRUE(becomesIdle());
+    const std::string text = "SN: Clear data command,  " + GetParam().request + ", timed out after 0 seconds.";
+    EXPECT_THAT(reports(), ElementsAre(std::to_string(GetParam().type) + ":failed:" + text));
+    EXPECT_THAT(events(), testing::Contains("4:" + text).Times(1));
+    EXPECT_FALSE(m_command.processClearCompletedResponse(GetParam().pass));
+    EXPECT_THAT(reports(), testing::SizeIs(1));
+}
+
+TEST_P(ClearDataVocabularyTest, RequestNameIsTheCommandText)
+{
+    EXPECT_EQ(m_command.requestName(GetParam().type), GetParam().request);
+}
+
+TEST_F(ClearDataCommandTest, NamesOfNoTypeAndOfAnUnknownOne)
+{
+    EXPECT_EQ(m_command.requestName(kNone), "none");
+    EXPECT_EQ(m_command.requestName(static_cast<ClearDataCommand::ClearDataType>(4)), "unknown clear data type");
+    EXPECT_EQ(m_command.requestName(static_cast<ClearDataCommand::ClearDataType>(-1)), "unknown clear data type");
+}
+
+TEST_F(ClearDataCommandTest, NoTypeIsAnErrorInEveryState)
+{
+    EXPECT_FALSE(m_command.processClearDataRequestType(kNone));
+    EXPECT_EQ(m_command.state(), kIdle);
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    EXPECT_FALSE(m_command.processClearDataRequestType(kNone));
+    EXPECT_THAT(events(), ElementsAre("3:SN: Error, no clear data command to execute"));
+    EXPECT_EQ(m_command.state(), kInProgress);
+    EXPECT_THAT(sent(), testing::SizeIs(1));
+}
+
+TEST_F(ClearDataCommandTest, NoTypeIsAnErrorInIdleWithoutACommand)
+{
+    EXPECT_FALSE(m_command.processClearDataRequestType(kNone));
+    EXPECT_THAT(events(), ElementsAre("3:SN: Error, no clear data command to execute"));
+    EXPECT_THAT(sent(), IsEmpty());
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(ClearDataCommandTest, AnUnknownTypeStaysRequestedAndSendsNothing)
+{
+    EXPECT_FALSE(m_command.processClearDataRequestType(static_cast<ClearDataCommand::ClearDataType>(9)));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Invalid or unknown clear command type (eClearType), 9"));
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_THAT(sent(), IsEmpty());
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(events(), ElementsAre("3:SNREQUEST_ZEROIZE ignored due to clear command, unknown clear data type, "
+                                      "already started: Clear data requested"));
+}
+
+TEST_F(ClearDataCommandTest, ASecondRequestIsIgnoredWhileRequested)
+{
+    std::future<bool> first = request(kZeroize);
+    events();
+    EXPECT_FALSE(m_command.processClearDataRequestType(kDestroy));
+    EXPECT_THAT(events(), ElementsAre("3:SNREQUEST_DESTROY ignored due to clear command, REQUEST_ZEROIZE, "
+                                      "already started: Clear data requested"));
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_TRUE(first.get());
+    EXPECT_THAT(sent(), ElementsAre("REQUEST_ZEROIZE"));
+}
+
+TEST_F(ClearDataCommandTest, ASecondRequestIsIgnoredWhileInProgress)
+{
+    bringInProgress(kDestroy, "REQUEST_DESTROY_ACK");
+    EXPECT_FALSE(m_command.processClearDataRequestType(kDestroy));
+    EXPECT_THAT(events(), ElementsAre("3:SNREQUEST_DESTROY ignored due to clear command, REQUEST_DESTROY, "
+                                      "already started: Clear data in-progress"));
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_DESTROY_PASS"));
+    EXPECT_THAT(reports(), testing::SizeIs(1));
+}
+
+TEST_F(ClearDataCommandTest, ASecondRequestLeavesTheWatchdogOfTheFirstAlone)
+{
+    m_command.setClearDataInProgressTimeout(1s);
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_TRUE(becomesIdle());
+    EXPECT_THAT(reports(),
+                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 1 seconds."));
+}
+
+TEST_F(ClearDataCommandTest, TheNextRequestFollowsAnEndOfAnyKind)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    ASSERT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_FAIL"));
+    std::future<bool> refused = request(kDestroy);
+    ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_DESTROY_NACK"));
+    refused.get();
+    m_command.setClearDataInProgressTimeout(0s);
+    std::future<bool> expired = request(kZeroize);
+    ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    expired.get();
+    ASSERT_TRUE(becomesIdle());
+    m_command.setClearDataInProgressTimeout(7200s);
+    bringInProgress(kDestroy, "REQUEST_DESTROY_ACK");
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_DESTROY_PASS"));
+    EXPECT_THAT(reports(), testing::SizeIs(4));
+}
+
+TEST_F(ClearDataCommandTest, OfRequestsAtOnceExactlyOneStarts)
+{
+    std::vector<std::future<bool>> results;
+    for (int i = 0; i < 8; ++i)
+        results.push_back(
+            std::async(std::launch::async, [this] { return m_command.processClearDataRequestType(kZeroize); }));
+    ASSERT_TRUE(eventually([this] { return !sent().empty(); }));
+    ASSERT_TRUE(eventually([this] { return HealthReporter::Instance().queue().size() == 8; }));
+    ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    int accepted = 0;
+    for (std::future<bool>& result : results) accepted += result.get() ? 1 : 0;
+    EXPECT_EQ(accepted, 1);
+    EXPECT_THAT(sent(), testing::SizeIs(1));
+}
+
+TEST_F(ClearDataCommandTest, AnAckWakesTheWaiter)
+{
+    std::future<bool> result = request(kZeroize);
+    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    events();
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    EXPECT_TRUE(result.get());
+    EXPECT_THAT(events(),
+                ElementsAre("2:SN: Received Ack. Clear data command, REQUEST_ZEROIZE, in-progress",
+                            "2:SN: Request wait loop received ACK / successful response for clear data command, "
+                            "REQUEST_ZEROIZE"));
+}
+
+TEST_F(ClearDataCommandTest, ANackWakesTheWaiterWhichDoesNotReportAgain)
+{
+    std::future<bool> result = request(kZeroize);
+    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    events();
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK");
+    EXPECT_FALSE(result.get());
+    EXPECT_THAT(events(), ElementsAre("4:SN: Received Nack. Clear data request command, REQUEST_ZEROIZE failed",
+                                      "4:SN Request wait loop received NACK for clear data command, REQUEST_ZEROIZE"));
+    EXPECT_THAT(reports(), testing::SizeIs(1));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ClearDataCommandTest, AnAckBeforeTheWaitGivesTrueWithoutAWord)
+{
+    answerAtOnce([this] { m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"); });
+    EXPECT_TRUE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE",
+                                      "2:SN: Received Ack. Clear data command, REQUEST_ZEROIZE, in-progress"));
+}
+
+TEST_F(ClearDataCommandTest, ANackBeforeTheWaitGivesTrueToo)
+{
+    answerAtOnce([this] { m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"); });
+    EXPECT_TRUE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_EQ(m_command.state(), kIdle);
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE",
+                                      "4:SN: Received Nack. Clear data request command, REQUEST_ZEROIZE failed"));
+}
+
+TEST_F(ClearDataCommandTest, ANextOperationIsNotMistakenForTheWaitersOwn)
+{
+    answerAtOnce([this] {
+        m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK");
+        leaveRequested(kDestroy);
+    });
+    EXPECT_TRUE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_DESTROY_ACK"));
+}
+
+TEST_F(ClearDataCommandTest, AckAndPassBackToBackAreAnAcceptedRequest)
+{
+    for (int round = 0; round < 200; ++round) {
+        std::future<bool> result = request(kZeroize);
+        ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+        ASSERT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+        ASSERT_TRUE(result.get());
+        ASSERT_EQ(m_command.state(), kIdle);
+    }
+    EXPECT_THAT(reports(), testing::SizeIs(200));
+}
+
+// The refused waiter wakes when the next operation may have begun already.
+TEST_F(ClearDataCommandTest, ARequestRightBehindANackIsLeftAlone)
+{
+    for (int round = 0; round < 100; ++round) {
+        std::future<bool> refused = request(kZeroize);
+        ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"));
+        std::future<bool> next = request(kDestroy);
+        refused.get();
+        ASSERT_EQ(m_command.state(), kRequested);
+        ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_DESTROY_ACK"));
+        ASSERT_TRUE(m_command.processClearCompletedResponse("SYSTEM_DESTROY_PASS"));
+        ASSERT_TRUE(next.get());
+    }
+    EXPECT_THAT(reports(), testing::SizeIs(200));
+}
+
+TEST_F(ImpatientClearDataCommandTest, AnUnansweredRequestIsReportedOnceAndIdle)
+{
+    EXPECT_FALSE(m_command.processClearDataRequestType(kDestroy));
+    const std::string text =
+        "SN: Request wait loop for clear data command, REQUEST_DESTROY, timed out after 30 seconds.";
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_DESTROY", "4:" + text));
+    EXPECT_THAT(reports(), ElementsAre("2:failed:" + text));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ImpatientClearDataCommandTest, AnAnswerThatComesTooLateIsNotMatched)
+{
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    events();
+    EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"));
+    EXPECT_THAT(events(), IsEmpty());
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST(ClearDataCommandWaitTest, ARequestTimeoutOfThirtyStillGivesUpAfterTwelveSeconds)
+{
+    const HardDeadline deadline;
+    ClearDataCommand command("SN");
+    std::string message;
+    command.setClearDataRequestTimeout(30s);
+    command.setCommandResponseMessageCallback([](const std::string&) { return true; });
+    command.setSendVDBCompleteWarningCallback([&](ClearDataCommand::ClearDataType, bool, const std::string& text) {
+        message = text;
+        return true;
+    });
+    const auto start = Clock::now();
+    EXPECT_FALSE(command.processClearDataRequestType(kZeroize));
+    EXPECT_GE(Clock::now() - start, 12s);
+    EXPECT_LT(Clock::now() - start, 25s);
+    EXPECT_EQ(message, "SN: Request wait loop for clear data command, REQUEST_ZEROIZE, timed out after 30 seconds.");
+}
+
+namespace {
+
+class WokenClearDataCommandTest : public ClearDataCommandTest {
+protected:
+    WokenClearDataCommandTest() : ClearDataCommandTest(2s) {}
+};
+
+}  // namespace
+
+TEST_F(WokenClearDataCommandTest, AWakeUpWithoutAnAnswerRenewsTheWait)
+{
+    std::future<bool> result = request(kZeroize);
+    EXPECT_FALSE(eventually(
+        [&] {
+            m_command.wake();
+            return m_command.state() == kIdle;
+        },
+        3s));
+    EXPECT_FALSE(result.get());
+    EXPECT_THAT(reports(), testing::SizeIs(1));
+}
+
+TEST_F(ClearDataCommandTest, AFailedSendStaysRequestedAndLocksOut)
+{
+    m_command.setCommandResponseMessageCallback([](const std::string&) { return false; });
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE",
+                                      "4:SN: Send command response message failed for command, REQUEST_ZEROIZE"));
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_EQ(events().size(), 1u);
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(ClearDataCommandTest, AfterAFailedSendALateAckIsTaken)
+{
+    leaveRequested(kZeroize);
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_EQ(m_command.state(), kInProgress);
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+}
+
+TEST_F(ClearDataCommandTest, ResponsesOutOfTurnInProgressAreIgnored)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring REQUEST_ZEROIZE_ACK during state, Clear data in-progress",
+                                      "4:SN: Ignoring REQUEST_ZEROIZE_NACK during state, Clear data in-progress"));
+    EXPECT_EQ(m_command.state(), kInProgress);
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(ClearDataCommandTest, ACompletionWhileRequestedIsIgnoredAndTheOperationGoesOn)
+{
+    leaveRequested(kZeroize);
+    EXPECT_FALSE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    EXPECT_FALSE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_FAIL"));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring SYSTEM_ZEROIZE_PASS during state: Clear data requested",
+                                      "4:SN: Ignoring SYSTEM_ZEROIZE_FAIL during state: Clear data requested"));
+    EXPECT_THAT(reports(), IsEmpty());
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+}
+
+TEST_F(ClearDataCommandTest, ResponsesOfAnotherOperationAreNotMatched)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    for (const char* text : {"REQUEST_DESTROY_ACK", "SYSTEM_DESTROY_PASS", "REQUEST_ZEROIZE", "REQUEST_ZEROIZE_ACK ",
+                             "request_zeroize_ack", "SYSTEM_ZEROIZE_PASS,1", "_ACK", ""}) {
+        EXPECT_FALSE(m_command.processClearRequestedResponse(text)) << text;
+        EXPECT_FALSE(m_command.processClearCompletedResponse(text)) << text;
+    }
+    EXPECT_THAT(events(), IsEmpty());
+    EXPECT_EQ(m_command.state(), kInProgress);
+}
+
+TEST_F(ClearDataCommandTest, InIdleARealResponseIsNotMatched)
+{
+    for (const char* text :
+         {"REQUEST_ZEROIZE_ACK", "REQUEST_ZEROIZE_NACK", "SYSTEM_ZEROIZE_PASS", "SYSTEM_ZEROIZE_FAIL"}) {
+        EXPECT_FALSE(m_command.processClearRequestedResponse(text)) << text;
+        EXPECT_FALSE(m_command.processClearCompletedResponse(text)) << text;
+    }
+    EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(ClearDataCommandTest, InIdleTheStemIsNone)
+{
+    EXPECT_FALSE(m_command.processClearRequestedResponse("none_ACK"));
+    EXPECT_FALSE(m_command.processClearCompletedResponse("none_PASS"));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring none_ACK during state, Idle",
+                                      "4:SN: Ignoring none_PASS during state: Idle"));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ClearDataCommandTest, ACompletionCancelsTheWatchdog)
+{
+    m_command.setClearDataInProgressTimeout(1s);
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    leaveRequested(kDestroy);  // an expiry of the first would end this one
+    EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 1500ms));
+}
+
+TEST_F(ClearDataCommandTest, ACompletionDuringTheTimeoutReportIsIgnored)
+{
+    std::atomic<int> reports = 0;
+    std::promise<void> isReporting, mayEnd;
+    m_command.setClearDataInProgressTimeout(0s);
+    m_command.setSendVDBCompleteWarningCallback([&](ClearDataCommand::ClearDataType, bool, const std::string&) {
+        ++reports;
+        isReporting.set_value();
+        mayEnd.get_future().wait();
+        return true;
+    });
+    answerAtOnce([this] { m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"); });
+    ASSERT_TRUE(m_command.processClearDataRequestType(kZeroize));
+    isReporting.get_future().wait();
+    events();
+    EXPECT_FALSE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring SYSTEM_ZEROIZE_PASS during state: Clear data in-progress"));
+    EXPECT_FALSE(m_command.processClearDataRequestType(kDestroy));
+    mayEnd.set_value();
+    EXPECT_TRUE(becomesIdle());
+    EXPECT_EQ(reports, 1);
+}
+
+TEST_F(ClearDataCommandTest, AnExpiryDuringTheCompletionReportIsSilent)
+{
+    std::atomic<int> reports = 0;
+    m_command.setClearDataInProgressTimeout(1s);
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    m_command.setSendVDBCompleteWarningCallback([&](ClearDataCommand::ClearDataType, bool, const std::string&) {
+        ++reports;
+        eventually([] { return false; }, 1300ms);  // the watchdog expires meanwhile
+        return true;
+    });
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    EXPECT_EQ(reports, 1);
+    EXPECT_EQ(events().size(), 1u);
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+// The moment of the completion follows the outcome, so that completion and expiry keep meeting.
+TEST_F(ClearDataCommandTest, ACompletionAtTheMomentOfExpiryGivesExactlyOneReport)
+{
+    m_command.setClearDataInProgressTimeout(0s);
+    answerAtOnce([this] { m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"); });
+    std::chrono::microseconds delay = 0us;
+    int passes = 0;
+    for (std::size_t round = 1; round <= 1000; ++round) {
+        ASSERT_TRUE(m_command.processClearDataRequestType(kZeroize));
+        for (const auto start = Clock::now(); Clock::now() - start < delay;) {
+        }
+        const bool isPassed = m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
+        ASSERT_TRUE(becomesIdle());
+        ASSERT_EQ(reports().size(), round);
+        ASSERT_THAT(reports().back(), testing::StartsWith(isPassed ? "1:passed:" : "1:failed:"));
+        delay += isPassed ? 1us : (delay > 0us ? -1us : 0us);
+        passes += isPassed ? 1 : 0;
+    }
+    RecordProperty("passes", passes);
+    EXPECT_GT(passes, 0);
+    EXPECT_LT(passes, 1000);
+}
+
+TEST_F(ClearDataCommandTest, DestructionWhileErasingReturnsAtOnceWithoutAReport)
+{
+    const auto start = Clock::now();
+    int reports = 0;
+    {
+        ClearDataCommand command("SN");
+        command.setClearDataInProgressTimeout(7200s);
+        command.setSendVDBCompleteWarningCallback(
+            [&](ClearDataCommand::ClearDataType, bool, const std::string&) { return ++reports > 0; });
+        command.setCommandResponseMessageCallback(
+            [&](const std::string&) { return command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"); });
+        ASSERT_TRUE(command.processClearDataRequestType(kZeroize));
+    }
+    EXPECT_LT(Clock::now() - start, 10s);
+    EXPECT_EQ(reports, 0);
+}
+
+TEST_F(ClearDataCommandTest, TheLongestTimesNeitherExpireNorOverflow)
+{
+    EXPECT_EQ(ClearDataCommand::limitedSeconds(18'446'744'073'709'551'615u), 4294967295s);
+    EXPECT_EQ(ClearDataCommand::limitedSeconds(7200), 7200s);
+    for (const std::chrono::seconds longest :
+         {ClearDataCommand::limitedSeconds(18'446'744'073'709'551'615u), std::chrono::seconds::max()}) {
+        m_command.setClearDataInProgressTimeout(longest);
+        bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+        EXPECT_FALSE(eventually([this] { return m_command.state() == kIdle; }, 100ms));
+        EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    }
+}
+
+TEST_F(ClearDataCommandTest, AnUnsetSendCallbackIsReportedAndTheStateKept)
+{
+    m_command.setCommandResponseMessageCallback(nullptr);
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE",
+                                      "4:SN: An exception occurred. Details: bad_function_call"));
+    EXPECT_EQ(m_command.state(), kRequested);
+}
+
+TEST_F(ClearDataCommandTest, AnExceptionWithoutATextIsUnknown)
+{
+    m_command.setCommandResponseMessageCallback([](const std::string&) -> bool { throw 1; });
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(events(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE",
+                                      "4:SN: Unknown c++ exception occurred"));
+}
+
+namespace {
+
+bool failingReport(ClearDataCommand::ClearDataType, bool, const std::string&)
+{
+    throw std::runtime_error("no report");
+}
+
+}  // namespace
+
+TEST_F(ClearDataCommandTest, AnExceptionInANackKeepsTheState)
+{
+    leaveRequested(kZeroize);
+    m_command.setSendVDBCompleteWarningCallback(failingReport);
+    EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"));
+    EXPECT_EQ(events().back(), "4:SN: An exception occurred. Details: no report");
+    EXPECT_EQ(m_command.state(), kRequested);
+}
+
+TEST_F(ClearDataCommandTest, AnExceptionInACompletionKeepsTheStateForTheNextOne)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    m_command.setSendVDBCompleteWarningCallback(failingReport);
+    EXPECT_FALSE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    EXPECT_EQ(events().back(), "4:SN: An exception occurred. Details: no report");
+    EXPECT_EQ(m_command.state(), kInProgress);
+    m_command.setSendVDBCompleteWarningCallback([](auto, bool, const std::string&) { return true; });
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+}
+
+TEST_F(ClearDataCommandTest, AnExceptionInTheTimeoutStaysInTheWatchdogsThread)
+{
+    m_command.setClearDataInProgressTimeout(0s);
+    m_command.setSendVDBCompleteWarningCallback(failingReport);
+    leaveRequested(kZeroize);
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    ASSERT_TRUE(eventually([] { return HealthReporter::Instance().queue().size() == 2; }));
+    EXPECT_EQ(events().back(), "4:SN: An exception occurred. Details: no report");
+    EXPECT_EQ(m_command.state(), kInProgress);
+}
+
+TEST_F(ImpatientClearDataCommandTest, AnExceptionInAnUnansweredRequestKeepsTheState)
+{
+    m_command.setSendVDBCompleteWarningCallback(failingReport);
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_EQ(events().back(), "4:SN: An exception occurred. Details: no report");
+    EXPECT_EQ(m_command.state(), kRequested);
+}
+
+TEST_F(ClearDataCommandTest, NothingIsPrintedWhileQuietAsFromTheStart)
+{
+    const ConsoleCapture console(std::cout);
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
+    m_command.dumpStateInfo();
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(ClearDataCommandTest, UnlessQuietARequestTellsTheStateAndEachEvent)
+{
+    m_command.setQuiet(false);
+    m_command.setCommandResponseMessageCallback([](const std::string&) { return false; });
+    const ConsoleCapture console(std::cout);
+    m_command.processClearDataRequestType(kZeroize);
+    EXPECT_EQ(
+        withoutPlace(console.text()),
+        "ClearDataCommand, processClearDataRequestType (#): eClearType = REQUEST_ZEROIZE, "
+        "m_eClearTypeRequested = none, m_eClearDataState = Idle\n"
+        "ClearDataCommand, processClearDataRequestType (#): SN: Requesting clear data command, REQUEST_ZEROIZE\n"
+        "ClearDataCommand, processClearDataRequestType (#): SN: Send command response message failed for command, "
+        "REQUEST_ZEROIZE\n");
+}
+
+TEST_F(ClearDataCommandTest, DumpStateInfoPrintsTheRunningRequest)
+{
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.dumpStateInfo();
+    EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n");
+    m_command.setQuiet(true);
+    leaveRequested(kDestroy);
+    m_command.setQuiet(false);
+    m_command.dumpStateInfo();
+    EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n, m_eClearTypeRequested = REQUEST_DESTROY\n");
+}

@@ -1,0 +1,79 @@
+#include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+
+#include <barrier>
+#include <thread>
+
+namespace {
+
+using BitThreadsTest = BitResultsTest;
+
+}  // namespace
+
+// Whoever comes first ends the test, once: a test that has passed reports no time-out.
+TEST_F(BitThreadsTest, ReportAtTheMomentOfTheTimeoutEndsTheTestOnce)
+{
+    constexpr int kRounds = 1000;
+    start(5);
+    std::barrier gate(2);
+    std::thread reporter([&] {
+        for (int round = 0; round < kRounds; ++round) {
+            gate.arrive_and_wait();
+            results.UpdateBitReport(reportOf(true, {component(39)}));
+            gate.arrive_and_wait();
+        }
+    });
+    int good = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        execute();
+        cycle();
+        gate.arrive_and_wait();
+        cycle(5);
+        gate.arrive_and_wait();
+        const auto list = get();
+        const VapntcBitResult& row = list->results[0];
+        const std::size_t timeouts = events().size();
+        const bool isPassed = row.status == 3 && row.sensorCount == 1 && timeouts == 0;
+        const bool isFailed = row.status == 2 && row.sensorCount == 0 && timeouts == 1;
+        if (list->resultCount == 1 && (isPassed || isFailed) && clear() == 1) ++good;
+        victory.forgetCalls();
+    }
+    reporter.join();
+    EXPECT_EQ(good, kRounds);
+    finishOne();
+    EXPECT_EQ(statusOf("0"), 3);
+}
+
+TEST_F(BitThreadsTest, AllOperationsMayRunBesideEachOther)
+{
+    constexpr int kRounds = 100;
+    start(1);
+    results.setCommandResponseMessageCallback([](const std::string& command) { return command.size() % 2 == 0; });
+    const auto repeat = [](auto&& operation) {
+        return std::thread([operation] {
+            for (int round = 0; round < kRounds; ++round) operation();
+        });
+    };
+    std::vector<std::thread> threads;
+    threads.push_back(repeat([this] { results.ExecuteBuiltInTests(service); }));
+    threads.push_back(repeat([this] { results.ExecuteBuiltInTests(service); }));
+    threads.push_back(repeat([this] { results.GetBuiltInTestResults(service, requestsOf({})); }));
+    threads.push_back(repeat([this] { results.ClearBuiltInTestResults(service, requestsOf({})); }));
+    threads.push_back(repeat([this] { results.UpdateBitReport(reportOf(true, {component(39)})); }));
+    threads.push_back(repeat([this] { sensors(); }));
+    threads.push_back(repeat([this] { initialize(1); }));
+    threads.push_back(repeat([this] {
+        results.Stop();
+        results.Start();
+    }));
+    threads.push_back(repeat([this] { cycle(1); }));
+    for (std::thread& thread : threads) thread.join();
+
+    EXPECT_EQ(victory.count("vapntsTellExecuteBuiltInTests"), 200u);
+    EXPECT_EQ(sensors().size(), 3u);
+    results.setCommandResponseMessageCallback([](const std::string&) { return true; });
+    for (int turn = 0; turn < 200; ++turn) cycle(1);  // ends what is left
+    EXPECT_EQ(clear(), 1);
+    EXPECT_EQ(get()->resultCount, 0);
+    finishOne();
+    EXPECT_EQ(statusOf("0"), 3);
+}

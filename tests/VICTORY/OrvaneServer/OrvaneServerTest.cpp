@@ -20,14 +20,6 @@ using FACE::LCM::Halvex::ReportedState;
 using FACE::LCM::Halvex::RequestedState;
 using namespace std::chrono_literals;
 
-std::string popHealthEvent()
-{
-    std::int32_t type = -1;
-    std::string text;
-    if (!HealthReporter::Instance().queue().pop_front(type, text, 0ns)) return "none";
-    return std::to_string(type) + ":" + text;
-}
-
 namespace {
 
 struct OrvaneServerTest : testing::Test {

@@ -1,0 +1,479 @@
+#include "ASPN/AspnHelper.h"
+#include "aspn2_msgs/BitReport.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "ioss_mcsq/ZentorM_5044_Msg.h"
+#include "ioss_mcsq/gps_msgs.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+/// A message from a server.
+template <class Message>
+Message from(std::uint8_t server, std::uint8_t topic = 0)
+{
+    Message message;
+    message.header().device_id(static_cast<std::int32_t>(0x01000000U | std::uint32_t{server} << 16 | topic));
+    return message;
+}
+
+class FrameBytes : public IWriteByteStreams {
+public:
+    void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
+    std::vector<std::uint8_t> data;
+};
+
+GSSIP recordOf(GssipMessage& frame, std::uint8_t server = 39)
+{
+    FrameBytes bytes;
+    frame.WriteMessage(&bytes);
+    auto record = from<GSSIP>(server);
+    record.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
+    record.data(bytes.data);
+    return record;
+}
+
+GSSIP recordOfId(std::uint16_t id, std::uint8_t server = 39)
+{
+    auto record = from<GSSIP>(server);
+    record.data({0xFF, 0x81, static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(id >> 8), 0, 0, 0, 0, 0, 0});
+    record.num_bytes(10);
+    return record;
+}
+
+MeasurementIncorporationStatus measurements(std::vector<std::pair<int, int>> entries)
+{
+    auto message = from<MeasurementIncorporationStatus>(96);
+    for (const auto& [id, available] : entries) {
+        meas_type_set entry;
+        entry.meas_set_id(id);
+        entry.meas_avail(available);
+        message.meas_types().push_back(entry);
+    }
+    return message;
+}
+
+CommandResponse commandOf(const std::string& text, std::uint8_t server = 53)
+{
+    auto command = from<CommandResponse>(server);
+    command.command_response(text);
+    return command;
+}
+
+CommandResponse responseOf(const std::string& text, std::uint8_t commanded = 52, std::uint8_t server = 53)
+{
+    auto response = commandOf(text, server);
+    response.command_response_type(command_response_type_enum{1});
+    response.commanded_device_id(static_cast<std::int32_t>(0x01000200U | std::uint32_t{commanded} << 16));
+    return response;
+}
+
+struct InboundTest : testing::Test {
+    InboundTest()
+    {
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.m_victoryConfigurationFile = "config";
+        server.m_vclFile = "vcl";
+        server.m_gssipSourceServers = {39, 96};
+        server.run();
+        popHealthEvents();
+    }
+
+    std::vector<std::uint32_t> warnings() const
+    {
+        std::vector<std::uint32_t> ids;
+        for (const auto& warning : server.m_warnings) ids.push_back(warning.warningId);
+        return ids;
+    }
+
+    VictoryRecorder victory;
+    OpenServer server;
+};
+
+}  // namespace
+
+TEST_F(InboundTest, NothingIsTakenWhileStopped)
+{
+    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    server.m_service = victory.newService();
+    server.cbPVA(from<PositionVelocityAttitude>(96));
+    server.cbUTCTime(from<UTCTime>(96));
+    server.cbHalvexPNT(from<HalvexPNT>(96));
+    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(96));
+    server.cbAssuranceState(from<AssuranceState>(96));
+    server.cbZentorGssip(recordOfId(8504));
+    ThreatData threat;
+    server.cbHxGssip(recordOf(threat));
+    server.cbCmd(commandOf("BITSERVER_PING"));
+    server.cbRsp(responseOf("PARTNUMBERS"));
+    EXPECT_FALSE(server.m_hasPVA || server.m_hasUTCTime || server.m_hasFusionPNT || server.m_hasMIS ||
+                 server.m_hasAssuranceState || server.m_has8504);
+    EXPECT_FALSE(server.m_gpsLost);
+    EXPECT_EQ(server.m_systemConfiguration.componentCount, 0);
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(InboundTest, ASourceIsTakenIfItIsTheConfiguredOneOrAnyIs)
+{
+    auto message = from<PositionVelocityAttitude>(7);
+    message.velocity()[0] = 5.0;
+    server.m_pvaSourceServerId = 8;
+    server.cbPVA(message);
+    EXPECT_FALSE(server.m_hasPVA);
+    EXPECT_EQ(server.m_pva.velocity()[0], 0.0);
+    server.m_pvaSourceServerId = 0;
+    server.cbPVA(message);
+    EXPECT_TRUE(server.m_hasPVA);
+    EXPECT_EQ(server.m_pva.velocity()[0], 5.0);
+    server.m_pvaSourceServerId = 7;
+    message.velocity()[0] = 6.0;
+    server.cbPVA(message);
+    EXPECT_EQ(server.m_pva.velocity()[0], 6.0);
+}
+
+TEST_F(InboundTest, EachInputHasItsOwnSource)
+{
+    server.m_utcSourceServerId = 1;
+    server.m_fusionPNTSourceServerId = 2;
+    server.m_misSourceServerId = 3;
+    server.cbUTCTime(from<UTCTime>(9));
+    server.cbHalvexPNT(from<HalvexPNT>(9));
+    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(9));
+    EXPECT_FALSE(server.m_hasUTCTime || server.m_hasFusionPNT || server.m_hasMIS);
+    server.cbUTCTime(from<UTCTime>(1));
+    server.cbHalvexPNT(from<HalvexPNT>(2));
+    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(3));
+    EXPECT_TRUE(server.m_hasUTCTime && server.m_hasFusionPNT && server.m_hasMIS);
+}
+
+TEST_F(InboundTest, AnAssuranceStateIsTakenFromAnybody)
+{
+    server.m_pvaSourceServerId = server.m_utcSourceServerId = server.m_misSourceServerId = 8;
+    server.cbAssuranceState(from<AssuranceState>(200));
+    EXPECT_TRUE(server.m_hasAssuranceState);
+}
+
+TEST_F(InboundTest, QuietHandlersPrintNothing)
+{
+    const ConsoleCapture console(std::cout);
+    server.cbPVA(from<PositionVelocityAttitude>(96));
+    server.cbUTCTime(from<UTCTime>(96));
+    server.cbHalvexPNT(from<HalvexPNT>(96));
+    server.cbMeasurementIncorporationStatus(measurements({{1, 5}}));
+    server.cbAssuranceState(from<AssuranceState>(96));
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, LinesOfTheHandlers)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbPVA(from<PositionVelocityAttitude>(96));
+    server.cbUTCTime(from<UTCTime>(35));
+    server.cbHalvexPNT(from<HalvexPNT>(250));
+    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(39));
+    server.cbAssuranceState(from<AssuranceState>(0));
+    EXPECT_EQ(console.text(),
+              "OrvaneServer: cbPVA : Processing Position Velocity Attitude message received from HalvexNavigator, "
+              "server ID = 96\n"
+              "OrvaneServer: cbUTCTime : Processing UTC Time message received from MicrosemiOX171, server ID = 35\n"
+              "OrvaneServer: cbHalvexPNT : Processing HalvexPNT message received from (unknown ID 250), server ID = "
+              "250\n"
+              "OrvaneServer: cbMeasurementIncorporationStatus : Processing MeasurementIncorporationStatus message "
+              "received from ZentorM, server ID = 39\n"
+              "OrvaneServer: cbAssuranceState : Processing AssuranceState message received from (unknown ID 0), server "
+              "ID = 0\n");
+}
+
+TEST_F(InboundTest, TheTimeIsKeptApartAndGivesTheGpsSeconds)
+{
+    auto message = from<UTCTime>(96);
+    message.gps_tow_sec(1000);
+    message.gps_tow_nsec(5e8);
+    message.utc_tod_sec(77);
+    server.cbUTCTime(message);
+    EXPECT_DOUBLE_EQ(server.m_gpsSeconds, 1000.5);
+    EXPECT_EQ(server.m_latestTime.utc_tod_sec(), 77);
+}
+
+TEST_F(InboundTest, TooFewMeasurementsAreLostAtOnceAndBackAfterThreeGoodMessages)
+{
+    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, 1}}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
+    EXPECT_TRUE(server.m_gpsLost);
+    for (const int count : {2, 2, 1}) server.storeGpsAvailability(measurements({{1, count}}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(server.m_gpsLost) << i;
+        server.storeGpsAvailability(measurements({{1, 2}}));
+    }
+    EXPECT_FALSE(server.m_gpsLost);
+    EXPECT_THAT(warnings(), ElementsAre(67, 68));
+}
+
+TEST_F(InboundTest, FirstMessageWithTooFewMeasurementsRaisesTheWarning)
+{
+    server.cbMeasurementIncorporationStatus(measurements({{1, 1}}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
+}
+
+TEST_F(InboundTest, AFirstGoodMessageKeepsTheWarningAway)
+{
+    server.storeGpsAvailability(measurements({{1, 1}, {2, 1}}));
+    server.storeGpsAvailability(measurements({}));
+    server.storeGpsAvailability(measurements({}));
+    EXPECT_THAT(warnings(), IsEmpty());
+    server.storeGpsAvailability(measurements({}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
+}
+
+TEST_F(InboundTest, OnlyTheFirstTwoSetsCount)
+{
+    server.storeGpsAvailability(measurements({{0, 9}, {3, 9}, {4, 9}, {-1, 9}, {65537, 9}}));
+    EXPECT_TRUE(server.m_gpsLost);
+}
+
+TEST_F(InboundTest, SumOfMeasurementsDoesNotWrap)
+{
+    const int most = std::numeric_limits<int>::max();
+    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, most}, {2, most}, {1, most}}));
+    EXPECT_FALSE(server.m_gpsLost);
+    const int least = std::numeric_limits<int>::min();
+    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, least}, {2, least}}));
+    EXPECT_TRUE(server.m_gpsLost);
+}
+
+TEST_F(InboundTest, ReceiverStatusIsStoredRaw)
+{
+    server.m_service = victory.newService();
+    server.cbZentorGssip(recordOfId(8504));
+    EXPECT_TRUE(server.m_has8504);
+}
+
+TEST_F(InboundTest, OnlyConfiguredSourcesOfFramesAreHeard)
+{
+    server.m_service = victory.newService();
+    server.cbZentorGssip(recordOfId(8504, 40));
+    EXPECT_FALSE(server.m_has8504);
+    server.m_gssipSourceServers.clear();
+    server.cbZentorGssip(recordOfId(8504, 39));
+    EXPECT_FALSE(server.m_has8504);
+}
+
+TEST_F(InboundTest, OtherFramesAreDroppedWithoutAWord)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(recordOfId(9999));
+    server.cbHxGssip(recordOfId(8504));
+    EXPECT_EQ(console.text(), "");
+    EXPECT_FALSE(server.m_has8504);
+}
+
+TEST_F(InboundTest, FramesWhoseLengthIsNotToBeBelievedAreDropped)
+{
+    server.m_service = victory.newService();
+    for (const int length : {3, 0, -1, 11, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        auto record = recordOfId(8504);
+        record.num_bytes(length);
+        server.cbZentorGssip(record);
+        EXPECT_FALSE(server.m_has8504) << length;
+    }
+    auto record = recordOfId(8504);
+    record.num_bytes(4);
+    server.cbZentorGssip(record);
+    EXPECT_TRUE(server.m_has8504);
+}
+
+TEST_F(InboundTest, BeforeTheBusServiceFramesAreOnlyShown)
+{
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(recordOfId(8504));
+    EXPECT_FALSE(server.m_has8504);
+    EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from 39\n"));
+}
+
+TEST_F(InboundTest, ShownFramesNameTheirSource)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(recordOfId(8504));
+    EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"));
+}
+
+TEST_F(InboundTest, ThreatsFlowAndFramesBehindThemToo)
+{
+    server.m_service = victory.newService();
+    ThreatData threat;
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(recordOf(threat, 96));
+    EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbHxGssip: Processed GSSIP: 15051 from HalvexNavigator\n"));
+    server.cbHxGssip(recordOf(threat, 96));
+    server.cbZentorGssip(recordOfId(8504));
+    EXPECT_TRUE(server.m_has8504);
+}
+
+TEST_F(InboundTest, ARefusedThreatReportIsDroppedWithoutAWord)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(recordOfId(15051));
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, PartNumbersAreTakenWhoeverAskedForThem)
+{
+    server.cbRsp(responseOf("PARTNUMBERS,SW1:1.0", 40, 49));
+    EXPECT_TRUE(server.m_partNumberResponses.at("PNT-Q"));
+    EXPECT_STREQ(server.m_systemConfiguration.components[0].componentId, "0x31");
+}
+
+TEST_F(InboundTest, OnlyAWholeFirstFieldIsAPartNumberResponse)
+{
+    server.cbRsp(responseOf("PARTNUMBERSX,SW1:1.0"));
+    server.cbRsp(responseOf("X,PARTNUMBERS"));
+    EXPECT_EQ(server.m_systemConfiguration.componentCount, 0);
+}
+
+TEST_F(InboundTest, ResponsesToOthersGoNoFurther)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbRsp(responseOf("SOMETHING_ACK", 53));
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, ResponsesToUsAreShownAndUnclaimedOnesToo)
+{
+    server.m_quiet = false;
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.cbRsp(responseOf("SOMETHING"));
+    EXPECT_THAT(console.text(), AllOf(HasSubstr("OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, "
+                                                "response string = SOMETHING\n"),
+                                      HasSubstr("OrvaneServer : no processing for command, SOMETHING\n")));
+}
+
+TEST_F(InboundTest, ModeCommandsSetTheTimeCodes)
+{
+    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_SIMULATION"));
+    EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 101);
+    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_LIVE"));
+    EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 100);
+    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_SIMULATION,1"));
+    EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 100);
+}
+
+TEST_F(InboundTest, AnAnswerThatCannotBeSentIsAnEvent)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbCmd(commandOf("BITSERVER_PING"));
+    EXPECT_EQ(console.text(), "OrvaneServer:  TOVsec = 0, OrvaneServer\n");
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, OrvaneServer"));
+}
+
+TEST_F(InboundTest, ModeAnswersArePassed)
+{
+    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_LIVE"));
+    EXPECT_EQ(popHealthEvent(),
+              "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, SYSTEM_MODE_SELECT_LIVE_PASS");
+}
+
+TEST_F(InboundTest, ACommandThatCannotBeSentIsAnEventAndFalse)
+{
+    const ConsoleCapture console(std::cout);
+    server.m_quiet = false;
+    EXPECT_FALSE(server.sendCommandResponseMessage("REQUEST_CBIT"));
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_CBIT");
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, OnlyCommandsAreObeyed)
+{
+    auto response = commandOf("BITSERVER_PING");
+    response.command_response_type(command_response_type_enum{1});
+    server.cbCmd(response);
+    server.cbCmd(commandOf("SOMETHING_ELSE"));
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(InboundTest, PostCompleteIsOnlyShown)
+{
+    const ConsoleCapture console(std::cout);
+    server.cbCmd(commandOf("POSTCOMPLETE"));
+    EXPECT_EQ(console.text(), "");
+    server.m_debug = true;
+    server.cbCmd(commandOf("POSTCOMPLETE"));
+    EXPECT_EQ(console.text(), "DDS PostComplete Signal Recieved\n");
+    EXPECT_FALSE(server.m_postCompleteSeen);
+}
+
+TEST_F(InboundTest, SanitizeSilencesTheBusAndWipesTheConfiguration)
+{
+    ASSERT_TRUE(server.InitializeVictory(nullptr) || server.m_victoryStarted);
+    popHealthEvents();
+    victory.forgetCalls();
+    server.cbCmd(commandOf("START_ZEROIZE", 200));
+    EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_FALSE(server.m_requestPartNumbers);
+    EXPECT_EQ(victory.count("vapntsNewService"), 1U);
+    const auto told = victory.last("vapntsTellSystemConfiguration").record<VapntcSystemConfiguration>();
+    EXPECT_STREQ(told.systemName, "");
+    EXPECT_EQ(told.manufacturerCodePresent, 0U);
+    EXPECT_THAT(popHealthEvents(), Not(testing::Contains(HasSubstr("publish CommandResponse"))));
+    server.ShutdownVictory();
+}
+
+TEST_F(InboundTest, SanitizeLeavesTheCompletionOfPartNumbersAlone)
+{
+    server.m_partNumbersComplete = true;
+    server.cbCmd(commandOf("START_DESTROY"));
+    EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_TRUE(server.m_partNumbersComplete);
+}
+
+TEST_F(InboundTest, NothingLeavesAHandlerAndEachHasItsTexts)
+{
+    // A library that throws stands for whatever may go wrong below a handler.
+    server.m_service = victory.newService();
+    server.m_victoryStarted = true;
+    victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
+    const ConsoleCapture console(std::cout);
+    server.cbRsp(responseOf("PARTNUMBERS"));
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: no luck");
+    EXPECT_THAT(console.text(),
+                testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : An exception occurred in cbRsp. "
+                                       "Details: OrvaneServer: An exception occurred. Details: no "
+                                       "luck\n"));
+    victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
+    server.cbRsp(responseOf("PARTNUMBERS"));
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in cbCmd.");
+    EXPECT_THAT(console.text(),
+                testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : OrvaneServer: Unknown c\\+\\+ "
+                                       "exception in cbCmd\\.\n"));
+}

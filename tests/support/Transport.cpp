@@ -2,6 +2,8 @@
 
 #include "face/HX_TSS_Listeners.h"
 
+#include <fastdds/dds/log/Log.hpp>
+
 #include <stdexcept>
 #include <unistd.h>
 
@@ -12,6 +14,15 @@ std::uint32_t ownDomain()
     return 1 + static_cast<std::uint32_t>(getpid()) % 200;
 }
 
+void silenceLibrary()
+{
+    static const bool isSilent = [] {
+        eprosima::fastdds::dds::Log::ClearConsumers();
+        return true;
+    }();
+    static_cast<void>(isSilent);
+}
+
 TransportConfig::TransportConfig()
     : m_keys{{"DomainId", std::to_string(ownDomain())},
              {"HistoryDepth", "10"},
@@ -20,7 +31,9 @@ TransportConfig::TransportConfig()
              {"UseTransport", "SHM"},
              {"TcpAddress", "127.0.0.1"},
              {"TcpPort", "7100"}}
-{}
+{
+    silenceLibrary();
+}
 
 TransportConfig& TransportConfig::set(const std::string& key, const std::string& text)
 {

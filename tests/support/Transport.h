@@ -21,8 +21,13 @@
 /// share a network.
 std::uint32_t ownDomain();
 
+/// Has the library log nothing. It would do so on `std::cout` from a thread of its own, at any time, and so into a
+/// `ConsoleCapture` that is about to end.
+void silenceLibrary();
+
 /// The text of a connection file that the transport accepts, to be varied key by key. To begin with: shared memory on
-/// this process's own domain, reliable, a depth of 10, no back-fill, no connection.
+/// this process's own domain, reliable, a depth of 10, no back-fill, no connection. Making the first one silences the
+/// library (`silenceLibrary`).
 class TransportConfig {
 public:
     TransportConfig();

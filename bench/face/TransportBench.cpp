@@ -1,0 +1,304 @@
+// From write to callback: the transport's typed front beside the bare library, on the same messages, with the same
+// settings, in one run. A process of its own publishes over shared memory; this one receives.
+//
+//     bench_transport [ROUNDS]
+//
+// Prints latency (median and 99th percentile) at 100 Hz and at 1 kHz, and throughput at full speed. Either side has its
+// turn in every round, so that what else the machine does falls on both. Run it alone: DDS of others disturbs it.
+
+#include "aspn2_msgs/PositionVelocityAttitudePubSubTypes.h"
+#include "face/HX_Config.h"
+#include "face/HX_TSS.h"
+#include "face/HX_TypedTS.h"
+
+#include <fastrtps/Domain.h>
+#include <fastrtps/attributes/ParticipantAttributes.h>
+#include <fastrtps/attributes/PublisherAttributes.h>
+#include <fastrtps/attributes/SubscriberAttributes.h>
+#include <fastrtps/publisher/Publisher.h>
+#include <fastrtps/rtps/common/MatchingInfo.h>
+#include <fastrtps/subscriber/SampleInfo.h>
+#include <fastrtps/subscriber/Subscriber.h>
+#include <fastrtps/subscriber/SubscriberListener.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using aspn2_msgs::idl::PositionVelocityAttitude;
+using FACE::RETURN_CODE_TYPE;
+using namespace eprosima::fastrtps;
+
+namespace {
+
+constexpr int kDepth = 100;
+constexpr int kFullSpeed = 20000;  // messages a round
+constexpr std::uint32_t kDomain = 201;
+
+std::int64_t now()
+{
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+/// What has arrived of one side: each message carries the time of its write.
+class Arrivals {
+public:
+    void add(const PositionVelocityAttitude& message)
+    {
+        const std::int64_t at = now();
+        const std::lock_guard lock(m_mutex);
+        m_last = at;
+        m_latencies.push_back(static_cast<double>(at - message.header().seq_num()) / 1000.0);
+        if (m_latencies.size() == 1) m_first = at;
+    }
+
+    /// Microseconds each, cleared.
+    std::vector<double> take()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_latencies, {});
+    }
+    std::size_t size() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_latencies.size();
+    }
+    double seconds() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return static_cast<double>(m_last - m_first) / 1e9;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<double> m_latencies;
+    std::int64_t m_first = 0;
+    std::int64_t m_last = 0;
+};
+
+class BareListener : public SubscriberListener {
+public:
+    explicit BareListener(Arrivals& arrivals) : m_arrivals(arrivals) {}
+    void onNewDataMessage(Subscriber* subscriber) override
+    {
+        PositionVelocityAttitude message;
+        SampleInfo_t info;
+        if (subscriber->takeNextData(&message, &info) && info.sampleKind == rtps::ALIVE) m_arrivals.add(message);
+    }
+
+private:
+    Arrivals& m_arrivals;
+};
+
+/// The settings of the connection file, for the library.
+FACE::TSS::HX_TSS_Settings settings()
+{
+    return {kDomain, kDepth, false, false, "SHM", "127.0.0.1", 7100};
+}
+
+class Bare {
+public:
+    Bare()
+    {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+        m_participant = Domain::createParticipant(FACE::TSS::participantAttributes(settings(), "bare"));
+#pragma GCC diagnostic pop
+        Domain::registerType(m_participant, &m_type);
+    }
+    ~Bare()
+    {
+        Domain::removeParticipant(m_participant);
+    }
+    Bare(const Bare&) = delete;
+    Bare& operator=(const Bare&) = delete;
+
+    void publish()
+    {
+        m_publisher = Domain::createPublisher(m_participant,
+                                              FACE::TSS::publisherAttributes(settings(), "Bare", m_type.getName()));
+    }
+    void subscribe(Arrivals& arrivals)
+    {
+        m_listener = std::make_unique<BareListener>(arrivals);
+        Domain::createSubscriber(m_participant, FACE::TSS::subscriberAttributes(settings(), "Bare", m_type.getName()),
+                                 m_listener.get());
+    }
+    void write(PositionVelocityAttitude& message)
+    {
+        m_publisher->write(&message);
+    }
+
+private:
+    aspn2_msgs::idl::PositionVelocityAttitudePubSubType m_type;
+    std::unique_ptr<BareListener> m_listener;
+    Participant* m_participant = nullptr;
+    Publisher* m_publisher = nullptr;
+};
+
+class Ours {
+public:
+    explicit Ours(const std::string& path)
+    {
+        m_tss->Set_Reference("", std::make_shared<FACE::HX_Config>(), 0, m_code);
+        m_tss->Initialize(path.c_str(), m_code);
+        m_front->Set_Reference("", m_tss, 0, m_code);
+        int size = -1;
+        m_tss->Create_Connection("Ours", -1, m_id, size, m_code);
+    }
+    void publish() { m_front->Register_Sender(m_id, m_code); }
+    void subscribe(Arrivals& arrivals)
+    {
+        m_front->Register_Callback(
+            m_id, [&arrivals](long long, long long, const auto& message, auto&&...) { arrivals.add(message); }, m_code);
+    }
+    void write(const PositionVelocityAttitude& message)
+    {
+        long long transaction = 0;
+        m_front->Send_Message(m_id, -1, transaction, message, m_code);
+    }
+
+private:
+    std::shared_ptr<FACE::TSS::HX_TSS> m_tss = std::make_shared<FACE::TSS::HX_TSS>("ours");
+    std::shared_ptr<FACE::TSS::Details::HX_TypedTS<PositionVelocityAttitude>> m_front =
+        std::make_shared<FACE::TSS::Details::HX_TypedTS<PositionVelocityAttitude>>();
+    long long m_id = -1;
+    RETURN_CODE_TYPE::Value m_code = RETURN_CODE_TYPE::NO_ERROR;
+};
+
+std::string connectionFile()
+{
+    const std::string path = "/tmp/bench_transport." + std::to_string(getpid()) + ".xml";
+    std::ofstream(path) << "<HX_Configurations><Domain><Name>FastRtps</Name><Parameters><DomainId>" << kDomain
+                        << "</DomainId><HistoryDepth>" << kDepth
+                        << "</HistoryDepth><UseBestEffort>false</UseBestEffort><BackFillHistory>false</BackFillHistory>"
+                           "<UseTransport>SHM</UseTransport><TcpAddress>127.0.0.1</TcpAddress><TcpPort>7100</TcpPort>"
+                           "</Parameters></Domain><Connection><Name>Ours</Name><Parameters>"
+                           "<TopicType>aspn2_msgs::idl::PositionVelocityAttitude</TopicType>"
+                           "<PubSubType>PositionVelocityAttitudePubSubType</PubSubType></Parameters></Connection>"
+                           "</HX_Configurations>\n";
+    return path;
+}
+
+/// What the publishing process is told by one byte: which side, and how fast.
+struct Order {
+    bool isOurs;
+    int count;
+    int rate;  // messages a second; 0 for full speed
+};
+
+template <class Side>
+void publishAs(Side& side, const Order& order)
+{
+    PositionVelocityAttitude message;
+    auto next = std::chrono::steady_clock::now();
+    for (int i = 0; i < order.count; ++i) {
+        if (order.rate > 0) {
+            next += std::chrono::nanoseconds(1'000'000'000 / order.rate);
+            std::this_thread::sleep_until(next);
+        }
+        message.header().seq_num(now());
+        side.write(message);
+    }
+}
+
+void runPublisher(int orders, const std::string& path)
+{
+    Bare bare;
+    Ours ours(path);
+    bare.publish();
+    ours.publish();
+    for (Order order{}; read(orders, &order, sizeof order) == sizeof order;)
+        order.isOurs ? publishAs(ours, order) : publishAs(bare, order);
+}
+
+double percentile(std::vector<double>& values, double part)
+{
+    if (values.empty()) return 0;
+    std::ranges::sort(values);
+    return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1))];
+}
+
+/// The arrivals of an order: all of them, or what there is when nothing has come for a second.
+void waitFor(const Arrivals& arrivals, std::size_t count)
+{
+    std::size_t before = 0;
+    for (int quiet = 0; arrivals.size() < count && quiet < 100; ++quiet) {
+        if (arrivals.size() != std::exchange(before, arrivals.size())) quiet = 0;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const int rounds = argc > 1 ? std::atoi(argv[1]) : 10;
+    const std::string path = connectionFile();
+    int orders[2];
+    if (pipe(orders) != 0) return 1;
+    const pid_t publisher = fork();  // before there are threads
+    if (publisher == 0) {
+        close(orders[1]);
+        runPublisher(orders[0], path);
+        return 0;
+    }
+    close(orders[0]);
+
+    Arrivals arrivals[2];
+    {
+        Bare bare;
+        Ours ours(path);
+        bare.subscribe(arrivals[0]);
+        ours.subscribe(arrivals[1]);
+        const auto run = [&](const Order& order) {
+            arrivals[order.isOurs].take();
+            if (write(orders[1], &order, sizeof order) != sizeof order) std::exit(1);
+            waitFor(arrivals[order.isOurs], static_cast<std::size_t>(order.count));
+        };
+        for (const bool isOurs : {false, true})  // until each is matched
+            while (arrivals[isOurs].size() == 0) run({isOurs, 10, 100});
+
+        const char* const names[] = {"bare", "ours"};
+        std::cout << std::fixed << std::setprecision(1);
+        for (const int rate : {100, 1000}) {
+            std::vector<double> latencies[2];
+            for (int round = 0; round < rounds; ++round)
+                for (const bool isOurs : {false, true}) {
+                    run({isOurs, rate, rate});
+                    const auto some = arrivals[isOurs].take();
+                    latencies[isOurs].insert(latencies[isOurs].end(), some.begin(), some.end());
+                }
+            for (const bool isOurs : {false, true})
+                std::cout << "latency at " << rate << " Hz, " << names[isOurs] << ": median "
+                          << percentile(latencies[isOurs], 0.5) << " us, 99th percentile "
+                          << percentile(latencies[isOurs], 0.99) << " us, " << latencies[isOurs].size()
+                          << " messages\n";
+        }
+        std::vector<double> speeds[2];
+        for (int round = 0; round < rounds; ++round)
+            for (const bool isOurs : {false, true}) {
+                run({isOurs, kFullSpeed, 0});
+                speeds[isOurs].push_back(static_cast<double>(arrivals[isOurs].size()) / arrivals[isOurs].seconds());
+            }
+        for (const bool isOurs : {false, true})
+            std::cout << "throughput, " << names[isOurs] << ": median " << percentile(speeds[isOurs], 0.5)
+                      << " messages/s\n";
+    }
+    close(orders[1]);
+    waitpid(publisher, nullptr, 0);
+    std::remove(path.c_str());
+}

@@ -18,7 +18,7 @@ inline constexpr int kNotPossible = 77;
 inline int inChild(const std::function<int()>& body)
 {
     const pid_t child = ::fork();
-    if (child == 0) ::_exit(body());
+    if (child == 0) ::syscall(SYS_exit_group, body());  // `_exit` looks for leaks first, under a sanitizer
     int status = 0;
     if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
     return WEXITSTATUS(status);

@@ -1,9 +1,13 @@
 #ifndef FACE_HX_TOPIC_HELPERS_H
 #define FACE_HX_TOPIC_HELPERS_H
 
-#include <fastdds/dds/topic/TopicDataType.hpp>
-
 #include <string>
+
+namespace eprosima::fastdds::dds {
+
+class TopicDataType;
+
+}  // namespace eprosima::fastdds::dds
 
 namespace FACE::TSS::Topics {
 

@@ -1,0 +1,106 @@
+#include "face/HX_TSS_Listeners.h"
+
+#include <fastrtps/attributes/SubscriberAttributes.h>
+#include <fastrtps/rtps/common/MatchingInfo.h>
+
+namespace FACE::TSS::Listeners {
+
+using namespace eprosima::fastrtps;
+
+namespace {
+
+int changeOf(const rtps::MatchingInfo& info)
+{
+    return info.status == rtps::MATCHED_MATCHING ? 1 : -1;
+}
+
+const char* durabilityText(DurabilityQosPolicyKind kind)
+{
+    switch (kind) {
+    case VOLATILE_DURABILITY_QOS:
+        return "VOLATILE_DURABILITY_QOS";
+    case TRANSIENT_LOCAL_DURABILITY_QOS:
+        return "TRANSIENT_LOCAL_DURABILITY_QOS";
+    case TRANSIENT_DURABILITY_QOS:
+        return "TRANSIENT_DURABILITY_QOS";
+    case PERSISTENT_DURABILITY_QOS:
+        return "PERSISTENT_DURABILITY_QOS";
+    }
+    return "UNKNOWN_DURABILITY_QOS";
+}
+
+const char* livelinessText(LivelinessQosPolicyKind kind)
+{
+    switch (kind) {
+    case AUTOMATIC_LIVELINESS_QOS:
+        return "AUTOMATIC_LIVELINESS_QOS";
+    case MANUAL_BY_PARTICIPANT_LIVELINESS_QOS:
+        return "MANUAL_BY_PARTICIPANT_LIVELINESS_QOS";
+    case MANUAL_BY_TOPIC_LIVELINESS_QOS:
+        return "MANUAL_BY_TOPIC_LIVELINESS_QOS";
+    }
+    return "UNKNOWN_LIVELINESS_QOS";
+}
+
+const char* reliabilityText(ReliabilityQosPolicyKind kind)
+{
+    switch (kind) {
+    case BEST_EFFORT_RELIABILITY_QOS:
+        return "BEST_EFFORT_RELIABILITY_QOS";
+    case RELIABLE_RELIABILITY_QOS:
+        return "RELIABLE_RELIABILITY_QOS";
+    }
+    return "UNKNOWN_RELIABILITY_QOS";
+}
+
+}  // namespace
+
+std::int64_t GuidToUid(const rtps::GUID_t& guid)
+{
+    std::uint32_t number = 0;
+    for (const rtps::octet byte : guid.entityId.value) number = number << 8 | byte;
+    return number;
+}
+
+QoS_Element DurabilityQosPolicyToElement(const DurabilityQosPolicy& policy)
+{
+    return {"DurabilityQosPolicy", durabilityText(policy.kind)};
+}
+
+QoS_Element LivelinessQosPolicyToElement(const LivelinessQosPolicy& policy)
+{
+    return {"LivelinessQosPolicy", livelinessText(policy.kind)};
+}
+
+QoS_Element ReliabilityQosPolicyToElement(const ReliabilityQosPolicy& policy)
+{
+    return {"ReliabilityQosPolicy", reliabilityText(policy.kind)};
+}
+
+SampleContext contextOf(Subscriber& subscriber, const SampleInfo_t& info)
+{
+    SampleContext context;
+    const rtps::SequenceNumber_t& number = info.sample_identity.sequence_number();
+    context.transactionId = static_cast<std::int64_t>(
+        static_cast<std::uint64_t>(static_cast<std::uint32_t>(number.high)) << 32 | number.low);
+    context.header.source_uid = GuidToUid(info.sample_identity.writer_guid());
+    context.header.subscriber_uid = GuidToUid(subscriber.getGuid());
+    context.header.source_timestamp_ns = info.sourceTimestamp.to_ns();
+    const ReaderQos& qos = subscriber.getAttributes().qos;
+    context.qos.append(DurabilityQosPolicyToElement(qos.m_durability));
+    context.qos.append(LivelinessQosPolicyToElement(qos.m_liveliness));
+    context.qos.append(ReliabilityQosPolicyToElement(qos.m_reliability));
+    return context;
+}
+
+void PublisherListenerBase::onPublicationMatched(Publisher*, rtps::MatchingInfo& info)
+{
+    m_matched += changeOf(info);
+}
+
+void SubscriberListenerBase::onSubscriptionMatched(Subscriber*, rtps::MatchingInfo& info)
+{
+    m_matched += changeOf(info);
+}
+
+}  // namespace FACE::TSS::Listeners

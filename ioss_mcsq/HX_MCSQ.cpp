@@ -1,0 +1,457 @@
+#include "ioss_mcsq/HX_MCSQ.h"
+
+#include "face/FACE_Text.h"
+#include "face/HX_Config_Helpers.h"
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <utility>
+
+namespace FACE::IOSS {
+
+namespace {
+
+constexpr int kPollMilliseconds = 50;
+constexpr std::chrono::microseconds kPause{100};  // for other threads, after a burst of input
+
+/// Runs an operation so that no exception leaves it.
+/// @param line  the caller's
+template <class Body>
+void guarded(Body&& body, int line = __builtin_LINE()) noexcept
+{
+    shielded(std::forward<Body>(body),
+             [line](const char* what) { printLine(std::cerr, line, ' ', what ? what : "unknown exception"); });
+}
+
+bool isReadable(int descriptor)
+{
+    pollfd entry{descriptor, POLLIN, 0};
+    return ::poll(&entry, 1, 0) > 0 && (entry.revents & POLLIN) != 0;
+}
+
+/// States in which a connection may be read and written.
+bool isUsable(CONNECTION_STATE_TYPE::Value state)
+{
+    return state == CONNECTION_STATE_TYPE::OPEN || state == CONNECTION_STATE_TYPE::FAILED;
+}
+
+/// Takes a lock that another thread holds nearly all the time: who waits for the turn gets the lock next.
+class SCOPED_CAPABILITY TurnLock {
+public:
+    TurnLock(Mutex& turn, Mutex& mutex) ACQUIRE(mutex) : m_mutex(mutex)
+    {
+        const MutexLock lock(turn);
+        m_mutex.lock();
+    }
+    ~TurnLock() RELEASE() { m_mutex.unlock(); }
+    TurnLock(const TurnLock&) = delete;
+    TurnLock& operator=(const TurnLock&) = delete;
+
+private:
+    Mutex& m_mutex;
+};
+
+}  // namespace
+
+HX_MCSQ::Connection_t::Connection_t(std::string name, std::uint16_t port, const std::string& devicePrefix)
+    : m_name(std::move(name)), m_port(port), m_devicePath(devicePrefix + std::to_string(port))
+{}
+
+bool HX_MCSQ::Connection_t::open()
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_state = CONNECTION_STATE_TYPE::OPENING;
+        m_isOpen = false;
+        m_reader.reset();
+        m_writer.reset();
+    }
+    const auto reader = std::make_shared<mcsReaderPort>();
+    const auto writer = std::make_shared<mcsWriterPort>();
+    reader->set_filename(m_devicePath.c_str());
+    writer->set_filename(m_devicePath.c_str());
+    const bool canOpen = reader->can_open_file() != 0 && writer->can_open_file() != 0;
+    if (!canOpen || reader->openPort() == -1 || writer->openPort() == -1) return false;
+
+    const MutexLock lock(m_mutex);
+    m_reader = reader;
+    m_writer = writer;
+    m_state = CONNECTION_STATE_TYPE::OPEN;
+    m_isOpen = true;
+    return true;
+}
+
+bool HX_MCSQ::Connection_t::close()
+{
+    const MutexLock lock(m_mutex);
+    m_state = CONNECTION_STATE_TYPE::CLOSED;
+    m_isOpen = false;
+    m_reader.reset();
+    m_writer.reset();
+    return true;
+}
+
+ssize_t HX_MCSQ::Connection_t::read(void* bytes, std::int64_t length)
+{
+    std::shared_ptr<mcsReaderPort> reader;
+    {
+        const MutexLock lock(m_mutex);
+        reader = m_reader;
+    }
+    return reader && length >= 1 ? reader->readFromPort(bytes, static_cast<std::size_t>(length)) : 0;
+}
+
+ssize_t HX_MCSQ::Connection_t::write(const void* bytes, std::int64_t length)
+{
+    std::shared_ptr<mcsWriterPort> writer;
+    {
+        const MutexLock lock(m_mutex);
+        writer = m_writer;
+    }
+    return writer && length >= 1 ? writer->writeToPort(bytes, static_cast<std::size_t>(length)) : 0;
+}
+
+bool HX_MCSQ::Connection_t::isOpen() const
+{
+    const MutexLock lock(m_mutex);
+    return m_isOpen;
+}
+
+CONNECTION_STATE_TYPE::Value HX_MCSQ::Connection_t::state() const
+{
+    const MutexLock lock(m_mutex);
+    return m_state;
+}
+
+int HX_MCSQ::Connection_t::readerDescriptor() const
+{
+    const MutexLock lock(m_mutex);
+    return m_reader ? m_reader->getFileDescriptor() : -1;
+}
+
+IO_CallbackBase* HX_MCSQ::Connection_t::callback() const
+{
+    const MutexLock lock(m_mutex);
+    return m_callback;
+}
+
+void HX_MCSQ::Connection_t::setCallback(IO_CallbackBase* callback)
+{
+    const MutexLock lock(m_mutex);
+    m_callback = callback;
+}
+
+HX_MCSQ::HX_MCSQ(std::string devicePrefix) : m_devicePrefix(std::move(devicePrefix)) {}
+
+HX_MCSQ::~HX_MCSQ()
+{
+    m_stop = true;
+    std::thread thread;
+    {
+        const TurnLock lock(m_turnMutex, m_pollMutex);
+        thread.swap(m_thread);
+    }
+    if (thread.joinable()) thread.join();
+}
+
+void HX_MCSQ::Set_Reference(const String&, const std::shared_ptr<Configuration>& reference, long long,
+                            RETURN_CODE_TYPE::Value& return_code)
+{
+    const MutexLock lock(m_openMutex);
+    return_code = m_configuration ? RETURN_CODE_TYPE::NOT_AVAILABLE
+                  : !reference    ? RETURN_CODE_TYPE::INVALID_PARAM
+                                  : RETURN_CODE_TYPE::NO_ERROR;
+    if (return_code == RETURN_CODE_TYPE::NO_ERROR) m_configuration = reference;
+}
+
+void HX_MCSQ::Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        const MutexLock lock(m_openMutex);
+        return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+        if (!m_configuration) return;
+        return_code = RETURN_CODE_TYPE::NO_ACTION;
+        if (m_initialized) return;
+        m_configuration->Initialize(configuration_name, return_code);
+        m_initialized = return_code <= RETURN_CODE_TYPE::NO_ACTION;
+        return_code = m_initialized ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::INVALID_CONFIG;
+    });
+}
+
+void HX_MCSQ::Open_Connection(const String& connection_name, long long, long long& handle,
+                              RETURN_CODE_TYPE::Value& return_code)
+{
+    handle = -1;
+    guarded([&] {
+        const MutexLock lock(m_openMutex);
+        std::optional<long long> index = find(textOf(connection_name));
+        if (!index) {
+            return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+            const std::optional<std::uint16_t> port = configuredPort(connection_name);
+            if (!port) return;
+            index = append(textOf(connection_name), *port);
+        }
+        Connection_t& connection = entryAt(*index);
+        return_code = RETURN_CODE_TYPE::NO_ACTION;
+        if (!connection.isOpen() && !connection.open()) return;
+        handle = *index;
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        Connection_t* const connection = getConnection(handle, return_code);
+        if (connection && connection->close()) return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Read(long long handle, long long, MCSQ::READ_PAYLOAD_TYPE& payload, RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        Connection_t* const connection = getConnection(handle, return_code);
+        if (!connection || !isUsable(connection->state())) return;
+        // Elements are made before bytes are put into them: making them later would wipe the bytes out.
+        const std::uint32_t before = payload.length();
+        const std::uint32_t room = std::min(kLargestRead, payload.capacity());
+        if (before < room) payload.length(room);
+        const ssize_t count = connection->read(payload.buffer(), std::min(room, payload.length()));
+        const bool isRead = count >= 1 && static_cast<std::uint64_t>(count) <= payload.capacity();
+        payload.length(isRead ? static_cast<std::uint32_t>(count) : before);
+        return_code = count < 1 ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Write(long long handle, long long, const MCSQ::WRITE_PAYLOAD_TYPE& payload,
+                    RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        Connection_t* const connection = getConnection(handle, return_code);
+        if (!connection) return;
+        return_code = RETURN_CODE_TYPE::INVALID_MODE;
+        if (!isUsable(connection->state())) return;
+        const std::int64_t length = payload.length();
+        const bool isWritten = connection->write(payload.buffer(), length) == length;
+        return_code = isWritten ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::NO_ACTION;
+    });
+}
+
+void HX_MCSQ::Configure_Connection_Parameters(long long handle, long long, const IO_PARAMETER_TRANSACTION_TYPE&,
+                                              RETURN_CODE_TYPE::Value& return_code)
+{
+    noActionIfOpen(handle, return_code);
+}
+
+void HX_MCSQ::Configure_Bus_Parameters(long long handle, long long, const IO_PARAMETER_TRANSACTION_TYPE&,
+                                       RETURN_CODE_TYPE::Value& return_code)
+{
+    noActionIfOpen(handle, return_code);
+}
+
+void HX_MCSQ::Get_Bus_Configuration(long long handle, IO_PARAMETER_TRANSACTION_TYPE&,
+                                    RETURN_CODE_TYPE::Value& return_code)
+{
+    noActionIfOpen(handle, return_code);
+}
+
+void HX_MCSQ::Get_Connection_Configuration(long long handle, IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                                           RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+        if (handle < 0 || handle >= connectionCount()) return;
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+        const Connection_t& connection = entryAt(handle);
+        for (std::uint32_t i = 0; i < parameters.length(); ++i) {
+            if (parameters[i].id == kPortParameter)
+                parameters[i].value.ushort_value(connection.port());
+            else
+                return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+        }
+    });
+}
+
+void HX_MCSQ::Get_Connection_Status(long long handle, CONNECTION_STATUS_TYPE& status,
+                                    RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        const Connection_t* const connection = getConnection(handle, return_code);
+        if (!connection) return;
+        status = {.reserved = 0, .present = 1, .state = connection->state()};
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Get_Bus_Status(long long handle, BUS_STATUS_TYPE& status, RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        status = 1;
+        if (!getConnection(handle, return_code)) return;
+        status = 0;
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Register_Notification_Event(long long handle, IO_CallbackBase& callback,
+                                          RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        Connection_t* const connection = getConnection(handle, return_code);
+        if (!connection) return;
+        connection->setCallback(&callback);
+
+        const TurnLock lock(m_turnMutex, m_pollMutex);
+        m_pollSet.push_back({connection->readerDescriptor(), POLLIN, 0});
+        if (m_stop) startThread();
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+void HX_MCSQ::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    guarded([&] {
+        const Connection_t* const connection = getConnection(handle, return_code);
+        if (!connection) return;
+
+        const TurnLock lock(m_turnMutex, m_pollMutex);
+        const auto entry = std::ranges::find(m_pollSet, connection->readerDescriptor(), &pollfd::fd);
+        if (entry != m_pollSet.end()) m_pollSet.erase(entry);
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
+    });
+}
+
+/// The open connection of a handle, or null and a return code that says why not.
+HX_MCSQ::Connection_t* HX_MCSQ::getConnection(long long handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    Connection_t* connection = nullptr;
+    guarded([&] {
+        if (handle < 0 || handle > connectionCount()) {
+            return_code = RETURN_CODE_TYPE::INVALID_PARAM;
+            return;
+        }
+        Connection_t& entry = entryAt(handle);  // throws for one past the last, which is deliberately told otherwise
+        if (entry.isOpen())
+            connection = &entry;
+        else
+            return_code = RETURN_CODE_TYPE::CONNECTION_CLOSED;
+    });
+    return connection;
+}
+
+void HX_MCSQ::noActionIfOpen(long long handle, RETURN_CODE_TYPE::Value& return_code)
+{
+    if (getConnection(handle, return_code)) return_code = RETURN_CODE_TYPE::NO_ACTION;
+}
+
+/// The key "Port" of the connection's container; none if either is missing.
+std::optional<std::uint16_t> HX_MCSQ::configuredPort(const String& connection_name)
+{
+    if (!m_configuration) return std::nullopt;
+    Configuration& configuration = *m_configuration;
+    int container = -1;
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    configuration.Open(connection_name, container, code);
+    if (code != RETURN_CODE_TYPE::NO_ERROR) return std::nullopt;
+
+    std::string text;
+    guarded([&] { text = HX_Config_Helpers::Details::Read_Config(configuration, container, "Port"); });
+    configuration.Close(container, code);
+    if (text.empty()) return std::nullopt;
+    return static_cast<std::uint16_t>(std::strtoull(text.c_str(), nullptr, 0));
+}
+
+long long HX_MCSQ::connectionCount()
+{
+    const MutexLock lock(m_listMutex);
+    return static_cast<long long>(m_connections.size());
+}
+
+/// Throws `std::out_of_range` past the last.
+HX_MCSQ::Connection_t& HX_MCSQ::entryAt(long long index)
+{
+    const MutexLock lock(m_listMutex);
+    return m_connections.at(static_cast<std::size_t>(index));
+}
+
+std::optional<long long> HX_MCSQ::find(const std::string& name)
+{
+    const MutexLock lock(m_listMutex);
+    const auto found = std::ranges::find(m_connections, name, &Connection_t::name);
+    if (found == m_connections.end()) return std::nullopt;
+    return found - m_connections.begin();
+}
+
+long long HX_MCSQ::append(const std::string& name, std::uint16_t port)
+{
+    const MutexLock lock(m_listMutex);
+    m_connections.emplace_back(name, port, m_devicePrefix);
+    return static_cast<long long>(m_connections.size()) - 1;
+}
+
+void HX_MCSQ::startThread()
+{
+    if (m_thread.joinable()) m_thread.join();  // it has let go of the lock for good
+    m_stop = false;
+    try {
+        m_thread = std::thread([this] { pollLoop(); });
+    } catch (...) {
+        m_stop = true;
+        m_pollSet.pop_back();
+        throw;
+    }
+}
+
+void HX_MCSQ::pollLoop() noexcept
+{
+    bool isRunning = true;
+    while (isRunning) guarded([&] { isRunning = pollTurn(); });
+}
+
+/// Waits once; false if the thread is to end. It decides so and lets it be known under one lock, so that nobody registers
+/// in between and counts on it.
+bool HX_MCSQ::pollTurn()
+{
+    {
+        const TurnLock lock(m_turnMutex, m_pollMutex);
+        const bool isWanted = !m_stop && !m_pollSet.empty();
+        const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;
+        if (!isWanted || (count < 0 && errno != EINTR)) {
+            m_stop = true;
+            return false;
+        }
+        if (count <= 0) return true;
+        notify();
+    }
+    std::this_thread::sleep_for(kPause);
+    return true;
+}
+
+/// Several entries may stand for one device: what the first of them took is not there any more for the others, so each
+/// is looked at again.
+void HX_MCSQ::notify()
+{
+    for (const pollfd& entry : m_pollSet) {
+        if ((entry.revents & POLLIN) == 0) continue;
+        const std::optional<Listener> listener = listenerOf(entry.fd);
+        if (!listener || !isReadable(entry.fd)) continue;
+        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
+        listener->callback->Process_Notification_Event(listener->handle, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE,
+                                                       ignored);
+    }
+}
+
+std::optional<HX_MCSQ::Listener> HX_MCSQ::listenerOf(int descriptor)
+{
+    const MutexLock lock(m_listMutex);
+    const auto found = std::ranges::find(m_connections, descriptor, &Connection_t::readerDescriptor);
+    if (found == m_connections.end() || !found->callback()) return std::nullopt;
+    return Listener{found - m_connections.begin(), found->callback()};
+}
+
+}  // namespace FACE::IOSS

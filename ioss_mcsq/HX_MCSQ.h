@@ -1,0 +1,175 @@
+#ifndef IOSS_MCSQ_HX_MCSQ_H
+#define IOSS_MCSQ_HX_MCSQ_H
+
+#include "face/FACE_IOSS.h"
+#include "face/FACE_Injectable.h"
+#include "ioss_mcsq/mcsQport.h"
+#include "utilities/ThreadAnnotations.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <sys/types.h>
+#include <thread>
+#include <vector>
+
+namespace FACE::IOSS {
+
+/// Named connections to message queues: character devices of which one read or write moves one message. The key "Port"
+/// of a connection's configuration is the number of its device (decimal, hexadecimal with 0x, octal with a leading
+/// zero; cut to 16 bits).
+///
+/// Any thread may call. An exception does not leave an operation: its text and a source line number go to standard
+/// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same way.
+///
+/// One thread, which runs while connections are registered for notification, waits for input on all of them. It calls
+/// back with the poll lock held, so a call-back must neither register nor unregister. Whoever does waits for it: some
+/// 50 ms, and as long as call-backs take. When `Unregister_Notification_Event` returns, no call-back runs and none will.
+/// Unregister before closing.
+///
+/// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
+/// its device, breaks that.
+class HX_MCSQ : public MCSQ::IO_Service, public Configuration_Injectable::Injectable {
+public:
+    /// The most that one read takes.
+    static constexpr std::uint32_t kLargestRead = 131072;
+
+    /// What `Get_Connection_Configuration` knows: the device's number, as `ushort_value`.
+    static constexpr std::uint16_t kPortParameter = 0;
+
+    /// @param devicePrefix  what stands before the number in the path of a device
+    explicit HX_MCSQ(std::string devicePrefix = "/dev/mcs");
+    ~HX_MCSQ() override;
+    HX_MCSQ(const HX_MCSQ&) = delete;
+    HX_MCSQ& operator=(const HX_MCSQ&) = delete;
+
+    void Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code) override
+        EXCLUDES(m_openMutex);
+
+    /// `NO_ACTION` if the device can't be opened: the connection is known from then on, closed.
+    void Open_Connection(const String& connection_name, long long timeout, long long& handle,
+                         RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_openMutex, m_listMutex);
+    void Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
+
+    /// Reads one message, as much of it as the payload has capacity for, and makes that the payload's length.
+    /// `NO_ACTION` if nothing came.
+    void Read(long long handle, long long timeout, MCSQ::READ_PAYLOAD_TYPE& payload,
+              RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
+
+    /// Writes one message; `NO_ACTION` if not all of it was taken.
+    void Write(long long handle, long long timeout, const MCSQ::WRITE_PAYLOAD_TYPE& payload,
+               RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
+
+    /// A queue has nothing to configure: `NO_ACTION` for an open connection. So for the bus, in both directions.
+    void Configure_Connection_Parameters(long long handle, long long timeout,
+                                         const IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                                         RETURN_CODE_TYPE::Value& return_code) override;
+    void Configure_Bus_Parameters(long long handle, long long timeout, const IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                                  RETURN_CODE_TYPE::Value& return_code) override;
+    void Get_Bus_Configuration(long long handle, IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                               RETURN_CODE_TYPE::Value& return_code) override;
+
+    /// Fills in every entry that is known, also of a closed connection; `INVALID_PARAM` if one isn't.
+    void Get_Connection_Configuration(long long handle, IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                                      RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
+    void Get_Connection_Status(long long handle, CONNECTION_STATUS_TYPE& status,
+                               RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
+
+    /// 0 if the connection is open, else 1.
+    void Get_Bus_Status(long long handle, BUS_STATUS_TYPE& status, RETURN_CODE_TYPE::Value& return_code) override
+        EXCLUDES(m_listMutex);
+    void Register_Notification_Event(long long handle, IO_CallbackBase& callback,
+                                     RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_pollMutex, m_listMutex);
+
+    /// Takes back one registration. `NO_ERROR` also if there is none.
+    void Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code) override
+        EXCLUDES(m_pollMutex, m_listMutex);
+    void Set_Reference(const String& interface_name, const std::shared_ptr<Configuration>& reference, long long id,
+                       RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_openMutex);
+
+    /// One connection: both directions of one device. It stays where it is made. Any thread may call, but one at a time
+    /// may open; the lock is a leaf, and is not held while a device is opened, read or written. A transfer that is under
+    /// way keeps the device open when the connection is closed.
+    class Connection_t {
+    public:
+        Connection_t(std::string name, std::uint16_t port, const std::string& devicePrefix);
+        Connection_t(const Connection_t&) = delete;
+        Connection_t& operator=(const Connection_t&) = delete;
+
+        const std::string& name() const { return m_name; }
+        std::uint16_t port() const { return m_port; }
+        const std::string& devicePath() const { return m_devicePath; }
+
+        /// Opens both directions anew. If that fails the connection is closed, and its state stays at being opened.
+        bool open() EXCLUDES(m_mutex);
+
+        /// Always true.
+        bool close() EXCLUDES(m_mutex);
+
+        /// One transfer of the port; 0 for a length under 1 or a closed connection.
+        ssize_t read(void* bytes, std::int64_t length) EXCLUDES(m_mutex);
+        ssize_t write(const void* bytes, std::int64_t length) EXCLUDES(m_mutex);
+
+        bool isOpen() const EXCLUDES(m_mutex);
+        CONNECTION_STATE_TYPE::Value state() const EXCLUDES(m_mutex);
+
+        /// -1 if closed.
+        int readerDescriptor() const EXCLUDES(m_mutex);
+        IO_CallbackBase* callback() const EXCLUDES(m_mutex);
+        void setCallback(IO_CallbackBase* callback) EXCLUDES(m_mutex);
+
+    private:
+        const std::string m_name;
+        const std::uint16_t m_port;
+        const std::string m_devicePath;  // the ports point to it
+        mutable Mutex m_mutex;
+        std::shared_ptr<mcsReaderPort> m_reader GUARDED_BY(m_mutex);
+        std::shared_ptr<mcsWriterPort> m_writer GUARDED_BY(m_mutex);
+        bool m_isOpen GUARDED_BY(m_mutex) = false;
+        IO_CallbackBase* m_callback GUARDED_BY(m_mutex) = nullptr;  // not owned
+        CONNECTION_STATE_TYPE::Value m_state GUARDED_BY(m_mutex) = CONNECTION_STATE_TYPE::CLOSED;
+    };
+
+private:
+    /// Whom input on a descriptor is for.
+    struct Listener {
+        long long handle;
+        IO_CallbackBase* callback;
+    };
+
+    Connection_t* getConnection(long long handle, RETURN_CODE_TYPE::Value& return_code) EXCLUDES(m_listMutex);
+    void noActionIfOpen(long long handle, RETURN_CODE_TYPE::Value& return_code);
+    std::optional<std::uint16_t> configuredPort(const String& connection_name) REQUIRES(m_openMutex);
+    long long connectionCount() EXCLUDES(m_listMutex);
+    Connection_t& entryAt(long long index) EXCLUDES(m_listMutex);
+    std::optional<long long> find(const std::string& name) EXCLUDES(m_listMutex);
+    long long append(const std::string& name, std::uint16_t port) EXCLUDES(m_listMutex);
+
+    void startThread() REQUIRES(m_pollMutex);
+    void pollLoop() noexcept EXCLUDES(m_pollMutex);
+    bool pollTurn() EXCLUDES(m_pollMutex);
+    void notify() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
+    std::optional<Listener> listenerOf(int descriptor) EXCLUDES(m_listMutex);
+
+    const std::string m_devicePrefix;
+    Mutex m_openMutex;  // one thread reads the configuration and opens; m_listMutex may be taken under it
+    bool m_initialized GUARDED_BY(m_openMutex) = false;
+    std::shared_ptr<Configuration> m_configuration GUARDED_BY(m_openMutex);
+    std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
+    Mutex m_listMutex;                                               // for fetching an entry
+    Mutex m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,
+                        // does not keep others out
+    Mutex m_pollMutex;  // any other lock may be taken under it, by the call-backs
+    std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
+    std::thread m_thread GUARDED_BY(m_pollMutex);
+    std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves
+};
+
+}  // namespace FACE::IOSS
+
+#endif

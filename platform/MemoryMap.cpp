@@ -1,0 +1,48 @@
+#include "platform/MemoryMap.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+
+static_assert(sizeof(off_t) == 8, "physical addresses from 0x80000000 on don't fit a file offset of 32 bits");
+
+const MemoryDeviceFileDescriptor& MemoryDeviceFileDescriptor::Instance()
+{
+    static const MemoryDeviceFileDescriptor instance;
+    return instance;
+}
+
+MemoryDeviceFileDescriptor::MemoryDeviceFileDescriptor(const char* path)
+    : m_pageSize(static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE))), m_fileDescriptor(::open(path, O_RDWR | O_SYNC))
+{
+    if (m_fileDescriptor < 0) throw std::runtime_error("Unable to open /dev/mem file descriptor.");
+}
+
+MemoryDeviceFileDescriptor::~MemoryDeviceFileDescriptor()
+{
+    ::close(m_fileDescriptor);
+}
+
+MemoryMap::MemoryMap(std::uint32_t physicalAddress, std::uint32_t size, const MemoryDeviceFileDescriptor& memory)
+    : m_offsetInPage(physicalAddress & (memory.pageSize() - 1)),
+      m_pageCount(static_cast<std::uint32_t>((std::uint64_t{m_offsetInPage} + size) / memory.pageSize() + 1))
+{
+    const std::uint64_t bytes = std::uint64_t{m_pageCount} * memory.pageSize();
+    void* mapped = MAP_FAILED;
+    if (std::in_range<std::size_t>(bytes)) {
+        m_mappedSize = static_cast<std::size_t>(bytes);
+        mapped = ::mmap(nullptr, m_mappedSize, PROT_READ | PROT_WRITE, MAP_SHARED, memory.fileDescriptor(),
+                        static_cast<off_t>(physicalAddress - m_offsetInPage));
+    }
+    if (mapped == MAP_FAILED) throw std::runtime_error("Unable to map memory space.");
+    m_mappedBase = static_cast<std::uint8_t*>(mapped);
+    m_pointerToBase = m_mappedBase + m_offsetInPage;
+}
+
+MemoryMap::~MemoryMap()
+{
+    if (::munmap(m_mappedBase, m_mappedSize) != 0) std::perror("Unable to mumap memory space");
+}

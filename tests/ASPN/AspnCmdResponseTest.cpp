@@ -1,0 +1,148 @@
+#include "ASPN/AspnCmdResponse.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+using ASPN2::CmdResponse;
+using ASPN2::ResponseType;
+using aspn2_msgs::idl::CommandResponse;
+
+CommandResponse commandOf(const std::string& text)
+{
+    CommandResponse command;
+    command.command_response(text);
+    return command;
+}
+
+TEST(CmdResponseTest, CommandsCountFromZeroAndSurviveAReset)
+{
+    CmdResponse maker(ASPN2::DeviceIdFactory("KOLT", 52));
+    const auto first = maker.makeCommand("REQUEST_CBIT");
+    EXPECT_EQ(static_cast<std::uint32_t>(first.header().device_id()), 0x01340200U);
+    EXPECT_EQ(first.header().seq_num(), 0U);
+    EXPECT_EQ(first.command_identifier(), 0);
+    EXPECT_EQ(first.commanded_device_id(), 0);
+    EXPECT_EQ(first.command_response_type(), 0U);
+    EXPECT_EQ(first.command_response(), "REQUEST_CBIT");
+
+    maker.reset(ASPN2::DeviceIdFactory("RENS", 53));
+    const auto second = maker.makeCommand("X");
+    EXPECT_EQ(static_cast<std::uint32_t>(second.header().device_id()), 0x02350200U);
+    EXPECT_EQ(second.header().seq_num(), 1U);
+    EXPECT_EQ(second.command_identifier(), 1);
+}
+
+TEST(CmdResponseTest, WithoutAFactoryTheDeviceIdIsZero)
+{
+    EXPECT_EQ(CmdResponse().makeCommand("X").header().device_id(), 0);
+}
+
+TEST(CmdResponseTest, ResponsesAreCountedApartAndCopyTheCommandsIdentifier)
+{
+    CmdResponse maker(ASPN2::DeviceIdFactory("KOLT", 52));
+    maker.makeCommand("A");
+    maker.makeCommand("B");
+    auto command = commandOf("C");
+    command.header().device_id(0x01050207);
+    command.commanded_device_id(77);
+    command.command_identifier(4711);
+    const auto response = maker.makeResponse(command, std::string("OrvaneServer"));
+    EXPECT_EQ(response.header().seq_num(), 0U);
+    EXPECT_EQ(response.commanded_device_id(), 0x01050207);
+    EXPECT_EQ(response.command_identifier(), 4711);
+    EXPECT_EQ(response.command_response_type(), 1U);
+    EXPECT_EQ(response.command_response(), "OrvaneServer");
+    EXPECT_EQ(static_cast<std::uint32_t>(response.header().device_id()), 0x01340200U);
+    EXPECT_EQ(maker.makeResponse(command, true).header().seq_num(), 1U);
+    EXPECT_EQ(maker.makeCommand("D").command_identifier(), 2);
+}
+
+TEST(CmdResponseTest, BeforeThereAreRegistersTheStampIsThatOfZeroTicks)
+{
+    const auto command = CmdResponse().makeCommand("X");
+    EXPECT_EQ(command.header().tov().sec(), 0);
+    EXPECT_EQ(command.header().tov().nsec(), -8);
+    EXPECT_EQ(command.header().toa().sec(), 0);
+    EXPECT_EQ(command.header().toa().nsec(), -8);
+}
+
+TEST(CmdResponseTest, GivenTicksReplaceTheTimeOfArrivalAlone)
+{
+    const auto command = CmdResponse().makeCommand(2ULL * 58982400ULL, "X");
+    EXPECT_EQ(command.header().tov().sec(), 0);
+    EXPECT_EQ(command.header().tov().nsec(), -8);
+    EXPECT_EQ(command.header().toa().sec(), 1);
+    EXPECT_EQ(command.header().toa().nsec(), 999'999'992);
+    EXPECT_EQ(command.header().seq_num(), 0U);
+}
+
+TEST(CmdResponseTest, SuffixFollowsTheStem)
+{
+    CmdResponse maker;
+    EXPECT_EQ(maker.makeResponse(commandOf("REQUEST_CBIT,1,2"), true).command_response(), "REQUEST_CBIT_PASS");
+    EXPECT_EQ(maker.makeResponse(commandOf("REQUEST_CBIT"), false).command_response(), "REQUEST_CBIT_FAIL");
+    EXPECT_EQ(maker.makeResponseAck(commandOf("REQUEST_ZEROIZE"), true).command_response(), "REQUEST_ZEROIZE_ACK");
+    EXPECT_EQ(maker.makeResponseAck(commandOf("REQUEST_ZEROIZE,"), false).command_response(), "REQUEST_ZEROIZE_NACK");
+}
+
+TEST(CmdResponseTest, WithoutAStemTheSuffixStandsAlone)
+{
+    CmdResponse maker;
+    EXPECT_EQ(maker.makeResponse(commandOf(""), true).command_response(), "_PASS");
+    EXPECT_EQ(maker.makeResponseAck(commandOf(""), false).command_response(), "_NACK");
+    EXPECT_EQ(maker.makeResponse(commandOf(",X"), false).command_response(), "_FAIL");
+    EXPECT_EQ(maker.makeResponseAck(commandOf(","), true).command_response(), "_ACK");
+}
+
+TEST(CmdResponseTest, ALiteralIsATextAndNoFlag)
+{
+    EXPECT_EQ(CmdResponse().makeResponse(commandOf("PING"), "me").command_response(), "me");
+}
+
+TEST(CmdResponseTest, TopicReplacesTheLowByteOfTheDeviceId)
+{
+    auto message = commandOf("X");
+    message.header().device_id(static_cast<std::int32_t>(0xF1340255U));
+    CmdResponse::setTopicId(message, 0xAA);
+    EXPECT_EQ(static_cast<std::uint32_t>(message.header().device_id()), 0xF13402AAU);
+}
+
+TEST(CmdResponseTest, NoTwoThreadsGetTheSameNumber)
+{
+    CmdResponse maker;
+    constexpr int kEach = 2000;
+    std::vector<std::vector<std::int32_t>> identifiers(4);
+    std::vector<std::thread> threads;
+    for (auto& mine : identifiers)
+        threads.emplace_back([&maker, &mine] {
+            for (int i = 0; i < kEach; ++i) mine.push_back(maker.makeCommand("X").command_identifier());
+        });
+    for (auto& thread : threads) thread.join();
+    std::set<std::int32_t> all;
+    for (const auto& mine : identifiers) all.insert(mine.begin(), mine.end());
+    EXPECT_EQ(all.size(), 4U * kEach);
+    EXPECT_EQ(*all.rbegin(), 4 * kEach - 1);
+}
+
+TEST(ResponseTypeTest, ByTheFirstSuffixOfTheOrderThatIsFoundAnywhere)
+{
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("REQUEST_ZEROIZE_ACK")), 1);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("REQUEST_ZEROIZE_NACK")), 2);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("SYSTEM_ZEROIZE_PASS")), 3);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("SYSTEM_DESTROY_FAIL")), 4);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("PARTNUMBERS,SW1:FOO")), 0);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_FAIL_ACK")), 1);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_FAIL_NACK")), 2);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_ACK_Y")), 1);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("")), 0);
+}
+
+}  // namespace

@@ -1,0 +1,346 @@
+#include "face/HX_TSS.h"
+#include "face/HX_TSS_Listeners.h"
+#include "face/HX_Topic_Helpers.h"
+#include "tests/face/NineTypes.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Transport.h"
+#include "tests/support/VirtualSlot.h"
+
+#include <fastrtps/publisher/Publisher.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::TSS::HX_TSS;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+namespace {
+
+/// The configuration of a file, which notes what is opened and counts what is left open.
+class WatchedConfig : public FACE::HX_Config {
+public:
+    void Open(const FACE::String& name, int& handle, RETURN_CODE_TYPE::Value& code) override
+    {
+        HX_Config::Open(name, handle, code);
+        opened.emplace_back(name.buffer());
+        if (code == RETURN_CODE_TYPE::NO_ERROR) ++open;
+    }
+    void Close(int handle, RETURN_CODE_TYPE::Value& code) override
+    {
+        HX_Config::Close(handle, code);
+        if (code == RETURN_CODE_TYPE::NO_ERROR) --open;
+    }
+
+    std::vector<std::string> opened;
+    int open = 0;
+};
+
+/// A transport step by step.
+class HX_TSSTest : public ::testing::Test {
+protected:
+    RETURN_CODE_TYPE::Value refer()
+    {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        tss.Set_Reference("", config, 0, code);
+        return code;
+    }
+    RETURN_CODE_TYPE::Value initialize(const std::string& path)
+    {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        const ConsoleCapture outCapture(std::cout);
+        const ConsoleCapture errCapture(std::cerr);
+        tss.Initialize(path.c_str(), code);
+        out = outCapture.flushed();
+        err = errCapture.flushed();
+        return code;
+    }
+    RETURN_CODE_TYPE::Value initialize(const TransportConfig& file)
+    {
+        return initialize(directory.write("connections.xml", file.text()));
+    }
+    RETURN_CODE_TYPE::Value start(const TransportConfig& file)
+    {
+        refer();
+        return initialize(file);
+    }
+    RETURN_CODE_TYPE::Value connect(const std::string& name)
+    {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        const ConsoleCapture errCapture(std::cerr);
+        id = 77;
+        tss.Create_Connection(name.c_str(), -1, id, size, code);
+        err = errCapture.flushed();
+        return code;
+    }
+    template <class Operation>
+    RETURN_CODE_TYPE::Value call(Operation operation, long long connection)
+    {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        (tss.*operation)(connection, code);
+        return code;
+    }
+
+    const TemporaryDirectory directory;
+    const std::shared_ptr<WatchedConfig> config = std::make_shared<WatchedConfig>();
+    HX_TSS tss{"unit"};
+    std::string out;
+    std::string err;
+    long long id = 77;
+    int size = 55;
+};
+
+}  // namespace
+
+TEST_F(HX_TSSTest, OneReferenceIsTaken)
+{
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    tss.Set_Reference("", nullptr, 0, code);
+    EXPECT_EQ(code, 3);
+    EXPECT_EQ(refer(), 0);
+    EXPECT_EQ(refer(), 2);
+    tss.Set_Reference("", nullptr, 0, code);
+    EXPECT_EQ(code, 2);
+}
+
+TEST_F(HX_TSSTest, InitializeNeedsAReference)
+{
+    EXPECT_EQ(initialize(TransportConfig()), 2);
+    EXPECT_EQ(out + err, "");
+    EXPECT_FALSE(tss.isInitialized());
+}
+
+TEST_F(HX_TSSTest, InitializeMakesTheParticipantOnce)
+{
+    EXPECT_EQ(start(TransportConfig()), 0);
+    EXPECT_TRUE(tss.isInitialized());
+    EXPECT_THAT(config->opened, ElementsAre("FastRtps"));
+    EXPECT_EQ(initialize("no file"), 1);
+    EXPECT_THAT(config->opened, ElementsAre("FastRtps"));
+    EXPECT_EQ(config->open, 0);
+}
+
+TEST_F(HX_TSSTest, MissingFileIsNotAvailable)
+{
+    refer();
+    EXPECT_EQ(initialize("/nowhere/connections.xml"), 2);
+    EXPECT_EQ(out, "CFR:4 Configuration /nowhere/connections.xml was not available\n");
+    EXPECT_EQ(err, "");
+}
+
+TEST_F(HX_TSSTest, MissingContainerIsNotAvailable)
+{
+    refer();
+    EXPECT_EQ(initialize(directory.write("connections.xml", "<HX_Configurations/>")), 2);
+    EXPECT_EQ(out, "CFR:4 Domain FastRtps was not available\n");
+    EXPECT_EQ(err, "");
+}
+
+TEST_F(HX_TSSTest, MissingKeyIsABadFileAlsoWhereItHasNoUse)
+{
+    EXPECT_EQ(start(TransportConfig().remove("TcpPort")), 4);
+    EXPECT_EQ(out, "WARNING - Parameter TcpPort not found\n");
+    EXPECT_EQ(config->open, 0);
+    EXPECT_FALSE(tss.isInitialized());
+}
+
+TEST_F(HX_TSSTest, FailedInitializeMayBeRepeatedOnTheSameFile)
+{
+    start(TransportConfig().set("UseTransport", "shm"));
+    EXPECT_EQ(initialize(directory.write("other.xml", TransportConfig().text())), 4);
+    EXPECT_EQ(err, "Error creating participant unit\n");
+}
+
+TEST_F(HX_TSSTest, NoParticipantWithoutATransport)
+{
+    EXPECT_EQ(start(TransportConfig().set("UseTransport", "shm")), 4);
+    EXPECT_EQ(err, "Error creating participant unit\n");
+    EXPECT_EQ(config->open, 0);
+    EXPECT_FALSE(tss.isInitialized());
+}
+
+TEST_F(HX_TSSTest, DomainWithoutPortsIsRefused)
+{
+    EXPECT_EQ(start(TransportConfig().set("DomainId", "233")), 4);
+    EXPECT_EQ(err, "Error creating participant unit\n");
+}
+
+TEST_F(HX_TSSTest, DomainThatWrapsAroundIsRefused)
+{
+    EXPECT_EQ(start(TransportConfig().set("DomainId", "-1")), 4);
+    EXPECT_EQ(err, "Error creating participant unit\n");
+}
+
+TEST_F(HX_TSSTest, HighestDomainIsGood)
+{
+    EXPECT_EQ(start(TransportConfig().set("DomainId", "232")), 0);
+}
+
+TEST_F(HX_TSSTest, NothingWorksBeforeInitialize)
+{
+    refer();
+    EXPECT_EQ(connect("Times"), 2);
+    EXPECT_EQ(id, -1);
+    EXPECT_EQ(call(&HX_TSS::Destroy_Connection, 0), 2);
+    EXPECT_EQ(call(&HX_TSS::Unregister_Sender, -1), 2);
+    EXPECT_EQ(call(&HX_TSS::Unregister_Callback, 0), 2);
+    EXPECT_EQ(config->opened.size(), 0u);
+}
+
+TEST_F(HX_TSSTest, ConnectionsAreNumberedInOrder)
+{
+    start(TransportConfig().connect("Times", "UTCTime").connect("Events", "EventLog"));
+    EXPECT_EQ(connect("Events"), 0);
+    EXPECT_EQ(id, 0);
+    EXPECT_EQ(connect("Times"), 0);
+    EXPECT_EQ(id, 1);
+    EXPECT_EQ(size, 55);
+    EXPECT_EQ(tss.connectionMap_mutex_at(1).name, "Times");
+    EXPECT_EQ(tss.connectionMap_mutex_at(1).topicType, "aspn2_msgs::idl::UTCTime");
+    EXPECT_FALSE(tss.connectionMap_mutex_at(1).isPublisher());
+    EXPECT_FALSE(tss.connectionMap_mutex_at(1).isSubscriber());
+    EXPECT_EQ(config->open, 0);
+}
+
+TEST_F(HX_TSSTest, SameNameIsTheSameConnectionAndNotOpenedAgain)
+{
+    start(TransportConfig().connect("Times", "UTCTime").connect("Events", "EventLog"));
+    connect("Times");
+    connect("Events");
+    EXPECT_EQ(connect("Times"), 0);
+    EXPECT_EQ(id, 0);
+    EXPECT_THAT(config->opened, ElementsAre("FastRtps", "Times", "Events"));
+}
+
+TEST_F(HX_TSSTest, NameThatTheFileLacksIsABadConfiguration)
+{
+    start(TransportConfig());
+    EXPECT_EQ(connect("Times"), 4);
+    EXPECT_EQ(id, -1);
+}
+
+TEST_F(HX_TSSTest, BothTypesAreReadBeforeOneIsMissed)
+{
+    start(TransportConfig().connect("Times", "", "").connect("Events", "EventLog"));
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(connect("Times"), 4);
+    EXPECT_EQ(console.text(), "WARNING - Parameter TopicType not found\nWARNING - Parameter PubSubType not found\n");
+    EXPECT_EQ(id, -1);
+    EXPECT_EQ(config->open, 0);
+    connect("Events");
+    EXPECT_EQ(id, 0);
+}
+
+TEST_F(HX_TSSTest, UnknownTypeSupportCannotBeRegistered)
+{
+    start(TransportConfig().connect("Times", "aspn2_msgs::idl::UTCTime", "UTCTime").connect("Events", "EventLog"));
+    EXPECT_EQ(connect("Times"), 1);
+    EXPECT_EQ(err, "!!!!! Could NOT register topic 0 with participant unit\n");
+    EXPECT_EQ(id, -1);
+    EXPECT_EQ(config->open, 0);
+    connect("Events");
+    EXPECT_EQ(id, 0);
+}
+
+TEST_F(HX_TSSTest, TypeOfTwoConnectionsIsRegisteredOnce)
+{
+    start(TransportConfig().connect("Commands", "CommandResponse").connect("Responses", "CommandResponse"));
+    EXPECT_EQ(connect("Commands"), 0);
+    EXPECT_EQ(connect("Responses"), 0);
+    EXPECT_EQ(id, 1);
+    EXPECT_NE(tss.connectionMap_mutex_at(0).pubSubType, nullptr);
+    EXPECT_NE(tss.connectionMap_mutex_at(1).pubSubType, nullptr);
+    EXPECT_NE(tss.connectionMap_mutex_at(0).pubSubType, tss.connectionMap_mutex_at(1).pubSubType);
+}
+
+TEST_F(HX_TSSTest, DestroyDoesNothing)
+{
+    start(TransportConfig().connect("Times", "UTCTime"));
+    connect("Times");
+    EXPECT_EQ(call(&HX_TSS::Destroy_Connection, 0), 0);
+    EXPECT_EQ(call(&HX_TSS::Destroy_Connection, 99), 0);
+    EXPECT_EQ(call(&HX_TSS::Destroy_Connection, -1), 0);
+    EXPECT_EQ(tss.connectionMap_mutex_at(0).name, "Times");
+}
+
+TEST_F(HX_TSSTest, UnregisterNeedsAConnectionButNoEndpoint)
+{
+    start(TransportConfig().connect("Times", "UTCTime"));
+    connect("Times");
+    for (const auto operation : {&HX_TSS::Unregister_Sender, &HX_TSS::Unregister_Callback}) {
+        EXPECT_EQ(call(operation, 0), 0);
+        for (const long long unknown : {-1LL, 1LL, 0xFFFFFFFFLL, 0x100000000LL, -0x100000000LL})
+            EXPECT_EQ(call(operation, unknown), 3) << unknown;
+    }
+}
+
+TEST_F(HX_TSSTest, LookUpOfAnUnknownIdThrows)
+{
+    start(TransportConfig());
+    try {
+        tss.connectionMap_mutex_at(0);
+        FAIL();
+    } catch (const std::out_of_range& error) {
+        EXPECT_STREQ(error.what(), "map::at");
+    }
+}
+
+TEST_F(HX_TSSTest, LongNameIsCutForTheTopicOnly)
+{
+    const std::string name(300, 'n');
+    start(TransportConfig().connect(name, "UTCTime"));
+    EXPECT_EQ(connect(name), 0);
+    EXPECT_EQ(tss.connectionMap_mutex_at(0).name, name);
+    tss.registerPublisher(tss.connectionMap_mutex_at(0));
+    const auto& topic = tss.connectionMap_mutex_at(0).publisher->getAttributes().topic;
+    EXPECT_EQ(topic.topicName.to_string(), std::string(255, 'n'));
+}
+
+TEST_F(HX_TSSTest, ConnectionMovesWithItsType)
+{
+    static_assert(std::is_nothrow_move_constructible_v<HX_TSS::Connection_t>);
+    static_assert(!std::is_copy_constructible_v<HX_TSS::Connection_t>);
+    HX_TSS::Connection_t connection("Times", "Type", FACE::TSS::Topics::GetPubSubType("UTCTimePubSubType"));
+    const HX_TSS::Connection_t moved(std::move(connection));
+    EXPECT_EQ(moved.name, "Times");
+    EXPECT_STREQ(moved.pubSubType->getName(), "aspn2_msgs::idl::UTCTime");
+}
+
+TEST_F(HX_TSSTest, ANewListenerReplacesTheOldOne)
+{
+    struct Listener : FACE::TSS::Listeners::PublisherListenerBase {
+        explicit Listener(int& count) : PublisherListenerBase("unit"), deleted(count) {}
+        ~Listener() override { ++deleted; }
+        int& deleted;
+    };
+    int deleted = 0;
+    HX_TSS::Connection_t connection("Times", "Type", nullptr);
+    connection.setPublisher(std::make_unique<Listener>(deleted), nullptr);
+    connection.setPublisher(std::make_unique<Listener>(deleted), nullptr);
+    EXPECT_EQ(deleted, 1);
+    connection.clearPublisher();
+    EXPECT_EQ(deleted, 2);
+    EXPECT_FALSE(connection.isPublisher());
+}
+
+TEST(TransportInterfacesTest, OperationsStandInTheirOrder)
+{
+    using FACE::TSS::Base;
+    const std::vector<std::uintptr_t> base = {
+        virtualSlot(&Base::Initialize), virtualSlot(&Base::Create_Connection), virtualSlot(&Base::Destroy_Connection),
+        virtualSlot(&Base::Unregister_Sender), virtualSlot(&Base::Unregister_Callback)};
+    using Typed = FACE::TSS::TypedTS<aspn2_msgs::idl::UTCTime>;
+    const std::vector<std::uintptr_t> typed = {virtualSlot(&Typed::Receive_Message), virtualSlot(&Typed::Send_Message),
+                                               virtualSlot(&Typed::Register_Sender),
+                                               virtualSlot(&Typed::Register_Callback)};
+    for (const auto& slots : {base, typed})
+        for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + sizeof(void*)) << i;
+}

@@ -1,0 +1,294 @@
+#include "lab/unit/UnitSim.h"
+
+#include "ASPN/AspnDeviceIds.h"
+#include "ASPN/AspnHelper.h"
+#include "ASPN/CmdResponseStrings.h"
+#include "lab/unit/ReceiverFrames.h"
+#include "lab/unit/Records.h"
+#include "utilities/ConsoleLine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <numbers>
+
+namespace unitsim {
+
+using namespace std::chrono;
+
+namespace {
+
+constexpr const char* kFlags[] = {"PostComplete", "SystemStarted", "FirstBbitDone"};
+constexpr std::uint8_t kCommandMessage = 2;  // in device ids
+
+nanoseconds nanosecondsOf(double time)
+{
+    return nanoseconds(std::llround(time * 1e9));
+}
+
+std::int64_t utcNow()
+{
+    return duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+bool anyHolds(const std::vector<Window>& windows, double time)
+{
+    return std::any_of(windows.begin(), windows.end(), [&](const Window& window) { return window.holds(time); });
+}
+
+namespace {
+
+std::unique_ptr<RegisterFile> openRegisters(const Settings& settings)
+{
+    if (!settings.registers) return nullptr;
+    auto registers = std::make_unique<RegisterFile>(settings.memory, DeviceMap(settings.devices));
+    FpgaIdentity identity;
+    identity.clockRate = settings.clockRate;
+    registers->identify(identity);
+    return registers;
+}
+
+/// The unit's clock goes on where it was, unless it is younger than that.
+std::uint64_t firstTicks(const Settings& settings, const RegisterFile* registers)
+{
+    const auto uptime = static_cast<std::uint64_t>(settings.uptimeSeconds * double{SystemClock::kTicksPerSecond});
+    return registers ? std::max(uptime, registers->systemCount()) : uptime;
+}
+
+}  // namespace
+
+UnitSim::UnitSim(const Settings& settings)
+    : m_settings(settings), m_registers(openRegisters(settings)), m_start(Clock::now()),
+      m_startTime(GpsMoment::fromUtcSeconds(settings.utcSeconds.value_or(utcNow()))),
+      m_clock(firstTicks(settings, m_registers.get()), m_start), m_navigation(settings.seed)
+{
+    if (m_registers)
+        m_count = std::make_unique<RunningCount>(*m_registers, m_clock, nanosecondsOf(settings.countStepSeconds));
+    if (settings.outputs[indexOf(Output::Report8504)].enabled) {
+        const std::uint16_t port = DeviceMap(settings.devices).port("ZEN_HX");
+        m_feeder = std::make_unique<QueueFeeder>(settings.queuePrefix + std::to_string(port));
+    }
+    if (settings.flags) removeFlags();
+    m_transport =
+        std::make_unique<UnitTransport>(settings, [this](const CommandResponse& command) { receive(command); });
+}
+
+UnitSim::~UnitSim()
+{
+    m_transport.reset();
+    if (m_settings.flags) removeFlags();
+}
+
+void UnitSim::removeFlags() const
+{
+    std::error_code ignored;
+    for (const char* flag : kFlags) std::filesystem::remove(m_settings.flagDirectory + "/" + flag, ignored);
+}
+
+void UnitSim::stop()
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_stop = true;
+    }
+    m_wake.notify_all();
+}
+
+Totals UnitSim::totals() const
+{
+    Totals totals = m_totals;
+    if (m_feeder) totals.dropped = m_feeder->dropped();
+    return totals;
+}
+
+void UnitSim::receive(const CommandResponse& command)
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_inbox.push_back({command, Clock::now()});
+    }
+    m_wake.notify_all();
+}
+
+void UnitSim::run()
+{
+    if (m_settings.flags) planFlags();
+    for (const ScheduledCommand& command : m_settings.commands)
+        at(command.seconds, [this, text = command.text] { sendCommand(text); });
+    if (m_settings.durationSeconds) at(*m_settings.durationSeconds, [this] { stop(); });
+    at(0.0, [this] { epoch(0); });
+    while (const auto received = nextTurn()) {
+        for (const Received& command : *received) planAnswers(command);
+        runDue();
+    }
+}
+
+/// Waits for a command or for what is due next; none when it is time to end.
+std::optional<std::vector<UnitSim::Received>> UnitSim::nextTurn()
+{
+    MutexLock lock(m_mutex);
+    while (!m_stop && m_inbox.empty() && Clock::now() < m_agenda.begin()->first)
+        m_wake.wait_until(m_mutex, m_agenda.begin()->first);
+    if (m_stop) return std::nullopt;
+    return std::exchange(m_inbox, {});
+}
+
+void UnitSim::runDue()
+{
+    // What an action adds for now waits for the next turn, so that commands are never kept waiting.
+    const auto end = m_agenda.upper_bound(Clock::now());
+    std::vector<std::function<void()>> due;
+    for (auto entry = m_agenda.begin(); entry != end; entry = m_agenda.erase(entry))
+        due.push_back(std::move(entry->second));
+    for (const auto& action : due) action();
+}
+
+UnitSim::Clock::time_point UnitSim::after(double time) const
+{
+    return m_start + nanosecondsOf(time);
+}
+
+void UnitSim::at(double time, std::function<void()> action)
+{
+    m_agenda.emplace(after(time), std::move(action));
+}
+
+void UnitSim::planFlags()
+{
+    at(0.0, [this] { std::ofstream(m_settings.flagDirectory + "/SystemStarted"); });
+    if (!m_settings.postAfterSeconds) return;
+    at(*m_settings.postAfterSeconds, [this] {
+        Sys::announceFirstBbitDone(m_settings.flagDirectory);
+        Sys::announcePostComplete(m_settings.flagDirectory);
+        if (!m_settings.quiet) printLine(std::cout, "unit-sim: the self test is complete");
+    });
+}
+
+std::uint32_t UnitSim::deviceId(std::uint8_t server, std::uint8_t message, std::uint8_t topic) const
+{
+    return ASPN2::DeviceIdFactory(m_settings.system.c_str(), server).makeDeviceId(message, topic);
+}
+
+ASPN2::CmdResponse& UnitSim::speaker(std::uint8_t server)
+{
+    return m_speakers.try_emplace(server, ASPN2::DeviceIdFactory(m_settings.system.c_str(), server)).first->second;
+}
+
+void UnitSim::planAnswers(const Received& received)
+{
+    if (received.command.command_response_type() != 0) return;
+    ++m_totals.commands;
+    const std::vector<PlannedAnswer> answers = answersTo(received.command.command_response(), m_settings);
+    if (!m_settings.quiet)
+        printLine(std::cout, "unit-sim: command ", received.command.command_response(), ": ", answers.size(),
+                  answers.size() == 1 ? " answer" : " answers");
+    for (const PlannedAnswer& planned : answers)
+        m_agenda.emplace(received.when + nanosecondsOf(planned.delaySeconds),
+                         [this, command = received.command, planned] { answer(command, planned); });
+}
+
+void UnitSim::answer(const CommandResponse& command, const PlannedAnswer& planned)
+{
+    const std::uint64_t ticks = m_clock.ticksAt(Clock::now());
+    bool taken = false;
+    if (planned.kind == PlannedAnswer::Kind::BitReport) {
+        auto report = bitReport(planned, m_settings.failedComponents);
+        stamp(report.header(), m_reports++, deviceId(planned.server, 0, planned.topic), ticks, ticks);
+        taken = m_transport->publish(report);
+    } else {
+        CommandResponse response = speaker(planned.server).makeResponse(command, planned.text);
+        ASPN2::setToVandToA_fromFpgaTicks(ticks, response.header());
+        ASPN2::CmdResponse::setTopicId(response, planned.topic);
+        taken = m_transport->publishResponse(response);
+    }
+    ++(taken ? m_totals.answers : m_totals.refused);
+    if (!m_settings.quiet)
+        printLine(std::cout, "unit-sim: ", ASPN2::ServerIds::to_string(planned.server), " answers ",
+                  planned.kind == PlannedAnswer::Kind::BitReport ? "with a BitReport" : planned.text);
+}
+
+void UnitSim::sendCommand(const std::string& text)
+{
+    CommandResponse command = speaker(servers::kSystemController).makeCommand(text);
+    ASPN2::setToVandToA_fromFpgaTicks(m_clock.ticksAt(Clock::now()), command.header());
+    if (!m_settings.quiet) printLine(std::cout, "unit-sim: sends the command ", text);
+    if (!m_transport->publishCommand(command)) ++m_totals.refused;
+}
+
+bool UnitSim::isDue(Output output, double time) const
+{
+    const OutputSettings& settings = m_settings.outputs[indexOf(output)];
+    return settings.enabled && !anyHolds(settings.mutes, time);
+}
+
+template <class Record>
+void UnitSim::stampAs(Output output, Record& record, double time)
+{
+    const OutputSettings& settings = m_settings.outputs[indexOf(output)];
+    const std::uint64_t epochTicks = m_clock.ticksAt(after(time));
+    const std::int64_t valid =
+        static_cast<std::int64_t>(epochTicks) + SystemClock::ticksIn(nanosecondsOf(settings.offsetSeconds));
+    stamp(record.header(), m_sequences[indexOf(output)]++, deviceId(settings.server, 0, 0),
+          static_cast<std::uint64_t>(std::max<std::int64_t>(valid, 0)), m_clock.ticksAt(Clock::now()));
+}
+
+template <class Record>
+void UnitSim::publish(Output output, Record record, double time)
+{
+    if (!isDue(output, time)) return;
+    stampAs(output, record, time);
+    ++(m_transport->publish(record) ? m_totals.sent[indexOf(output)] : m_totals.refused);
+}
+
+void UnitSim::feed(const Solution& solution, double time)
+{
+    if (!isDue(Output::Report8504, time)) return;
+    auto record = gssipRecord(
+        frame8504(solution, {m_settings.receiverFailure, m_settings.receiverStatus}, m_settings.reportWords));
+    stampAs(Output::Report8504, record, time);
+    m_feeder->send(record);
+    ++m_totals.sent[indexOf(Output::Report8504)];
+}
+
+void UnitSim::epoch(std::int64_t number)
+{
+    const double time = static_cast<double>(number) / m_settings.rateHz;
+    const GpsMoment moment{m_startTime.nanoseconds + nanosecondsOf(time).count()};
+    const Solution solution = m_navigation.solve(time, moment, anyHolds(m_settings.gpsLost, time));
+    const std::uint32_t assurance = assuranceOf(solution, m_settings.assurance);
+
+    publish(Output::PositionVelocityAttitude, positionVelocityAttitude(solution), time);
+    publish(Output::UTCTime, utcTime(solution), time);
+    publish(Output::HalvexPNT, halvexPnt(solution, assurance), time);
+    publish(Output::MeasurementIncorporationStatus, measurementStatus(solution, m_settings.measurementEntries), time);
+    publish(Output::AssuranceState, assuranceState(assurance), time);
+    feed(solution, time);
+
+    if (m_settings.verbose) {
+        constexpr double kDegrees = 180.0 / std::numbers::pi;
+        const VehicleState& state = solution.state;
+        std::ostringstream line;
+        line << std::fixed << std::setprecision(1) << time << " s: " << std::setprecision(6)
+             << state.position[0] * kDegrees << " " << state.position[1] * kDegrees << std::setprecision(1) << " "
+             << state.position[2] << " m, " << std::hypot(state.velocity[0], state.velocity[1]) << " m/s, heading "
+             << state.attitude[2] * kDegrees << (solution.gpsLost ? ", no GPS" : "");
+        printLine(std::cout, "unit-sim: ", line.str());
+    }
+    planEpochAfter(number);
+}
+
+void UnitSim::planEpochAfter(std::int64_t number)
+{
+    const double elapsed = duration<double>(Clock::now() - m_start).count();
+    const std::int64_t present = static_cast<std::int64_t>(elapsed * m_settings.rateHz);
+    const std::int64_t next = std::max(number + 1, present);
+    m_totals.skipped += static_cast<std::uint64_t>(next - number - 1);
+    at(static_cast<double>(next) / m_settings.rateHz, [this, next] { epoch(next); });
+}
+
+}  // namespace unitsim

@@ -1,0 +1,112 @@
+#ifndef LAB_UNIT_UNITSIM_H
+#define LAB_UNIT_UNITSIM_H
+
+#include "ASPN/AspnCmdResponse.h"
+#include "lab/unit/CommandAnswers.h"
+#include "lab/unit/Navigation.h"
+#include "lab/unit/QueueFeeder.h"
+#include "lab/unit/RegisterFile.h"
+#include "lab/unit/Settings.h"
+#include "lab/unit/SystemClock.h"
+#include "lab/unit/UnitTransport.h"
+#include "utilities/ThreadAnnotations.h"
+
+#include <array>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace unitsim {
+
+/// What a simulator has done.
+struct Totals {
+    std::array<std::uint64_t, kOutputs> sent = {};
+    std::uint64_t refused = 0;   // by the transport
+    std::uint64_t dropped = 0;   // from a queue that nobody reads
+    std::uint64_t skipped = 0;   // epochs that the machine was too slow for
+    std::uint64_t commands = 0;  // received, its own included
+    std::uint64_t answers = 0;
+};
+
+/// The rest of the unit: publishes, feeds, counts and answers as the settings say.
+///
+/// Everything happens on the thread of `run`, but for the system count, which has one of its own, and the receipt of
+/// commands, which only queues them. `stop` may be called by any thread, at any time.
+class UnitSim {
+public:
+    /// Takes over the register file and the queue, opens the topics and removes flag files of an earlier boot; the
+    /// system count runs from here. Throws `std::runtime_error` that names the file, the key and the value.
+    explicit UnitSim(const Settings& settings);
+
+    /// Removes the flag files that it has made.
+    ~UnitSim();
+    UnitSim(const UnitSim&) = delete;
+    UnitSim& operator=(const UnitSim&) = delete;
+
+    /// Plays the unit until it is stopped or its time is up. Once.
+    void run() EXCLUDES(m_mutex);
+
+    void stop() EXCLUDES(m_mutex);
+
+    /// Only while `run` isn't running.
+    Totals totals() const;
+
+private:
+    using Clock = SystemClock::Clock;
+    using CommandResponse = aspn2_msgs::idl::CommandResponse;
+
+    struct Received {
+        CommandResponse command;
+        Clock::time_point when;
+    };
+
+    void receive(const CommandResponse& command) EXCLUDES(m_mutex);
+    std::optional<std::vector<Received>> nextTurn() EXCLUDES(m_mutex);
+    void runDue();
+    Clock::time_point after(double seconds) const;
+    void at(double seconds, std::function<void()> action);
+    void planFlags();
+    void planAnswers(const Received& received);
+    void answer(const CommandResponse& command, const PlannedAnswer& planned);
+    void sendCommand(const std::string& text);
+    void epoch(std::int64_t number);
+    void planEpochAfter(std::int64_t number);
+    template <class Record>
+    void stampAs(Output output, Record& record, double seconds);
+    template <class Record>
+    void publish(Output output, Record record, double seconds);
+    void feed(const Solution& solution, double seconds);
+    bool isDue(Output output, double seconds) const;
+    ASPN2::CmdResponse& speaker(std::uint8_t server);
+    std::uint32_t deviceId(std::uint8_t server, std::uint8_t message, std::uint8_t topic) const;
+    void removeFlags() const;
+
+    const Settings m_settings;
+    std::unique_ptr<RegisterFile> m_registers;
+    Clock::time_point m_start;
+    GpsMoment m_startTime;
+    SystemClock m_clock;
+    std::unique_ptr<RunningCount> m_count;  // after the registers, which it writes
+    std::unique_ptr<QueueFeeder> m_feeder;
+    Navigation m_navigation;
+    std::map<std::uint8_t, ASPN2::CmdResponse> m_speakers;
+    std::array<std::int64_t, kOutputs> m_sequences = {};
+    std::int64_t m_reports = 0;
+    std::multimap<Clock::time_point, std::function<void()>> m_agenda;
+    Totals m_totals;
+
+    Mutex m_mutex;
+    std::condition_variable_any m_wake;
+    bool m_stop GUARDED_BY(m_mutex) = false;
+    std::vector<Received> m_inbox GUARDED_BY(m_mutex);
+    std::unique_ptr<UnitTransport> m_transport;  // last: it calls `receive`
+};
+
+}  // namespace unitsim
+
+#endif

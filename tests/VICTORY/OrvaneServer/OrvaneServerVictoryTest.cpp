@@ -484,6 +484,20 @@ TEST_F(VictoryServiceTest, ServiceIsNotDeletedUnderACallOfAnotherThread)
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }
 
+TEST_F(VictoryServiceTest, WhatThrowsInAnyOtherCallLeavesNoLockBehind)
+{
+    const HardDeadline deadline;
+    start();
+    for (const char* operation : {"vapntsInitTellExecuteBuiltInTestsCallback", "vapntsTellSystemConfiguration"})
+        victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
+    EXPECT_THROW(server.performPOSTcomplete(), std::runtime_error);
+    {
+        const MutexLock lock(server.m_apntConfigurationMutex);
+        EXPECT_THROW(server.clearApntConfiguration(), std::runtime_error);
+    }
+    EXPECT_TRUE(server.ShutdownVictory());
+}
+
 // The rate.
 
 TEST_F(VictoryServiceTest, LessThanASecondIsOnlyPrinted)

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -27,24 +28,29 @@ bool FaultHysteresis::OkInitFaultHysteresis(int spanSeconds, int threshold, int 
     m_spanSeconds = spanSeconds;
     m_threshold = threshold;
     m_limit = limit;
+    m_isEnabled = threshold != 0 && limit != 0;
     m_entries.clear();
     return true;
 }
 
 std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int line, const std::string& text)
 {
-    if (!isEnabled() || type < 3 || type > 5) return text;
+    if (!m_isEnabled || type < 3 || type > 5) return text;
     const std::string lineText = std::to_string(line);
     std::string located(fileNameOf(file ? file : ""));
     located.append("[").append(lineText).append("]:").append(text);
     if (type != 3) return located;
 
-    const std::string key = (file ? file : "") + lineText;
+    std::string key = (file ? file : "") + lineText;
+    fault_entry oldest;  // is freed behind the lock
     const MutexLock lock(m_mutex);
     serviceLocked();
-    if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) m_entries.pop_front();
-    m_entries.push_back({key, m_now()});
-    type = hysteresisLocked(type, key);
+    if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) {
+        oldest = std::move(m_entries.front());
+        m_entries.pop_front();
+    }
+    m_entries.push_back({std::move(key), m_now()});
+    type = hysteresisLocked(type, m_entries.back().key);
     return located;
 }
 
@@ -69,12 +75,6 @@ std::size_t FaultHysteresis::size() const
 {
     const MutexLock lock(m_mutex);
     return m_entries.size();
-}
-
-bool FaultHysteresis::isEnabled() const
-{
-    const MutexLock lock(m_mutex);
-    return m_threshold != 0 && m_limit != 0;
 }
 
 void FaultHysteresis::serviceLocked()

@@ -36,20 +36,26 @@ bool FaultHysteresis::OkInitFaultHysteresis(int spanSeconds, int threshold, int 
 std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int line, const std::string& text)
 {
     if (!m_isEnabled || type < 3 || type > 5) return text;
+    const std::string_view path = file ? file : "";
+    const std::string_view name = fileNameOf(path);
     const std::string lineText = std::to_string(line);
-    std::string located(fileNameOf(file ? file : ""));
-    located.append("[").append(lineText).append("]:").append(text);
+    std::string located;
+    located.reserve(name.size() + lineText.size() + text.size() + 3);
+    located.append(name).append("[").append(lineText).append("]:").append(text);
     if (type != 3) return located;
 
-    std::string key = (file ? file : "") + lineText;
+    std::string key;
+    key.reserve(path.size() + lineText.size());
+    key.append(path).append(lineText);
     fault_entry oldest;  // is freed behind the lock
     const MutexLock lock(m_mutex);
-    serviceLocked();
+    const Clock::time_point now = m_now();
+    serviceLocked(now);
     if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) {
         oldest = std::move(m_entries.front());
         m_entries.pop_front();
     }
-    m_entries.push_back({std::move(key), m_now()});
+    m_entries.push_back({std::move(key), now});
     type = hysteresisLocked(type, m_entries.back().key);
     return located;
 }
@@ -57,7 +63,7 @@ std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int lin
 void FaultHysteresis::service()
 {
     const MutexLock lock(m_mutex);
-    serviceLocked();
+    serviceLocked(m_now());
 }
 
 std::int32_t FaultHysteresis::hysteresis(std::int32_t type, const std::string& key) const
@@ -77,12 +83,12 @@ std::size_t FaultHysteresis::size() const
     return m_entries.size();
 }
 
-void FaultHysteresis::serviceLocked()
+void FaultHysteresis::serviceLocked(Clock::time_point now)
 {
     if (m_spanSeconds == 0) return;
     const std::int64_t spanMs = std::int64_t{1000} * m_spanSeconds;
-    const auto isAged = [this, spanMs](const fault_entry& entry) {
-        return (m_now() - entry.time) / std::chrono::milliseconds(1) >= spanMs;
+    const auto isAged = [now, spanMs](const fault_entry& entry) {
+        return (now - entry.time) / std::chrono::milliseconds(1) >= spanMs;
     };
     while (!m_entries.empty() && isAged(m_entries.front())) m_entries.pop_front();
 }

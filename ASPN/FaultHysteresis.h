@@ -49,7 +49,7 @@ private:
         Clock::time_point time;
     };
 
-    void serviceLocked() REQUIRES(m_mutex);
+    void serviceLocked(Clock::time_point now) REQUIRES(m_mutex);
     std::int32_t hysteresisLocked(std::int32_t type, const std::string& key) const REQUIRES(m_mutex);
 
     Clock::time_point (*const m_now)();

@@ -351,6 +351,7 @@ TEST(ServiceTest, CallOnAServiceThatIsGoneIsTold)
     VapntsService* const gone = program.service();
     program.end();
     BusClient client(program.busPath());
+    client.nextWith("type", "hello");  // what is announced before is not kept for it
     const DescriptorCapture errors(2);
     EXPECT_NE(vapntsTellClearSystemData(gone, 0), 0);
     EXPECT_EQ(errors.text(), "libvictory: vapntsTellClearSystemData: there is no such service\n");

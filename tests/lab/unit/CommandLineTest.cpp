@@ -163,7 +163,7 @@ TEST(CommandLineTest, WrongValueIsNamedWithItsOption)
         {{"--command", "X"}, "--command: 'X' is not of the form TEXT@SECONDS"},
         {{"--topics", "gps"}, "--topics: 'gps' is no output"},
         {{"--rate", "0"}, "--rate: Value 0 not in range"},
-        {{"--answers", "maybe"}, "--answers: "},
+        {{"--answers", "maybe"}, "--answers: 'maybe' is none of normal, none, nack, fail, ack-only"},
         {{"--bogus"}, "--bogus"},
     };
     for (const auto& [arguments, expected] : wrongs) {

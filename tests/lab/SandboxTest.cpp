@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -171,8 +170,8 @@ TEST_F(SandboxTest, KilledSandboxTakesTheCommandWithIt)
 
 TEST_F(SandboxTest, TemporaryUnitIsRemovedAtTheEnd)
 {
-    ASSERT_EQ(setenv("TMPDIR", m_directory.path().c_str(), 1), 0);
-    ChildProcess process({kSandbox, "--", "/bin/sh", "-c", "ls /dev/mcs5"});
+    ChildProcess process(
+        {"/usr/bin/env", "TMPDIR=" + m_directory.path().string(), kSandbox, "--", "/bin/sh", "-c", "ls /dev/mcs5"});
     EXPECT_EQ(process.wait(), (Ending{0, 0})) << process.errors();
     EXPECT_EQ(process.output(), "/dev/mcs5\n");
     EXPECT_EQ(entries(m_directory.path()), std::vector<std::string>{"unit"});

@@ -13,7 +13,8 @@ using FACE::RETURN_CODE_TYPE;
 using FACE::LCM::Halvex::ReportedState;
 using FACE::LCM::Halvex::RequestedState;
 
-OrvaneServer::OrvaneServer() : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
+OrvaneServer::OrvaneServer(const std::string& sensorFile)
+    : m_bitResults(sensorFile), m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
 {
     struct Expected {
         std::uint8_t server;

@@ -69,7 +69,8 @@ class OrvaneServer : public FACE::LCM::Initializable::InitializableInstance,
                      public FACE::LCM::Connectable::ConnectableInstance,
                      public FACE::LCM::Halvex::RequestedState_ReportedState::Stateful::StatefulInstance {
 public:
-    OrvaneServer();
+    /// @param sensorFile  the list of the unit's sensors
+    explicit OrvaneServer(const std::string& sensorFile = OrvaneBitResults::kSensorFile);
     ~OrvaneServer() override;
     OrvaneServer(const OrvaneServer&) = delete;
     OrvaneServer& operator=(const OrvaneServer&) = delete;
@@ -299,7 +300,7 @@ protected:
     Mutex m_apntConfigurationMutex;
     std::map<std::string, bool> m_partNumberResponses GUARDED_BY(m_apntConfigurationMutex);
     VapntcSystemConfiguration m_systemConfiguration GUARDED_BY(m_apntConfigurationMutex) = {};
-    const bool m_allOutputs = false;  // nothing sets it; selects the longer list of outputs
+    bool m_allOutputs = false;  // nothing sets it; selects the longer list of outputs
     Mutex m_partNumberMutex;
     std::condition_variable_any m_partNumbersArrived;
     std::atomic<bool> m_partNumbersComplete = false;  // set under m_partNumberMutex
@@ -309,7 +310,8 @@ protected:
     SharedMutex m_serviceGate;
     std::atomic<VapntsService*> m_service = nullptr;  // null until the first start, and not cleared by the end
     std::atomic<bool> m_victoryStarted = false;
-    std::atomic<std::uint32_t> m_victoryGeneration = 0;  // counts its starts
+    bool m_hasService GUARDED_BY(m_lifeCycleMutex) = false;  // m_service is made, and not deleted yet
+    std::atomic<std::uint32_t> m_victoryGeneration = 0;      // counts its starts
     std::array<char, 65536> m_victoryConfigurationText = {};
     std::array<char, 65536> m_vclText = {};
     std::string m_updatedVclText;  // that the service was restarted with
@@ -389,7 +391,8 @@ private:
     bool startVictory(const char* vclText) REQUIRES(m_lifeCycleMutex);
     bool shutdownVictory() REQUIRES(m_lifeCycleMutex);
     bool startService(const char* vclText) REQUIRES(m_lifeCycleMutex);
-    void discardService() REQUIRES(m_lifeCycleMutex);
+    void discardService() REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
+    void deleteService(const char* caller) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
 
     /// Calls `call` with the service, and lets nobody end it meanwhile; false, and no call, if it doesn't run.
     template <class Call>

@@ -7,7 +7,9 @@
 #include "utilities/Shielded.h"
 
 #include <iostream>
+#include <string>
 #include <tinyxml2.h>
+#include <utility>
 
 namespace {
 
@@ -37,8 +39,8 @@ bool OrvaneServer::ShutdownVictory()
 bool OrvaneServer::startVictory(const char* vclText)
 {
     bool started = false;
-    shielded([&] { started = startService(vclText); },
-             [&](const char* what) {
+    shielded([&]() REQUIRES(m_lifeCycleMutex) { started = startService(vclText); },
+             [&](const char* what) REQUIRES(m_lifeCycleMutex) {
                  Reports::sendCallbackException("InitializeVictory", what);
                  discardService();
              });
@@ -67,6 +69,7 @@ bool OrvaneServer::startService(const char* vclText)
         return false;
     }
     m_service = service;
+    m_hasService = true;
 
     vapntsInitSaveVclidCallback(service, &cbSaveVclidCallback, this);
     for (const int group :
@@ -92,8 +95,22 @@ bool OrvaneServer::startService(const char* vclText)
 
 void OrvaneServer::discardService()
 {
-    m_victoryStarted = false;
-    if (auto* const service = m_service.exchange(nullptr)) vapntsDeleteService(service);
+    {
+        const ExclusiveLock gate(m_serviceGate);
+        m_victoryStarted = false;
+    }
+    // A start that fails early finds the service of the start before, which has been deleted.
+    if (!m_hasService) return;
+    deleteService("InitializeVictory");
+    m_service = nullptr;
+}
+
+void OrvaneServer::deleteService(const char* caller)
+{
+    m_hasService = false;
+    // No lock that a call-back takes: this waits for them.
+    shielded([this] { vapntsDeleteService(m_service); },
+             [=](const char* what) { Reports::sendCallbackException(caller, what); });
 }
 
 bool OrvaneServer::shutdownVictory()
@@ -102,8 +119,7 @@ bool OrvaneServer::shutdownVictory()
         const ExclusiveLock gate(m_serviceGate);  // whoever is in the library has left it then
         if (!m_victoryStarted.exchange(false)) return false;
     }
-    // No lock that a call-back takes: this waits for them.
-    vapntsDeleteService(m_service);
+    deleteService("ShutdownVictory");
     Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " : VapntsService exited");
     if (m_debug) printLine(std::cout, m_serverName, " : VapntsService exited");
     return true;
@@ -125,9 +141,10 @@ bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
     VICTORY::updateConfigItemInVclXml(document, "ASSURED_PNT_NAVWAR_SA", "updatePeriod", period.c_str());
     tinyxml2::XMLPrinter printer;
     document.Print(&printer);
+    std::string text = printer.CStr();
 
     shutdownVictory();
-    m_updatedVclText = printer.CStr();
+    m_updatedVclText = std::move(text);  // the service before may have used the old one
     startVictory(m_updatedVclText.c_str());
     return true;
 }

@@ -33,7 +33,9 @@ public:
     using OrvaneServer::handleBlock5044;
     using OrvaneServer::handlePartNumberResponses;
     using OrvaneServer::InitializeVictory;
+    using OrvaneServer::initMeasSourceEncoder;
     using OrvaneServer::logMaintenanceEvent;
+    using OrvaneServer::OrvaneServer;
     using OrvaneServer::performPOSTcomplete;
     using OrvaneServer::processClearDataRequest;
     using OrvaneServer::processPartNumbers;
@@ -44,13 +46,17 @@ public:
     using OrvaneServer::ShutdownVictory;
     using OrvaneServer::storeGpsAvailability;
     using OrvaneServer::updateComponentConfiguration;
+    using OrvaneServer::updateSystemConfiguration;
     using OrvaneServer::updateVDMdataRate;
     using OrvaneServer::waitForPartNumberResponses;
     using OrvaneServer::workerTurn;
 
+    using OrvaneServer::m_8504;
+    using OrvaneServer::m_allOutputs;
     using OrvaneServer::m_apntConfigurationMutex;
     using OrvaneServer::m_assuranceState;
     using OrvaneServer::m_bitResults;
+    using OrvaneServer::m_BITtimeoutSeconds;
     using OrvaneServer::m_clearDataCommand;
     using OrvaneServer::m_debug;
     using OrvaneServer::m_flagDirectory;
@@ -66,6 +72,7 @@ public:
     using OrvaneServer::m_hasPVA;
     using OrvaneServer::m_hasUTCTime;
     using OrvaneServer::m_latestTime;
+    using OrvaneServer::m_mis;
     using OrvaneServer::m_misSourceServerId;
     using OrvaneServer::m_navDataMutex;
     using OrvaneServer::m_partNumberResponses;
@@ -83,9 +90,14 @@ public:
     using OrvaneServer::m_tellDisabled;
     using OrvaneServer::m_threats;
     using OrvaneServer::m_timeMutex;
+    using OrvaneServer::m_turnPause;
+    using OrvaneServer::m_updatedVclText;
     using OrvaneServer::m_utcSourceServerId;
+    using OrvaneServer::m_utcTime;
     using OrvaneServer::m_vclFile;
+    using OrvaneServer::m_vclText;
     using OrvaneServer::m_victoryConfigurationFile;
+    using OrvaneServer::m_victoryConfigurationText;
     using OrvaneServer::m_victoryStarted;
     using OrvaneServer::m_warnings;
 

@@ -1,0 +1,395 @@
+#include "ioss_mcsq/ZentorM_8504_Msg.h"
+#include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/HardDeadline.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using namespace aspn2_msgs::idl;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr const char* kTell = "vapntsTellBlendedNavigationData";
+constexpr std::int32_t kReceiver = 39 << 16;
+
+class FrameBytes : public IWriteByteStreams {
+public:
+    void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
+    std::vector<std::uint8_t> data;
+};
+
+/// The bus runs; all inputs but for what a test says are valid at 1000 s.
+struct BlendedServerTest : testing::Test {
+    BlendedServerTest()
+    {
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.m_victoryConfigurationFile = "config";
+        server.m_vclFile = "vcl";
+        server.m_gssipSourceServers = {39};
+        server.InitializeVictory(nullptr);
+        server.run();
+        victory.forgetCalls();
+        popHealthEvents();
+    }
+
+    template <class Message>
+    static Message at(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0)
+    {
+        Message message;
+        message.header().timestamp_valid().sec(seconds);
+        message.header().timestamp_valid().nsec(nanoseconds);
+        return message;
+    }
+
+    static GSSIP receiverAt(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0, float angle = 0.0F)
+    {
+        ZentorM_8504_Msg status;
+        status.unpacked().angle084 = angle;
+        status.pack_8504();
+        FrameBytes bytes;
+        status.WriteMessage(&bytes);
+        auto record = at<GSSIP>(seconds, nanoseconds);
+        record.header().device_id(kReceiver);
+        record.data(bytes.data);
+        record.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
+        return record;
+    }
+
+    /// The arrival of each of the six.
+    std::vector<std::function<void()>> arrivals()
+    {
+        return {[this] { server.cbUTCTime(at<UTCTime>()); },
+                [this] { server.cbPVA(at<PositionVelocityAttitude>()); },
+                [this] { server.cbHalvexPNT(at<HalvexPNT>()); },
+                [this] { server.cbMeasurementIncorporationStatus(at<MeasurementIncorporationStatus>()); },
+                [this] { server.cbAssuranceState(at<AssuranceState>()); },
+                [this] { server.cbZentorGssip(receiverAt()); }};
+    }
+
+    void arriveAll()
+    {
+        for (const auto& arrive : arrivals()) arrive();
+    }
+
+    /// One look at the inputs; how many records it published.
+    std::size_t look()
+    {
+        victory.forgetCalls();
+        server.attemptBlendedNavigationProcessing();
+        return victory.count(kTell);
+    }
+
+    VapntcBlendedNavigationRecord told() const { return victory.last(kTell).record<VapntcBlendedNavigationRecord>(); }
+
+    bool hasAll() const
+    {
+        return server.m_hasUTCTime && server.m_hasPVA && server.m_hasFusionPNT && server.m_hasMIS &&
+               server.m_hasAssuranceState && server.m_has8504;
+    }
+    bool hasAny() const
+    {
+        return server.m_hasUTCTime || server.m_hasPVA || server.m_hasFusionPNT || server.m_hasMIS ||
+               server.m_hasAssuranceState || server.m_has8504;
+    }
+
+    const TemporaryDirectory directory;
+    VictoryRecorder victory;
+    OpenServer server{directory.write("sensors.xml", fileOf({}))};
+    const ConsoleCapture console{std::cout};
+};
+
+}  // namespace
+
+TEST_F(BlendedServerTest, SixInputsAreJoinedIntoOneRecord)
+{
+    auto utcTime = at<UTCTime>();
+    utcTime.gps_week(2235);
+    utcTime.gps_tow_sec(100);
+    utcTime.gps_tow_nsec(250'000'000.0);
+    utcTime.utc_tod_sec(82);
+    utcTime.utc_tod_nsec(250'000'000.0);
+    auto pva = at<PositionVelocityAttitude>();
+    pva.covariance()[0][0] = 1e12;
+    auto pnt = at<HalvexPNT>();
+    pnt.Vert_PosError(20.0);
+    auto mis = at<MeasurementIncorporationStatus>();
+    meas_type_set entry;
+    entry.meas_set_id(10);
+    entry.meas_used(1);
+    entry.meas_avail(0);
+    mis.meas_types().push_back(entry);
+    auto assurance = at<AssuranceState>();
+    assurance.assurance_state(assurance_state_enum{2});
+    server.cbUTCTime(utcTime);
+    server.cbPVA(pva);
+    server.cbHalvexPNT(pnt);
+    server.cbMeasurementIncorporationStatus(mis);
+    server.cbAssuranceState(assurance);
+    server.cbZentorGssip(receiverAt(1000, 0, 1.0F));
+
+    ASSERT_EQ(look(), 1U);
+    EXPECT_EQ(victory.last(kTell).service, server.m_service);
+    const auto record = told();
+    EXPECT_DOUBLE_EQ(record.gpsSeconds, 100.25);
+    EXPECT_EQ(record.fom, 9U);
+    EXPECT_EQ(record.verticalPositionError, 20.0);
+    EXPECT_EQ(record.sourceCount, 1U);
+    EXPECT_EQ(record.sources[0].sourceType, 2U);
+    EXPECT_EQ(record.gpsAvailability, 2U);
+    EXPECT_EQ(record.assuranceConfidence, 0.95);
+    EXPECT_NEAR(record.angleDegrees, 57.29578, 1e-3);
+    const auto time = victory.last(kTell).time();
+    ASSERT_NE(time, nullptr);
+    EXPECT_EQ(time->year, 2022U);
+    EXPECT_EQ(time->month, 11U);
+    EXPECT_EQ(time->day, 6U);
+    EXPECT_EQ(time->hour, 0U);
+    EXPECT_EQ(time->minute, 1U);
+    EXPECT_EQ(time->seconds, 22U);
+    EXPECT_EQ(time->nanoseconds, 250'000'000U);
+    EXPECT_FALSE(hasAny());
+}
+
+TEST_F(BlendedServerTest, NothingIsPublishedWithoutAnyOneOfTheSix)
+{
+    for (std::size_t missing = 0; missing < 6; ++missing) {
+        const auto all = arrivals();
+        for (std::size_t i = 0; i < all.size(); ++i)
+            if (i != missing) all[i]();
+        EXPECT_EQ(look(), 0U) << missing;
+        EXPECT_TRUE(hasAny()) << missing;
+        all[missing]();
+        EXPECT_EQ(look(), 1U) << missing;
+    }
+    EXPECT_EQ(console.text(), "");
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(BlendedServerTest, OrderOfArrivalPlaysNoPart)
+{
+    auto all = arrivals();
+    for (auto arrive = all.rbegin(); arrive != all.rend(); ++arrive) (*arrive)();
+    EXPECT_EQ(look(), 1U);
+}
+
+TEST_F(BlendedServerTest, ANewOutputNeedsSixFreshInputs)
+{
+    arriveAll();
+    EXPECT_EQ(look(), 1U);
+    EXPECT_EQ(look(), 0U);
+    server.cbUTCTime(at<UTCTime>());
+    EXPECT_EQ(look(), 0U);
+    arriveAll();
+    EXPECT_EQ(look(), 1U);
+}
+
+TEST_F(BlendedServerTest, EachInputMustBeLessThanASecondFromTheTimeMessage)
+{
+    const auto put = [this](int input, std::int64_t seconds, std::int32_t nanoseconds) {
+        switch (input) {
+        case 0:
+            return server.cbPVA(at<PositionVelocityAttitude>(seconds, nanoseconds));
+        case 1:
+            return server.cbHalvexPNT(at<HalvexPNT>(seconds, nanoseconds));
+        case 2:
+            return server.cbMeasurementIncorporationStatus(at<MeasurementIncorporationStatus>(seconds, nanoseconds));
+        case 3:
+            return server.cbAssuranceState(at<AssuranceState>(seconds, nanoseconds));
+        default:
+            return server.cbZentorGssip(receiverAt(seconds, nanoseconds));
+        }
+    };
+    for (int input = 0; input < 5; ++input) {
+        arriveAll();
+        put(input, 1001, 0);
+        EXPECT_EQ(look(), 0U) << input;
+        EXPECT_TRUE(hasAll()) << input;
+        put(input, 999, 0);
+        EXPECT_EQ(look(), 0U) << input;
+        EXPECT_TRUE(hasAll()) << input;
+        put(input, 1000, 999'999'000);
+        EXPECT_EQ(look(), 1U) << input;
+        arriveAll();
+        put(input, 999, 500'000'000);
+        EXPECT_EQ(look(), 1U) << input;
+    }
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(BlendedServerTest, LostGpsIsNeitherSourceNorAvailable)
+{
+    server.m_gpsLost = true;
+    arriveAll();
+    ASSERT_EQ(look(), 1U);
+    EXPECT_EQ(told().sourceCount, 0U);
+    EXPECT_EQ(told().gpsAvailability, 2U);
+    arriveAll();
+    server.m_gpsLost = false;
+    ASSERT_EQ(look(), 1U);
+    EXPECT_EQ(told().sourceCount, 1U);
+    EXPECT_EQ(told().gpsAvailability, 1U);
+}
+
+TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)
+{
+    arriveAll();
+    auto record = receiverAt();
+    record.num_bytes(100);
+    server.cbZentorGssip(record);
+    EXPECT_EQ(look(), 0U);
+    EXPECT_FALSE(hasAny());
+    EXPECT_EQ(console.text(), "");
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(BlendedServerTest, WhileTheServiceIsDownEachJoinIsLostWithAnEvent)
+{
+    server.ShutdownVictory();
+    popHealthEvents();
+    for (int i = 0; i < 2; ++i) {
+        arriveAll();
+        EXPECT_EQ(look(), 0U);
+        EXPECT_FALSE(hasAny());
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Cannot publish APNT Blended Navigation data while "
+                                                   "APNT service is not running!"));
+    }
+    EXPECT_THAT(console.text(), MatchesRegex("(OrvaneServer \\([0-9]+\\), encodeVictoryBlendedNavigation : "
+                                             "OrvaneServer: Cannot publish APNT Blended Navigation data while APNT "
+                                             "service is not running!\n){2}"));
+}
+
+TEST_F(BlendedServerTest, JoinIsShownUnlessQuiet)
+{
+    arriveAll();
+    server.cbPVA(at<PositionVelocityAttitude>(999, 750'000'000));
+    server.cbHalvexPNT(at<HalvexPNT>(1000, 500'000'000));
+    server.m_quiet = false;
+    EXPECT_EQ(look(), 1U);
+    const std::string prefix = "OrvaneServer: attemptBlendedNavigationProcessing: ";
+    EXPECT_THAT(console.text(),
+                testing::StartsWith(prefix + "Messages received: \n" +                 //
+                                    prefix + "UTCTime <-> PVA     deltaTov: 0.25\n" +  //
+                                    prefix + "UTCTime <-> HXPNT   deltaTov: 0.5\n" +   //
+                                    prefix + "UTCTime <-> MIS     deltaTov: 0\n" +     //
+                                    prefix + "UTCTime <-> Ass. St deltaTov: 0\n" +     //
+                                    prefix + "UTCTime <-> 8504    deltaTov: 0\n" +     //
+                                    prefix + "*** All synchronized messages received. Processing... \n" +
+                                    "OrvaneServer, set_VictoryTime ("));
+}
+
+TEST_F(BlendedServerTest, AJoinThatFailsIsShownWithoutTheProcessing)
+{
+    arriveAll();
+    server.cbPVA(at<PositionVelocityAttitude>(1005));
+    server.m_quiet = false;
+    EXPECT_EQ(look(), 0U);
+    EXPECT_THAT(console.text(), HasSubstr("UTCTime <-> PVA     deltaTov: 5\n"));
+    EXPECT_THAT(console.text(), testing::EndsWith("UTCTime <-> 8504    deltaTov: 0\n"));
+}
+
+TEST_F(BlendedServerTest, AnExceptionIsReportedAndTheInputsStay)
+{
+    const HardDeadline deadline;
+    arriveAll();
+    victory.onCall(kTell, [] { throw std::runtime_error("no luck"); });
+    server.attemptBlendedNavigationProcessing();
+    EXPECT_TRUE(hasAll());
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"));
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An exception occurred in "
+                             "attemptBlendedNavigationProcessing. Details: OrvaneServer: An exception occurred. "
+                             "Details: no luck\n"));
+    victory.onCall(kTell, nullptr);
+    server.cbPVA(at<PositionVelocityAttitude>());  // nobody holds the lock
+    EXPECT_EQ(look(), 1U);
+    EXPECT_TRUE(server.ShutdownVictory());
+}
+
+TEST_F(BlendedServerTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
+{
+    arriveAll();
+    victory.onCall(kTell, [] { throw 42; });
+    server.attemptBlendedNavigationProcessing();
+    EXPECT_TRUE(hasAll());
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
+}
+
+TEST_F(BlendedServerTest, NoInputIsStoredWhileTheLibraryIsCalled)
+{
+    const HardDeadline deadline;
+    arriveAll();
+    std::thread listener;
+    std::atomic<bool> stored = false;
+    victory.onCall(kTell, [&] {
+        listener = std::thread([&] {
+            server.cbPVA(at<PositionVelocityAttitude>());
+            stored = true;
+        });
+        EXPECT_FALSE(eventually([&] { return stored.load(); }, 100ms));
+    });
+    EXPECT_EQ(look(), 1U);
+    listener.join();
+    EXPECT_TRUE(server.m_hasPVA);  // it came after the flags were cleared
+    EXPECT_FALSE(server.m_hasUTCTime);
+}
+
+TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
+{
+    const HardDeadline deadline;
+    arriveAll();
+    std::atomic<bool> go = false;
+    victory.onCall(kTell, [&] { EXPECT_TRUE(eventually([&] { return go.load(); })); });
+    std::thread worker([&] { server.attemptBlendedNavigationProcessing(); });
+    EXPECT_TRUE(victory.waitForCalls(kTell, 1));
+    std::thread main([&] { EXPECT_TRUE(server.ShutdownVictory()); });
+    EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
+    go = true;
+    worker.join();
+    main.join();
+    EXPECT_EQ(victory.operations().back(), "vapntsDeleteService");
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+TEST_F(BlendedServerTest, ATesterMayKeepThePublicationBack)
+{
+    arriveAll();
+    server.m_tellDisabled = true;
+    EXPECT_EQ(look(), 0U);
+    EXPECT_FALSE(hasAny());
+}
+
+TEST_F(BlendedServerTest, TimeIsPrintedInOneRunOfNumbersWithNineDigits)
+{
+    auto utcTime = at<UTCTime>();
+    utcTime.gps_week(2235);
+    utcTime.gps_tow_sec(100);
+    utcTime.utc_tod_sec(82);
+    utcTime.utc_tod_nsec(31'250'000.0);
+    VapntcTime time = {};
+    OpenServer::set_VictoryTime(time, utcTime, true);
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) 2022116:0122\\.031250000\n"));
+    EXPECT_EQ(time.seconds, 22U);
+}
+
+TEST_F(BlendedServerTest, TimeIsNotPrintedUnlessWanted)
+{
+    VapntcTime time = {};
+    OpenServer::set_VictoryTime(time, at<UTCTime>(), false);
+    EXPECT_EQ(console.text(), "");
+}

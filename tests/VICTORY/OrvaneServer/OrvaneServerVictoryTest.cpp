@@ -1,0 +1,867 @@
+#include "PCSMaintReporter/PCSMaintReporter.h"
+#include "ioss_mcsq/ZentorM_8504_Msg.h"
+#include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/HardDeadline.h"
+#include "utilities/COutputRedirector.h"
+#include "utilities/SharedMutex.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ContainsRegex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// What `logMaintenanceEvent` last asked the maintenance reporter to send.
+struct LongDescription {
+    std::string description;
+    std::string identity;
+    std::vector<int> numbers;
+    std::string prefix;
+};
+LongDescription s_sent;  // NOLINT: one test at a time, on one thread
+
+const char* const kVcl = R"(<?xml version="1.0"?>
+<vcl:VCL>
+    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
+        <item name="updatePeriod" value="1"/>
+        <item name="other" value="2"/>
+    </group>
+    <group type="ASSURED_PNT_NAVWAR_SA">
+        <item name="updatePeriod" value="3"/>
+    </group>
+    <group type="ASSURED_PNT_WARNINGS">
+        <item name="updatePeriod" value="4"/>
+    </group>
+</vcl:VCL>
+)";
+
+const char* const kReadError = "3:OrvaneServer Error reading VICTORY APNT configuration file.";
+
+const std::vector<std::string> kStart = {"vutilReadStringFromFile",
+                                         "vutilReadStringFromFile",
+                                         "vapntsNewService",
+                                         "vapntsInitSaveVclidCallback",
+                                         "vapntsInitPubGroup",
+                                         "vapntsInitPubGroup",
+                                         "vapntsInitPubGroup",
+                                         "vapntsInitTellCallback",
+                                         "vapntsInitTellCallback",
+                                         "vapntsInitTellClearSystemDataCallback",
+                                         "vapntsInitTellSystemConfigurationCallback",
+                                         "vapntsTellAvailableOutputs",
+                                         "vapntsTellSystemConfiguration",
+                                         "vapntsTellAvailableSensors",
+                                         "vapntsTellBlendedNavigationData",
+                                         "vapntsStartService"};
+
+struct VictoryServiceTest : testing::Test {
+    VictoryServiceTest()
+    {
+        victory.setFile("config", "<config/>");
+        server.m_victoryConfigurationFile = "config";
+        setVcl(kVcl);
+        popHealthEvents();
+    }
+
+    /// The library and the server read the file each in its own way.
+    void setVcl(const std::string& text)
+    {
+        server.m_vclFile = directory.write("vcl.xml", text);
+        victory.setFile(server.m_vclFile, text);
+    }
+
+    void start()
+    {
+        ASSERT_TRUE(server.InitializeVictory(nullptr));
+        popHealthEvents();
+        victory.forgetCalls();
+    }
+
+    const TemporaryDirectory directory;
+    const std::string sensorFile = directory.write("sensors.xml", fileOf({}));
+    VictoryRecorder victory;
+    OpenServer server{sensorFile};
+    const ConsoleCapture console{std::cout};
+};
+
+/// Call-backs that run on threads of the library: the end of the service waits for those that run, and lets no more in.
+class LibraryThreads {
+public:
+    explicit LibraryThreads(VictoryRecorder& victory) : m_victory(victory)
+    {
+        m_victory.onCall("vapntsNewService", [this] { ++made; });
+        m_victory.onCall("vapntsStartService", [this] { open(true); });
+        m_victory.onCall("vapntsDeleteService", [this] {
+            open(false);
+            ++deleted;
+        });
+    }
+
+    template <class Callback>
+    void run(Callback&& callback)
+    {
+        const SharedLock lock(m_mutex);
+        if (m_isOpen) callback();
+    }
+
+    std::atomic<int> made = 0;
+    std::atomic<int> deleted = 0;
+
+private:
+    void open(bool isOpen)
+    {
+        const ExclusiveLock lock(m_mutex);
+        m_isOpen = isOpen;
+    }
+
+    VictoryRecorder& m_victory;
+    SharedMutex m_mutex;
+    bool m_isOpen = true;
+};
+
+}  // namespace
+
+void sendLongDescription(PCSMaintReporter* reporter, const std::string& description, const std::string& identity,
+                         PCSMaintReporter::eCrit criticality, PCSMaintReporter::eOutcome outcome, std::uint8_t location,
+                         PCSMaintReporter::eCat category, PCSMaintReporter::eLru lru1, PCSMaintReporter::eCmpo comp1,
+                         PCSMaintReporter::eLru lru2, PCSMaintReporter::eCmpo comp2, PCSMaintReporter::eLru lru3,
+                         PCSMaintReporter::eCmpo comp3, PCSMaintReporter::eLru lru4, PCSMaintReporter::eCmpo comp4,
+                         std::int32_t repeatSeconds, const char* prefix) asm(ORVANE_SEND_LONG_DESCRIPTION);
+
+void sendLongDescription(PCSMaintReporter*, const std::string& description, const std::string& identity,
+                         PCSMaintReporter::eCrit criticality, PCSMaintReporter::eOutcome outcome, std::uint8_t location,
+                         PCSMaintReporter::eCat category, PCSMaintReporter::eLru lru1, PCSMaintReporter::eCmpo comp1,
+                         PCSMaintReporter::eLru lru2, PCSMaintReporter::eCmpo comp2, PCSMaintReporter::eLru lru3,
+                         PCSMaintReporter::eCmpo comp3, PCSMaintReporter::eLru lru4, PCSMaintReporter::eCmpo comp4,
+                         std::int32_t repeatSeconds, const char* prefix)
+{
+    s_sent = {
+        description,
+        identity,
+        {criticality, outcome, location, category, lru1, comp1, lru2, comp2, lru3, comp3, lru4, comp4, repeatSeconds},
+        prefix};
+}
+
+// The start.
+
+TEST_F(VictoryServiceTest, StartCallsTheLibraryInOrder)
+{
+    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(victory.operations(), ElementsAreArray(kStart));
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(VictoryServiceTest, FilesStandAtFixedPaths)
+{
+    OpenServer shipped(sensorFile);
+    shipped.InitializeVictory(nullptr);
+    const auto reads = victory.calls("vutilReadStringFromFile");
+    ASSERT_EQ(reads.size(), 2U);
+    EXPECT_EQ(reads[0].text(0), "/opt/halvex/config/APNTServiceConfig_1_9.xml");
+    EXPECT_EQ(reads[1].text(0), "/opt/halvex/config/APNT_VCL_1_9.xml");
+    EXPECT_EQ(reads[0].number(1), 65536);
+    EXPECT_EQ(reads[1].number(1), 65536);
+}
+
+TEST_F(VictoryServiceTest, BuffersAreZeroAtFirst)
+{
+    EXPECT_THAT(server.m_victoryConfigurationText, Each('\0'));
+    EXPECT_THAT(server.m_vclText, Each('\0'));
+}
+
+TEST_F(VictoryServiceTest, TextsOfBothFilesMakeTheService)
+{
+    server.InitializeVictory(nullptr);
+    EXPECT_EQ(victory.last("vapntsNewService").text(0), "<config/>");
+    EXPECT_EQ(victory.last("vapntsNewService").text(1), kVcl);
+}
+
+TEST_F(VictoryServiceTest, AGivenTextIsUsedAsItStandsAndTheFileIsNotRead)
+{
+    EXPECT_TRUE(server.InitializeVictory("<mine/>"));
+    EXPECT_EQ(victory.last("vapntsNewService").text(1), "<mine/>");
+    EXPECT_EQ(victory.count("vutilReadStringFromFile"), 1U);
+}
+
+TEST_F(VictoryServiceTest, GroupsHaveOneHertzAndCallbacksTheInstance)
+{
+    server.InitializeVictory(nullptr);
+    const auto groups = victory.calls("vapntsInitPubGroup");
+    ASSERT_EQ(groups.size(), 3U);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(groups[static_cast<std::size_t>(i)].number(0), i);
+        EXPECT_EQ(groups[static_cast<std::size_t>(i)].real(1), 1.0);
+    }
+    const auto tells = victory.calls("vapntsInitTellCallback");
+    ASSERT_EQ(tells.size(), 2U);
+    EXPECT_EQ(tells[0].number(0), 2);
+    EXPECT_EQ(tells[1].number(0), 1);
+    EXPECT_EQ(tells[0].pointer(1), &server);
+    EXPECT_EQ(tells[1].pointer(1), &server);
+    for (const char* operation : {"vapntsInitSaveVclidCallback", "vapntsInitTellClearSystemDataCallback",
+                                  "vapntsInitTellSystemConfigurationCallback"})
+        EXPECT_EQ(victory.last(operation).pointer(0), &server) << operation;
+}
+
+TEST_F(VictoryServiceTest, EachGroupTellsItsOwnRecord)
+{
+    start();
+    victory.fireTell(2);
+    EXPECT_THAT(victory.operations(), ElementsAre("vapntsTellNavWarSaData"));
+    victory.fireTell(1);
+    EXPECT_THAT(victory.operations(), ElementsAre("vapntsTellNavWarSaData", "vapntsTellWarningMessagesData"));
+}
+
+TEST_F(VictoryServiceTest, ServiceCountsAsRunningOnlyOnceItHasStarted)
+{
+    bool running = true;
+    victory.onCall("vapntsStartService", [&] { running = server.m_victoryStarted; });
+    server.InitializeVictory(nullptr);
+    EXPECT_FALSE(running);
+    EXPECT_TRUE(server.m_victoryStarted);
+}
+
+TEST_F(VictoryServiceTest, RedirectionComesBeforeAllElse)
+{
+    bool redirected = false;
+    victory.onCall("vutilReadStringFromFile", [&] { redirected = COutputRedirector::originalStdOutStreamDest; });
+    server.InitializeVictory(nullptr);
+    EXPECT_TRUE(redirected);
+}
+
+TEST_F(VictoryServiceTest, ARunningServiceIsNotStartedAgainButTheOutputIsRedirected)
+{
+    server.m_victoryStarted = true;
+    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_NE(COutputRedirector::originalStdOutStreamDest, nullptr);
+}
+
+TEST_F(VictoryServiceTest, SecondStartChangesNothing)
+{
+    start();
+    VapntsService* const service = server.m_service;
+    EXPECT_TRUE(server.InitializeVictory("<other/>"));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_EQ(server.m_service, service);
+}
+
+TEST_F(VictoryServiceTest, TablesOfTheEncodersStandOnceStarted)
+{
+    EXPECT_EQ(server.encodeVictoryMeasSource(0), nullptr);
+    EXPECT_EQ(server.encodeVictoryWarningId(1), 75U);
+    start();
+    ASSERT_NE(server.encodeVictoryMeasSource(11), nullptr);
+    EXPECT_EQ(server.encodeVictoryMeasSource(11)->sourceType, 14U);
+    EXPECT_EQ(server.encodeVictoryMeasSource(12), nullptr);
+    EXPECT_EQ(server.encodeVictoryMeasSource(65535), nullptr);
+    EXPECT_EQ(server.encodeVictoryWarningId(1), 0U);
+}
+
+TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
+{
+    OpenServer lame((directory.path() / "none.xml").string());
+    lame.m_victoryConfigurationFile = "config";
+    lame.m_vclFile = server.m_vclFile;
+    EXPECT_FALSE(lame.InitializeVictory(nullptr));
+    EXPECT_TRUE(lame.m_victoryStarted);
+    EXPECT_EQ(victory.count("vapntsStartService"), 1U);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre(testing::StartsWith("3:Halvex: Could not initialize configuration file: ")));
+}
+
+TEST_F(VictoryServiceTest, TestsOfTheUnitHaveTheConfiguredLimit)
+{
+    server.m_BITtimeoutSeconds = 7;
+    start();
+    server.performPOSTcomplete();
+    server.m_bitResults.Start();
+    victory.fireExecuteBuiltInTests();
+    EXPECT_EQ(victory.last("vapntsTellExecuteBuiltInTests").real(0), 7.0);
+}
+
+TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
+{
+    for (const std::string& missing : {std::string("config"), server.m_vclFile}) {
+        OpenServer lame(sensorFile);
+        lame.m_victoryConfigurationFile = missing == "config" ? "none" : "config";
+        lame.m_vclFile = missing == "config" ? server.m_vclFile : "none";
+        victory.forgetCalls();
+        EXPECT_FALSE(lame.InitializeVictory(nullptr)) << missing;
+        EXPECT_FALSE(lame.m_victoryStarted);
+        EXPECT_THAT(victory.operations(), ElementsAre("vutilReadStringFromFile", "vutilReadStringFromFile"));
+        EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
+    }
+    EXPECT_THAT(console.text(), MatchesRegex("(OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
+                                             "reading VICTORY APNT configuration file\\.\n){2}"));
+}
+
+TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
+{
+    victory.setFile("config", std::string(65535, 'c'));
+    victory.setFile(server.m_vclFile, std::string(65535, 'v'));
+    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    EXPECT_EQ(victory.last("vapntsNewService").text(0), std::string(65535, 'c'));
+    EXPECT_EQ(victory.last("vapntsNewService").text(1), std::string(65535, 'v'));
+}
+
+TEST_F(VictoryServiceTest, ALongerFileIsRefusedNotCut)
+{
+    victory.setFile(server.m_vclFile, std::string(65536, 'v'));
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_EQ(victory.count("vapntsNewService"), 0U);
+    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
+}
+
+TEST_F(VictoryServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
+{
+    victory.answer("vapntsNewService", 0);
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_EQ(victory.operations().back(), "vapntsNewService");
+    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
+}
+
+TEST_F(VictoryServiceTest, AServiceThatIsNotStartedIsDeleted)
+{
+    victory.answer("vapntsStartService", 1);
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_EQ(victory.operations().back(), "vapntsDeleteService");
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer Error starting VICTORY APNT service."));
+    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+}
+
+TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
+{
+    for (const std::string& operation : kStart) {
+        OpenServer broken(sensorFile);
+        broken.m_victoryConfigurationFile = "config";
+        broken.m_vclFile = server.m_vclFile;
+        victory.forgetCalls();
+        victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
+        EXPECT_FALSE(broken.InitializeVictory(nullptr)) << operation;
+        EXPECT_FALSE(broken.m_victoryStarted) << operation;
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"))
+            << operation;
+        const bool isMade = victory.count("vapntsInitSaveVclidCallback") > 0;
+        EXPECT_EQ(victory.count("vapntsDeleteService"), isMade ? 1U : 0U) << operation;
+        victory.onCall(operation, nullptr);
+        EXPECT_TRUE(broken.InitializeVictory(nullptr)) << operation;
+        broken.ShutdownVictory();
+        popHealthEvents();
+    }
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer: An "
+                                              "exception occurred. Details: no luck\n"));
+}
+
+TEST_F(VictoryServiceTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
+{
+    victory.onCall("vapntsStartService", [] { throw 42; });
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred"));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer: Unknown c\\+"
+                                             "\\+ exception occurred\n"));
+}
+
+TEST_F(VictoryServiceTest, AnExceptionWhileCleaningUpIsReportedToo)
+{
+    victory.onCall("vapntsStartService", [] { throw 42; });
+    victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("worse"); });
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred",
+                                               "3:OrvaneServer: An exception occurred. Details: worse"));
+}
+
+// The end.
+
+TEST_F(VictoryServiceTest, EndDeletesTheServiceAndReportsIt)
+{
+    start();
+    VapntsService* const service = server.m_service;
+    victory.onCall("vapntsDeleteService", [] { EXPECT_EQ(popHealthEvent(), "none"); });
+    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_EQ(victory.last("vapntsDeleteService").service, service);
+    EXPECT_EQ(server.m_service, service);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(VictoryServiceTest, WhatDoesNotRunIsNotEnded)
+{
+    EXPECT_FALSE(server.ShutdownVictory());
+    start();
+    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+}
+
+TEST_F(VictoryServiceTest, EndIsPrintedOnDebug)
+{
+    start();
+    server.m_debug = true;
+    server.ShutdownVictory();
+    EXPECT_EQ(console.text(), "OrvaneServer : VapntsService exited\n");
+}
+
+TEST_F(VictoryServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
+{
+    start();
+    victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("no luck"); });
+    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
+                                               "2:OrvaneServer : VapntsService exited"));
+}
+
+TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
+{
+    const HardDeadline deadline;
+    server.m_partNumbersComplete = true;
+    start();
+    victory.onCall("vapntsDeleteService", [&] {
+        std::thread([&] {
+            VapntcSystemData data = VAPNTC_SYSTEM_DATA_CRYPTO;
+            victory.fireTell(1);
+            victory.fireTell(2);
+            victory.fireSaveVclid("<new/>");
+            victory.fireSystemConfiguration();
+            victory.fireClearSystemData(&data);
+        }).join();
+    });
+    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer : Cannot publish warnings while APNT service is not running! Warnings "
+                            "remain queued.",
+                            "3:OrvaneServer : Cannot publish NavWarSA threats while APNT service is not running! "
+                            "Threats remain queued.",
+                            "3:OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT service is not "
+                            "running!",
+                            "3:OrvaneServer : Cannot request part numbers while APNT service is not running!",
+                            "3:OrvaneServer : Ignored. Cannot process APNT Clear System Data while APNT service is "
+                            "not running!",
+                            "2:OrvaneServer : VapntsService exited"));
+}
+
+TEST_F(VictoryServiceTest, ServiceIsNotDeletedUnderACallOfAnotherThread)
+{
+    const HardDeadline deadline;
+    start();
+    std::atomic<bool> go = false;
+    victory.onCall("vapntsInitTellExecuteBuiltInTestsCallback",
+                   [&] { EXPECT_TRUE(eventually([&] { return go.load(); })); });
+    std::thread worker([&] { server.performPOSTcomplete(); });
+    EXPECT_TRUE(victory.waitForCalls("vapntsInitTellExecuteBuiltInTestsCallback", 1));
+    std::thread main([&] { server.ShutdownVictory(); });
+    EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
+    go = true;
+    EXPECT_TRUE(victory.waitForCalls("vapntsDeleteService", 1));
+    worker.join();
+    main.join();
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+// The rate.
+
+TEST_F(VictoryServiceTest, LessThanASecondIsOnlyPrinted)
+{
+    start();
+    EXPECT_FALSE(server.updateVDMdataRate(999));
+    EXPECT_FALSE(server.updateVDMdataRate(0));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 999 "
+                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating "
+                                             "VDM rate to 0 milliseconds\\.\n"));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_TRUE(server.m_victoryStarted);
+}
+
+TEST_F(VictoryServiceTest, ASecondRestartsTheService)
+{
+    start();
+    EXPECT_TRUE(server.updateVDMdataRate(1000));
+    EXPECT_TRUE(server.m_victoryStarted);
+    auto expected = kStart;
+    expected[0] = "vapntsDeleteService";  // and one read, of the configuration alone
+    EXPECT_THAT(victory.operations(), ElementsAreArray(expected));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 1000 "
+                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : "
+                                             "Restarting APNT\\.\n"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
+}
+
+TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
+{
+    start();
+    EXPECT_TRUE(server.updateVDMdataRate(4294967295UL));
+    EXPECT_EQ(victory.last("vapntsNewService").text(1), R"(<?xml version="1.0"?>
+<vcl:VCL>
+    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
+        <item name="updatePeriod" value="4294967295"/>
+        <item name="other" value="2"/>
+    </group>
+    <group type="ASSURED_PNT_NAVWAR_SA">
+        <item name="updatePeriod" value="4294967295"/>
+    </group>
+    <group type="ASSURED_PNT_WARNINGS">
+        <item name="updatePeriod" value="4"/>
+    </group>
+</vcl:VCL>
+)");
+    EXPECT_EQ(server.m_updatedVclText, victory.last("vapntsNewService").text(1));
+    EXPECT_EQ(readFile(server.m_vclFile), kVcl);
+    EXPECT_EQ(victory.file(server.m_vclFile), kVcl);
+    EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
+}
+
+TEST_F(VictoryServiceTest, AMissingItemLeavesTheOtherChangeInPlace)
+{
+    setVcl(R"(<vcl:VCL><a type="ASSURED_PNT_BLENDED_NAVIGATION"><b name="updatePeriod" value="1"/></a></vcl:VCL>)");
+    start();
+    EXPECT_TRUE(server.updateVDMdataRate(5000));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(victory.last("vapntsNewService").text(1), HasSubstr(R"(<b name="updatePeriod" value="5000"/>)"));
+}
+
+TEST_F(VictoryServiceTest, AServiceThatIsDownIsStarted)
+{
+    EXPECT_TRUE(server.updateVDMdataRate(1000));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
+}
+
+TEST_F(VictoryServiceTest, AVclFileThatCannotBeLoadedLeavesItToTheLibrary)
+{
+    start();
+    server.m_vclFile = (directory.path() / "none.xml").string();
+    victory.answer("vapntsNewService", 0);
+    EXPECT_TRUE(server.updateVDMdataRate(1000));
+    EXPECT_EQ(victory.last("vapntsNewService").text(1), "");
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited", kReadError));
+}
+
+TEST_F(VictoryServiceTest, AFailedRestartLeavesTheServiceDownAndDeletesItOnce)
+{
+    for (const char* operation : {"vutilReadStringFromFile", "vapntsNewService"}) {
+        start();
+        victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
+        EXPECT_TRUE(server.updateVDMdataRate(1000)) << operation;
+        EXPECT_FALSE(server.m_victoryStarted) << operation;
+        EXPECT_EQ(victory.count("vapntsDeleteService"), 1U) << operation;
+        victory.onCall(operation, nullptr);
+    }
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+TEST_F(VictoryServiceTest, ARestartIsTheStateOfNoService)
+{
+    start();
+    victory.onCall("vapntsNewService", [&] {
+        EXPECT_FALSE(server.m_victoryStarted);
+        server.performPOSTcomplete();
+        const MutexLock lock(server.m_apntConfigurationMutex);
+        server.clearApntConfiguration();
+    });
+    server.updateVDMdataRate(1000);
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+    EXPECT_EQ(victory.count("vapntsTellSystemConfiguration"), 1U);
+}
+
+TEST_F(VictoryServiceTest, ARestartDoublesNoTableAndSetsNoTestCallbacks)
+{
+    directory.write("sensors.xml", fileOf(manySensors(3)));
+    start();
+    server.performPOSTcomplete();
+    server.updateVDMdataRate(1000);
+    EXPECT_EQ(victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>().sensorCount, 3);
+    EXPECT_EQ(server.encodeVictoryWarningId(83), 75U);
+    EXPECT_EQ(server.encodeVictoryMeasSource(12), nullptr);
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
+}
+
+// Saving of the VCL text.
+
+TEST_F(VictoryServiceTest, ANewVclTextIsWritten)
+{
+    start();
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(0), "<new/>");
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), server.m_vclFile);
+    EXPECT_EQ(console.text(), "");
+    server.m_quiet = false;
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
+    EXPECT_EQ(console.text(), "OrvaneServer: Saving VCLID file: " + server.m_vclFile + "\n");
+}
+
+TEST_F(VictoryServiceTest, AFailedWriteOfTheVclTextAnswersOne)
+{
+    start();
+    victory.answer("vutilWriteStringToFile", -1);
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 1);
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(VictoryServiceTest, NoVclTextIsNotWritten)
+{
+    start();
+    EXPECT_EQ(victory.fireSaveVclid(nullptr), 1);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+}
+
+TEST_F(VictoryServiceTest, NoVclTextIsSavedWithoutAnInstance)
+{
+    EXPECT_EQ(OpenServer::cbSaveVclidCallback(nullptr, nullptr, "<new/>"), 1);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData "
+                                               "parameter"));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer: instance "
+                                             "pointer was not found in VICTORY callbackData parameter\n"));
+}
+
+TEST_F(VictoryServiceTest, NoVclTextIsSavedWhileTheServiceIsDown)
+{
+    EXPECT_EQ(OpenServer::cbSaveVclidCallback(&server, nullptr, "<new/>"), 0);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT "
+                                               "service is not running!"));
+}
+
+TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNot)
+{
+    server.m_clearDataCommand.setQuiet(true);
+    server.m_clearDataCommand.setClearDataInProgressTimeout(std::chrono::hours(1));
+    server.m_clearDataCommand.setCommandResponseMessageCallback([&](const std::string&) {
+        server.m_clearDataCommand.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+        return true;
+    });
+    server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
+    ASSERT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+    popHealthEvents();
+    EXPECT_EQ(OpenServer::cbSaveVclidCallback(&server, nullptr, "<new/>"), 1);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer : APNT Clear in progress, not processing SaveVCLID command"));
+}
+
+TEST_F(VictoryServiceTest, AnExceptionWhileSavingAnswersOne)
+{
+    start();
+    victory.onCall("vutilWriteStringToFile", [] { throw std::runtime_error("no luck"); });
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 1);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"));
+    victory.onCall("vutilWriteStringToFile", [] { throw 42; });
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 1);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred"));
+}
+
+TEST_F(VictoryServiceTest, NothingThatTheLibraryCallsThrows)
+{
+    static_assert(noexcept(OpenServer::cbSaveVclidCallback(nullptr, nullptr, nullptr)));
+    static_assert(noexcept(OpenServer::cbTellNavWarSaCallback(nullptr, nullptr)));
+    static_assert(noexcept(OpenServer::cbTellWarningMessagesCallback(nullptr, nullptr)));
+    static_assert(noexcept(OpenServer::cbClearSystemDataCallback(nullptr, nullptr, nullptr)));
+    static_assert(noexcept(OpenServer::cbTellSystemConfigurationCallback(nullptr, nullptr)));
+    start();
+    const auto failing = [] { throw 42; };
+    for (const char* operation :
+         {"vapntsTellNavWarSaData", "vapntsTellWarningMessagesData", "vapntsTellClearSystemData"})
+        victory.onCall(operation, failing);
+    VapntcSystemData data = VAPNTC_SYSTEM_DATA_CRYPTO;
+    victory.fireTell(1);
+    victory.fireTell(2);
+    victory.fireClearSystemData(&data);
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: Unknown c++ exception occurred").Times(3));
+}
+
+// What the library prints.
+
+TEST_F(VictoryServiceTest, AFaultOfASenderBecomesAMaintenanceEvent)
+{
+    const std::string text = "error: SOAP 1.2 fault SOAP-ENV:Sender [no subcode]\n";
+    EXPECT_EQ(server.logMaintenanceEvent((text + "beyond").c_str(), static_cast<unsigned>(text.size())), text.size());
+    EXPECT_EQ(s_sent.description, text);
+    EXPECT_EQ(s_sent.identity, "OrvaneServer");
+    EXPECT_THAT(s_sent.numbers, ElementsAre(3, 3, 52, 11, 1, 1, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_EQ(s_sent.prefix, "SOAP");
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(VictoryServiceTest, AnyOtherTextIsNotTaken)
+{
+    s_sent = {};
+    for (const std::string& text : {std::string("error: SOAP 1.2 fault SOAP-ENV:Receiver"),
+                                    std::string("SOAP 1.2 fault SOAP-ENV:Sende"), std::string("")})
+        EXPECT_EQ(server.logMaintenanceEvent(text.c_str(), static_cast<unsigned>(text.size())), 0U) << text;
+    EXPECT_EQ(server.logMaintenanceEvent(nullptr, 0), 0U);
+    EXPECT_EQ(s_sent.prefix, "");
+}
+
+TEST_F(VictoryServiceTest, WhatTheLibraryPrintsIsShownOnDebug)
+{
+    server.m_debug = true;
+    server.logMaintenanceEvent("anything", 8);
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) logMaintenanceEvent: OrvaneServer SOAP Error: "
+                                             "anything\n"));
+}
+
+TEST_F(VictoryServiceTest, FromTheStartOnWhatTheProcessPrintsComesBy)
+{
+    start();
+    s_sent = {};
+    std::puts("SOAP 1.2 fault SOAP-ENV:Sender 17");
+    std::fflush(stdout);
+    EXPECT_EQ(s_sent.description, "SOAP 1.2 fault SOAP-ENV:Sender 17\n");
+}
+
+// The turn of the worker.
+
+TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)
+{
+    start();
+    EXPECT_THROW(victory.fireExecuteBuiltInTests(), std::logic_error);
+    server.performPOSTcomplete();
+    EXPECT_THAT(victory.operations(),
+                ElementsAre("vapntsInitTellExecuteBuiltInTestsCallback", "vapntsInitTellGetBuiltInTestResultsCallback",
+                            "vapntsInitTellClearBuiltInTestResultsCallback"));
+    for (const auto& call : victory.calls()) EXPECT_EQ(call.pointer(0), &server.m_bitResults) << call.operation;
+    EXPECT_EQ(victory.calls()[0].number(1), 0);
+    server.m_bitResults.Start();
+    victory.fireExecuteBuiltInTests();
+    victory.fireGetBuiltInTestResults({});
+    victory.fireClearBuiltInTestResults({});
+    EXPECT_EQ(victory.count("vapntsTellExecuteBuiltInTests"), 1U);
+    EXPECT_EQ(victory.count("vapntsTellGetBuiltInTestResults"), 1U);
+    EXPECT_EQ(victory.count("vapntsTellClearBuiltInTestResults"), 1U);
+}
+
+TEST_F(VictoryServiceTest, NoTestCallbacksAreSetInAServiceThatIsDown)
+{
+    server.performPOSTcomplete();
+    start();
+    server.ShutdownVictory();
+    server.performPOSTcomplete();
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
+}
+
+TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsThem)
+{
+    std::vector<std::string> commands;
+    server.m_bitResults.setCommandResponseMessageCallback([&](const std::string& command) {
+        commands.push_back(command);
+        return true;
+    });
+    server.m_flagDirectory = directory.path().string();
+    server.m_bitResults.Start();
+    start();
+    server.workerTurn();
+    EXPECT_FALSE(server.m_postCompleteSeen);
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
+
+    directory.write("PostComplete", "");
+    server.m_bitResults.ExecuteBuiltInTests(server.m_service);
+    server.workerTurn();
+    EXPECT_TRUE(server.m_postCompleteSeen);
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
+    EXPECT_TRUE(server.m_requestPartNumbers);  // they are looked at before the self test is seen to be over
+    EXPECT_THAT(commands, IsEmpty());
+
+    server.workerTurn();
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
+    EXPECT_FALSE(server.m_requestPartNumbers);
+    EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT"));
+}
+
+// Threads.
+
+TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
+{
+    const HardDeadline deadline(240s);
+    LibraryThreads library(victory);
+    server.m_partNumbersComplete = true;
+    server.m_gssipSourceServers = {39};
+    server.m_flagDirectory = directory.path().string();
+    std::atomic<int> published = 0;
+    victory.onCall("vapntsTellBlendedNavigationData", [&] { ++published; });
+    server.run();
+    server.InitializeVictory(nullptr);
+
+    struct FrameBytes : IWriteByteStreams {
+        void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
+        std::vector<std::uint8_t> data;
+    } frame;
+    ZentorM_8504_Msg status;
+    status.WriteMessage(&frame);
+    aspn2_msgs::idl::GSSIP record;
+    record.header().device_id(39 << 16);
+    record.data(frame.data);
+    record.num_bytes(static_cast<std::int32_t>(frame.data.size()));
+
+    std::atomic<bool> stop = false;
+    const auto loop = [&](const std::function<void()>& body) {
+        return std::thread([&stop, body] {
+            do {
+                body();
+                std::this_thread::sleep_for(100us);  // or else the recorder's list fills the memory
+            } while (!stop);
+        });
+    };
+    std::vector<std::thread> threads;
+    threads.push_back(loop([&] {
+        server.cbUTCTime({});
+        server.cbPVA({});
+        server.cbHalvexPNT({});
+        server.cbMeasurementIncorporationStatus({});
+        server.cbAssuranceState({});
+        server.cbZentorGssip(record);
+    }));
+    threads.push_back(loop([&] { server.workerTurn(); }));
+    threads.push_back(loop([&] { server.performPOSTcomplete(); }));
+    threads.push_back(loop([&] {
+        const MutexLock lock(server.m_apntConfigurationMutex);
+        server.clearApntConfiguration();
+    }));
+    threads.push_back(loop([&] { library.run([&] { victory.fireTell(1); }); }));
+    threads.push_back(loop([&] { library.run([&] { victory.fireTell(2); }); }));
+    threads.push_back(loop([&] {
+        library.run([&] {
+            victory.fireSaveVclid("<new/>");
+            victory.fireSystemConfiguration();
+        });
+    }));
+    threads.push_back(loop([&] { server.InitializeVictory(nullptr); }));
+    for (int i = 0; i < 30; ++i) {
+        server.updateVDMdataRate(1000);
+        server.ShutdownVictory();
+        popHealthEvents();
+        victory.forgetCalls();
+    }
+    stop = true;
+    for (auto& thread : threads) thread.join();
+    server.ShutdownVictory();
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+    EXPECT_GE(library.made, 30);
+    EXPECT_EQ(library.deleted, library.made);
+    EXPECT_GE(published, library.made);  // each start tells one
+}

@@ -30,7 +30,9 @@ protected:
 
     std::vector<std::string> sandboxed(const std::string& script) const
     {
-        return {kSandbox, "--unit", m_unit, "--", "/bin/sh", "-c", script};
+        // A shell can't heed a signal that is ignored where the tests are started.
+        return {"/usr/bin/env", "--default-signal=INT,HUP,TERM", kSandbox, "--unit", m_unit, "--", "/bin/sh", "-c",
+                script};
     }
 
     /// What a command prints.

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -27,31 +28,42 @@ bool FaultHysteresis::OkInitFaultHysteresis(int spanSeconds, int threshold, int 
     m_spanSeconds = spanSeconds;
     m_threshold = threshold;
     m_limit = limit;
+    m_isEnabled = threshold != 0 && limit != 0;
     m_entries.clear();
     return true;
 }
 
 std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int line, const std::string& text)
 {
-    if (!isEnabled() || type < 3 || type > 5) return text;
+    if (!m_isEnabled || type < 3 || type > 5) return text;
+    const std::string_view path = file ? file : "";
+    const std::string_view name = fileNameOf(path);
     const std::string lineText = std::to_string(line);
-    std::string located(fileNameOf(file ? file : ""));
-    located.append("[").append(lineText).append("]:").append(text);
+    std::string located;
+    located.reserve(name.size() + lineText.size() + text.size() + 3);
+    located.append(name).append("[").append(lineText).append("]:").append(text);
     if (type != 3) return located;
 
-    const std::string key = (file ? file : "") + lineText;
+    std::string key;
+    key.reserve(path.size() + lineText.size());
+    key.append(path).append(lineText);
+    fault_entry oldest;  // is freed behind the lock
     const MutexLock lock(m_mutex);
-    serviceLocked();
-    if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) m_entries.pop_front();
-    m_entries.push_back({key, m_now()});
-    type = hysteresisLocked(type, key);
+    const Clock::time_point now = m_now();
+    serviceLocked(now);
+    if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) {
+        oldest = std::move(m_entries.front());
+        m_entries.pop_front();
+    }
+    m_entries.push_back({std::move(key), now});
+    type = hysteresisLocked(type, m_entries.back().key);
     return located;
 }
 
 void FaultHysteresis::service()
 {
     const MutexLock lock(m_mutex);
-    serviceLocked();
+    serviceLocked(m_now());
 }
 
 std::int32_t FaultHysteresis::hysteresis(std::int32_t type, const std::string& key) const
@@ -71,18 +83,12 @@ std::size_t FaultHysteresis::size() const
     return m_entries.size();
 }
 
-bool FaultHysteresis::isEnabled() const
-{
-    const MutexLock lock(m_mutex);
-    return m_threshold != 0 && m_limit != 0;
-}
-
-void FaultHysteresis::serviceLocked()
+void FaultHysteresis::serviceLocked(Clock::time_point now)
 {
     if (m_spanSeconds == 0) return;
     const std::int64_t spanMs = std::int64_t{1000} * m_spanSeconds;
-    const auto isAged = [this, spanMs](const fault_entry& entry) {
-        return (m_now() - entry.time) / std::chrono::milliseconds(1) >= spanMs;
+    const auto isAged = [now, spanMs](const fault_entry& entry) {
+        return (now - entry.time) / std::chrono::milliseconds(1) >= spanMs;
     };
     while (!m_entries.empty() && isAged(m_entries.front())) m_entries.pop_front();
 }

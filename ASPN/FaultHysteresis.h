@@ -3,6 +3,7 @@
 
 #include "utilities/ThreadAnnotations.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -48,16 +49,16 @@ private:
         Clock::time_point time;
     };
 
-    bool isEnabled() const EXCLUDES(m_mutex);
-    void serviceLocked() REQUIRES(m_mutex);
+    void serviceLocked(Clock::time_point now) REQUIRES(m_mutex);
     std::int32_t hysteresisLocked(std::int32_t type, const std::string& key) const REQUIRES(m_mutex);
 
     Clock::time_point (*const m_now)();
     mutable Mutex m_mutex;
     std::deque<fault_entry> m_entries GUARDED_BY(m_mutex);  // oldest first
     int m_spanSeconds GUARDED_BY(m_mutex) = 0;
-    int m_threshold GUARDED_BY(m_mutex) = 0;
+    int m_threshold GUARDED_BY(m_mutex) = 0;  // for a policy
     int m_limit GUARDED_BY(m_mutex) = 0;
+    std::atomic<bool> m_isEnabled = false;  // neither threshold nor limit is 0
 };
 
 /// Initialises the record as it is kept in service: what is younger than 180 s, and the last 2000 faults. The process

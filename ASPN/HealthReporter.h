@@ -96,8 +96,8 @@ public:
     void DoneHealthReporter();
 
     /// Sends an event. Types outside 0 to 5 count as 0. Once faults are recorded, the text of types 3 to 5 gets the
-    /// place in front. A null `file` or `text` counts as empty. `SEND_HEALTH_EVENT` fills in the caller's place. A record
-    /// has room for 255 characters, place included; nothing is cut, and what outgrows it can't be published.
+    /// place in front. A null `file` or `text` counts as empty. `SEND_HEALTH_EVENT` fills in the caller's place. A text
+    /// is never cut, though a record is meant for 255 characters, place included.
     void SendEvent(const char* file, int line, std::int32_t type, const char* text);
 
     /// Sends a text that is published again every `configRepeatDuration`, and gives the hash that identifies it.

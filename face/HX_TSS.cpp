@@ -15,6 +15,7 @@
 #include <iostream>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace FACE::TSS {
@@ -325,7 +326,8 @@ std::uint32_t HX_TSS::keyOf(long long connection_id)
 
 void HX_TSS::requireType(const Connection_t& connection, TypeTest isType, const char* endpoint) const
 {
-    const bool isAsNamed = connection.topicType.substr(0, kLongestName) == connection.pubSubType->getName();
+    const auto registeredAs = std::string_view(connection.topicType).substr(0, kLongestName);
+    const bool isAsNamed = registeredAs == connection.pubSubType->getName();
     if (!isAsNamed || !isType(*connection.pubSubType)) refuseEndpoint(endpoint, connection);
 }
 

@@ -77,20 +77,27 @@ QoS_Element ReliabilityQosPolicyToElement(const ReliabilityQosPolicy& policy)
     return {"ReliabilityQosPolicy", reliabilityText(policy.kind)};
 }
 
-SampleContext contextOf(Subscriber& subscriber, const SampleInfo_t& info)
+long long transactionOf(const SampleInfo_t& info)
 {
-    SampleContext context;
     const rtps::SequenceNumber_t& number = info.sample_identity.sequence_number();
-    context.transactionId = static_cast<std::int64_t>(
-        static_cast<std::uint64_t>(static_cast<std::uint32_t>(number.high)) << 32 | number.low);
-    context.header.source_uid = GuidToUid(info.sample_identity.writer_guid());
-    context.header.subscriber_uid = GuidToUid(subscriber.getGuid());
-    context.header.source_timestamp_ns = info.sourceTimestamp.to_ns();
+    const std::uint64_t high = static_cast<std::uint32_t>(number.high);
+    return static_cast<std::int64_t>(high << 32 | number.low);
+}
+
+HEADER_TYPE headerOf(Subscriber& subscriber, const SampleInfo_t& info)
+{
+    return {GuidToUid(info.sample_identity.writer_guid()), GuidToUid(subscriber.getGuid()),
+            info.sourceTimestamp.to_ns()};
+}
+
+Sequence<QoS_Element> qosOf(const Subscriber& subscriber)
+{
     const ReaderQos& qos = subscriber.getAttributes().qos;
-    context.qos.append(DurabilityQosPolicyToElement(qos.m_durability));
-    context.qos.append(LivelinessQosPolicyToElement(qos.m_liveliness));
-    context.qos.append(ReliabilityQosPolicyToElement(qos.m_reliability));
-    return context;
+    Sequence<QoS_Element> elements;
+    elements.append(DurabilityQosPolicyToElement(qos.m_durability));
+    elements.append(LivelinessQosPolicyToElement(qos.m_liveliness));
+    elements.append(ReliabilityQosPolicyToElement(qos.m_reliability));
+    return elements;
 }
 
 void PublisherListenerBase::onPublicationMatched(Publisher*, rtps::MatchingInfo& info)

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -28,13 +29,13 @@ QoS_Element DurabilityQosPolicyToElement(const eprosima::fastrtps::DurabilityQos
 QoS_Element LivelinessQosPolicyToElement(const eprosima::fastrtps::LivelinessQosPolicy& policy);
 QoS_Element ReliabilityQosPolicyToElement(const eprosima::fastrtps::ReliabilityQosPolicy& policy);
 
-/// What comes with a sample besides the message.
-struct SampleContext {
-    long long transactionId = 0;
-    HEADER_TYPE header;
-    Sequence<QoS_Element> qos;  // durability, liveliness, reliability
-};
-SampleContext contextOf(eprosima::fastrtps::Subscriber& subscriber, const eprosima::fastrtps::SampleInfo_t& info);
+/// The number of a sample in its writer's sequence, of 64 bits.
+long long transactionOf(const eprosima::fastrtps::SampleInfo_t& info);
+
+HEADER_TYPE headerOf(eprosima::fastrtps::Subscriber& subscriber, const eprosima::fastrtps::SampleInfo_t& info);
+
+/// Durability, liveliness and reliability of a subscriber, in this order.
+Sequence<QoS_Element> qosOf(const eprosima::fastrtps::Subscriber& subscriber);
 
 /// Counts the subscribers that a publisher is matched with.
 class PublisherListenerBase : public eprosima::fastrtps::PublisherListener {
@@ -87,14 +88,16 @@ public:
         eprosima::fastrtps::SampleInfo_t info;
         if (!subscriber->takeNextData(&message, &info)) return;
         if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
-        const SampleContext context = contextOf(*subscriber, info);
+        std::call_once(m_qosIsMade, [&] { m_qos = qosOf(*subscriber); });
         RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        m_callback(m_connectionId, context.transactionId, message, context.header, context.qos, ignored);
+        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), m_qos, ignored);
     }
 
 private:
     const long long m_connectionId;
     const Read_Callback<T> m_callback;
+    std::once_flag m_qosIsMade;
+    Sequence<QoS_Element> m_qos;  // a subscriber's never changes; making it for each sample would cost a microsecond
 };
 
 }  // namespace FACE::TSS::Listeners

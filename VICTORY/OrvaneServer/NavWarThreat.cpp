@@ -16,7 +16,7 @@ double radians(std::int16_t degrees)
 std::int16_t NormalizeInt16Value(std::int16_t value, std::int16_t low, std::int16_t high)
 {
     const auto step = static_cast<std::int16_t>(high - low + 1);
-    if (step < 1) return value;
+    if (high < low || step < 1) return value;
     while (value < low) value = static_cast<std::int16_t>(value + step);
     while (value > high) value = static_cast<std::int16_t>(value - step);
     return value;

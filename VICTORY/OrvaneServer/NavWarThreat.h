@@ -7,7 +7,8 @@
 #include <cstdint>
 
 /// Folds a value into `low` to `high` by whole steps of `high - low + 1`, in 16 bits. The step is one more than the
-/// range, deliberately: 181 folds to -180. A step below 1 folds nothing.
+/// range, deliberately: 181 folds to -180. Bounds in the wrong order fold nothing, nor do those whose step needs more
+/// than 16 bits.
 std::int16_t NormalizeInt16Value(std::int16_t value, std::int16_t low, std::int16_t high);
 
 /// A line of bearing as the bus library's threat; zero wherever it has nothing to say.

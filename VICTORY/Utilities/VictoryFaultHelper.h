@@ -47,13 +47,12 @@ public:
     VictoryFaultHelper(const VictoryFaultHelper&) = delete;
     VictoryFaultHelper& operator=(const VictoryFaultHelper&) = delete;
 
-    /// Offers a service to the tester. Null takes it away: its faults can't be reached then.
-    void SetAvailableService(VpossService* service) { setService(POSITION, service); }
-    void SetAvailableService(VorisService* service) { setService(ORIENTATION, service); }
-    void SetAvailableService(VdotsService* service) { setService(DIRECTION_OF_TRAVEL, service); }
-    void SetAvailableService(VgpssService* service) { setService(GPS_RECEIVER, service); }
-    void SetAvailableService(VgensService* service) { setService(GENERIC_END_NODE, service); }
-    void SetAvailableService(VapntsService* service) { setService(APNT, service); }
+    /// Offers a service of one of the six kinds to the tester. Null takes it away: its faults can't be reached then.
+    template <class T>
+    void SetAvailableService(T* service)
+    {
+        m_services[modeOf(service)] = service;
+    }
 
     /// Forgets the faults of a kind of service, which have ended with it.
     void forgetFaults(FaultMode mode) { m_faultIds[static_cast<std::size_t>(mode)] = {}; }
@@ -69,7 +68,12 @@ public:
     void ManageFaults(bool& tellDisabled);
 
 private:
-    void setService(FaultMode mode, void* service) { m_services[static_cast<std::size_t>(mode)] = service; }
+    static constexpr std::size_t modeOf(const VpossService*) { return POSITION; }
+    static constexpr std::size_t modeOf(const VorisService*) { return ORIENTATION; }
+    static constexpr std::size_t modeOf(const VdotsService*) { return DIRECTION_OF_TRAVEL; }
+    static constexpr std::size_t modeOf(const VgpssService*) { return GPS_RECEIVER; }
+    static constexpr std::size_t modeOf(const VgensService*) { return GENERIC_END_NODE; }
+    static constexpr std::size_t modeOf(const VapntsService*) { return APNT; }
     void changeMode(std::size_t mode);
     std::uint32_t& faultId(int key);
 

@@ -8,11 +8,12 @@
 
 namespace {
 
-constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb};
+constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
                                   "  orvanectl decode --json - < frames.bin\n"
+                                  "  orvanectl bus --socket /tmp/bus watch\n"
                                   "  orvanectl decode --help";
 
 int run(int argc, char** argv)

@@ -20,6 +20,9 @@ struct Verb {
 /// Decodes GSSIP records or frames.
 Verb addDecodeVerb(CLI::App& tool);
 
+/// Watches the bus of the lab and makes requests.
+Verb addBusVerb(CLI::App& tool);
+
 }  // namespace orvanectl
 
 #endif

@@ -59,6 +59,18 @@ std::size_t outputOf(const std::string& option, const std::string& name)
     throw wrong(option, name, "is no output: pva, utc, pnt, mis, assurance, 8504");
 }
 
+Answers answersOf(const std::string& name)
+{
+    constexpr std::pair<const char*, Answers> kKinds[] = {{"normal", Answers::Normal},
+                                                          {"none", Answers::None},
+                                                          {"nack", Answers::Nack},
+                                                          {"fail", Answers::Fail},
+                                                          {"ack-only", Answers::AckOnly}};
+    for (const auto& [kind, answers] : kKinds)
+        if (name == kind) return answers;
+    throw wrong("--answers", name, "is none of normal, none, nack, fail, ack-only");
+}
+
 /// What an option OUTPUT=VALUE says.
 std::pair<std::size_t, std::string> assignmentOf(const std::string& option, const std::string& value)
 {
@@ -77,6 +89,7 @@ struct Texts {
     std::vector<std::string> commands;
     std::vector<std::int32_t> bitFail;
     std::vector<std::string> silent;
+    std::string answers = "normal";
     bool noPost = false;
     bool noFlags = false;
     bool noRegisters = false;
@@ -112,6 +125,7 @@ void apply(const Texts& texts, Settings& settings)
     }
     settings.failedComponents.insert(texts.bitFail.begin(), texts.bitFail.end());
     settings.silentComponents.insert(texts.silent.begin(), texts.silent.end());
+    settings.answers = answersOf(texts.answers);
     if (texts.noPost) settings.postAfterSeconds.reset();
     settings.flags = !texts.noFlags;
     settings.registers = !texts.noRegisters;
@@ -155,14 +169,7 @@ void addNavigation(CLI::App& tool, Settings& settings, Texts& texts)
 
 void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
 {
-    const std::vector<std::pair<std::string, Answers>> kinds = {{"normal", Answers::Normal},
-                                                                {"none", Answers::None},
-                                                                {"nack", Answers::Nack},
-                                                                {"fail", Answers::Fail},
-                                                                {"ack-only", Answers::AckOnly}};
-    tool.add_option("--answers", settings.answers, "normal, none, nack, fail or ack-only: how commands are answered")
-        ->transform(CLI::Transformer(kinds).description(""))
-        ->check(CLI::IsMember(kinds).description(""));
+    tool.add_option("--answers", texts.answers, "normal, none, nack, fail or ack-only: how commands are answered");
     const auto seconds = CLI::Range(0.0, kLongest);
     tool.add_option("--answer-delay", settings.answerDelaySeconds, "seconds to the first answer")
         ->check(seconds)

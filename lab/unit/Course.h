@@ -12,7 +12,7 @@ struct VehicleState {
     QD_K71T_geometry::Vector3d attitude;  ///< roll, pitch, heading, radians; heading in 0 to a full turn
 };
 
-/// A drive without end round an ellipse of 1200 m by 600 m over a gentle rise: every two minutes the vehicle sets off
+/// A drive without end round an ellipse of 1200 m by 600 m over a gentle rise: every minute the vehicle sets off
 /// from rest, reaches up to 67 km/h and stops. Smooth in all that it tells: the velocity is the derivative of the
 /// position on the ellipsoid, exactly. Any thread.
 class Course {

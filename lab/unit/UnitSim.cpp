@@ -70,8 +70,12 @@ UnitSim::UnitSim(const Settings& settings)
     if (m_registers)
         m_count = std::make_unique<RunningCount>(*m_registers, m_clock, nanosecondsOf(settings.countStepSeconds));
     if (settings.outputs[indexOf(Output::Report8504)].enabled) {
-        const std::uint16_t port = DeviceMap(settings.devices).port("ZEN_HX");
-        m_feeder = std::make_unique<QueueFeeder>(settings.queuePrefix + std::to_string(port));
+        const DeviceMap devices(settings.devices);
+        const auto open = [&](const char* queue) {
+            return std::make_unique<QueueFeeder>(settings.queuePrefix + std::to_string(devices.port(queue)));
+        };
+        m_feeder = open("ZEN_HX");
+        m_otherFeeder = open("HX_ZEN");
     }
     if (settings.flags) removeFlags();
     m_transport =

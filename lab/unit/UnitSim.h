@@ -93,6 +93,7 @@ private:
     SystemClock m_clock;
     std::unique_ptr<RunningCount> m_count;  // after the registers, which it writes
     std::unique_ptr<QueueFeeder> m_feeder;
+    std::unique_ptr<QueueFeeder> m_otherFeeder;  // held for who opens it; nothing is sent there
     Navigation m_navigation;
     std::map<std::uint8_t, ASPN2::CmdResponse> m_speakers;
     std::array<std::int64_t, kOutputs> m_sequences = {};

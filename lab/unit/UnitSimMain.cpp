@@ -58,9 +58,9 @@ void sumUp(const Totals& totals)
         separator = ", ";
     }
     printLine(std::cout, "unit-sim: sent ", line.str());
-    printLine(std::cout, "unit-sim: ", totals.commands, " commands, ", totals.answers, " answers, ", totals.refused,
-              " refused by the transport, ", totals.dropped, " dropped from a queue without a reader, ", totals.skipped,
-              " epochs skipped");
+    printLine(std::cout, "unit-sim: commands ", totals.commands, ", answers ", totals.answers,
+              ", refused by the transport ", totals.refused, ", dropped from a full queue ", totals.dropped,
+              ", epochs skipped ", totals.skipped);
 }
 
 }  // namespace

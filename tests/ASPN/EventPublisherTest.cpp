@@ -2,6 +2,7 @@
 #include "ASPN/AspnHelper.h"
 #include "ASPN/HealthReporter.h"
 #include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/EventLogPubSubTypes.h"
 #include "platform/FPGA.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/support/ChildProcess.h"
@@ -72,7 +73,7 @@ TEST_F(EventPublisherTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
     init();
     hysteresis.OkInitFaultHysteresis(0, 0, 0);
-    OneConnection<EventLog> other("EventLog");
+    OneConnection<EventLog> other("EventLog", "Other");
     EXPECT_EQ(errorOf([&] {
                   reporter.InitHealthReporter("second", {1, 1}, other.front(), other.id());
               }),
@@ -228,19 +229,30 @@ TEST_F(EventPublisherTest, WhatAWriteThrowsGoesToTheStandardErrorAndCountsAsFail
                              "!!!!!! unit HealthReporter could not publish event type/info = 1/unknown\n");
 }
 
-TEST_F(EventPublisherTest, ATextOf255CharactersIsPublishedAndOneThatOutgrowsTheRecordIsNot)
+TEST_F(EventPublisherTest, TextsAreNeverCut)
 {
-    const ConsoleCapture output(std::cout);
     init();
     reporter.SendEvent("c.cpp", 1, 1, std::string(255, 'a').c_str());
-    reporter.SendEvent("c.cpp", 1, 1, std::string(300, 'b').c_str());
-    reporter.SendEvent("c.cpp", 1, 3, std::string(251, 'c').c_str());  // and a place of nine
-    reporter.SendEvent("c.cpp", 1, 1, "last");
-    ASSERT_TRUE(connection.inbox.waitFor(2));
-    EXPECT_THAT(arrived(), ElementsAre("0 1 " + std::string(255, 'a'), "3 1 last"));
-    const std::string line = "!!!!!! unit HealthReporter could not publish event type/info = ";
-    EXPECT_EQ(output.text(),
-              line + "1/" + std::string(300, 'b') + "\n" + line + "3/c.cpp[1]:" + std::string(251, 'c') + "\n");
+    reporter.SendEvent("c.cpp", 1, 1, std::string(256, 'b').c_str());
+    reporter.SendEvent("c.cpp", 1, 3, std::string(300, 'c').c_str());
+    ASSERT_TRUE(connection.inbox.waitFor(3));
+    EXPECT_THAT(arrived(), ElementsAre("0 1 " + std::string(255, 'a'), "1 1 " + std::string(256, 'b'),
+                                       "2 3 c.cpp[1]:" + std::string(300, 'c')));
+}
+
+TEST_F(EventPublisherTest, ARecordThatTheLibraryRefusesIsALine)
+{
+    struct Refusing : aspn2_msgs::idl::EventLogPubSubType {
+        bool serialize(void*, eprosima::fastrtps::rtps::SerializedPayload_t*) override { return false; }
+    };
+    const ConsoleCapture output(std::cout);
+    const Transport refusing(TransportConfig().connect("One", "EventLog"), "refusing",
+                             [](const std::string&) -> FACE::TSS::HX_TSS::TopicDataType* { return new Refusing(); });
+    const auto front = refusing.typed<EventLog>();
+    reporter.InitHealthReporter("unit", deviceIds, front, refusing.connect("One"));
+    reporter.SendEvent("c.cpp", 1, 2, "refused");
+    reporter.DoneHealthReporter();
+    EXPECT_EQ(output.text(), "!!!!!! unit HealthReporter could not publish event type/info = 2/refused\n");
 }
 
 TEST_F(EventPublisherTest, ConfigurationEventsArePublishedAgainAndAgain)

@@ -108,7 +108,7 @@ TEST_F(PCSMaintReporterTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
     init();
     hysteresis.OkInitFaultHysteresis(0, 0, 0);
-    OneConnection<MaintenanceEvent> other("MaintenanceEvent");
+    OneConnection<MaintenanceEvent> other("MaintenanceEvent", "Other");
     EXPECT_EQ(errorOf([&] {
                   reporter.InitMaintReporter("second", {1, 1}, other.front(), other.id());
               }),

@@ -59,6 +59,13 @@ TEST(ListenersTest, UidIsTheEntityIdWithItsFirstByteOnTop)
     EXPECT_EQ(GuidToUid(guid), 0x89ABCD03);
 }
 
+TEST(ListenersTest, TransactionHasTheHighWordOnTop)
+{
+    SampleInfo_t info;
+    info.sample_identity.sequence_number(rtps::SequenceNumber_t(0x7FFFFFFE, 0x89ABCDEF));
+    EXPECT_EQ(transactionOf(info), 0x7FFFFFFE89ABCDEF);
+}
+
 TEST(ListenersTest, DurabilityHasFourNames)
 {
     EXPECT_EQ(valueOf(VOLATILE_DURABILITY_QOS), "VOLATILE_DURABILITY_QOS");

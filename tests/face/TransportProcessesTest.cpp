@@ -99,13 +99,11 @@ class Peer {
 public:
     /// One of transport_peer.
     Peer(const std::string& role, const TransportConfig& config, const std::vector<std::string>& rest = {})
-        : Peer(commandOf(role, m_directory.write("peer.xml", config.text()), rest))
-    {}
-    explicit Peer(const std::vector<std::string>& command) : m_process(command)
+        : m_process(commandOf(role, m_directory.write("peer.xml", config.text()), rest))
     {
-        if (!waitForOutput("ready\n"))
-            throw std::runtime_error("the peer isn't ready: " + m_process.output() + m_process.errors());
+        requireReady();
     }
+    explicit Peer(const std::vector<std::string>& command) : m_process(command) { requireReady(); }
     ~Peer()
     {
         m_process.send(SIGTERM);
@@ -121,6 +119,11 @@ public:
     }
 
 private:
+    void requireReady() const
+    {
+        if (!waitForOutput("ready\n"))
+            throw std::runtime_error("the peer isn't ready: " + m_process.output() + m_process.errors());
+    }
     static std::vector<std::string> commandOf(const std::string& role, const std::string& path,
                                               const std::vector<std::string>& rest)
     {

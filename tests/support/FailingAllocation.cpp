@@ -8,10 +8,11 @@ namespace {
 constinit thread_local bool failing = false;
 constinit thread_local std::size_t grantsLeft = 0;
 constinit thread_local std::size_t refusals = 0;
+constinit thread_local std::size_t mostRefusals = 0;
 
 void* allocate(std::size_t size) noexcept
 {
-    if (failing) {
+    if (failing && refusals < mostRefusals) {
         if (grantsLeft == 0) {
             ++refusals;
             return nullptr;
@@ -30,10 +31,11 @@ void* allocateOrThrow(std::size_t size)
 
 }  // namespace
 
-FailingAllocation::FailingAllocation(std::size_t granted)
+FailingAllocation::FailingAllocation(std::size_t granted, std::size_t toRefuse)
 {
     grantsLeft = granted;
     refusals = 0;
+    mostRefusals = toRefuse;
     failing = true;
 }
 

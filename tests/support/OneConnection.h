@@ -15,9 +15,10 @@ public:
     using Front = FACE::TSS::Details::HX_TypedTS<T>;
 
     /// @param type  of the catalogue, `T` by its name
-    explicit OneConnection(const std::string& type)
-        : m_transport(std::make_unique<Transport>(TransportConfig().connect("One", type), "desk")),
-          m_id(m_transport->connect("One")), m_front(m_transport->typed<T>())
+    /// @param name  the topic; two of these under one name hear each other
+    explicit OneConnection(const std::string& type, const std::string& name = "One")
+        : m_transport(std::make_unique<Transport>(TransportConfig().connect(name, type), "desk")),
+          m_id(m_transport->connect(name)), m_front(m_transport->typed<T>())
     {
         FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
         m_front->Register_Callback(

@@ -14,7 +14,6 @@
 #include <cstring>
 #include <iostream>
 #include <limits>
-#include <ranges>
 #include <utility>
 
 namespace {
@@ -65,11 +64,6 @@ std::optional<int> idNumber(const std::string& text)
     const long number = std::strtol(text.c_str(), nullptr, 10);
     if (errno == ERANGE || !std::in_range<int>(number)) return std::nullopt;
     return static_cast<int>(number);
-}
-
-bool isFinished(const VapntcBitResult& row)
-{
-    return row.status > VAPNTC_BIT_STATUS_RUNNING;
 }
 
 /// The local time of a start, in the words of `tm` as they are: no 1900 added to the year, no 1 to the month, the day of
@@ -173,53 +167,58 @@ void OrvaneBitResults::GetBuiltInTestResults(VapntsService* service, const Vapnt
 {
     const auto body = [&] {
         const auto list = std::make_unique<VapntcBitResults>();
-        const auto nextRow = [&]() -> VapntcBitResult& { return list->results[list->resultCount++]; };
-        if (m_started) {
-            const int count = countOf(requests);
-            const MutexLock lock(m_resultsMutex);
-            if (count == 0) {
-                for (const auto& [id, result] : m_results | std::views::take(VAPNTC_MAX_ROWS))
-                    nextRow() = result->m_vapntcBitResult;
-            }
-            for (int i = 0; i < count; ++i) {
-                const std::string text = idText(requests, i);
-                const std::optional<int> id = idNumber(text);
-                const auto found = id ? m_results.find(*id) : m_results.end();
-                VapntcBitResult& row = nextRow();
-                if (found != m_results.end()) {
-                    row = found->second->m_vapntcBitResult;
-                } else {
-                    copyText(row.builtInTestId, text);
-                }
-            }
-        }
+        if (m_started) copyResults(requests, countOf(requests), *list);
         vapntsTellGetBuiltInTestResults(service, *list);
     };
     shielded(body, reportException);
 }
 
+/// @param count  of the ids that are asked for; 0 for all records
+void OrvaneBitResults::copyResults(const VapntcBitRequests& requests, int count, VapntcBitResults& list)
+{
+    const MutexLock lock(m_resultsMutex);
+    if (count == 0) {
+        for (const auto& [id, result] : m_results) {
+            if (list.resultCount == VAPNTC_MAX_ROWS) return;
+            list.results[list.resultCount++] = result->m_vapntcBitResult;
+        }
+    }
+    for (int i = 0; i < count; ++i) {
+        const std::string text = idText(requests, i);
+        VapntcBitResult& row = list.results[list.resultCount++];
+        if (const auto found = findResult(text); found != m_results.end()) {
+            row = found->second->m_vapntcBitResult;
+        } else {
+            copyText(row.builtInTestId, text);
+        }
+    }
+}
+
 void OrvaneBitResults::ClearBuiltInTestResults(VapntsService* service, const VapntcBitRequests& requests)
 {
     const auto body = [&] {
-        bool isCleared = m_started;
-        if (isCleared) {
-            const int count = countOf(requests);
-            const MutexLock lock(m_resultsMutex);
-            if (count == 0)
-                std::erase_if(m_results, [](const auto& entry) { return isFinished(entry.second->m_vapntcBitResult); });
-            for (int i = 0; i < count; ++i) {
-                const std::optional<int> id = idNumber(idText(requests, i));
-                const auto found = id ? m_results.find(*id) : m_results.end();
-                if (found != m_results.end() && isFinished(found->second->m_vapntcBitResult)) {
-                    m_results.erase(found);
-                } else {
-                    isCleared = false;
-                }
-            }
-        }
+        const bool isCleared = m_started && eraseResults(requests, countOf(requests));
         vapntsTellClearBuiltInTestResults(service, isCleared);
     };
     shielded(body, reportException);
+}
+
+/// Erases finished records; false if one that is asked for isn't there or isn't finished.
+/// @param count  of the ids that are asked for; 0 for all records
+bool OrvaneBitResults::eraseResults(const VapntcBitRequests& requests, int count)
+{
+    const MutexLock lock(m_resultsMutex);
+    if (count == 0) std::erase_if(m_results, isFinished);
+    bool isWhole = true;
+    for (int i = 0; i < count; ++i) {
+        const auto found = findResult(idText(requests, i));
+        if (found != m_results.end() && isFinished(*found)) {
+            m_results.erase(found);
+        } else {
+            isWhole = false;
+        }
+    }
+    return isWhole;
 }
 
 void OrvaneBitResults::cycleCommandedBitStateMachine()
@@ -308,6 +307,17 @@ void OrvaneBitResults::updateBitResults(const aspn2_msgs::idl::BitReport& report
     if (!isWhole)
         ::report(EventTypes::EVENT_FAULT, "OrvaneBitResults: Warning, more than " + std::to_string(VAPNTC_MAX_ROWS) +
                                               " sensor results for test Id " + id + ". The rest is dropped.");
+}
+
+OrvaneBitResults::Results::iterator OrvaneBitResults::findResult(const std::string& id)
+{
+    const std::optional<int> number = idNumber(id);
+    return number ? m_results.find(*number) : m_results.end();
+}
+
+bool OrvaneBitResults::isFinished(const Results::value_type& entry)
+{
+    return entry.second->m_vapntcBitResult.status > VAPNTC_BIT_STATUS_RUNNING;
 }
 
 OrvaneBitResults::Result* OrvaneBitResults::firstOfStatus(std::int32_t status)

@@ -115,6 +115,8 @@ private:
         std::uint64_t startNanoseconds;  // kept here, not told
     };
 
+    using Results = std::map<int, std::unique_ptr<Result>>;  // by id
+
     /// What starting a test takes outside the lock.
     struct StartedTest {
         std::string id;
@@ -123,8 +125,12 @@ private:
     };
 
     bool queueTest(VapntsService* service) EXCLUDES(m_resultsMutex);
+    void copyResults(const VapntcBitRequests& requests, int count, VapntcBitResults& list) EXCLUDES(m_resultsMutex);
+    bool eraseResults(const VapntcBitRequests& requests, int count) EXCLUDES(m_resultsMutex);
     std::optional<std::int64_t> countDown(std::int32_t elapsedSeconds) EXCLUDES(m_resultsMutex);
     std::optional<StartedTest> startNextTest(std::time_t now) EXCLUDES(m_resultsMutex);
+    static bool isFinished(const Results::value_type& entry);
+    Results::iterator findResult(const std::string& id) REQUIRES(m_resultsMutex);
     Result* firstOfStatus(std::int32_t status) REQUIRES(m_resultsMutex);
     void close(Result& result, std::int32_t status) REQUIRES(m_resultsMutex);
     void failRunning() REQUIRES(m_resultsMutex);
@@ -141,7 +147,7 @@ private:
     std::function<bool(const std::string&)> m_sendCommand GUARDED_BY(m_resultsMutex);
     std::vector<SensorServer> m_sensorServers GUARDED_BY(m_resultsMutex);
     Mutex m_resultsMutex;
-    std::map<int, std::unique_ptr<Result>> m_results GUARDED_BY(m_resultsMutex);  // by id
+    Results m_results GUARDED_BY(m_resultsMutex);
     std::int32_t m_secondsRemaining GUARDED_BY(m_resultsMutex) = 0;
     std::int32_t m_lastCycleTime = 0;  // s; worker thread only
 };

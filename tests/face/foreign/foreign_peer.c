@@ -76,6 +76,7 @@ int main(int argc, char** argv)
     setenv("CYCLONEDDS_URI",
            "<Domain><General><Interfaces><NetworkInterface address='127.0.0.1'/></Interfaces></General>"
            "<Discovery><ParticipantIndex>auto</ParticipantIndex>"
+           "<MaxAutoParticipantIndex>100</MaxAutoParticipantIndex>"
            "<Peers><Peer Address='127.0.0.1'/></Peers></Discovery></Domain>",
            1);
     const dds_entity_t participant =

@@ -315,6 +315,7 @@ TEST(BusTest, ClientsThatGoInTheMiddleDisturbNobody)
 {
     const Program program;
     BusClient stays(program.busPath());
+    stays.nextWith("type", "hello");
     for (int round = 0; round < 50; ++round) {
         const BusClient goes(program.busPath());
         goes.sendRaw("{\"request\":\"last\"}\n{\"request\":\"he");

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <csignal>
 #include <dlfcn.h>
-#include <fstream>
 #include <limits>
 #include <pthread.h>
 #include <string>
@@ -60,7 +59,7 @@ bool initGroup(const Program& program, int group, Gate& gate, double rate = 1.0)
 
 TEST(ServiceTest, TextThatIsNoXmlIsRefusedWithItsPlace)
 {
-    EXPECT_EQ(refusalOf("<a>\n</b>", vclWith("1", "1").c_str()),
+    EXPECT_EQ(refusalOf("<a>\n<b>\n</c></a>", vclWith("1", "1").c_str()),
               "libvictory: cannot use the configuration text, line 2: XML_ERROR_MISMATCHED_ELEMENT\n");
     EXPECT_EQ(refusalOf(kConfiguration, "<vcl:VCL>\n\n<item"),
               "libvictory: cannot use the VCL text, line 3: XML_ERROR_PARSING_ELEMENT\n");
@@ -352,6 +351,7 @@ TEST(ServiceTest, CallOnAServiceThatIsGoneIsTold)
     VapntsService* const gone = program.service();
     program.end();
     BusClient client(program.busPath());
+    client.nextWith("type", "hello");  // what is announced before is not kept for it
     const DescriptorCapture errors(2);
     EXPECT_NE(vapntsTellClearSystemData(gone, 0), 0);
     EXPECT_EQ(errors.text(), "libvictory: vapntsTellClearSystemData: there is no such service\n");
@@ -391,6 +391,17 @@ TEST(ServiceTest, CallBackCannotDeleteItsService)
     EXPECT_EQ(client.nextWith("type", "misuse")["what"], "vapntsDeleteService: from a call-back");
     EXPECT_TRUE(eventually([&] { return done.load(); }));
     program.end();
+}
+
+TEST(ServiceTest, SampleFilesMakeAService)
+{
+    std::string configuration(65536, '\0');
+    std::string vcl(65536, '\0');
+    ASSERT_EQ(vutilReadStringFromFile(ORVANE_LAB_CONFIG "/APNTServiceConfig_1_9.xml", 65536, configuration.data()), 0);
+    ASSERT_EQ(vutilReadStringFromFile(ORVANE_LAB_CONFIG "/APNT_VCL_1_9.xml", 65536, vcl.data()), 0);
+    VapntsService* const service = vapntsNewService(configuration.c_str(), vcl.c_str());
+    EXPECT_NE(service, nullptr);
+    vapntsDeleteService(service);
 }
 
 TEST(ServiceTest, LibraryIsFoundByItsSoname)

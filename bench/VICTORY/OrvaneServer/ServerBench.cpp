@@ -1,0 +1,349 @@
+#include "VICTORY/OrvaneServer/OrvaneServer.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+// What a handler and a join cost, beside the least that they could: a copy of the message under a lock, and the
+// unpacking and handing over alone. The bus library takes every record and drops it.
+
+extern "C" {
+
+int vapntsTellBlendedNavigationData(VapntsService*, VapntcBlendedNavigationRecord record, const VapntcTime*)
+{
+    benchmark::DoNotOptimize(record);
+    return 0;
+}
+int vapntsTellNavWarSaData(VapntsService*, VapntcNavWarSaRecord, const VapntcTime*)
+{
+    return 0;
+}
+int vapntsTellWarningMessagesData(VapntsService*, VapntcWarningMessagesRecord, const VapntcTime*)
+{
+    return 0;
+}
+int vapntsTellSystemConfiguration(VapntsService*, VapntcSystemConfiguration)
+{
+    return 0;
+}
+int vapntsTellAvailableOutputs(VapntsService*, VapntcAvailableOutputs)
+{
+    return 0;
+}
+int vapntsTellAvailableSensors(VapntsService*, VapntcAvailableSensors)
+{
+    return 0;
+}
+int vapntsTellClearSystemData(VapntsService*, int)
+{
+    return 0;
+}
+int vapntsTellExecuteBuiltInTests(VapntsService*, double, const char*)
+{
+    return 0;
+}
+int vapntsTellGetBuiltInTestResults(VapntsService*, VapntcBitResults)
+{
+    return 0;
+}
+int vapntsTellClearBuiltInTestResults(VapntsService*, int)
+{
+    return 0;
+}
+VapntsService* vapntsNewService(const char*, const char*)
+{
+    return nullptr;
+}
+int vapntsInitSaveVclidCallback(VapntsService*, VapntsSaveVclidCallback, void*)
+{
+    return 0;
+}
+int vapntsInitPubGroup(VapntsService*, int, double)
+{
+    return 0;
+}
+int vapntsInitTellCallback(VapntsService*, int, VapntsTellCallback, void*)
+{
+    return 0;
+}
+int vapntsInitTellClearSystemDataCallback(VapntsService*, VapntsTellClearSystemDataCallback, void*)
+{
+    return 0;
+}
+int vapntsInitTellSystemConfigurationCallback(VapntsService*, VapntsTellSystemConfigurationCallback, void*)
+{
+    return 0;
+}
+int vapntsInitTellExecuteBuiltInTestsCallback(VapntsService*, VapntsTellExecuteBuiltInTestsCallback, void*, int)
+{
+    return 0;
+}
+int vapntsInitTellGetBuiltInTestResultsCallback(VapntsService*, VapntsTellGetBuiltInTestResultsCallback, void*)
+{
+    return 0;
+}
+int vapntsInitTellClearBuiltInTestResultsCallback(VapntsService*, VapntsTellClearBuiltInTestResultsCallback, void*)
+{
+    return 0;
+}
+int vapntsStartService(VapntsService*)
+{
+    return 0;
+}
+void vapntsDeleteService(VapntsService*) {}
+int vutilReadStringFromFile(const char*, int, char*)
+{
+    return 1;
+}
+int vutilWriteStringToFile(const char*, const char*)
+{
+    return 1;
+}
+uint32_t vapntsAddFault(VapntsService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+uint32_t vgpssAddFault(VgpssService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+uint32_t vdotsAddFault(VdotsService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+uint32_t vgensAddFault(VgensService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+uint32_t vorisAddFault(VorisService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+uint32_t vpossAddFault(VpossService*, const char*, int, VhlthcSeverity, VhlthcCategory, VhlthcAction)
+{
+    return 0;
+}
+int vapntsRemoveFault(VapntsService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+int vgpssRemoveFault(VgpssService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+int vdotsRemoveFault(VdotsService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+int vgensRemoveFault(VgensService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+int vorisRemoveFault(VorisService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+int vpossRemoveFault(VpossService*, uint32_t, VhlthcAction)
+{
+    return 0;
+}
+
+}  // extern "C"
+
+namespace {
+
+using namespace aspn2_msgs::idl;
+
+/// A running server whose bus service is started.
+class BenchServer : public OrvaneServer {
+public:
+    using OrvaneServer::cbAssuranceState;
+    using OrvaneServer::cbHalvexPNT;
+    using OrvaneServer::cbMeasurementIncorporationStatus;
+    using OrvaneServer::cbPVA;
+    using OrvaneServer::cbUTCTime;
+    using OrvaneServer::cbZentorGssip;
+
+    BenchServer()
+    {
+        m_state = FACE::LCM::Halvex::ReportedState::RUNNING;
+        m_service = reinterpret_cast<VapntsService*>(this);  // never looked into
+        m_victoryStarted = true;
+        m_gssipSourceServers = {39};
+        initMeasSourceEncoder();
+    }
+
+    bool hasPublished()
+    {
+        const MutexLock lock(m_navDataMutex);
+        return !m_hasUTCTime;
+    }
+};
+
+/// The six inputs of one moment.
+struct Inputs {
+    Inputs()
+    {
+        for (int id = 0; id < 12; ++id) {
+            meas_type_set entry;
+            entry.meas_set_id(id);
+            entry.meas_avail(4);
+            entry.meas_used(4);
+            mis.meas_types().push_back(entry);
+        }
+        utcTime.gps_week(2400);
+        utcTime.gps_tow_sec(100'018);
+        utcTime.utc_tod_sec(13'600);
+
+        struct Bytes : IWriteByteStreams {
+            void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
+            std::vector<std::uint8_t> data;
+        } bytes;
+        ZentorM_8504_Msg message;
+        message.pack_8504();
+        message.WriteMessage(&bytes);
+        receiver.header().device_id(39 << 16);
+        receiver.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
+        receiver.data(bytes.data);
+    }
+
+    void giveTo(BenchServer& server) const
+    {
+        server.cbPVA(pva);
+        server.cbUTCTime(utcTime);
+        server.cbHalvexPNT(pnt);
+        server.cbMeasurementIncorporationStatus(mis);
+        server.cbAssuranceState(assurance);
+        server.cbZentorGssip(receiver);
+    }
+
+    PositionVelocityAttitude pva;
+    UTCTime utcTime;
+    HalvexPNT pnt;
+    MeasurementIncorporationStatus mis;
+    AssuranceState assurance;
+    GSSIP receiver;
+};
+
+template <class Message>
+void copyUnderLock(benchmark::State& state, const Message& message)
+{
+    Mutex mutex;
+    Message latest;
+    for (auto _ : state) {
+        const MutexLock lock(mutex);
+        latest = message;
+        benchmark::DoNotOptimize(latest);
+    }
+}
+
+template <class Handler>
+void handler(benchmark::State& state, Handler&& call)
+{
+    BenchServer server;
+    for (auto _ : state) call(server);
+}
+
+const Inputs& inputs()
+{
+    static const Inputs all;
+    return all;
+}
+
+void PVA_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().pva);
+}
+void PVA_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbPVA(inputs().pva); });
+}
+void UTCTime_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().utcTime);
+}
+void UTCTime_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbUTCTime(inputs().utcTime); });
+}
+void HalvexPNT_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().pnt);
+}
+void HalvexPNT_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbHalvexPNT(inputs().pnt); });
+}
+void MIS_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().mis);
+}
+void MIS_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbMeasurementIncorporationStatus(inputs().mis); });
+}
+void AssuranceState_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().assurance);
+}
+void AssuranceState_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbAssuranceState(inputs().assurance); });
+}
+void Receiver8504_copy(benchmark::State& state)
+{
+    copyUnderLock(state, inputs().receiver);
+}
+void Receiver8504_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbZentorGssip(inputs().receiver); });
+}
+
+void SixInputs(benchmark::State& state)
+{
+    BenchServer server;
+    for (auto _ : state) inputs().giveTo(server);
+}
+
+void SixInputsAndJoin(benchmark::State& state)
+{
+    BenchServer server;
+    for (auto _ : state) {
+        inputs().giveTo(server);
+        server.attemptBlendedNavigationProcessing();
+        if (!server.hasPublished()) state.SkipWithError("nothing was published");
+    }
+}
+
+void UnpackAndTell(benchmark::State& state)
+{
+    for (auto _ : state) {
+        ZentorM_8504_Msg message;
+        const auto& frame = inputs().receiver.data();
+        if (!message.ok_set_8504_gpsip(frame.data(), static_cast<std::uint32_t>(frame.size())))
+            state.SkipWithError("the frame was refused");
+        message.unpack_8504();
+        VapntcBlendedNavigationRecord record = {};
+        record.angleDegrees = message.unpacked().angle084;
+        vapntsTellBlendedNavigationData(nullptr, record, nullptr);
+    }
+}
+
+BENCHMARK(PVA_copy);
+BENCHMARK(PVA_handler);
+BENCHMARK(UTCTime_copy);
+BENCHMARK(UTCTime_handler);
+BENCHMARK(HalvexPNT_copy);
+BENCHMARK(HalvexPNT_handler);
+BENCHMARK(MIS_copy);
+BENCHMARK(MIS_handler);
+BENCHMARK(AssuranceState_copy);
+BENCHMARK(AssuranceState_handler);
+BENCHMARK(Receiver8504_copy);
+BENCHMARK(Receiver8504_handler);
+BENCHMARK(UnpackAndTell);
+BENCHMARK(SixInputs);
+BENCHMARK(SixInputsAndJoin);
+
+}  // namespace

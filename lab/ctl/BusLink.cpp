@@ -1,0 +1,165 @@
+#include "lab/ctl/BusLink.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvanectl {
+
+namespace {
+
+using Json = BusLink::Json;
+
+[[noreturn]] void fail(const std::string& what)
+{
+    throw std::runtime_error(what + ": " + std::generic_category().message(errno));
+}
+
+/// A plain value as it stands, nothing for one that is not there.
+std::string shown(const Json& object, const char* key)
+{
+    if (!object.is_object() || !object.contains(key)) return "";
+    const Json& value = object[key];
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+struct Shown {
+    const char* label;
+    const char* key;
+};
+
+template <std::size_t Size>
+std::string listed(const Json& object, const Shown (&rows)[Size])
+{
+    std::string text;
+    for (const Shown& row : rows)
+        if (const std::string value = shown(object, row.key); !value.empty())
+            text += std::string("  ") + row.label + ' ' + value;
+    return text;
+}
+
+constexpr Shown kOfRecord[] = {
+    {"gps s", "gpsSeconds"},
+    {"fom", "fom"},
+    {"tfom", "tfom"},
+    {"horizontal m", "horizontalPositionError_m"},
+    {"vertical m", "verticalPositionError_m"},
+    {"time ms", "timeError_ms"},
+    {"attitude deg", "attitudeError_deg"},
+    {"assurance", "assuranceConfidence"},
+    {"gps", "gpsAvailability"},
+    {"sources", "sourceCount"},
+    {"threats", "threatCount"},
+    {"warnings", "warningCount"},
+    {"name", "systemName"},
+    {"components", "componentCount"},
+    {"outputs", "outputCount"},
+    {"sensors", "sensorCount"},
+    {"tests", "resultCount"},
+};
+
+constexpr Shown kOfLine[] = {
+    {"result", "result"},
+    {"expected s", "expectedSeconds"},
+    {"test", "id"},
+    {"cleared", "cleared"},
+    {"service", "service"},
+    {"event", "event"},
+    {"held ms", "milliseconds"},
+    {"lines", "lines"},
+    {"what", "what"},
+    {"ok", "ok"},
+    {"returned", "returned"},
+    {"error", "error"},
+    {"protocol", "protocol"},
+};
+
+std::string titleOf(const Json& line)
+{
+    for (const char* key : {"tell", "request", "type"})
+        if (const std::string title = shown(line, key); !title.empty()) return title;
+    return "?";
+}
+
+}  // namespace
+
+BusLink::BusLink(const std::string& path) : m_socket(-1)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + ": the path is too long for a socket");
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    m_socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_socket < 0) fail("socket");
+    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return;
+    const int error = errno;
+    ::close(m_socket);
+    throw std::runtime_error("no bus at " + path + ": " + std::generic_category().message(error));
+}
+
+BusLink::~BusLink()
+{
+    ::close(m_socket);
+}
+
+void BusLink::send(const Json& request)
+{
+    const std::string line = request.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    for (std::string_view rest = line; !rest.empty();) {
+        const ssize_t count = ::send(m_socket, rest.data(), rest.size(), MSG_NOSIGNAL);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail("cannot write to the bus");
+        rest.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+std::optional<std::string> BusLink::nextLine()
+{
+    std::array<char, 65536> piece;
+    std::size_t searched = 0;
+    for (;;) {
+        if (const std::size_t end = m_input.find('\n', searched); end != std::string::npos) {
+            std::string line = m_input.substr(0, end);
+            m_input.erase(0, end + 1);
+            return line;
+        }
+        searched = m_input.size();
+        if (searched > kLongestLine) throw std::runtime_error("a line of the bus is too long");
+        const ssize_t count = ::recv(m_socket, piece.data(), piece.size(), 0);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail("cannot read from the bus");
+        if (count == 0) return std::nullopt;
+        m_input.append(piece.data(), static_cast<std::size_t>(count));
+    }
+}
+
+BusLink::Json BusLink::ask(Json request)
+{
+    request["id"] = "orvanectl";
+    send(request);
+    while (const auto text = nextLine()) {
+        Json line = Json::parse(*text, nullptr, false);
+        const std::string type = shown(line, "type");
+        if (type == "error" || (type == "answer" && shown(line, "id") == "orvanectl")) return line;
+    }
+    throw std::runtime_error("the bus has closed without an answer");
+}
+
+std::string busSummary(const Json& line)
+{
+    const std::string number = shown(line, "number");
+    std::string text = (number.empty() ? "" : number + ' ') + titleOf(line);
+    if (line.is_object() && line.contains("last")) text += " (last)";
+    if (line.is_object() && line.contains("record")) text += listed(line["record"], kOfRecord);
+    text += listed(line, kOfLine);
+    if (line.is_object() && line.contains("faults")) text += "  faults " + std::to_string(line["faults"].size());
+    return text;
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,225 @@
+#include "lab/ctl/BusLink.h"
+#include "lab/ctl/Verb.h"
+#include "utilities/ConsoleLine.h"
+
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvanectl {
+
+namespace {
+
+using Json = BusLink::Json;
+
+struct Options {
+    std::string socket;
+    bool json = false;
+    unsigned long count = 0;
+    bool raw = false;
+    std::string name;
+    std::string data;
+    std::vector<std::string> ids;
+    std::string idCount;
+    std::string file;
+    std::string text;
+    std::string stream = "stdout";
+    int milliseconds = 0;
+};
+
+using Work = std::function<ExitStatus(const Options&)>;
+
+std::string defaultSocket()
+{
+    const char* const path = std::getenv("ORVANE_LAB_BUS");
+    return path ? path : "";
+}
+
+/// A whole number becomes one, anything else stays a text.
+Json numberOrText(const std::string& text)
+{
+    const Json parsed = Json::parse(text, nullptr, false);
+    return parsed.is_number_integer() ? parsed : Json(text);
+}
+
+std::string wholeFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+ExitStatus watch(const Options& options)
+{
+    BusLink link(options.socket);
+    for (unsigned long lines = 0; options.count == 0 || lines < options.count; ++lines) {
+        const auto text = link.nextLine();
+        if (!text) break;
+        printLine(std::cout, options.json ? *text : busSummary(Json::parse(*text, nullptr, false)));
+        if (!std::cout) return kFailed;
+    }
+    return kDone;
+}
+
+ExitStatus ask(const Options& options, Json request)
+{
+    const Json answer = BusLink(options.socket).ask(std::move(request));
+    if (options.json || !answer.contains("publications"))
+        printLine(std::cout, answer.dump());
+    else
+        for (const Json& publication : answer["publications"]) printLine(std::cout, busSummary(publication));
+    return answer.value("ok", false) && std::cout ? kDone : kFailed;
+}
+
+Json bitRequest(const char* request, const Options& options)
+{
+    Json body = {{"request", request}};
+    if (!options.ids.empty()) body["ids"] = options.ids;
+    if (!options.idCount.empty()) body["count"] = numberOrText(options.idCount);
+    return body;
+}
+
+ExitStatus last(const Options& options)
+{
+    Json request = {{"request", "last"}, {"raw", options.raw}};
+    if (!options.name.empty()) request["name"] = options.name;
+    Options shown = options;
+    shown.json = options.json || options.raw;
+    return ask(shown, request);
+}
+
+ExitStatus clearData(const Options& options)
+{
+    Json request = {{"request", "clear-data"}};
+    if (!options.data.empty()) request["data"] = numberOrText(options.data);
+    return ask(options, request);
+}
+
+ExitStatus releaseTell(const Options& options)
+{
+    Json request = {{"request", "release-tell"}};
+    if (!options.name.empty()) request["tell"] = options.name;
+    return ask(options, request);
+}
+
+constexpr const char* kExamples = "Examples:\n"
+                                  "  orvanectl bus --socket /tmp/bus watch\n"
+                                  "  orvanectl bus last blended-navigation --json\n"
+                                  "  orvanectl bus clear-data all\n"
+                                  "  orvanectl bus bit-results 0 1\n"
+                                  "\n"
+                                  "Exit status: 0 if the request was answered and had no error, else 1; 2 for a wrong\n"
+                                  "command line.";
+
+/// The verb's own subcommands, and what each does.
+class BusCommands {
+public:
+    BusCommands(CLI::App& bus, std::shared_ptr<Options> options) : m_bus(bus), m_options(std::move(options)) {}
+
+    CLI::App& add(const char* name, const char* what, Work work)
+    {
+        CLI::App* const command = m_bus.add_subcommand(name, what);
+        m_commands.emplace_back(command, std::move(work));
+        return *command;
+    }
+    CLI::App& addRequest(const char* name, const char* what)
+    {
+        return add(name, what, [name](const Options& options) { return ask(options, {{"request", name}}); });
+    }
+
+    ExitStatus run() const
+    {
+        if (m_options->socket.empty()) {
+            printLine(std::cerr, "orvanectl: no bus: give --socket or set ORVANE_LAB_BUS");
+            return kMisused;
+        }
+        try {
+            for (const auto& [command, work] : m_commands)
+                if (command->parsed()) return work(*m_options);
+        } catch (const std::exception& error) {
+            printLine(std::cerr, "orvanectl: ", error.what());
+            return kFailed;
+        }
+        return kMisused;
+    }
+
+private:
+    CLI::App& m_bus;
+    std::shared_ptr<Options> m_options;
+    std::vector<std::pair<CLI::App*, Work>> m_commands;
+};
+
+void addBuiltInTests(BusCommands& commands, Options& options)
+{
+    commands.addRequest("bit-run", "ask for a built-in test");
+    for (const char* name : {"bit-results", "bit-clear"}) {
+        CLI::App& command = commands.add(name, "ask for results of tests, or have them forgotten; of all without an id",
+                                         [name](const Options& o) { return ask(o, bitRequest(name, o)); });
+        command.add_option("ID", options.ids, "of tests")->type_name("");
+        command.add_option("--count", options.idCount, "told instead of the number of ids")->type_name("N");
+    }
+}
+
+void addForTests(BusCommands& commands, Options& options)
+{
+    CLI::App& print = commands.add("print", "print a text from within the library", [](const Options& o) {
+        return ask(o, {{"request", "print"}, {"text", o.text}, {"stream", o.stream}});
+    });
+    print.add_option("TEXT", options.text)->required()->type_name("");
+    print.add_option("--stream", options.stream, "stdout, stderr, cout or cerr")->type_name("STREAM");
+
+    CLI::App& hold = commands.add("hold-tell", "let each tell of a name take its time", [](const Options& o) {
+        return ask(o, {{"request", "hold-tell"}, {"tell", o.name}, {"milliseconds", o.milliseconds}});
+    });
+    hold.add_option("TELL", options.name)->required()->type_name("");
+    hold.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
+    commands.add("release-tell", "let a tell go, or all", releaseTell).add_option("TELL", options.name)->type_name("");
+}
+
+}  // namespace
+
+Verb addBusVerb(CLI::App& tool)
+{
+    const auto options = std::make_shared<Options>();
+    options->socket = defaultSocket();
+    CLI::App* const bus = tool.add_subcommand("bus", "Watch the bus of the lab, and make requests as its clients do.");
+    bus->footer(kExamples);
+    bus->require_subcommand(1);
+    bus->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS")->type_name("PATH");
+    const auto commands = std::make_shared<BusCommands>(*bus, options);
+
+    CLI::App& watching = commands->add("watch", "print a line for each publication, until the bus closes", watch);
+    watching.add_flag("--json", options->json, "as it comes");
+    watching.add_option("--count", options->count, "end after so many lines")->type_name("N");
+
+    CLI::App& lastOnes = commands->add("last", "print the last publications, or that of a name", last);
+    lastOnes.add_option("NAME", options->name)->type_name("");
+    lastOnes.add_flag("--json", options->json, "the whole answer");
+    lastOnes.add_flag("--raw", options->raw, "with the record's bytes; includes --json");
+
+    commands->addRequest("status", "ask how the service is");
+    commands->addRequest("faults", "list the faults that are raised");
+    commands->addRequest("help", "list the requests of the bus");
+    commands->addRequest("system-configuration", "ask for the system configuration");
+    commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData)
+        .add_option("DATA", options->data)
+        ->type_name("");
+    commands
+        ->add("save-vcl", "have a VCL text saved",
+              [](const Options& o) {
+                  return ask(o, {{"request", "save-vcl"}, {"text", wholeFile(o.file)}});
+              })
+        .add_option("FILE", options->file)
+        ->required()
+        ->type_name("");
+    addBuiltInTests(*commands, *options);
+    addForTests(*commands, *options);
+    return {bus, [commands] { return commands->run(); }};
+}
+
+}  // namespace orvanectl

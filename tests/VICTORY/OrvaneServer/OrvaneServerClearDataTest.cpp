@@ -1,0 +1,339 @@
+#include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ContainsRegex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using namespace aspn2_msgs::idl;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr const char* kReturned = "cbClearSystemDataCallback : Return code to VDB: ERROR\n";
+
+struct ClearDataTest : testing::Test {
+    ClearDataTest()
+    {
+        server.m_service = service;
+        server.m_victoryStarted = true;
+        server.run();
+        server.m_clearDataCommand.setClearDataInProgressTimeout(2h);
+        server.m_clearDataCommand.setCommandResponseMessageCallback([this](const std::string& command) {
+            sent.push_back(command);
+            server.m_clearDataCommand.processClearRequestedResponse(command + answer);
+            return true;
+        });
+        server.m_clearDataCommand.setSendVDBCompleteWarningCallback(
+            [](auto, bool, const std::string&) { return true; });
+        popHealthEvents();
+    }
+    ~ClearDataTest() override { server.m_clearDataCommand.setSendVDBCompleteWarningCallback(nullptr); }
+
+    int request(VapntcSystemData* data) { return OpenServer::cbClearSystemDataCallback(&server, service, data); }
+    int request(VapntcSystemData data) { return request(&data); }
+
+    std::vector<std::string> warnings() const
+    {
+        std::vector<std::string> texts;
+        for (const auto& warning : server.m_warnings)
+            texts.push_back(std::to_string(warning.warningId) + ":" + warning.customText);
+        return texts;
+    }
+
+    void command(const std::string& text, std::uint8_t source = 53)
+    {
+        CommandResponse message;
+        message.header().device_id(static_cast<std::int32_t>(0x01000000U | std::uint32_t{source} << 16));
+        message.command_response(text);
+        server.cbCmd(message);
+    }
+
+    HardDeadline deadline;
+    std::vector<std::string> sent;  // command texts
+    std::string answer = "_ACK";    // to each
+    VictoryRecorder victory;
+    VapntsService* service = victory.newService();
+    OpenServer server;
+};
+
+}  // namespace
+
+TEST_F(ClearDataTest, ARequestWithoutDataIsAZeroize)
+{
+    EXPECT_EQ(request(nullptr), 1);
+    EXPECT_THAT(sent, ElementsAre("REQUEST_ZEROIZE"));
+    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+}
+
+TEST_F(ClearDataTest, AllSystemDataIsADestroy)
+{
+    EXPECT_EQ(request(0), 1);
+    EXPECT_THAT(sent, ElementsAre("REQUEST_DESTROY"));
+    EXPECT_THAT(warnings(), IsEmpty());
+}
+
+TEST_F(ClearDataTest, ARequestIsAnsweredOnceItIsAccepted)
+{
+    auto stateAtTheAnswer = ClearDataCommand::STATE_IDLE;
+    victory.onCall("vapntsTellClearSystemData", [&] { stateAtTheAnswer = server.m_clearDataCommand.state(); });
+    request(nullptr);
+    EXPECT_EQ(stateAtTheAnswer, ClearDataCommand::STATE_IN_PROGRESS);
+    const auto calls = victory.calls("vapntsTellClearSystemData");
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_EQ(calls[0].number(0), 0);
+    EXPECT_EQ(calls[0].service, service);
+}
+
+TEST_F(ClearDataTest, ARefusedRequestIsAnsweredTheSameWay)
+{
+    answer = "_NACK";
+    EXPECT_EQ(request(nullptr), 1);
+    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IDLE);
+    EXPECT_EQ(victory.last("vapntsTellClearSystemData").number(0), 0);
+}
+
+TEST_F(ClearDataTest, CryptoIsRefusedInThreeWaysAndCommandsNothing)
+{
+    server.m_quiet = false;
+    const std::string text = "OrvaneServer: VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.";
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(request(1), 1);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), processClearDataRequest : OrvaneServer: "
+                                              "VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT\\.\n"
+                                              "cbClearSystemDataCallback : Return code to VDB: ERROR\n$"));
+    EXPECT_THAT(warnings(), ElementsAre("75:" + text));
+    EXPECT_THAT(sent, IsEmpty());
+    EXPECT_EQ(victory.last("vapntsTellClearSystemData").number(0), 0);
+}
+
+TEST_F(ClearDataTest, InvalidIsReportedInThreeWaysAndThenByTheStateMachine)
+{
+    server.m_quiet = false;
+    const std::string text = "OrvaneServer: Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do.";
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(request(-1), 1);
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text, "3:OrvaneServer: Error, no clear data command to execute"));
+    EXPECT_THAT(console.text(), HasSubstr("processClearDataRequest : " + text + "\n"));
+    EXPECT_THAT(warnings(), ElementsAre("75:" + text));
+    EXPECT_THAT(sent, IsEmpty());
+    EXPECT_EQ(victory.count("vapntsTellClearSystemData"), 1U);
+}
+
+TEST_F(ClearDataTest, OtherValuesAreRefusedByNumber)
+{
+    server.m_quiet = false;
+    for (const VapntcSystemData data : {2, -2, 2147483647, -2147483647 - 1}) {
+        const std::string text = "OrvaneServer: Unknown systemDataType: " + std::to_string(data);
+        const ConsoleCapture console(std::cout);
+        EXPECT_EQ(request(data), 1);
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
+        EXPECT_THAT(console.text(), HasSubstr("processClearDataRequest : " + text + "\n"));
+        EXPECT_EQ(warnings().back(), "75:" + text);
+    }
+    EXPECT_THAT(sent, IsEmpty());
+    EXPECT_EQ(victory.count("vapntsTellClearSystemData"), 4U);
+}
+
+TEST_F(ClearDataTest, ResultsOfTheMapping)
+{
+    VapntcSystemData crypto = 1;
+    VapntcSystemData invalid = -1;
+    VapntcSystemData unknown = 2;
+    EXPECT_FALSE(server.processClearDataRequest(service, &crypto));
+    EXPECT_FALSE(server.processClearDataRequest(service, &invalid));
+    EXPECT_FALSE(server.processClearDataRequest(service, &unknown));
+    EXPECT_TRUE(server.processClearDataRequest(service, nullptr));
+}
+
+TEST_F(ClearDataTest, QuietRefusalsArePrintedNowhere)
+{
+    const ConsoleCapture console(std::cout);
+    for (const VapntcSystemData data : {1, -1, 2}) request(data);
+    request(nullptr);
+    EXPECT_EQ(console.text(), "");
+    EXPECT_EQ(warnings().size(), 3U);
+}
+
+TEST_F(ClearDataTest, WithoutQuietAMissingCommandIsToldAndTheReturnCodeIsAlwaysTheSame)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    request(nullptr);
+    EXPECT_EQ(console.text(), std::string("No command provided, Zeroize device command type\n") + kReturned);
+}
+
+TEST_F(ClearDataTest, DebugLinesOfARequest)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    request(nullptr);
+    server.m_clearDataCommand.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
+    request(0);
+    request(-1);
+    request(1);
+    EXPECT_EQ(console.text(), "CALLBACK RECIEVED --- \n"
+                              "Identified eClearType = REQUEST_ZEROIZE\n"
+                              "CALLBACK RECIEVED --- \n"
+                              "Identified eClearType = REQUEST_DESTROY\n"
+                              "CALLBACK RECIEVED --- \n"
+                              "Identified eClearType = none\n"
+                              "CALLBACK RECIEVED --- \n");
+}
+
+TEST_F(ClearDataTest, WithoutAContextThereIsAnEventAndNoLine)
+{
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(OpenServer::cbClearSystemDataCallback(nullptr, service, nullptr), 1);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
+    EXPECT_EQ(console.text(), "");
+    EXPECT_THAT(victory.operations(), IsEmpty());
+}
+
+TEST_F(ClearDataTest, ASanitizeRefusesBeforeAnythingElse)
+{
+    server.m_sanitizeRequested = true;
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    VapntcSystemData data[] = {0, 1, -1, 2};
+    for (auto& value : data) EXPECT_EQ(request(&value), 1);
+    EXPECT_EQ(request(nullptr), 1);
+    server.m_victoryStarted = false;
+    EXPECT_EQ(request(nullptr), 1);
+    const auto events = popHealthEvents();
+    EXPECT_EQ(events.size(), 6U);
+    EXPECT_THAT(events, Each("3:OrvaneServer: Sanitize in progress, not processing APNT clear system data command"));
+    std::string lines;
+    for (int i = 0; i < 6; ++i) lines += kReturned;
+    EXPECT_EQ(console.text(), lines);
+    EXPECT_THAT(warnings(), IsEmpty());
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_THAT(sent, IsEmpty());
+}
+
+TEST_F(ClearDataTest, WhileTheServiceIsDownRequestsAreIgnored)
+{
+    server.m_victoryStarted = false;
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(request(nullptr), 1);
+    EXPECT_EQ(request(1), 1);
+    EXPECT_THAT(popHealthEvents(), Each("3:OrvaneServer : Ignored. Cannot process APNT Clear System Data while APNT "
+                                        "service is not running!"));
+    EXPECT_EQ(console.text(), std::string(kReturned) + kReturned);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_THAT(warnings(), IsEmpty());
+    EXPECT_THAT(sent, IsEmpty());
+}
+
+TEST_F(ClearDataTest, TheMappingLooksForTheServiceTooAndIsContent)
+{
+    server.m_victoryStarted = false;
+    EXPECT_TRUE(server.processClearDataRequest(service, nullptr));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot process APNT Clear System Data "
+                                               "requests while APNT service is not running!"));
+    EXPECT_THAT(sent, IsEmpty());
+}
+
+TEST_F(ClearDataTest, ASecondRequestDuringAnOperationIsRefusedByTheStateMachine)
+{
+    request(nullptr);
+    popHealthEvents();
+    EXPECT_EQ(request(0), 1);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServerREQUEST_DESTROY ignored due to clear command, REQUEST_ZEROIZE, already "
+                            "started: Clear data in-progress"));
+    EXPECT_THAT(sent, ElementsAre("REQUEST_ZEROIZE"));
+    EXPECT_EQ(victory.count("vapntsTellClearSystemData"), 2U);
+}
+
+TEST_F(ClearDataTest, NothingLeavesTheCallback)
+{
+    server.m_quiet = false;
+    victory.onCall("vapntsTellClearSystemData", [] { throw std::runtime_error("no luck"); });
+    const ConsoleCapture console(std::cout);
+    EXPECT_EQ(request(1), 1);
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: An exception occurred. Details: no luck"));
+    EXPECT_THAT(console.text(), testing::EndsWith(kReturned));
+    victory.onCall("vapntsTellClearSystemData", [] { throw 1; });
+    EXPECT_EQ(request(1), 1);
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: Unknown c++ exception occurred"));
+}
+
+TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
+{
+    const TemporaryDirectory directory;
+    victory.setFile("config", "<config/>");
+    server.m_victoryConfigurationFile = "config";
+    server.m_vclFile = directory.write(
+        "vcl.xml",
+        "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
+        "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>");
+    server.m_systemConfiguration.componentCount = 3;
+    bool sanitizingAtTheEnd = false;
+    victory.onCall("vapntsDeleteService", [&] { sanitizingAtTheEnd = server.m_sanitizeRequested; });
+
+    command("START_DESTROY", 200);
+    EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_TRUE(sanitizingAtTheEnd);
+    const auto vcl = victory.last("vapntsNewService").text(1);
+    EXPECT_THAT(vcl, AllOf(HasSubstr("name=\"updatePeriod\" value=\"4294967295\""), Not(HasSubstr("\"1000\""))));
+    EXPECT_FALSE(server.m_requestPartNumbers);
+    const auto tells = victory.calls("vapntsTellSystemConfiguration");
+    ASSERT_EQ(tells.size(), 1U);  // none by the restart
+    const auto told = tells[0].record<VapntcSystemConfiguration>();
+    const VapntcSystemConfiguration empty = {};
+    EXPECT_EQ(std::memcmp(&told, &empty, sizeof empty), 0);
+    EXPECT_EQ(server.m_systemConfiguration.componentCount, 3);
+    EXPECT_EQ(victory.operations().back(), "vapntsTellSystemConfiguration");
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+    server.ShutdownVictory();
+}
+
+TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse)
+{
+    victory.setFile("config", "<config/>");
+    server.m_victoryConfigurationFile = "config";
+    request(nullptr);
+    popHealthEvents();
+    for (const char* text : {"START_ZEROIZE", "START_ZEROIZE", "START_DESTROY"}) {
+        command(text);
+        EXPECT_TRUE(server.m_sanitizeRequested);
+        EXPECT_TRUE(server.m_victoryStarted);
+        EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("CommandResponse"))));
+    }
+    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 3U);
+    server.ShutdownVictory();
+}
+
+TEST_F(ClearDataTest, OnlyTheTwoStartCommandsBeginASanitize)
+{
+    for (const char* text : {"START_ZEROIZE ", "start_zeroize", "START", "REQUEST_ZEROIZE", "START_DESTROY,1"})
+        command(text);
+    EXPECT_FALSE(server.m_sanitizeRequested);
+    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    command("START_ZEROIZE");
+    EXPECT_FALSE(server.m_sanitizeRequested);
+}

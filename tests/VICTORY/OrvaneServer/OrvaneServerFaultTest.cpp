@@ -1,0 +1,134 @@
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+/// A pipe as the standard input of this process, while this object lives.
+class KeyPipe {
+public:
+    KeyPipe() : m_saved(dup(STDIN_FILENO))
+    {
+        int ends[2] = {-1, -1};
+        if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) != STDIN_FILENO) throw std::runtime_error("no pipe");
+        close(ends[0]);
+        m_write = ends[1];
+    }
+    ~KeyPipe()
+    {
+        if (m_saved >= 0) {
+            dup2(m_saved, STDIN_FILENO);
+            close(m_saved);
+        }
+        close(m_write);
+    }
+    KeyPipe(const KeyPipe&) = delete;
+    KeyPipe& operator=(const KeyPipe&) = delete;
+
+    void type(const std::string& keys) const
+    {
+        if (write(m_write, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
+            throw std::runtime_error("the pipe is full");
+    }
+
+private:
+    int m_saved;
+    int m_write;
+};
+
+struct FaultTest : testing::Test {
+    FaultTest()
+    {
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.m_victoryConfigurationFile = "config";
+        server.m_vclFile = "vcl";
+        server.InitializeVictory(nullptr);
+        victory.forgetCalls();
+    }
+    ~FaultTest() override { server.ShutdownVictory(); }
+
+    /// What the console shows of the turns that take the keys.
+    std::string press(const std::string& keys)
+    {
+        const ConsoleCapture console(std::cout);
+        input.type(keys);
+        for (std::size_t i = 0; i < keys.size(); ++i) server.checkForFaultTestEvents();
+        return console.text();
+    }
+
+    KeyPipe input;
+    VictoryRecorder victory;
+    OpenServer server;
+};
+
+}  // namespace
+
+TEST_F(FaultTest, TheWorkerLooksForKeysInTestModeAlone)
+{
+    input.type("z");
+    server.workerTurn();
+    EXPECT_FALSE(server.m_tellDisabled);
+    server.m_testMode = true;
+    server.workerTurn();
+    EXPECT_TRUE(server.m_tellDisabled);
+    server.workerTurn();
+    EXPECT_TRUE(server.m_tellDisabled);
+}
+
+TEST_F(FaultTest, TheSwitchLeavesOutTheGroupsUntilItIsPressedAgain)
+{
+    press("z");
+    victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
+    victory.fireTell(VAPNTS_PUB_GROUP_NAVWAR_SA);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    press("z");
+    victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
+    victory.fireTell(VAPNTS_PUB_GROUP_NAVWAR_SA);
+    EXPECT_THAT(victory.operations(), ElementsAre("vapntsTellWarningMessagesData", "vapntsTellNavWarSaData"));
+}
+
+TEST_F(FaultTest, FaultsAreRaisedInTheRunningService)
+{
+    EXPECT_EQ(press("a1"), "OrvaneServer VictoryFaultHelper : APNT fault test mode\n"
+                           "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 1\n");
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.m_service.load());
+}
+
+TEST_F(FaultTest, OtherServicesAreNotThere)
+{
+    EXPECT_THAT(press("p"), HasSubstr("CANNOT change fault test mode to Position Service! Mode remains: none.\n"));
+}
+
+TEST_F(FaultTest, AServiceThatDoesNotRunIsNotThere)
+{
+    server.ShutdownVictory();
+    victory.forgetCalls();
+    EXPECT_THAT(press("a"), HasSubstr("CANNOT change fault test mode to APNT Service! Mode remains: none.\n"));
+    EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nnone. Fault: 0\n");
+    EXPECT_THAT(victory.operations(), IsEmpty());
+}
+
+TEST_F(FaultTest, FaultsEndWithTheirServiceAndAreRaisedAnewInTheNext)
+{
+    press("a1");
+    server.ShutdownVictory();
+    server.InitializeVictory(nullptr);
+    victory.forgetCalls();
+    EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 2\n");
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.m_service.load());
+    EXPECT_EQ(victory.count("vapntsRemoveFault"), 0U);
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}

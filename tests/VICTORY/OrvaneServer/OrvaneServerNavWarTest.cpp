@@ -1,0 +1,480 @@
+#include "VICTORY/OrvaneServer/NavWarThreat.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+constexpr std::uint8_t kState = 2;                // of statusA
+constexpr std::uint8_t kPowerValid = 1 << 3;      // of statusA
+constexpr std::uint8_t kBandwidthValid = 1 << 5;  // of statusA
+constexpr std::uint8_t kBearing = 1 << 0;         // of statusB
+constexpr std::uint8_t kConfident = 1 << 1;       // of statusB
+
+constexpr double kPi = 3.14159265358979323846;
+
+/// One of the nine lines of a frame.
+struct Line {
+    std::uint8_t statusA = 0;
+    std::uint8_t statusB = 0;
+    std::int16_t power = 0;
+    std::uint16_t center = 0;
+    std::uint16_t bandwidth = 0;
+    std::int16_t azimuth = 0;
+    std::int16_t elevation = 0;
+};
+
+/// A line of bearing that is told apart by its centre frequency.
+Line bearing(std::uint16_t center)
+{
+    return {.statusA = kState, .statusB = kBearing, .center = center};
+}
+
+template <class T>
+void put(std::vector<std::uint8_t>& bytes, std::size_t offset, T value)
+{
+    ASSERT_LE(offset + sizeof value, bytes.size());
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+template <class T, class Record>
+T at(const Record& record, std::size_t offset)
+{
+    T value = {};
+    std::memcpy(&value, reinterpret_cast<const std::uint8_t*>(&record) + offset, sizeof value);
+    return value;
+}
+
+/// A frame of the sensor, byte by byte.
+GSSIP frameOf(const std::vector<Line>& lines)
+{
+    constexpr std::size_t data = 10;
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
+    bytes.resize(212);
+    put(bytes, data + 0, 3456.5);
+    put(bytes, data + 8, 45.25);
+    put(bytes, data + 16, -93.5);
+    put(bytes, data + 24, 300.75);
+    put(bytes, data + 32, std::uint16_t{12});
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const auto start = data + 38 + 18 * i;
+        put(bytes, start, lines[i].statusA);
+        put(bytes, start + 1, lines[i].statusB);
+        put(bytes, start + 2, lines[i].power);
+        put(bytes, start + 4, lines[i].center);
+        put(bytes, start + 6, lines[i].bandwidth);
+        put(bytes, start + 14, lines[i].azimuth);
+        put(bytes, start + 16, lines[i].elevation);
+    }
+    GSSIP message;
+    message.header().device_id(0x01270000);  // from the receiver, 39
+    message.num_bytes(static_cast<std::int32_t>(bytes.size()));
+    message.data(bytes);
+    return message;
+}
+
+struct NavWarTest : testing::Test {
+    NavWarTest()
+    {
+        server.m_gssipSourceServers = {39};
+        server.m_service = service;
+        server.m_victoryStarted = true;
+        server.run();
+        popHealthEvents();
+    }
+
+    void publish() { OpenServer::cbTellNavWarSaCallback(&server, service); }
+
+    VapntcNavWarSaRecord published()
+    {
+        publish();
+        return victory.last("vapntsTellNavWarSaData").record<VapntcNavWarSaRecord>();
+    }
+
+    /// What one line of a frame becomes.
+    VapntcNavWarSaThreat threatOf(const Line& line)
+    {
+        server.cbHxGssip(frameOf({line}));
+        return published().threats[0];
+    }
+
+    std::vector<double> centres(const VapntcNavWarSaRecord& record)
+    {
+        std::vector<double> found;
+        for (std::uint32_t i = 0; i < record.threatCount; ++i) found.push_back(record.threats[i].centreFrequency);
+        return found;
+    }
+
+    VictoryRecorder victory;
+    VapntsService* service = victory.newService();
+    OpenServer server;
+};
+
+}  // namespace
+
+TEST(NavWarThreatTest, ValuesFoldByOneMoreThanTheRange)
+{
+    struct Row {
+        int value, low, high, folded;
+    };
+    constexpr Row rows[] = {
+        {180, -180, 180, 180}, {-180, -180, 180, -180}, {181, -180, 180, -180},  {-181, -180, 180, 180},
+        {540, -180, 180, 179}, {-541, -180, 180, -180}, {32767, -180, 180, -84}, {-32768, -180, 180, 83},
+        {90, -90, 90, 90},     {91, -90, 90, -90},      {-91, -90, 90, 90},      {-272, -90, 90, 90},
+        {32767, -90, 90, 6},   {-32768, -90, 90, -7},   {0, 0, 32766, 0},        {-1, 0, 32766, 32766}};
+    for (const auto& row : rows)
+        EXPECT_EQ(NormalizeInt16Value(static_cast<short>(row.value), static_cast<short>(row.low),
+                                      static_cast<short>(row.high)),
+                  row.folded)
+            << row.value;
+}
+
+TEST(NavWarThreatTest, BoundsThatCannotBeFoldedIntoChangeNothing)
+{
+    const HardDeadline deadline;
+    constexpr short least = std::numeric_limits<short>::min();
+    constexpr short most = std::numeric_limits<short>::max();
+    EXPECT_EQ(NormalizeInt16Value(7, 5, 3), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, 5, 4), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, most, least), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, least, most), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, least, -1), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, 0, most), 7);
+}
+
+TEST_F(NavWarTest, ThreeBearingsAmongNineLinesMakeThreeThreatsInTheirOrder)
+{
+    std::vector<Line> lines(9);
+    lines[1] = bearing(11);
+    lines[4] = bearing(14);
+    lines[8] = bearing(18);
+    server.cbHxGssip(frameOf(lines));
+    EXPECT_THAT(centres(published()), ElementsAre(550000.0, 700000.0, 900000.0));
+}
+
+TEST_F(NavWarTest, AllNineLinesMayBeBearings)
+{
+    std::vector<Line> lines;
+    for (std::uint16_t center = 1; center <= 9; ++center) lines.push_back(bearing(center));
+    server.cbHxGssip(frameOf(lines));
+    EXPECT_EQ(published().threatCount, 9U);
+}
+
+TEST_F(NavWarTest, OtherStatesMakeNoThreatWhateverStandsBesideThem)
+{
+    for (const auto state : std::initializer_list<std::uint8_t>{0, 1, 3}) {
+        const auto statusA = static_cast<std::uint8_t>(0xFC | state);
+        server.cbHxGssip(frameOf({{.statusA = statusA, .statusB = 0xFF}}));
+    }
+    EXPECT_THAT(server.m_threats, IsEmpty());
+    server.cbHxGssip(frameOf({{.statusA = 0xFE, .statusB = 0xFF}}));
+    EXPECT_EQ(server.m_threats.size(), 1U);
+}
+
+TEST_F(NavWarTest, ALineWithoutABearingMakesNoThreatAndNoWord)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(frameOf({{.statusA = kState, .statusB = 0xFE}}));
+    EXPECT_THAT(server.m_threats, IsEmpty());
+    EXPECT_EQ(console.text(),
+              "OrvaneServerOrvaneServer, processing Navwar SA from ThreatData (Line of Bearing) message\n");
+}
+
+TEST_F(NavWarTest, LayoutOfAThreatWithAllItsParts)
+{
+    UTCTime utcTime;
+    utcTime.gps_week(2235);
+    utcTime.gps_tow_sec(100);
+    utcTime.utc_tod_sec(82);
+    utcTime.utc_tod_nsec(2.5e8);
+    server.cbUTCTime(utcTime);
+    const auto threat = threatOf({.statusA = kState | kPowerValid | kBandwidthValid,
+                                  .statusB = kBearing | kConfident | 3 << 2,
+                                  .power = -57,
+                                  .center = 31508,
+                                  .bandwidth = 2046,
+                                  .azimuth = -90,
+                                  .elevation = 45});
+    std::vector<std::uint8_t> expected(704);
+    put(expected, 0, std::uint32_t{2});
+    put(expected, 4, std::array<std::uint32_t, 8>{2022, 11, 6, 0, 0, 1, 22, 250'000'000});
+    put(expected, 300, std::array<char, 10>{"TARVO-100"});
+    put(expected, 556, std::uint32_t{1});
+    put(expected, 560, -kPi / 2);
+    put(expected, 568, std::uint32_t{1});
+    put(expected, 576, 75.0);
+    put(expected, 600, kPi / 4);
+    put(expected, 608, std::uint32_t{1});
+    put(expected, 616, 75.0);
+    put(expected, 640, 1575.4e6);
+    put(expected, 648, 2.046e6);
+    put(expected, 688, -57.0);
+    put(expected, 696, std::uint32_t{1});
+    std::vector<std::uint8_t> bytes(704);
+    std::memcpy(bytes.data(), &threat, bytes.size());
+    EXPECT_EQ(bytes, expected);
+}
+
+TEST_F(NavWarTest, WhatALineDoesNotTellIsZeroAndThirtyThreeMegahertz)
+{
+    const auto threat = threatOf({.statusA = kState,
+                                  .statusB = kBearing | 4 << 2,
+                                  .power = 99,
+                                  .center = 1,
+                                  .bandwidth = 2046,
+                                  .azimuth = 1,
+                                  .elevation = 1});
+    EXPECT_EQ(at<double>(threat, 648), 33'000'000.0);
+    EXPECT_EQ(at<std::uint32_t>(threat, 568), 0U);
+    EXPECT_EQ(at<double>(threat, 576), 0.0);
+    EXPECT_EQ(at<std::uint32_t>(threat, 608), 0U);
+    EXPECT_EQ(at<double>(threat, 616), 0.0);
+    EXPECT_EQ(at<double>(threat, 688), 0.0);
+    EXPECT_EQ(at<std::uint32_t>(threat, 696), 0U);
+}
+
+TEST_F(NavWarTest, ConfidenceCountsInQuartersAndHasNoCeiling)
+{
+    for (const int quarters : {0, 4, 15}) {
+        const auto statusB = static_cast<std::uint8_t>(0xC0 | kBearing | kConfident | quarters << 2);
+        const auto threat = threatOf({.statusA = kState, .statusB = statusB});
+        EXPECT_EQ(threat.azimuthConfidence, quarters * 25.0);
+        EXPECT_EQ(threat.elevationConfidence, quarters * 25.0);
+        EXPECT_EQ(threat.azimuthConfidenceValid, 1U);
+        EXPECT_EQ(threat.elevationConfidenceValid, 1U);
+    }
+}
+
+TEST_F(NavWarTest, LargestNumbersOfALine)
+{
+    const auto threat = threatOf({.statusA = kState | kPowerValid | kBandwidthValid,
+                                  .statusB = kBearing,
+                                  .power = -32768,
+                                  .center = 65535,
+                                  .bandwidth = 65535});
+    EXPECT_EQ(threat.centreFrequency, 3'276'750'000.0);
+    EXPECT_EQ(threat.bandwidth, 65'535'000.0);
+    EXPECT_EQ(threat.power, -32768.0);
+}
+
+TEST_F(NavWarTest, AnglesAreFoldedBeforeTheyBecomeRadians)
+{
+    struct Row {
+        std::int16_t azimuth, elevation;
+        double azimuthDegrees, elevationDegrees;
+    };
+    for (const auto& row : {Row{180, 90, 180, 90}, Row{181, 91, -180, -90}, Row{-181, -91, 180, 90},
+                            Row{540, 0, 179, 0}, Row{0, 271, 0, 90}}) {
+        const auto threat =
+            threatOf({.statusA = kState, .statusB = kBearing, .azimuth = row.azimuth, .elevation = row.elevation});
+        EXPECT_DOUBLE_EQ(threat.azimuth, row.azimuthDegrees * kPi / 180);
+        EXPECT_DOUBLE_EQ(threat.elevation, row.elevationDegrees * kPi / 180);
+    }
+}
+
+TEST_F(NavWarTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
+{
+    for (std::uint16_t center = 1; center <= 60; ++center) server.cbHxGssip(frameOf({bearing(center)}));
+    EXPECT_EQ(server.m_threats.size(), 50U);
+    const auto record = published();
+    EXPECT_EQ(at<std::uint32_t>(record, 0), 1U);
+    EXPECT_EQ(at<std::uint32_t>(record, 4), 0U);
+    for (std::size_t i = 0; i < 50; ++i)
+        EXPECT_EQ(at<double>(record, 8 + 704 * i + 640), 50000.0 * static_cast<double>(11 + i)) << i;
+    EXPECT_EQ(at<std::uint32_t>(record, 35208), 50U);
+}
+
+TEST_F(NavWarTest, EachThreatGoesOutOnceAndAnEmptyQueueIsToldToo)
+{
+    server.cbHxGssip(frameOf({bearing(1), bearing(2)}));
+    EXPECT_EQ(published().threatCount, 2U);
+    server.cbHxGssip(frameOf({bearing(3)}));
+    EXPECT_THAT(centres(published()), ElementsAre(150000.0));
+
+    const VapntcNavWarSaRecord empty = {};
+    const auto record = published();
+    EXPECT_EQ(std::memcmp(&record, &empty, sizeof empty), 0);
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 3U);
+}
+
+TEST_F(NavWarTest, TheRecordGoesToTheServiceThatAskedWithoutATime)
+{
+    publish();
+    const auto call = victory.last("vapntsTellNavWarSaData");
+    EXPECT_EQ(call.service, service);
+    EXPECT_EQ(call.time(), nullptr);
+}
+
+TEST_F(NavWarTest, WhileTheServiceIsDownThreatsStayAndGoOutAfterwards)
+{
+    server.cbHxGssip(frameOf({bearing(1)}));
+    server.m_victoryStarted = false;
+    const ConsoleCapture console(std::cout);
+    publish();
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Cannot publish NavWarSA threats while APNT service is "
+                                               "not running! Threats remain queued."));
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), cbTellNavWarSaCallback : OrvaneServer : "
+                                              "Cannot publish NavWarSA threats while APNT service is not running! "
+                                              "Threats remain queued\\.\n$"));
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
+    server.m_victoryStarted = true;
+    EXPECT_THAT(centres(published()), ElementsAre(50000.0));
+}
+
+TEST_F(NavWarTest, WithoutAContextThereIsAnEventAndALine)
+{
+    const ConsoleCapture console(std::cout);
+    OpenServer::cbTellNavWarSaCallback(nullptr, service);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
+    EXPECT_THAT(console.text(), HasSubstr("cbTellNavWarSaCallback : OrvaneServer: instance pointer was not found in "
+                                          "VICTORY callbackData parameter\n"));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+}
+
+TEST_F(NavWarTest, WhileTellingIsDisabledTheQueueIsEmptiedAllTheSame)
+{
+    server.cbHxGssip(frameOf({bearing(1)}));
+    server.m_tellDisabled = true;
+    publish();
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
+    EXPECT_THAT(server.m_threats, IsEmpty());
+    server.m_tellDisabled = false;
+    EXPECT_EQ(published().threatCount, 0U);
+}
+
+TEST_F(NavWarTest, NothingLeavesThePublicationAndNothingIsPutBack)
+{
+    server.cbHxGssip(frameOf({bearing(1)}));
+    victory.onCall("vapntsTellNavWarSaData", [] { throw std::runtime_error("no luck"); });
+    const ConsoleCapture console(std::cout);
+    publish();
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: no luck");
+    victory.onCall("vapntsTellNavWarSaData", [] { throw 1; });
+    publish();
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception occurred");
+    EXPECT_THAT(console.text(),
+                ContainsRegex("cbTellNavWarSaCallback : OrvaneServer: An exception occurred. Details: no luck\n"
+                              ".*cbTellNavWarSaCallback : OrvaneServer: Unknown c\\+\\+ exception occurred\n"));
+    EXPECT_THAT(server.m_threats, IsEmpty());
+    victory.onCall("vapntsTellNavWarSaData", nullptr);
+    EXPECT_EQ(published().threatCount, 0U);
+}
+
+TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperationAndTheReportStillWaits)
+{
+    const auto frame = frameOf({bearing(1)});
+    const ConsoleCapture console(std::cout);
+    {
+        const FailingAllocation memory(0, 1);
+        server.cbHxGssip(frame);
+    }
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: std::bad_alloc");
+    EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
+                                              "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
+                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
+    EXPECT_THAT(server.m_threats, IsEmpty());
+
+    server.attemptNavWarSaProcessing();
+    EXPECT_EQ(server.m_threats.size(), 1U);
+    server.attemptNavWarSaProcessing();
+    EXPECT_EQ(server.m_threats.size(), 1U);
+}
+
+TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(frameOf({{.statusA = kState | kPowerValid | kBandwidthValid,
+                               .statusB = kBearing | kConfident | 4 << 2,
+                               .power = -57,
+                               .center = 20,
+                               .bandwidth = 5,
+                               .azimuth = 180,
+                               .elevation = -90}}));
+    EXPECT_THAT(console.text(),
+                ContainsRegex("^OrvaneServerOrvaneServer, processing Navwar SA from ThreatData \\(Line of Bearing\\) "
+                              "message\n"
+                              "OrvaneServer: , encodeVictoryNavWarSA: Encoding Navwar SA from ThreatData \\(Line of "
+                              "Bearing\\) message data\n"
+                              "OrvaneServerencodeVictoryNavWarSA \\([0-9]+\\), threat detail:\n"
+                              "\n"
+                              "GPS Time       = 3456\\.5\n"
+                              "lat            = 45\\.25\n"
+                              "lon            = -93\\.5\n"
+                              "alt            = 300\\.75\n"
+                              "Pos_Accuracy   = 12\n"
+                              "Az             = 180 deg, 3\\.14159\n"
+                              "Az Conf \\(0-100\\)= 100\n"
+                              "El             = -90 deg, -1\\.5708\n"
+                              "El Conf \\(0-100\\)= 100\n"
+                              "Center         = 1e\\+06\n"
+                              "BW             = 5000\n"
+                              "Power          = -57\n$"));
+}
+
+TEST_F(NavWarTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
+{
+    server.cbHxGssip(frameOf({bearing(1), bearing(2)}));
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    publish();
+    publish();
+    EXPECT_EQ(console.text(), "OrvaneServer : sending NavWarSa data to VDB. Number of threats: 2\n");
+}
+
+TEST_F(NavWarTest, TheTimeOfAThreatIsShownUnlessQuiet)
+{
+    server.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(frameOf({bearing(1)}));
+    EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) "));
+    EXPECT_THAT(console.text(), Not(HasSubstr("threat detail")));
+}
+
+TEST_F(NavWarTest, BothTapsGoOnBehindThreats)
+{
+    const HardDeadline deadline;
+    GSSIP status;
+    status.header().device_id(0x01270000);
+    status.data({0xFF, 0x81, 0x38, 0x21, 0, 0, 0, 0, 0, 0});
+    status.num_bytes(10);
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
+    bytes.resize(54);
+    GSSIP warning = status;
+    warning.data(bytes);
+    warning.num_bytes(54);
+
+    for (std::uint16_t round = 1; round <= 3; ++round) {
+        server.cbHxGssip(frameOf({bearing(round)}));
+        server.m_has8504 = false;
+        server.cbZentorGssip(status);
+        server.cbZentorGssip(warning);
+        EXPECT_TRUE(server.m_has8504);
+        EXPECT_EQ(server.m_warnings.size(), round);
+        EXPECT_EQ(server.m_threats.size(), round);
+    }
+}

@@ -1,0 +1,387 @@
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::ContainsRegex;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+constexpr auto kNone = ClearDataCommand::CLEAR_NONE;
+constexpr auto kZeroize = ClearDataCommand::CLEAR_ZEROIZE;
+constexpr auto kDestroy = ClearDataCommand::CLEAR_DESTROY;
+constexpr auto kZentorm = ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE;
+
+template <class T, class Record>
+T at(const Record& record, std::size_t offset)
+{
+    T value = {};
+    std::memcpy(&value, reinterpret_cast<const std::uint8_t*>(&record) + offset, sizeof value);
+    return value;
+}
+
+/// A receiver's warning: the number, and a text with the characters of each word in wire order.
+std::vector<std::uint8_t> frameOf(std::uint16_t number, const std::string& text = "")
+{
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
+    bytes.resize(54);
+    bytes[18] = static_cast<std::uint8_t>(number);
+    bytes[19] = static_cast<std::uint8_t>(number >> 8);
+    for (std::size_t i = 0; i < std::min<std::size_t>(text.size(), 32); ++i)
+        bytes[20 + (i ^ 1)] = static_cast<std::uint8_t>(text[i]);
+    return bytes;
+}
+
+VapntcWarningMessage warningOf(std::uint32_t id)
+{
+    VapntcWarningMessage warning = {};
+    warning.warningId = id;
+    return warning;
+}
+
+struct WarningsTest : testing::Test {
+    WarningsTest()
+    {
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.m_victoryConfigurationFile = "config";
+        server.m_vclFile = "vcl";
+        server.InitializeVictory(nullptr);  // which builds the table
+        popHealthEvents();
+    }
+    ~WarningsTest() override { server.ShutdownVictory(); }
+
+    void receive(std::uint16_t number, const std::string& text = "")
+    {
+        const auto frame = frameOf(number, text);
+        server.handleBlock5044(frame.data(), static_cast<unsigned>(frame.size()));
+    }
+
+    void publish() { OpenServer::cbTellWarningMessagesCallback(&server, server.m_service); }
+
+    VapntcWarningMessagesRecord published()
+    {
+        publish();
+        return victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>();
+    }
+
+    std::vector<std::uint32_t> ids()
+    {
+        const auto record = published();
+        std::vector<std::uint32_t> found;
+        for (std::uint32_t i = 0; i < record.warningCount; ++i) found.push_back(record.warnings[i].warningId);
+        return found;
+    }
+
+    VictoryRecorder victory;
+    OpenServer server;
+};
+
+/// A destination of characters that throws what is no standard exception.
+class ThrowingBuffer : public std::streambuf {
+protected:
+    int_type overflow(int_type) override { throw 1; }
+};
+
+/// The standard output that throws, while this object lives.
+class ThrowingConsole {
+public:
+    ThrowingConsole() : m_previous(std::cout.rdbuf(&m_buffer)) { std::cout.exceptions(std::ios::badbit); }
+    ~ThrowingConsole()
+    {
+        std::cout.exceptions(std::ios::goodbit);
+        std::cout.rdbuf(m_previous);  // clears the state
+    }
+    ThrowingConsole(const ThrowingConsole&) = delete;
+    ThrowingConsole& operator=(const ThrowingConsole&) = delete;
+
+private:
+    ThrowingBuffer m_buffer;
+    std::streambuf* m_previous;
+};
+
+}  // namespace
+
+TEST_F(WarningsTest, IdsOfAllReceiverNumbers)
+{
+    const std::map<unsigned short, std::uint32_t> listed = {
+        {1, 0},   {2, 1},   {3, 2},   {4, 3},   {5, 4},   {7, 5},   {8, 6},   {9, 7},   {10, 8},  {11, 9},
+        {12, 10}, {13, 11}, {14, 12}, {15, 13}, {16, 14}, {17, 15}, {18, 16}, {19, 17}, {20, 18}, {21, 19},
+        {22, 20}, {23, 21}, {27, 22}, {28, 23}, {34, 24}, {35, 25}, {36, 26}, {37, 27}, {38, 28}, {39, 29},
+        {40, 30}, {41, 31}, {42, 32}, {43, 33}, {44, 34}, {45, 35}, {46, 36}, {47, 37}, {50, 40}, {51, 41},
+        {52, 42}, {53, 43}, {54, 44}, {55, 45}, {56, 46}, {57, 47}, {58, 48}, {59, 49}, {60, 50}, {61, 51},
+        {62, 52}, {63, 53}, {67, 54}, {68, 55}, {69, 56}, {70, 57}, {71, 58}, {79, 59}, {81, 61}};
+    for (unsigned number = 0; number <= 65535; ++number) {
+        const auto found = listed.find(static_cast<unsigned short>(number));
+        ASSERT_EQ(server.encodeVictoryWarningId(static_cast<unsigned short>(number)),
+                  found == listed.end() ? 75U : found->second)
+            << number;
+    }
+}
+
+TEST_F(WarningsTest, BeforeAStartEveryNumberIsCustom)
+{
+    const OpenServer fresh;
+    EXPECT_EQ(fresh.encodeVictoryWarningId(1), 75U);
+}
+
+TEST_F(WarningsTest, AListedNumberGoesOutWithoutItsText)
+{
+    receive(7, "receiver's words");
+    const auto record = published();
+    VapntcWarningMessage expected = {};
+    expected.warningId = 5;
+    EXPECT_EQ(record.warningCount, 1U);
+    EXPECT_EQ(std::memcmp(&record.warnings[0], &expected, sizeof expected), 0);
+}
+
+TEST_F(WarningsTest, OtherNumbersAreCustomWithTheReceiversText)
+{
+    for (const auto number : std::initializer_list<std::uint16_t>{0, 6, 82, 65535})
+        receive(number, "HELLO, this warning has 32 chars");
+    const auto record = published();
+    ASSERT_EQ(record.warningCount, 4U);
+    for (std::uint32_t i = 0; i < record.warningCount; ++i) {
+        EXPECT_EQ(record.warnings[i].warningId, 75U);
+        EXPECT_EQ(record.warnings[i].customTextValid, 1U);
+        EXPECT_STREQ(record.warnings[i].customText, "HELLO, this warning has 32 chars");
+    }
+}
+
+TEST_F(WarningsTest, ARefusedFrameQueuesNothing)
+{
+    const auto frame = frameOf(7);
+    server.handleBlock5044(frame.data(), 53);
+    server.handleBlock5044(nullptr, 54);
+    EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(WarningsTest, LayoutOfACustomWarning)
+{
+    EXPECT_TRUE(server.sendVDBcustomWarning("careful"));
+    const auto record = published();
+    std::vector<std::uint8_t> expected(524);
+    const std::uint32_t id = 75;
+    const std::uint32_t valid = 1;
+    std::memcpy(expected.data(), &id, 4);
+    std::memcpy(expected.data() + 264, "careful", 7);
+    std::memcpy(expected.data() + 520, &valid, 4);
+    std::vector<std::uint8_t> bytes(524);
+    std::memcpy(bytes.data(), &record.warnings[0], bytes.size());
+    EXPECT_EQ(bytes, expected);
+}
+
+TEST_F(WarningsTest, TextsAreCutTo255Characters)
+{
+    EXPECT_TRUE(server.sendVDBcustomWarning(std::string(255, 'a')));
+    EXPECT_TRUE(server.sendVDBcustomWarning(std::string(256, 'b')));
+    EXPECT_TRUE(server.sendVDBCompleteWarning(kZeroize, true, std::string(5000, 'c')));
+    const auto record = published();
+    EXPECT_EQ(record.warnings[0].customText, std::string(255, 'a'));
+    EXPECT_EQ(record.warnings[1].customText, std::string(255, 'b'));
+    EXPECT_EQ(record.warnings[2].customText, std::string(255, 'c'));
+    EXPECT_EQ(record.warnings[2].customTextValid, 1U);
+}
+
+TEST_F(WarningsTest, CompletionsGoOutByTypeAndResult)
+{
+    for (const auto type : {kZentorm, kZeroize, kDestroy})
+        for (const bool success : {true, false}) EXPECT_TRUE(server.sendVDBCompleteWarning(type, success, "done"));
+    EXPECT_THAT(ids(), ElementsAre(2, 3, 22, 23, 24, 25));
+    const auto record = published();
+    for (std::uint32_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(record.warnings[i].customTextValid, 1U);
+        EXPECT_STREQ(record.warnings[i].customText, "done");
+    }
+}
+
+TEST_F(WarningsTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
+{
+    const ConsoleCapture console(std::cout);
+    EXPECT_FALSE(server.sendVDBCompleteWarning(kNone, true, "done"));
+    EXPECT_EQ(console.text(), "");
+    server.m_quiet = false;
+    EXPECT_FALSE(server.sendVDBCompleteWarning(static_cast<ClearDataCommand::ClearDataType>(-7), false, "done"));
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: "
+                                              "Unknown eClearType: -7\n$"));
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Unknown eClearType: 0", "3:OrvaneServer: Unknown eClearType: -7"));
+    EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(WarningsTest, FiftyFirstAppendDropsTheOldest)
+{
+    for (std::uint32_t id = 100; id <= 150; ++id) EXPECT_TRUE(server.appendWarningToList(warningOf(id)));
+    EXPECT_EQ(server.m_warnings.size(), 50U);
+    const auto record = published();
+    for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(at<std::uint32_t>(record, 8 + std::size_t{524} * i), 101 + i) << i;
+    EXPECT_EQ(at<std::uint32_t>(record, 26208), 50U);
+}
+
+TEST_F(WarningsTest, TheSameListGoesOutAgainAndAgain)
+{
+    server.appendWarningToList(warningOf(67));
+    server.appendWarningToList(warningOf(68));
+    EXPECT_THAT(ids(), ElementsAre(67, 68));
+    EXPECT_THAT(ids(), ElementsAre(67, 68));
+    server.appendWarningToList(warningOf(67));
+    EXPECT_THAT(ids(), ElementsAre(67, 68, 67));
+}
+
+TEST_F(WarningsTest, AnEmptyListIsToldWithTheGpsSeconds)
+{
+    server.m_gpsSeconds = 345600.25;
+    const auto record = published();
+    EXPECT_EQ(at<double>(record, 0), 345600.25);
+    VapntcWarningMessagesRecord expected = {};
+    expected.gpsSeconds = 345600.25;
+    EXPECT_EQ(std::memcmp(&record, &expected, sizeof expected), 0);
+    const auto call = victory.last("vapntsTellWarningMessagesData");
+    EXPECT_EQ(call.service, server.m_service.load());
+    EXPECT_EQ(call.time(), nullptr);
+}
+
+TEST_F(WarningsTest, WhileTheServiceIsDownWarningsStayAndEveryTurnIsAnEvent)
+{
+    server.appendWarningToList(warningOf(67));
+    server.m_victoryStarted = false;
+    const ConsoleCapture console(std::cout);
+    publish();
+    publish();
+    const auto events = popHealthEvents();
+    EXPECT_EQ(events.size(), 2U);
+    EXPECT_THAT(events, Each("3:OrvaneServer : Cannot publish warnings while APNT service is not running! Warnings "
+                             "remain queued."));
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), cbTellWarningMessagesCallback : "
+                                              "OrvaneServer : Cannot publish warnings while APNT service is not "
+                                              "running! Warnings remain queued\\.\n"));
+    EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 0U);
+    server.m_victoryStarted = true;
+    EXPECT_THAT(ids(), ElementsAre(67));
+}
+
+TEST_F(WarningsTest, WithoutAContextThereIsAnEventAndALine)
+{
+    victory.forgetCalls();
+    const ConsoleCapture console(std::cout);
+    OpenServer::cbTellWarningMessagesCallback(nullptr, server.m_service);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
+    EXPECT_THAT(console.text(), HasSubstr("cbTellWarningMessagesCallback : OrvaneServer: instance pointer was not "
+                                          "found in VICTORY callbackData parameter\n"));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+}
+
+TEST_F(WarningsTest, WhileTellingIsDisabledNothingIsToldAndNothingLost)
+{
+    server.appendWarningToList(warningOf(67));
+    server.m_tellDisabled = true;
+    publish();
+    EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 0U);
+    server.m_tellDisabled = false;
+    EXPECT_THAT(ids(), ElementsAre(67));
+}
+
+TEST_F(WarningsTest, NothingLeavesThePublication)
+{
+    victory.onCall("vapntsTellWarningMessagesData", [] { throw std::runtime_error("no luck"); });
+    const ConsoleCapture console(std::cout);
+    publish();
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: no luck");
+    victory.onCall("vapntsTellWarningMessagesData", [] { throw 1; });
+    publish();
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception occurred");
+    EXPECT_THAT(console.text(), ContainsRegex("cbTellWarningMessagesCallback : OrvaneServer: An exception occurred. "
+                                              "Details: no luck\n.*cbTellWarningMessagesCallback : OrvaneServer: "
+                                              "Unknown c\\+\\+ exception occurred\n"));
+}
+
+TEST_F(WarningsTest, DebugLineShowsOnlyWarningsWithAText)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.appendWarningToList(warningOf(67));
+    EXPECT_EQ(console.text(), "");
+    server.sendVDBcustomWarning("careful");
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer, appendWarningToList \\([0-9]+\\): OrvaneServer: Sending "
+                                              "VDB APNT warning message ID 75, custom message: careful\n$"));
+}
+
+TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
+{
+    const auto warning = warningOf(67);
+    const ConsoleCapture console(std::cout);
+    bool appended = true;
+    {
+        const FailingAllocation memory(0, 1);
+        appended = server.appendWarningToList(warning);
+    }
+    EXPECT_FALSE(appended);
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: std::bad_alloc");
+    EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
+                                              "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
+                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n$"));
+    EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)
+{
+    server.m_debug = true;
+    bool appended = true;
+    {
+        const ThrowingConsole console;
+        appended = server.sendVDBcustomWarning("careful");
+    }
+    EXPECT_FALSE(appended);
+    EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing");
+}
+
+TEST_F(WarningsTest, ACompletionThatFailsHasItsOwnTexts)
+{
+    server.m_quiet = false;
+    bool queued = true;
+    {
+        const ThrowingConsole console;
+        queued = server.sendVDBCompleteWarning(kNone, true, "done");
+    }
+    EXPECT_FALSE(queued);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Unknown eClearType: 0", "3:OrvaneServer: Unknown c++ exception occurred"));
+}
+
+TEST_F(WarningsTest, ManyMayQueueWhileTheListGoesOut)
+{
+    std::vector<std::thread> producers;
+    for (int producer = 0; producer < 3; ++producer)
+        producers.emplace_back([this] {
+            for (int i = 0; i < 200; ++i) {
+                server.sendVDBCompleteWarning(kZeroize, false, "zeroize failed");
+                receive(6, "receiver's words");
+            }
+        });
+    for (int i = 0; i < 50; ++i) publish();
+    for (auto& producer : producers) producer.join();
+    const auto record = published();
+    EXPECT_EQ(record.warningCount, 50U);
+    for (const auto& warning : record.warnings)
+        EXPECT_STREQ(warning.customText, warning.warningId == 23 ? "zeroize failed" : "receiver's words");
+}

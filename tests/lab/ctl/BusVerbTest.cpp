@@ -1,0 +1,129 @@
+#include "lab/ctl/BusLink.h"
+#include "tests/lab/libvictory/Program.h"
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+using Ending = ChildProcess::Ending;
+using Json = orvanectl::BusLink::Json;
+
+namespace {
+
+/// A bus with a started service, and the tool as its client.
+class BusVerbTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        const auto clear = [](void*, VapntsService*, VapntcSystemData* data) { return data ? *data : 99; };
+        const auto save = [](void*, VapntsService*, const char* text) { return std::string(text) == "<a/>" ? 0 : 1; };
+        ASSERT_EQ(vapntsInitTellClearSystemDataCallback(m_program.service(), clear, nullptr), 0);
+        ASSERT_EQ(vapntsInitSaveVclidCallback(m_program.service(), save, nullptr), 0);
+        ASSERT_EQ(vapntsStartService(m_program.service()), 0);
+    }
+
+    Ending run(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), {ORVANE_CTL_BINARY, "bus", "--socket", m_program.busPath()});
+        ChildProcess tool(arguments);
+        const Ending ending = tool.wait();
+        m_output = tool.output();
+        m_errors = tool.errors();
+        return ending;
+    }
+    Json answerTo(const std::vector<std::string>& arguments)
+    {
+        EXPECT_EQ(run(arguments), Ending({0, 0})) << m_errors;
+        return Json::parse(m_output);
+    }
+
+    Program m_program;
+    std::string m_output;
+    std::string m_errors;
+};
+
+}  // namespace
+
+TEST_F(BusVerbTest, WatchShowsALineForEachPublication)
+{
+    VapntcBlendedNavigationRecord record{};
+    record.fom = 2;
+    record.horizontalPositionError = 1.5;
+    record.gpsAvailability = 1;
+    vapntsTellBlendedNavigationData(m_program.service(), record, nullptr);
+    EXPECT_EQ(run({"watch", "--count", "3"}), Ending({0, 0}));
+    EXPECT_NE(m_output.find("4 blended-navigation (last)  gps s 0.0  fom 2  tfom 0  horizontal m 1.5"),
+              std::string::npos)
+        << m_output;
+}
+
+TEST_F(BusVerbTest, WatchGivesTheLinesAsTheyCome)
+{
+    EXPECT_EQ(run({"watch", "--json", "--count", "1"}), Ending({0, 0}));
+    EXPECT_EQ(m_output, "{\"type\":\"hello\",\"bus\":\"lab\",\"protocol\":1}\n");
+}
+
+TEST_F(BusVerbTest, LastShowsAName)
+{
+    vapntsTellClearSystemData(m_program.service(), 3);
+    EXPECT_EQ(run({"last", "clear-system-data"}), Ending({0, 0}));
+    EXPECT_EQ(m_output, "4 clear-system-data  result 3\n");
+    vapntsTellAvailableOutputs(m_program.service(), {{7}, 1});
+    const Json answer = answerTo({"last", "available-outputs", "--raw"});
+    EXPECT_EQ(answer["publications"][0]["raw"].get<std::string>().substr(0, 8), "07000000");
+}
+
+TEST_F(BusVerbTest, ClearDataPassesOnWhatIsToBeCleared)
+{
+    EXPECT_EQ(answerTo({"clear-data"})["returned"], 99);
+    EXPECT_EQ(answerTo({"clear-data", "crypto"})["returned"], 1);
+    EXPECT_EQ(answerTo({"clear-data", "5"})["returned"], 5);
+}
+
+TEST_F(BusVerbTest, VclFileIsSent)
+{
+    EXPECT_EQ(answerTo({"save-vcl", m_program.directory().write("vcl", "<a/>")})["returned"], 0);
+}
+
+TEST_F(BusVerbTest, RequestThatFailsEndsWithOne)
+{
+    EXPECT_EQ(run({"bit-run"}), Ending({1, 0}));
+    EXPECT_EQ(Json::parse(m_output)["error"], "the service has set no call-back for this");
+    EXPECT_EQ(run({"bit-results", "0", "--count", "51"}), Ending({1, 0}));
+    EXPECT_EQ(run({"bit-clear"}), Ending({1, 0}));
+    EXPECT_EQ(run({"system-configuration"}), Ending({1, 0}));
+    EXPECT_EQ(run({"save-vcl", "/none"}), Ending({1, 0}));
+    EXPECT_EQ(m_errors, "orvanectl: cannot read /none\n");
+}
+
+TEST_F(BusVerbTest, TellsAreHeldAndReleased)
+{
+    EXPECT_EQ(answerTo({"hold-tell", "clear-system-data", "60000"})["ok"], true);
+    EXPECT_EQ(answerTo({"release-tell", "clear-system-data"})["ok"], true);
+    EXPECT_EQ(vapntsTellClearSystemData(m_program.service(), 0), 0);
+}
+
+TEST_F(BusVerbTest, ServiceIsDescribed)
+{
+    EXPECT_EQ(answerTo({"status"})["phase"], "started");
+    EXPECT_EQ(answerTo({"faults"})["faults"], Json::array());
+    EXPECT_EQ(answerTo({"help"})["requests"].size(), 13U);
+    EXPECT_EQ(answerTo({"print", "", "--stream", "cerr"})["ok"], true);
+}
+
+TEST_F(BusVerbTest, BusThatIsNotThereIsTold)
+{
+    ChildProcess tool({ORVANE_CTL_BINARY, "bus", "--socket", "/none", "status"});
+    EXPECT_EQ(tool.wait(), Ending({1, 0}));
+    EXPECT_EQ(tool.errors(), "orvanectl: no bus at /none: No such file or directory\n");
+}
+
+TEST(BusSummaryTest, LineThatIsNoneOfTheBusIsStillALine)
+{
+    EXPECT_EQ(orvanectl::busSummary(Json(5)), "?");
+    EXPECT_EQ(orvanectl::busSummary({{"type", "faults"}, {"number", 3}, {"faults", Json::array()}}),
+              "3 faults  faults 0");
+}

@@ -1,0 +1,320 @@
+#include "lab/unit/UnitSim.h"
+
+#include "ASPN/AspnHelper.h"
+#include "aspn2_msgs/AssuranceState.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Transport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+
+using namespace unitsim;
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+/// A unit in a directory of its own, and a listener to all of it on the same domain.
+class UnitSimTest : public testing::Test {
+protected:
+    UnitSimTest()
+    {
+        TransportConfig config;
+        config.set("BackFillHistory", "true");  // an answer may come before the listener is matched
+        for (const char* topic : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus",
+                                  "AssuranceState", "BitReport"})
+            config.connect(topic, topic);
+        config.connect("Command", "CommandResponse").connect("Response", "CommandResponse");
+        m_settings.connections = m_directory.write("Connections.xml", config.text());
+        m_settings.devices = ORVANE_LAB_DIR "/config/IODevices.xml";
+        m_settings.memory = m_directory.write("mem", "");
+        std::filesystem::resize_file(m_settings.memory, std::uintmax_t{1} << 32);
+        m_settings.queuePrefix = (m_directory.path() / "mcs").string();
+        if (mkfifo((m_settings.queuePrefix + "5").c_str(), 0600) != 0) throw std::runtime_error("no pipe");
+        m_settings.flagDirectory = m_directory.path().string();
+        m_settings.rateHz = 20.0;
+        m_settings.answerDelaySeconds = 0.01;
+        m_settings.eraseSeconds = 0.02;
+        m_settings.bitSeconds = 0.02;
+        m_settings.postAfterSeconds = 0.0;
+        m_settings.quiet = true;
+        m_listener = std::make_unique<Transport>(m_settings.connections, "listener");
+        listen("PositionVelocityAttitude", m_pva);
+        listen("UTCTime", m_utc);
+        listen("HalvexPNT", m_pnt);
+        listen("MeasurementIncorporationStatus", m_mis);
+        listen("AssuranceState", m_assurance);
+        listen("Response", m_responses);
+        listen("BitReport", m_reports);
+    }
+
+    ~UnitSimTest() override { end(); }
+
+    void start()
+    {
+        m_unit = std::make_unique<UnitSim>(m_settings);
+        m_thread = std::thread([this] { m_unit->run(); });
+    }
+
+    Totals end()
+    {
+        if (!m_thread.joinable()) return {};
+        m_unit->stop();
+        m_thread.join();
+        const Totals totals = m_unit->totals();
+        m_unit.reset();
+        return totals;
+    }
+
+    template <class T>
+    void listen(const std::string& topic, Inbox<T>& inbox)
+    {
+        FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ACTION;
+        m_listener->typed<T>()->Register_Callback(m_listener->connect(topic), inbox.callback(), code);
+        if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("can't listen to " + topic);
+    }
+
+    /// Sends a command as the service does.
+    void command(const std::string& text)
+    {
+        const auto front = m_listener->typed<CommandResponse>();
+        const long long id = m_listener->connect("Command");
+        FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ACTION;
+        front->Register_Sender(id, code);
+        ASSERT_TRUE(m_listener->waitForSubscribers(id));
+        CommandResponse record;
+        record.header().device_id(0x01340200);
+        record.command_identifier(77);
+        record.command_response(text);
+        long long transaction = 0;
+        front->Send_Message(id, -1, transaction, record, code);
+        ASSERT_EQ(code, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    }
+
+    TemporaryDirectory m_directory;
+    Settings m_settings;
+    Inbox<PositionVelocityAttitude> m_pva;
+    Inbox<UTCTime> m_utc;
+    Inbox<HalvexPNT> m_pnt;
+    Inbox<MeasurementIncorporationStatus> m_mis;
+    Inbox<AssuranceState> m_assurance;
+    Inbox<CommandResponse> m_responses;
+    Inbox<BitReport> m_reports;
+    std::unique_ptr<Transport> m_listener;  // its callbacks use the above
+    std::unique_ptr<UnitSim> m_unit;
+    std::thread m_thread;
+};
+
+/// The times of validity of what arrived, by sequence number.
+template <class T>
+std::map<std::int64_t, header> headersOf(const Inbox<T>& inbox)
+{
+    std::map<std::int64_t, header> headers;
+    for (const auto& item : inbox.items()) headers[item.message.header().seq_num()] = item.message.header();
+    return headers;
+}
+
+}  // namespace
+
+TEST_F(UnitSimTest, TopicsOfAnEpochHaveOneTimeOfValidity)
+{
+    start();
+    ASSERT_TRUE(m_pva.waitFor(5) && m_utc.waitFor(5) && m_pnt.waitFor(5) && m_mis.waitFor(5) && m_assurance.waitFor(5));
+    end();
+    const auto pva = headersOf(m_pva);
+    int compared = 0;
+    for (const auto& others : {headersOf(m_utc), headersOf(m_pnt), headersOf(m_mis), headersOf(m_assurance)})
+        for (const auto& [sequence, other] : others) {
+            if (!pva.contains(sequence)) continue;
+            EXPECT_EQ(ASPN2::deltaTov(pva.at(sequence), other), 0.0);
+            ++compared;
+        }
+    EXPECT_GT(compared, 8);
+}
+
+TEST_F(UnitSimTest, EpochsAreAPeriodApart)
+{
+    start();
+    ASSERT_TRUE(m_pva.waitFor(5));
+    end();
+    const auto headers = headersOf(m_pva);
+    const auto first = headers.begin();
+    const auto last = headers.rbegin();
+    EXPECT_NEAR(ASPN2::deltaTov(last->second, first->second), 0.05 * static_cast<double>(last->first - first->first),
+                1e-6);
+}
+
+TEST_F(UnitSimTest, OffsetMovesOneTimeOfValidityExactly)
+{
+    m_settings.outputs[indexOf(Output::UTCTime)].offsetSeconds = 1.0;
+    start();
+    ASSERT_TRUE(m_pva.waitFor(5) && m_utc.waitFor(5));
+    end();
+    const auto pva = headersOf(m_pva);
+    int compared = 0;
+    for (const auto& [sequence, utc] : headersOf(m_utc))
+        if (pva.contains(sequence)) {
+            EXPECT_EQ(ASPN2::deltaTov(utc, pva.at(sequence)), 1.0);
+            ++compared;
+        }
+    EXPECT_GT(compared, 2);
+}
+
+TEST_F(UnitSimTest, SourcesAreTheServersThatAreSet)
+{
+    m_settings.outputs[indexOf(Output::PositionVelocityAttitude)].server = 7;
+    start();
+    ASSERT_TRUE(m_pva.waitFor(1) && m_utc.waitFor(1));
+    EXPECT_EQ(m_pva.items()[0].message.header().device_id(), 0x01070000);
+    EXPECT_EQ(m_utc.items()[0].message.header().device_id(), 0x01250000);
+}
+
+TEST_F(UnitSimTest, OutputsThatAreOffAreNotNeededNorSent)
+{
+    TransportConfig config;
+    config.connect("UTCTime", "UTCTime").connect("BitReport", "BitReport");
+    config.connect("Command", "CommandResponse").connect("Response", "CommandResponse");
+    m_settings.connections = m_directory.write("Few.xml", config.text());
+    for (OutputSettings& output : m_settings.outputs) output.enabled = false;
+    m_settings.outputs[indexOf(Output::UTCTime)].enabled = true;
+    start();
+    ASSERT_TRUE(m_utc.waitFor(3));
+    const Totals totals = end();
+    EXPECT_EQ(m_pva.size(), 0U);
+    EXPECT_GE(totals.sent[indexOf(Output::UTCTime)], 3U);
+    EXPECT_EQ(totals.sent[indexOf(Output::Report8504)], 0U);
+}
+
+TEST_F(UnitSimTest, MutedOutputStopsAndTheOthersGoOn)
+{
+    m_settings.outputs[indexOf(Output::PositionVelocityAttitude)].mutes = {Window{}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(5));
+    const Totals totals = end();
+    EXPECT_EQ(totals.sent[indexOf(Output::PositionVelocityAttitude)], 0U);
+    EXPECT_EQ(m_pva.size(), 0U);
+}
+
+TEST_F(UnitSimTest, LostGpsShowsInMeasurementsAssuranceAndCovariance)
+{
+    m_settings.gpsLost = {Window{}};
+    start();
+    ASSERT_TRUE(m_mis.waitFor(1) && m_assurance.waitFor(1) && m_pva.waitFor(5));
+    EXPECT_EQ(m_mis.items()[0].message.meas_types().at(0).meas_avail(), 0);
+    EXPECT_EQ(m_assurance.items()[0].message.assurance_state(), assurance_state_enum{1});
+    EXPECT_GT(m_pva.items()[4].message.covariance()[0][0], 1.44);
+}
+
+TEST_F(UnitSimTest, ReportsGoToTheQueue)
+{
+    start();
+    ASSERT_TRUE(m_pva.waitFor(3));
+    const Totals totals = end();
+    EXPECT_GE(totals.sent[indexOf(Output::Report8504)], 3U);
+    EXPECT_EQ(totals.refused, 0U);
+}
+
+TEST_F(UnitSimTest, ZeroizeIsAnsweredToItsSender)
+{
+    start();
+    command("REQUEST_ZEROIZE");
+    ASSERT_TRUE(m_responses.waitFor(2));
+    const auto items = m_responses.items();
+    EXPECT_EQ(items[0].message.command_response(), "REQUEST_ZEROIZE_ACK");
+    EXPECT_EQ(items[1].message.command_response(), "SYSTEM_ZEROIZE_PASS");
+    EXPECT_EQ(items[0].message.commanded_device_id(), 0x01340200);
+    EXPECT_EQ(items[0].message.command_identifier(), 77);
+    EXPECT_EQ(items[0].message.command_response_type(), command_response_type_enum{1});
+    EXPECT_EQ(items[0].message.header().device_id(), 0x01330200);
+    EXPECT_GT(items[0].message.header().timestamp_valid().sec(), 0);
+}
+
+TEST_F(UnitSimTest, SevenPartNumbersArriveFromTheirServersAndTopics)
+{
+    start();
+    command("REQUEST_PARTNUMBERS");
+    ASSERT_TRUE(m_responses.waitFor(7));
+    std::set<std::int32_t> devices;
+    for (const auto& item : m_responses.items()) devices.insert(item.message.header().device_id());
+    EXPECT_EQ(devices, (std::set<std::int32_t>{0x01350200, 0x01350201, 0x01270200, 0x012F0200, 0x012F0202, 0x01310200,
+                                               0x01260200}));
+}
+
+TEST_F(UnitSimTest, BuiltInTestEndsWithAReportOfTopicOne)
+{
+    start();
+    command("REQUEST_CBIT,39,38");
+    ASSERT_TRUE(m_reports.waitFor(1));
+    const BitReport report = m_reports.items()[0].message;
+    EXPECT_EQ(report.header().device_id(), 0x01200001);
+    EXPECT_TRUE(report.bit_rollup());
+    EXPECT_EQ(report.bit_components().size(), 2U);
+}
+
+TEST_F(UnitSimTest, ScheduledCommandIsSent)
+{
+    Inbox<CommandResponse> commands;
+    listen("Command", commands);
+    m_settings.commands = {{"START_ZEROIZE", 0.3}};
+    start();
+    ASSERT_TRUE(commands.waitFor(1));
+    end();
+    m_listener.reset();  // before the inbox
+    EXPECT_EQ(commands.items()[0].message.command_response(), "START_ZEROIZE");
+    EXPECT_EQ(commands.items()[0].message.header().device_id(), 0x01350200);
+}
+
+TEST_F(UnitSimTest, FlagsAppearAndGoWithTheUnit)
+{
+    const auto exists = [&](const char* name) { return std::filesystem::exists(m_directory.path() / name); };
+    m_directory.write("PostComplete", "of an earlier boot");
+    m_settings.postAfterSeconds = 0.2;
+    m_unit = std::make_unique<UnitSim>(m_settings);
+    EXPECT_FALSE(exists("PostComplete"));
+    m_thread = std::thread([this] { m_unit->run(); });
+    EXPECT_TRUE(eventually([&] { return exists("SystemStarted"); }));
+    EXPECT_TRUE(eventually([&] { return exists("PostComplete") && exists("FirstBbitDone"); }));
+    end();
+    EXPECT_FALSE(exists("SystemStarted") || exists("PostComplete") || exists("FirstBbitDone"));
+}
+
+TEST_F(UnitSimTest, SystemCountGoesOnWhereAnEarlierUnitWas)
+{
+    m_settings.uptimeSeconds = 1000.0;
+    start();
+    ASSERT_TRUE(m_utc.waitFor(1));
+    end();
+    m_settings.uptimeSeconds = 0.0;
+    const std::size_t before = m_utc.size();
+    start();
+    ASSERT_TRUE(m_utc.waitFor(before + 1));
+    EXPECT_GE(m_utc.items().back().message.header().timestamp_valid().sec(), 1000);
+}
+
+TEST_F(UnitSimTest, DurationEndsTheRun)
+{
+    m_settings.durationSeconds = 0.3;
+    UnitSim unit(m_settings);
+    unit.run();
+    EXPECT_GE(unit.totals().sent[indexOf(Output::UTCTime)] + unit.totals().skipped, 5U);
+}
+
+TEST_F(UnitSimTest, MissingTopicIsNamed)
+{
+    TransportConfig config;
+    config.connect("BitReport", "BitReport");
+    m_settings.connections = m_directory.write("Few.xml", config.text());
+    try {
+        const UnitSim unit(m_settings);
+        FAIL() << "made without topics";
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(std::string(error.what()).rfind(m_settings.connections + ": PositionVelocityAttitude: ", 0), 0U);
+    }
+}

@@ -8,8 +8,7 @@
 
 // Tests look at what is guarded when no other thread is there, so the analysis has nothing to say in them.
 #ifdef __clang__
-#pragma clang diagnostic ignored "-Wthread-safety-analysis"
-#pragma clang diagnostic ignored "-Wthread-safety-reference"
+#pragma clang diagnostic ignored "-Wthread-safety"
 #endif
 
 /// The server with its parts open to tests, which have the bus library's recorder in place of the library.

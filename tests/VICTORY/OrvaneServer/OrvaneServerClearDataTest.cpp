@@ -190,15 +190,23 @@ TEST_F(ClearDataTest, DebugLinesOfARequest)
     request(nullptr);
     server.m_clearDataCommand.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
     request(0);
-    request(-1);
-    request(1);
     EXPECT_EQ(console.text(), "CALLBACK RECIEVED --- \n"
                               "Identified eClearType = REQUEST_ZEROIZE\n"
                               "CALLBACK RECIEVED --- \n"
-                              "Identified eClearType = REQUEST_DESTROY\n"
-                              "CALLBACK RECIEVED --- \n"
-                              "Identified eClearType = none\n"
-                              "CALLBACK RECIEVED --- \n");
+                              "Identified eClearType = REQUEST_DESTROY\n");
+}
+
+TEST_F(ClearDataTest, OnlyTheInvalidOneOfRefusedValuesIsIdentified)
+{
+    server.m_debug = true;
+    for (const VapntcSystemData data : {1, 2}) {
+        const ConsoleCapture console(std::cout);
+        request(data);
+        EXPECT_THAT(console.text(), Not(HasSubstr("Identified")));
+    }
+    const ConsoleCapture console(std::cout);
+    request(-1);
+    EXPECT_THAT(console.text(), HasSubstr("Identified eClearType = none\n"));
 }
 
 TEST_F(ClearDataTest, WithoutAContextThereIsAnEventAndNoLine)

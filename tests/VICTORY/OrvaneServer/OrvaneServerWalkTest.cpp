@@ -49,7 +49,7 @@ std::string textOf(const FACE::String& text)
 }  // namespace
 
 // A server that follows the script, in place of the service's own.
-OrvaneServer::OrvaneServer() : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
+OrvaneServer::OrvaneServer(const std::string&) : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
 {
     s_script.calls.push_back("construct");
 }

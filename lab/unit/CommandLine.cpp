@@ -161,8 +161,7 @@ void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
                                                                 {"fail", Answers::Fail},
                                                                 {"ack-only", Answers::AckOnly}};
     tool.add_option("--answers", settings.answers, "normal, none, nack, fail or ack-only: how commands are answered")
-        ->transform(CLI::Transformer(kinds).description(""))
-        ->check(CLI::IsMember(kinds).description(""));
+        ->transform(CLI::CheckedTransformer(kinds).description(""));
     const auto seconds = CLI::Range(0.0, kLongest);
     tool.add_option("--answer-delay", settings.answerDelaySeconds, "seconds to the first answer")
         ->check(seconds)

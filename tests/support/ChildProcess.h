@@ -27,6 +27,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    pid_t id() const { return m_process; }
+
     void send(int signal) const;
 
     /// Waits until the process has a handler for the signal; false if it ended, or the deadline passed, before.

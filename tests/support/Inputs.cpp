@@ -1,0 +1,75 @@
+#include "tests/support/Inputs.h"
+
+#include "ioss_mcsq/GssipTopicSerializer.h"
+
+#include <cstring>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::uint8_t kNavigator = 96;
+constexpr std::uint8_t kReceiver = 39;
+constexpr std::int64_t kTime = 1000;  // s
+
+}  // namespace
+
+Inputs::Inputs(const Desk& desk) : m_desk(desk)
+{
+    const auto stamp = [](auto& record, std::uint8_t server) {
+        record.header().device_id(deviceId(server));
+        validAt(record, kTime);
+    };
+    stamp(pva, kNavigator);
+    stamp(utcTime, kNavigator);
+    stamp(pnt, kNavigator);
+    stamp(mis, kNavigator);
+    stamp(assurance, kNavigator);
+    stamp(receiver, kReceiver);
+}
+
+bool Inputs::waitForService() const
+{
+    return m_pva.waitForSubscriber() && m_utcTime.waitForSubscriber() && m_pnt.waitForSubscriber() &&
+           m_mis.waitForSubscriber() && m_assurance.waitForSubscriber();
+}
+
+void Inputs::sendAll() const
+{
+    sendPva();
+    sendUtcTime();
+    sendPnt();
+    sendMis();
+    sendAssurance();
+    sendReceiver();
+}
+
+void Inputs::sendReceiver() const
+{
+    struct Sink : IWriteByteStreams {
+        void write(const std::uint8_t* from, std::size_t length) override { bytes.assign(from, from + length); }
+        std::vector<std::uint8_t> bytes;
+    };
+    ZentorM_8504_Msg message;
+    message.unpacked() = report;
+    message.pack_8504();
+    Sink frame;
+    message.WriteMessage(&frame);
+
+    auto record = receiver;
+    record.num_bytes(static_cast<std::int32_t>(frame.bytes.size()));
+    record.data(frame.bytes);
+    GssipTopicSerializer serializer;
+    std::vector<std::uint8_t> bytes;
+    if (!serializer.Serialize(record, bytes)) throw std::runtime_error("cannot serialize a frame");
+    m_desk.send(5, bytes);
+}
+
+void Inputs::addMeasurements(std::int32_t set, std::int32_t available, std::int32_t used)
+{
+    aspn2_msgs::idl::meas_type_set entry;
+    entry.meas_set_id(set);
+    entry.meas_avail(available);
+    entry.meas_used(used);
+    mis.meas_types().push_back(entry);
+    mis.num_measurement_types(static_cast<std::int32_t>(mis.meas_types().size()));
+}

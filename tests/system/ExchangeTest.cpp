@@ -1,0 +1,277 @@
+#include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
+#include "tests/support/Desk.h"
+#include "tests/support/Inputs.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+using aspn2_msgs::idl::CommandResponse;
+using aspn2_msgs::idl::EventLog;
+using aspn2_msgs::idl::MaintenanceEvent;
+using Json = Bus::Json;
+using testing::ElementsAre;
+
+namespace {
+
+/// The rest of the unit is played by unit-sim, but for its navigation.
+struct ExchangeSystemTest : testing::Test {
+    /// Starts both, and waits until the unit has told its part numbers.
+    void begin(const std::vector<std::string>& options = {})
+    {
+        std::vector<std::string> line = {ORVANE_UNIT_SIM, "--topics", "none", "--post-after", "0"};
+        line.insert(line.end(), options.begin(), options.end());
+        unit.emplace(line);
+        desk.run();
+        bus.emplace();
+        configuration =
+            bus->awaitTell("system-configuration",
+                           [](const Json& tell) { return tell.at("record").at("systemName") == "Kolt Gen II"; })
+                .at("record");
+    }
+
+    /// The next warning with that number.
+    Json warning(int id)
+    {
+        Json found;
+        bus->awaitTell("warning-messages", [&](const Json& tell) {
+            for (const Json& candidate : tell.at("record").at("warnings"))
+                if (candidate.at("warningId") == id) found = candidate;
+            return !found.is_null();
+        });
+        return found;
+    }
+
+    Desk desk;
+    std::optional<ChildProcess> unit;
+    std::optional<Bus> bus;
+    Json configuration;
+};
+
+/// A service whose reports this test listens to, with its clock at 5.5 s.
+struct ReportSystemTest : testing::Test {
+    ReportSystemTest()
+    {
+        desk.setRegister(Desk::kSystemCount, 324'403'200);
+        desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
+        transport.emplace("/opt/halvex/config/Connections.xml", "listener");
+        events.emplace(*transport, "EventLog");
+    }
+
+    /// Waits for an event, and tells its type.
+    std::optional<int> typeOfEvent(const std::string& text)
+    {
+        std::optional<int> type;
+        eventually([&] {
+            for (const auto& item : events->inbox().items())
+                if (item.message.eventlog().find(text) != std::string::npos)
+                    type = static_cast<int>(item.message.event_log_type());
+            return type.has_value();
+        });
+        return type;
+    }
+
+    Desk desk;
+    std::optional<Transport> transport;
+    std::optional<Subscriber<EventLog>> events;
+};
+
+}  // namespace
+
+TEST_F(ExchangeSystemTest, PartNumbersAreCollectedUpToTheFinalName)
+{
+    begin();
+    EXPECT_EQ(configuration.at("systemSerialNumber"), "N/A");
+    EXPECT_EQ(configuration.at("manufacturerCode"), "9XQ27");
+    std::vector<std::pair<std::string, std::string>> rows;
+    for (const Json& row : configuration.at("components")) rows.emplace_back(row.at("componentId"), row.at("name"));
+    using Row = std::pair<std::string, std::string>;
+    EXPECT_THAT(rows, testing::UnorderedElementsAre(Row{"0x35", "Sarvent"}, Row{"0x35", "Halvex"}, Row{"0x27", "GPS"},
+                                                    Row{"0x2f", "TARVOSW-PC"}, Row{"0x2f", "TARVOSW-KELP"},
+                                                    Row{"0x2f", "TARVO"}, Row{"0x31", "PNT-Q"}, Row{"0x26", "ALTNAV"}));
+    EXPECT_TRUE(bus->request({{"request", "system-configuration"}}).at("ok"));  // answered at once: all is there
+}
+
+TEST_F(ExchangeSystemTest, ClearDataRequestIsAcceptedAndEndsWithAWarning)
+{
+    begin({"--erase-seconds", "0.2"});
+    const Json answer = bus->request({{"request", "clear-data"}});
+    EXPECT_EQ(answer.at("returned"), 1);
+    EXPECT_EQ(bus->awaitTell("clear-system-data").at("result"), 0);
+    const Json passed = warning(22);
+    EXPECT_EQ(passed.at("customText"),
+              "OrvaneServer: Clear data complete for command, REQUEST_ZEROIZE. Result was SYSTEM_ZEROIZE_PASS");
+    EXPECT_EQ(passed.at("customTextValid"), 1);
+}
+
+TEST_F(ExchangeSystemTest, ClearingOfAllIsADestroy)
+{
+    begin({"--erase-seconds", "0.2", "--answers", "fail"});
+    EXPECT_EQ(bus->request({{"request", "clear-data"}, {"data", "all"}}).at("returned"), 1);
+    EXPECT_EQ(warning(25).at("customText"),
+              "OrvaneServer: Clear data complete for command, REQUEST_DESTROY. Result was SYSTEM_DESTROY_FAIL");
+}
+
+TEST_F(ExchangeSystemTest, RefusedClearDataRequestFailsAtOnce)
+{
+    begin({"--answers", "nack"});
+    EXPECT_EQ(bus->request({{"request", "clear-data"}}).at("returned"), 1);
+    EXPECT_EQ(bus->awaitTell("clear-system-data").at("result"), 0);
+    const std::string refused = "OrvaneServer: Received Nack. Clear data request command, REQUEST_ZEROIZE failed";
+    EXPECT_EQ(warning(23).at("customText"), refused);
+    EXPECT_EQ(bus->request({{"request", "clear-data"}}).at("returned"), 1);  // the next one is heard again
+    EXPECT_EQ(warning(23).at("customText"), refused);
+}
+
+TEST_F(ExchangeSystemTest, KindsOfDataThatCantBeClearedAreWarnedOf)
+{
+    begin();
+    bus->request({{"request", "clear-data"}, {"data", "crypto"}});
+    const Json refused = warning(75);
+    EXPECT_EQ(refused.at("customText"), "OrvaneServer: VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.");
+    EXPECT_EQ(refused.at("customTextValid"), 1);
+}
+
+TEST_F(ExchangeSystemTest, BuiltInTestRunsAndItsResultsAreToldAndForgotten)
+{
+    begin({"--bit-seconds", "0.2", "--bit-fail", "41"});
+    bus->request({{"request", "bit-run"}});
+    const Json accepted = bus->awaitTell("execute-built-in-tests");
+    EXPECT_EQ(accepted.at("id"), "0");
+    EXPECT_EQ(accepted.at("expectedSeconds"), 25.0);
+
+    Json result;
+    ASSERT_TRUE(eventually([&] {
+        bus->request({{"request", "bit-results"}, {"ids", {"0"}}});
+        result = bus->awaitTell("built-in-test-results").at("record").at("results").at(0);
+        return result.at("status") == 2;
+    }));
+    EXPECT_EQ(result.at("builtInTestId"), "0");
+    EXPECT_EQ(result.at("resultCode"), 2);
+    EXPECT_EQ(result.at("name"), "Halvex");
+    std::vector<std::pair<std::string, int>> sensors;
+    for (const Json& sensor : result.at("sensors")) sensors.emplace_back(sensor.at("sensorId"), sensor.at("status"));
+    EXPECT_THAT(sensors, testing::Contains(std::pair<std::string, int>{"WHEEL-1", 2}));
+    EXPECT_THAT(sensors, testing::Contains(std::pair<std::string, int>{"GPS-1", 3}));
+
+    bus->request({{"request", "bit-clear"}, {"ids", {"0"}}});
+    EXPECT_EQ(bus->awaitTell("clear-built-in-test-results").at("cleared"), 1);
+    bus->request({{"request", "bit-clear"}, {"ids", {"0"}}});
+    EXPECT_EQ(bus->awaitTell("clear-built-in-test-results").at("cleared"), 0);
+}
+
+TEST_F(ReportSystemTest, FirstEventsTellWhatTheServiceIsAndThatItRuns)
+{
+    desk.run();
+    ASSERT_TRUE(events->inbox().waitFor(3));
+    const auto items = events->inbox().items();
+    EXPECT_TRUE(items[0].message.eventlog().starts_with("//aspn://Sarvent/OrvaneServer:"));
+    EXPECT_TRUE(items[1].message.eventlog().starts_with("OrvaneServer KPN: 345-1290-118B  "));
+    EXPECT_EQ(items[2].message.eventlog(), "OrvaneServer started successfully.");
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto& header = items[i].message.header();
+        EXPECT_EQ(items[i].message.event_log_type(), 2U) << i;
+        EXPECT_EQ(header.seq_num(), static_cast<std::int64_t>(i));
+        EXPECT_EQ(header.device_id(), 0x01340100);
+    }
+}
+
+TEST_F(ReportSystemTest, EventsCarryTheSystemCountOfTheRegister)
+{
+    desk.run();
+    ASSERT_TRUE(events->inbox().waitFor(3));
+    const auto& header = events->inbox().items()[2].message.header();
+    EXPECT_EQ(header.timestamp_valid().sec(), 5);
+    EXPECT_EQ(header.timestamp_valid().nsec(), 499'999'992);
+    EXPECT_EQ(header.timestamp_valid().time_code(), 100);
+    EXPECT_EQ(header.timestamp_arrival().sec(), 5);
+    EXPECT_EQ(header.timestamp_arrival().nsec(), 499'999'992);
+}
+
+TEST_F(ReportSystemTest, SoapFaultOfTheLibraryBecomesMaintenanceRecords)
+{
+    Subscriber<MaintenanceEvent> records(*transport, "MaintenanceEvent");
+    desk.run();
+    Bus bus;
+    const std::string first = "0123456789: SOAP 1.2 fault SOAP-ENV:Sender (1)..";
+    const std::string second = "the second piece of the text has so many letters";
+    const Json print = {{"request", "print"}, {"text", first + second + "end"}, {"newline", false}};
+    Json ours = print;  // what the service itself prints is no report
+    ours["stream"] = "cout";
+    ASSERT_TRUE(bus.request(ours).at("ok"));
+    ASSERT_TRUE(bus.request(print).at("ok"));
+    ASSERT_TRUE(records.inbox().waitFor(3));
+    const auto items = records.inbox().items();
+    std::vector<std::string> texts;
+    for (const auto& item : items) texts.emplace_back(item.message.description().data());
+    EXPECT_THAT(texts, ElementsAre("SOAP_1:" + first, "SOAP_2:" + second, "SOAP_3:end"));
+    const MaintenanceEvent& record = items[1].message;
+    EXPECT_STREQ(record.identity().data(), "OrvaneServer");
+    EXPECT_EQ(record.criticality_id(), 3);
+    EXPECT_EQ(record.category_id(), 11);
+    EXPECT_EQ(record.location_id(), 52);
+    EXPECT_EQ(record.outcome_id(), 3);
+    EXPECT_EQ(record.fault_sources()[0].lru_id(), 1);
+    EXPECT_EQ(record.fault_sources()[0].component_id(), 1);
+    EXPECT_EQ(record.header().seq_num(), 1);
+    EXPECT_EQ(record.header().device_id(), 0x01343B00);
+}
+
+TEST_F(ReportSystemTest, ZeroizeRestartsTheLibraryWithTheLongestPeriod)
+{
+    Publisher<CommandResponse> commands(*transport, "Command");
+    desk.run();
+    Bus bus;
+    ASSERT_TRUE(commands.waitForSubscriber());
+    const std::string vcl = readFile("/opt/halvex/config/APNT_VCL_1_9.xml");
+    const auto event = [](const char* name) {
+        return [name](const Json& line) { return line.value("type", "") == "service" && line.at("event") == name; };
+    };
+    bus.await("the first service", event("started"));
+
+    CommandResponse command;
+    command.header().device_id(deviceId(53, 2));
+    command.command_response("START_ZEROIZE");
+    commands.send(command);
+    bus.await("the end of the first service", event("deleted"));
+    bus.await("the second service", event("started"));
+    const Json cleared = bus.awaitTell("system-configuration").at("record");
+    EXPECT_EQ(cleared.at("systemName"), "");
+    EXPECT_EQ(cleared.at("manufacturerCodePresent"), 0);
+    const Json groups = bus.request({{"request", "status"}}).at("groups");
+    EXPECT_EQ(groups.at(0).at("period_ms"), 4294967295U);
+    EXPECT_EQ(groups.at(1).at("period_ms"), 1000U);
+    EXPECT_EQ(groups.at(2).at("period_ms"), 4294967295U);
+    EXPECT_EQ(desk.count("updateVDMdataRate : Updating VDM rate to 4294967295 milliseconds.\n"), 1U);
+    EXPECT_EQ(readFile("/opt/halvex/config/APNT_VCL_1_9.xml"), vcl);
+
+    EXPECT_EQ(bus.request({{"request", "clear-data"}}).at("returned"), 1);
+    EXPECT_EQ(typeOfEvent("OrvaneServer: Sanitize in progress, not processing APNT clear system data command"), 3);
+    EXPECT_EQ(bus.tells("clear-system-data"), 0U);
+}
+
+TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersName)
+{
+    Subscriber<CommandResponse> responses(*transport, "Response");
+    Publisher<CommandResponse> commands(*transport, "Command");
+    desk.run();
+    ASSERT_TRUE(commands.waitForSubscriber());
+    CommandResponse command;
+    command.header().device_id(deviceId(32, 2));
+    command.command_identifier(77);
+    command.command_response("BITSERVER_PING");
+    commands.send(command);
+    ASSERT_TRUE(responses.inbox().waitFor(1));
+    const CommandResponse response = responses.inbox().items()[0].message;
+    EXPECT_EQ(response.command_response(), "OrvaneServer");
+    EXPECT_EQ(response.command_identifier(), 77);
+    EXPECT_EQ(response.commanded_device_id(), deviceId(32, 2));
+    EXPECT_EQ(response.command_response_type(), 1U);
+}

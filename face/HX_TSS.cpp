@@ -199,8 +199,8 @@ void HX_TSS::Create_Connection(const String& connection_name, long long, long lo
     return_code = RETURN_CODE_TYPE::NO_ERROR;
     if (connection_id >= 0) return;
 
-    const OpenContainer container(*m_configuration, connection_name);
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
+    const OpenContainer container(*m_configuration, connection_name);
     if (container.code() == RETURN_CODE_TYPE::NO_ERROR)
         connection_id = makeConnection(name, container.handle(), return_code);
 }
@@ -326,9 +326,13 @@ std::uint32_t HX_TSS::keyOf(long long connection_id)
 
 void HX_TSS::requireType(const Connection_t& connection, TypeTest isType, const char* endpoint) const
 {
+    if (!isType(*connection.pubSubType)) refuseEndpoint(endpoint, connection);
+}
+
+void HX_TSS::requireTypeName(const Connection_t& connection, const char* endpoint) const
+{
     const auto registeredAs = std::string_view(connection.topicType).substr(0, kLongestName);
-    const bool isAsNamed = registeredAs == connection.pubSubType->getName();
-    if (!isAsNamed || !isType(*connection.pubSubType)) refuseEndpoint(endpoint, connection);
+    if (registeredAs != connection.pubSubType->getName()) refuseEndpoint(endpoint, connection);
 }
 
 void HX_TSS::registerPublisher(Connection_t& connection)
@@ -336,6 +340,7 @@ void HX_TSS::registerPublisher(Connection_t& connection)
     auto listener = std::make_unique<Listeners::PublisherListenerBase>(m_participantName);
     const PublisherAttributes attributes = publisherAttributes(m_settings, connection.name, connection.topicType);
     if (!attributes.topic.checkQos() || !attributes.qos.checkQos()) refuseQos("publisher", connection);
+    requireTypeName(connection, "publisher");
     Publisher* const publisher = Domain::createPublisher(m_participant, attributes, listener.get());
     if (!publisher) refuseEndpoint("publisher", connection);
     const MutexLock lock(m_mutex);
@@ -346,6 +351,7 @@ void HX_TSS::registerSubscriber(Connection_t& connection, std::unique_ptr<Listen
 {
     const SubscriberAttributes attributes = subscriberAttributes(m_settings, connection.name, connection.topicType);
     if (!attributes.topic.checkQos() || !attributes.qos.checkQos()) refuseQos("subscriber", connection);
+    requireTypeName(connection, "subscriber");
     Subscriber* const subscriber = Domain::createSubscriber(m_participant, attributes, listener.get());
     if (!subscriber) refuseEndpoint("subscriber", connection);
     connection.setSubscriber(std::move(listener), subscriber);

@@ -42,6 +42,7 @@ class SubscriberListenerBase;
 /// Any thread may call `write`, `connectionMap_mutex_at`, `requireType` and `isInitialized` at any time from
 /// `Initialize` to the destructor. All else is for one thread at a time, and for none that is inside a callback. The
 /// mutex is a leaf: the library is never called under it, since a write runs the callbacks of this process itself.
+/// The last reference must not go inside a callback: the destructor ends the threads that callbacks run on.
 class HX_TSS : public Base, public Configuration_Injectable::Injectable {
 public:
     using TopicDataType = eprosima::fastdds::dds::TopicDataType;
@@ -99,7 +100,8 @@ public:
     /// Makes the connection of the name that the file has and registers its type, or finds the one made before; ids run
     /// 0, 1, 2 ... and -1 is none. The time-out is ignored, and `max_message_size` not written. `NOT_AVAILABLE` before
     /// `Initialize`, `INVALID_CONFIG` if the file has no such container or that lacks a key, `NO_ACTION` if the type is
-    /// unknown or refused (one line on the standard error).
+    /// unknown or refused (one line on the standard error). A name that is not valid throws the configuration's
+    /// `std::logic_error`; id and code are -1 and `INVALID_CONFIG` then.
     void Create_Connection(const String& connection_name, long long timeout, long long& connection_id,
                            int& max_message_size, RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_mutex);
 
@@ -125,13 +127,14 @@ public:
     /// The key of an id in the map. What is no key becomes 0xFFFFFFFF, which never has a connection.
     static std::uint32_t keyOf(long long connection_id);
 
-    /// Throws `std::runtime_error` unless the type support of the connection passes the test and has the name that the
-    /// file gives. Anything else would have the library read one type as another.
+    /// Throws `std::runtime_error` unless the type support of the connection passes the test. Anything else would have
+    /// the library read one type as another.
     /// @param endpoint  "publisher" or "subscriber", for the text
     void requireType(const Connection_t& connection, TypeTest isType, const char* endpoint) const;
 
     /// Give the connection, which has none, a publisher or a subscriber. Throw `std::runtime_error` if the library
-    /// refuses the settings or the endpoint. The type must have been tested.
+    /// refuses the settings or the endpoint, or if the type support has not the name that the file gives. The type must
+    /// have been tested.
     void registerPublisher(Connection_t& connection) EXCLUDES(m_mutex);
     void registerSubscriber(Connection_t& connection, std::unique_ptr<Listeners::SubscriberListenerBase> listener);
 
@@ -151,6 +154,7 @@ private:
     long long makeConnection(const std::string& name, int handle, RETURN_CODE_TYPE::Value& return_code)
         EXCLUDES(m_mutex);
     void removePublisher(Connection_t& connection) EXCLUDES(m_mutex);
+    void requireTypeName(const Connection_t& connection, const char* endpoint) const;
     [[noreturn]] void refuseQos(const char* endpoint, const Connection_t& connection) const;
     [[noreturn]] void refuseEndpoint(const char* endpoint, const Connection_t& connection) const;
 

@@ -94,9 +94,10 @@ Sequence<QoS_Element> qosOf(const Subscriber& subscriber)
 {
     const ReaderQos& qos = subscriber.getAttributes().qos;
     Sequence<QoS_Element> elements;
-    elements.append(DurabilityQosPolicyToElement(qos.m_durability));
-    elements.append(LivelinessQosPolicyToElement(qos.m_liveliness));
-    elements.append(ReliabilityQosPolicyToElement(qos.m_reliability));
+    elements.length(3);
+    elements[0] = DurabilityQosPolicyToElement(qos.m_durability);
+    elements[1] = LivelinessQosPolicyToElement(qos.m_liveliness);
+    elements[2] = ReliabilityQosPolicyToElement(qos.m_reliability);
     return elements;
 }
 

@@ -12,7 +12,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -88,16 +87,14 @@ public:
         eprosima::fastrtps::SampleInfo_t info;
         if (!subscriber->takeNextData(&message, &info)) return;
         if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
-        std::call_once(m_qosIsMade, [&] { m_qos = qosOf(*subscriber); });
         RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), m_qos, ignored);
+        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), qosOf(*subscriber),
+                   ignored);
     }
 
 private:
     const long long m_connectionId;
     const Read_Callback<T> m_callback;
-    std::once_flag m_qosIsMade;
-    Sequence<QoS_Element> m_qos;  // a subscriber's never changes; making it for each sample would cost a microsecond
 };
 
 }  // namespace FACE::TSS::Listeners

@@ -40,8 +40,7 @@ public:
 
     /// Publishes a message, and returns when the library has it: nothing waits here. Callbacks of this process run
     /// within this call, on this thread, so hold no lock that they take. Time-out and transaction are ignored.
-    /// `NOT_AVAILABLE` without a sender, `DATA_OVERFLOW` if the library does not take the message, as when it is longer
-    /// than its type allows.
+    /// `NOT_AVAILABLE` without a sender, `DATA_OVERFLOW` if the library does not take the message.
     void Send_Message(long long connection_id, long long timeout, long long& transaction_id, const T& message,
                       RETURN_CODE_TYPE::Value& return_code) override;
 

@@ -1,4 +1,6 @@
 #include "face/HX_TSS.h"
+
+#include "aspn2_msgs/UTCTimePubSubTypes.h"
 #include "face/HX_TSS_Listeners.h"
 #include "face/HX_Topic_Helpers.h"
 #include "tests/face/NineTypes.h"
@@ -21,7 +23,7 @@
 using FACE::RETURN_CODE_TYPE;
 using FACE::TSS::HX_TSS;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 
 namespace {
 
@@ -42,6 +44,29 @@ public:
 
     std::vector<std::string> opened;
     int open = 0;
+};
+
+std::vector<std::string> s_deaths;
+
+struct MortalType : aspn2_msgs::idl::UTCTimePubSubType {
+    ~MortalType() override { s_deaths.emplace_back("type"); }
+};
+
+struct MortalConfig : FACE::HX_Config {
+    ~MortalConfig() override { s_deaths.emplace_back("configuration"); }
+};
+
+/// A type support that the library does not register.
+struct TypeWithoutSize : aspn2_msgs::idl::UTCTimePubSubType {
+    TypeWithoutSize() { m_typeSize = 0; }
+};
+
+/// A listener of either side that counts its deaths.
+template <class Base>
+struct MortalListener : Base {
+    explicit MortalListener(int& count) : Base("unit"), deleted(count) {}
+    ~MortalListener() override { ++deleted; }
+    int& deleted;
 };
 
 /// A transport step by step.
@@ -136,6 +161,25 @@ TEST_F(HX_TSSTest, MissingFileIsNotAvailable)
     EXPECT_EQ(err, "");
 }
 
+TEST_F(HX_TSSTest, MalformedFileIsNotAvailable)
+{
+    refer();
+    const std::string path = directory.write("connections.xml", "<HX_Configurations>");
+    EXPECT_EQ(initialize(path), 2);
+    EXPECT_EQ(out, "CFR:4 Configuration " + path + " was not available\n");
+    EXPECT_EQ(err, "");
+}
+
+TEST_F(HX_TSSTest, MissingFileMayBeFollowedByAGoodOne)
+{
+    refer();
+    EXPECT_EQ(initialize("/nowhere/connections.xml"), 2);
+    EXPECT_FALSE(tss.isInitialized());
+    EXPECT_EQ(initialize(TransportConfig().connect("Times", "UTCTime")), 0);
+    EXPECT_TRUE(tss.isInitialized());
+    EXPECT_EQ(connect("Times"), 0);
+}
+
 TEST_F(HX_TSSTest, MissingContainerIsNotAvailable)
 {
     refer();
@@ -227,6 +271,18 @@ TEST_F(HX_TSSTest, NameThatTheFileLacksIsABadConfiguration)
     EXPECT_EQ(id, -1);
 }
 
+TEST_F(HX_TSSTest, NameThatIsNotValidThrowsAndIsABadConfiguration)
+{
+    start(TransportConfig());
+    FACE::String::RETURN_CODE made = FACE::String::NO_ERROR;
+    const FACE::String invalid(0, made);
+    ASSERT_FALSE(invalid.is_valid());
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    EXPECT_THROW(tss.Create_Connection(invalid, -1, id, size, code), std::logic_error);
+    EXPECT_EQ(code, 4);
+    EXPECT_EQ(id, -1);
+}
+
 TEST_F(HX_TSSTest, BothTypesAreReadBeforeOneIsMissed)
 {
     start(TransportConfig().connect("Times", "", "").connect("Events", "EventLog"));
@@ -248,6 +304,34 @@ TEST_F(HX_TSSTest, UnknownTypeSupportCannotBeRegistered)
     EXPECT_EQ(config->open, 0);
     connect("Events");
     EXPECT_EQ(id, 0);
+}
+
+TEST_F(HX_TSSTest, RefusedTypeSupportIsToldByItsAddress)
+{
+    const Transport transport(TransportConfig().connect("Times", "UTCTime"), "unit",
+                              [](const std::string&) -> HX_TSS::TopicDataType* { return new TypeWithoutSize(); });
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    const ConsoleCapture console(std::cerr);
+    transport->Create_Connection("Times", -1, id, size, code);
+    EXPECT_EQ(code, 1);
+    EXPECT_EQ(id, -1);
+    EXPECT_THAT(console.flushed(), MatchesRegex("!!!!! Could NOT register topic 0x[0-9a-f]+ with participant unit\n"));
+}
+
+TEST_F(HX_TSSTest, TypesDieBeforeTheConfiguration)
+{
+    const std::string path = directory.write("connections.xml", TransportConfig().connect("Times", "UTCTime").text());
+    auto transport =
+        std::make_unique<HX_TSS>("unit", [](const std::string&) -> HX_TSS::TopicDataType* { return new MortalType(); });
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    transport->Set_Reference("", std::make_shared<MortalConfig>(), 0, code);
+    transport->Initialize(path.c_str(), code);
+    ASSERT_EQ(code, 0);
+    transport->Create_Connection("Times", -1, id, size, code);
+    ASSERT_EQ(code, 0);
+    s_deaths.clear();
+    transport.reset();
+    EXPECT_THAT(s_deaths, ElementsAre("type", "configuration"));
 }
 
 TEST_F(HX_TSSTest, TypeOfTwoConnectionsIsRegisteredOnce)
@@ -316,19 +400,22 @@ TEST_F(HX_TSSTest, ConnectionMovesWithItsType)
 
 TEST_F(HX_TSSTest, ANewListenerReplacesTheOldOne)
 {
-    struct Listener : FACE::TSS::Listeners::PublisherListenerBase {
-        explicit Listener(int& count) : PublisherListenerBase("unit"), deleted(count) {}
-        ~Listener() override { ++deleted; }
-        int& deleted;
-    };
-    int deleted = 0;
+    using PublisherListener = MortalListener<FACE::TSS::Listeners::PublisherListenerBase>;
+    using SubscriberListener = MortalListener<FACE::TSS::Listeners::SubscriberListenerBase>;
+    int publishers = 0;
+    int subscribers = 0;
     HX_TSS::Connection_t connection("Times", "Type", nullptr);
-    connection.setPublisher(std::make_unique<Listener>(deleted), nullptr);
-    connection.setPublisher(std::make_unique<Listener>(deleted), nullptr);
-    EXPECT_EQ(deleted, 1);
+    for (int i = 0; i < 2; ++i) {
+        connection.setPublisher(std::make_unique<PublisherListener>(publishers), nullptr);
+        connection.setSubscriber(std::make_unique<SubscriberListener>(subscribers), nullptr);
+    }
+    EXPECT_EQ(publishers, 1);
+    EXPECT_EQ(subscribers, 1);
     connection.clearPublisher();
-    EXPECT_EQ(deleted, 2);
-    EXPECT_FALSE(connection.isPublisher());
+    EXPECT_EQ(publishers, 2);
+    EXPECT_EQ(subscribers, 1);
+    connection.clearSubscriber();
+    EXPECT_EQ(subscribers, 2);
 }
 
 TEST(TransportInterfacesTest, OperationsStandInTheirOrder)

@@ -12,12 +12,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace aspn2_msgs::idl;
 using FACE::RETURN_CODE_TYPE;
@@ -405,6 +408,19 @@ TEST_F(HX_TypedTSTest, DepthWithoutRoomIsRefused)
     }
 }
 
+TEST_F(HX_TypedTSTest, DepthIsRefusedBeforeTheTypesName)
+{
+    start(threeConnections()
+              .set("HistoryDepth", "0")
+              .connect("Misnamed", "aspn2_msgs::idl::Unknown", "UTCTimePubSubType"));
+    ASSERT_EQ(transport->connect("Misnamed"), 3);
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(registerSender(*times, 3), 11);
+    EXPECT_EQ(registerCallback(*times, 3, inboxes->first.callback()), 11);
+    EXPECT_EQ(console.text(), "Participant unit invalid publisher QOS for topic: Misnamed; see error log\n"
+                              "Participant unit invalid subscriber QOS for topic: Misnamed; see error log\n");
+}
+
 TEST_F(HX_TypedTSTest, WhatACallbackThrowsComesOutOfTheWrite)
 {
     start();
@@ -455,8 +471,21 @@ TEST_F(HX_TypedTSTest, EqualEndpointsOfTwoParticipantsHaveEqualUids)
 TEST_F(HX_TypedTSTest, DestructorOfTheTransportEndsCallbacks)
 {
     start();
+    const Transport other(threeConnections(), "other");
+    other.connect("Times");
+    const auto otherTimes = other.typed<UTCTime>();
+    registerSender(*otherTimes, 0);
     registerCallback(*times, 0, inboxes->first.callback());
-    registerSender(*times, 0);
+    ASSERT_TRUE(transport->waitForPublishers(0));
+    ASSERT_TRUE(other.waitForSubscribers(0));
+    std::atomic<int> sent = 0;
+    std::jthread sender([&](const std::stop_token& stop) {
+        for (; !stop.stop_requested(); ++sent) otherTimes->write(0, week(1));
+    });
+    ASSERT_TRUE(inboxes->first.waitFor(10));
     TearDown();
-    EXPECT_EQ(inboxes->first.size(), 0u);
+    const auto received = inboxes->first.size();
+    const int sentBefore = sent;
+    EXPECT_TRUE(eventually([&] { return sent >= sentBefore + 10; }));
+    EXPECT_EQ(inboxes->first.size(), received);
 }

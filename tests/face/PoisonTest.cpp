@@ -63,13 +63,22 @@ BitReport numbered(int number)
 /// Another participant sends poison; with no short cut between the two, samples go through shared memory.
 class PoisonTest : public ::testing::TestWithParam<Poison> {
 protected:
+    using Settings = eprosima::fastrtps::xmlparser::XMLProfileManager;
+
     void SetUp() override
     {
-        eprosima::fastrtps::LibrarySettingsAttributes settings;
+        auto settings = m_settings;
         settings.intraprocess_delivery = eprosima::fastrtps::INTRAPROCESS_OFF;
-        eprosima::fastrtps::xmlparser::XMLProfileManager::library_settings(settings);
+        Settings::library_settings(settings);
+    }
+    void TearDown() override
+    {
+        Settings::library_settings(m_settings);
         s_damage = nullptr;
     }
+
+private:
+    const eprosima::fastrtps::LibrarySettingsAttributes m_settings = Settings::library_settings();
 };
 
 }  // namespace

@@ -1,17 +1,13 @@
 #include "face/HX_TSS_Listeners.h"
 #include "tests/face/NineTypes.h"
-#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/Transport.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <cstdlib>
 #include <future>
-#include <iostream>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -21,36 +17,6 @@ using namespace aspn2_msgs::idl;
 using FACE::RETURN_CODE_TYPE;
 
 namespace {
-
-/// Ends the process, so that a hang fails, unless it is destroyed within a minute.
-class HardDeadline {
-public:
-    HardDeadline()
-        : m_thread([this] {
-              std::unique_lock lock(m_mutex);
-              if (m_changed.wait_for(lock, ChildProcess::kDeadline, [this] { return m_isOver; })) return;
-              std::cerr << "hung: the deadline has passed" << std::endl;
-              std::_Exit(1);
-          })
-    {}
-    ~HardDeadline()
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_isOver = true;
-        }
-        m_changed.notify_one();
-        m_thread.join();
-    }
-    HardDeadline(const HardDeadline&) = delete;
-    HardDeadline& operator=(const HardDeadline&) = delete;
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_isOver = false;
-    std::thread m_thread;
-};
 
 struct Codes {
     std::atomic<int> sent = 0;

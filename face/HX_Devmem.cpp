@@ -52,7 +52,8 @@ static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 template <>
 ORVANE_REGISTER_ACCESS std::uint64_t load<std::uint64_t>(const std::uint8_t* address)
 {
-    const std::uint64_t value = __atomic_load_n(reinterpret_cast<const std::uint64_t*>(address), __ATOMIC_RELAXED);
+    const std::uint64_t value =
+        __atomic_load_n(reinterpret_cast<const volatile std::uint64_t*>(address), __ATOMIC_RELAXED);
     fullBarrier();
     return value;
 }
@@ -359,13 +360,14 @@ bool HX_Devmem::Connection_t::open(const Memory& memory)
         map = std::make_unique<MemoryMap>(baseAddress, size, memory());
         base = map->getPointerToBase();
         state = CONNECTION_STATE_TYPE::OPEN;
+        isOpen = true;
     } catch (const std::exception& error) {
-        reportFrom(__LINE__)(error.what());
         map.reset();
         base = nullptr;
         state = CONNECTION_STATE_TYPE::FAILED;
+        isOpen = true;
+        shielded([&] { reportFrom(__LINE__)(error.what()); }, [](const char*) {});
     }
-    isOpen = true;
     return true;
 }
 

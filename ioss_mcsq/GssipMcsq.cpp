@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <limits>
 #include <locale>
 #include <sstream>
 #include <utility>
@@ -75,7 +74,10 @@ GssipMcsq::~GssipMcsq()
             }
         },
         [](const char*) {});
-    m_service.reset();  // its thread ends here, before what it may use
+    // Its thread ends here, before what it may use. A call-back of a connection that is registered twice may run until
+    // then, and read through the pointer: `reset` would clear that first.
+    m_service.get_deleter()(m_service.get());
+    static_cast<void>(m_service.release());
 }
 
 void GssipMcsq::Process_Notification_Event(long long handle, FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value event,
@@ -157,7 +159,7 @@ void GssipMcsq::callCallback(long long handle, const GSSIP& record)
         if (found == m_callbacks.end()) return;
         callback = found->second;
     }
-    if (callback) callback(record);
+    callback(record);
 }
 
 void GssipMcsq::setCallback(long long handle, const Callback& callback)

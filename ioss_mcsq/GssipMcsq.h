@@ -10,7 +10,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -75,7 +74,8 @@ public:
     /// record too large. A frame without an id is not filtered.
     void writeToQueue(long long handle, const GSSIP& record, RETURN_CODE_TYPE::Value& return_code);
 
-    /// Nothing for a connection without a call-back.
+    /// Nothing for a connection without a call-back. Throws what the call-back throws; `std::bad_function_call` if that is
+    /// an empty one.
     void callCallback(long long handle, const GSSIP& record) EXCLUDES(m_callbackMutex);
 
 private:

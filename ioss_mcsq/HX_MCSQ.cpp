@@ -76,7 +76,10 @@ bool HX_MCSQ::Connection_t::open()
     reader->set_filename(m_devicePath.c_str());
     writer->set_filename(m_devicePath.c_str());
     const bool canOpen = reader->can_open_file() != 0 && writer->can_open_file() != 0;
-    if (!canOpen || reader->openPort() == -1 || writer->openPort() == -1) return false;
+    if (!canOpen) return false;
+    const int readerDescriptor = reader->openPort();
+    const int writerDescriptor = writer->openPort();
+    if (readerDescriptor == -1 || writerDescriptor == -1) return false;
 
     const MutexLock lock(m_mutex);
     m_reader = reader;
@@ -219,7 +222,7 @@ void HX_MCSQ::Read(long long handle, long long, MCSQ::READ_PAYLOAD_TYPE& payload
         if (!connection || !isUsable(connection->state())) return;
         // Elements are made before bytes are put into them: making them later would wipe the bytes out.
         const std::uint32_t before = payload.length();
-        const std::uint32_t room = std::min(kLargestRead, payload.capacity());
+        const std::uint32_t room = std::min({kLargestRead, payload.capacity(), payload.bound()});
         if (before < room) payload.length(room);
         const ssize_t count = connection->read(payload.buffer(), std::min(room, payload.length()));
         const bool isRead = count >= 1 && static_cast<std::uint64_t>(count) <= payload.capacity();

@@ -25,12 +25,13 @@ namespace FACE::IOSS {
 /// zero; cut to 16 bits).
 ///
 /// Any thread may call. An exception does not leave an operation: its text and a source line number go to standard
-/// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same way.
+/// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same way,
+/// but for `Get_Connection_Configuration`, which refuses it as any other.
 ///
 /// One thread, which runs while connections are registered for notification, waits for input on all of them. It calls
 /// back with the poll lock held, so a call-back must neither register nor unregister. Whoever does waits for it: some
-/// 50 ms, and as long as call-backs take. When `Unregister_Notification_Event` returns, no call-back runs and none will.
-/// Unregister before closing.
+/// 50 ms, and as long as call-backs take. When `Unregister_Notification_Event` returns, none runs, and none will unless
+/// the connection is registered more than once. Unregister before closing.
 ///
 /// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
 /// its device, breaks that.
@@ -157,7 +158,8 @@ private:
     std::optional<Listener> listenerOf(int descriptor) EXCLUDES(m_listMutex);
 
     const std::string m_devicePrefix;
-    Mutex m_openMutex;  // one thread reads the configuration and opens; m_listMutex may be taken under it
+    Mutex m_openMutex;  // one thread reads the configuration and opens; m_listMutex, an entry's lock or that of the
+                        // configuration may be taken under it
     bool m_initialized GUARDED_BY(m_openMutex) = false;
     std::shared_ptr<Configuration> m_configuration GUARDED_BY(m_openMutex);
     std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
@@ -167,7 +169,7 @@ private:
     Mutex m_pollMutex;  // any other lock may be taken under it, by the call-backs
     std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
     std::thread m_thread GUARDED_BY(m_pollMutex);
-    std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves
+    std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves; by the destructor without it
 };
 
 }  // namespace FACE::IOSS

@@ -45,6 +45,7 @@ FpgaFace& FpgaFace::Instance()
 
 void FpgaFace::InitFpga(const std::shared_ptr<FACE::IOSS::Devmem::IO_Service>& service)
 {
+    m_isReady = false;  // before the lock, as in `DoneFpga`
     const ExclusiveLock lock(m_mutex);
     closeAll();
     m_service = service;
@@ -118,8 +119,7 @@ void FpgaFace::setUartDelay(std::uint32_t uart, double a, double b, double c) co
     setUartDelay(uart, uartDelayTicks(a, b, c));
 }
 
-// How the three make one delay is not settled by anything that uses it: nothing does so far. A sum of seconds is the
-// plain reading.
+// Nothing uses this form so far: the three are taken as seconds and added.
 std::uint32_t FpgaFace::uartDelayTicks(double a, double b, double c)
 {
     return saturate<std::uint32_t>(std::round((a + b + c) * fpga_timestamp_get_ticks_per_sec()));

@@ -88,7 +88,8 @@ public:
     void fpga_set_ptpClock_control(std::uint32_t index, std::uint32_t control) const;
     std::uint32_t fpga_get_ptpClock_control(std::uint32_t index) const;
 
-    /// Writes the registers of the setup, lowest offset first.
+    /// Writes the registers of the setup, lowest offset first. This and `fpga_ptfe_soft_reset` wait until no access is
+    /// under way, which others that read in a row may put off.
     void fpga_ptfe_init(std::uint32_t ptfe, const PtfeSetup& setup) EXCLUDES(m_mutex);
 
     /// Inverts bit 0 of the control word that was written last, 0 at first: the register reads as something else.

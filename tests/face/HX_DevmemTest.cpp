@@ -14,10 +14,10 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
 #include <thread>
 #include <type_traits>
-#include <unistd.h>
 #include <vector>
 
 using FACE::RETURN_CODE_TYPE;
@@ -186,6 +186,32 @@ protected:
     }};
 };
 
+/// Answers its initialization with a code.
+class AnsweringConfig : public FACE::HX_Config {
+public:
+    RETURN_CODE_TYPE::Value answer = RETURN_CODE_TYPE::NO_ERROR;
+
+    void Initialize(const FACE::String&, RETURN_CODE_TYPE::Value& code) override { code = answer; }
+};
+
+/// While this object lives, whatever is written to the standard error throws.
+class BrokenErrors {
+public:
+    BrokenErrors() : m_previous(std::cerr.rdbuf(&m_nowhere)) { std::cerr.exceptions(std::ios::badbit); }
+    ~BrokenErrors()
+    {
+        std::cerr.exceptions(std::ios::goodbit);
+        std::cerr.rdbuf(m_previous);
+    }
+    BrokenErrors(const BrokenErrors&) = delete;
+    BrokenErrors& operator=(const BrokenErrors&) = delete;
+
+private:
+    struct : std::streambuf {
+    } m_nowhere;
+    std::streambuf* m_previous;
+};
+
 int initialize(HX_Devmem& devmem, const FACE::String& path)
 {
     RETURN_CODE_TYPE::Value rc = kNone;
@@ -250,6 +276,19 @@ TEST(HX_DevmemReferenceTest, InitializeThatFailedMayBeTriedAgain)
     EXPECT_EQ(initialize(devmem, (path + "x").c_str()), 4);
     EXPECT_EQ(initialize(devmem, path.c_str()), 0);
     EXPECT_EQ(initialize(devmem, path.c_str()), 1);
+}
+
+TEST(HX_DevmemReferenceTest, NoActionOfTheConfigurationIsSuccess)
+{
+    HX_Devmem devmem;
+    const auto config = std::make_shared<AnsweringConfig>();
+    RETURN_CODE_TYPE::Value rc = kNone;
+    devmem.Set_Reference("", config, 0, rc);
+    config->answer = RETURN_CODE_TYPE::NOT_AVAILABLE;
+    EXPECT_EQ(initialize(devmem, "devices.xml"), 4);
+    config->answer = RETURN_CODE_TYPE::NO_ACTION;
+    EXPECT_EQ(initialize(devmem, "devices.xml"), 0);
+    EXPECT_EQ(initialize(devmem, "devices.xml"), 1);
 }
 
 TEST(HX_DevmemReferenceTest, OpenBeforeInitializeIsInvalidConfig)
@@ -594,6 +633,14 @@ TEST_F(HX_DevmemTest, ConnectionWithoutMemoryIsOpenAndFailed)
     EXPECT_EQ(read(0, 24), (Access{5, 7}));
     EXPECT_EQ(write(0, 32, 1), 5);
     EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ Unable to open /dev/mem file descriptor\\.\n"));
+}
+
+TEST_F(HX_DevmemTest, ConnectionWithoutMemoryIsOpenAndFailedEvenIfThatCantBeTold)
+{
+    m_memoryIsMissing = true;
+    const BrokenErrors errors;
+    EXPECT_EQ(open(), (Opened{0, 0}));
+    EXPECT_EQ(status(), (Status{0, 4}));
 }
 
 TEST_F(HX_DevmemTest, FailedConnectionIsMappedAnewOnlyAfterAClose)

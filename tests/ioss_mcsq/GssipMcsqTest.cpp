@@ -5,6 +5,7 @@
 #include "tests/support/VirtualSlot.h"
 
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <utility>
 
@@ -32,11 +33,19 @@ public:
         Bytes toRead;
         Bytes written;
         int busStatus = 0;
+        long long handle = 4;        // of the next connection
+        bool notifiesAtEnd = false;  // once more, while it is destroyed
         std::uint32_t lengthAtRead = 0;
     };
 
     explicit NotingService(Notes& notes) : m_notes(notes) {}
-    ~NotingService() override { note("gone"); }
+    ~NotingService() override
+    {
+        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
+        if (m_notes.notifiesAtEnd && m_callback)
+            m_callback->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
+        note("gone");
+    }
 
     void Initialize(const FACE::String& name, RETURN_CODE_TYPE::Value& code) override
     {
@@ -48,7 +57,7 @@ public:
     {
         note("Open " + std::string(name.buffer()) + " " + std::to_string(timeout));
         code = m_notes.open;
-        handle = code == RETURN_CODE_TYPE::NO_ERROR ? 4 : -1;
+        handle = code == RETURN_CODE_TYPE::NO_ERROR ? m_notes.handle : -1;
     }
     void Close_Connection(long long handle, RETURN_CODE_TYPE::Value&) override
     {
@@ -89,6 +98,7 @@ public:
                                      RETURN_CODE_TYPE::Value& code) override
     {
         note("Register " + std::to_string(handle));
+        m_callback = &callback;
         RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
         callback.Process_Notification_Event(handle, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
         code = RETURN_CODE_TYPE::CONNECTION_CLOSED;
@@ -108,6 +118,13 @@ private:
     void note(const std::string& call) { m_notes.calls.push_back(call); }
 
     Notes& m_notes;
+    FACE::IOSS::IO_CallbackBase* m_callback = nullptr;
+};
+
+/// A base whose one operation stands next to the destructor.
+struct AfterDestructor {
+    virtual ~AfterDestructor() = default;
+    virtual void operation() {}
 };
 
 using Calls = std::vector<std::string>;
@@ -338,10 +355,27 @@ TEST_F(GssipMcsqTest, ACallBackMayReplaceItself)
     EXPECT_EQ(kept.use_count(), 1);
 }
 
-TEST_F(GssipMcsqTest, AnEmptyCallBackIsNone)
+TEST_F(GssipMcsqTest, AnEmptyCallBackThrows)
 {
     channel->Connect_IOWrite("file", "name", handle, nullptr, code);
-    EXPECT_NO_THROW(channel->callCallback(4, {}));
+    EXPECT_THROW(channel->callCallback(4, {}), std::bad_function_call);
+}
+
+TEST_F(GssipMcsqTest, AnEmptyCallBackIsReportedForEachRecord)
+{
+    channel->Connect_IOWrite("file", "name", handle, nullptr, code);
+    notes.toRead = streamOf(recordOf(1, 5), recordOf(2, 5));
+    healthEvents();
+    const ConsoleCapture output(std::cout);
+    channel->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, code);
+    const std::string text = "Tap: Process_Notification_Event(): A memory exception occurred ";
+    EXPECT_EQ(healthEvents(), (std::vector<std::string>{"3:" + text, "3:" + text}));
+    EXPECT_EQ(output.text(), text + "\n" + text + "\n");
+}
+
+TEST_F(GssipMcsqTest, TheNotificationStandsNextToTheDestructor)
+{
+    EXPECT_EQ(virtualSlot(&GssipMcsq::Process_Notification_Event), virtualSlot(&AfterDestructor::operation));
 }
 
 TEST_F(GssipMcsqTest, DestructionUnregistersClosesAndThenDropsTheService)
@@ -349,6 +383,27 @@ TEST_F(GssipMcsqTest, DestructionUnregistersClosesAndThenDropsTheService)
     connectForWriting();
     channel.reset();
     EXPECT_EQ(notes.calls, (Calls{"Unregister 4", "Close 4", "gone"}));
+}
+
+TEST_F(GssipMcsqTest, DestructionEndsOneConnectionAfterTheOther)
+{
+    notes.handle = 1;
+    connectForWriting();
+    notes.handle = 0;
+    connectForWriting();
+    channel.reset();
+    EXPECT_EQ(notes.calls, (Calls{"Unregister 0", "Close 0", "Unregister 1", "Close 1", "gone"}));
+}
+
+TEST_F(GssipMcsqTest, NotificationMayGoOnUntilTheServiceIsGone)
+{
+    channel->Connect_ReadOnly("file", "name", counting(), code);
+    notes.calls.clear();
+    notes.notifiesAtEnd = true;
+    notes.toRead = streamOf(recordOf(1, 5));
+    channel.reset();
+    EXPECT_EQ(notes.calls, (Calls{"Unregister 4", "Close 4", "Read 4 0", "gone"}));
+    EXPECT_EQ(delivered, 1);
 }
 
 TEST_F(GssipMcsqQueueTest, ThreeRecordsOfOneReadComeInOrder)

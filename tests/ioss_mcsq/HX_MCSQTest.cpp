@@ -12,11 +12,14 @@
 
 #include <csignal>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <sys/fsuid.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <type_traits>
 #include <unistd.h>
@@ -61,8 +64,9 @@ class CountingConfiguration : public FACE::Configuration {
 public:
     int open = 0;
     bool throws = false;
+    RETURN_CODE_TYPE::Value initialized = RETURN_CODE_TYPE::NO_ERROR;
 
-    void Initialize(const FACE::String&, RETURN_CODE_TYPE::Value& code) override { code = RETURN_CODE_TYPE::NO_ERROR; }
+    void Initialize(const FACE::String&, RETURN_CODE_TYPE::Value& code) override { code = initialized; }
     void Open(const FACE::String&, int& handle, RETURN_CODE_TYPE::Value& code) override
     {
         handle = 3;
@@ -128,6 +132,43 @@ struct HX_MCSQTest : testing::Test {
     }
 };
 
+/// The opens and closings of a file.
+class FileWatch {
+public:
+    explicit FileWatch(const std::string& path)
+    {
+        if (inotify_add_watch(m_descriptor, path.c_str(), IN_OPEN | IN_CLOSE_WRITE) < 0)
+            throw std::runtime_error("cannot watch " + path);
+    }
+    ~FileWatch() { ::close(m_descriptor); }
+    FileWatch(const FileWatch&) = delete;
+    FileWatch& operator=(const FileWatch&) = delete;
+
+    /// How often the file, once open for writing, has been closed since the last call.
+    int closings() const
+    {
+        int count = 0;
+        inotify_event event{};
+        while (::read(m_descriptor, &event, sizeof event) == sizeof event) count += (event.mask & IN_CLOSE_WRITE) != 0;
+        return count;
+    }
+
+private:
+    const int m_descriptor = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+};
+
+/// This thread meets file permissions as anybody does, while this object lives.
+class WithoutPrivilege {
+public:
+    WithoutPrivilege() : m_user(setfsuid(getuid() == 0 ? 65534 : getuid())) {}
+    ~WithoutPrivilege() { setfsuid(static_cast<uid_t>(m_user)); }
+    WithoutPrivilege(const WithoutPrivilege&) = delete;
+    WithoutPrivilege& operator=(const WithoutPrivilege&) = delete;
+
+private:
+    const int m_user;
+};
+
 /// With "Five" open, as handle 0.
 struct OpenedHX_MCSQTest : HX_MCSQTest {
     long long handle = 77;
@@ -174,6 +215,17 @@ TEST_F(HX_MCSQTest, InitializeLoadsOnceAndMayBeTriedAgain)
     EXPECT_EQ(initialize("/nowhere.xml"), 1);
 }
 
+TEST_F(HX_MCSQTest, InitializeTakesNoActionOfTheConfigurationForSuccess)
+{
+    const auto configuration = std::make_shared<CountingConfiguration>();
+    codeOf([&](auto& code) { service.Set_Reference("x", configuration, 0, code); });
+    configuration->initialized = RETURN_CODE_TYPE::NOT_AVAILABLE;
+    EXPECT_EQ(codeOf([&](auto& code) { service.Initialize("x", code); }), 4);
+    configuration->initialized = RETURN_CODE_TYPE::NO_ACTION;
+    EXPECT_EQ(codeOf([&](auto& code) { service.Initialize("x", code); }), 0);
+    EXPECT_EQ(codeOf([&](auto& code) { service.Initialize("x", code); }), 1);
+}
+
 TEST_F(HX_MCSQTest, WhatTheConfigurationThrowsIsPrintedWithALine)
 {
     codeOf([&](auto& code) { service.Set_Reference("x", std::make_shared<FACE::HX_Config>(), 0, code); });
@@ -202,6 +254,18 @@ TEST_F(HX_MCSQTest, AConnectionWithoutRecordOrPortIsRefused)
         EXPECT_EQ(handle, -1);
     }
     EXPECT_EQ(close(0), kUntouched);  // nothing is listed
+}
+
+TEST_F(HX_MCSQTest, ARecordWithoutPortIsRefusedWithAWarning)
+{
+    const char* const text = "<HX_Configurations><Queue><Name>Bare</Name><Parameters></Parameters></Queue>"
+                             "</HX_Configurations>";
+    ASSERT_EQ(initialize(directory.write("bare.xml", text)), 0);
+    const ConsoleCapture output(std::cout);
+    long long handle = 7;
+    EXPECT_EQ(open("Bare", handle), 4);
+    EXPECT_EQ(handle, -1);
+    EXPECT_EQ(output.text(), "WARNING - Parameter Port not found\n");
 }
 
 TEST_F(HX_MCSQTest, ANameThatIsNotValidIsRefused)
@@ -262,6 +326,16 @@ TEST_F(HX_MCSQTest, ThePortIsReadWithItsBaseAndCutTo16Bits)
     EXPECT_EQ(eight.receive(), (std::vector<std::uint8_t>{3}));
 }
 
+TEST_F(HX_MCSQTest, AWordForThePortIsDeviceZero)
+{
+    const QueueDevice zero(directory.path(), 0);
+    ASSERT_EQ(initialize(file), 0);
+    long long handle = -1;
+    EXPECT_EQ(open("Word", handle), 0);
+    ASSERT_EQ(write(handle, {9}), 0);
+    EXPECT_EQ(zero.receive(), (std::vector<std::uint8_t>{9}));
+}
+
 TEST_F(HX_MCSQTest, AMissingDeviceLeavesTheConnectionListedAndClosed)
 {
     ASSERT_EQ(initialize(file), 0);
@@ -298,6 +372,23 @@ TEST_F(HX_MCSQTest, AConnectionThatFailsToOpenStaysAtBeingOpened)
     EXPECT_FALSE(connection.open());
     EXPECT_FALSE(connection.isOpen());
     EXPECT_EQ(connection.state(), CONNECTION_STATE_TYPE::OPENING);
+}
+
+TEST_F(HX_MCSQTest, TheWriterIsOpenedEvenIfTheReaderFails)
+{
+    const std::string path = directory.write("mcs16", "");
+    std::filesystem::permissions(directory.path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(path, std::filesystem::perms(0222));
+    const FileWatch watch(path);
+    Connection connection("A", 16, QueueDevice::prefix(directory.path()));
+    const ConsoleCapture errors(std::cerr);
+    {
+        const WithoutPrivilege scope;
+        if (std::ifstream(path)) GTEST_SKIP() << "nothing is kept from being read here";
+        EXPECT_FALSE(connection.open());
+    }
+    EXPECT_EQ(errors.text(), "Unable to open input pipe file: " + path + "\n");
+    EXPECT_EQ(watch.closings(), 3);  // two probes, and the writer
 }
 
 TEST_F(HX_MCSQTest, OpeningAnOpenConnectionClosesItFirst)
@@ -381,6 +472,25 @@ TEST_F(OpenedHX_MCSQTest, HandlesOutsideTheListAreRefusedAndTheOneJustPastItIsPr
     EXPECT_EQ(close(1), kUntouched);
 }
 
+TEST_F(OpenedHX_MCSQTest, TheHandleJustPastTheListLeavesTheCodeOfStatusAndNotification)
+{
+    struct : FACE::IOSS::MCSQ::IO_Callback {
+        void Process_Notification_Event(long long, FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value,
+                                        RETURN_CODE_TYPE::Value&) override
+        {}
+    } callback;
+    FACE::IOSS::BUS_STATUS_TYPE bus = 9;
+    FACE::IOSS::CONNECTION_STATUS_TYPE status;
+    const std::size_t threads = threadCount();
+    const ConsoleCapture errors(std::cerr);
+    EXPECT_EQ(codeOf([&](auto& code) { service.Get_Bus_Status(1, bus, code); }), kUntouched);
+    EXPECT_EQ(bus, 1);
+    EXPECT_EQ(codeOf([&](auto& code) { service.Get_Connection_Status(1, status, code); }), kUntouched);
+    EXPECT_EQ(codeOf([&](auto& code) { service.Register_Notification_Event(1, callback, code); }), kUntouched);
+    EXPECT_EQ(codeOf([&](auto& code) { service.Unregister_Notification_Event(1, code); }), kUntouched);
+    EXPECT_EQ(threadCount(), threads);
+}
+
 TEST_F(OpenedHX_MCSQTest, ReadMakesTheMessageThePayload)
 {
     READ_PAYLOAD_TYPE::RETURN_CODE code{};
@@ -413,6 +523,19 @@ TEST_F(OpenedHX_MCSQTest, ReadTakesNoMoreThanThePayloadHasRoomFor)
     EXPECT_EQ(read(0, payload), 0);
     EXPECT_EQ(payload.length(), 4U);
     EXPECT_EQ(array, (std::vector<std::uint8_t>{1, 2, 3, 4, 0xEE, 0xEE, 0xEE, 0xEE}));
+}
+
+TEST_F(OpenedHX_MCSQTest, ReadTakesNoMoreThanTheBoundWhereTheStorageIsLarger)
+{
+    READ_PAYLOAD_TYPE::RETURN_CODE code{};
+    READ_PAYLOAD_TYPE payload(3, code);
+    for (int i = 0; i < 3; ++i) payload.append(0);
+    ASSERT_GT(payload.capacity(), 3U);
+    payload.clear();
+    device.send(std::vector<std::uint8_t>{1, 2, 3, 4});
+    EXPECT_EQ(read(0, payload), 0);
+    ASSERT_EQ(payload.length(), 3U);
+    EXPECT_EQ(payload[2], 3);
 }
 
 TEST_F(OpenedHX_MCSQTest, ReadTakesAtMost131072Bytes)

@@ -21,6 +21,12 @@ static_assert(!std::is_copy_assignable_v<mcsWriterPort> && !std::is_move_assigna
 
 namespace {
 
+/// A base whose one operation stands next to the destructor.
+struct AfterDestructor {
+    virtual ~AfterDestructor() = default;
+    virtual void operation() {}
+};
+
 struct mcsQportTest : testing::Test {
     HardDeadline deadline;
     TemporaryDirectory directory;
@@ -32,6 +38,11 @@ struct mcsQportTest : testing::Test {
 };
 
 }  // namespace
+
+TEST_F(mcsQportTest, OpeningStandsNextToTheDestructor)
+{
+    EXPECT_EQ(virtualSlot(&mcsQport::openPort), virtualSlot(&AfterDestructor::operation));
+}
 
 TEST_F(mcsQportTest, ANewPortHasNothing)
 {

@@ -83,6 +83,26 @@ protected:
     FpgaFace m_fpga;
 };
 
+/// A service whose reads, once it is told so, have one wait until it is let go.
+class WaitingDevmem : public RecordingDevmem {
+public:
+    using RecordingDevmem::RecordingDevmem;
+
+    std::atomic<bool> holdsNext = false;
+    std::promise<void> held;
+    std::promise<void> released;
+
+    void Read(long long handle, long long timeout, FACE::IOSS::Devmem::READ_PAYLOAD_TYPE& payload,
+              Code::Value& rc) override
+    {
+        if (holdsNext.exchange(false)) {
+            held.set_value();
+            released.get_future().wait();
+        }
+        RecordingDevmem::Read(handle, timeout, payload, rc);
+    }
+};
+
 const Calls kOpens = {
     "open Processor_Interface",       "open Peripheral_Interface",      "open TimeStamp_Interface",
     "open PpsSlave_Interface",        "open PtpClock_Interface",        "read TimeStamp_Interface 8 64",
@@ -617,6 +637,24 @@ TEST(FPGAShutdownTest, ReadersSeeTheCountOrZeroWhileInitAndDoneRun)
     stop = true;
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(wrong, 0);
+}
+
+TEST(FPGAShutdownTest, InitTurnsAccessesAwayWhileItWaitsForOneThatIsUnderWay)
+{
+    const FpgaDesk desk;
+    desk.memory.setSystemCount(99);
+    const auto devmem = std::make_shared<WaitingDevmem>(desk.devmem);
+    FpgaFace fpga;
+    fpga.InitFpga(devmem);
+    devmem->holdsNext = true;
+    std::thread reader([&] { EXPECT_EQ(fpga.fpga_get_SystemCount(), 99u); });
+    devmem->held.get_future().wait();
+    std::thread second([&] { fpga.InitFpga(devmem); });
+    EXPECT_TRUE(eventually([&] { return fpga.fpga_get_SystemCount() == 0; }));
+    devmem->released.set_value();
+    reader.join();
+    second.join();
+    EXPECT_EQ(fpga.fpga_get_SystemCount(), 99u);
 }
 
 TEST(FPGAShutdownTest, ServiceMayDieRightAfterDone)

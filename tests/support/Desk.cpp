@@ -190,8 +190,10 @@ int Desk::queueOf(unsigned queue) const
 
 void Desk::send(unsigned queue, std::span<const std::uint8_t> message) const
 {
-    if (write(queueOf(queue), message.data(), message.size()) != static_cast<ssize_t>(message.size()))
-        throw std::runtime_error("cannot write a queue");
+    const bool isSent = eventually([&, descriptor = queueOf(queue)] {
+        return write(descriptor, message.data(), message.size()) == static_cast<ssize_t>(message.size());
+    });
+    if (!isSent) throw std::runtime_error("cannot write a queue");
 }
 
 bool Desk::waitUntilTaken(unsigned queue) const

@@ -79,7 +79,7 @@ public:
 
     void setRegister(std::uint64_t address, std::uint64_t value) const;
 
-    /// Puts a message into queue 5 or 6.
+    /// Puts a message into queue 5 or 6, once there is room.
     void send(unsigned queue, std::span<const std::uint8_t> message) const;
 
     /// Waits until somebody has taken all that is in the queue.

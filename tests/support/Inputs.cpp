@@ -13,6 +13,16 @@ constexpr std::int64_t kTime = 1000;  // s
 
 }  // namespace
 
+void sendFrame(const Desk& desk, unsigned queue, aspn2_msgs::idl::GSSIP record, const std::vector<std::uint8_t>& frame)
+{
+    record.num_bytes(static_cast<std::int32_t>(frame.size()));
+    record.data(frame);
+    GssipTopicSerializer serializer;
+    std::vector<std::uint8_t> bytes;
+    if (!serializer.Serialize(record, bytes)) throw std::runtime_error("cannot serialize a frame");
+    desk.send(queue, bytes);
+}
+
 Inputs::Inputs(const Desk& desk) : m_desk(desk)
 {
     const auto stamp = [](auto& record, std::uint8_t server) {
@@ -55,13 +65,7 @@ void Inputs::sendReceiver() const
     Sink frame;
     message.WriteMessage(&frame);
 
-    auto record = receiver;
-    record.num_bytes(static_cast<std::int32_t>(frame.bytes.size()));
-    record.data(frame.bytes);
-    GssipTopicSerializer serializer;
-    std::vector<std::uint8_t> bytes;
-    if (!serializer.Serialize(record, bytes)) throw std::runtime_error("cannot serialize a frame");
-    m_desk.send(5, bytes);
+    sendFrame(m_desk, 5, receiver, frame.bytes);
 }
 
 void Inputs::addMeasurements(std::int32_t set, std::int32_t available, std::int32_t used)

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// A topic of the unit that a test publishes.
 template <class T>
@@ -74,6 +75,9 @@ void validAt(Record& record, std::int64_t seconds, std::int32_t nanoseconds = 0)
     record.header().timestamp_valid().sec(seconds);
     record.header().timestamp_valid().nsec(nanoseconds);
 }
+
+/// Puts a record with this frame into queue 5 or 6.
+void sendFrame(const Desk& desk, unsigned queue, aspn2_msgs::idl::GSSIP record, const std::vector<std::uint8_t>& frame);
 
 /// The six inputs of the blended navigation, valid at the same time, from servers that the sample configuration accepts.
 /// Sends them from a participant of its own.

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <set>
 #include <string>
 #include <unistd.h>
@@ -86,6 +87,20 @@ TEST_F(EndSystemTest, SignalWhileItConnectsTakesItsDefaultAction)
     desk.service().send(SIGTERM);
     EXPECT_EQ(desk.service().wait(), Ending({-1, SIGTERM}));
     EXPECT_EQ(desk.count("has exited"), 0U);
+}
+
+TEST_F(EndSystemTest, RequestThatWaitsForAnAnswerDelaysTheEndOnly)
+{
+    desk.set("Debug", "true");
+    desk.run();
+    Bus bus;
+    auto answer = std::async(std::launch::async, [&] { return bus.request({{"request", "clear-data"}}); });
+    EXPECT_TRUE(desk.awaitOutput("CALLBACK RECIEVED --- \n"));
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(answer.get().at("returned"), 1);  // nobody has answered the service
+    EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
+    EXPECT_TRUE(desk.service().output().ends_with(exitLine(15)));
+    EXPECT_EQ(entries("/dev/shm"), Names());
 }
 
 TEST_F(EndSystemTest, TwentyCyclesLeaveNothingBehind)

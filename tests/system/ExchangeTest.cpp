@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
 #include <optional>
 #include <string>
 #include <utility>
@@ -139,6 +141,27 @@ TEST_F(ExchangeSystemTest, KindsOfDataThatCantBeClearedAreWarnedOf)
     EXPECT_EQ(refused.at("customTextValid"), 1);
 }
 
+TEST_F(ExchangeSystemTest, WhileDataAreClearedNothingElseIsCleared)
+{
+    desk.set("Debug", "true");
+    begin({"--erase-seconds", "3600"});
+    EXPECT_EQ(bus->request({{"request", "clear-data"}}).at("returned"), 1);
+    EXPECT_TRUE(desk.awaitOutput("Received Ack. Clear data command, REQUEST_ZEROIZE, in-progress\n"));
+    EXPECT_EQ(bus->request({{"request", "clear-data"}, {"data", "all"}}).at("returned"), 1);
+    EXPECT_TRUE(desk.awaitOutput("REQUEST_DESTROY ignored due to clear command, REQUEST_ZEROIZE, already started: "));
+    EXPECT_EQ(unit->output().find("command REQUEST_DESTROY"), std::string::npos);
+}
+
+TEST_F(ExchangeSystemTest, WhileDataAreClearedNoVclIsSaved)
+{
+    const std::string path = "/opt/halvex/config/APNT_VCL_1_9.xml";
+    const std::string old = readFile(path);
+    begin({"--erase-seconds", "3600"});
+    EXPECT_EQ(bus->request({{"request", "clear-data"}}).at("returned"), 1);
+    EXPECT_EQ(bus->request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 1);
+    EXPECT_EQ(readFile(path), old);
+}
+
 TEST_F(ExchangeSystemTest, BuiltInTestRunsAndItsResultsAreToldAndForgotten)
 {
     begin({"--bit-seconds", "0.2", "--bit-fail", "41"});
@@ -249,12 +272,97 @@ TEST_F(ReportSystemTest, ZeroizeRestartsTheLibraryWithTheLongestPeriod)
     EXPECT_EQ(groups.at(0).at("period_ms"), 4294967295U);
     EXPECT_EQ(groups.at(1).at("period_ms"), 1000U);
     EXPECT_EQ(groups.at(2).at("period_ms"), 4294967295U);
-    EXPECT_EQ(desk.count("updateVDMdataRate : Updating VDM rate to 4294967295 milliseconds.\n"), 1U);
+    EXPECT_TRUE(desk.awaitOutput("updateVDMdataRate : Updating VDM rate to 4294967295 milliseconds.\n"));
     EXPECT_EQ(readFile("/opt/halvex/config/APNT_VCL_1_9.xml"), vcl);
 
     EXPECT_EQ(bus.request({{"request", "clear-data"}}).at("returned"), 1);
     EXPECT_EQ(typeOfEvent("OrvaneServer: Sanitize in progress, not processing APNT clear system data command"), 3);
     EXPECT_EQ(bus.tells("clear-system-data"), 0U);
+}
+
+TEST_F(ReportSystemTest, SecondZeroizeRestartsAgainAndTheServiceEndsInOrder)
+{
+    Publisher<CommandResponse> commands(*transport, "Command");
+    desk.run();
+    Bus bus;
+    ASSERT_TRUE(commands.waitForSubscriber());
+    CommandResponse command;
+    command.header().device_id(deviceId(53, 2));
+    for (const char* text : {"START_ZEROIZE", "START_DESTROY"}) {
+        command.command_response(text);
+        commands.send(command);
+        for (const char* event : {"deleted", "started"})
+            bus.await(event, [&](const Json& line) {
+                return line.value("type", "") == "service" && line.at("event") == event && !line.value("last", false);
+            });
+    }
+    EXPECT_TRUE(bus.request({{"request", "status"}}).at("ok"));
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(desk.service().wait(), (ChildProcess::Ending{0, 0}));
+}
+
+TEST_F(ReportSystemTest, ModeIsAcknowledgedAndMarksTheTimeStamps)
+{
+    Subscriber<CommandResponse> responses(*transport, "Response");
+    Publisher<CommandResponse> commands(*transport, "Command");
+    desk.run();
+    Bus bus;
+    ASSERT_TRUE(commands.waitForSubscriber());
+    CommandResponse command;
+    command.command_response("SYSTEM_MODE_SELECT_SIMULATION");
+    commands.send(command);
+    ASSERT_TRUE(responses.inbox().waitFor(1));
+    EXPECT_EQ(responses.inbox().items()[0].message.command_response(), "SYSTEM_MODE_SELECT_SIMULATION_PASS");
+    bus.request({{"request", "clear-data"}, {"data", "invalid"}});
+    ASSERT_EQ(typeOfEvent("Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do."), 3);
+    EXPECT_EQ(events->inbox().items().back().message.header().timestamp_valid().time_code(), 101);
+}
+
+TEST_F(ReportSystemTest, ClearDataRequestThatNobodyAnswersFailsAfterTwelveSeconds)
+{
+    desk.run();
+    Bus bus;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(bus.request({{"request", "clear-data"}}).at("returned"), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(12));
+    const std::string text =
+        "OrvaneServer: Request wait loop for clear data command, REQUEST_ZEROIZE, timed out after 12 seconds.";
+    EXPECT_EQ(typeOfEvent(text), 4);
+    const Json warnings =
+        bus.awaitTell("warning-messages", [](const Json& tell) { return !tell.at("record").at("warnings").empty(); })
+            .at("record")
+            .at("warnings");
+    EXPECT_EQ(warnings.at(0).at("warningId"), 23);
+    EXPECT_EQ(warnings.at(0).at("customText"), text);
+}
+
+TEST_F(ReportSystemTest, ConfigurationRequestWaitsTwelveSecondsForThePartNumbers)
+{
+    desk.run();
+    Bus bus;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(bus.request({{"request", "system-configuration"}}).at("ok"));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(12));
+    EXPECT_EQ(typeOfEvent("OrvaneServer : Warning! Complete set of part numbers was not available for APNT "
+                          "Configuration after 12 seconds."),
+              3);
+}
+
+TEST_F(ReportSystemTest, BuiltInTestIsNotOfferedBeforeTheSelfTestIsComplete)
+{
+    desk.run();
+    Bus bus;
+    const Json answer = bus.request({{"request", "bit-run"}});
+    EXPECT_FALSE(answer.at("ok"));
+    EXPECT_EQ(answer.at("error"), "the service has set no call-back for this");
+}
+
+TEST_F(ReportSystemTest, SavedVclReplacesTheFile)
+{
+    desk.run();
+    Bus bus;
+    EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 0);
+    EXPECT_EQ(readFile("/opt/halvex/config/APNT_VCL_1_9.xml"), "<new/>");
 }
 
 TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersName)

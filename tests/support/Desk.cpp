@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <poll.h>
-#include <regex>
 #include <stdexcept>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -166,10 +165,10 @@ void Desk::replace(const std::string& file, const std::string& from, const std::
 void Desk::set(const std::string& key, const std::string& text) const
 {
     const std::string file = readFile(std::string(kConfig) + "OrvaneServer.xml");
-    std::smatch match;
-    if (!std::regex_search(file, match, std::regex("<" + key + ">[^<]*</" + key + ">")))
-        throw std::logic_error("no key " + key);
-    replace("OrvaneServer.xml", match.str(), "<" + key + ">" + text + "</" + key + ">");
+    const std::string open = "<" + key + ">", close = "</" + key + ">";
+    const auto begin = file.find(open), end = file.find(close);
+    if (begin == std::string::npos || end == std::string::npos) throw std::logic_error("no key " + key);
+    replace("OrvaneServer.xml", file.substr(begin, end - begin) + close, open + text + close);
 }
 
 void Desk::setRegister(std::uint64_t address, std::uint64_t value) const

@@ -210,7 +210,7 @@ TEST_F(ReportSystemTest, EventsCarryTheSystemCountOfTheRegister)
 {
     desk.run();
     ASSERT_TRUE(events->inbox().waitFor(3));
-    const auto& header = events->inbox().items()[2].message.header();
+    const auto header = events->inbox().items()[2].message.header();
     EXPECT_EQ(header.timestamp_valid().sec(), 5);
     EXPECT_EQ(header.timestamp_valid().nsec(), 499'999'992);
     EXPECT_EQ(header.timestamp_valid().time_code(), 100);

@@ -37,7 +37,7 @@ protected:
     void SetUp() override
     {
         std::filesystem::resize_file(m_memory, std::uintmax_t{1} << 32);
-        ASSERT_EQ(mkfifo((m_directory.path() / "mcs5").c_str(), 0600), 0);
+        for (const char* queue : {"mcs5", "mcs6"}) ASSERT_EQ(mkfifo((m_directory.path() / queue).c_str(), 0600), 0);
     }
 
     static std::string connectionsText()

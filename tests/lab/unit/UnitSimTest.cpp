@@ -37,7 +37,8 @@ protected:
         m_settings.memory = m_directory.write("mem", "");
         std::filesystem::resize_file(m_settings.memory, std::uintmax_t{1} << 32);
         m_settings.queuePrefix = (m_directory.path() / "mcs").string();
-        if (mkfifo((m_settings.queuePrefix + "5").c_str(), 0600) != 0) throw std::runtime_error("no pipe");
+        for (const char* queue : {"5", "6"})
+            if (mkfifo((m_settings.queuePrefix + queue).c_str(), 0600) != 0) throw std::runtime_error("no pipe");
         m_settings.flagDirectory = m_directory.path().string();
         m_settings.rateHz = 20.0;
         m_settings.answerDelaySeconds = 0.01;

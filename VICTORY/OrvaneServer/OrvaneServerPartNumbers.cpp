@@ -102,9 +102,8 @@ void OrvaneServer::processPartNumbers()
 
 void OrvaneServer::tellSystemConfiguration()
 {
-    whileStarted([this](VapntsService* service) REQUIRES(m_apntConfigurationMutex) {
-        vapntsTellSystemConfiguration(service, m_systemConfiguration);
-    });
+    const auto* const configuration = &m_systemConfiguration;
+    whileStarted([configuration](VapntsService* service) { vapntsTellSystemConfiguration(service, *configuration); });
 }
 
 void OrvaneServer::handlePartNumberResponses(const std::string& text, const unsigned char& serverId,

@@ -22,7 +22,6 @@ using namespace std::chrono;
 namespace {
 
 constexpr const char* kFlags[] = {"PostComplete", "SystemStarted", "FirstBbitDone"};
-constexpr std::uint8_t kCommandMessage = 2;  // in device ids
 
 nanoseconds nanosecondsOf(double time)
 {

@@ -71,7 +71,8 @@ TEST(RecordsTest, CovarianceIsTheSquareOfTheClaims)
 TEST(RecordsTest, FiguresOfMeritAreThoseOfAGoodReceiver)
 {
     const Solution solution = solutionAt(0.0);
-    const auto& covariance = positionVelocityAttitude(solution).covariance();
+    const auto pva = positionVelocityAttitude(solution);
+    const auto& covariance = pva.covariance();
     const double variance = covariance[0][0] + covariance[1][1] + covariance[2][2];
     EXPECT_EQ(PositionUtilities::PosVar2Fom(variance), 1);
     EXPECT_EQ(TimeUtilities::TimeVar2Tfom(utcTime(solution).covariance()[0][0]), 3);

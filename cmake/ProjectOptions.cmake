@@ -52,6 +52,10 @@ if(ORVANE_SANITIZE)
     target_compile_options(orvane_options INTERFACE
         -fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
+    if(ORVANE_SANITIZE MATCHES "thread")
+        add_library(orvane_tsan_locks OBJECT "${PROJECT_SOURCE_DIR}/cmake/tsan/ClockLock.cpp")
+        target_link_libraries(orvane_options INTERFACE "$<TARGET_OBJECTS:orvane_tsan_locks>")
+    endif()
 endif()
 
 if(ORVANE_COVERAGE)

@@ -78,14 +78,25 @@ constexpr bool isAcknowledged(int digit)
     return digit >= 1 && digit <= 5;
 }
 
+/// Whether the standard input is this session's terminal and another job has it: to set or read it would stop the
+/// process.
+bool isInBackground()
+{
+    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
+    return foreground != -1 && foreground != getpgrp();
+}
+
 }  // namespace
 
 int _kbhit()
 {
+    if (isInBackground()) return 0;
     static const bool isReady = [] {
         termios settings = {};
         if (tcgetattr(STDIN_FILENO, &settings) == 0) {
             settings.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+            settings.c_cc[VMIN] = 0;  // a key that another reader has taken meanwhile is not waited for
+            settings.c_cc[VTIME] = 0;
             tcsetattr(STDIN_FILENO, TCSANOW, &settings);
         }
         std::setbuf(stdin, nullptr);
@@ -98,7 +109,8 @@ int _kbhit()
 
 int readKey()
 {
-    return std::getchar();
+    unsigned char key = 0;
+    return read(STDIN_FILENO, &key, 1) == 1 ? key : EOF;
 }
 
 VictoryFaultHelper::VictoryFaultHelper(const std::string& name, Keyboard keyboard) : m_name(name), m_keyboard(keyboard)

@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <string>
 
-/// Bytes that wait at the standard input; 0 if there is none to be asked. The first call switches a terminal to keys
-/// instead of lines, for good.
+/// Bytes that wait at the standard input; 0 if there is none to be asked, and while another job has the terminal. The
+/// first call switches a terminal to keys instead of lines, for good.
 int _kbhit();
 
-/// The next key at the standard input, which must be waiting; negative at its end.
+/// The next key at the standard input; `EOF` if none waits. On a terminal that `_kbhit` has switched it never blocks.
 int readKey();
 
 /// The console of a tester, who raises and removes fake faults in services of the bus, and switches the telling of data

@@ -14,6 +14,8 @@
 #include <iostream>
 #include <pty.h>
 #include <string>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <termios.h>
 #include <type_traits>
 #include <unistd.h>
@@ -434,6 +436,48 @@ TEST_F(VictoryFaultHelperDeathTest, ATerminalThatHangsUpHasNoKeysAndHoldsNobodyU
         conclude("went on");
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("went on"));
+}
+
+TEST_F(VictoryFaultHelperDeathTest, AKeyThatAnotherReaderTookIsNotWaitedFor)
+{
+    const auto play = [this] {
+        const HardDeadline deadline;
+        const Terminal terminal;
+        if (_kbhit() != 0) conclude("keys from nowhere");
+        // Seen to be waiting, and gone before it is read.
+        VictoryFaultHelper late("SN", {[] { return 1; }, &readKey});
+        late.ManageFaults(tellDisabled);
+        if (readKey() != EOF) conclude("a key from nowhere");
+        conclude("went on");
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("went on"));
+}
+
+TEST_F(VictoryFaultHelperDeathTest, ATerminalThatAnotherJobHasIsLeftAlone)
+{
+    const auto play = [] {
+        const HardDeadline deadline;
+        setsid();
+        const Terminal terminal;
+        ioctl(STDIN_FILENO, TIOCSCTTY, 0);
+        const auto before = Terminal::modes();
+        terminal.type("p\n");
+        const pid_t job = fork();
+        if (job == 0) {
+            setpgid(0, 0);
+            _exit(_kbhit() == 0 ? 7 : 8);
+        }
+        int status = 0;
+        waitpid(job, &status, WUNTRACED);
+        if (WIFSTOPPED(status)) {
+            kill(job, SIGKILL);
+            conclude("the job was stopped");
+        }
+        if (WEXITSTATUS(status) != 7) conclude("the job saw keys");
+        if (Terminal::modes() != before) conclude("wrong modes");
+        conclude(_kbhit() == 2 ? "as it should be" : "the job that has it saw no keys");
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("as it should be"));
 }
 
 TEST_F(VictoryFaultHelperDeathTest, AnInputThatIsNoTerminalHasNoKeys)

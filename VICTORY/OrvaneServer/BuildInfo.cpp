@@ -2,11 +2,6 @@
 
 namespace BuildInfo {
 
-const char* time()
-{
-    return ORVANE_BUILD_TIME;
-}
-
 const char* partNumber()
 {
     return ORVANE_PART_NUMBER;

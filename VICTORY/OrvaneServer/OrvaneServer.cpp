@@ -73,9 +73,10 @@ void OrvaneServer::Start()
 void OrvaneServer::Stop()
 {
     m_workerStop = true;
-    if (!m_workerThread.joinable()) return;
-    m_workerThread.join();
-    if (m_debug) printLine(std::cout, m_serverName, ": ", "Stop", " : worker thread stopped.");
+    const bool hasWorker = m_workerThread.joinable();
+    if (hasWorker) m_workerThread.join();
+    carryOutSanitizeOrders();  // what came after the last turn
+    if (hasWorker && m_debug) printLine(std::cout, m_serverName, ": ", "Stop", " : worker thread stopped.");
 }
 
 void OrvaneServer::workerThreadFunction() noexcept
@@ -94,6 +95,7 @@ void OrvaneServer::workerThreadFunction() noexcept
 
 void OrvaneServer::workerTurn()
 {
+    carryOutSanitizeOrders();
     if (m_testMode) checkForFaultTestEvents();
     attemptBlendedNavigationProcessing();
     processPartNumbers();

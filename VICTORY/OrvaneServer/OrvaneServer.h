@@ -125,6 +125,9 @@ protected:
     void workerThreadFunction() noexcept;
     void workerTurn();
 
+    /// Silences the bus and wipes the configuration, once for each order that came since.
+    void carryOutSanitizeOrders() EXCLUDES(m_lifeCycleMutex, m_serviceGate);
+
     // What arrives from the unit. Nothing leaves these call-backs but by their own reports.
     void cbBitReport(const BitReport& report);
     void cbCmd(const CommandResponse& command);
@@ -228,6 +231,7 @@ protected:
     std::atomic<std::int32_t> m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
     std::atomic<bool> m_postCompleteSeen = false;
     std::atomic<bool> m_sanitizeRequested = false;  // for good: the unit ends with it
+    std::atomic<int> m_sanitizeOrders = 0;          // that the worker has not finished
     std::atomic<bool> m_tellDisabled = false;       // by a tester: nothing is published by group
 
     // Settings of the top-level file. Written by `Configure` alone, before there is another thread.

@@ -52,8 +52,9 @@ bool OrvaneServer::processClearDataRequest(VapntsService*, VapntcSystemData* dat
         return true;
     }
 
-    const auto report = [this](const std::string& text) {
-        Reports::sendFault(kFunction, text, m_quiet ? Reports::Console::Omit : Reports::Console::Print);
+    const auto report = [this](const std::string& text, int line = __builtin_LINE()) {
+        Reports::sendFault(kFunction, text, m_quiet ? Reports::Console::Omit : Reports::Console::Print,
+                           __builtin_FILE(), line);
         sendVDBcustomWarning(text);
     };
     auto type = ClearDataCommand::CLEAR_NONE;

@@ -86,7 +86,7 @@ void OrvaneServer::Framework_Connect(const FACE::String&, RETURN_CODE_TYPE::Valu
     const bool hasDevices = connectDevices();
     if (hasDevices && code == RETURN_CODE_TYPE::NO_ERROR) startPlatform();
     const bool hasVictory = InitializeVictory(nullptr);
-    m_victoryFaultHelper.SetAvailableService(m_service.load());
+    m_victoryFaultHelper.SetAvailableService(m_victoryStarted ? m_service.load() : nullptr);
     rc = code == RETURN_CODE_TYPE::NO_ERROR && hasDevices && hasVictory ? RETURN_CODE_TYPE::NO_ERROR
                                                                         : RETURN_CODE_TYPE::INVALID_CONFIG;
 }

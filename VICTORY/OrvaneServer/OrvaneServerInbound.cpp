@@ -310,14 +310,21 @@ void OrvaneServer::cbCmd(const CommandResponse& command)
         } else if (text == "POSTCOMPLETE") {
             if (m_debug) printLine(std::cout, "DDS PostComplete Signal Recieved");
         } else if (text == Sys::CommandString::StartSystemZeroize || text == Sys::CommandString::StartSystemDestroy) {
-            sanitize();
+            // From now on clear-data requests are refused. The rest is the worker's: to end the bus service is to wait for
+            // its call-backs, and one that sends a command waits, in this process, for this call-back to return.
+            m_sanitizeRequested = true;
+            ++m_sanitizeOrders;
         }
     });
 }
 
+void OrvaneServer::carryOutSanitizeOrders()
+{
+    for (; m_sanitizeOrders > 0; --m_sanitizeOrders) sanitize();
+}
+
 void OrvaneServer::sanitize()
 {
-    m_sanitizeRequested = true;
     if (!updateVDMdataRate(kSilentPeriodMs))
         Reports::sendEvent(EventTypes::EVENT_FAULT,
                            m_serverName + ": Could not reduce VDM data rates during sanitize operation!");

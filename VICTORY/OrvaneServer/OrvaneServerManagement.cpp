@@ -115,35 +115,37 @@ void OrvaneServer::clearApntConfiguration()
 
 void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsService*) noexcept
 {
-    constexpr const char* kFunction = "cbTellSystemConfigurationCallback";
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction, "OrvaneServer: instance pointer was not found in VICTORY "
-                                              "cbTellSystemConfigurationCallback, callbackData parameter");
+                Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                                      "OrvaneServer: instance pointer was not found in VICTORY "
+                                      "cbTellSystemConfigurationCallback, callbackData parameter");
                 return;
             }
             auto& server = *static_cast<OrvaneServer*>(context);
             if (!server.m_victoryStarted) {
-                Reports::sendFault(kFunction, server.m_serverName +
-                                                  " : Cannot request part numbers while APNT service is not running!");
+                Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                                      server.m_serverName +
+                                          " : Cannot request part numbers while APNT service is not running!");
                 return;
             }
             if (server.m_debug) {
-                const char* const text = " : VICTORY APNT Configuration / Part number request received.";
-                Reports::sendEvent(EventTypes::EVENT_INFORMATION, server.m_serverName + text);
-                printLine(std::cout, server.m_serverName, text);
+                Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                                      server.m_serverName +
+                                          " : VICTORY APNT Configuration / Part number request received.");
             }
             // The configuration is told as it is collected, so there is nothing to tell here.
             if (server.waitForPartNumberResponses(kConfigurationWaitSeconds)) return;
-            Reports::sendFault(kFunction, server.m_serverName +
-                                              " : Warning! Complete set of part numbers was not available for APNT "
-                                              "Configuration after " +
-                                              std::to_string(kConfigurationWaitSeconds) + " seconds.");
+            Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                                  server.m_serverName +
+                                      " : Warning! Complete set of part numbers was not available for APNT "
+                                      "Configuration after " +
+                                      std::to_string(kConfigurationWaitSeconds) + " seconds.");
         },
         [&](const char* what) {
-            Reports::sendFault(
-                kFunction,
+            Reports::sendEvent(
+                EventTypes::EVENT_FAULT,
                 what
                     ? std::string(
                           "OrvaneServer: An exception occurred in cbTellSystemConfigurationCallback. Details: ") +

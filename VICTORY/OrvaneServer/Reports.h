@@ -20,6 +20,14 @@ inline void sendEvent(EventTypes::eEventType type, const std::string& text, cons
     HealthReporter::Instance().SendEvent(file, line, type, text.c_str());
 }
 
+/// Sends an event, and prints its text.
+inline void sendAndPrint(EventTypes::eEventType type, const std::string& text, const char* file = __builtin_FILE(),
+                         int line = __builtin_LINE())
+{
+    sendEvent(type, text, file, line);
+    printLine(std::cout, text);
+}
+
 /// Sends a fault, and prints "OrvaneServer (<line>), <function> : <text>".
 inline void sendFault(const char* function, const std::string& text, Console console = Console::Print,
                       const char* file = __builtin_FILE(), int line = __builtin_LINE())

@@ -14,7 +14,7 @@ using Ending = ChildProcess::Ending;
 namespace {
 
 constexpr const char* kErrorConnecting = "Error connecting to";
-constexpr const char* kNotStarted = "OrvaneServer Error starting VICTORY APNT service.\n";
+constexpr const char* kStartRefused = ") InitializeVictory : vapntsStartService answered ";
 constexpr const char* kNotRead = "OrvaneServer Error reading VICTORY APNT configuration file.\n";
 
 /// A unit on which something is not as it should be.
@@ -58,10 +58,10 @@ TEST_F(ConnectSystemTest, LibraryIsStartedWhateverTopicsAreMissing)
 {
     hideTopic("UTCTime");
     hideTopic("EventLog");
-    EXPECT_FALSE(has(failedRun(), kNotStarted));
+    EXPECT_FALSE(has(failedRun(), kStartRefused));
     EXPECT_TRUE(std::filesystem::is_socket("/tmp/bus"));  // left by a service that was made
 
-    EXPECT_TRUE(has(failedRun({"ORVANE_LAB_VICTORY=refuse-start"}), kNotStarted));
+    EXPECT_TRUE(has(failedRun({"ORVANE_LAB_VICTORY=refuse-start"}), kStartRefused));
 }
 
 TEST_F(ConnectSystemTest, MissingMaintenanceTopicHasNoLine)
@@ -71,11 +71,16 @@ TEST_F(ConnectSystemTest, MissingMaintenanceTopicHasNoLine)
     EXPECT_EQ(desk.count("KPN:"), 0U);  // it got no further
 }
 
-TEST_F(ConnectSystemTest, RefusedStartEndsTheService)
+TEST_F(ConnectSystemTest, RefusedStartIsShownAndTheServiceRunsAndEndsInOrder)
 {
-    const std::string output = failedRun({"ORVANE_LAB_VICTORY=refuse-start"});
-    EXPECT_TRUE(has(output, "), InitializeVictory : " + std::string(kNotStarted))) << output;
-    EXPECT_TRUE(has(output, "OrvaneServer KPN: ")) << output;
+    desk.set("Debug", "true");
+    desk.start({"ORVANE_LAB_VICTORY=refuse-start"});
+    ASSERT_TRUE(desk.awaitOutput(kStartRefused)) << desk.service().output();
+    ASSERT_TRUE(desk.awaitOutput("Worker thread started.")) << desk.service().output();
+    ASSERT_TRUE(desk.awaitTurns());
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
+    EXPECT_EQ(desk.count("\nOrvaneServer : VapntsService exited\n"), 1U) << desk.service().output();
 }
 
 TEST_F(ConnectSystemTest, VclThatCantBeReadAsXmlEndsTheService)
@@ -123,6 +128,6 @@ TEST_F(ConnectSystemTest, MissingDevicesFileEndsTheService)
     const std::string output = failedRun();
     EXPECT_EQ(desk.count("KPN:"), 0U);
     EXPECT_FALSE(has(output, kErrorConnecting));
-    EXPECT_FALSE(has(output, kNotStarted));
+    EXPECT_FALSE(has(output, kStartRefused));
     EXPECT_TRUE(std::filesystem::is_socket("/tmp/bus"));  // connected as far as can be
 }

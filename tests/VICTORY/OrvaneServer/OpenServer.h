@@ -17,6 +17,7 @@ public:
     using OrvaneServer::appendThreatToList;
     using OrvaneServer::appendWarningToList;
     using OrvaneServer::attemptNavWarSaProcessing;
+    using OrvaneServer::carryOutSanitizeOrders;
     using OrvaneServer::cbAssuranceState;
     using OrvaneServer::cbBitReport;
     using OrvaneServer::cbClearSystemDataCallback;

@@ -304,6 +304,8 @@ TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
 
     command("START_DESTROY", 200);
     EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);  // what a call-back of the transport can't wait for
+    server.workerTurn();
     EXPECT_TRUE(sanitizingAtTheEnd);
     const auto vcl = victory.last("vapntsNewService").text(1);
     EXPECT_THAT(vcl, AllOf(HasSubstr("name=\"updatePeriod\" value=\"4294967295\""), Not(HasSubstr("\"1000\""))));
@@ -327,12 +329,25 @@ TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse
     popHealthEvents();
     for (const char* text : {"START_ZEROIZE", "START_ZEROIZE", "START_DESTROY"}) {
         command(text);
+        server.carryOutSanitizeOrders();
         EXPECT_TRUE(server.m_sanitizeRequested);
         EXPECT_TRUE(server.m_victoryStarted);
         EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("CommandResponse"))));
     }
     EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
     EXPECT_EQ(victory.count("vapntsDeleteService"), 3U);
+    server.ShutdownVictory();
+}
+
+TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsCarriedOutAtTheStop)
+{
+    victory.setFile("config", "<config/>");
+    server.m_victoryConfigurationFile = "config";
+    command("START_ZEROIZE");  // and no turn comes any more
+    command("START_ZEROIZE");
+    auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
     server.ShutdownVictory();
 }
 

@@ -439,6 +439,7 @@ TEST_F(InboundTest, SanitizeSilencesTheBusAndWipesTheConfiguration)
     popHealthEvents();
     victory.forgetCalls();
     server.cbCmd(commandOf("START_ZEROIZE", 200));
+    server.carryOutSanitizeOrders();
     EXPECT_TRUE(server.m_sanitizeRequested);
     EXPECT_FALSE(server.m_requestPartNumbers);
     EXPECT_EQ(victory.count("vapntsNewService"), 1U);
@@ -453,6 +454,7 @@ TEST_F(InboundTest, SanitizeLeavesTheCompletionOfPartNumbersAlone)
 {
     server.m_partNumbersComplete = true;
     server.cbCmd(commandOf("START_DESTROY"));
+    server.carryOutSanitizeOrders();
     EXPECT_TRUE(server.m_sanitizeRequested);
     EXPECT_TRUE(server.m_partNumbersComplete);
 }

@@ -311,15 +311,33 @@ TEST_F(VictoryServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
     EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
 }
 
-TEST_F(VictoryServiceTest, AServiceThatIsNotStartedIsDeleted)
+TEST_F(VictoryServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
 {
     victory.answer("vapntsStartService", 1);
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
-    EXPECT_FALSE(server.m_victoryStarted);
-    EXPECT_EQ(victory.operations().back(), "vapntsDeleteService");
-    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer Error starting VICTORY APNT service."));
-    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\) InitializeVictory : vapntsStartService answered 1\n"));
+    EXPECT_TRUE(server.ShutdownVictory());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+}
+
+TEST_F(VictoryServiceTest, AFailedRestartKeepsTheOldService)
+{
+    start();
+    VapntsService* const service = server.m_service;
+    victory.onCall("vapntsInitPubGroup", [] { throw std::runtime_error("no luck"); });
+    server.updateVDMdataRate(1000);
+    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_NE(server.m_service, nullptr);  // frames are taken in as before
+    EXPECT_NE(server.m_service, service);
+    victory.onCall("vapntsInitPubGroup", nullptr);
+    victory.setFile("config", std::string(65536, 'c'));
+    VapntsService* const last = server.m_service;
+    server.updateVDMdataRate(1000);
+    EXPECT_EQ(server.m_service, last);
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }
 
 TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)

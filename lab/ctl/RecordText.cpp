@@ -57,10 +57,20 @@ std::string maintenanceLine(const WatchedTopic& topic, const MaintenanceEvent& e
     return line.str();
 }
 
+/// A server may send for several parts of itself, each with a device id of its own.
+std::vector<std::string> serversOf(const TopicStatistics& statistics)
+{
+    std::vector<std::string> servers;
+    for (const std::int32_t id : statistics.sources())
+        if (std::string server = sourceText(id); std::ranges::find(servers, server) == servers.end())
+            servers.push_back(std::move(server));
+    return servers;
+}
+
 std::string sourcesText(const TopicStatistics& statistics)
 {
     std::string names;
-    for (const std::int32_t id : statistics.sources()) names += (names.empty() ? "" : ", ") + sourceText(id);
+    for (const std::string& server : serversOf(statistics)) names += (names.empty() ? "" : ", ") + server;
     return names.empty() ? "-" : names;
 }
 
@@ -171,8 +181,6 @@ std::string rateJson(const TopicRate& rate, TopicStatistics::Time now, double se
 {
     TopicStatistics& statistics = *rate.statistics;
     const auto orNull = [](const std::optional<double>& value) { return value ? Json(*value) : Json(); };
-    Json sources = Json::array();
-    for (const std::int32_t id : statistics.sources()) sources.push_back(sourceText(id));
     return jsonLine({{"kind", "rate"},
                      {"seconds", seconds},
                      {"topic", printable(rate.topic->name)},
@@ -185,7 +193,7 @@ std::string rateJson(const TopicRate& rate, TopicStatistics::Time now, double se
                      {"back", statistics.holes().back},
                      {"lost", statistics.lost()},
                      {"publishers", rate.publishers},
-                     {"sources", sources}});
+                     {"sources", serversOf(statistics)}});
 }
 
 void WatchSum::add(const TopicStatistics& statistics)

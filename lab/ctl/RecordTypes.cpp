@@ -166,7 +166,7 @@ const header& headerOf(const void* record)
 }
 
 template <class Record>
-AnyRecord makeRecord()
+RecordPointer makeRecord()
 {
     return std::make_shared<Record>();
 }

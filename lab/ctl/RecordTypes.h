@@ -15,7 +15,7 @@
 namespace orvanectl {
 
 /// A record of one of the types, as the type support reads it.
-using AnyRecord = std::shared_ptr<void>;
+using RecordPointer = std::shared_ptr<void>;
 
 struct RecordType {
     std::string_view name;  ///< such as "EventLog"
@@ -26,7 +26,7 @@ struct RecordType {
     Json (*fieldsOf)(const void* record);
 
     const aspn2_msgs::idl::header& (*headerOf)(const void* record);
-    AnyRecord (*make)();
+    RecordPointer (*make)();
     FACE::TSS::HX_TSS::TypeTest isTypeSupport;
 
     /// By which DDS knows it: "aspn2_msgs::idl::EventLog".

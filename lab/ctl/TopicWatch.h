@@ -17,7 +17,7 @@ namespace orvanectl {
 struct Sample {
     std::size_t topic;  ///< index of the watch's topics
     TopicStatistics::Arrival arrival;
-    AnyRecord record;
+    RecordPointer record;
 };
 
 /// Samples on their way from the threads of the transport to the one that shows them. Any thread. Who puts one in never

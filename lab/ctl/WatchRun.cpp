@@ -84,7 +84,7 @@ public:
     void print(const std::string& text)
     {
         m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
-        if (!m_output && !m_signals.received()) throw std::runtime_error("cannot write to standard output");
+        if (!m_output) throw std::runtime_error("cannot write to standard output");
     }
 
     /// Counts what the option `count` limits.
@@ -116,10 +116,7 @@ private:
         sum.seconds = secondsUntil(Clock::now());
         for (const TopicStatistics& statistics : m_statistics) sum.add(statistics);
         sum.leftOut = m_watch.samples().leftOut();
-        m_output.clear();  // a signal may have broken off a record
-        const std::string text = m_options.json ? sumJson(sum) : sumText(sum);
-        m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
-        if (!m_output) throw std::runtime_error("cannot write to standard output");
+        print(m_options.json ? sumJson(sum) : sumText(sum));
     }
 
     const WatchOptions& m_options;

@@ -28,7 +28,8 @@ struct WatchOptions {
     double everySeconds = 1;    ///< hz: between reports
 };
 
-/// Ends a watch by SIGINT, SIGTERM, SIGHUP and SIGQUIT. What is blocked in writing is broken off. The second signal of
+/// Ends a watch by SIGINT, SIGTERM, SIGHUP and SIGQUIT. What is blocked in writing
+/// is broken off, which is an error of the output. The second signal of
 /// a kind has its default action. One object at a time, made before other threads are: they never see these signals.
 class EndingSignals {
 public:

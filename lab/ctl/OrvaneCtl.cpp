@@ -8,12 +8,15 @@
 
 namespace {
 
-constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb};
+constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb,
+                                                    orvanectl::addEchoVerb, orvanectl::addHzVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
                                   "  orvanectl decode --json - < frames.bin\n"
                                   "  orvanectl bus --socket /tmp/bus watch\n"
+                                  "  orvanectl echo EventLog --backfill\n"
+                                  "  orvanectl hz\n"
                                   "  orvanectl decode --help";
 
 int run(int argc, char** argv)

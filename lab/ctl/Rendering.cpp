@@ -80,15 +80,15 @@ private:
         }
     }
 
-    /// Objects a line each, plain values ten a line.
+    /// Objects and arrays a line each, plain values ten a line.
     void elements(const Json& array, std::size_t depth)
     {
         const std::string front(2 * depth, ' ');
         std::string row;
         std::size_t inRow = 0;
         for (const Json& element : array) {
-            if (element.is_object()) {
-                line(front + listed(element));
+            if (element.is_structured()) {
+                line(front + (element.is_object() ? listed(element) : joined(element)));
                 continue;
             }
             row += (row.empty() ? front : " ") + plain("", element);
@@ -120,8 +120,16 @@ private:
         return text;
     }
 
+    std::string joined(const Json& array) const
+    {
+        std::string text;
+        for (const Json& element : array) text += (text.empty() ? "" : " ") + plain("", element);
+        return text;
+    }
+
     std::string plain(const std::string& name, const Json& value) const
     {
+        if (value.is_array()) return '[' + joined(value) + ']';
         if (isNotFinite(value)) return nameOfNotFinite(value.get<double>());
         if (value.is_null()) return "-";
         if (!value.is_string()) return dumped(value);

@@ -23,6 +23,12 @@ Verb addDecodeVerb(CLI::App& tool);
 /// Watches the bus of the lab and makes requests.
 Verb addBusVerb(CLI::App& tool);
 
+/// Prints the records of DDS topics.
+Verb addEchoVerb(CLI::App& tool);
+
+/// Prints how often records of DDS topics come.
+Verb addHzVerb(CLI::App& tool);
+
 }  // namespace orvanectl
 
 #endif

@@ -1,0 +1,216 @@
+#include "lab/ctl/RecordTypes.h"
+
+#include "aspn2_msgs/Altitude.h"
+#include "aspn2_msgs/AssuranceState.h"
+#include "aspn2_msgs/BitEntryStatus.h"
+#include "aspn2_msgs/BitReport.h"
+#include "aspn2_msgs/ChallengedEnvironment.h"
+#include "aspn2_msgs/ChannelStatus.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/DeltaTimeAndFrequency.h"
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/ForwardReverseStatus.h"
+#include "aspn2_msgs/GNSS.h"
+#include "aspn2_msgs/GNSSSubframe.h"
+#include "aspn2_msgs/GPSCryptoStatus.h"
+#include "aspn2_msgs/GPSLineOfSight.h"
+#include "aspn2_msgs/GPSTime.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "aspn2_msgs/HalvexPNT.h"
+#include "aspn2_msgs/IMU.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
+#include "aspn2_msgs/MeasurementIncorporationStatus.h"
+#include "aspn2_msgs/NavigationMode.h"
+#include "aspn2_msgs/PlatformDynamics.h"
+#include "aspn2_msgs/PositionVelocity.h"
+#include "aspn2_msgs/PositionVelocityAttitude.h"
+#include "aspn2_msgs/ReceiverStatus.h"
+#include "aspn2_msgs/SVStatus.h"
+#include "aspn2_msgs/ThreeAxisMagnetometer.h"
+#include "aspn2_msgs/TimeAtTheTone.h"
+#include "aspn2_msgs/TimeSync.h"
+#include "aspn2_msgs/TypeSupport.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "aspn2_msgs/UtcDownlink.h"
+#include "aspn2_msgs/Velocity3D.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <type_traits>
+
+namespace orvanectl {
+
+namespace {
+
+using namespace aspn2_msgs::idl;
+
+/// The names of a record's fields, in their order; its own list gives them.
+template <class Record>
+struct FieldNames;
+
+#define ORVANECTL_FIELD_NAME(name, ...) #name,
+#define ORVANECTL_FIELD_NAMES(Name)                                                                                    \
+    template <>                                                                                                        \
+    struct FieldNames<Name> {                                                                                          \
+        static constexpr const char* all[] = {ASPN2_FIELDS_##Name(ORVANECTL_FIELD_NAME)};                              \
+    };
+
+// What stands within others.
+ORVANECTL_FIELD_NAMES(timestamp)
+ORVANECTL_FIELD_NAMES(geodeticposition3d_type)
+ORVANECTL_FIELD_NAMES(bit_comp_set)
+ORVANECTL_FIELD_NAMES(channel_status_obs)
+ORVANECTL_FIELD_NAMES(gnss_obs)
+ORVANECTL_FIELD_NAMES(gpslos_obs)
+ORVANECTL_FIELD_NAMES(interference_type_set)
+ORVANECTL_FIELD_NAMES(key_type_set)
+ORVANECTL_FIELD_NAMES(lru_comp_set)
+ORVANECTL_FIELD_NAMES(meas_type_set)
+ORVANECTL_FIELD_NAMES(sv_set)
+
+// clang-format off
+#define ORVANECTL_TOPIC_TYPES(TYPE)                                                                                    \
+    TYPE(Altitude) TYPE(AssuranceState) TYPE(BitEntryStatus) TYPE(BitReport) TYPE(ChallengedEnvironment)               \
+    TYPE(ChannelStatus) TYPE(CommandResponse) TYPE(DeltaTimeAndFrequency) TYPE(EventLog) TYPE(ForwardReverseStatus)    \
+    TYPE(GNSS) TYPE(GNSSSubframe) TYPE(GPSCryptoStatus) TYPE(GPSLineOfSight) TYPE(GPSTime) TYPE(GSSIP)                 \
+    TYPE(HalvexPNT) TYPE(IMU) TYPE(MaintenanceEvent) TYPE(MeasurementIncorporationStatus) TYPE(NavigationMode)         \
+    TYPE(PlatformDynamics) TYPE(PositionVelocity) TYPE(PositionVelocityAttitude) TYPE(ReceiverStatus) TYPE(SVStatus)   \
+    TYPE(ThreeAxisMagnetometer) TYPE(TimeAtTheTone) TYPE(TimeSync) TYPE(UTCTime) TYPE(UtcDownlink) TYPE(Velocity3D)
+// clang-format on
+ORVANECTL_TOPIC_TYPES(ORVANECTL_FIELD_NAMES)
+
+/// A single with no more digits than tell it from its neighbours: 0.1 and not 0.10000000149011612.
+double shortest(float value)
+{
+    if (!std::isfinite(value)) return value;
+    std::array<char, 32> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+    double result = 0.0;
+    std::from_chars(text.data(), end, result);
+    return result;
+}
+
+std::string hexDigits(const std::vector<std::uint8_t>& bytes)
+{
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(2 * bytes.size());
+    for (const std::uint8_t byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
+
+template <class T>
+inline constexpr bool kIsCharacters = false;
+template <std::size_t Size>
+inline constexpr bool kIsCharacters<std::array<char, Size>> = true;
+
+template <class Record>
+void addFields(const Record& record, Json& fields);
+
+template <class T>
+Json valueOf(const T& value)
+{
+    if constexpr (std::is_enum_v<T>) {
+        return static_cast<std::underlying_type_t<T>>(value);
+    } else if constexpr (std::is_same_v<T, float>) {
+        return shortest(value);
+    } else if constexpr (std::is_arithmetic_v<T>) {
+        return value;
+    } else if constexpr (layout::kIsText<T>) {
+        return printable(value);
+    } else if constexpr (kIsCharacters<T>) {
+        return printable({value.data(), value.size()});
+    } else if constexpr (std::is_same_v<T, std::vector<std::uint8_t>>) {
+        return hexDigits(value);
+    } else if constexpr (layout::kIsArray<T> || layout::kIsSequence<T>) {
+        Json elements = Json::array();
+        for (const auto& element : value) elements.push_back(valueOf(element));
+        return elements;
+    } else {
+        Json fields = Json::object();
+        addFields(value, fields);
+        return fields;
+    }
+}
+
+template <class Record>
+void addFields(const Record& record, Json& fields)
+{
+    const char* const* name = FieldNames<Record>::all;
+    auto add = [&]<class T>(const T& value) {
+        if constexpr (!std::is_same_v<T, header>) fields[*name] = valueOf(value);
+        ++name;
+    };
+    layout::Access::eachField(record, add);
+}
+
+template <class Record>
+Json fieldsOf(const void* record)
+{
+    Json fields = Json::object();
+    addFields(*static_cast<const Record*>(record), fields);
+    return fields;
+}
+
+template <class Record>
+const header& headerOf(const void* record)
+{
+    return static_cast<const Record*>(record)->header();
+}
+
+template <class Record>
+RecordPointer makeRecord()
+{
+    return std::make_shared<Record>();
+}
+
+template <class Record>
+bool isTypeSupportOf(const FACE::TSS::HX_TSS::TopicDataType& type)
+{
+    return dynamic_cast<const TypeSupport<Record>*>(&type) != nullptr;
+}
+
+#define ORVANECTL_ROW(Name) {#Name, fieldsOf<Name>, headerOf<Name>, makeRecord<Name>, isTypeSupportOf<Name>},
+constexpr RecordType kTypes[] = {ORVANECTL_TOPIC_TYPES(ORVANECTL_ROW)};
+static_assert(std::size(kTypes) == 32);
+
+}  // namespace
+
+std::string RecordType::typeName() const
+{
+    return "aspn2_msgs::idl::" + std::string(name);
+}
+
+std::string RecordType::pubSubType() const
+{
+    return std::string(name) + "PubSubType";
+}
+
+std::span<const RecordType> recordTypes()
+{
+    return kTypes;
+}
+
+const RecordType* findRecordType(std::string_view name)
+{
+    const auto* const found = std::ranges::find_if(kTypes, [name](const RecordType& type) {
+        return name == type.name || name == type.pubSubType() || name == type.typeName();
+    });
+    return found == std::end(kTypes) ? nullptr : found;
+}
+
+std::string namesOfRecordTypes()
+{
+    std::string names;
+    for (const RecordType& type : kTypes) names += (names.empty() ? "" : ", ") + std::string(type.name);
+    return names;
+}
+
+}  // namespace orvanectl

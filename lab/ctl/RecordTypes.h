@@ -1,0 +1,49 @@
+#ifndef LAB_CTL_RECORDTYPES_H
+#define LAB_CTL_RECORDTYPES_H
+
+#include "aspn2_msgs/header.h"
+#include "face/HX_TSS.h"
+#include "lab/ctl/FrameDecoder.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// The types that topics can have, each with what is needed to receive and show its records. The topics carry no
+/// description of their types, so this is where the names of the fields are had from. Pure functions, any thread.
+namespace orvanectl {
+
+/// A record of one of the types, as the type support reads it.
+using RecordPointer = std::shared_ptr<void>;
+
+struct RecordType {
+    std::string_view name;  ///< such as "EventLog"
+
+    /// The record's fields by their names and in their order; the header, which stands first in all of them, is
+    /// `decodeHeader`'s. Texts and arrays of characters are `printable`, bytes are hexadecimal digits, enumerations are
+    /// numbers. A number that is not finite stands as it is, see `jsonLine`.
+    Json (*fieldsOf)(const void* record);
+
+    const aspn2_msgs::idl::header& (*headerOf)(const void* record);
+    RecordPointer (*make)();
+    FACE::TSS::HX_TSS::TypeTest isTypeSupport;
+
+    /// By which DDS knows it: "aspn2_msgs::idl::EventLog".
+    std::string typeName() const;
+    /// By which connection files name it: "EventLogPubSubType".
+    std::string pubSubType() const;
+};
+
+/// All 32, by name.
+std::span<const RecordType> recordTypes();
+
+/// The type of any of its three names; null if there is none.
+const RecordType* findRecordType(std::string_view name);
+
+/// All names, for a person: "Altitude, AssuranceState, ...".
+std::string namesOfRecordTypes();
+
+}  // namespace orvanectl
+
+#endif

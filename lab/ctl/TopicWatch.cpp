@@ -1,0 +1,150 @@
+#include "lab/ctl/TopicWatch.h"
+
+#include "face/HX_TSS_Listeners.h"
+#include "utilities/Shielded.h"
+
+#include <fastdds/dds/log/Log.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <iostream>
+#include <sstream>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace orvanectl {
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::TSS::HX_TSS;
+
+namespace {
+
+constexpr const char* kParticipant = "orvanectl";
+
+/// Keeps from a stream what is written in a scope. Only while no other thread writes to it.
+class Withheld {
+public:
+    explicit Withheld(std::ostream& stream) : m_stream(stream), m_buffer(stream.rdbuf(m_text.rdbuf())) {}
+    ~Withheld() { m_stream.rdbuf(m_buffer); }
+    Withheld(const Withheld&) = delete;
+    Withheld& operator=(const Withheld&) = delete;
+
+private:
+    std::ostringstream m_text;
+    std::ostream& m_stream;
+    std::streambuf* m_buffer;
+};
+
+TopicStatistics::Writer writerOf(const eprosima::fastrtps::SampleInfo_t& info)
+{
+    const auto& guid = info.sample_identity.writer_guid();
+    TopicStatistics::Writer writer{};
+    const auto rest = std::copy(std::begin(guid.guidPrefix.value), std::end(guid.guidPrefix.value), writer.begin());
+    std::copy(std::begin(guid.entityId.value), std::end(guid.entityId.value), rest);
+    return writer;
+}
+
+class Listener : public FACE::TSS::Listeners::SubscriberListenerBase {
+public:
+    Listener(std::size_t topic, const RecordType& type, SampleBox& samples)
+        : SubscriberListenerBase(kParticipant), m_topic(topic), m_type(type), m_samples(samples)
+    {}
+
+    /// Takes one record: there is a call for each. What is none of the type is passed over; the writer's numbers tell.
+    void onNewDataMessage(eprosima::fastrtps::Subscriber* subscriber) override
+    {
+        shielded([&] { takeFrom(*subscriber); }, [this](const char*) { m_samples.countAsLeftOut(); });
+    }
+
+private:
+    void takeFrom(eprosima::fastrtps::Subscriber& subscriber)
+    {
+        Sample sample{m_topic, {}, m_type.make()};
+        eprosima::fastrtps::SampleInfo_t info;
+        if (!subscriber.takeNextData(sample.record.get(), &info)) return;
+        if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
+        const aspn2_msgs::idl::header& header = m_type.headerOf(sample.record.get());
+        sample.arrival = {TopicStatistics::Clock::now(), writerOf(info), FACE::TSS::Listeners::transactionOf(info),
+                          header.device_id(), header.seq_num()};
+        m_samples.put(std::move(sample));
+    }
+
+    const std::size_t m_topic;
+    const RecordType& m_type;
+    SampleBox& m_samples;
+};
+
+}  // namespace
+
+SampleBox::SampleBox() : m_event(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+{
+    if (m_event < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+}
+
+SampleBox::~SampleBox()
+{
+    close(m_event);
+}
+
+void SampleBox::put(Sample sample)
+{
+    const MutexLock lock(m_mutex);
+    if (m_samples.size() >= kRoom) {
+        ++m_leftOut;
+        return;
+    }
+    m_samples.push_back(std::move(sample));
+    if (m_samples.size() == 1) eventfd_write(m_event, 1);
+}
+
+std::vector<Sample> SampleBox::take()
+{
+    const MutexLock lock(m_mutex);
+    eventfd_t ignored = 0;
+    eventfd_read(m_event, &ignored);
+    return std::exchange(m_samples, {});
+}
+
+TopicWatch::TopicWatch(const ConnectionFile& file, std::vector<WatchedTopic> topics, Delivery delivery)
+    : m_file(file.path()), m_topics(std::move(topics)), m_transport(std::make_shared<HX_TSS>(kParticipant))
+{
+    // It would log on the standard output, among the records.
+    eprosima::fastdds::dds::Log::ClearConsumers();
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
+    m_transport->Set_Reference("", std::make_shared<WatchConfiguration>(file, m_topics, delivery), 0, code);
+    {
+        const Withheld errors(std::cerr);
+        m_transport->Initialize(m_file.c_str(), code);
+    }
+    if (code != RETURN_CODE_TYPE::NO_ERROR)
+        throw std::runtime_error(m_file + ": no DDS participant can be made: domain " +
+                                 printable(file.domain().at("DomainId")) + ", transport " +
+                                 printable(file.domain().at("UseTransport")));
+    for (std::size_t topic = 0; topic < m_topics.size(); ++topic) subscribe(topic);
+}
+
+TopicWatch::~TopicWatch() = default;
+
+void TopicWatch::subscribe(std::size_t topic)
+{
+    const auto& [name, type] = m_topics[topic];
+    long long connection = -1;
+    int size = 0;
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
+    m_transport->Create_Connection(name.c_str(), -1, connection, size, code);
+    if (code != RETURN_CODE_TYPE::NO_ERROR)
+        throw std::runtime_error(m_file + ": no connection for topic " + printable(name));
+    HX_TSS::Connection_t& made = m_transport->connectionMap_mutex_at(HX_TSS::keyOf(connection));
+    m_transport->requireType(made, type->isTypeSupport, "subscriber");
+    m_transport->registerSubscriber(made, std::make_unique<Listener>(topic, *type, m_samples));
+    m_connections.push_back(connection);
+}
+
+int TopicWatch::publishersOf(std::size_t topic) const
+{
+    return m_transport->connectionMap_mutex_at(HX_TSS::keyOf(m_connections.at(topic))).subscriberListener->matched();
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,222 @@
+#include "lab/ctl/WatchRun.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvanectl {
+
+namespace {
+
+using Clock = TopicStatistics::Clock;
+using Time = TopicStatistics::Time;
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+// What a signal handler may use.
+std::atomic<bool> g_received = false;
+std::atomic<int> g_event = -1;
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+extern "C" void onEndingSignal(int)
+{
+    const int error = errno;
+    g_received = true;
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(g_event, &one, sizeof one);
+    errno = error;
+}
+
+sigset_t endingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : kSignals) sigaddset(&signals, signal);
+    return signals;
+}
+
+Clock::duration durationOf(double seconds)
+{
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+/// What both verbs do: the topics' statistics, the end, and the sum.
+class WatchRun {
+public:
+    WatchRun(const WatchOptions& options, std::ostream& output)
+        : m_options(options), m_output(output), m_file(options.connections),
+          m_watch(m_file, chooseTopics(m_file, options.topics, options.type), {options.backfill}),
+          m_statistics(m_watch.topics().size(), TopicStatistics(durationOf(options.windowSeconds)))
+    {
+        if (options.seconds > 0) m_end = m_start + durationOf(options.seconds);
+        m_signals.listen();
+    }
+
+    /// @param show    a record
+    /// @param report  called when it is time for that; answers when it is time again, or nothing for never
+    void run(const std::function<void(const Sample&)>& show, const std::function<std::optional<Time>(Time)>& report)
+    {
+        std::optional<Time> next = report(m_start);
+        while (!isOver()) {
+            for (const Sample& sample : m_watch.samples().take()) {
+                if (isOver()) break;
+                m_statistics[sample.topic].take(sample.arrival);
+                show(sample);
+            }
+            if (isOver()) break;
+            const Time now = Clock::now();
+            if (m_end && now >= *m_end) break;
+            if (next && now >= *next) {
+                next = report(now);
+                continue;
+            }
+            waitForSample(m_watch.samples(), m_signals, earlier(next, m_end));
+        }
+        printSum();
+    }
+
+    void print(const std::string& text)
+    {
+        m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+        if (!m_output) throw std::runtime_error("cannot write to standard output");
+    }
+
+    /// Counts what the option `count` limits.
+    void countOne() { ++m_counted; }
+
+    double secondsUntil(Time now) const { return std::chrono::duration<double>(now - m_start).count(); }
+
+    std::vector<TopicRate> rates()
+    {
+        std::vector<TopicRate> rates;
+        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
+            rates.push_back({&m_watch.topics()[topic], m_watch.publishersOf(topic), &m_statistics[topic]});
+        return rates;
+    }
+
+    const std::vector<WatchedTopic>& topics() const { return m_watch.topics(); }
+
+private:
+    bool isOver() const { return m_signals.received() || (m_options.count > 0 && m_counted >= m_options.count); }
+
+    static std::optional<Time> earlier(std::optional<Time> one, std::optional<Time> other)
+    {
+        return one && other ? std::min(one, other) : one ? one : other;
+    }
+
+    void printSum()
+    {
+        WatchSum sum;
+        sum.seconds = secondsUntil(Clock::now());
+        for (const TopicStatistics& statistics : m_statistics) sum.add(statistics);
+        sum.leftOut = m_watch.samples().leftOut();
+        print(m_options.json ? sumJson(sum) : sumText(sum));
+    }
+
+    const WatchOptions& m_options;
+    std::ostream& m_output;
+    EndingSignals m_signals;  // before the threads of the watch
+    const ConnectionFile m_file;
+    TopicWatch m_watch;
+    std::vector<TopicStatistics> m_statistics;
+    const Time m_start = Clock::now();
+    std::optional<Time> m_end;
+    std::uint64_t m_counted = 0;
+};
+
+}  // namespace
+
+EndingSignals::EndingSignals()
+{
+    const int event = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (event < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+    g_event = event;
+    g_received = false;
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    struct sigaction action {};
+    action.sa_handler = onEndingSignal;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);  // and not SA_RESTART, which would go on writing
+    for (const int signal : kSignals) sigaction(signal, &action, nullptr);
+    // Whoever reads the output may go: that is an error of the output then.
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+EndingSignals::~EndingSignals()
+{
+    for (const int signal : kSignals) std::signal(signal, SIG_DFL);
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    ::close(g_event.exchange(-1));
+}
+
+void EndingSignals::listen()
+{
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+bool EndingSignals::received() const
+{
+    return g_received;
+}
+
+int EndingSignals::descriptor() const
+{
+    return g_event;
+}
+
+void waitForSample(const SampleBox& samples, const EndingSignals& signals, std::optional<Time> until)
+{
+    pollfd waiting[] = {{samples.descriptor(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+    int milliseconds = -1;
+    if (until) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - Clock::now()).count();
+        milliseconds = static_cast<int>(std::clamp<decltype(left)>(left, 0, 60'000));  // and look again
+    }
+    ::poll(waiting, std::size(waiting), milliseconds);
+}
+
+void runEcho(const WatchOptions& options, std::ostream& output)
+{
+    WatchRun run(options, output);
+    const bool withTopic = run.topics().size() > 1;
+    const auto show = [&](const Sample& sample) {
+        const WatchedTopic& topic = run.topics()[sample.topic];
+        const void* const record = sample.record.get();
+        run.print(options.json   ? recordJson(topic, record)
+                  : options.full ? recordParagraph(topic, record)
+                                 : recordText(topic, record, withTopic));
+        run.countOne();
+    };
+    run.run(show, [](Time) { return std::nullopt; });
+}
+
+void runHz(const WatchOptions& options, std::ostream& output)
+{
+    WatchRun run(options, output);
+    const auto every = durationOf(options.everySeconds);
+    std::optional<Time> next;
+    const auto report = [&](Time now) -> std::optional<Time> {
+        if (!next) return *(next = now + every);  // the first look comes before there is anything
+        const auto rates = run.rates();
+        std::string text;
+        if (options.json)
+            for (const TopicRate& rate : rates) text += rateJson(rate, now, run.secondsUntil(now));
+        else
+            text = rateTable(rates, now);
+        run.print(text);
+        run.countOne();
+        while (*next <= now) *next += every;
+        return *next;
+    };
+    run.run([](const Sample&) {}, report);
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,63 @@
+#ifndef LAB_CTL_WATCHRUN_H
+#define LAB_CTL_WATCHRUN_H
+
+#include "lab/ctl/RecordText.h"
+#include "lab/ctl/TopicWatch.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace orvanectl {
+
+/// What is watched, and until when.
+struct WatchOptions {
+    std::string connections = "/opt/halvex/config/Connections.xml";
+    std::vector<std::string> topics;
+    std::string type;
+    double seconds = 0;       ///< to run; 0 has no end
+    std::uint64_t count = 0;  ///< of what is printed, records or reports; 0 has no end
+    bool json = false;
+    bool backfill = false;
+    bool full = false;          ///< echo: paragraphs for all types
+    double windowSeconds = 10;  ///< hz: over which rates are taken
+    double everySeconds = 1;    ///< hz: between reports
+};
+
+/// Ends a watch by SIGINT, SIGTERM, SIGHUP and SIGQUIT. What is blocked in writing
+/// is broken off, which is an error of the output. The second signal of
+/// a kind has its default action. One object at a time, made before other threads are: they never see these signals.
+class EndingSignals {
+public:
+    /// Throws `std::system_error`.
+    EndingSignals();
+    ~EndingSignals();
+    EndingSignals(const EndingSignals&) = delete;
+    EndingSignals& operator=(const EndingSignals&) = delete;
+
+    /// From here on this thread takes them.
+    void listen();
+
+    bool received() const;
+
+    /// Can be read, for `poll`, once one was received.
+    int descriptor() const;
+};
+
+/// Waits until a record is there, a signal has come, or `until`; without that as long as it takes.
+void waitForSample(const SampleBox& samples, const EndingSignals& signals, std::optional<TopicStatistics::Time> until);
+
+/// Prints records as they come, and a sum at the end. Throws `std::runtime_error` as `TopicWatch` does, and when the
+/// output fails.
+void runEcho(const WatchOptions& options, std::ostream& output);
+
+/// Prints rates at intervals, and a sum at the end. Throws the same.
+void runHz(const WatchOptions& options, std::ostream& output);
+
+}  // namespace orvanectl
+
+#endif

@@ -1,0 +1,194 @@
+#include "lab/ctl/RecordTypes.h"
+
+#include "face/HX_Topic_Helpers.h"
+#include "lab/ctl/Rendering.h"
+#include "tests/aspn2_msgs/AllRecords.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+
+using namespace orvanectl;
+
+namespace {
+
+/// What the fields of a record are to look like, by its accessors.
+struct Expected {
+    Json& fields;
+
+    template <class T>
+    void operator()(const char* name, const T& value)
+    {
+        if (std::string_view(name) != "header") fields[name] = of(value);
+    }
+
+    template <class T>
+    static Json of(const T& value)
+    {
+        if constexpr (std::is_enum_v<T>) {
+            return static_cast<std::uint32_t>(value);
+        } else if constexpr (std::is_arithmetic_v<T> || std::is_same_v<T, std::string>) {
+            return value;
+        } else {
+            Json object = Json::object();
+            eachFieldOf(const_cast<T&>(value), Expected{object});
+            return object;
+        }
+    }
+    template <std::size_t Size>
+    static Json of(const std::array<char, Size>& text)
+    {
+        return std::string(text.begin(), text.end());
+    }
+    template <class T, std::size_t Size>
+    static Json of(const std::array<T, Size>& array)
+    {
+        return listOf(array);
+    }
+    template <class T>
+    static Json of(const std::vector<T>& sequence)
+    {
+        return listOf(sequence);
+    }
+    static Json of(const std::vector<std::uint8_t>& bytes)
+    {
+        std::string digits;
+        for (const std::uint8_t byte : bytes) {
+            char text[3];
+            std::snprintf(text, sizeof text, "%02X", unsigned{byte});
+            digits += text;
+        }
+        return digits;
+    }
+    template <class List>
+    static Json listOf(const List& list)
+    {
+        Json elements = Json::array();
+        for (const auto& element : list) elements.push_back(of(element));
+        return elements;
+    }
+};
+
+template <class Record>
+Json expectedOf(const void* record)
+{
+    Json fields = Json::object();
+    eachFieldOf(const_cast<Record&>(*static_cast<const Record*>(record)), Expected{fields});
+    return fields;
+}
+
+struct TypeCase {
+    std::string name;
+    Json (*expected)(const void* record);
+};
+
+#define TYPE_CASE(Name) {#Name, expectedOf<aspn2_msgs::idl::Name>},
+const TypeCase kCases[] = {FOR_EACH_SUPPORTED_RECORD(TYPE_CASE)};
+
+Json expectedOf(const RecordType& type, const void* record)
+{
+    for (const TypeCase& one : kCases)
+        if (one.name == type.name) return one.expected(record);
+    return "not in the catalogue";
+}
+
+Json fieldsOf(const char* type, const void* record)
+{
+    return findRecordType(type)->fieldsOf(record);
+}
+
+}  // namespace
+
+TEST(RecordTypesTest, TheyAreThoseOfTheRegistry)
+{
+    std::size_t count = 0;
+    for (const RecordCase& record : supportedRecords()) {
+        const std::unique_ptr<FACE::TSS::HX_TSS::TopicDataType> registered(
+            FACE::TSS::Topics::GetPubSubType(record.name + "PubSubType"));
+        const RecordType* const type = findRecordType(record.name);
+        ASSERT_EQ(type != nullptr, registered != nullptr) << record.name;
+        if (!type) continue;
+        ++count;
+        EXPECT_EQ(type->typeName(), registered->getName());
+        for (const RecordType& other : recordTypes())
+            EXPECT_EQ(other.isTypeSupport(*registered), &other == type) << record.name << ' ' << other.name;
+    }
+    EXPECT_EQ(count, 32U);
+    EXPECT_EQ(recordTypes().size(), 32U);
+}
+
+TEST(RecordTypesTest, EveryFieldOfEveryTypeIsThereByNameInItsOrder)
+{
+    std::set<std::string_view> seen;
+    for (const RecordCase& record : supportedRecords()) {
+        const RecordType* const type = findRecordType(record.name);
+        if (!type) continue;
+        seen.insert(type->name);
+        const Json fields = type->fieldsOf(record.numbered->data());
+        EXPECT_EQ(fields.dump(), expectedOf(*type, record.numbered->data()).dump()) << record.name;
+        EXPECT_GE(fields.size(), 1U) << record.name;
+        EXPECT_EQ(type->headerOf(record.numbered->data()).device_id(), 0x0A0B0C08) << record.name;
+    }
+    EXPECT_EQ(seen.size(), 32U);
+}
+
+TEST(RecordTypesTest, MadeRecordIsWhatTheTypeSupportReadsInto)
+{
+    for (const RecordCase& record : supportedRecords()) {
+        const RecordType* const type = findRecordType(record.name);
+        if (!type) continue;
+        eprosima::fastrtps::rtps::SerializedPayload_t payload(20'000);
+        ASSERT_TRUE(record.support->serialize(record.numbered->data(), &payload)) << record.name;
+        const RecordPointer made = type->make();
+        ASSERT_TRUE(record.support->deserialize(&payload, made.get())) << record.name;
+        EXPECT_EQ(type->fieldsOf(made.get()), type->fieldsOf(record.numbered->data())) << record.name;
+    }
+}
+
+TEST(RecordTypesTest, FieldsStandAsTheyAre)
+{
+    auto event = numbered<aspn2_msgs::idl::MaintenanceEvent>();
+    event.identity({'S', 'O', 'A', 'P'});
+    event.description({'a', '\0', '\x1B', '\\', '\xFF', '\0'});
+    EXPECT_EQ(fieldsOf("MaintenanceEvent", &event).dump(),
+              R"({"fault_sources":[{"lru_id":168496137,"component_id":168496138},)"
+              R"({"lru_id":168496139,"component_id":168496140},{"lru_id":168496141,"component_id":168496142},)"
+              R"({"lru_id":168496143,"component_id":168496144}],"criticality_id":168496145,"category_id":168496146,)"
+              R"("location_id":168496147,"outcome_id":168496148,"repeat_in_seconds":168496149,"identity":"SOAP",)"
+              R"("description":"a\\x00\\x1B\\\\\\xFF"})");
+}
+
+TEST(RecordTypesTest, SinglesHaveNoMoreDigitsThanTheyNeed)
+{
+    aspn2_msgs::idl::ChannelStatus status;
+    status.channels().resize(1);
+    auto& obs = status.channels().front();
+    eachFieldOf(obs, [](const char*, auto& value) {
+        if constexpr (std::is_same_v<std::remove_reference_t<decltype(value)>, float>) value = 0.1f;
+    });
+    const std::string text = fieldsOf("ChannelStatus", &status).dump();
+    EXPECT_NE(text.find(":0.1,"), std::string::npos) << text;
+    EXPECT_EQ(text.find("0.1000"), std::string::npos) << text;
+}
+
+TEST(RecordTypesTest, NumbersThatAreNotFiniteAreNamed)
+{
+    aspn2_msgs::idl::Altitude altitude;
+    altitude.altitude(std::numeric_limits<double>::infinity());
+    altitude.variance(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(jsonLine(fieldsOf("Altitude", &altitude)),
+              R"({"altitude":null,"variance":null,"notes":["altitude is inf","variance is nan"]})"
+              "\n");
+}
+
+TEST(RecordTypesTest, AnyOfThreeNamesFindsAType)
+{
+    for (const char* name : {"EventLog", "EventLogPubSubType", "aspn2_msgs::idl::EventLog"}) {
+        ASSERT_NE(findRecordType(name), nullptr) << name;
+        EXPECT_EQ(findRecordType(name)->name, "EventLog");
+    }
+    for (const char* name : {"", "eventlog", "header", "sv_set", "EventLogPubSubTypePubSubType"})
+        EXPECT_EQ(findRecordType(name), nullptr) << name;
+}

@@ -68,7 +68,9 @@ ExitStatus watch(const Options& options)
 
 ExitStatus ask(const Options& options, Json request)
 {
-    const Json answer = BusLink(options.socket).ask(std::move(request));
+    const Json answer = BusLink(options.socket).ask(std::move(request), [&](const Json& told) {
+        printLine(std::cout, options.json ? told.dump() : busSummary(told));
+    });
     if (options.json || !answer.contains("publications"))
         printLine(std::cout, answer.dump());
     else
@@ -154,13 +156,20 @@ private:
     std::vector<std::pair<CLI::App*, Work>> m_commands;
 };
 
+/// What is told within the request is a summary, unless that is asked for.
+CLI::App& telling(CLI::App& command, Options& options)
+{
+    command.add_flag("--json", options.json, "what is told comes as on the bus");
+    return command;
+}
+
 void addBuiltInTests(BusCommands& commands, Options& options)
 {
-    commands.addRequest("bit-run", "ask for a built-in test");
+    telling(commands.addRequest("bit-run", "ask for a built-in test"), options);
     for (const char* name : {"bit-results", "bit-clear"}) {
         CLI::App& command = commands.add(name, "ask for results of tests, or have them forgotten; of all without an id",
                                          [name](const Options& o) { return ask(o, bitRequest(name, o)); });
-        command.add_option("ID", options.ids, "of tests")->type_name("");
+        telling(command, options).add_option("ID", options.ids, "of tests")->type_name("");
         command.add_option("--count", options.idCount, "told instead of the number of ids")->type_name("N");
     }
 }
@@ -205,8 +214,8 @@ Verb addBusVerb(CLI::App& tool)
     commands->addRequest("status", "ask how the service is");
     commands->addRequest("faults", "list the faults that are raised");
     commands->addRequest("help", "list the requests of the bus");
-    commands->addRequest("system-configuration", "ask for the system configuration");
-    commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData)
+    telling(commands->addRequest("system-configuration", "ask for the system configuration"), *options);
+    telling(commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData), *options)
         .add_option("DATA", options->data)
         ->type_name("");
     commands

@@ -2,6 +2,7 @@
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
@@ -23,6 +24,7 @@ struct Options {
     unsigned long count = 0;
     bool raw = false;
     std::string name;
+    std::vector<std::string> names;
     std::string data;
     std::vector<std::string> ids;
     std::string idCount;
@@ -54,14 +56,25 @@ std::string wholeFile(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// Whether a line is of a name that is asked for: any, if none is.
+bool isWatched(const Json& line, const std::vector<std::string>& names)
+{
+    if (names.empty()) return true;
+    const std::string type = line.is_object() ? line.value("type", "") : "";
+    return std::ranges::find(names, type == "tell" ? line.value("tell", "") : type) != names.end();
+}
+
 ExitStatus watch(const Options& options)
 {
     BusLink link(options.socket);
-    for (unsigned long lines = 0; options.count == 0 || lines < options.count; ++lines) {
+    for (unsigned long lines = 0; options.count == 0 || lines < options.count;) {
         const auto text = link.nextLine();
         if (!text) break;
-        printLine(std::cout, options.json ? *text : busSummary(Json::parse(*text, nullptr, false)));
+        const Json line = Json::parse(*text, nullptr, false);
+        if (!isWatched(line, options.names)) continue;
+        printLine(std::cout, options.json ? *text : busSummary(line));
         if (!std::cout) return kFailed;
+        ++lines;
     }
     return kDone;
 }
@@ -203,6 +216,7 @@ Verb addBusVerb(CLI::App& tool)
     const auto commands = std::make_shared<BusCommands>(*bus, options);
 
     CLI::App& watching = commands->add("watch", "print a line for each publication, until the bus closes", watch);
+    watching.add_option("NAME", options->names, "only those of these names")->type_name("");
     watching.add_flag("--json", options->json, "as it comes");
     watching.add_option("--count", options->count, "end after so many lines")->type_name("N");
 

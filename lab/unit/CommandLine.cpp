@@ -80,6 +80,7 @@ Event eventOf(const std::string& option, const std::string& value, HappeningOf&&
     const auto sign = value.rfind('@');
     if (sign == std::string::npos || sign == 0) throw wrong(option, value, "is not of the form TEXT@SECONDS");
     const double seconds = secondsOf(option, value.substr(sign + 1), value);
+    if (seconds < 0.0) throw wrong(option, value, "has no number of seconds from the start");
     return {seconds, read(option, [&]() -> Happening { return happeningOf(value.substr(0, sign)); })};
 }
 

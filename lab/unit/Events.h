@@ -17,10 +17,10 @@ struct Threat {
     bool hasBearing = true;
     std::int16_t azimuthDegrees = 0;
     std::int16_t elevationDegrees = 0;
-    std::uint16_t center = 31508;                 // of 50 kHz: 1575.4 MHz
-    std::optional<std::uint16_t> bandwidthKhz;    // none: not valid
-    std::optional<std::int16_t> power;            // none: not valid
-    std::optional<unsigned> confidenceTimes25{};  // percent by 25, 0 to 15; none: not valid
+    std::uint16_t center = 31508;                    // of 50 kHz: 1575.4 MHz
+    std::optional<std::uint16_t> bandwidthKhz = {};  // none: not valid
+    std::optional<std::int16_t> power = {};          // none: not valid
+    std::optional<unsigned> confidenceTimes25 = {};  // percent by 25, 0 to 15; none: not valid
 
     bool operator==(const Threat&) const = default;
 };

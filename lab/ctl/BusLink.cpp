@@ -109,6 +109,11 @@ std::string testedSensorShown(const Json& row)
     return shown(row, "sensorId") + ' ' + statusName(row);
 }
 
+std::string faultShown(const Json& row)
+{
+    return shown(row, "id") + " severity " + shown(row, "severity") + " \"" + shown(row, "text") + '"';
+}
+
 /// The rows of a list behind each other; nothing of what is none.
 std::string rowsShown(const Json& record, const char* key, std::string (*row)(const Json&))
 {
@@ -234,7 +239,8 @@ std::string busSummary(const Json& line)
         for (const auto& list : kLists) text += rowsShown(line["record"], list.key, list.row);
     }
     text += listed(line, kOfLine);
-    if (line.is_object() && line.contains("faults")) text += "  faults " + std::to_string(line["faults"].size());
+    if (line.is_object() && line.contains("faults"))
+        text += "  faults " + std::to_string(line["faults"].size()) + rowsShown(line, "faults", faultShown);
     return text;
 }
 

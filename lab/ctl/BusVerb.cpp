@@ -108,6 +108,19 @@ ExitStatus last(const Options& options)
     return ask(shown, request);
 }
 
+/// The configuration is told as it is collected, and the request waits only until it is whole: shows what was told last.
+ExitStatus systemConfiguration(const Options& options)
+{
+    BusLink link(options.socket);
+    const Json answer = link.ask({{"request", "system-configuration"}});
+    const Json told = link.ask({{"request", "last"}, {"name", "system-configuration"}});
+    if (answer.value("ok", false) && told.contains("publications"))
+        for (const Json& publication : told["publications"])
+            printLine(std::cout, options.json ? publication.dump() : busSummary(publication));
+    printLine(std::cout, answer.dump());
+    return answer.value("ok", false) && std::cout ? kDone : kFailed;
+}
+
 ExitStatus clearData(const Options& options)
 {
     Json request = {{"request", "clear-data"}};
@@ -228,7 +241,7 @@ Verb addBusVerb(CLI::App& tool)
     commands->addRequest("status", "ask how the service is");
     commands->addRequest("faults", "list the faults that are raised");
     commands->addRequest("help", "list the requests of the bus");
-    telling(commands->addRequest("system-configuration", "ask for the system configuration"), *options);
+    telling(commands->add("system-configuration", "ask for the system configuration", systemConfiguration), *options);
     telling(commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData), *options)
         .add_option("DATA", options->data)
         ->type_name("");

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -87,6 +88,18 @@ TEST_F(BusVerbTest, RequestShowsWhatIsToldWithinIt)
     EXPECT_EQ(Json::parse(m_output.substr(0, m_output.find('\n'))).at("result"), 7);
 }
 
+TEST_F(BusVerbTest, SystemConfigurationShowsWhatWasToldLast)
+{
+    // Told by nobody's request, as the service does.
+    const auto waits = [](void*, VapntsService*) {};
+    ASSERT_EQ(vapntsInitTellSystemConfigurationCallback(m_program.service(), waits, nullptr), 0);
+    VapntcSystemConfiguration configuration{};
+    std::strncpy(configuration.systemName, "Kolt", sizeof configuration.systemName - 1);
+    vapntsTellSystemConfiguration(m_program.service(), configuration);
+    EXPECT_EQ(run({"system-configuration"}), Ending({0, 0}));
+    EXPECT_EQ(m_output.substr(0, m_output.find('\n')), "4 system-configuration  name Kolt  components 0");
+}
+
 TEST_F(BusVerbTest, LastShowsAName)
 {
     vapntsTellClearSystemData(m_program.service(), 3);
@@ -147,6 +160,9 @@ TEST(BusSummaryTest, LineThatIsNoneOfTheBusIsStillALine)
     EXPECT_EQ(orvanectl::busSummary(Json(5)), "?");
     EXPECT_EQ(orvanectl::busSummary({{"type", "faults"}, {"number", 3}, {"faults", Json::array()}}),
               "3 faults  faults 0");
+    EXPECT_EQ(orvanectl::busSummary(
+                  {{"type", "faults"}, {"number", 4}, {"faults", {{{"id", 7}, {"severity", 33}, {"text", "Fake"}}}}}),
+              "4 faults  faults 1 [7 severity 33 \"Fake\"]");
 }
 
 TEST(BusSummaryTest, RowsOfAListAreShown)

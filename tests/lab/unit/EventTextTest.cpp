@@ -120,7 +120,8 @@ TEST(EventTextTest, EveryWordOfALineIsUnderstood)
 
 TEST(EventTextTest, EmptyLinesAndNotesAreNoEvents)
 {
-    for (const char* line : {"", "  \t", "# at 5 warn 7", "  #", "\r"}) EXPECT_FALSE(eventOf(line)) << line;
+    for (const char* line : {"", "  \t", "# at 5 warn 7", "#at 5 warn 7", "  #", "\r"})
+        EXPECT_FALSE(eventOf(line)) << line;
 }
 
 TEST(EventTextTest, WrongWordIsNamed)
@@ -197,4 +198,11 @@ TEST(EventTextTest, FileThatCannotBeReadIsNamed)
             EXPECT_EQ(error.what(), name + ": can't be read");
         }
     }
+}
+
+TEST(EventTextTest, SampleScenarioIsUnderstood)
+{
+    const auto events = readScenario(ORVANE_LAB_DIR "/scenarios/drive.txt");
+    ASSERT_EQ(events.size(), 6U);
+    EXPECT_TRUE(events.back().what == Happening(SetGps{false}));
 }

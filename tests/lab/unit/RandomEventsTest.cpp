@@ -65,7 +65,7 @@ TEST(RandomEventsTest, TimesNeverGoBack)
 TEST(RandomEventsTest, ReportsHaveOneToNineThreatsOfAllSorts)
 {
     std::set<std::size_t> sizes;
-    int reported = 0, threats = 0;
+    int reported = 0, threats = 0, withoutBearing = 0, inOtherStates = 0;
     for (const Event& event : drawn(5, Kind::Threats, 1.0, 500)) {
         const auto& report = std::get<ThreatReport>(event.what);
         sizes.insert(report.threats.size());
@@ -77,11 +77,14 @@ TEST(RandomEventsTest, ReportsHaveOneToNineThreatsOfAllSorts)
             EXPECT_TRUE(entry.Az >= -180 && entry.Az <= 180 && entry.El >= -90 && entry.El <= 90);
             EXPECT_LE(entry.confidence(), 100U);
             reported += entry.isReported() ? 1 : 0;
+            withoutBearing += report.threats[i].hasBearing ? 0 : 1;
+            inOtherStates += report.threats[i].state != 2 ? 1 : 0;
         }
     }
     EXPECT_EQ(sizes, (std::set<std::size_t>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
     EXPECT_GT(reported, threats / 2);
-    EXPECT_LT(reported, threats);
+    EXPECT_GT(withoutBearing, 0);
+    EXPECT_GT(inOtherStates, 0);
 }
 
 TEST(RandomEventsTest, WarningsHaveNumbersWithAndWithoutAMeaning)

@@ -88,6 +88,22 @@ TEST_F(BusVerbTest, RequestShowsWhatIsToldWithinIt)
     EXPECT_EQ(Json::parse(m_output.substr(0, m_output.find('\n'))).at("result"), 7);
 }
 
+TEST_F(BusVerbTest, TellOfAnEarlierRequestIsNotTakenForOneOfThis)
+{
+    const auto tells = [](void*, VapntsService* service, VapntcSystemData*) {
+        return vapntsTellClearSystemData(service, 7);
+    };
+    ASSERT_EQ(vapntsInitTellClearSystemDataCallback(m_program.service(), tells, nullptr), 0);
+    for (int request = 0; request < 2; ++request) {
+        // Clients with the same number, as processes in two sandboxes may have.
+        std::vector<Json> told;
+        orvanectl::BusLink(m_program.busPath()).ask({{"request", "clear-data"}}, [&](const Json& line) {
+            told.push_back(line);
+        });
+        EXPECT_EQ(told.size(), 1U);
+    }
+}
+
 TEST_F(BusVerbTest, SystemConfigurationShowsWhatWasToldLast)
 {
     // Told by nobody's request, as the service does.

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -198,6 +201,31 @@ TEST(EventTextTest, FileThatCannotBeReadIsNamed)
             EXPECT_EQ(error.what(), name + ": can't be read");
         }
     }
+}
+
+TEST(EventTextTest, AnyBytesAreAnEventOrNamedAsWrong)
+{
+    const std::string words[] = {"at ", "5 ", "threat ", "warn ", "jam ", "az=", "+ ", "bit ", ":", "=", "1e400 ", "-"};
+    std::mt19937 random(1);
+    int understood = 0, wrong = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::string line = i % 2 == 0 ? "at 5 " : "";
+        for (auto left = random() % 8; left > 0; --left) {
+            const auto choice = random() % (std::size(words) + 4);
+            if (choice < std::size(words))
+                line += words[choice];
+            else
+                line += static_cast<char>(static_cast<unsigned char>(random() % 256));
+        }
+        try {
+            understood += eventOf(line) ? 1 : 0;
+        } catch (const std::invalid_argument& error) {
+            ++wrong;
+            for (const char byte : std::string(error.what())) ASSERT_TRUE(byte >= ' ' && byte <= '~');
+        }
+    }
+    EXPECT_GT(understood, 10);
+    EXPECT_GT(wrong, 10000);
 }
 
 TEST(EventTextTest, SampleScenarioIsUnderstood)

@@ -3,6 +3,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iomanip>
+#include <numbers>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <sys/socket.h>
@@ -63,6 +66,76 @@ constexpr Shown kOfRecord[] = {
     {"sensors", "sensorCount"},
     {"tests", "resultCount"},
 };
+
+std::string degrees(const Json& object, const char* key)
+{
+    if (!object.is_object() || !object.contains(key) || !object[key].is_number()) return "?";
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1) << object[key].get<double>() * 180.0 / std::numbers::pi;
+    return text.str();
+}
+
+std::string statusName(const Json& object)
+{
+    constexpr const char* kNames[] = {"queued", "running", "failed", "passed"};
+    const std::string status = shown(object, "status");
+    return status.size() == 1 && status[0] >= '0' && status[0] <= '3' ? kNames[status[0] - '0'] : "status " + status;
+}
+
+std::string threatShown(const Json& row)
+{
+    return "az deg " + degrees(row, "azimuth_rad") + " el deg " + degrees(row, "elevation_rad") + " Hz " +
+           shown(row, "centreFrequency_Hz");
+}
+
+std::string warningShown(const Json& row)
+{
+    const std::string text = shown(row, "customText");
+    return shown(row, "warningId") + (text.empty() ? "" : " \"" + text + '"');
+}
+
+std::string componentShown(const Json& row)
+{
+    return shown(row, "componentId") + ' ' + shown(row, "name");
+}
+
+std::string sensorShown(const Json& row)
+{
+    return shown(row, "sensorId");
+}
+
+std::string testedSensorShown(const Json& row)
+{
+    return shown(row, "sensorId") + ' ' + statusName(row);
+}
+
+std::string faultShown(const Json& row)
+{
+    return shown(row, "id") + " severity " + shown(row, "severity") + " \"" + shown(row, "text") + '"';
+}
+
+/// The rows of a list behind each other; nothing of what is none.
+std::string rowsShown(const Json& record, const char* key, std::string (*row)(const Json&))
+{
+    if (!record.is_object() || !record.contains(key) || !record[key].is_array() || record[key].empty()) return "";
+    std::string text;
+    for (const Json& one : record[key]) text += (text.empty() ? " [" : "; ") + row(one);
+    return text + ']';
+}
+
+std::string testShown(const Json& row)
+{
+    return shown(row, "builtInTestId") + ' ' + statusName(row) + rowsShown(row, "sensors", testedSensorShown);
+}
+
+constexpr struct {
+    const char* key;
+    std::string (*row)(const Json&);
+} kLists[] = {{"threats", threatShown},
+              {"warnings", warningShown},
+              {"components", componentShown},
+              {"sensors", sensorShown},
+              {"results", testShown}};
 
 constexpr Shown kOfLine[] = {
     {"result", "result"},
@@ -139,14 +212,19 @@ std::optional<std::string> BusLink::nextLine()
     }
 }
 
-BusLink::Json BusLink::ask(Json request)
+BusLink::Json BusLink::ask(Json request, const std::function<void(const Json&)>& onTold)
 {
-    request["id"] = "orvanectl";
+    // So that nobody else's request is taken for this one.
+    const std::string id = "orvanectl-" + std::to_string(::getpid());
+    const auto isOwn = [&](const Json& named) { return shown(named, "id") == id; };
+    request["id"] = id;
     send(request);
     while (const auto text = nextLine()) {
         Json line = Json::parse(*text, nullptr, false);
         const std::string type = shown(line, "type");
-        if (type == "error" || (type == "answer" && shown(line, "id") == "orvanectl")) return line;
+        if (type == "error" || (type == "answer" && isOwn(line))) return line;
+        const bool isNew = type == "tell" && !line.contains("last") && line.contains("during");
+        if (onTold && isNew && isOwn(line["during"])) onTold(line);
     }
     throw std::runtime_error("the bus has closed without an answer");
 }
@@ -156,9 +234,13 @@ std::string busSummary(const Json& line)
     const std::string number = shown(line, "number");
     std::string text = (number.empty() ? "" : number + ' ') + titleOf(line);
     if (line.is_object() && line.contains("last")) text += " (last)";
-    if (line.is_object() && line.contains("record")) text += listed(line["record"], kOfRecord);
+    if (line.is_object() && line.contains("record")) {
+        text += listed(line["record"], kOfRecord);
+        for (const auto& list : kLists) text += rowsShown(line["record"], list.key, list.row);
+    }
     text += listed(line, kOfLine);
-    if (line.is_object() && line.contains("faults")) text += "  faults " + std::to_string(line["faults"].size());
+    if (line.is_object() && line.contains("faults"))
+        text += "  faults " + std::to_string(line["faults"].size()) + rowsShown(line, "faults", faultShown);
     return text;
 }
 

@@ -1,8 +1,8 @@
 #ifndef LAB_CTL_BUSLINK_H
 #define LAB_CTL_BUSLINK_H
 
+#include <functional>
 #include <nlohmann/json.hpp>
-
 #include <optional>
 #include <string>
 
@@ -29,8 +29,10 @@ public:
     /// that is too long, and when reading fails.
     std::optional<std::string> nextLine();
 
-    /// The answer to a request, other lines passed over. Throws `std::runtime_error` when none comes.
-    Json ask(Json request);
+    /// The answer to a request. Throws `std::runtime_error` when none comes.
+    /// @param onTold  gets each line of what the service tells within the request's call-back; other lines are passed
+    ///                over
+    Json ask(Json request, const std::function<void(const Json&)>& onTold = {});
 
 private:
     int m_socket;

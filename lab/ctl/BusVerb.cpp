@@ -2,6 +2,7 @@
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
@@ -23,6 +24,7 @@ struct Options {
     unsigned long count = 0;
     bool raw = false;
     std::string name;
+    std::vector<std::string> names;
     std::string data;
     std::vector<std::string> ids;
     std::string idCount;
@@ -54,21 +56,34 @@ std::string wholeFile(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// Whether a line is of a name that is asked for: any, if none is.
+bool isWatched(const Json& line, const std::vector<std::string>& names)
+{
+    if (names.empty()) return true;
+    const std::string type = line.is_object() ? line.value("type", "") : "";
+    return std::ranges::find(names, type == "tell" ? line.value("tell", "") : type) != names.end();
+}
+
 ExitStatus watch(const Options& options)
 {
     BusLink link(options.socket);
-    for (unsigned long lines = 0; options.count == 0 || lines < options.count; ++lines) {
+    for (unsigned long lines = 0; options.count == 0 || lines < options.count;) {
         const auto text = link.nextLine();
         if (!text) break;
-        printLine(std::cout, options.json ? *text : busSummary(Json::parse(*text, nullptr, false)));
+        const Json line = Json::parse(*text, nullptr, false);
+        if (!isWatched(line, options.names)) continue;
+        printLine(std::cout, options.json ? *text : busSummary(line));
         if (!std::cout) return kFailed;
+        ++lines;
     }
     return kDone;
 }
 
 ExitStatus ask(const Options& options, Json request)
 {
-    const Json answer = BusLink(options.socket).ask(std::move(request));
+    const Json answer = BusLink(options.socket).ask(std::move(request), [&](const Json& told) {
+        printLine(std::cout, options.json ? told.dump() : busSummary(told));
+    });
     if (options.json || !answer.contains("publications"))
         printLine(std::cout, answer.dump());
     else
@@ -91,6 +106,19 @@ ExitStatus last(const Options& options)
     Options shown = options;
     shown.json = options.json || options.raw;
     return ask(shown, request);
+}
+
+/// The configuration is told as it is collected, and the request waits only until it is whole: shows what was told last.
+ExitStatus systemConfiguration(const Options& options)
+{
+    BusLink link(options.socket);
+    const Json answer = link.ask({{"request", "system-configuration"}});
+    const Json told = link.ask({{"request", "last"}, {"name", "system-configuration"}});
+    if (answer.value("ok", false) && told.contains("publications"))
+        for (const Json& publication : told["publications"])
+            printLine(std::cout, options.json ? publication.dump() : busSummary(publication));
+    printLine(std::cout, answer.dump());
+    return answer.value("ok", false) && std::cout ? kDone : kFailed;
 }
 
 ExitStatus clearData(const Options& options)
@@ -154,13 +182,20 @@ private:
     std::vector<std::pair<CLI::App*, Work>> m_commands;
 };
 
+/// What is told within the request is a summary, unless that is asked for.
+CLI::App& telling(CLI::App& command, Options& options)
+{
+    command.add_flag("--json", options.json, "what is told comes as on the bus");
+    return command;
+}
+
 void addBuiltInTests(BusCommands& commands, Options& options)
 {
-    commands.addRequest("bit-run", "ask for a built-in test");
+    telling(commands.addRequest("bit-run", "ask for a built-in test"), options);
     for (const char* name : {"bit-results", "bit-clear"}) {
         CLI::App& command = commands.add(name, "ask for results of tests, or have them forgotten; of all without an id",
                                          [name](const Options& o) { return ask(o, bitRequest(name, o)); });
-        command.add_option("ID", options.ids, "of tests")->type_name("");
+        telling(command, options).add_option("ID", options.ids, "of tests")->type_name("");
         command.add_option("--count", options.idCount, "told instead of the number of ids")->type_name("N");
     }
 }
@@ -194,6 +229,7 @@ Verb addBusVerb(CLI::App& tool)
     const auto commands = std::make_shared<BusCommands>(*bus, options);
 
     CLI::App& watching = commands->add("watch", "print a line for each publication, until the bus closes", watch);
+    watching.add_option("NAME", options->names, "only those of these names")->type_name("");
     watching.add_flag("--json", options->json, "as it comes");
     watching.add_option("--count", options->count, "end after so many lines")->type_name("N");
 
@@ -205,8 +241,8 @@ Verb addBusVerb(CLI::App& tool)
     commands->addRequest("status", "ask how the service is");
     commands->addRequest("faults", "list the faults that are raised");
     commands->addRequest("help", "list the requests of the bus");
-    commands->addRequest("system-configuration", "ask for the system configuration");
-    commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData)
+    telling(commands->add("system-configuration", "ask for the system configuration", systemConfiguration), *options);
+    telling(commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData), *options)
         .add_option("DATA", options->data)
         ->type_name("");
     commands

@@ -75,6 +75,11 @@ constexpr Component kComponents[] = {
      }},
 };
 
+const char* nameOf(const Component& component)
+{
+    return ASPN2::Components::to_component(component.server, component.topic);
+}
+
 constexpr std::int32_t kTestedServers[] = {servers::kReceiver,    servers::kAltNav,      servers::kTarvo,
                                            servers::kWheelSensor, servers::kMasterClock, servers::kAntenna};
 
@@ -88,59 +93,64 @@ PlannedAnswer response(double seconds, std::uint8_t server, std::string text, st
     return answer;
 }
 
-/// Accepted and, after a while, ended under another stem.
-std::vector<PlannedAnswer> clearing(const std::string& command, const std::string& stem, std::uint8_t server,
-                                    const Settings& settings)
+/// What is said at first; none for silence.
+std::vector<PlannedAnswer> firstAnswer(const std::string& stem, std::uint8_t server, const Settings& settings)
 {
-    const double soon = settings.answerDelaySeconds;
-    const double late = soon + settings.eraseSeconds;
-    const auto accepted = response(soon, server, command + Sys::ResponseString::Ack);
-    switch (settings.answers) {
-    case Answers::None:
+    switch (settings.answers.first) {
+    case Answers::First::Ack:
+        return {response(settings.answerDelaySeconds, server, stem + Sys::ResponseString::Ack)};
+    case Answers::First::Nack:
+        return {response(settings.answerDelaySeconds, server, stem + Sys::ResponseString::Nack)};
+    case Answers::First::None:
         return {};
-    case Answers::Nack:
-        return {response(soon, server, command + Sys::ResponseString::Nack)};
-    case Answers::AckOnly:
-        return {accepted};
-    case Answers::Fail:
-        return {accepted, response(late, server, stem + Sys::ResponseString::Fail)};
-    case Answers::Normal:
-        return {accepted, response(late, server, stem + Sys::ResponseString::Pass)};
     }
     return {};
 }
 
+/// Accepted and, after a while, ended under another stem; or as the settings have it.
+std::vector<PlannedAnswer> clearing(const std::string& command, const std::string& stem, std::uint8_t server,
+                                    const Settings& settings)
+{
+    std::vector<PlannedAnswer> answers = firstAnswer(command, server, settings);
+    const double late = settings.answerDelaySeconds + settings.eraseSeconds;
+    switch (settings.answers.then) {
+    case Answers::Then::Pass:
+        answers.push_back(response(late, server, stem + Sys::ResponseString::Pass));
+        break;
+    case Answers::Then::Fail:
+        answers.push_back(response(late, server, stem + Sys::ResponseString::Fail));
+        break;
+    case Answers::Then::None:
+        break;
+    }
+    return answers;
+}
+
 std::vector<PlannedAnswer> testing(const std::vector<std::string>& words, const Settings& settings)
 {
-    const double soon = settings.answerDelaySeconds;
-    if (settings.answers == Answers::None) return {};
-    if (settings.answers == Answers::Nack)
-        return {response(soon, servers::kBitServer, words.front() + Sys::ResponseString::Nack)};
+    std::vector<PlannedAnswer> answers = firstAnswer(words.front(), servers::kBitServer, settings);
+    if (settings.answers.then == Answers::Then::None) return answers;
 
     PlannedAnswer report;
-    report.delaySeconds = soon + settings.bitSeconds;
+    report.delaySeconds = settings.answerDelaySeconds + settings.bitSeconds;
     report.kind = Kind::BitReport;
     report.server = servers::kBitServer;
     report.topic = 1;  // that a commanded test has
     for (std::size_t i = 1; i < words.size(); ++i)
         report.components.push_back(static_cast<std::int32_t>(std::strtol(words[i].c_str(), nullptr, 10)));
     if (report.components.empty()) report.components.assign(std::begin(kTestedServers), std::end(kTestedServers));
-    report.passed = settings.answers != Answers::Fail;
-
-    std::vector<PlannedAnswer> answers = {
-        response(soon, servers::kBitServer, words.front() + Sys::ResponseString::Ack)};
-    if (settings.answers != Answers::AckOnly) answers.push_back(std::move(report));
+    report.passed = settings.answers.then == Answers::Then::Pass;
+    answers.push_back(std::move(report));
     return answers;
 }
 
 std::vector<PlannedAnswer> partNumbers(const Settings& settings)
 {
-    if (settings.answers == Answers::None) return {};
+    if (settings.answers.first == Answers::First::None) return {};
     std::vector<PlannedAnswer> answers;
     double seconds = settings.answerDelaySeconds;
     for (const Component& component : kComponents) {
-        const char* name = ASPN2::Components::to_component(component.server, component.topic);
-        if (settings.silentComponents.contains(name)) continue;
+        if (settings.silentComponents.contains(nameOf(component))) continue;
         VersionStatus status;
         component.identify(status);
         answers.push_back(response(seconds, component.server, status.createMessage(), component.topic));
@@ -165,23 +175,36 @@ std::vector<PlannedAnswer> answersTo(const std::string& command, const Settings&
     return {};
 }
 
-aspn2_msgs::idl::BitReport bitReport(const PlannedAnswer& answer, const std::set<std::int32_t>& failed)
+aspn2_msgs::idl::BitReport bitReport(const PlannedAnswer& answer, const std::map<std::int32_t, Finding>& findings)
 {
     aspn2_msgs::idl::BitReport report;
-    bool passed = answer.passed;
+    report.bit_rollup(answer.passed);
+    std::int32_t available = 0;
     for (const std::int32_t server : answer.components) {
-        const bool fails = !answer.passed || failed.contains(server);
-        passed = passed && !fails;
+        const auto found = findings.find(server);
+        const Finding finding = found != findings.end() ? found->second
+                                : answer.passed         ? Finding::Good
+                                                        : Finding::Error;
         aspn2_msgs::idl::bit_comp_set component;
         component.server_id(server);
-        component.has_communicated(true);
-        component.error_received(fails);
+        component.has_communicated(finding != Finding::Silent);
+        component.warn_received(finding == Finding::Warning);
+        component.error_received(finding == Finding::Error);
+        component.critical_received(finding == Finding::Critical);
         report.bit_components().push_back(component);
+        if (finding != Finding::Silent) ++available;
+        if (finding != Finding::Good && finding != Finding::Warning) report.bit_rollup(false);
     }
-    report.bit_rollup(passed);
     report.num_servers_expected(static_cast<std::int32_t>(answer.components.size()));
-    report.num_servers_available(static_cast<std::int32_t>(answer.components.size()));
+    report.num_servers_available(available);
     return report;
+}
+
+std::vector<std::string> componentNames()
+{
+    std::vector<std::string> names;
+    for (const Component& component : kComponents) names.emplace_back(nameOf(component));
+    return names;
 }
 
 }  // namespace unitsim

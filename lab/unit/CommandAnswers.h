@@ -5,7 +5,7 @@
 #include "lab/unit/Settings.h"
 
 #include <cstdint>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,8 +33,12 @@ struct PlannedAnswer {
 /// Pure function, any thread.
 std::vector<PlannedAnswer> answersTo(const std::string& command, const Settings& settings);
 
-/// The record of a report, but for its header. What failed is told as an error received.
-aspn2_msgs::idl::BitReport bitReport(const PlannedAnswer& answer, const std::set<std::int32_t>& failed);
+/// The record of a report, but for its header: passed if the answer is, and nothing worse than a warning is found.
+/// @param findings  of servers that are not good; a report that has not passed finds an error of all the others
+aspn2_msgs::idl::BitReport bitReport(const PlannedAnswer& answer, const std::map<std::int32_t, Finding>& findings);
+
+/// The names of the components that have part numbers, in the order of their answers.
+std::vector<std::string> componentNames();
 
 }  // namespace unitsim
 

@@ -1,5 +1,6 @@
 #include "lab/unit/CommandLine.h"
 
+#include "lab/unit/EventText.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/StringUtils.h"
 
@@ -26,7 +27,8 @@ constexpr const char* kFooter = "OUTPUT is one of pva, utc, pnt, mis, assurance 
                                 "Examples:\n"
                                 "  unit-sim --rate 1 --gps-lost 20:40\n"
                                 "  unit-sim --offset mis=1.0 --mute pva=10:15\n"
-                                "  unit-sim --answers nack --command START_ZEROIZE@30";
+                                "  unit-sim --answers nack --command START_ZEROIZE@30\n"
+                                "  unit-sim --threat 'jam az=90 + bare az=-20 el=5@8' --warn '6 ANTENNA OPEN@10'";
 
 std::invalid_argument wrong(const std::string& option, const std::string& value, const std::string& what)
 {
@@ -59,16 +61,27 @@ std::size_t outputOf(const std::string& option, const std::string& name)
     throw wrong(option, name, "is no output: pva, utc, pnt, mis, assurance, 8504");
 }
 
-Answers answersOf(const std::string& name)
+/// Reads the value of an option, and names the option if it can't.
+template <class Read>
+auto read(const std::string& option, Read&& reading)
 {
-    constexpr std::pair<const char*, Answers> kKinds[] = {{"normal", Answers::Normal},
-                                                          {"none", Answers::None},
-                                                          {"nack", Answers::Nack},
-                                                          {"fail", Answers::Fail},
-                                                          {"ack-only", Answers::AckOnly}};
-    for (const auto& [kind, answers] : kKinds)
-        if (name == kind) return answers;
-    throw wrong("--answers", name, "is none of normal, none, nack, fail, ack-only");
+    try {
+        return reading();
+    } catch (const std::invalid_argument& error) {
+        throw std::invalid_argument(option + ": " + error.what());
+    }
+}
+
+/// What an option TEXT@SECONDS says.
+/// @param happeningOf  makes it of a text
+template <class HappeningOf>
+Event eventOf(const std::string& option, const std::string& value, HappeningOf&& happeningOf)
+{
+    const auto sign = value.rfind('@');
+    if (sign == std::string::npos || sign == 0) throw wrong(option, value, "is not of the form TEXT@SECONDS");
+    const double seconds = secondsOf(option, value.substr(sign + 1), value);
+    if (seconds < 0.0) throw wrong(option, value, "has no number of seconds from the start");
+    return {seconds, read(option, [&]() -> Happening { return happeningOf(value.substr(0, sign)); })};
 }
 
 /// What an option OUTPUT=VALUE says.
@@ -87,13 +100,45 @@ struct Texts {
     std::vector<std::string> mutes;
     std::vector<std::string> gpsLost;
     std::vector<std::string> commands;
-    std::vector<std::int32_t> bitFail;
+    std::vector<std::string> threats;
+    std::vector<std::string> warnings;
+    std::string scenario;
+    std::vector<std::string> bitFail;
     std::vector<std::string> silent;
     std::string answers = "normal";
     bool noPost = false;
     bool noFlags = false;
     bool noRegisters = false;
 };
+
+constexpr std::size_t kWarningFrames = kOutputs;
+constexpr std::size_t kThreatFrames = kOutputs + 1;
+
+/// An output, or one of the frames that only events send.
+std::pair<std::size_t, std::string> serverAssignmentOf(const std::string& value)
+{
+    if (value.starts_with("5044=")) return {kWarningFrames, value.substr(5)};
+    if (value.starts_with("15051=")) return {kThreatFrames, value.substr(6)};
+    return assignmentOf("--server", value);
+}
+
+std::uint8_t& serverOf(Settings& settings, std::size_t output)
+{
+    if (output == kWarningFrames) return settings.warningServer;
+    if (output == kThreatFrames) return settings.threatServer;
+    return settings.outputs[output].server;
+}
+
+void applyEvents(const Texts& texts, Settings& settings)
+{
+    if (!texts.scenario.empty()) settings.events = readScenario(texts.scenario);
+    for (const std::string& value : texts.commands)
+        settings.events.push_back(
+            eventOf("--command", value, [](const std::string& text) { return SendCommand{text}; }));
+    for (const std::string& value : texts.threats)
+        settings.events.push_back(eventOf("--threat", value, threatReportOf));
+    for (const std::string& value : texts.warnings) settings.events.push_back(eventOf("--warn", value, warningOf));
+}
 
 void apply(const Texts& texts, Settings& settings)
 {
@@ -107,25 +152,25 @@ void apply(const Texts& texts, Settings& settings)
         settings.outputs[output].offsetSeconds = secondsOf("--offset", text, value);
     }
     for (const std::string& value : texts.servers) {
-        const auto [output, text] = assignmentOf("--server", value);
+        const auto [output, text] = serverAssignmentOf(value);
         char* end = nullptr;
         const long id = std::strtol(text.c_str(), &end, 10);
         if (text.empty() || *end != '\0' || id < 0 || id > 255) throw wrong("--server", value, "has no id, 0 to 255");
-        settings.outputs[output].server = static_cast<std::uint8_t>(id);
+        serverOf(settings, output) = static_cast<std::uint8_t>(id);
     }
     for (const std::string& value : texts.mutes) {
         const auto [output, text] = assignmentOf("--mute", value);
         settings.outputs[output].mutes.push_back(windowOf("--mute", text, value));
     }
     for (const std::string& value : texts.gpsLost) settings.gpsLost.push_back(windowOf("--gps-lost", value, value));
-    for (const std::string& value : texts.commands) {
-        const auto sign = value.rfind('@');
-        if (sign == std::string::npos || sign == 0) throw wrong("--command", value, "is not of the form TEXT@SECONDS");
-        settings.commands.push_back({value.substr(0, sign), secondsOf("--command", value.substr(sign + 1), value)});
+    applyEvents(texts, settings);
+    for (const std::string& value : texts.bitFail) {
+        const SetFinding found = read("--bit-fail", [&] { return findingOf(value); });
+        settings.findings[found.server] = found.finding;
     }
-    settings.failedComponents.insert(texts.bitFail.begin(), texts.bitFail.end());
-    settings.silentComponents.insert(texts.silent.begin(), texts.silent.end());
-    settings.answers = answersOf(texts.answers);
+    for (const std::string& value : texts.silent)
+        settings.silentComponents.insert(read("--silent", [&] { return componentOf(value); }));
+    settings.answers = read("--answers", [&] { return answersOf(texts.answers); });
     if (texts.noPost) settings.postAfterSeconds.reset();
     settings.flags = !texts.noFlags;
     settings.registers = !texts.noRegisters;
@@ -164,12 +209,15 @@ void addNavigation(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_flag("--receiver-status", settings.receiverStatus, "8504 has its second status bit set");
     tool.add_option("--utc", settings.utcSeconds, "seconds since 1970 of the start (default: now)")
         ->check(CLI::Range(std::int64_t{315964800}, std::int64_t{4000000000}));
-    tool.add_option("--seed", settings.seed, "of the errors of the navigation")->capture_default_str();
+    tool.add_option("--seed", settings.seed, "of the errors of the navigation, and of random events")
+        ->capture_default_str();
 }
 
 void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
 {
-    tool.add_option("--answers", texts.answers, "normal, none, nack, fail or ack-only: how commands are answered");
+    tool.add_option("--answers", texts.answers,
+                    "normal, none, nack, fail, ack-only, or FIRST,LAST of ack, nack, none and "
+                    "pass, fail, none: how commands are answered");
     const auto seconds = CLI::Range(0.0, kLongest);
     tool.add_option("--answer-delay", settings.answerDelaySeconds, "seconds to the first answer")
         ->check(seconds)
@@ -180,10 +228,27 @@ void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_option("--bit-seconds", settings.bitSeconds, "seconds that a built-in test takes")
         ->check(seconds)
         ->capture_default_str();
-    tool.add_option("--bit-fail", texts.bitFail, "ID,...: servers that fail the built-in test")->delimiter(',');
+    tool.add_option(
+            "--bit-fail", texts.bitFail,
+            "ID[:FINDING],...: servers that fail the built-in test, by an error or by critical, silent, warning")
+        ->delimiter(',');
     tool.add_option("--silent", texts.silent, "NAME,...: components that don't tell their part numbers")
         ->delimiter(',');
     tool.add_option("--command", texts.commands, "TEXT@SECONDS: a command that the system controller sends");
+}
+
+void addEvents(CLI::App& tool, Settings& settings, Texts& texts)
+{
+    const auto rate = CLI::Range(0.0, 1000.0);
+    tool.add_option("--scenario", texts.scenario, "FILE with a line for each event, such as: at 5 warn 6 ANTENNA OPEN");
+    tool.add_option("--threat", texts.threats, "KIND KEY=VALUE... + ...@SECONDS: a threat report, such as jam az=90@5");
+    tool.add_option("--warn", texts.warnings, "NUMBER TEXT@SECONDS: a warning of the receiver");
+    tool.add_option("--threat-rate", settings.threatRateHz, "random threat reports a second, on the average")
+        ->check(rate)
+        ->capture_default_str();
+    tool.add_option("--warn-rate", settings.warningRateHz, "random warnings a second, on the average")
+        ->check(rate)
+        ->capture_default_str();
 }
 
 void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
@@ -219,6 +284,7 @@ CommandLine readCommandLine(int argc, const char* const* argv, std::ostream& out
     addFiles(tool, settings);
     addNavigation(tool, settings, texts);
     addCommands(tool, settings, texts);
+    addEvents(tool, settings, texts);
     addUnit(tool, settings, texts);
     try {
         tool.parse(argc, argv);

@@ -1,10 +1,13 @@
 #ifndef LAB_UNIT_SETTINGS_H
 #define LAB_UNIT_SETTINGS_H
 
+#include "lab/unit/Events.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -62,15 +65,6 @@ struct OutputSettings {
     std::vector<Window> mutes = {};  // not sent in these
 };
 
-/// How commands that ask for something are answered.
-enum class Answers { Normal, None, Nack, Fail, AckOnly };
-
-/// A command that is sent at a time from the start.
-struct ScheduledCommand {
-    std::string text;
-    double seconds = 0.0;
-};
-
 /// Everything that can be set of the simulator. Seconds are counted from its start.
 struct Settings {
     std::string connections = "/opt/halvex/config/Connections.xml";
@@ -91,20 +85,25 @@ struct Settings {
                                                      {.server = servers::kNavigator},
                                                      {.server = servers::kNavigator},
                                                      {.server = servers::kReceiver}}};
-    std::vector<Window> gpsLost;
+    std::vector<Window> gpsLost;             // besides what events set
     std::optional<std::uint32_t> assurance;  // none: 2 with GPS, 1 without
     std::size_t measurementEntries = 0;      // 0: those that are real
     std::uint16_t reportWords = 200;         // data words of 8504
     bool receiverFailure = false;
     bool receiverStatus = false;  // the second status bit
 
-    Answers answers = Answers::Normal;
+    Answers answers;
     double answerDelaySeconds = 0.05;
     double eraseSeconds = 3.0;
     double bitSeconds = 3.0;
-    std::set<std::int32_t> failedComponents;  // server ids that fail their built-in test
-    std::set<std::string> silentComponents;   // names that don't tell their part numbers
-    std::vector<ScheduledCommand> commands;
+    std::map<std::int32_t, Finding> findings;  // what a built-in test finds of servers that are not good
+    std::set<std::string> silentComponents;    // names that don't tell their part numbers
+
+    std::vector<Event> events;
+    double threatRateHz = 0.0;  // of random threat reports, on the average; 0: none
+    double warningRateHz = 0.0;
+    std::uint8_t threatServer = servers::kNavigator;
+    std::uint8_t warningServer = servers::kReceiver;
 
     bool flags = true;
     std::optional<double> postAfterSeconds = 2.0;  // none: self test never completes

@@ -28,6 +28,16 @@ nanoseconds nanosecondsOf(double time)
     return nanoseconds(std::llround(time * 1e9));
 }
 
+/// Whether anything is sent to a queue.
+bool feedsQueues(const Settings& settings)
+{
+    const auto isFrame = [](const Event& event) {
+        return std::holds_alternative<ThreatReport>(event.what) || std::holds_alternative<Warning>(event.what);
+    };
+    return settings.outputs[indexOf(Output::Report8504)].enabled || settings.threatRateHz > 0.0 ||
+           settings.warningRateHz > 0.0 || std::any_of(settings.events.begin(), settings.events.end(), isFrame);
+}
+
 std::int64_t utcNow()
 {
     return duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
@@ -68,7 +78,12 @@ UnitSim::UnitSim(const Settings& settings)
 {
     if (m_registers)
         m_count = std::make_unique<RunningCount>(*m_registers, m_clock, nanosecondsOf(settings.countStepSeconds));
-    if (settings.outputs[indexOf(Output::Report8504)].enabled) {
+    m_solution.state = Course::at(0.0);
+    if (settings.threatRateHz > 0.0)
+        m_randomThreats.emplace(settings.seed, RandomEvents::Kind::Threats, settings.threatRateHz);
+    if (settings.warningRateHz > 0.0)
+        m_randomWarnings.emplace(settings.seed, RandomEvents::Kind::Warnings, settings.warningRateHz);
+    if (feedsQueues(settings)) {
         const DeviceMap devices(settings.devices);
         const auto open = [&](const char* queue) {
             return std::make_unique<QueueFeeder>(settings.queuePrefix + std::to_string(devices.port(queue)));
@@ -93,6 +108,12 @@ void UnitSim::removeFlags() const
     for (const char* flag : kFlags) std::filesystem::remove(m_settings.flagDirectory + "/" + flag, ignored);
 }
 
+template <class... Parts>
+void UnitSim::say(const Parts&... parts) const
+{
+    if (!m_settings.quiet) printLine(std::cout, "unit-sim: ", parts...);
+}
+
 void UnitSim::stop()
 {
     {
@@ -105,7 +126,7 @@ void UnitSim::stop()
 Totals UnitSim::totals() const
 {
     Totals totals = m_totals;
-    if (m_feeder) totals.dropped = m_feeder->dropped();
+    if (m_feeder) totals.dropped = m_feeder->dropped() + m_otherFeeder->dropped();
     return totals;
 }
 
@@ -121,8 +142,7 @@ void UnitSim::receive(const CommandResponse& command)
 void UnitSim::run()
 {
     if (m_settings.flags) planFlags();
-    for (const ScheduledCommand& command : m_settings.commands)
-        at(command.seconds, [this, text = command.text] { sendCommand(text); });
+    planEvents();
     if (m_settings.durationSeconds) at(*m_settings.durationSeconds, [this] { stop(); });
     at(0.0, [this] { epoch(0); });
     while (const auto received = nextTurn()) {
@@ -168,7 +188,7 @@ void UnitSim::planFlags()
     at(*m_settings.postAfterSeconds, [this] {
         Sys::announceFirstBbitDone(m_settings.flagDirectory);
         Sys::announcePostComplete(m_settings.flagDirectory);
-        if (!m_settings.quiet) printLine(std::cout, "unit-sim: the self test is complete");
+        say("the self test is complete");
     });
 }
 
@@ -187,9 +207,8 @@ void UnitSim::planAnswers(const Received& received)
     if (received.command.command_response_type() != 0) return;
     ++m_totals.commands;
     const std::vector<PlannedAnswer> answers = answersTo(received.command.command_response(), m_settings);
-    if (!m_settings.quiet)
-        printLine(std::cout, "unit-sim: command ", received.command.command_response(), ": ", answers.size(),
-                  answers.size() == 1 ? " answer" : " answers");
+    say("command ", received.command.command_response(), ": ", answers.size(),
+        answers.size() == 1 ? " answer" : " answers");
     for (const PlannedAnswer& planned : answers)
         m_agenda.emplace(received.when + nanosecondsOf(planned.delaySeconds),
                          [this, command = received.command, planned] { answer(command, planned); });
@@ -200,7 +219,7 @@ void UnitSim::answer(const CommandResponse& command, const PlannedAnswer& planne
     const std::uint64_t ticks = m_clock.ticksAt(Clock::now());
     bool taken = false;
     if (planned.kind == PlannedAnswer::Kind::BitReport) {
-        auto report = bitReport(planned, m_settings.failedComponents);
+        auto report = bitReport(planned, m_settings.findings);
         stamp(report.header(), m_reports++, deviceId(planned.server, 0, planned.topic), ticks, ticks);
         taken = m_transport->publish(report);
     } else {
@@ -210,17 +229,91 @@ void UnitSim::answer(const CommandResponse& command, const PlannedAnswer& planne
         taken = m_transport->publishResponse(response);
     }
     ++(taken ? m_totals.answers : m_totals.refused);
-    if (!m_settings.quiet)
-        printLine(std::cout, "unit-sim: ", ASPN2::ServerIds::to_string(planned.server), " answers ",
-                  planned.kind == PlannedAnswer::Kind::BitReport ? "with a BitReport" : planned.text);
+    say(ASPN2::ServerIds::to_string(planned.server), " answers ",
+        planned.kind == PlannedAnswer::Kind::BitReport ? "with a BitReport" : planned.text);
 }
 
-void UnitSim::sendCommand(const std::string& text)
+void UnitSim::planEvents()
 {
-    CommandResponse command = speaker(servers::kSystemController).makeCommand(text);
+    for (const Event& event : m_settings.events) at(event.seconds, [this, event] { happen(event); });
+    if (m_randomThreats) planRandomEvent(*m_randomThreats);
+    if (m_randomWarnings) planRandomEvent(*m_randomWarnings);
+}
+
+void UnitSim::planRandomEvent(RandomEvents& events)
+{
+    const Event event = events.next();
+    at(event.seconds, [this, &events, event] {
+        happen(event);
+        planRandomEvent(events);
+    });
+}
+
+void UnitSim::happen(const Event& event)
+{
+    std::visit([&](const auto& what) { happen(what, event.seconds); }, event.what);
+}
+
+GpsMoment UnitSim::momentAt(double time) const
+{
+    return {m_startTime.nanoseconds + nanosecondsOf(time).count()};
+}
+
+void UnitSim::stampFrame(aspn2_msgs::idl::GSSIP& record, std::int64_t sequence, std::uint8_t server, double time) const
+{
+    stamp(record.header(), sequence, deviceId(server, 0, 0), m_clock.ticksAt(after(time)),
+          m_clock.ticksAt(Clock::now()));
+}
+
+void UnitSim::happen(const ThreatReport& report, double time)
+{
+    auto record = gssipRecord(frame15051(momentAt(time), m_solution, report));
+    stampFrame(record, static_cast<std::int64_t>(m_totals.threats++), m_settings.threatServer, time);
+    m_otherFeeder->send(record);
+    say("sends a threat report, lines of bearing: ", report.threats.size());
+}
+
+void UnitSim::happen(const Warning& warning, double time)
+{
+    auto record = gssipRecord(frame5044(momentAt(time), warning));
+    stampFrame(record, static_cast<std::int64_t>(m_totals.warnings++), m_settings.warningServer, time);
+    m_feeder->send(record);
+    say("sends the warning ", warning.number, warning.text.empty() ? "" : " ", warning.text);
+}
+
+void UnitSim::happen(const SendCommand& sent, double)
+{
+    CommandResponse command = speaker(servers::kSystemController).makeCommand(sent.text);
     ASPN2::setToVandToA_fromFpgaTicks(m_clock.ticksAt(Clock::now()), command.header());
-    if (!m_settings.quiet) printLine(std::cout, "unit-sim: sends the command ", text);
+    say("sends the command ", sent.text);
     if (!m_transport->publishCommand(command)) ++m_totals.refused;
+}
+
+void UnitSim::happen(const Answers& answers, double)
+{
+    m_settings.answers = answers;
+    say("answers differently from now on");
+}
+
+void UnitSim::happen(const SetFinding& change, double)
+{
+    m_settings.findings[change.server] = change.finding;
+    say("built-in tests find server ", change.server, change.finding == Finding::Good ? " good" : " not good",
+        " from now on");
+}
+
+void UnitSim::happen(const SetSilence& change, double)
+{
+    if (change.silent)
+        m_settings.silentComponents.insert(change.component);
+    else
+        m_settings.silentComponents.erase(change.component);
+    say(change.component, change.silent ? " keeps" : " tells", " its part numbers from now on");
+}
+
+void UnitSim::happen(const SetGps& change, double)
+{
+    m_gpsLost = change.lost;
 }
 
 bool UnitSim::isDue(Output output, double time) const
@@ -261,8 +354,10 @@ void UnitSim::feed(const Solution& solution, double time)
 void UnitSim::epoch(std::int64_t number)
 {
     const double time = static_cast<double>(number) / m_settings.rateHz;
-    const GpsMoment moment{m_startTime.nanoseconds + nanosecondsOf(time).count()};
-    const Solution solution = m_navigation.solve(time, moment, anyHolds(m_settings.gpsLost, time));
+    const bool wasLost = m_solution.gpsLost;
+    m_solution = m_navigation.solve(time, momentAt(time), m_gpsLost || anyHolds(m_settings.gpsLost, time));
+    const Solution& solution = m_solution;
+    if (solution.gpsLost != wasLost) say(solution.gpsLost ? "GPS is lost" : "GPS is back");
     const std::uint32_t assurance = assuranceOf(solution, m_settings.assurance);
 
     publish(Output::PositionVelocityAttitude, positionVelocityAttitude(solution), time);

@@ -5,6 +5,7 @@
 #include "lab/unit/CommandAnswers.h"
 #include "lab/unit/Navigation.h"
 #include "lab/unit/QueueFeeder.h"
+#include "lab/unit/RandomEvents.h"
 #include "lab/unit/RegisterFile.h"
 #include "lab/unit/Settings.h"
 #include "lab/unit/SystemClock.h"
@@ -26,8 +27,10 @@ namespace unitsim {
 /// What a simulator has done.
 struct Totals {
     std::array<std::uint64_t, kOutputs> sent = {};
+    std::uint64_t warnings = 0;  // frames of message 5044
+    std::uint64_t threats = 0;   // frames of message 15051
     std::uint64_t refused = 0;   // by the transport
-    std::uint64_t dropped = 0;   // from a queue that nobody reads
+    std::uint64_t dropped = 0;   // from queues that nobody reads
     std::uint64_t skipped = 0;   // epochs that the machine was too slow for
     std::uint64_t commands = 0;  // received, its own included
     std::uint64_t answers = 0;
@@ -73,7 +76,20 @@ private:
     void planFlags();
     void planAnswers(const Received& received);
     void answer(const CommandResponse& command, const PlannedAnswer& planned);
-    void sendCommand(const std::string& text);
+    void planEvents();
+    void planRandomEvent(RandomEvents& events);
+    void happen(const Event& event);
+    void happen(const ThreatReport& report, double seconds);
+    void happen(const Warning& warning, double seconds);
+    void happen(const SendCommand& command, double seconds);
+    void happen(const Answers& answers, double seconds);
+    void happen(const SetFinding& change, double seconds);
+    void happen(const SetSilence& change, double seconds);
+    void happen(const SetGps& change, double seconds);
+    GpsMoment momentAt(double seconds) const;
+    void stampFrame(aspn2_msgs::idl::GSSIP& record, std::int64_t sequence, std::uint8_t server, double seconds) const;
+    template <class... Parts>
+    void say(const Parts&... parts) const;
     void epoch(std::int64_t number);
     void planEpochAfter(std::int64_t number);
     template <class Record>
@@ -86,15 +102,19 @@ private:
     std::uint32_t deviceId(std::uint8_t server, std::uint8_t message, std::uint8_t topic) const;
     void removeFlags() const;
 
-    const Settings m_settings;
+    Settings m_settings;  // events change it
     std::unique_ptr<RegisterFile> m_registers;
     Clock::time_point m_start;
     GpsMoment m_startTime;
     SystemClock m_clock;
     std::unique_ptr<RunningCount> m_count;  // after the registers, which it writes
     std::unique_ptr<QueueFeeder> m_feeder;
-    std::unique_ptr<QueueFeeder> m_otherFeeder;  // held for who opens it; nothing is sent there
+    std::unique_ptr<QueueFeeder> m_otherFeeder;  // towards the receiver; held also when nothing is sent there
     Navigation m_navigation;
+    Solution m_solution;  // of the last epoch
+    bool m_gpsLost = false;
+    std::optional<RandomEvents> m_randomThreats;
+    std::optional<RandomEvents> m_randomWarnings;
     std::map<std::uint8_t, ASPN2::CmdResponse> m_speakers;
     std::array<std::int64_t, kOutputs> m_sequences = {};
     std::int64_t m_reports = 0;

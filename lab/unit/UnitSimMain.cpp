@@ -57,6 +57,7 @@ void sumUp(const Totals& totals)
         line << separator << totals.sent[i] << ' ' << kOutputNames[i];
         separator = ", ";
     }
+    line << separator << totals.warnings << " 5044, " << totals.threats << " 15051";
     printLine(std::cout, "unit-sim: sent ", line.str());
     printLine(std::cout, "unit-sim: commands ", totals.commands, ", answers ", totals.answers,
               ", refused by the transport ", totals.refused, ", dropped from a full queue ", totals.dropped,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,6 +67,55 @@ TEST_F(BusVerbTest, WatchGivesTheLinesAsTheyCome)
     EXPECT_EQ(m_output, "{\"type\":\"hello\",\"bus\":\"lab\",\"protocol\":1}\n");
 }
 
+TEST_F(BusVerbTest, WatchKeepsToTheNamesThatAreAskedFor)
+{
+    vapntsTellClearSystemData(m_program.service(), 3);
+    vapntsTellAvailableOutputs(m_program.service(), {{7}, 1});
+    EXPECT_EQ(run({"watch", "clear-system-data", "hello", "--count", "2"}), Ending({0, 0}));
+    EXPECT_EQ(m_output, "hello  protocol 1\n4 clear-system-data (last)  result 3\n");
+}
+
+TEST_F(BusVerbTest, RequestShowsWhatIsToldWithinIt)
+{
+    const auto tells = [](void*, VapntsService* service, VapntcSystemData*) {
+        return vapntsTellClearSystemData(service, 7);
+    };
+    ASSERT_EQ(vapntsInitTellClearSystemDataCallback(m_program.service(), tells, nullptr), 0);
+    vapntsTellClearSystemData(m_program.service(), 3);
+    EXPECT_EQ(run({"clear-data", "all"}), Ending({0, 0}));
+    EXPECT_EQ(m_output.substr(0, m_output.find('\n')), "5 clear-system-data  result 7");
+    EXPECT_EQ(run({"clear-data", "all", "--json"}), Ending({0, 0}));
+    EXPECT_EQ(Json::parse(m_output.substr(0, m_output.find('\n'))).at("result"), 7);
+}
+
+TEST_F(BusVerbTest, TellOfAnEarlierRequestIsNotTakenForOneOfThis)
+{
+    const auto tells = [](void*, VapntsService* service, VapntcSystemData*) {
+        return vapntsTellClearSystemData(service, 7);
+    };
+    ASSERT_EQ(vapntsInitTellClearSystemDataCallback(m_program.service(), tells, nullptr), 0);
+    for (int request = 0; request < 2; ++request) {
+        // Clients with the same number, as processes in two sandboxes may have.
+        std::vector<Json> told;
+        orvanectl::BusLink(m_program.busPath()).ask({{"request", "clear-data"}}, [&](const Json& line) {
+            told.push_back(line);
+        });
+        EXPECT_EQ(told.size(), 1U);
+    }
+}
+
+TEST_F(BusVerbTest, SystemConfigurationShowsWhatWasToldLast)
+{
+    // Told by nobody's request, as the service does.
+    const auto waits = [](void*, VapntsService*) {};
+    ASSERT_EQ(vapntsInitTellSystemConfigurationCallback(m_program.service(), waits, nullptr), 0);
+    VapntcSystemConfiguration configuration{};
+    std::strncpy(configuration.systemName, "Kolt", sizeof configuration.systemName - 1);
+    vapntsTellSystemConfiguration(m_program.service(), configuration);
+    EXPECT_EQ(run({"system-configuration"}), Ending({0, 0}));
+    EXPECT_EQ(m_output.substr(0, m_output.find('\n')), "4 system-configuration  name Kolt  components 0");
+}
+
 TEST_F(BusVerbTest, LastShowsAName)
 {
     vapntsTellClearSystemData(m_program.service(), 3);
@@ -126,4 +176,31 @@ TEST(BusSummaryTest, LineThatIsNoneOfTheBusIsStillALine)
     EXPECT_EQ(orvanectl::busSummary(Json(5)), "?");
     EXPECT_EQ(orvanectl::busSummary({{"type", "faults"}, {"number", 3}, {"faults", Json::array()}}),
               "3 faults  faults 0");
+    EXPECT_EQ(orvanectl::busSummary(
+                  {{"type", "faults"}, {"number", 4}, {"faults", {{{"id", 7}, {"severity", 33}, {"text", "Fake"}}}}}),
+              "4 faults  faults 1 [7 severity 33 \"Fake\"]");
+}
+
+TEST(BusSummaryTest, RowsOfAListAreShown)
+{
+    const auto shown = [](const char* key, Json rows) {
+        return orvanectl::busSummary({{"tell", "t"}, {"record", {{key, std::move(rows)}}}});
+    };
+    EXPECT_EQ(shown("threats", {{{"azimuth_rad", 1.5707963267948966},
+                                 {"elevation_rad", -0.78539816339744828},
+                                 {"centreFrequency_Hz", 1575400000.0}}}),
+              "t [az deg 90.0 el deg -45.0 Hz 1575400000.0]");
+    EXPECT_EQ(shown("warnings", {{{"warningId", 5}, {"customText", ""}}, {{"warningId", 75}, {"customText", "OPEN"}}}),
+              "t [5; 75 \"OPEN\"]");
+    EXPECT_EQ(shown("components", {{{"componentId", "0x27"}, {"name", "GPS"}}}), "t [0x27 GPS]");
+    EXPECT_EQ(shown("results",
+                    {{{"builtInTestId", "0"}, {"status", 2}, {"sensors", {{{"sensorId", "GPS-1"}, {"status", 3}}}}}}),
+              "t [0 failed [GPS-1 passed]]");
+    EXPECT_EQ(shown("warnings", Json::array()), "t");
+}
+
+TEST(BusSummaryTest, OddRowsAreStillALine)
+{
+    EXPECT_EQ(orvanectl::busSummary({{"tell", "t"}, {"record", {{"threats", {1, "x"}}, {"results", {nullptr}}}}}),
+              "t [az deg ? el deg ? Hz ; az deg ? el deg ? Hz ] [ status ]");
 }

@@ -49,11 +49,26 @@ TEST(CommandAnswersTest, ClearingTakesItsTime)
 
 TEST(CommandAnswersTest, ClearingCanBeRefusedFailOrStall)
 {
-    EXPECT_EQ(told("REQUEST_ZEROIZE", answering(Answers::None)), Texts{});
+    EXPECT_EQ(told("REQUEST_ZEROIZE", answering(Answers::Nothing)), Texts{});
     EXPECT_EQ(told("REQUEST_ZEROIZE", answering(Answers::Nack)), Texts{"51/0 REQUEST_ZEROIZE_NACK"});
     EXPECT_EQ(told("REQUEST_ZEROIZE", answering(Answers::AckOnly)), Texts{"51/0 REQUEST_ZEROIZE_ACK"});
     EXPECT_EQ(told("REQUEST_DESTROY", answering(Answers::Fail)),
               (Texts{"51/0 REQUEST_DESTROY_ACK", "51/0 SYSTEM_DESTROY_FAIL"}));
+}
+
+TEST(CommandAnswersTest, LastAnswerComesAfterAnyFirstOne)
+{
+    using enum Answers::First;
+    EXPECT_EQ(told("REQUEST_ZEROIZE", answering({Nack, Answers::Then::Pass})),
+              (Texts{"51/0 REQUEST_ZEROIZE_NACK", "51/0 SYSTEM_ZEROIZE_PASS"}));
+    EXPECT_EQ(told("REQUEST_ZEROIZE", answering({Nack, Answers::Then::Fail})),
+              (Texts{"51/0 REQUEST_ZEROIZE_NACK", "51/0 SYSTEM_ZEROIZE_FAIL"}));
+    EXPECT_EQ(told("REQUEST_DESTROY", answering({Answers::First::None, Answers::Then::Pass})),
+              Texts{"51/0 SYSTEM_DESTROY_PASS"});
+    EXPECT_EQ(told("REQUEST_DESTROY", answering({Answers::First::None, Answers::Then::Fail})),
+              Texts{"51/0 SYSTEM_DESTROY_FAIL"});
+    EXPECT_EQ(told("REQUEST_CBIT,39", answering({Nack, Answers::Then::Pass})),
+              (Texts{"32/0 REQUEST_CBIT_NACK", "32/1 report"}));
 }
 
 TEST(CommandAnswersTest, SevenComponentsTellTheirPartNumbers)
@@ -73,7 +88,7 @@ TEST(CommandAnswersTest, SilentComponentsTellNothing)
     Settings settings;
     settings.silentComponents = {"TARVO", "GPS", "Halvex", "Sarvent", "TARVOSW", "PNT-Q"};
     EXPECT_EQ(told("REQUEST_PARTNUMBERS", settings), Texts{"38/0 PARTNUMBERS,SW1:2600.4,HWSN1:JL-88"});
-    EXPECT_EQ(told("REQUEST_PARTNUMBERS", answering(Answers::None)), Texts{});
+    EXPECT_EQ(told("REQUEST_PARTNUMBERS", answering(Answers::Nothing)), Texts{});
 }
 
 TEST(CommandAnswersTest, BuiltInTestReportsTheServersAskedFor)
@@ -96,9 +111,10 @@ TEST(CommandAnswersTest, CommandsOfOthersAreNotAnswered)
 TEST(CommandAnswersTest, ReportTellsWhoFailed)
 {
     const auto answers = answersTo("REQUEST_CBIT,57,39", Settings());
-    const auto report = bitReport(answers.at(1), {39});
+    const auto report = bitReport(answers.at(1), {{39, Finding::Error}});
     EXPECT_FALSE(report.bit_rollup());
     EXPECT_EQ(report.num_servers_expected(), 2);
+    EXPECT_EQ(report.num_servers_available(), 2);
     ASSERT_EQ(report.bit_components().size(), 2U);
     EXPECT_EQ(report.bit_components()[0].server_id(), 57);
     EXPECT_FALSE(report.bit_components()[0].error_received());
@@ -106,4 +122,34 @@ TEST(CommandAnswersTest, ReportTellsWhoFailed)
     EXPECT_TRUE(report.bit_components()[1].has_communicated());
     EXPECT_TRUE(report.bit_components()[1].error_received());
     EXPECT_TRUE(bitReport(answers.at(1), {}).bit_rollup());
+}
+
+TEST(CommandAnswersTest, ReportTellsHowAServerFailed)
+{
+    const auto answers = answersTo("REQUEST_CBIT,39", Settings());
+    const auto silent = bitReport(answers.at(1), {{39, Finding::Silent}});
+    EXPECT_FALSE(silent.bit_components().at(0).has_communicated());
+    EXPECT_FALSE(silent.bit_rollup());
+    EXPECT_EQ(silent.num_servers_expected(), 1);
+    EXPECT_EQ(silent.num_servers_available(), 0);
+    const auto critical = bitReport(answers.at(1), {{39, Finding::Critical}});
+    EXPECT_TRUE(critical.bit_components().at(0).critical_received());
+    EXPECT_FALSE(critical.bit_rollup());
+}
+
+TEST(CommandAnswersTest, WarningOfAServerPasses)
+{
+    const auto report = bitReport(answersTo("REQUEST_CBIT,39", Settings()).at(1), {{39, Finding::Warning}});
+    EXPECT_TRUE(report.bit_components().at(0).warn_received());
+    EXPECT_FALSE(report.bit_components().at(0).error_received());
+    EXPECT_TRUE(report.bit_rollup());
+}
+
+TEST(CommandAnswersTest, FailedTestFindsAnErrorOfAllOthers)
+{
+    const auto answers = answersTo("REQUEST_CBIT,57,39", answering(Answers::Fail));
+    const auto report = bitReport(answers.at(1), {{39, Finding::Good}});
+    EXPECT_FALSE(report.bit_rollup());
+    EXPECT_TRUE(report.bit_components().at(0).error_received());
+    EXPECT_FALSE(report.bit_components().at(1).error_received());
 }

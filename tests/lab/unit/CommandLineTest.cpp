@@ -1,7 +1,10 @@
 #include "lab/unit/CommandLine.h"
 
+#include "tests/support/TemporaryDirectory.h"
+
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -77,10 +80,69 @@ TEST(CommandLineTest, OutputsHaveOffsetsServersAndMutes)
 TEST(CommandLineTest, CommandsKeepTheirTextUpToTheLastSign)
 {
     const Settings made = settings({"--command", "START_ZEROIZE@30", "--command", "A@B@0.5"});
-    ASSERT_EQ(made.commands.size(), 2U);
-    EXPECT_EQ(made.commands[0].text, "START_ZEROIZE");
-    EXPECT_EQ(made.commands[0].seconds, 30.0);
-    EXPECT_EQ(made.commands[1].text, "A@B");
+    ASSERT_EQ(made.events.size(), 2U);
+    EXPECT_EQ(made.events[0].what, Happening(SendCommand{"START_ZEROIZE"}));
+    EXPECT_EQ(made.events[0].seconds, 30.0);
+    EXPECT_EQ(made.events[1].what, Happening(SendCommand{"A@B"}));
+}
+
+TEST(CommandLineTest, ThreatsAndWarningsAreEvents)
+{
+    const Settings made = settings({"--threat", "bare az=90@5", "--warn", "6 OPEN @ NIGHT@8.5", "--warn", "7@9"});
+    ASSERT_EQ(made.events.size(), 3U);
+    EXPECT_EQ(made.events[0].what, Happening(ThreatReport{{{.azimuthDegrees = 90}}}));
+    EXPECT_EQ(made.events[0].seconds, 5.0);
+    EXPECT_EQ(made.events[1].what, Happening(Warning{6, "OPEN @ NIGHT"}));
+    EXPECT_EQ(made.events[1].seconds, 8.5);
+    EXPECT_EQ(made.events[2].what, Happening(Warning{7, ""}));
+}
+
+TEST(CommandLineTest, ScenarioIsRead)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("scenario", "at 5 gps-lost\nat 2 warn 7\n");
+    const Settings made = settings({"--scenario", file.c_str()});
+    ASSERT_EQ(made.events.size(), 2U);
+    EXPECT_EQ(made.events[0].what, Happening(Warning{7, ""}));
+    EXPECT_EQ(made.events[1].what, Happening(SetGps{true}));
+}
+
+TEST(CommandLineTest, ScenarioThatIsWrongIsNamedWithItsLineAndWord)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("scenario", "at 5 gps-lost\nat 8 wran 7\n");
+    const Read made = read({"--scenario", file.c_str()});
+    EXPECT_EQ(made.line.status, 2);
+    EXPECT_NE(made.err.find(file + ":2: 'wran' is nothing that happens: threat, warn,"), std::string::npos) << made.err;
+    EXPECT_NE(read({"--scenario", "/none"}).err.find("/none: can't be read"), std::string::npos);
+}
+
+TEST(CommandLineTest, RandomEventsAndTheirServers)
+{
+    const Settings made = settings({"--threat-rate", "0.5", "--warn-rate", "2", "--server", "5044=7", "--server",
+                                    "15051=8", "--server", "8504=9"});
+    EXPECT_EQ(made.threatRateHz, 0.5);
+    EXPECT_EQ(made.warningRateHz, 2.0);
+    EXPECT_EQ(made.warningServer, 7);
+    EXPECT_EQ(made.threatServer, 8);
+    EXPECT_EQ(of(made, Output::Report8504).server, 9);
+    EXPECT_EQ(settings({}).threatRateHz, 0.0);
+    EXPECT_EQ(settings({}).threatServer, 96);
+}
+
+TEST(CommandLineTest, FindingsTellHowAServerFails)
+{
+    const Settings made = settings({"--bit-fail", "39,38:silent,47:critical", "--bit-fail", "41:warning"});
+    EXPECT_EQ(made.findings,
+              (std::map<std::int32_t, Finding>{
+                  {38, Finding::Silent}, {39, Finding::Error}, {41, Finding::Warning}, {47, Finding::Critical}}));
+}
+
+TEST(CommandLineTest, AnswersAreANameOrAPair)
+{
+    EXPECT_EQ(settings({"--answers", "none,pass"}).answers, (Answers{Answers::First::None, Answers::Then::Pass}));
+    EXPECT_EQ(settings({"--answers", "nack"}).answers, (Answers{Answers::First::Nack, Answers::Then::None}));
+    EXPECT_EQ(settings({}).answers, (Answers{Answers::First::Ack, Answers::Then::Pass}));
 }
 
 TEST(CommandLineTest, EveryOtherOptionArrives)
@@ -141,7 +203,7 @@ TEST(CommandLineTest, EveryOtherOptionArrives)
     EXPECT_EQ(made.seed, 9U);
     EXPECT_EQ(made.utcSeconds, 1772323200);
     EXPECT_EQ(made.rateHz, 100.0);
-    EXPECT_EQ(made.failedComponents, (std::set<std::int32_t>{38, 39}));
+    EXPECT_EQ(made.findings, (std::map<std::int32_t, Finding>{{38, Finding::Error}, {39, Finding::Error}}));
     EXPECT_EQ(made.silentComponents, (std::set<std::string>{"GPS", "TARVO"}));
     EXPECT_EQ(made.eraseSeconds, 1.0);
     EXPECT_EQ(made.bitSeconds, 4.0);
@@ -163,7 +225,17 @@ TEST(CommandLineTest, WrongValueIsNamedWithItsOption)
         {{"--command", "X"}, "--command: 'X' is not of the form TEXT@SECONDS"},
         {{"--topics", "gps"}, "--topics: 'gps' is no output"},
         {{"--rate", "0"}, "--rate: Value 0 not in range"},
-        {{"--answers", "maybe"}, "--answers: 'maybe' is none of normal, none, nack, fail, ack-only"},
+        {{"--answers", "maybe"},
+         "--answers: 'maybe' is no pair such as ack,fail and none of normal, "
+         "none, nack, fail, ack-only"},
+        {{"--answers", "ack,maybe"}, "--answers: 'ack,maybe' does not end with one of pass, fail, none"},
+        {{"--threat", "jam"}, "--threat: 'jam' is not of the form TEXT@SECONDS"},
+        {{"--threat", "jma@5"}, "--threat: 'jma' is no kind of threat: jam, bare, no-bearing, ended"},
+        {{"--warn", "x@5"}, "--warn: 'x' has no whole number from 0 to 65535"},
+        {{"--warn", "7@-1"}, "--warn: '7@-1' has no number of seconds"},
+        {{"--bit-fail", "39:dead"}, "--bit-fail: '39:dead' does not end with one of good, warning, error, critical"},
+        {{"--silent", "GSP"}, "--silent: 'GSP' has no part numbers: Halvex, Sarvent, GPS, TARVOSW, TARVO, PNT-Q, "},
+        {{"--threat-rate", "-1"}, "--threat-rate: Value -1 not in range"},
         {{"--bogus"}, "--bogus"},
     };
     for (const auto& [arguments, expected] : wrongs) {

@@ -93,3 +93,25 @@ TEST_F(UnitSimProcessTest, WrongOptionIsRefusedInOneLine)
     EXPECT_EQ(process.wait(), (Ending{2, 0}));
     EXPECT_NE(process.errors().find("--rate"), std::string::npos);
 }
+
+TEST_F(UnitSimProcessTest, SummaryCountsTheFramesOfEvents)
+{
+    const std::string scenario =
+        m_directory.write("scenario", "at 0.1 warn 6 ANTENNA OPEN\nat 0.1 threat jam + bare\n");
+    ChildProcess process(command({"--duration", "0.5", "--scenario", scenario, "--warn", "7@0.2"}));
+    EXPECT_EQ(process.wait(), (Ending{0, 0})) << process.errors();
+    EXPECT_NE(process.output().find("unit-sim: sends the warning 6 ANTENNA OPEN\n"), std::string::npos);
+    EXPECT_NE(process.output().find("unit-sim: sends a threat report, lines of bearing: 2\n"), std::string::npos);
+    EXPECT_NE(process.output().find(" 8504, 2 5044, 1 15051\n"), std::string::npos) << process.output();
+}
+
+TEST_F(UnitSimProcessTest, LineOfAScenarioThatIsWrongIsRefusedInOneLine)
+{
+    const std::string scenario = m_directory.write("scenario", "at 1 gps-lost\nat 2 gps-bakc\n");
+    ChildProcess process(command({"--scenario", scenario}));
+    EXPECT_EQ(process.wait(), (Ending{2, 0}));
+    EXPECT_EQ(process.errors(),
+              "unit-sim: " + scenario +
+                  ":2: 'gps-bakc' is nothing that happens: threat, warn, gps-lost, gps-back, answers, "
+                  "silent, speaking, bit, command (unit-sim --help tells more)\n");
+}

@@ -2,12 +2,16 @@
 
 #include "ASPN/AspnHelper.h"
 #include "aspn2_msgs/AssuranceState.h"
+#include "ioss_mcsq/GssipTopicSerializer.h"
+#include "ioss_mcsq/ThreatData.h"
+#include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fcntl.h>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -15,6 +19,8 @@
 #include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
+#include <vector>
 
 using namespace unitsim;
 using namespace aspn2_msgs::idl;
@@ -111,6 +117,31 @@ protected:
     std::unique_ptr<Transport> m_listener;  // its callbacks use the above
     std::unique_ptr<UnitSim> m_unit;
     std::thread m_thread;
+};
+
+/// Where a queue of the unit is read. Held open, so that what is sent there stays.
+class Tap {
+public:
+    explicit Tap(const std::string& queue) : m_descriptor(open(queue.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~Tap() { close(m_descriptor); }
+    Tap(const Tap&) = delete;
+    Tap& operator=(const Tap&) = delete;
+
+    /// The next record; throws if none comes.
+    GSSIP next() const
+    {
+        std::vector<std::uint8_t> bytes(4096);
+        ssize_t count = 0;
+        const auto isRead = [&] { return (count = read(m_descriptor, bytes.data(), bytes.size())) > 0; };
+        GSSIP record;
+        GssipTopicSerializer serializer;
+        if (!eventually(isRead) || !serializer.Deserialize(bytes.data(), static_cast<std::uint32_t>(count), record))
+            throw std::runtime_error("no record comes");
+        return record;
+    }
+
+private:
+    int m_descriptor;
 };
 
 /// The times of validity of what arrived, by sequence number.
@@ -263,13 +294,127 @@ TEST_F(UnitSimTest, ScheduledCommandIsSent)
 {
     Inbox<CommandResponse> commands;
     listen("Command", commands);
-    m_settings.commands = {{"START_ZEROIZE", 0.3}};
+    m_settings.events = {{0.3, SendCommand{"START_ZEROIZE"}}};
     start();
     ASSERT_TRUE(commands.waitFor(1));
     end();
     m_listener.reset();  // before the inbox
     EXPECT_EQ(commands.items()[0].message.command_response(), "START_ZEROIZE");
     EXPECT_EQ(commands.items()[0].message.header().device_id(), 0x01350200);
+}
+
+TEST_F(UnitSimTest, ThreatReportGoesToTheQueueTowardsTheReceiver)
+{
+    m_settings.utcSeconds = 1772323200;
+    m_settings.events = {{0.25, ThreatReport{{{.azimuthDegrees = 90}}}}};
+    const Tap tap(m_settings.queuePrefix + "6");
+    start();
+    const GSSIP record = tap.next();
+    ThreatData report;
+    ASSERT_TRUE(report.OkSetContent(record.data().data(), static_cast<std::uint16_t>(record.data().size())));
+    EXPECT_EQ(record.num_bytes(), 212);
+    EXPECT_EQ(record.header().device_id(), 0x01600000);
+    EXPECT_TRUE(report.threat(0).isReported());
+    EXPECT_EQ(report.threat(0).Az, 90);
+    EXPECT_EQ(report.gpsTime(), 18.25);
+    EXPECT_NEAR(report.alt(), 92.0, 30.0);
+    EXPECT_EQ(end().threats, 1U);
+}
+
+TEST_F(UnitSimTest, WarningGoesToTheReceiversQueue)
+{
+    m_settings.outputs[indexOf(Output::Report8504)].enabled = false;
+    m_settings.events = {{0.1, Warning{6, "ANTENNA OPEN"}}};
+    const Tap tap(m_settings.queuePrefix + "5");
+    start();
+    const GSSIP record = tap.next();
+    ZentorM_5044_Msg warning;
+    ASSERT_TRUE(warning.ok_set_5044_gpsip(record.data().data(), static_cast<std::uint32_t>(record.data().size())));
+    warning.unpack_5044();
+    EXPECT_EQ(record.header().device_id(), 0x01270000);
+    EXPECT_EQ(std::uint16_t{warning.unpacked().warningNumber}, 6);
+    EXPECT_STREQ(warning.unpacked().warningText, "ANTENNA OPEN");
+    EXPECT_EQ(end().warnings, 1U);
+}
+
+TEST_F(UnitSimTest, FramesComeFromTheServersThatAreSet)
+{
+    m_settings.outputs[indexOf(Output::Report8504)].enabled = false;
+    m_settings.warningServer = 7;
+    m_settings.threatServer = 8;
+    m_settings.events = {{0.0, Warning{1, ""}}, {0.0, ThreatReport{{Threat()}}}};
+    const Tap fromReceiver(m_settings.queuePrefix + "5");
+    const Tap toReceiver(m_settings.queuePrefix + "6");
+    start();
+    EXPECT_EQ(fromReceiver.next().header().device_id(), 0x01070000);
+    EXPECT_EQ(toReceiver.next().header().device_id(), 0x01080000);
+}
+
+TEST_F(UnitSimTest, RandomFramesGoOn)
+{
+    m_settings.outputs[indexOf(Output::Report8504)].enabled = false;
+    m_settings.warningRateHz = 200.0;
+    m_settings.threatRateHz = 200.0;
+    const Tap fromReceiver(m_settings.queuePrefix + "5");
+    const Tap toReceiver(m_settings.queuePrefix + "6");
+    start();
+    for (std::int64_t sequence = 0; sequence < 20; ++sequence) {
+        EXPECT_EQ(fromReceiver.next().header().seq_num(), sequence);
+        EXPECT_EQ(toReceiver.next().num_bytes(), 212);
+    }
+    const Totals totals = end();
+    EXPECT_GE(totals.warnings, 20U);
+    EXPECT_GE(totals.threats, 20U);
+}
+
+TEST_F(UnitSimTest, GpsIsLostAndBackByEvents)
+{
+    m_settings.events = {{0.0, SetGps{true}}, {0.5, SetGps{false}}};
+    start();
+    ASSERT_TRUE(m_mis.waitFor(1));
+    const auto available = [&](std::size_t index) {
+        return m_mis.items().at(index).message.meas_types().at(0).meas_avail();
+    };
+    EXPECT_EQ(available(0), 0);
+    EXPECT_TRUE(eventually([&] { return available(m_mis.size() - 1) == 9; }));
+}
+
+TEST_F(UnitSimTest, AnswersChangeAsTheEventsHaveIt)
+{
+    m_settings.events = {{0.0, Answers{Answers::First::Nack, Answers::Then::Fail}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(1));
+    command("REQUEST_DESTROY");
+    ASSERT_TRUE(m_responses.waitFor(2));
+    EXPECT_EQ(m_responses.items()[0].message.command_response(), "REQUEST_DESTROY_NACK");
+    EXPECT_EQ(m_responses.items()[1].message.command_response(), "SYSTEM_DESTROY_FAIL");
+}
+
+TEST_F(UnitSimTest, ComponentFallsSilentAndAnotherSpeaksAgain)
+{
+    m_settings.silentComponents = {"Halvex"};
+    m_settings.events = {{0.0, SetSilence{"GPS", true}}, {0.0, SetSilence{"Halvex", false}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(1));
+    command("REQUEST_PARTNUMBERS");
+    ASSERT_TRUE(m_responses.waitFor(6));
+    std::set<std::int32_t> devices;
+    for (const auto& item : m_responses.items()) devices.insert(item.message.header().device_id());
+    EXPECT_EQ(devices,
+              (std::set<std::int32_t>{0x01350200, 0x01350201, 0x012F0200, 0x012F0202, 0x01310200, 0x01260200}));
+}
+
+TEST_F(UnitSimTest, BuiltInTestFindsWhatTheEventsHave)
+{
+    m_settings.events = {{0.0, SetFinding{38, Finding::Critical}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(1));
+    command("REQUEST_CBIT,39,38");
+    ASSERT_TRUE(m_reports.waitFor(1));
+    const BitReport report = m_reports.items()[0].message;
+    EXPECT_FALSE(report.bit_rollup());
+    EXPECT_FALSE(report.bit_components().at(0).critical_received());
+    EXPECT_TRUE(report.bit_components().at(1).critical_received());
 }
 
 TEST_F(UnitSimTest, FlagsAppearAndGoWithTheUnit)

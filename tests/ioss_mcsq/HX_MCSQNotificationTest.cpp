@@ -363,6 +363,36 @@ TEST_F(HX_MCSQNotificationTest, ASignalDoesNotEndTheThread)
     EXPECT_EQ(threadCount(), idleThreads + 1);
 }
 
+TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
+{
+    struct sigaction action {};
+    action.sa_handler = nothing;
+    sigaction(SIGUSR1, &action, nullptr);
+    std::atomic<int> thread = 0;
+    listener.afterwards = [&] { thread = static_cast<int>(syscall(SYS_gettid)); };
+    registerFor(open("A"));
+    device.send(message(0));
+    ASSERT_TRUE(eventually([&] { return thread != 0; }));
+
+    std::atomic<bool> isOver = false;
+    std::atomic<int> signals = 0;
+    std::thread storm([&] {
+        for (; !isOver; ++signals) {
+            syscall(SYS_tgkill, getpid(), thread.load(), SIGUSR1);
+            std::this_thread::sleep_for(std::chrono::microseconds(10));  // else a pause never ends
+        }
+    });
+    std::size_t sent = 1;
+    for (; sent < 500 || signals < 1000; ++sent) device.send(message(static_cast<std::uint8_t>(sent)));
+    EXPECT_TRUE(listener.hasHeard(sent));
+    isOver = true;
+    storm.join();
+    const auto heard = listener.messages();
+    ASSERT_EQ(heard.size(), sent);
+    for (std::size_t i = 0; i < sent; ++i) ASSERT_EQ(heard[i].second, message(static_cast<std::uint8_t>(i))) << i;
+    EXPECT_EQ(threadCount(), idleThreads + 1);
+}
+
 TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)
 {
     const long long handle = open("A");

@@ -32,7 +32,7 @@ constexpr const char* kProfiles = R"(<?xml version="1.0" encoding="UTF-8"?>
       <name>profile</name>
       <builtin>
         <discovery_config>
-          <leaseAnnouncement><sec>33</sec></leaseAnnouncement>
+          <leaseAnnouncement><sec>4</sec></leaseAnnouncement>
         </discovery_config>
       </builtin>
     </rtps>
@@ -49,7 +49,7 @@ constexpr const char* kProfiles = R"(<?xml version="1.0" encoding="UTF-8"?>
 </profiles>
 )";
 
-/// A working directory that has the file.
+/// Attributes as they are without the file, then a working directory that has it.
 struct ProfilesFileTest : testing::Test {
     ProfilesFileTest()
     {
@@ -58,6 +58,25 @@ struct ProfilesFileTest : testing::Test {
     }
     ~ProfilesFileTest() override { std::filesystem::current_path(before); }
 
+    /// Those of the transport below, but for the addresses of its parts.
+    static ParticipantAttributes ofParticipant()
+    {
+        ParticipantAttributes attributes = participantAttributes(settings(), "unit");
+        attributes.rtps.userTransports.clear();
+        return attributes;
+    }
+    static HX_TSS_Settings settings()
+    {
+        HX_TSS_Settings settings;
+        settings.domainId = ownDomain();
+        settings.historyDepth = 10;
+        settings.useTransport = "UDP";
+        return settings;
+    }
+
+    const ParticipantAttributes participant = ofParticipant();
+    const PublisherAttributes publisher = publisherAttributes(settings(), "Times", "aspn2_msgs::idl::UTCTime");
+    const SubscriberAttributes subscriber = subscriberAttributes(settings(), "Times", "aspn2_msgs::idl::UTCTime");
     const std::filesystem::path before = std::filesystem::current_path();
     const TemporaryDirectory directory;
 };
@@ -66,14 +85,6 @@ struct ProfilesFileTest : testing::Test {
 
 TEST_F(ProfilesFileTest, ChangesNothingOfOurs)
 {
-    HX_TSS_Settings settings;
-    settings.domainId = ownDomain();
-    settings.historyDepth = 10;
-    settings.useTransport = "UDP";
-    ParticipantAttributes participant = participantAttributes(settings, "unit");
-    const PublisherAttributes publisher = publisherAttributes(settings, "Times", "aspn2_msgs::idl::UTCTime");
-    const SubscriberAttributes subscriber = subscriberAttributes(settings, "Times", "aspn2_msgs::idl::UTCTime");
-
     const Transport transport(TransportConfig().set("UseTransport", "UDP").connect("Times", "UTCTime"));
     const auto front = transport.typed<UTCTime>();
     const long long id = transport.connect("Times");
@@ -83,14 +94,19 @@ TEST_F(ProfilesFileTest, ChangesNothingOfOurs)
     ASSERT_EQ(code, 0);
     front->Register_Callback(id, inbox.callback(), code);
     ASSERT_EQ(code, 0);
-    ParticipantAttributes profile;
-    Domain::getDefaultParticipantAttributes(profile);
-    ASSERT_EQ(profile.domainId, 77u);  // the library has read the file
 
-    ParticipantAttributes now = participantAttributes(settings, "unit");
-    now.rtps.userTransports.clear();  // compared as pointers
-    participant.rtps.userTransports.clear();
-    EXPECT_TRUE(now == participant);
+    // The library has read the file.
+    ParticipantAttributes ofParticipants;
+    Domain::getDefaultParticipantAttributes(ofParticipants);
+    ASSERT_EQ(ofParticipants.domainId, 77u);
+    PublisherAttributes ofPublishers;
+    Domain::getDefaultPublisherAttributes(ofPublishers);
+    ASSERT_EQ(ofPublishers.qos.m_publishMode.kind, ASYNCHRONOUS_PUBLISH_MODE);
+    SubscriberAttributes ofSubscribers;
+    Domain::getDefaultSubscriberAttributes(ofSubscribers);
+    ASSERT_EQ(ofSubscribers.qos.m_lifespan.duration, Duration_t(4, 0));
+
+    EXPECT_TRUE(ofParticipant() == participant);
     const auto& connection = transport->connectionMap_mutex_at(0);
     EXPECT_TRUE(connection.publisher->getAttributes() == publisher);
     EXPECT_TRUE(connection.subscriber->getAttributes() == subscriber);

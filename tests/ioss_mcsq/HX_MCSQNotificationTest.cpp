@@ -22,6 +22,7 @@
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -374,10 +375,9 @@ TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
     device.send(message(0));
     ASSERT_TRUE(eventually([&] { return thread != 0; }));
 
-    std::atomic<bool> isOver = false;
     std::atomic<int> signals = 0;
-    std::thread storm([&] {
-        for (; !isOver; ++signals) {
+    std::jthread storm([&](const std::stop_token& stop) {
+        for (; !stop.stop_requested(); ++signals) {
             syscall(SYS_tgkill, getpid(), thread.load(), SIGUSR1);
             std::this_thread::sleep_for(std::chrono::microseconds(10));  // else a pause never ends
         }
@@ -385,7 +385,7 @@ TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
     std::size_t sent = 1;
     for (; sent < 500 || signals < 1000; ++sent) device.send(message(static_cast<std::uint8_t>(sent)));
     EXPECT_TRUE(listener.hasHeard(sent));
-    isOver = true;
+    storm.request_stop();
     storm.join();
     const auto heard = listener.messages();
     ASSERT_EQ(heard.size(), sent);

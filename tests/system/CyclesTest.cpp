@@ -45,7 +45,7 @@ struct CyclesTest : testing::Test {
         desk.replace("Connections.xml", "<UseTransport>UDP<", "<UseTransport>SHM<");
     }
 
-    /// From its start to its end, by a signal once it publishes; false if it doesn't end well in time.
+    /// From its start to its end, by a signal while the bus has a client; false if it doesn't run, or end well.
     static bool cycle()
     {
         exitFlag = 0;
@@ -57,7 +57,6 @@ struct CyclesTest : testing::Test {
         });
         {
             Bus bus;
-            bus.awaitTell("available-outputs");
             const bool isRunning = eventually([] {
                 struct sigaction now = {};
                 return sigaction(SIGINT, nullptr, &now) == 0 && now.sa_handler == SignalHandler;
@@ -84,7 +83,6 @@ TEST_F(CyclesTest, TwoHundredInOneProcessLeaveNothingBehind)
         ASSERT_EQ(descriptorCount(), descriptors) << i;
         ASSERT_EQ(threadCount(), threads) << i;
         ASSERT_TRUE(fs::is_empty("/dev/shm")) << i;
-        ASSERT_FALSE(fs::exists("/tmp/bus")) << i;
     }
     // The health reporter of the process keeps the two configuration events of each service, which repeat for ever.
     EXPECT_LT(heapBytes(), heap + 512 * (kCycles - kWarmUp));

@@ -205,6 +205,15 @@ TEST(TransportSettingsTest, TcpClientHasOnePeerAndListensNowhere)
     EXPECT_EQ(rtps::IPLocator::toIPv4string(peer), "10.0.0.2");
 }
 
+TEST(TransportSettingsTest, TcpClientOfASecondAttemptHasThePeerOnceToo)
+{
+    const HX_TSS_Settings settings = settingsOf("TCP_Client");
+    participantAttributes(settings, "unit");
+    const ParticipantAttributes second = participantAttributes(settings, "unit");
+    EXPECT_EQ(second.rtps.builtin.initialPeersList.size(), 1u);
+    EXPECT_EQ(second.rtps.userTransports.size(), 1u);
+}
+
 TEST(TransportSettingsTest, TcpServerListensAndHasNoPeer)
 {
     const ParticipantAttributes attributes = participantAttributes(settingsOf("TCP_Server"), "unit");

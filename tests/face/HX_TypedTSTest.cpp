@@ -437,6 +437,19 @@ TEST_F(HX_TypedTSTest, WhatACallbackThrowsComesOutOfTheWrite)
     EXPECT_EQ(code, 0);
 }
 
+TEST_F(HX_TypedTSTest, ExceptionOfACallbackInThisProcessIsTheSendersResult)
+{
+    start();
+    registerSender(*times, 0);
+    registerCallback<UTCTime>(*times, 0, [](auto&&...) { throw std::runtime_error("thrown by the callback"); });
+    ASSERT_TRUE(transport->waitForSubscribers(0));
+    ASSERT_TRUE(transport->waitForPublishers(0));
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(send(*times, 0, week(1)), 11);
+    EXPECT_EQ(send(*times, 0, week(2)), 11);
+    EXPECT_EQ(console.flushed(), "thrown by the callback\nthrown by the callback\n");
+}
+
 TEST_F(HX_TypedTSTest, ThrownThingOfNoKnownKindIsNoAction)
 {
     start();

@@ -195,6 +195,7 @@ private:
 };
 
 class TwoProcesses : public ::testing::TestWithParam<Network> {};
+class ThrowingCallback : public ::testing::TestWithParam<Network> {};
 class LateJoiner : public ::testing::TestWithParam<Network> {};
 class ReliableLateJoiner : public ::testing::TestWithParam<Network> {};  // only these have a history to give
 
@@ -272,6 +273,28 @@ TEST_P(LateJoiner, GetsNoHistoryUnasked)
     EXPECT_THAT(weeksOf(reader.inbox()), Each(1000));
 }
 
+TEST_P(ThrowingCallback, OnAReceiveThreadEndsTheProcess)
+{
+    const Network& network = GetParam();
+    TransportConfig config = configOf(network).connect("Times", "UTCTime");
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("peer.xml", config.set("UseTransport", network.there).text());
+    ChildProcess peer({TRANSPORT_PEER, "throws", path});
+    ASSERT_TRUE(eventually([&] { return peer.output() == "ready\n"; }));  // over TCP the client is first
+    const Transport transport(config.set("UseTransport", network.here));
+    const auto front = transport.typed<UTCTime>();
+    const long long times = transport.connect("Times");
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    front->Register_Sender(times, code);
+    ASSERT_TRUE(transport.waitForSubscribers(times));
+    ASSERT_TRUE(eventually([&] {
+        EXPECT_EQ(front->write(times, UTCTime()), 0);  // here nothing comes back
+        return eventually([&] { return peer.errors().find("thrown by the callback") != std::string::npos; },
+                          std::chrono::milliseconds(200));
+    }));
+    EXPECT_EQ(peer.wait(), (ChildProcess::Ending{-1, SIGABRT}));
+}
+
 /// A peer on another DDS product. Its topics are of the names that the catalogue gives.
 class ForeignPeer : public ::testing::Test {
 protected:
@@ -318,6 +341,7 @@ INSTANTIATE_TEST_SUITE_P(Transports, TwoProcesses,
                          ::testing::Values(kShm, kUdp, kTcp, kTcpClientHere, kShmDepthOne, kUdpDepthOne, kShmBestEffort,
                                            kUdpBestEffort),
                          nameOf);
+INSTANTIATE_TEST_SUITE_P(Transports, ThrowingCallback, ::testing::Values(kShm, kUdp, kTcp), nameOf);
 INSTANTIATE_TEST_SUITE_P(Transports, LateJoiner,
                          ::testing::Values(kShm, kUdp, kTcp, kShmDepthOne, kUdpDepthOne, kShmBestEffort,
                                            kUdpBestEffort),

@@ -3,6 +3,7 @@
 //     transport_peer echo CONFIG       sends whatever arrives on "To<Type>" back on "From<Type>", for all nine types
 //     transport_peer samples CONFIG N  publishes UTCTime 1 to N (its gps_week) on "Times", and one more, 1000, whenever it
 //                                      is sent SIGUSR1
+//     transport_peer throws CONFIG     subscribes to UTCTime on "Times" with a callback that throws
 //
 // Says "ready" when that is set up, and ends, orderly, when it is sent SIGTERM.
 
@@ -80,6 +81,17 @@ void runSamples(const std::string& config, int count, const sigset_t& signals)
     run(signals, [&] { publish(1000); });
 }
 
+void runThrows(const std::string& config, const sigset_t& signals)
+{
+    const Transport transport(config, "peer");
+    const auto front = transport.typed<UTCTime>();
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    front->Register_Callback(
+        transport.connect("Times"), [](auto&&...) { throw std::runtime_error("thrown by the callback"); }, code);
+    check(code);
+    run(signals, [] {});
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -95,6 +107,8 @@ int main(int argc, char** argv)
             runEcho(argv[2], signals);
         else if (role == "samples" && argc > 3)
             runSamples(argv[2], std::stoi(argv[3]), signals);
+        else if (role == "throws")
+            runThrows(argv[2], signals);
         else
             throw std::runtime_error("which role?");
         return 0;

@@ -22,6 +22,7 @@
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -360,6 +361,35 @@ TEST_F(HX_MCSQNotificationTest, ASignalDoesNotEndTheThread)
     }
     device.send(message(1));
     EXPECT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(threadCount(), idleThreads + 1);
+}
+
+TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
+{
+    struct sigaction action {};
+    action.sa_handler = nothing;
+    sigaction(SIGUSR1, &action, nullptr);
+    std::atomic<int> thread = 0;
+    listener.afterwards = [&] { thread = static_cast<int>(syscall(SYS_gettid)); };
+    registerFor(open("A"));
+    device.send(message(0));
+    ASSERT_TRUE(eventually([&] { return thread != 0; }));
+
+    std::atomic<int> signals = 0;
+    std::jthread storm([&](const std::stop_token& stop) {
+        for (; !stop.stop_requested(); ++signals) {
+            syscall(SYS_tgkill, getpid(), thread.load(), SIGUSR1);
+            std::this_thread::sleep_for(std::chrono::microseconds(10));  // else a pause never ends
+        }
+    });
+    std::size_t sent = 1;
+    for (; sent < 500 || signals < 1000; ++sent) device.send(message(static_cast<std::uint8_t>(sent)));
+    EXPECT_TRUE(listener.hasHeard(sent));
+    storm.request_stop();
+    storm.join();
+    const auto heard = listener.messages();
+    ASSERT_EQ(heard.size(), sent);
+    for (std::size_t i = 0; i < sent; ++i) ASSERT_EQ(heard[i].second, message(static_cast<std::uint8_t>(i))) << i;
     EXPECT_EQ(threadCount(), idleThreads + 1);
 }
 

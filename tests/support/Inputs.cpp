@@ -23,6 +23,21 @@ void sendFrame(const Desk& desk, unsigned queue, aspn2_msgs::idl::GSSIP record, 
     desk.send(queue, bytes);
 }
 
+void sendReport(const Desk& desk, const aspn2_msgs::idl::GSSIP& record, const unpacked_msg8504_t& report)
+{
+    struct Sink : IWriteByteStreams {
+        void write(const std::uint8_t* from, std::size_t length) override { bytes.assign(from, from + length); }
+        std::vector<std::uint8_t> bytes;
+    };
+    ZentorM_8504_Msg message;
+    message.unpacked() = report;
+    message.pack_8504();
+    Sink frame;
+    message.WriteMessage(&frame);
+
+    sendFrame(desk, 5, record, frame.bytes);
+}
+
 Inputs::Inputs(const Desk& desk) : m_desk(desk)
 {
     const auto stamp = [](auto& record, std::uint8_t server) {
@@ -55,17 +70,7 @@ void Inputs::sendAll() const
 
 void Inputs::sendReceiver() const
 {
-    struct Sink : IWriteByteStreams {
-        void write(const std::uint8_t* from, std::size_t length) override { bytes.assign(from, from + length); }
-        std::vector<std::uint8_t> bytes;
-    };
-    ZentorM_8504_Msg message;
-    message.unpacked() = report;
-    message.pack_8504();
-    Sink frame;
-    message.WriteMessage(&frame);
-
-    sendFrame(m_desk, 5, receiver, frame.bytes);
+    sendReport(m_desk, receiver, report);
 }
 
 void Inputs::addMeasurements(std::int32_t set, std::int32_t available, std::int32_t used)

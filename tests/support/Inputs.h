@@ -79,6 +79,9 @@ void validAt(Record& record, std::int64_t seconds, std::int32_t nanoseconds = 0)
 /// Puts a record with this frame into queue 5 or 6.
 void sendFrame(const Desk& desk, unsigned queue, aspn2_msgs::idl::GSSIP record, const std::vector<std::uint8_t>& frame);
 
+/// Puts such a record into queue 5, its frame an 8504 with this report.
+void sendReport(const Desk& desk, const aspn2_msgs::idl::GSSIP& record, const unpacked_msg8504_t& report);
+
 /// The six inputs of the blended navigation, valid at the same time, from servers that the sample configuration accepts.
 /// Sends them from a participant of its own.
 class Inputs {

@@ -103,14 +103,20 @@ TEST_F(EndSystemTest, RequestThatWaitsForAnAnswerDelaysTheEndOnly)
     EXPECT_EQ(entries("/dev/shm"), Names());
 }
 
-TEST_F(EndSystemTest, TwentyCyclesLeaveNothingBehind)
+/// A share of two hundred starts and ends; shares may run side by side.
+struct CyclesSystemTest : EndSystemTest, testing::WithParamInterface<int> {};
+
+TEST_P(CyclesSystemTest, TwentyFiveLeaveNothingBehind)
 {
-    for (int cycle = 0; cycle < 20; ++cycle) {
+    const Names before = processes();
+    for (int cycle = 0; cycle < 25; ++cycle) {
         desk.run().send(SIGTERM);
         ASSERT_EQ(desk.service().wait(), Ending({0, 0})) << cycle;
         ASSERT_TRUE(desk.service().output().ends_with(exitLine(15))) << cycle;
         ASSERT_EQ(desk.service().errors(), "") << cycle;
         ASSERT_EQ(entries("/dev/shm"), Names()) << cycle;
         ASSERT_EQ(entries("/tmp"), unitsFiles) << cycle;
+        ASSERT_EQ(processes(), before) << cycle;
     }
 }
+INSTANTIATE_TEST_SUITE_P(OfTwoHundred, CyclesSystemTest, testing::Range(0, 8));

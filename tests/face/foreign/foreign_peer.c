@@ -6,9 +6,8 @@
  * sent on "FromUTCTime". Says "ready" when that is set up, and ends when it is sent SIGTERM. */
 
 #include "command.h"
+#include "foreign_network.h"
 #include "navigation.h"
-
-#include <dds/dds.h>
 
 #include <signal.h>
 #include <stdio.h>
@@ -25,15 +24,6 @@ static void onSignal(int signal)
         s_stop = 1;
     else
         s_dispose = 1;
-}
-
-static dds_entity_t check(dds_entity_t entity, const char* what)
-{
-    if (entity < 0) {
-        fprintf(stderr, "foreign_peer: %s: %s\n", what, dds_strretcode(entity));
-        exit(1);
-    }
-    return entity;
 }
 
 struct Echo {
@@ -73,14 +63,7 @@ int main(int argc, char** argv)
     if (argc != 2) return 2;
     signal(SIGTERM, onSignal);
     signal(SIGUSR1, onSignal);
-    setenv("CYCLONEDDS_URI",
-           "<Domain><General><Interfaces><NetworkInterface address='127.0.0.1'/></Interfaces></General>"
-           "<Discovery><ParticipantIndex>auto</ParticipantIndex>"
-           "<MaxAutoParticipantIndex>100</MaxAutoParticipantIndex>"
-           "<Peers><Peer Address='127.0.0.1'/></Peers></Discovery></Domain>",
-           1);
-    const dds_entity_t participant =
-        check(dds_create_participant((dds_domainid_t)strtoul(argv[1], NULL, 10), NULL, NULL), "participant");
+    const dds_entity_t participant = foreignParticipant(argv[1]);
 
     dds_qos_t* qos = dds_create_qos();
     dds_qset_reliability(qos, DDS_RELIABILITY_RELIABLE, DDS_SECS(10));

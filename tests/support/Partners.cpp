@@ -11,7 +11,15 @@ bool isOfService(const aspn2_msgs::idl::CommandResponse& command)
     return (command.header().device_id() & 0xFF0000) == (kService & 0xFF0000);
 }
 
+std::string withBackFill(const Desk& desk)
+{
+    desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
+    return "/opt/halvex/config/Connections.xml";
+}
+
 }  // namespace
+
+Partners::Partners(const Desk& desk) : m_transport(withBackFill(desk), "partners") {}
 
 bool Partners::waitForService() const
 {

@@ -14,12 +14,15 @@
 /// The other services of the unit, as far as they talk in commands and responses, played by a test: they hear what the
 /// service commands and reports, and answer what the test says. To be there before the service is started.
 ///
-///     Partners partners;
+///     Partners partners(desk);
 ///     desk.run();
 ///     ASSERT_TRUE(partners.waitForService());
 class Partners {
 public:
     using BitReport = aspn2_msgs::idl::BitReport;
+
+    /// Has the unit's topics hold their samples for late listeners, so that none is lost while all find each other.
+    explicit Partners(const Desk& desk);
 
     /// Waits until the service hears and is heard.
     bool waitForService() const;
@@ -40,6 +43,7 @@ public:
     void report(BitReport report, std::int32_t from = deviceId(32) | 1) const;
 
     /// Waits until an event has come whose text has these words, and tells the type of the first one; -1 if none comes.
+    /// The service sends ten a second at most, and some are lost when more wait than it keeps.
     int typeOfEvent(const std::string& words) const;
     std::size_t events(const std::string& words) const;
 
@@ -47,7 +51,7 @@ private:
     using CommandResponse = aspn2_msgs::idl::CommandResponse;
     using EventLog = aspn2_msgs::idl::EventLog;
 
-    Transport m_transport{"/opt/halvex/config/Connections.xml", "partners"};
+    const Transport m_transport;
     Subscriber<EventLog> m_events{m_transport, "EventLog"};
     Subscriber<CommandResponse> m_heard{m_transport, "Command"};
     Publisher<CommandResponse> m_commands{m_transport, "Command"};

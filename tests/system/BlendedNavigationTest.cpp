@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -297,6 +298,11 @@ constexpr Source kSources[] = {
     {"MIS", "PARAM_6", ": cbMeasurementIncorporationStatus : ", &nameSourceOf<&Inputs::mis>, &Inputs::sendMis},
     {"PNT", "PARAM_7", ": cbHalvexPNT : ", &nameSourceOf<&Inputs::pnt>, &Inputs::sendPnt},
 };
+
+void PrintTo(const Source& source, std::ostream* to)
+{
+    *to << source.name;
+}
 
 struct SourceSystemTest : BlendedNavigationSystemTest, testing::WithParamInterface<Source> {};
 

@@ -77,7 +77,7 @@ struct ClearDataSystemTest : testing::Test {
     }
 
     Desk desk;
-    Partners partners;
+    Partners partners{desk};
     std::optional<Bus> bus;
 };
 
@@ -125,15 +125,15 @@ TEST_F(ClearDataSystemTest, AckAndPassBackToBackAreOneWholeOperation)
         partners.respond("REQUEST_ZEROIZE_ACK");
         partners.respond("SYSTEM_ZEROIZE_PASS");
         ASSERT_EQ(answer.get().at("returned"), 1);
-        ASSERT_TRUE(eventually([&] { return partners.events("Result was SYSTEM_ZEROIZE_PASS") == round; }));
+        ASSERT_TRUE(desk.awaitOutput("warning message ID 22, ", round));
     }
     const Json told = warnings(20);
     ASSERT_EQ(told.size(), 20U);
     for (const Json& warning : told) EXPECT_EQ(warning.at("warningId"), 22);
-    EXPECT_EQ(partners.events("Received Ack."), 20U);
-    EXPECT_EQ(partners.events("NACK"), 0U);
-    EXPECT_EQ(partners.events("timed out"), 0U);
-    EXPECT_EQ(partners.events("ignored"), 0U);
+    EXPECT_EQ(desk.count("Received Ack. "), 20U);
+    EXPECT_EQ(desk.count("NACK"), 0U);
+    EXPECT_EQ(desk.count("timed out"), 0U);
+    EXPECT_EQ(desk.count("ignored"), 0U);
 }
 
 TEST_F(ClearDataSystemTest, SecondRequestIsIgnoredWhileTheFirstWaits)

@@ -157,6 +157,7 @@ TEST_F(FaultConsoleSystemTest, ModesOfOtherServicesAreRefusedAndOtherKeysDoNothi
 TEST_F(FaultConsoleSystemTest, DisabledTellsLeaveOutThePublicationsAndNothingElse)
 {
     desk.set("Debug", "true");
+    desk.set("PARAM_1", "false");
     Inputs inputs(desk);
     begin();
     ASSERT_TRUE(inputs.waitForService());

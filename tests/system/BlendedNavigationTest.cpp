@@ -256,25 +256,6 @@ TEST_F(BlendedNavigationSystemTest, SixFreshInputsAreNeededAfterEachPublication)
     EXPECT_EQ(published().at("record").at("gpsSeconds"), 2.0);
 }
 
-TEST_F(BlendedNavigationSystemTest, OnlyTheConfiguredSourceIsTaken)
-{
-    desk.set("PARAM_4", "5");
-    begin();
-    setSecond(1);
-    inputs.sendAll();  // the navigator's
-    for (const char* handler : {"cbUTCTime", "cbHalvexPNT", "cbMeasurement", "cbAssuranceState", "cbZentorGssip"})
-        ASSERT_TRUE(desk.awaitOutput(std::string(": ") + handler)) << handler;
-    ASSERT_TRUE(desk.awaitTurns());
-    EXPECT_EQ(desk.count(": Messages received: "), 0U);
-    EXPECT_EQ(desk.count(": cbPVA : "), 0U);
-
-    inputs.pva.header().device_id(deviceId(5));
-    inputs.sendPva();
-    EXPECT_EQ(published().at("record").at("gpsSeconds"), 1.0);
-    EXPECT_EQ(desk.count("message received from HalvexNavigator, server ID = 96\n"), 4U);
-    EXPECT_TRUE(desk.awaitOutput("Velocity Attitude message received from (unknown ID 5), server ID = 5\n"));
-}
-
 namespace {
 
 /// An input whose source is configured.
@@ -333,6 +314,7 @@ TEST_P(SourceSystemTest, OnlyTheConfiguredOneIsTakenAndTheOthersAreNotBound)
     EXPECT_EQ(published().at("record").at("gpsSeconds"), 1.0);
     EXPECT_EQ(desk.count(source.handler), 1U);
     EXPECT_EQ(desk.count("message received from (unknown ID 5), server ID = 5\n"), 1U);
+    EXPECT_EQ(desk.count("message received from HalvexNavigator, server ID = 96\n"), 4U);
 }
 
 TEST_F(BlendedNavigationSystemTest, FramesOfAReceiverThatIsNotNamedAreDropped)

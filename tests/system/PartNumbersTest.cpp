@@ -144,11 +144,13 @@ TEST_F(PartNumbersSystemTest, ConfigurationRequestEndsWithTheLastAnswer)
 {
     beginCollecting();
     for (std::size_t i = 1; i < std::size(kExpected); ++i) tell(kExpected[i]);
+    const auto asked = std::chrono::steady_clock::now();
     auto answer = std::async(std::launch::async, [] { return Bus().request({{"request", "system-configuration"}}); });
     ASSERT_TRUE(desk.awaitOutput("Responses received count = 6\n", desk.count("Responses received count = 6\n") + 3));
     EXPECT_EQ(answer.wait_for(0s), std::future_status::timeout);
     tell(kExpected[0]);
     EXPECT_TRUE(answer.get().at("ok"));
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, 12s);
     EXPECT_EQ(partners.events("Complete set of part numbers was not available"), 0U);
 }
 
@@ -196,6 +198,7 @@ TEST_F(PartNumbersSystemTest, FinishedCollectionStaysOverAfterASanitize)
     bus->awaitTell("system-configuration", [](const Json& line) { return line.at("record").at("systemName") == ""; });
     ASSERT_TRUE(desk.awaitOutput("Post IS Complete!\n", desk.count("Post IS Complete!\n") + 3));
     EXPECT_EQ(partners.commands(), 1U);
+    EXPECT_EQ(Bus().awaitTell("system-configuration").at("record").at("systemName"), "");
     EXPECT_TRUE(bus->request({{"request", "system-configuration"}}).at("ok"));
     EXPECT_EQ(partners.events("Complete set of part numbers was not available"), 0U);
 }

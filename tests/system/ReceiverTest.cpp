@@ -78,9 +78,11 @@ struct ReceiverSystemTest : testing::Test {
             .at("warnings");
     }
 
-    Json threats()
+    Json threats() { return threats(*bus); }
+
+    static Json threats(Bus& from)
     {
-        return bus->awaitTell("navwar-sa", [](const Json& tell) { return !tell.at("record").at("threats").empty(); })
+        return from.awaitTell("navwar-sa", [](const Json& tell) { return !tell.at("record").at("threats").empty(); })
             .at("record")
             .at("threats");
     }
@@ -210,6 +212,7 @@ TEST_F(ReceiverSystemTest, OnlyNamedSourcesAreHeardOnBothRoads)
 {
     desk.set("PARAM_5", "5,300");  // the latter is 44
     begin();
+    Bus threatsBus;
     for (const std::uint8_t source : {std::uint8_t{39}, std::uint8_t{96}, std::uint8_t{5}, std::uint8_t{44}}) {
         record.header().device_id(deviceId(source));
         sendFrame(desk, kToReceiver, record, threatFrame({{source, 0}}));
@@ -223,7 +226,7 @@ TEST_F(ReceiverSystemTest, OnlyNamedSourcesAreHeardOnBothRoads)
     ASSERT_EQ(told.size(), 2U);
     EXPECT_EQ(text(told[0]), "FROM  105 ");
     EXPECT_EQ(text(told[1]), "FROM  144 ");
-    EXPECT_DOUBLE_EQ(threats().at(0).at("azimuth_rad").get<double>(), 0.087266462599716477);  // 5 degrees
+    EXPECT_DOUBLE_EQ(threats(threatsBus).at(0).at("azimuth_rad").get<double>(), 0.087266462599716477);  // 5 degrees
 }
 
 TEST_F(ReceiverSystemTest, WithoutANamedSourceNothingIsHeard)

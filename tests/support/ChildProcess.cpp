@@ -1,6 +1,7 @@
 #include "tests/support/ChildProcess.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <spawn.h>
 #include <stdexcept>
@@ -22,14 +23,14 @@ bool isInMask(pid_t process, const std::string& field, int signal)
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments)
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std::string& input)
 {
     int output[2], errors[2];
     if (pipe(output) != 0 || pipe(errors) != 0) throw std::runtime_error("cannot make a pipe");
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", 0, 0);
+    posix_spawn_file_actions_addopen(&actions, 0, input.c_str(), O_RDONLY | O_NOCTTY, 0);
     posix_spawn_file_actions_adddup2(&actions, output[1], 1);
     posix_spawn_file_actions_adddup2(&actions, errors[1], 2);
     for (const int descriptor : {output[0], output[1], errors[0], errors[1]})

@@ -22,7 +22,8 @@ public:
     };
 
     /// @param arguments  the program's path first
-    explicit ChildProcess(const std::vector<std::string>& arguments);
+    /// @param input      what its standard input is
+    explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = "/dev/null");
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

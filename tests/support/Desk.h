@@ -91,6 +91,12 @@ public:
     /// Whether the service has this file open.
     bool isOpenByService(const std::string& path) const;
 
+    /// Has the service, once it is started, read its standard input there.
+    void setInput(const std::string& path) { m_input = path; }
+
+    /// Tells the whole unit that its self test is complete.
+    void completeSelfTest() const;
+
     /// Starts the service, with more variables of its environment: "NAME=value". One at a time.
     ChildProcess& start(const std::vector<std::string>& environment = {});
 
@@ -114,6 +120,7 @@ private:
     int queueOf(unsigned queue) const;
 
     int m_queues[2] = {-1, -1};
+    std::string m_input = "/dev/null";
     std::optional<ChildProcess> m_service;
 };
 

@@ -28,7 +28,7 @@ public:
         if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("no publisher " + name);
     }
 
-    bool waitForSubscriber() const { return m_transport.waitForSubscribers(m_id); }
+    bool waitForSubscriber(int count = 1) const { return m_transport.waitForSubscribers(m_id, count); }
 
     void send(const T& record) const
     {
@@ -48,18 +48,24 @@ private:
 template <class T>
 class Subscriber {
 public:
-    Subscriber(const Transport& transport, const std::string& name) : m_front(transport.typed<T>())
+    Subscriber(const Transport& transport, const std::string& name)
+        : m_transport(transport), m_front(transport.typed<T>()), m_id(transport.connect(name))
     {
         auto code = FACE::RETURN_CODE_TYPE::NO_ACTION;
-        m_front->Register_Callback(transport.connect(name), m_inbox.callback(), code);
+        m_front->Register_Callback(m_id, m_inbox.callback(), code);
         if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("no subscriber " + name);
     }
 
     Inbox<T>& inbox() { return m_inbox; }
+    const Inbox<T>& inbox() const { return m_inbox; }
+
+    bool waitForPublisher(int count = 1) const { return m_transport.waitForPublishers(m_id, count); }
 
 private:
+    const Transport& m_transport;
     Inbox<T> m_inbox;
     std::shared_ptr<FACE::TSS::Details::HX_TypedTS<T>> m_front;
+    long long m_id;
 };
 
 /// A device id of the unit's system.

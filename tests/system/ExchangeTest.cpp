@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -363,6 +364,16 @@ TEST_F(ReportSystemTest, SavedVclReplacesTheFile)
     Bus bus;
     EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 0);
     EXPECT_EQ(readFile("/opt/halvex/config/APNT_VCL_1_9.xml"), "<new/>");
+}
+
+TEST_F(ReportSystemTest, VclThatCantBeWrittenIsAnsweredWithAnError)
+{
+    desk.run();
+    Bus bus;
+    const std::filesystem::path vcl = "/opt/halvex/config/APNT_VCL_1_9.xml";
+    std::filesystem::remove(vcl);
+    std::filesystem::create_directory(vcl);
+    EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 1);
 }
 
 TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersName)

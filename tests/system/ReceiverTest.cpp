@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -77,9 +78,11 @@ struct ReceiverSystemTest : testing::Test {
             .at("warnings");
     }
 
-    Json threats()
+    Json threats() { return threats(*bus); }
+
+    static Json threats(Bus& from)
     {
-        return bus->awaitTell("navwar-sa", [](const Json& tell) { return !tell.at("record").at("threats").empty(); })
+        return from.awaitTell("navwar-sa", [](const Json& tell) { return !tell.at("record").at("threats").empty(); })
             .at("record")
             .at("threats");
     }
@@ -164,4 +167,78 @@ TEST_F(ReceiverSystemTest, LengthsThatAreNotTrueAreDropped)
     ASSERT_TRUE(desk.waitUntilTaken(kFromReceiver));
     sendFrame(desk, kFromReceiver, record, warningFrame(6, "THE FIRST TOLD"));
     EXPECT_EQ(warning().at(0).at("customText"), "THE FIRST TOLD");
+}
+
+TEST_F(ReceiverSystemTest, OfFiftyOneWarningsTheLatestFiftyAreTold)
+{
+    begin();
+    for (int i = 10; i < 61; ++i) sendFrame(desk, kFromReceiver, record, warningFrame(6, "W " + std::to_string(i)));
+    const auto isComplete = [](const Json& tell) {
+        const Json& told = tell.at("record").at("warnings");
+        return !told.empty() && told.back().at("customText") == "W 60";
+    };
+    for (int again = 0; again < 2; ++again) {  // the list stays
+        const Json told = bus->awaitTell("warning-messages", isComplete).at("record").at("warnings");
+        ASSERT_EQ(told.size(), 50U);
+        EXPECT_EQ(told[0].at("customText"), "W 11");
+    }
+}
+
+TEST_F(ReceiverSystemTest, ThreatsWarningsAndStatusFlowBesideEachOther)
+{
+    Inputs inputs(desk);
+    begin();
+    ASSERT_TRUE(inputs.waitForService());
+    Bus threatsBus, warningsBus;
+    for (std::int16_t round = 1; round <= 3; ++round) {
+        sendFrame(desk, kToReceiver, record, threatFrame({{0, round}}));
+        sendFrame(desk, kFromReceiver, record, warningFrame(static_cast<std::uint16_t>(6 + round), ""));
+        inputs.utcTime.gps_tow_sec(round);
+        inputs.sendAll();
+        bus->awaitTell("blended-navigation",
+                       [&](const Json& tell) { return tell.at("record").at("gpsSeconds") == round; });
+        threatsBus.awaitTell("navwar-sa", [&](const Json& tell) {
+            const Json& told = tell.at("record").at("threats");
+            return told.size() == 1 && told[0].at("elevation_rad") > 0.017 * round;
+        });
+        warningsBus.awaitTell("warning-messages", [&](const Json& tell) {
+            const Json& told = tell.at("record").at("warnings");
+            return std::ranges::any_of(told, [&](const Json& entry) { return entry.at("warningId") == 4 + round; });
+        });
+    }
+}
+
+TEST_F(ReceiverSystemTest, OnlyNamedSourcesAreHeardOnBothRoads)
+{
+    desk.set("PARAM_5", "5,300");  // the latter is 44
+    begin();
+    Bus threatsBus;
+    for (const std::uint8_t source : {std::uint8_t{39}, std::uint8_t{96}, std::uint8_t{5}, std::uint8_t{44}}) {
+        record.header().device_id(deviceId(source));
+        sendFrame(desk, kToReceiver, record, threatFrame({{source, 0}}));
+        sendFrame(desk, kFromReceiver, record, warningFrame(6, "FROM  " + std::to_string(100 + source) + " "));
+    }
+    const auto text = [](const Json& entry) { return entry.at("customText").get<std::string>(); };
+    const Json told = bus->awaitTell("warning-messages",
+                                     [](const Json& tell) { return tell.at("record").at("warnings").size() >= 2; })
+                          .at("record")
+                          .at("warnings");
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_EQ(text(told[0]), "FROM  105 ");
+    EXPECT_EQ(text(told[1]), "FROM  144 ");
+    EXPECT_DOUBLE_EQ(threats(threatsBus).at(0).at("azimuth_rad").get<double>(), 0.087266462599716477);  // 5 degrees
+}
+
+TEST_F(ReceiverSystemTest, WithoutANamedSourceNothingIsHeard)
+{
+    desk.set("PARAM_5", "0");
+    begin();
+    Bus threatsBus;
+    sendFrame(desk, kToReceiver, record, threatFrame({{1, 0}}));
+    sendFrame(desk, kFromReceiver, record, warningFrame(7, ""));
+    ASSERT_TRUE(desk.waitUntilTaken(kFromReceiver) && desk.waitUntilTaken(kToReceiver));
+    for (int tells = 0; tells < 3; ++tells) {
+        EXPECT_EQ(bus->awaitTell("warning-messages").at("record").at("warnings"), Json::array());
+        EXPECT_EQ(threatsBus.awaitTell("navwar-sa").at("record").at("threats"), Json::array());
+    }
 }

@@ -2,10 +2,9 @@
 #include "tests/support/Desk.h"
 #include "tests/support/Partners.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <optional>
@@ -15,8 +14,6 @@
 
 using Json = Bus::Json;
 using aspn2_msgs::idl::BitReport;
-using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include <future>
 #include <optional>
 #include <string>
-#include <vector>
 
 using Json = Bus::Json;
 using namespace std::chrono_literals;
@@ -56,7 +55,7 @@ struct ClearDataSystemTest : testing::Test {
         EXPECT_EQ(answer.get().at("returned"), 1);
     }
 
-    /// Whether the request after next is taken again, whoever has been heard before.
+    /// A destroy is taken now, and refused by its partner: no operation was left.
     void expectIdle()
     {
         const std::size_t before = partners.commands("REQUEST_DESTROY");

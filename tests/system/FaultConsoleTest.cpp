@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
 #include <optional>
@@ -86,7 +87,7 @@ struct FaultConsoleSystemTest : testing::Test {
     /// Waits until both lists have fallen due twice more, whether they are told or not.
     void awaitTwoPeriods()
     {
-        const auto calls = [&](int group) {
+        const auto calls = [&](std::size_t group) {
             return bus->request({{"request", "status"}}).at("groups").at(group).at("calls").get<int>();
         };
         const int before[] = {calls(1), calls(2)};

@@ -1,12 +1,12 @@
 #include "tests/support/Desk.h"
 #include "tests/support/Partners.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdint>
 #include <future>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>

@@ -180,8 +180,8 @@ struct ConnectTest : testing::Test {
     const QueueDevice fromReceiver{directory.path(), 5};
     const QueueDevice toReceiver{directory.path(), 6};
     VictoryRecorder victory;
+    const ConsoleCapture console{std::cout};  // until the thread of the taps has ended with the server
     OpenServer server{sensorFile};
-    const ConsoleCapture console{std::cout};
 };
 
 /// Another process of the unit, which gets what the service has sent on a topic before.

@@ -378,7 +378,6 @@ TEST_F(ManagementTest, WhatIsNoStandardExceptionOfARequestIsReportedAsUnknown)
     server.m_debug = true;
     const BeforeNextLine failure([] { throw 1; });
     victory.fireSystemConfiguration();
-    const std::string text = "OrvaneServer: Unknown c++ exception occurred in cbTellSystemConfigurationCallback";
-    EXPECT_EQ(popHealthEvents().back(), "3:" + text);
-    EXPECT_THAT(console.text(), HasSubstr(text + "\n"));
+    EXPECT_EQ(popHealthEvents().back(),
+              "3:OrvaneServer: Unknown c++ exception occurred in cbTellSystemConfigurationCallback");
 }

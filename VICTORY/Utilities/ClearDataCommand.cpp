@@ -16,6 +16,10 @@ namespace {
 
 constexpr const char* kSourceUnit = "ClearDataCommand";
 
+/// The operations that lines name, for the steps of them that stand apart.
+constexpr const char* kRequest = "processClearDataRequestType";
+constexpr const char* kRequestedResponse = "processClearRequestedResponse";
+
 }  // namespace
 
 /// The right to end the operation in progress, for one of the two that compete for it. An end that an exception cuts
@@ -112,8 +116,10 @@ bool ClearDataCommand::beginOperation(ClearDataType type, const std::shared_ptr<
     const ClearDataType running = m_eClearTypeRequested;
     const ClearDataState state = m_eClearDataState;
     if (state != STATE_IDLE) {
-        report(EventTypes::EVENT_FAULT, m_name + requestName(type) + " ignored due to clear command, " +
-                                            requestName(running) + ", already started: " + nameOf(m_stateNames, state));
+        report(EventTypes::EVENT_FAULT,
+               m_name + requestName(type) + " ignored due to clear command, " + requestName(running) +
+                   ", already started: " + nameOf(m_stateNames, state),
+               kRequest);
         return false;
     }
     m_eClearTypeRequested = type;
@@ -176,7 +182,8 @@ bool ClearDataCommand::processClearRequestedResponse(const std::string& response
 
 void ClearDataCommand::acceptRequest(const std::string& stem)
 {
-    report(EventTypes::EVENT_INFORMATION, m_name + ": Received Ack. Clear data command, " + stem + ", in-progress");
+    report(EventTypes::EVENT_INFORMATION, m_name + ": Received Ack. Clear data command, " + stem + ", in-progress",
+           kRequestedResponse);
     m_isEndTaken = false;
     m_eClearDataState = STATE_IN_PROGRESS;  // before the start: the watchdog may expire at once, and make it idle
     try {
@@ -192,7 +199,7 @@ void ClearDataCommand::acceptRequest(const std::string& stem)
 void ClearDataCommand::refuseRequest(ClearDataType type, const std::string& stem)
 {
     const std::string message = m_name + ": Received Nack. Clear data request command, " + stem + " failed";
-    report(EventTypes::EVENT_OPERATION_FAILED, message);
+    report(EventTypes::EVENT_OPERATION_FAILED, message, kRequestedResponse);
     m_sendVDBComplete(type, false, message);
     makeIdle();
     answerRequest(Answer::REFUSED);

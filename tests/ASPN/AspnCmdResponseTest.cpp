@@ -74,6 +74,18 @@ TEST(CmdResponseTest, BeforeThereAreRegistersTheStampIsThatOfZeroTicks)
     EXPECT_EQ(command.header().timestamp_arrival().nsec(), -8);
 }
 
+TEST(CmdResponseTest, AResponseHasAStampOfItsOwnAndNotTheCommands)
+{
+    auto command = commandOf("X");
+    command.header().timestamp_valid().sec(77);
+    command.header().timestamp_arrival().sec(78);
+    const auto response = CmdResponse().makeResponse(command, true);
+    EXPECT_EQ(response.header().timestamp_valid().sec(), 0);
+    EXPECT_EQ(response.header().timestamp_valid().nsec(), -8);
+    EXPECT_EQ(response.header().timestamp_arrival().sec(), 0);
+    EXPECT_EQ(response.header().timestamp_arrival().nsec(), -8);
+}
+
 TEST(CmdResponseTest, GivenTicksReplaceTheTimeOfArrivalAlone)
 {
     const auto command = CmdResponse().makeCommand(2ULL * 58982400ULL, "X");

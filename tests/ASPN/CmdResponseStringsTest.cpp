@@ -111,6 +111,20 @@ TEST(SystemFlagsTest, AnnouncingMakesAnEmptyFile)
     EXPECT_EQ(status.st_size, 0);
 }
 
+TEST(SystemFlagsTest, AnnouncingEmptiesAFileThatIsThere)
+{
+    const TemporaryDirectory directory;
+    const std::string files[] = {directory.write("PostComplete", "anything"),
+                                 directory.write("FirstBbitDone", "anything")};
+    Sys::announcePostComplete(directory.path().string());
+    Sys::announceFirstBbitDone(directory.path().string());
+    for (const auto& file : files) {
+        struct stat status = {};
+        ASSERT_EQ(stat(file.c_str(), &status), 0) << file;
+        EXPECT_EQ(status.st_size, 0) << file;
+    }
+}
+
 TEST(SystemFlagsTest, AnnouncingWhereNothingCanBeWrittenIsSilent)
 {
     const TemporaryDirectory directory;

@@ -102,7 +102,9 @@ TEST_F(BlendedNavigationTest, SourceTable)
     for (std::size_t i = 0; i < sources.size(); ++i) {
         EXPECT_EQ(at<std::uint32_t>(sources[i], 0), types[i]) << i;
         EXPECT_EQ(at<std::uint64_t>(sources[i], 4), 0U) << i;
-        EXPECT_STREQ(reinterpret_cast<const char*>(&sources[i]) + 12, texts[i].c_str()) << i;
+        std::string description = texts[i];
+        description.resize(256);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&sources[i]) + 12, 256), description) << i;
         EXPECT_EQ(at<std::uint32_t>(sources[i], 268), texts[i].empty() ? 0U : 1U) << i;
     }
 }
@@ -152,6 +154,23 @@ TEST_F(BlendedNavigationTest, EstimateDividesTheBestClass)
     setPositionVariance(0.0, 100.0, 0.0);
     EXPECT_EQ(word(make(), 28), 1U);
     EXPECT_GT(word(make(), 36), 1U);
+}
+
+TEST_F(BlendedNavigationTest, NoOtherClassThanTheBestIsDivided)
+{
+    setPositionVariance(900.0, 0.0, 0.0);
+    const auto record = make();
+    EXPECT_EQ(word(record, 28), 2U);
+    EXPECT_EQ(word(record, 36), 0U);
+    EXPECT_EQ(word(record, 40), 0U);
+}
+
+TEST_F(BlendedNavigationTest, PositionIsValidUpToTheLastButOneClass)
+{
+    setPositionVariance(4e6, 0.0, 0.0);
+    const auto record = make();
+    EXPECT_EQ(word(record, 24), 1U);
+    EXPECT_EQ(word(record, 28), 8U);
 }
 
 TEST_F(BlendedNavigationTest, WorstFigureOfMeritMakesThePositionInvalid)

@@ -3,6 +3,7 @@
 
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -65,6 +66,7 @@ public:
     using OrvaneServer::m_bitResults;
     using OrvaneServer::m_BITtimeoutSeconds;
     using OrvaneServer::m_clearDataCommand;
+    using OrvaneServer::m_connectionsFile;
     using OrvaneServer::m_debug;
     using OrvaneServer::m_flagDirectory;
     using OrvaneServer::m_fusionPNT;
@@ -78,11 +80,14 @@ public:
     using OrvaneServer::m_hasMIS;
     using OrvaneServer::m_hasPVA;
     using OrvaneServer::m_hasUTCTime;
+    using OrvaneServer::m_ioDevicesFile;
     using OrvaneServer::m_latestTime;
     using OrvaneServer::m_mis;
     using OrvaneServer::m_misSourceServerId;
     using OrvaneServer::m_navDataMutex;
+    using OrvaneServer::m_partNumberMutex;
     using OrvaneServer::m_partNumberResponses;
+    using OrvaneServer::m_partNumbersArrived;
     using OrvaneServer::m_partNumbersComplete;
     using OrvaneServer::m_postCompleteSeen;
     using OrvaneServer::m_pva;
@@ -94,10 +99,12 @@ public:
     using OrvaneServer::m_state;
     using OrvaneServer::m_steadyNow;
     using OrvaneServer::m_systemConfiguration;
+    using OrvaneServer::m_systemName;
     using OrvaneServer::m_tellDisabled;
     using OrvaneServer::m_testMode;
     using OrvaneServer::m_threats;
     using OrvaneServer::m_timeMutex;
+    using OrvaneServer::m_tss;
     using OrvaneServer::m_turnPause;
     using OrvaneServer::m_updatedVclText;
     using OrvaneServer::m_utcSourceServerId;
@@ -106,8 +113,16 @@ public:
     using OrvaneServer::m_vclText;
     using OrvaneServer::m_victoryConfigurationFile;
     using OrvaneServer::m_victoryConfigurationText;
+    using OrvaneServer::m_victoryFaultHelper;
     using OrvaneServer::m_victoryStarted;
     using OrvaneServer::m_warnings;
+
+    /// The ids of the connections, in the order of their making.
+    std::array<long long*, 10> connectionIds()
+    {
+        return {&m_bitReportId, &m_commandId, &m_responseId,       &m_pvaId,      &m_utcTimeId,
+                &m_halvexPNTId, &m_misId,     &m_assuranceStateId, &m_eventLogId, &m_maintenanceEventId};
+    }
 
     /// Lets messages in.
     void run() { m_state = FACE::LCM::Halvex::ReportedState::RUNNING; }

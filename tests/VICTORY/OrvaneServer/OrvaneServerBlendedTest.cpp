@@ -245,6 +245,34 @@ TEST_F(BlendedServerTest, LostGpsIsNeitherSourceNorAvailable)
     EXPECT_EQ(told().gpsAvailability, 1U);
 }
 
+TEST_F(BlendedServerTest, SourceAndAvailabilityOfGpsAgreeWheneverItIsLost)
+{
+    const HardDeadline deadline;
+    std::atomic<bool> stop = false;
+    std::thread listener([&] {
+        while (!stop) server.m_gpsLost = !server.m_gpsLost;
+    });
+    for (int i = 0; i < 1000; ++i) {
+        arriveAll();
+        EXPECT_EQ(look(), 1U);
+        EXPECT_EQ(told().sourceCount + told().gpsAvailability, 2U) << i;
+    }
+    stop = true;
+    listener.join();
+}
+
+TEST_F(BlendedServerTest, TheTimeForOthersOutlastsAJoin)
+{
+    arriveAll();
+    auto utcTime = at<UTCTime>();
+    utcTime.gps_tow_sec(100);
+    utcTime.utc_tod_sec(82);
+    server.cbUTCTime(utcTime);
+    ASSERT_EQ(look(), 1U);
+    EXPECT_EQ(server.m_latestTime.utc_tod_sec(), 82);
+    EXPECT_EQ(server.m_gpsSeconds, 100.0);
+}
+
 TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)
 {
     arriveAll();
@@ -328,6 +356,9 @@ TEST_F(BlendedServerTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
     EXPECT_TRUE(hasAll());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : OrvaneServer: Unknown "
+                             "c\\+\\+ exception in attemptBlendedNavigationProcessing\n"));
 }
 
 TEST_F(BlendedServerTest, NoInputIsStoredWhileTheLibraryIsCalled)

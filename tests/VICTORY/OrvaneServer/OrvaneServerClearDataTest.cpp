@@ -1,7 +1,9 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/ServiceConfig.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -359,4 +361,41 @@ TEST_F(ClearDataTest, OnlyTheTwoStartCommandsBeginASanitize)
     server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
     command("START_ZEROIZE");
     EXPECT_FALSE(server.m_sanitizeRequested);
+}
+
+namespace {
+
+void configure(OpenServer& server, const ServiceConfig& config)
+{
+    const TemporaryDirectory directory;
+    auto rc = FACE::RETURN_CODE_TYPE::DATA_OVERFLOW;
+    const ConsoleCapture console(std::cout);
+    server.Configure(directory.write("service.xml", config.text()).c_str(), rc);
+    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+}
+
+}  // namespace
+
+TEST_F(ClearDataTest, ErasingHasTheSecondOfTheConfiguredTimes)
+{
+    configure(server, ServiceConfig().set("PARAM_8", "3600,0"));
+    EXPECT_FALSE(server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE));  // no sender
+    EXPECT_TRUE(server.m_clearDataCommand.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    ASSERT_TRUE(eventually([&] { return server.m_clearDataCommand.state() == ClearDataCommand::STATE_IDLE; }));
+    EXPECT_THAT(warnings(),
+                ElementsAre("23:OrvaneServer: Clear data command,  REQUEST_ZEROIZE, timed out after 0 seconds."));
+}
+
+TEST_F(ClearDataTest, OnlyDebugLetsTheOperationPrint)
+{
+    configure(server, ServiceConfig().set("Debug", "false").set("PARAM_1", "false"));
+    {
+        const ConsoleCapture console(std::cout);
+        server.m_clearDataCommand.dumpStateInfo();
+        EXPECT_EQ(console.text(), "");
+    }
+    configure(server, ServiceConfig().set("Debug", "true").set("PARAM_1", "true"));
+    const ConsoleCapture console(std::cout);
+    server.m_clearDataCommand.dumpStateInfo();
+    EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n");
 }

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
+#include <pty.h>
 #include <stdexcept>
 #include <string>
+#include <termios.h>
 #include <unistd.h>
 
 using testing::ElementsAre;
@@ -86,6 +88,34 @@ TEST_F(FaultTest, TheWorkerLooksForKeysInTestModeAlone)
     EXPECT_TRUE(server.m_tellDisabled);
     server.workerTurn();
     EXPECT_TRUE(server.m_tellDisabled);
+}
+
+TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
+{
+    int master = -1;
+    int slave = -1;
+    ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+    ASSERT_EQ(dup2(slave, STDIN_FILENO), STDIN_FILENO);  // until the pipe's end puts back what was there
+    server.workerTurn();
+    termios settings = {};
+    ASSERT_EQ(tcgetattr(slave, &settings), 0);
+    EXPECT_NE(settings.c_lflag & ICANON, 0U);
+    close(master);
+    close(slave);
+}
+
+TEST_F(FaultTest, AFailedConnectionOffersTheServiceThatRunsAllTheSame)
+{
+    server.m_connectionsFile = "none";
+    server.m_ioDevicesFile = "none";
+    auto rc = FACE::RETURN_CODE_TYPE::NO_ERROR;
+    const ConsoleCapture console(std::cout);
+    server.Framework_Connect("none", rc);
+    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::INVALID_CONFIG);
+    input.type("a");
+    bool tellDisabled = false;
+    server.m_victoryFaultHelper.ManageFaults(tellDisabled);
+    EXPECT_THAT(console.text(), testing::EndsWith(" VictoryFaultHelper : APNT fault test mode\n"));
 }
 
 TEST_F(FaultTest, TheSwitchLeavesOutTheGroupsUntilItIsPressedAgain)

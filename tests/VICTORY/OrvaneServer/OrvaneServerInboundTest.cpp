@@ -4,6 +4,7 @@
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/gps_msgs.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/BeforeNextLine.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
@@ -12,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <iostream>
 #include <limits>
 #include <stdexcept>
@@ -263,6 +265,19 @@ TEST_F(InboundTest, SumOfMeasurementsDoesNotWrap)
     EXPECT_TRUE(server.m_gpsLost);
 }
 
+TEST_F(InboundTest, RecentMeasurementsOutlastAStop)
+{
+    server.storeGpsAvailability(measurements({{1, 2}}));
+    for (const auto requested : {FACE::LCM::Halvex::RequestedState::STOP, FACE::LCM::Halvex::RequestedState::START}) {
+        FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+        server.Request_State_Transition(requested, rc);
+        EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    }
+    server.Stop();
+    server.storeGpsAvailability(measurements({{1, 0}}));
+    EXPECT_THAT(warnings(), IsEmpty());
+}
+
 TEST_F(InboundTest, ReceiverStatusIsStoredRaw)
 {
     server.m_service = victory.newService();
@@ -314,6 +329,33 @@ TEST_F(InboundTest, BeforeTheBusServiceFramesAreOnlyShown)
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from 39\n"));
 }
 
+TEST_F(InboundTest, BeforeTheBusServiceAFrameOfAnyIdIsShown)
+{
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(recordOfId(9999, 96));
+    EXPECT_THAT(console.text(), testing::StartsWith("OrvaneServer: cbZentorGssip: Processed GSSIP: 9999 from 96\n"));
+}
+
+TEST_F(InboundTest, BeforeTheBusServiceAFrameOfARefusedSourceIsNotShown)
+{
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(recordOfId(9999, 40));
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, BeforeTheBusServiceAReceiversWarningIsShownAndNotQueued)
+{
+    ZentorM_5044_Msg frame;
+    const auto record = recordOf(frame);
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(record);
+    EXPECT_THAT(console.text(), HasSubstr("Processed GSSIP: 5044 from 39\n"));
+    EXPECT_THAT(warnings(), IsEmpty());
+    server.m_service = victory.newService();
+    server.cbZentorGssip(record);
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
 TEST_F(InboundTest, ShownFramesNameTheirSource)
 {
     server.m_service = victory.newService();
@@ -351,6 +393,19 @@ TEST_F(InboundTest, PartNumbersAreTakenWhoeverAskedForThem)
     EXPECT_STREQ(server.m_systemConfiguration.components[0].componentId, "0x31");
 }
 
+TEST_F(InboundTest, PartNumbersForUsGoOnToTheOtherSteps)
+{
+    server.m_quiet = false;
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.cbRsp(responseOf("PARTNUMBERS,SW1:1.0", 52, 49));
+    EXPECT_TRUE(server.m_partNumberResponses.at("PNT-Q"));
+    EXPECT_THAT(console.text(),
+                testing::EndsWith("OrvaneServer : m_serverId = 52 : sourceId = 49, commandedId = 52, response string = "
+                                  "PARTNUMBERS,SW1:1.0\n"
+                                  "OrvaneServer : no processing for command, PARTNUMBERS,SW1:1.0\n"));
+}
+
 TEST_F(InboundTest, OnlyAWholeFirstFieldIsAPartNumberResponse)
 {
     server.cbRsp(responseOf("PARTNUMBERSX,SW1:1.0"));
@@ -375,6 +430,19 @@ TEST_F(InboundTest, ResponsesToUsAreShownAndUnclaimedOnesToo)
     EXPECT_THAT(console.text(), AllOf(HasSubstr("OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, "
                                                 "response string = SOMETHING\n"),
                                       HasSubstr("OrvaneServer : no processing for command, SOMETHING\n")));
+}
+
+TEST_F(InboundTest, AResponseToUsIsFollowedByTheStateOfTheClearDataCommand)
+{
+    server.m_clearDataCommand.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    server.cbRsp(responseOf("SOMETHING"));
+    EXPECT_EQ(console.text(), "");
+    server.m_quiet = false;
+    server.cbRsp(responseOf("SOMETHING"));
+    EXPECT_EQ(console.text(), "OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, response string = "
+                              "SOMETHING\n"
+                              ", m_eClearTypeRequested = none\n");
 }
 
 TEST_F(InboundTest, ModeCommandsSetTheTimeCodes)
@@ -478,4 +546,121 @@ TEST_F(InboundTest, NothingLeavesAHandlerAndEachHasItsTexts)
     EXPECT_THAT(console.text(),
                 testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : OrvaneServer: Unknown c\\+\\+ "
                                        "exception in cbCmd\\.\n"));
+}
+
+namespace {
+
+/// A handler with the texts of what it throws: `bare` is that of the exception alone.
+struct HandlerTexts {
+    const char* name;
+    bool isEventBare;
+    const char* namedOnTheConsole;
+    const char* unknownIn;
+    std::function<void(OpenServer&)> call;
+};
+
+std::vector<HandlerTexts> handlers()
+{
+    return {{"cbPVA", true, nullptr, "cbPVA", [](auto& server) { server.cbPVA(from<PositionVelocityAttitude>(96)); }},
+            {"cbUTCTime", false, "cbUTCTime", "cbUTCTime", [](auto& server) { server.cbUTCTime(from<UTCTime>(96)); }},
+            {"cbHalvexPNT", false, "cbUTCTime", "cbHalvexPNT",
+             [](auto& server) { server.cbHalvexPNT(from<HalvexPNT>(96)); }},
+            {"cbMeasurementIncorporationStatus", false, "cbUTCTime", "cbMeasurementIncorporationStatus",
+             [](auto& server) {
+                 server.cbMeasurementIncorporationStatus(measurements({{1, 5}}));
+             }},
+            {"cbAssuranceState", false, "cbAssuranceState", "cbAssuranceState",
+             [](auto& server) { server.cbAssuranceState(from<AssuranceState>(96)); }},
+            {"cbZentorGssip", true, nullptr, "cbGssip", [](auto& server) { server.cbZentorGssip(recordOfId(8504)); }},
+            {"cbHxGssip", true, nullptr, "cbGssip",
+             [](auto& server) {
+                 ThreatData threat;
+                 server.cbHxGssip(recordOf(threat));
+             }},
+            {"cbCmd", false, "cbCmd", "cbCmd", [](auto& server) { server.cbCmd(commandOf("BITSERVER_PING")); }}};
+}
+
+}  // namespace
+
+// The line that each would print stands for whatever may go wrong in it.
+
+TEST_F(InboundTest, AnExceptionInAHandlerHasTheHandlersTexts)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    for (const auto& handler : handlers()) {
+        const ConsoleCapture console(std::cout);
+        const BeforeNextLine failure([] { throw std::runtime_error("no luck"); });
+        handler.call(server);
+        const std::string event =
+            std::string(handler.isEventBare ? "" : "OrvaneServer: An exception occurred. Details: ") + "no luck";
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + event)) << handler.name;
+        const std::string in = handler.isEventBare ? "" : std::string(" in ") + handler.namedOnTheConsole;
+        EXPECT_THAT(console.text(),
+                    testing::MatchesRegex("OrvaneServer \\([0-9]+\\) " + std::string(handler.name) +
+                                          " : An exception occurred" + in + "\\. Details: " + event + "\n"));
+    }
+}
+
+TEST_F(InboundTest, WhatIsNoStandardExceptionInAHandlerIsUnknown)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    for (const auto& handler : handlers()) {
+        const ConsoleCapture console(std::cout);
+        const BeforeNextLine failure([] { throw 1; });
+        handler.call(server);
+        const std::string event = std::string("OrvaneServer: Unknown c++ exception in ") + handler.unknownIn;
+        EXPECT_EQ(popHealthEvent(), "3:" + event) << handler.name;
+        const auto line = console.text();
+        const std::string tail = std::string(") ") + handler.name + " : " + event + "\n";
+        EXPECT_TRUE(line.starts_with("OrvaneServer (") && line.ends_with(tail)) << line;
+    }
+}
+
+TEST_F(InboundTest, AReportEndsTheRunningTestUnlessStopped)
+{
+    auto* const service = victory.newService();
+    server.m_bitResults.Start();
+    server.m_bitResults.setCommandResponseMessageCallback([](const std::string&) { return true; });
+    server.m_bitResults.ExecuteBuiltInTests(service);
+    server.m_bitResults.cycleCommandedBitStateMachine();
+    const auto status = [&] {
+        server.m_bitResults.GetBuiltInTestResults(service, {});
+        return victory.last("vapntsTellGetBuiltInTestResults").record<VapntcBitResults>().results[0].status;
+    };
+    BitReport report;
+    report.header().device_id(1);
+    report.bit_rollup(true);
+    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    server.cbBitReport(report);
+    EXPECT_EQ(status(), 1);
+    server.run();
+    server.cbBitReport(report);
+    EXPECT_EQ(status(), 3);
+}
+
+TEST_F(InboundTest, AnExceptionBelowAReportHasTheFormOfTheWorkers)
+{
+    auto* const service = victory.newService();
+    server.m_bitResults.Initialize("Halvex", 25, true);
+    server.m_bitResults.Start();
+    server.m_bitResults.setCommandResponseMessageCallback([](const std::string&) { return true; });
+    BitReport report;
+    report.header().device_id(1);
+    const auto failWith = [&](std::function<void()> failure) {
+        const ConsoleCapture console(std::cout);
+        server.m_bitResults.ExecuteBuiltInTests(service);
+        server.m_bitResults.cycleCommandedBitStateMachine();
+        popHealthEvents();
+        const ConsoleCapture last(std::cout);
+        const BeforeNextLine next(std::move(failure));
+        server.cbBitReport(report);
+        return popHealthEvent() + "\n" + last.text();
+    };
+    EXPECT_EQ(failWith([] { throw std::runtime_error("no luck"); }),
+              "3:OrvaneServer: cbBitReport() EXCEPTION: no luck\n"
+              "OrvaneServer: cbBitReport() EXCEPTION: no luck\n");
+    EXPECT_EQ(failWith([] { throw 1; }), "3:OrvaneServer: cbBitReport() EXCEPTION: <unknown>\n"
+                                         "OrvaneServer: cbBitReport() EXCEPTION: <unknown>\n");
 }

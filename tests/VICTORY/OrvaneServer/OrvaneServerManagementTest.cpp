@@ -1,5 +1,6 @@
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/BeforeNextLine.h"
 #include "tests/support/HardDeadline.h"
 
 #include <algorithm>
@@ -196,6 +197,15 @@ TEST_F(ManagementTest, DefaultsDoNotDependOnWhatTheLibraryAnswers)
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
+TEST_F(ManagementTest, DefaultsAreToldThoughATesterKeepsPublicationsBack)
+{
+    server.m_tellDisabled = true;
+    start();
+    for (const char* operation :
+         {"vapntsTellAvailableOutputs", kTell, "vapntsTellAvailableSensors", "vapntsTellBlendedNavigationData"})
+        EXPECT_EQ(victory.count(operation), 1U) << operation;
+}
+
 TEST_F(ManagementTest, HeadOfTheConfigurationIsFilledAndItsRowsStay)
 {
     server.m_systemConfiguration.componentCount = 3;
@@ -358,4 +368,15 @@ TEST_F(ManagementTest, AnExceptionOfARequestIsReported)
                 ElementsAre("2:OrvaneServer : VICTORY APNT Configuration / Part number request received.",
                             "3:OrvaneServer: An exception occurred in cbTellSystemConfigurationCallback. Details: no "
                             "luck"));
+}
+
+TEST_F(ManagementTest, WhatIsNoStandardExceptionOfARequestIsReportedAsUnknown)
+{
+    start();
+    server.m_partNumbersComplete = true;
+    server.m_debug = true;
+    const BeforeNextLine failure([] { throw 1; });
+    victory.fireSystemConfiguration();
+    EXPECT_EQ(popHealthEvents().back(),
+              "3:OrvaneServer: Unknown c++ exception occurred in cbTellSystemConfigurationCallback");
 }

@@ -1,5 +1,7 @@
 #include "VICTORY/OrvaneServer/NavWarThreat.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/BeforeNextLine.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
@@ -10,12 +12,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using testing::ContainsRegex;
@@ -24,6 +29,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using namespace aspn2_msgs::idl;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -201,6 +207,24 @@ TEST_F(NavWarTest, ALineWithoutABearingMakesNoThreatAndNoWord)
     EXPECT_THAT(server.m_threats, IsEmpty());
     EXPECT_EQ(console.text(),
               "OrvaneServerOrvaneServer, processing Navwar SA from ThreatData (Line of Bearing) message\n");
+}
+
+TEST_F(NavWarTest, OnlyConfiguredSourcesOfReportsAreHeard)
+{
+    server.m_gssipSourceServers = {38, 40};
+    server.cbHxGssip(frameOf({bearing(1)}));
+    server.m_gssipSourceServers.clear();
+    server.cbHxGssip(frameOf({bearing(1)}));
+    EXPECT_THAT(server.m_threats, IsEmpty());
+}
+
+TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
+{
+    auto message = frameOf({bearing(1)});
+    message.data().resize(65536 + 212);
+    message.num_bytes(65536 + 212);
+    server.cbHxGssip(message);
+    EXPECT_EQ(server.m_threats.size(), 1U);
 }
 
 TEST_F(NavWarTest, LayoutOfAThreatWithAllItsParts)
@@ -402,6 +426,64 @@ TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperationAndTheReportStillWa
     EXPECT_EQ(server.m_threats.size(), 1U);
     server.attemptNavWarSaProcessing();
     EXPECT_EQ(server.m_threats.size(), 1U);
+}
+
+TEST_F(NavWarTest, WhatIsNoStandardExceptionInTheEncodingIsUnknown)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    const BeforeNextLine failure([] { throw 1; });
+    server.cbHxGssip(frameOf({bearing(1)}));
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
+    EXPECT_THAT(console.text(),
+                testing::MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : OrvaneServer: "
+                                      "Unknown c\\+\\+ exception in attemptBlendedNavigationProcessing\n"));
+}
+
+TEST_F(NavWarTest, NoThreatIsQueuedWhileTheLibraryIsCalled)
+{
+    const HardDeadline deadline;
+    std::thread receiver;
+    std::atomic<bool> queued = false;
+    victory.onCall("vapntsTellNavWarSaData", [&] {
+        receiver = std::thread([&] {
+            server.appendThreatToList({});
+            queued = true;
+        });
+        EXPECT_FALSE(eventually([&] { return queued.load(); }, 100ms));
+    });
+    publish();
+    receiver.join();
+    EXPECT_EQ(server.m_threats.size(), 1U);
+}
+
+TEST_F(NavWarTest, TheTimeOfAThreatIsNotReplacedWhileItIsConverted)
+{
+    const HardDeadline deadline;
+    std::thread listener;
+    std::atomic<bool> replaced = false;
+    const ConsoleCapture console(std::cout);
+    const BeforeNextLine timeIsPrinted([&] {
+        listener = std::thread([&] {
+            server.cbUTCTime({});
+            replaced = true;
+        });
+        EXPECT_FALSE(eventually([&] { return replaced.load(); }, 100ms));
+    });
+    server.m_quiet = false;
+    server.cbHxGssip(frameOf({bearing(1)}));
+    ASSERT_TRUE(listener.joinable());
+    listener.join();
+}
+
+TEST_F(NavWarTest, DebugLinesShowDegreesAsReceivedAndRadiansAsFolded)
+{
+    server.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    server.cbHxGssip(frameOf({{.statusA = kState, .statusB = kBearing, .azimuth = 181, .elevation = 91}}));
+    EXPECT_THAT(console.text(), HasSubstr("\nAz             = 181 deg, -3.14159\n"));
+    EXPECT_THAT(console.text(), HasSubstr("\nEl             = 91 deg, -1.5708\n"));
 }
 
 TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)

@@ -1,6 +1,8 @@
 #include "ASPN/CmdResponseStrings.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -570,6 +572,51 @@ TEST_F(PartNumbersTest, AWaitTakesItsTimeAndNoLess)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(server.waitForPartNumberResponses(1));
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+}
+
+TEST_F(PartNumbersTest, AWakeUpBeforeCompletionDoesNotEndTheWait)
+{
+    const HardDeadline deadline;
+    std::atomic<bool> ended = false;
+    bool isComplete = false;
+    std::thread waiter([&] {
+        isComplete = server.waitForPartNumberResponses(600);
+        ended = true;
+    });
+    EXPECT_FALSE(eventually(
+        [&] {
+            server.m_partNumbersArrived.notify_all();
+            return ended.load();
+        },
+        300ms));
+    {
+        const MutexLock lock(server.m_partNumberMutex);
+        server.m_partNumbersComplete = true;
+        server.m_partNumbersArrived.notify_all();
+    }
+    waiter.join();
+    EXPECT_TRUE(isComplete);
+}
+
+TEST_F(PartNumbersTest, NoAnswerIsTakenWhileTheRealNameIsTold)
+{
+    const HardDeadline deadline;
+    server.m_postCompleteSeen = true;
+    turn();
+    answerAll();
+    std::thread listener;
+    std::atomic<bool> taken = false;
+    victory.onCall("vapntsTellSystemConfiguration", [&] {
+        victory.onCall("vapntsTellSystemConfiguration", nullptr);
+        listener = std::thread([&] {
+            answer({49, 0});
+            taken = true;
+        });
+        EXPECT_FALSE(eventually([&] { return taken.load(); }, 100ms));
+    });
+    turn();
+    ASSERT_TRUE(listener.joinable());
+    listener.join();
 }
 
 TEST_F(PartNumbersTest, CompletionWakesAllThatWait)

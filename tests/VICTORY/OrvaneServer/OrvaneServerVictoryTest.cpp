@@ -647,6 +647,19 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedWhileTheServiceIsDown)
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT "
                                                "service is not running!"));
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer : Ignored\\. "
+                             "Cannot save VCLID / VCL XML file while APNT service is not running!\n"));
+}
+
+TEST_F(VictoryServiceTest, AVclTextIsSavedWhileAClearIsOnlyRequested)
+{
+    start();
+    server.m_clearDataCommand.setCommandResponseMessageCallback([](const std::string&) { return false; });
+    server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
+    ASSERT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_REQUESTED);
+    EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
+    EXPECT_EQ(victory.file(server.m_vclFile), "<new/>");
 }
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNot)
@@ -664,6 +677,9 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNo
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer : APNT Clear in progress, not processing SaveVCLID command"));
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer : APNT Clear "
+                             "in progress, not processing SaveVCLID command\n"));
 }
 
 TEST_F(VictoryServiceTest, AnExceptionWhileSavingAnswersOne)
@@ -675,6 +691,11 @@ TEST_F(VictoryServiceTest, AnExceptionWhileSavingAnswersOne)
     victory.onCall("vutilWriteStringToFile", [] { throw 42; });
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 1);
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred"));
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer: An exception "
+                             "occurred\\. Details: no luck\n"
+                             "OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer: Unknown "
+                             "c\\+\\+ exception occurred\n"));
 }
 
 TEST_F(VictoryServiceTest, NothingThatTheLibraryCallsThrows)

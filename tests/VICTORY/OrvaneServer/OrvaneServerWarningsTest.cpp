@@ -1,20 +1,26 @@
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/support/BeforeNextLine.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <stdexcept>
-#include <streambuf>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using testing::ContainsRegex;
@@ -23,6 +29,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using namespace aspn2_msgs::idl;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -94,29 +101,6 @@ struct WarningsTest : testing::Test {
 
     VictoryRecorder victory;
     OpenServer server;
-};
-
-/// A destination of characters that throws what is no standard exception.
-class ThrowingBuffer : public std::streambuf {
-protected:
-    int_type overflow(int_type) override { throw 1; }
-};
-
-/// The standard output that throws, while this object lives.
-class ThrowingConsole {
-public:
-    ThrowingConsole() : m_previous(std::cout.rdbuf(&m_buffer)) { std::cout.exceptions(std::ios::badbit); }
-    ~ThrowingConsole()
-    {
-        std::cout.exceptions(std::ios::goodbit);
-        std::cout.rdbuf(m_previous);  // clears the state
-    }
-    ThrowingConsole(const ThrowingConsole&) = delete;
-    ThrowingConsole& operator=(const ThrowingConsole&) = delete;
-
-private:
-    ThrowingBuffer m_buffer;
-    std::streambuf* m_previous;
 };
 
 }  // namespace
@@ -346,26 +330,51 @@ TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
 TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)
 {
     server.m_debug = true;
-    bool appended = true;
-    {
-        const ThrowingConsole console;
-        appended = server.sendVDBcustomWarning("careful");
-    }
-    EXPECT_FALSE(appended);
+    const ConsoleCapture console(std::cout);
+    const BeforeNextLine failure([] { throw 1; });
+    EXPECT_FALSE(server.sendVDBcustomWarning("careful"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing");
+    EXPECT_THAT(console.text(),
+                testing::MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : OrvaneServer: "
+                                      "Unknown c\\+\\+ exception in attemptBlendedNavigationProcessing\n"));
 }
 
 TEST_F(WarningsTest, ACompletionThatFailsHasItsOwnTexts)
 {
     server.m_quiet = false;
-    bool queued = true;
-    {
-        const ThrowingConsole console;
-        queued = server.sendVDBCompleteWarning(kNone, true, "done");
-    }
-    EXPECT_FALSE(queued);
+    const auto failWith = [this](std::function<void()> failure) {
+        const ConsoleCapture console(std::cout);
+        const BeforeNextLine next(std::move(failure));
+        EXPECT_FALSE(server.sendVDBCompleteWarning(kNone, true, "done"));
+        return console.text();
+    };
+    EXPECT_THAT(failWith([] { throw std::runtime_error("no luck"); }),
+                testing::MatchesRegex("OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: An exception "
+                                      "occurred\\. Details: no luck\n"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown eClearType: 0",
+                                               "3:OrvaneServer: An exception occurred. Details: no luck"));
+    EXPECT_THAT(failWith([] { throw 1; }),
+                testing::MatchesRegex("OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: Unknown "
+                                      "c\\+\\+ exception occurred\n"));
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown eClearType: 0", "3:OrvaneServer: Unknown c++ exception occurred"));
+}
+
+TEST_F(WarningsTest, NoWarningIsQueuedWhileTheLibraryIsCalled)
+{
+    const HardDeadline deadline;
+    std::thread producer;
+    std::atomic<bool> queued = false;
+    victory.onCall("vapntsTellWarningMessagesData", [&] {
+        producer = std::thread([&] {
+            server.appendWarningToList(warningOf(67));
+            queued = true;
+        });
+        EXPECT_FALSE(eventually([&] { return queued.load(); }, 100ms));
+    });
+    publish();
+    producer.join();
+    EXPECT_EQ(server.m_warnings.size(), 1U);
 }
 
 TEST_F(WarningsTest, ManyMayQueueWhileTheListGoesOut)

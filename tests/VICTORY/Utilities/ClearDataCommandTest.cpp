@@ -561,6 +561,15 @@ TEST_F(ClearDataCommandTest, InIdleTheStemIsNone)
     EXPECT_EQ(m_command.state(), kIdle);
 }
 
+TEST_F(ClearDataCommandTest, InIdleARefusalAndAFailureOfNoneAreIgnoredToo)
+{
+    EXPECT_FALSE(m_command.processClearRequestedResponse("none_NACK"));
+    EXPECT_FALSE(m_command.processClearCompletedResponse("none_FAIL"));
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring none_NACK during state, Idle",
+                                      "4:SN: Ignoring none_FAIL during state: Idle"));
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
 TEST_F(ClearDataCommandTest, ACompletionCancelsTheWatchdog)
 {
     m_command.setClearDataInProgressTimeout(1s);
@@ -762,4 +771,84 @@ TEST_F(ClearDataCommandTest, DumpStateInfoPrintsTheRunningRequest)
     m_command.setQuiet(false);
     m_command.dumpStateInfo();
     EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n, m_eClearTypeRequested = REQUEST_DESTROY\n");
+}
+
+TEST_F(ClearDataCommandTest, LinesOfResponsesNameTheOperationThatTakesThem)
+{
+    leaveRequested(kZeroize);
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
+    m_command.processClearCompletedResponse("none_PASS");
+    EXPECT_EQ(withoutPlace(console.text()),
+              "ClearDataCommand, processClearRequestedResponse (#): SN: Received Ack. Clear data command, "
+              "REQUEST_ZEROIZE, in-progress\n"
+              "ClearDataCommand, processClearRequestedResponse (#): SN: Ignoring REQUEST_ZEROIZE_ACK during state, "
+              "Clear data in-progress\n"
+              "ClearDataCommand, processClearCompletedResponse (#): SN: Clear data complete for command, "
+              "REQUEST_ZEROIZE. Result was SYSTEM_ZEROIZE_PASS\n"
+              "ClearDataCommand, processClearCompletedResponse (#): SN: Ignoring none_PASS during state: Idle\n");
+}
+
+TEST_F(ClearDataCommandTest, LineOfARefusalNamesTheOperationThatTakesIt)
+{
+    leaveRequested(kZeroize);
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK");
+    EXPECT_EQ(withoutPlace(console.text()), "ClearDataCommand, processClearRequestedResponse (#): SN: Received Nack. "
+                                            "Clear data request command, REQUEST_ZEROIZE failed\n");
+}
+
+TEST_F(ClearDataCommandTest, LineOfAnIgnoredRequestNamesTheOperationThatWasAsked)
+{
+    leaveRequested(kZeroize);
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.processClearDataRequestType(kDestroy);
+    EXPECT_THAT(
+        withoutPlace(console.text()),
+        testing::EndsWith("\nClearDataCommand, processClearDataRequestType (#): SNREQUEST_DESTROY ignored due to "
+                          "clear command, REQUEST_ZEROIZE, already started: Clear data requested\n"));
+}
+
+TEST_F(ClearDataCommandTest, LineOfAnAcceptedRequestNamesTheWait)
+{
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    std::future<bool> result = request(kZeroize);
+    // The acceptance waits until the waiter does, or else the waiter says nothing.
+    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    ASSERT_TRUE(result.get());
+    EXPECT_THAT(withoutPlace(console.text()),
+                testing::EndsWith("\nClearDataCommand, waitForClearDataRequestedResponse (#): SN: Request wait loop "
+                                  "received ACK / successful response for clear data command, REQUEST_ZEROIZE\n"));
+}
+
+TEST_F(ImpatientClearDataCommandTest, LineOfAnUnansweredRequestNamesTheWait)
+{
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.processClearDataRequestType(kZeroize);
+    EXPECT_THAT(
+        withoutPlace(console.text()),
+        testing::EndsWith("\nClearDataCommand, waitForClearDataRequestedResponse (#): SN: Request wait loop for "
+                          "clear data command, REQUEST_ZEROIZE, timed out after 30 seconds.\n"));
+}
+
+TEST_F(ClearDataCommandTest, LineOfAnExpiryNamesTheTimeout)
+{
+    m_command.setClearDataInProgressTimeout(0s);
+    leaveRequested(kZeroize);
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    ASSERT_TRUE(becomesIdle());
+    EXPECT_THAT(
+        withoutPlace(console.text()),
+        HasSubstr("ClearDataCommand, processClearDataTimeout (#): SN: Clear data command,  REQUEST_ZEROIZE, timed "
+                  "out after 0 seconds.\n"));
 }

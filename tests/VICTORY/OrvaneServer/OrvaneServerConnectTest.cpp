@@ -1,0 +1,426 @@
+#include "ASPN/AspnDeviceIds.h"
+#include "ASPN/HealthReporter.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/EventLog.h"
+#include "platform/FPGA.h"
+#include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/platform/FpgaDesk.h"
+#include "tests/platform/RecordingDevmem.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/OneConnection.h"
+#include "tests/support/QueueDevice.h"
+#include "tests/support/ServiceConfig.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+using FACE::RETURN_CODE_TYPE;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+
+namespace {
+
+/// Where this process finds the devices of the unit, and which of them it has looked for.
+std::map<std::string, std::string> s_devices;
+std::vector<std::string> s_opened;
+
+const char* placeOf(const char* path)
+{
+    if (!std::string(path).starts_with("/dev/m")) return path;
+    s_opened.emplace_back(path);
+    const auto device = s_devices.find(path);
+    return device != s_devices.end() ? device->second.c_str() : "/dev/null/missing";
+}
+
+mode_t modeOf(int flags, va_list more)
+{
+    return (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+}
+
+}  // namespace
+
+// Which of the two is called depends on the width of file offsets.
+extern "C" {
+int __real_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...);
+int __real_open64(const char* path, int flags, ...);
+int __wrap_open64(const char* path, int flags, ...);
+
+int __wrap_open(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = modeOf(flags, more);
+    va_end(more);
+    return __real_open(placeOf(path), flags, mode);
+}
+
+int __wrap_open64(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = modeOf(flags, more);
+    va_end(more);
+    return __real_open64(placeOf(path), flags, mode);
+}
+}
+
+namespace {
+
+using Names = std::set<std::string>;
+
+/// The connections of the service with their types, in the order of their making.
+const std::vector<std::pair<std::string, std::string>> kTopics = {
+    {"BitReport", "BitReport"},
+    {"Command", "CommandResponse"},
+    {"Response", "CommandResponse"},
+    {"PositionVelocityAttitude", "PositionVelocityAttitude"},
+    {"UTCTime", "UTCTime"},
+    {"HalvexPNT", "HalvexPNT"},
+    {"MeasurementIncorporationStatus", "MeasurementIncorporationStatus"},
+    {"AssuranceState", "AssuranceState"},
+    {"EventLog", "EventLog"},
+    {"MaintenanceEvent", "MaintenanceEvent"}};
+
+/// A file with all connections but some, and with another type for one.
+std::string topicsWithout(const Names& missing, const std::string& mistyped = "")
+{
+    TransportConfig config;
+    config.set("BackFillHistory", "true");
+    for (const auto& [name, type] : kTopics) {
+        const std::string other = type == "UTCTime" ? "BitReport" : "UTCTime";
+        if (!missing.contains(name)) config.connect(name, name == mistyped ? other : type);
+    }
+    return config.text();
+}
+
+/// The registers of the process: whoever opens physical memory keeps it.
+const FpgaMemory& registers()
+{
+    static const FpgaMemory memory;
+    return memory;
+}
+
+std::string withoutEnd(const std::string& text)
+{
+    return text.substr(0, text.find("</HX_Configurations>"));
+}
+
+std::string withoutBegin(const std::string& text)
+{
+    const std::string begin = "<HX_Configurations>\n";
+    return text.substr(text.find(begin) + begin.size());
+}
+
+/// A unit that has all that the service connects to, until a test takes something away.
+struct ConnectTest : testing::Test {
+    ConnectTest()
+    {
+        s_devices = {
+            {"/dev/mem", registers().path()}, {"/dev/mcs5", fromReceiver.path()}, {"/dev/mcs6", toReceiver.path()}};
+        s_opened.clear();
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.m_victoryConfigurationFile = "config";
+        server.m_vclFile = "vcl";
+        server.m_systemName = "KOLT";
+        server.m_ioDevicesFile =
+            directory
+                .write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
+                                          withoutBegin(devicesFileText(FpgaMemory::devices())))
+                .c_str();
+        setTopics(topicsWithout({}));
+        popHealthEvents();
+    }
+    ~ConnectTest() override
+    {
+        auto ignored = RETURN_CODE_TYPE::NO_ERROR;
+        server.Framework_Disconnect(ignored);
+    }
+
+    void setTopics(const std::string& text)
+    {
+        server.m_connectionsFile = directory.write("connections.xml", text).c_str();
+    }
+
+    int connect()
+    {
+        auto rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
+        server.Framework_Connect("another file", rc);
+        return rc;
+    }
+
+    /// Whether the service reads what comes by a tap; this is no record, and so is dropped.
+    static bool isRead(const QueueDevice& device)
+    {
+        device.send(std::array<std::uint8_t, 4>{});
+        return eventually([&] { return device.isEmpty(); }, std::chrono::seconds(20));
+    }
+
+    const HardDeadline deadline{std::chrono::seconds(200)};
+    const TemporaryDirectory directory;
+    const std::string sensorFile = directory.write("sensors.xml", fileOf({}));
+    const QueueDevice fromReceiver{directory.path(), 5};
+    const QueueDevice toReceiver{directory.path(), 6};
+    VictoryRecorder victory;
+    const ConsoleCapture console{std::cout};  // until the thread of the taps has ended with the server
+    OpenServer server{sensorFile};
+};
+
+/// Another process of the unit, which gets what the service has sent on a topic before.
+template <class T>
+class Listener {
+public:
+    Listener(const OpenServer& server, const std::string& topic)
+        : m_transport(server.m_connectionsFile.buffer(), "listener"), m_front(m_transport.typed<T>())
+    {
+        auto code = RETURN_CODE_TYPE::NO_ACTION;
+        m_front->Register_Callback(m_transport.connect(topic), m_inbox.callback(), code);
+        if (code != RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("no subscriber");
+    }
+
+    T first() const
+    {
+        return m_inbox.waitFor(1) ? m_inbox.items()[0].message : throw std::runtime_error("nothing was sent");
+    }
+
+private:
+    Inbox<T> m_inbox;  // outlives the subscriber
+    Transport m_transport;
+    std::shared_ptr<FACE::TSS::Details::HX_TypedTS<T>> m_front;
+};
+
+const std::string kBanner = "OrvaneServer KPN: ";
+
+}  // namespace
+
+TEST_F(ConnectTest, AWholeUnitIsConnected)
+{
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_TRUE(isRead(fromReceiver));
+    EXPECT_TRUE(isRead(toReceiver));
+    EXPECT_THAT(s_opened, Contains("/dev/mem"));
+    EXPECT_THAT(console.text(), HasSubstr(kBanner + "345-1290-118B  "));
+    EXPECT_TRUE(server.m_victoryStarted);
+}
+
+TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
+{
+    ASSERT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
+    const Listener<aspn2_msgs::idl::EventLog> listener(server, "EventLog");
+    EXPECT_THAT(listener.first().eventlog(),
+                MatchesRegex("//aspn://Sarvent/OrvaneServer:[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+}
+
+TEST_F(ConnectTest, EachMissingTopicHasItsLineButForTheLast)
+{
+    Names all;
+    for (const auto& topic : kTopics) all.insert(topic.first);
+    setTopics(topicsWithout(all));
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    std::vector<std::string> errors;
+    std::istringstream lines(console.text());
+    for (std::string line; std::getline(lines, line);)
+        if (const auto end = line.find(") Framework_Connect: "); end != std::string::npos) {
+            EXPECT_TRUE(line.starts_with("OrvaneServer (")) << line;
+            errors.push_back(line.substr(end + 21));
+        }
+    EXPECT_THAT(errors,
+                ElementsAre("Error connecting to BitReportTopic", "Error connecting to CommandTopic",
+                            "Error connecting to ResponseTopic", "Error connecting to PositionVelocityAttitudeTopic",
+                            "Error connecting to UTCTimeTopic", "Error connecting to HalvexPNTTopic",
+                            "Error connecting to MeasurementIncorporationStatusTopic",
+                            "Error connecting to AssuranceStateTopic", "Error connecting to EventLogTopic"));
+}
+
+TEST_F(ConnectTest, WithTwoTopicsMissingTheTapsAreConnectedAndNoReporterIsStarted)
+{
+    setTopics(topicsWithout({"UTCTime", "EventLog"}));
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(isRead(fromReceiver));
+    EXPECT_TRUE(isRead(toReceiver));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+    EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
+    server.sendCommandResponseMessage("X");  // there is no transport for it
+    EXPECT_THAT(popHealthEvents(), Contains(HasSubstr("Could not publish CommandResponse")));
+}
+
+TEST_F(ConnectTest, ARefusedTapFromTheReceiverLeavesTheOtherAndStartsNoReporter)
+{
+    s_devices.erase("/dev/mcs5");
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(isRead(toReceiver));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+}
+
+TEST_F(ConnectTest, ARefusedTapToTheReceiverLeavesTheOtherAndStartsNoReporter)
+{
+    s_devices.erase("/dev/mcs6");
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(isRead(fromReceiver));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+}
+
+TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResults)
+{
+    const std::vector<std::string> labels = {"bit_rcv",   "cmdRsp_rcv",        "cmdRsp_rcv2", "rsp_rcv",
+                                             "rsp_rcv2",  "pva_rcv",           "utcTime_rcv", "MIS_rcv",
+                                             "hxPNT_rcv", "AssuranceState_rcv"};
+    const std::vector<std::pair<std::string, Names>> refusals = {{"BitReport", {"bit_rcv"}},
+                                                                 {"Command", {"cmdRsp_rcv", "cmdRsp_rcv2"}},
+                                                                 {"Response", {"rsp_rcv", "rsp_rcv2"}},
+                                                                 {"PositionVelocityAttitude", {"pva_rcv"}},
+                                                                 {"UTCTime", {"utcTime_rcv"}},
+                                                                 {"MeasurementIncorporationStatus", {"MIS_rcv"}},
+                                                                 {"HalvexPNT", {"hxPNT_rcv"}},
+                                                                 {"AssuranceState", {"AssuranceState_rcv"}}};
+    for (const auto& [topic, refused] : refusals) {
+        OpenServer other(sensorFile);
+        other.m_ioDevicesFile = "none";
+        other.m_connectionsFile = directory.write("connections.xml", topicsWithout({}, topic)).c_str();
+        const ConsoleCapture output(std::cout);
+        auto rc = RETURN_CODE_TYPE::NO_ERROR;
+        other.Framework_Connect("another file", rc);
+        EXPECT_EQ(rc, RETURN_CODE_TYPE::INVALID_CONFIG);
+        std::string expected = "Error from Register_Callback or Register_Sender calls:\n";
+        for (const auto& label : labels) expected += label + (refused.contains(label) ? " = 11\n" : " = 0\n");
+        EXPECT_THAT(output.text(), HasSubstr(expected)) << topic;
+        other.Framework_Disconnect(rc);
+    }
+}
+
+TEST_F(ConnectTest, BehindARefusedRegistrationDevicesAndServiceAreConnectedAndNoReporterStarted)
+{
+    setTopics(topicsWithout({}, "AssuranceState"));
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(isRead(fromReceiver));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+    EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
+}
+
+// The end.
+
+namespace {
+
+/// Writes down what is ended, and in which order.
+class RecordingTss : public FACE::TSS::HX_TSS {
+public:
+    explicit RecordingTss(std::vector<std::string>& steps) : HX_TSS("recorder"), m_steps(steps) {}
+
+    void Unregister_Callback(long long id, RETURN_CODE_TYPE::Value& rc) override { record("callback", id, rc); }
+    void Unregister_Sender(long long id, RETURN_CODE_TYPE::Value& rc) override { record("sender", id, rc); }
+    void Destroy_Connection(long long id, RETURN_CODE_TYPE::Value& rc) override { record("connection", id, rc); }
+
+private:
+    void record(const std::string& what, long long id, RETURN_CODE_TYPE::Value& rc)
+    {
+        m_steps.push_back(what + " " + std::to_string(id));
+        rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
+    }
+
+    std::vector<std::string>& m_steps;
+};
+
+/// The first block that is closed is written down.
+class ClosingDevmem : public RecordingDevmem {
+public:
+    ClosingDevmem(std::shared_ptr<FACE::IOSS::Devmem::IO_Service> service, std::vector<std::string>& steps)
+        : RecordingDevmem(std::move(service)), m_steps(steps)
+    {}
+
+    void Close_Connection(long long handle, RETURN_CODE_TYPE::Value& rc) override
+    {
+        if (std::ranges::find(m_steps, "FPGA") == m_steps.end()) m_steps.emplace_back("FPGA");
+        RecordingDevmem::Close_Connection(handle, rc);
+    }
+
+private:
+    std::vector<std::string>& m_steps;
+};
+
+}  // namespace
+
+TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
+{
+    std::vector<std::string> steps;
+    const FpgaDesk desk;
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    victory.onCall("vapntsDeleteService", [&] { steps.emplace_back("service"); });
+    server.m_tss = std::make_shared<RecordingTss>(steps);
+    long long next = 100;
+    for (auto* const id : server.connectionIds()) *id = next++;
+
+    auto rc = RETURN_CODE_TYPE::NO_ACTION;
+    server.Framework_Disconnect(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
+    std::vector<std::string> expected = {"FPGA"};
+    for (const std::string what : {"callback", "sender", "connection"})
+        for (int id = 100; id < 110; ++id) expected.push_back(what + " " + std::to_string(id));
+    expected.emplace_back("service");
+    EXPECT_THAT(steps, ElementsAreArray(expected));
+}
+
+TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)
+{
+    OneConnection<aspn2_msgs::idl::EventLog> log("EventLog", "Log");
+    log.registerSender();
+    const ASPN2::DeviceIdFactory ids(3, 52);
+    auto& reporter = HealthReporter::Instance();
+    reporter.InitHealthReporter("unit", ids, log.front(), log.id());
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    auto rc = RETURN_CODE_TYPE::NO_ACTION;
+    server.Framework_Disconnect(rc);
+    ASSERT_EQ(log.inbox.size(), 1U);
+    EXPECT_EQ(log.inbox.items()[0].message.eventlog(), "OrvaneServer : VapntsService exited");
+    EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
+    reporter.DoneHealthReporter();
+}
+
+// What goes out over a real transport.
+
+TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)
+{
+    std::vector<SensorText> sensors;
+    for (int i = 0; i < 60; ++i) sensors.emplace_back("S" + std::to_string(i), "0x2710");  // 10000
+    directory.write("sensors.xml", fileOf(sensors));
+    ServiceConfig config;
+    config.set("Connections", server.m_connectionsFile.buffer()).set("IODevices", "none");
+    auto rc = RETURN_CODE_TYPE::NO_ACTION;
+    server.Configure(directory.write("service.xml", config.text()).c_str(), rc);
+    ASSERT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
+    connect();
+    popHealthEvents();
+    server.m_bitResults.Start();
+    server.m_bitResults.ExecuteBuiltInTests(server.m_service);
+    server.m_bitResults.cycleCommandedBitStateMachine();
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+
+    std::string command = "REQUEST_CBIT";
+    for (int i = 0; i < 60; ++i) command += ",10000";  // 372 characters
+    const Listener<aspn2_msgs::idl::CommandResponse> listener(server, "Command");
+    EXPECT_EQ(listener.first().command_response(), command);
+    server.m_bitResults.GetBuiltInTestResults(server.m_service, {});
+    EXPECT_EQ(victory.last("vapntsTellGetBuiltInTestResults").record<VapntcBitResults>().results[0].status, 1);
+}

@@ -61,7 +61,9 @@ struct WatchTransportTest : testing::Test {
         return line;
     }
 
-    const TransportConfig config = TransportConfig().connect("Log", "EventLog").connect("Time", "UTCTime");
+    // Deep enough to hold all that a test publishes.
+    const TransportConfig config =
+        TransportConfig().set("HistoryDepth", "1000").connect("Log", "EventLog").connect("Time", "UTCTime");
     const TemporaryDirectory directory;
     const std::string file = directory.write("Connections.xml", config.text());
     const Transport transport{config};

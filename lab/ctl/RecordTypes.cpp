@@ -60,7 +60,6 @@ struct FieldNames;
     };
 
 // What stands within others.
-ORVANECTL_FIELD_NAMES(timestamp)
 ORVANECTL_FIELD_NAMES(geodeticposition3d_type)
 ORVANECTL_FIELD_NAMES(bit_comp_set)
 ORVANECTL_FIELD_NAMES(channel_status_obs)

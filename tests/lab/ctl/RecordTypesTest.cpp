@@ -128,7 +128,6 @@ TEST(RecordTypesTest, EveryFieldOfEveryTypeIsThereByNameInItsOrder)
         seen.insert(type->name);
         const Json fields = type->fieldsOf(record.numbered->data());
         EXPECT_EQ(fields.dump(), expectedOf(*type, record.numbered->data()).dump()) << record.name;
-        EXPECT_GE(fields.size(), 1U) << record.name;
         EXPECT_EQ(type->headerOf(record.numbered->data()).device_id(), 0x0A0B0C08) << record.name;
     }
     EXPECT_EQ(seen.size(), 32U);

@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <vector>
 
 using namespace orvanectl;
@@ -41,6 +43,16 @@ struct WatchTransportTest : testing::Test {
         EXPECT_EQ(front->write(id, event), RETURN_CODE_TYPE::NO_ERROR);
     }
 
+    /// Publishes until the tool has shown something: it misses what is sent before it knows of the publisher.
+    bool publishUntilShown(const ChildProcess& tool, const std::string& text) const
+    {
+        std::int64_t number = 1;
+        return eventually([&] {
+            publish(number++, text);
+            return !tool.output().empty();
+        });
+    }
+
     std::vector<std::string> command(const std::vector<std::string>& arguments) const
     {
         std::vector<std::string> line = {ORVANE_CTL_BINARY};
@@ -49,7 +61,9 @@ struct WatchTransportTest : testing::Test {
         return line;
     }
 
-    const TransportConfig config = TransportConfig().connect("Log", "EventLog").connect("Time", "UTCTime");
+    // Deep enough to hold all that a test publishes.
+    const TransportConfig config =
+        TransportConfig().set("HistoryDepth", "1000").connect("Log", "EventLog").connect("Time", "UTCTime");
     const TemporaryDirectory directory;
     const std::string file = directory.write("Connections.xml", config.text());
     const Transport transport{config};
@@ -68,17 +82,17 @@ std::string withoutLastLine(const std::string& text)
 TEST_F(WatchTransportTest, EventsAreShownAsTheyComeAndCtrlCEndsWithASum)
 {
     ChildProcess echo(command({"echo", "Log"}));
-    ASSERT_TRUE(transport.waitForSubscribers(id));
-    publish(4, "first");
-    EXPECT_TRUE(eventually([&] { return echo.output() == "4.000000000  OrvaneServer (52)  #4  INFORMATION  first\n"; }))
-        << echo.output();
-    publish(5, "second");
-    EXPECT_TRUE(eventually([&] { return echo.output().ends_with("  #5  INFORMATION  second\n"); }));
+    ASSERT_TRUE(publishUntilShown(echo, "first"));
+    publish(1000, "last");
+    EXPECT_TRUE(eventually([&] {
+        return echo.output().ends_with("1000.000000000  OrvaneServer (52)  #1000  INFORMATION  last\n");
+    })) << echo.output();
+    const auto records = std::ranges::count(echo.output(), '\n');
     echo.send(SIGINT);
     EXPECT_EQ(echo.wait(), Ending({0, 0}));
     const std::string sum = echo.output().substr(withoutLastLine(echo.output()).size());
-    EXPECT_TRUE(sum.starts_with("orvanectl: 2 records in ")) << sum;
-    EXPECT_TRUE(sum.ends_with(" s, 0 gaps with 0 missing, 0 back, 0 lost\n")) << sum;
+    EXPECT_TRUE(sum.starts_with("orvanectl: " + std::to_string(records) + " records in ")) << sum;
+    EXPECT_TRUE(sum.ends_with(" missing, 0 back, 0 lost\n")) << sum;
     EXPECT_EQ(echo.errors(), "");
 }
 
@@ -86,10 +100,10 @@ TEST_F(WatchTransportTest, WhatWasBeforeIsNotAskedFor)
 {
     publish(0, "before");
     ChildProcess echo(command({"echo", "Log", "--count", "1"}));
-    ASSERT_TRUE(transport.waitForSubscribers(id));
-    publish(1, "after");
+    ASSERT_TRUE(publishUntilShown(echo, "after"));
     EXPECT_EQ(echo.wait(), Ending({0, 0}));
-    EXPECT_EQ(withoutLastLine(echo.output()), "1.000000000  OrvaneServer (52)  #1  INFORMATION  after\n");
+    EXPECT_TRUE(withoutLastLine(echo.output()).ends_with("  INFORMATION  after\n")) << echo.output();
+    EXPECT_EQ(std::ranges::count(echo.output(), '\n'), 2) << echo.output();
 }
 
 TEST_F(WatchTransportTest, BackfillBringsWhatThePublisherHolds)
@@ -107,8 +121,7 @@ TEST_F(WatchTransportTest, TypeCanBeGivenForATopicThatTheFileHasNot)
     const std::string other = directory.write("other.xml", TransportConfig().text());
     ChildProcess echo(
         {ORVANE_CTL_BINARY, "echo", "Log", "--type", "EventLog", "--count", "1", "--json", "--connections", other});
-    ASSERT_TRUE(transport.waitForSubscribers(id));
-    publish(3, "text");
+    ASSERT_TRUE(publishUntilShown(echo, "text"));
     EXPECT_EQ(echo.wait(), Ending({0, 0}));
     const auto line = nlohmann::json::parse(withoutLastLine(echo.output()));
     EXPECT_EQ(line.at("kind"), "record");
@@ -129,7 +142,7 @@ TEST_F(WatchTransportTest, TimeEndsIt)
 TEST_F(WatchTransportTest, RatesTellGapsInTheSequence)
 {
     ChildProcess hz(command({"hz", "--every", "0.02", "--json"}));
-    ASSERT_TRUE(transport.waitForSubscribers(id));
+    ASSERT_TRUE(eventually([&] { return hz.output().find(R"("publishers":1,)") != std::string::npos; }));
     for (const std::int64_t number : {0, 1, 5}) publish(number, "text");
     nlohmann::json found;
     EXPECT_TRUE(eventually([&] {
@@ -171,11 +184,12 @@ TEST_F(WatchTransportTest, OutputThatNobodyReadsDoesNotKeepItFromEnding)
     line.insert(line.end(), tool.begin(), tool.end());
     ChildProcess echo(line);
     ASSERT_TRUE(transport.waitForSubscribers(id));
-    const std::string wait = "/proc/" + std::to_string(echo.id()) + "/task/" + std::to_string(echo.id()) + "/syscall";
+    const std::string systemCall =
+        "/proc/" + std::to_string(echo.id()) + "/task/" + std::to_string(echo.id()) + "/syscall";
     std::int64_t number = 0;
     EXPECT_TRUE(eventually([&] {
         publish(number++, std::string(200, 'x'));
-        return readFile(wait).starts_with("1 0x1 ");  // in `write`
+        return readFile(systemCall).starts_with(std::to_string(SYS_write) + " 0x1 ");
     }));
     echo.send(SIGINT);
     EXPECT_EQ(echo.wait(), Ending({1, 0}));
@@ -185,7 +199,7 @@ TEST_F(WatchTransportTest, OutputThatNobodyReadsDoesNotKeepItFromEnding)
 TEST_F(WatchTransportTest, EveryTypeArrivesAndIsShown)
 {
     TransportConfig all;
-    std::vector<std::string> arguments = {ORVANE_CTL_BINARY, "echo", "--json", "--count", "32"};
+    std::vector<std::string> arguments = {ORVANE_CTL_BINARY, "echo", "--json"};
     for (const RecordType& type : recordTypes()) {
         all.connect("Of" + std::string(type.name), std::string(type.name));
         arguments.push_back("Of" + std::string(type.name));
@@ -195,14 +209,17 @@ TEST_F(WatchTransportTest, EveryTypeArrivesAndIsShown)
     ChildProcess echo(arguments);
     const auto records = supportedRecords();
     for (const RecordType& type : recordTypes()) {
-        const long long connection = publisher.connect("Of" + std::string(type.name));
-        const auto key = FACE::TSS::HX_TSS::keyOf(connection);
+        const auto key = FACE::TSS::HX_TSS::keyOf(publisher.connect("Of" + std::string(type.name)));
         publisher->registerPublisher(publisher->connectionMap_mutex_at(key));
-        ASSERT_TRUE(publisher.waitForSubscribers(connection)) << type.name;
         const auto record = std::ranges::find(records, type.name, &RecordCase::name);
         ASSERT_NE(record, records.end());
-        EXPECT_EQ(publisher->write(key, record->numbered->data(), type.isTypeSupport), RETURN_CODE_TYPE::NO_ERROR);
+        const std::string line = R"("topic":"Of)" + std::string(type.name) + '"';
+        EXPECT_TRUE(eventually([&] {
+            EXPECT_EQ(publisher->write(key, record->numbered->data(), type.isTypeSupport), RETURN_CODE_TYPE::NO_ERROR);
+            return echo.output().find(line) != std::string::npos;
+        })) << type.name;
     }
+    echo.send(SIGINT);
     EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
     std::istringstream lines(echo.output());
     std::set<std::string> shown;

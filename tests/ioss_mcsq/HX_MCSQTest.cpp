@@ -448,7 +448,7 @@ TEST_F(OpenedHX_MCSQTest, TimeOutsAreIgnored)
          {0LL, 1LL, -1LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()}) {
         READ_PAYLOAD_TYPE payload = payloadOf(bytes);
         EXPECT_EQ(codeOf([&](auto& code) { service.Open_Connection("Five", timeout, handle, code); }), 0) << timeout;
-        EXPECT_EQ(codeOf([&](auto& code) { service.Write(0, timeout, payload, code); }), 0) << timeout;
+        ASSERT_EQ(codeOf([&](auto& code) { service.Write(0, timeout, payload, code); }), 0) << timeout;
         EXPECT_EQ(codeOf([&](auto& code) { service.Read(0, timeout, payload, code); }), 0) << timeout;
         EXPECT_EQ(codeOf([&](auto& code) { service.Configure_Connection_Parameters(0, timeout, none, code); }), 1);
         EXPECT_EQ(codeOf([&](auto& code) { service.Configure_Bus_Parameters(0, timeout, none, code); }), 1);

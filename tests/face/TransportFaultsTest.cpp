@@ -209,9 +209,14 @@ TEST_F(TransportFaultsTest, TypeIsNotLeftRegisteredWithoutAConnection)
     const Transport transport(file);
     std::optional<FailingAllocation> memory;
     theLibrary.onRegisteredType = [&] { memory.emplace(); };  // the connection finds no room
-    theLibrary.onUnregisterType = [&] { memory.reset(); };
+    bool isUnregistered = false;
+    theLibrary.onUnregisterType = [&] {
+        memory.reset();
+        isUnregistered = true;
+    };
     EXPECT_THROW(transport.connect("Times"), std::bad_alloc);
     memory.reset();
+    ASSERT_TRUE(isUnregistered);  // else the library has a type that is gone
     HX_TSS::TopicDataType* type = nullptr;
     EXPECT_FALSE(Domain::getRegisteredType(theLibrary.participant, "aspn2_msgs::idl::UTCTime", &type));
     theLibrary = Library();

@@ -1,5 +1,6 @@
 #include "ASPN/FaultHysteresis.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -81,6 +82,12 @@ std::size_t FaultHysteresis::size() const
 {
     const MutexLock lock(m_mutex);
     return m_entries.size();
+}
+
+std::size_t FaultHysteresis::count(const std::string& key) const
+{
+    const MutexLock lock(m_mutex);
+    return static_cast<std::size_t>(std::ranges::count(m_entries, key, &fault_entry::key));
 }
 
 void FaultHysteresis::serviceLocked(Clock::time_point now)

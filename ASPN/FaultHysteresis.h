@@ -43,6 +43,9 @@ public:
     /// The number of faults on record.
     std::size_t size() const EXCLUDES(m_mutex);
 
+    /// The number of faults on record under a key: the whole path of the file, then the line in decimal.
+    std::size_t count(const std::string& key) const EXCLUDES(m_mutex);
+
 private:
     struct fault_entry {
         std::string key;
@@ -61,9 +64,12 @@ private:
     std::atomic<bool> m_isEnabled = false;  // neither threshold nor limit is 0
 };
 
+/// What faults are kept for in service.
+inline constexpr int kFaultSpanSeconds = 180;
+
 /// Initialises the record as it is kept in service: what is younger than 180 s, and the last 2000 faults. The process
 /// ends with status -1 and a line on the standard error if the numbers are refused.
-void initFaultHysteresisOrExit(FaultHysteresis& hysteresis, int spanSeconds = 180, int threshold = 16,
+void initFaultHysteresisOrExit(FaultHysteresis& hysteresis, int spanSeconds = kFaultSpanSeconds, int threshold = 16,
                                int limit = 2000);
 
 #endif

@@ -36,8 +36,8 @@ HealthReporter& HealthReporter::Instance()
 }
 
 HealthReporter::HealthReporter(FaultHysteresis& hysteresis, ASPN2::EventQueue::Clock::time_point (*now)(),
-                               const Times& times)
-    : m_hysteresis(hysteresis), m_times(times),
+                               const Times& times, int faultSpanSeconds)
+    : m_hysteresis(hysteresis), m_times(times), m_faultSpanSeconds(faultSpanSeconds),
       m_queue(kEventQueueLimit, EventTypes::EVENT_INFORMATION, times.repeat, now)
 {}
 
@@ -67,7 +67,7 @@ void HealthReporter::InitHealthReporter(const std::string& name, const ASPN2::De
     stopAtExit();
     m_stop = false;
     m_publisherThread = std::thread([this] { publisherThreadFunction(); });
-    initFaultHysteresisOrExit(m_hysteresis);
+    initFaultHysteresisOrExit(m_hysteresis, m_faultSpanSeconds);
 }
 
 void HealthReporter::DoneHealthReporter()

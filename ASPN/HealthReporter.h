@@ -74,10 +74,11 @@ public:
     /// exits, before what DDS needs is gone.
     static HealthReporter& Instance();
 
-    /// @param now  the clock that configuration events repeat by
+    /// @param now               the clock that configuration events repeat by
+    /// @param faultSpanSeconds  that the record of faults is initialised with (`initFaultHysteresisOrExit`)
     explicit HealthReporter(FaultHysteresis& hysteresis = FaultHysteresis::Instance(),
                             ASPN2::EventQueue::Clock::time_point (*now)() = &ASPN2::EventQueue::Clock::now,
-                            const Times& times = kTimes);
+                            const Times& times = kTimes, int faultSpanSeconds = kFaultSpanSeconds);
     ~HealthReporter();
     HealthReporter(const HealthReporter&) = delete;
     HealthReporter& operator=(const HealthReporter&) = delete;
@@ -117,6 +118,7 @@ private:
 
     FaultHysteresis& m_hysteresis;
     const Times m_times;
+    const int m_faultSpanSeconds;
     std::atomic<bool> m_initialized = false;
 
     // Written while there is no publisher, and then the publisher's own.

@@ -123,8 +123,8 @@ PCSMaintReporter& PCSMaintReporter::Instance()
     return instance;
 }
 
-PCSMaintReporter::PCSMaintReporter(FaultHysteresis& hysteresis, Clock::time_point (*now)())
-    : m_hysteresis(hysteresis), m_now(now)
+PCSMaintReporter::PCSMaintReporter(FaultHysteresis& hysteresis, Clock::time_point (*now)(), int faultSpanSeconds)
+    : m_hysteresis(hysteresis), m_now(now), m_faultSpanSeconds(faultSpanSeconds)
 {}
 
 void PCSMaintReporter::InitMaintReporter(const std::string& name, const ASPN2::DeviceIdFactory& deviceIdFactory,
@@ -144,7 +144,7 @@ void PCSMaintReporter::InitMaintReporter(const std::string& name, const ASPN2::D
         m_outlet = {name, deviceIdFactory.makeDeviceId(kMaintenanceEventMessage, 0), transport, handle};
         m_sequenceNumber = 0;
     }
-    initFaultHysteresisOrExit(m_hysteresis);
+    initFaultHysteresisOrExit(m_hysteresis, m_faultSpanSeconds);
 }
 
 void PCSMaintReporter::DoneMaintReporter()

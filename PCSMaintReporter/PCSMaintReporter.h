@@ -95,9 +95,10 @@ public:
     /// One for the process, never destroyed: threads may send until the very end.
     static PCSMaintReporter& Instance();
 
-    /// @param now  the clock that records are stamped by
+    /// @param now               the clock that records are stamped by
+    /// @param faultSpanSeconds  that the record of faults is initialised with (`initFaultHysteresisOrExit`)
     explicit PCSMaintReporter(FaultHysteresis& hysteresis = FaultHysteresis::Instance(),
-                              Clock::time_point (*now)() = &Clock::now);
+                              Clock::time_point (*now)() = &Clock::now, int faultSpanSeconds = kFaultSpanSeconds);
     PCSMaintReporter(const PCSMaintReporter&) = delete;
     PCSMaintReporter& operator=(const PCSMaintReporter&) = delete;
 
@@ -165,6 +166,7 @@ private:
 
     FaultHysteresis& m_hysteresis;
     Clock::time_point (*const m_now)();
+    const int m_faultSpanSeconds;
     std::atomic<bool> m_initialized = false;
     std::atomic<std::uint64_t> m_sequenceNumber = 0;
     std::atomic<std::int64_t> m_timeOffset = 0;  // ns

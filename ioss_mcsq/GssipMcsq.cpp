@@ -33,7 +33,8 @@ std::vector<unsigned short> numbersOf(const std::vector<std::string>& texts)
 
 }  // namespace
 
-GssipMcsq::GssipMcsq(const std::string& name, Service service) : m_name(name)
+GssipMcsq::GssipMcsq(const std::string& name, Service service, GssipTopicSerializer serializer)
+    : m_name(name), m_serializer(std::move(serializer))
 {
     Constructor({}, std::move(service));
 }
@@ -142,10 +143,9 @@ void GssipMcsq::writeToQueue(long long handle, const GSSIP& record, RETURN_CODE_
     if (isFiltered(record)) return;
     std::vector<std::uint8_t> bytes;
     if (!m_serializer.Serialize(record, bytes)) return;
-    const std::uint64_t size = bytes.size();
-    if (size > 4294967294u || size == 0) return;
+    if (!isWritable(bytes.size())) return;
     Sequence<std::uint8_t>::RETURN_CODE ignored{};
-    const auto length = static_cast<std::uint32_t>(size);
+    const auto length = static_cast<std::uint32_t>(bytes.size());
     const FACE::IOSS::MCSQ::WRITE_PAYLOAD_TYPE payload(bytes.data(), length, length, ignored);
     m_service->Write(handle, -1, payload, return_code);
 }

@@ -33,11 +33,15 @@ public:
     /// Bytes: the size of one read.
     static constexpr std::uint32_t kReceiveSize = 131072;
 
+    /// Whether one write may carry so many bytes.
+    static constexpr bool isWritable(std::uint64_t size) { return size > 0 && size <= 4294967294; }
+
     /// @param name      stands in front of all messages
     /// @param filter    ids of messages that are not to be written; of texts, those that begin with a decimal number of
     ///                  16 bits count, and others are skipped
     /// @param service   null for the queue devices of the machine
-    explicit GssipMcsq(const std::string& name, Service service = nullptr);
+    explicit GssipMcsq(const std::string& name, Service service = nullptr,
+                       GssipTopicSerializer serializer = GssipTopicSerializer());
     GssipMcsq(const std::string& name, const std::vector<unsigned short>& filter, Service service = nullptr);
     GssipMcsq(const std::string& name, const std::vector<std::string>& filter, Service service = nullptr);
 
@@ -71,7 +75,7 @@ public:
     void Write(long long handle, const GSSIP& record, RETURN_CODE_TYPE::Value& return_code);
 
     /// Writes one record as one message. The code is the service's; it stays as it was if the id is filtered or the
-    /// record too large. A frame without an id is not filtered.
+    /// record is too large or can't be serialized. A frame without an id is not filtered.
     void writeToQueue(long long handle, const GSSIP& record, RETURN_CODE_TYPE::Value& return_code);
 
     /// Nothing for a connection without a call-back. Throws what the call-back throws; `std::bad_function_call` if that is

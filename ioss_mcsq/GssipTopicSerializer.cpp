@@ -37,7 +37,7 @@ bool GssipTopicSerializer::Serialize(const GSSIP& record, std::vector<std::uint8
     const std::uint64_t size = GetSerializedSize(record);
     if (size > std::numeric_limits<std::uint32_t>::max()) return false;
     SerializedPayload_t payload(static_cast<std::uint32_t>(size));
-    if (!m_type.serialize(const_cast<GSSIP*>(&record), &payload)) return false;
+    if (!m_type->serialize(const_cast<GSSIP*>(&record), &payload)) return false;
     bytes.assign(payload.data, payload.data + payload.length);
     return true;
 }
@@ -46,5 +46,5 @@ bool GssipTopicSerializer::Deserialize(const std::uint8_t* bytes, std::uint32_t 
 {
     if (!bytes) return false;
     BorrowedPayload payload(bytes, length);
-    return m_type.deserialize(payload.get(), &record);
+    return m_type->deserialize(payload.get(), &record);
 }

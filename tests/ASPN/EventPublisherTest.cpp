@@ -366,8 +366,18 @@ TEST_F(EventPublisherTest, FaultsAreOnRecordForThreeMinutes)
     other.DoneHealthReporter();
 }
 
+using EventPublisherDeathTest = EventPublisherTest;
+
+TEST_F(EventPublisherDeathTest, RefusedNumbersEndTheProcessWhilePublishing)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    HealthReporter refused(hysteresis, &ASPN2::EventQueue::Clock::now, kQuick, -1);
+    EXPECT_EXIT(init(refused), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
+}
+
 TEST(FaultHysteresisConfigurationDeathTest, RefusedNumbersEndTheProcess)
 {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     FaultHysteresis hysteresis;
     EXPECT_EXIT(initFaultHysteresisOrExit(hysteresis, -1, 16, 2000), testing::ExitedWithCode(255),
                 "Unable to configure the Fault Hysteresis\n");

@@ -66,6 +66,19 @@ TEST_F(FaultHysteresisTest, OnlyTypeThreeIsRecorded)
     EXPECT_EQ(hysteresis.size(), 1u);
 }
 
+TEST_F(FaultHysteresisTest, FaultsAreOnRecordByTheWholePathAndTheLine)
+{
+    hysteresis.OkInitFaultHysteresis(180, 16, 2000);
+    check(3, "a/c.cpp", 12);
+    check(3, "b/c.cpp", 12);
+    check(3, "b/c.cpp", 12);
+    check(3, "b\\c.cpp", -7);
+    EXPECT_EQ(hysteresis.count("a/c.cpp12"), 1u);
+    EXPECT_EQ(hysteresis.count("b/c.cpp12"), 2u);
+    EXPECT_EQ(hysteresis.count("b\\c.cpp-7"), 1u);
+    EXPECT_EQ(hysteresis.count("c.cpp12"), 0u);
+}
+
 TEST_F(FaultHysteresisTest, FileNameStandsBehindTheLastSlashOfEitherKind)
 {
     hysteresis.OkInitFaultHysteresis(180, 16, 2000);

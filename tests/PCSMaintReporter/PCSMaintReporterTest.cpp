@@ -146,6 +146,34 @@ TEST_F(PCSMaintReporterTest, InitStartsTheRecordOfFaultsAnew)
     EXPECT_EQ(hysteresis.size(), 2000u);
 }
 
+TEST_F(PCSMaintReporterTest, InitKeepsFaultsOnRecordForThreeMinutes)
+{
+    FaultHysteresis timed(now);
+    PCSMaintReporter other(timed, now);
+    connection.registerSender();
+    other.InitMaintReporter("unit", deviceIds, connection.front(), connection.id());
+    std::int32_t type = 3;
+    timed.Check(type, "c.cpp", 1, "x");
+    s_now += 179'999'999'999;
+    timed.service();
+    EXPECT_EQ(timed.size(), 1u);
+    s_now += 1;
+    timed.service();
+    EXPECT_EQ(timed.size(), 0u);
+    other.DoneMaintReporter();
+}
+
+using PCSMaintReporterDeathTest = PCSMaintReporterTest;
+
+TEST_F(PCSMaintReporterDeathTest, RefusedNumbersEndTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    PCSMaintReporter refused(hysteresis, now, -1);
+    connection.registerSender();
+    EXPECT_EXIT(refused.InitMaintReporter("unit", deviceIds, connection.front(), connection.id()),
+                testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
+}
+
 TEST_F(PCSMaintReporterTest, ARecordHoldsAllArguments)
 {
     init();

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <streambuf>
@@ -72,6 +73,8 @@ IO_PARAMETER_TYPE parameter(std::uint16_t id, std::uint32_t value)
 /// A service on a file, with "Block" (0x100 bytes at `kBase`), "Other", and connections that lack something.
 class HX_DevmemTest : public testing::Test {
 protected:
+    long long m_timeout = kTimeout;
+
     HX_DevmemTest()
     {
         set_reference(m_config);
@@ -91,7 +94,7 @@ protected:
     {
         RETURN_CODE_TYPE::Value rc = kNone;
         long long handle = -7;
-        m_devmem.Open_Connection(name, kTimeout, handle, rc);
+        m_devmem.Open_Connection(name, m_timeout, handle, rc);
         return {rc, handle};
     }
 
@@ -107,7 +110,7 @@ protected:
     {
         RETURN_CODE_TYPE::Value rc = kNone;
         FACE::IOSS::Devmem::READ_PAYLOAD_TYPE payload{1, offset, width, 7};
-        m_devmem.Read(handle, kTimeout, payload, rc);
+        m_devmem.Read(handle, m_timeout, payload, rc);
         EXPECT_EQ(payload.reserved, 0u);
         return {rc, payload.value};
     }
@@ -115,7 +118,7 @@ protected:
     int write(std::uint32_t offset, std::uint32_t width, std::uint64_t value, long long handle = 0)
     {
         RETURN_CODE_TYPE::Value rc = kNone;
-        m_devmem.Write(handle, kTimeout, {offset, width, value}, rc);
+        m_devmem.Write(handle, m_timeout, {offset, width, value}, rc);
         return rc;
     }
 
@@ -124,7 +127,7 @@ protected:
         IO_PARAMETER_TRANSACTION_TYPE transaction;
         for (const IO_PARAMETER_TYPE& each : parameters) transaction.append(each);
         RETURN_CODE_TYPE::Value rc = kNone;
-        m_devmem.Configure_Connection_Parameters(handle, kTimeout, transaction, rc);
+        m_devmem.Configure_Connection_Parameters(handle, m_timeout, transaction, rc);
         return rc;
     }
 
@@ -333,6 +336,21 @@ TEST_F(HX_DevmemTest, ClosedConnectionKeepsItsHandle)
     EXPECT_EQ(close(0), 0);
     EXPECT_EQ(close(0), 11);
     EXPECT_EQ(open("Block"), (Opened{0, 0}));
+}
+
+TEST_F(HX_DevmemTest, TimeOutsAreIgnored)
+{
+    constexpr auto kLeast = std::numeric_limits<long long>::min();
+    constexpr auto kMost = std::numeric_limits<long long>::max();
+    for (const long long timeout : {0LL, 1LL, -1LL, kMost, kLeast}) {
+        m_timeout = timeout;
+        EXPECT_EQ(open(), (Opened{0, 0})) << timeout;
+        EXPECT_EQ(write(8, 32, 5), 0) << timeout;
+        EXPECT_EQ(read(8, 32), (Access{0, 5})) << timeout;
+        EXPECT_EQ(configure({parameter(1, 0x100)}), 1) << timeout;
+        EXPECT_EQ(close(), 0);
+        EXPECT_EQ(configure({parameter(1, 0x100)}), 0) << timeout;
+    }
 }
 
 TEST_F(HX_DevmemTest, ConnectionThatIsNotDescribedIsInvalidConfigAndEntersNoList)

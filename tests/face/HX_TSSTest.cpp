@@ -5,6 +5,7 @@
 #include "face/HX_Topic_Helpers.h"
 #include "tests/face/NineTypes.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/OneConnection.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
 #include "tests/support/VirtualSlot.h"
@@ -196,6 +197,24 @@ TEST_F(HX_TSSTest, MissingKeyIsABadFileAlsoWhereItHasNoUse)
     EXPECT_FALSE(tss.isInitialized());
 }
 
+TEST_F(HX_TSSTest, SettingsAreStoredOnlyIfNoKeyIsMissing)
+{
+    // A depth that is stored is good enough to get as far as the type; that of a new transport, 0, is not.
+    const auto refusal = [](HX_TSS& transport) {
+        HX_TSS::Connection_t connection("Times", "Other", FACE::TSS::Topics::GetPubSubType("UTCTimePubSubType"));
+        return errorOf([&] { transport.registerPublisher(connection); });
+    };
+    EXPECT_EQ(start(TransportConfig().remove("TcpPort")), 4);
+    EXPECT_EQ(refusal(tss), "Participant unit invalid publisher QOS for topic: Times; see error log");
+    HX_TSS other("unit");
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    other.Set_Reference("", std::make_shared<FACE::HX_Config>(), 0, code);
+    const ConsoleCapture console(std::cerr);
+    other.Initialize(directory.write("shm.xml", TransportConfig().set("UseTransport", "shm").text()).c_str(), code);
+    EXPECT_EQ(code, 4);
+    EXPECT_EQ(refusal(other), "Participant unit error creating publisher for topic: Times");
+}
+
 TEST_F(HX_TSSTest, FailedInitializeMayBeRepeatedOnTheSameFile)
 {
     start(TransportConfig().set("UseTransport", "shm"));
@@ -316,6 +335,20 @@ TEST_F(HX_TSSTest, RefusedTypeSupportIsToldByItsAddress)
     EXPECT_EQ(code, 1);
     EXPECT_EQ(id, -1);
     EXPECT_THAT(console.flushed(), MatchesRegex("!!!!! Could NOT register topic 0x[0-9a-f]+ with participant unit\n"));
+}
+
+TEST_F(HX_TSSTest, RefusedTypeSupportLeavesNoContainerOpen)
+{
+    HX_TSS refusing("unit", [](const std::string&) -> HX_TSS::TopicDataType* { return new TypeWithoutSize(); });
+    const std::string path = directory.write("connections.xml", TransportConfig().connect("Times", "UTCTime").text());
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    refusing.Set_Reference("", config, 0, code);
+    refusing.Initialize(path.c_str(), code);
+    const ConsoleCapture console(std::cerr);
+    refusing.Create_Connection("Times", -1, id, size, code);
+    EXPECT_EQ(code, 1);
+    EXPECT_THAT(config->opened, ElementsAre("FastRtps", "Times"));
+    EXPECT_EQ(config->open, 0);
 }
 
 TEST_F(HX_TSSTest, TypesDieBeforeTheConfiguration)

@@ -214,6 +214,19 @@ TEST(TransportSettingsTest, TcpClientOfASecondAttemptHasThePeerOnceToo)
     EXPECT_EQ(second.rtps.userTransports.size(), 1u);
 }
 
+TEST(TransportSettingsTest, TcpHasTheDefaultsButForTheServersAddressAndPort)
+{
+    using Descriptor = eprosima::fastdds::rtps::TCPv4TransportDescriptor;
+    const auto client = transportOf<Descriptor>(participantAttributes(settingsOf("TCP_Client"), "unit"));
+    const auto server = transportOf<Descriptor>(participantAttributes(settingsOf("TCP_Server"), "unit"));
+    ASSERT_TRUE(client && server);
+    EXPECT_TRUE(*client == Descriptor());
+    Descriptor expected;
+    expected.set_WAN_address(10, 0, 0, 2);
+    expected.listening_ports = {7100};
+    EXPECT_TRUE(*server == expected);
+}
+
 TEST(TransportSettingsTest, TcpServerListensAndHasNoPeer)
 {
     const ParticipantAttributes attributes = participantAttributes(settingsOf("TCP_Server"), "unit");

@@ -214,6 +214,21 @@ TEST_F(HX_TypedTSTest, OwnMessagesArriveOnTheThreadOfTheSender)
     EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
+TEST_F(HX_TypedTSTest, CodeOfACallbackBeginsAtNoErrorAndIsIgnored)
+{
+    start();
+    std::vector<int> given;
+    registerSender(*times, 0);
+    registerCallback<UTCTime>(*times, 0, [&](long long, long long, const UTCTime&, auto&&, auto&&, auto& code) {
+        given.push_back(code);
+        code = RETURN_CODE_TYPE::INVALID_MODE;
+    });
+    ASSERT_TRUE(transport->waitForSubscribers(0));
+    ASSERT_TRUE(transport->waitForPublishers(0));
+    for (int i = 1; i <= 2; ++i) EXPECT_EQ(send(*times, 0, week(i)), 0);
+    EXPECT_THAT(given, ElementsAre(0, 0));
+}
+
 TEST_F(HX_TypedTSTest, CallbackMaySendOnAnotherConnection)
 {
     start();

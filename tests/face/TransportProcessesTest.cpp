@@ -8,13 +8,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <functional>
+#include <future>
+#include <iterator>
 #include <numeric>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace aspn2_msgs::idl;
@@ -209,10 +215,19 @@ std::vector<int> weeksOf(const Inbox<UTCTime>& inbox)
 /// A subscriber of "Times" in this process.
 class TimesReader {
 public:
-    explicit TimesReader(const TransportConfig& config) : m_transport(config), m_front(m_transport.typed<UTCTime>())
+    /// @param onArrival  called with each, before it is kept
+    explicit TimesReader(
+        const TransportConfig& config, const std::function<void()>& onArrival = [] {})
+        : m_transport(config), m_front(m_transport.typed<UTCTime>())
     {
         RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
-        m_front->Register_Callback(m_transport.connect("Times"), m_inbox.callback(), code);
+        m_front->Register_Callback(
+            m_transport.connect("Times"),
+            [onArrival, keep = m_inbox.callback()](auto&&... arguments) {
+                onArrival();
+                keep(arguments...);
+            },
+            code);
         EXPECT_EQ(code, 0);
     }
 
@@ -293,6 +308,64 @@ TEST_P(ThrowingCallback, OnAReceiveThreadEndsTheProcess)
                           std::chrono::milliseconds(200));
     }));
     EXPECT_EQ(peer.wait(), (ChildProcess::Ending{-1, SIGABRT}));
+}
+
+/// 1 to `last`.
+std::vector<int> weeksTo(int last)
+{
+    std::vector<int> weeks(static_cast<std::size_t>(last));
+    std::iota(weeks.begin(), weeks.end(), 1);
+    return weeks;
+}
+
+TEST(ReliableStreamTest, ArrivesWholeAtADepthOfOneThoughTheCallbackIsSlow)
+{
+    const TransportConfig config = configOf(kShmDepthOne).connect("Times", "UTCTime");
+    const Peer peer("stream", config, {"200"});
+    const TimesReader reader(config, [] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); });
+    ASSERT_TRUE(reader.transport().waitForPublishers(0));
+    peer.send(SIGUSR1);
+    ASSERT_TRUE(reader.inbox().waitFor(200));
+    EXPECT_EQ(weeksOf(reader.inbox()), weeksTo(200));
+}
+
+/// Datagrams that this network's machine has dropped since it exists, for want of room at their receiver.
+long long droppedDatagrams()
+{
+    std::istringstream table(readFile("/proc/net/snmp"));
+    std::string line;
+    while (std::getline(table, line) && !line.starts_with("Udp: InDatagrams")) {
+    }
+    std::istringstream names(line);
+    std::getline(table, line);
+    std::istringstream values(line);
+    std::string name;
+    std::string value;
+    while (names >> name && values >> value && name != "RcvbufErrors") {
+    }
+    return std::stoll(value);
+}
+
+TEST(ReliableStreamTest, WhatWasLostOnTheWayArrivesOnceAndInOrder)
+{
+    constexpr int kCount = 2000;
+    TransportConfig config = configOf(kUdp).set("HistoryDepth", "5000").connect("Times", "UTCTime");
+    const Peer peer("stream", config.set("UseTransport", "UDP"), {std::to_string(kCount)});
+    std::promise<void> released;
+    std::shared_future<void> release = released.get_future().share();
+    const TimesReader reader(config, [release] { release.wait(); });
+    ASSERT_TRUE(reader.transport().waitForPublishers(0));
+    const long long before = droppedDatagrams();
+    peer.send(SIGUSR1);
+    const bool isSent = peer.waitForOutput("sent\n");  // to a reader that takes none of them
+    released.set_value();
+    ASSERT_TRUE(isSent);
+    EXPECT_GT(droppedDatagrams(), before);
+    peer.send(SIGUSR1);  // more, which arrive before what was lost
+    ASSERT_TRUE(reader.inbox().waitFor(2 * kCount));
+    std::vector<int> expected = weeksTo(kCount);
+    std::ranges::copy(weeksTo(kCount), std::back_inserter(expected));
+    EXPECT_EQ(weeksOf(reader.inbox()), expected);
 }
 
 /// A peer on another DDS product. Its topics are of the names that the catalogue gives.

@@ -4,6 +4,8 @@
 //     transport_peer samples CONFIG N  publishes UTCTime 1 to N (its gps_week) on "Times", and one more, 1000, whenever it
 //                                      is sent SIGUSR1
 //     transport_peer throws CONFIG     subscribes to UTCTime on "Times" with a callback that throws
+//     transport_peer stream CONFIG N   publishes UTCTime 1 to N on "Times", as fast as it can, when it is sent SIGUSR1
+//                                      and has a subscriber; then says "sent"
 //
 // Says "ready" when that is set up, and ends, orderly, when it is sent SIGTERM.
 
@@ -64,7 +66,8 @@ void runEcho(const std::string& config, const sigset_t& signals)
     run(signals, [] {});
 }
 
-void runSamples(const std::string& config, int count, const sigset_t& signals)
+/// @param onRequest  all of them, on request; else at once, and one more on request
+void runSamples(const std::string& config, int count, bool onRequest, const sigset_t& signals)
 {
     const Transport transport(config, "peer");
     const auto front = transport.typed<UTCTime>();
@@ -77,8 +80,16 @@ void runSamples(const std::string& config, int count, const sigset_t& signals)
         time.gps_week(number);
         check(front->write(id, time));
     };
-    for (int number = 1; number <= count; ++number) publish(number);
-    run(signals, [&] { publish(1000); });
+    const auto publishAll = [&] {
+        for (int number = 1; number <= count; ++number) publish(number);
+    };
+    if (!onRequest) publishAll();
+    run(signals, [&] {
+        if (!onRequest) return publish(1000);
+        if (!transport.waitForSubscribers(id)) throw std::runtime_error("no subscriber");
+        publishAll();
+        std::cout << "sent\n" << std::flush;
+    });
 }
 
 void runThrows(const std::string& config, const sigset_t& signals)
@@ -106,9 +117,11 @@ int main(int argc, char** argv)
         if (role == "echo")
             runEcho(argv[2], signals);
         else if (role == "samples" && argc > 3)
-            runSamples(argv[2], std::stoi(argv[3]), signals);
+            runSamples(argv[2], std::stoi(argv[3]), false, signals);
         else if (role == "throws")
             runThrows(argv[2], signals);
+        else if (role == "stream" && argc > 3)
+            runSamples(argv[2], std::stoi(argv[3]), true, signals);
         else
             throw std::runtime_error("which role?");
         return 0;

@@ -6,6 +6,8 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -26,7 +28,8 @@ class NotingService : public FACE::IOSS::MCSQ::IO_Service {
 public:
     struct Notes {
         std::vector<std::string> calls;
-        RETURN_CODE_TYPE::Value setReference = RETURN_CODE_TYPE::NO_ERROR;
+        std::optional<RETURN_CODE_TYPE::Value> setReference = RETURN_CODE_TYPE::NO_ERROR;  // none: it sets none
+        int codeBefore = 77;                                                               // that it was given
         RETURN_CODE_TYPE::Value initialize = RETURN_CODE_TYPE::NO_ERROR;
         RETURN_CODE_TYPE::Value open = RETURN_CODE_TYPE::NO_ERROR;
         RETURN_CODE_TYPE::Value read = RETURN_CODE_TYPE::NO_ERROR;
@@ -111,7 +114,8 @@ public:
                        RETURN_CODE_TYPE::Value& code) override
     {
         note("Set_Reference " + std::string(name.buffer()) + (reference ? "" : " null"));
-        code = m_notes.setReference;
+        m_notes.codeBefore = code;
+        code = m_notes.setReference.value_or(code);
     }
 
 private:
@@ -180,6 +184,16 @@ TEST_F(GssipMcsqTest, OnlyARefusedReferenceStops)
     notes.initialize = RETURN_CODE_TYPE::NO_ACTION;
     channel->Connect_WriteOnly("file", "name", handle, code);
     EXPECT_EQ(code, 0);
+}
+
+TEST_F(GssipMcsqTest, TheCodeIsNoActionBeforeAnythingAnswers)
+{
+    code = RETURN_CODE_TYPE::INVALID_PARAM;  // which would stop it
+    notes.setReference.reset();
+    channel->Connect_WriteOnly("file", "name", handle, code);
+    EXPECT_EQ(notes.codeBefore, 1);
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(handle, 4);
 }
 
 TEST_F(GssipMcsqTest, AFailedInitializeStops)
@@ -335,6 +349,44 @@ TEST_F(GssipMcsqTest, AFrameWithoutAnIdIsNotFiltered)
     EXPECT_EQ(notes.calls, (Calls{"Write 4 -1", "Write 4 -1"}));
     channel->writeToQueue(4, recordOf(1, 4), code);
     EXPECT_EQ(notes.calls.size(), 2U);
+}
+
+TEST_F(GssipMcsqTest, ARecordThatCannotBeSerializedIsNotWrittenButTheWriterIsTold)
+{
+    struct Refusing : GssipTopicSerializer::Type {
+        bool serialize(void*, eprosima::fastrtps::rtps::SerializedPayload_t*) override { return false; }
+    };
+    channel.emplace("Tap", std::make_unique<NotingService>(notes), GssipTopicSerializer(std::make_unique<Refusing>()));
+    connectForWriting();
+    channel->Write(4, recordOf(1, 5), code);
+    EXPECT_TRUE(notes.calls.empty());
+    EXPECT_EQ(code, 77);
+    EXPECT_EQ(delivered, 1);
+}
+
+TEST_F(GssipMcsqTest, ARecordOfNoBytesIsNotWritten)
+{
+    struct Empty : GssipTopicSerializer::Type {
+        bool serialize(void*, eprosima::fastrtps::rtps::SerializedPayload_t* payload) override
+        {
+            payload->length = 0;
+            return true;
+        }
+    };
+    channel.emplace("Tap", std::make_unique<NotingService>(notes), GssipTopicSerializer(std::make_unique<Empty>()));
+    connectForWriting();
+    channel->writeToQueue(4, recordOf(1, 5), code);
+    EXPECT_TRUE(notes.calls.empty());
+    EXPECT_EQ(code, 77);
+}
+
+TEST_F(GssipMcsqTest, OneWriteCarriesAnythingUpTo4294967294Bytes)
+{
+    EXPECT_FALSE(GssipMcsq::isWritable(0));
+    EXPECT_TRUE(GssipMcsq::isWritable(1));
+    EXPECT_TRUE(GssipMcsq::isWritable(4294967294));
+    EXPECT_FALSE(GssipMcsq::isWritable(4294967295));
+    EXPECT_FALSE(GssipMcsq::isWritable(4294967297));
 }
 
 TEST_F(GssipMcsqTest, ACallBackMayReplaceItself)

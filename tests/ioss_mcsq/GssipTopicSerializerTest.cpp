@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <numeric>
 #include <vector>
 
@@ -53,6 +54,17 @@ TEST_F(GssipTopicSerializerTest, SerializeGivesTheBytesOfThePayload)
     bytes = {1, 2, 3};
     ASSERT_TRUE(serializer.Serialize(someRecord(), bytes));
     EXPECT_EQ(bytes, someBytes());
+}
+
+TEST_F(GssipTopicSerializerTest, WhatTheTypeRefusesIsRefusedAndTheBytesStay)
+{
+    struct Refusing : GssipTopicSerializer::Type {
+        bool serialize(void*, eprosima::fastrtps::rtps::SerializedPayload_t*) override { return false; }
+    };
+    GssipTopicSerializer refusing(std::make_unique<Refusing>());
+    bytes = {1, 2, 3};
+    EXPECT_FALSE(refusing.Serialize(someRecord(), bytes));
+    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2, 3}));
 }
 
 TEST_F(GssipTopicSerializerTest, DeserializeReadsWhatSerializeGave)

@@ -239,6 +239,34 @@ TEST_F(HX_MCSQNotificationTest, UnregisterTakesBackOneOfTwoRegistrations)
     EXPECT_TRUE(threadEnds());
 }
 
+TEST_F(HX_MCSQNotificationTest, UnregisterTakesBackTheFirstOfTwoRegistrations)
+{
+    const long long handle = open("A");
+    const long long between = open("A2");
+    for (const long long each : {handle, between, handle}) registerFor(each);
+    for (std::uint8_t i = 0; i < 10; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i + 1U));
+        EXPECT_EQ(listener.messages().back(), Listener::Message(handle, {i}));
+    }
+    unregister(handle);
+    for (std::uint8_t i = 10; i < 20; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i + 1U));
+        EXPECT_EQ(listener.messages().back(), Listener::Message(between, {i}));
+    }
+}
+
+TEST_F(HX_MCSQNotificationTest, OfTwoConnectionsOnOneDeviceTheOneWithTheDescriptorIsTold)
+{
+    open("A");
+    const long long other = open("A2");
+    registerFor(other);
+    device.send(message(1));
+    ASSERT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(listener.messages()[0], Listener::Message(other, {1}));
+}
+
 TEST_F(HX_MCSQNotificationTest, TwoRegistrationsOfOneHandleDoNotHang)
 {
     const long long handle = open("A");

@@ -10,11 +10,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -435,6 +438,35 @@ TEST_F(OpenedHX_MCSQTest, OpeningAgainGivesTheSameHandle)
     EXPECT_EQ(open("Five", again), 0);
     EXPECT_EQ(again, 0);
     EXPECT_EQ(descriptorCount(), before);
+}
+
+TEST_F(OpenedHX_MCSQTest, TimeOutsAreIgnored)
+{
+    FACE::IOSS::IO_PARAMETER_TRANSACTION_TYPE none;
+    std::vector<std::uint8_t> bytes = {1};
+    for (const long long timeout :
+         {0LL, 1LL, -1LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()}) {
+        READ_PAYLOAD_TYPE payload = payloadOf(bytes);
+        EXPECT_EQ(codeOf([&](auto& code) { service.Open_Connection("Five", timeout, handle, code); }), 0) << timeout;
+        ASSERT_EQ(codeOf([&](auto& code) { service.Write(0, timeout, payload, code); }), 0) << timeout;
+        EXPECT_EQ(codeOf([&](auto& code) { service.Read(0, timeout, payload, code); }), 0) << timeout;
+        EXPECT_EQ(codeOf([&](auto& code) { service.Configure_Connection_Parameters(0, timeout, none, code); }), 1);
+        EXPECT_EQ(codeOf([&](auto& code) { service.Configure_Bus_Parameters(0, timeout, none, code); }), 1);
+    }
+}
+
+TEST_F(OpenedHX_MCSQTest, AReadWithATimeOutWaitsForAMessageHoweverLong)
+{
+    for (const long long timeout : {0LL, 1LL}) {
+        auto answer = std::async(std::launch::async, [&] {
+            std::vector<std::uint8_t> bytes(8);
+            READ_PAYLOAD_TYPE payload = payloadOf(bytes);
+            return codeOf([&](auto& code) { service.Read(0, timeout, payload, code); });
+        });
+        EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+        device.send(std::vector<std::uint8_t>{1});
+        EXPECT_EQ(answer.get(), 0);
+    }
 }
 
 TEST_F(OpenedHX_MCSQTest, AClosedConnectionKeepsItsHandle)

@@ -20,7 +20,9 @@ using aspn2_msgs::idl::CommandResponse;
 using aspn2_msgs::idl::EventLog;
 using aspn2_msgs::idl::MaintenanceEvent;
 using Json = Bus::Json;
+using testing::ContainsRegex;
 using testing::ElementsAre;
+using testing::Not;
 
 namespace {
 
@@ -68,16 +70,25 @@ struct ReportSystemTest : testing::Test {
         events.emplace(*transport, "EventLog");
     }
 
-    /// Waits for an event, and tells its type.
+    /// Waits for an event, and tells its type. Those of faults and failures must begin with a place in the source, and
+    /// no others.
     std::optional<int> typeOfEvent(const std::string& text)
     {
         std::optional<int> type;
+        std::string found;
         eventually([&] {
             for (const auto& item : events->inbox().items())
-                if (item.message.eventlog().find(text) != std::string::npos)
+                if (item.message.eventlog().find(text) != std::string::npos) {
                     type = static_cast<int>(item.message.event_log_type());
+                    found = item.message.eventlog();
+                }
             return type.has_value();
         });
+        const auto isPlaced = ContainsRegex("^OrvaneServer[A-Za-z]*\\.cpp\\[[0-9]+\\]:OrvaneServer");
+        if (type >= 3)
+            EXPECT_THAT(found, isPlaced);
+        else
+            EXPECT_THAT(found, Not(isPlaced));
         return type;
     }
 
@@ -217,6 +228,17 @@ TEST_F(ReportSystemTest, EventsCarryTheSystemCountOfTheRegister)
     EXPECT_EQ(header.timestamp_valid().time_code(), 100);
     EXPECT_EQ(header.timestamp_arrival().sec(), 5);
     EXPECT_EQ(header.timestamp_arrival().nsec(), 499'999'992);
+}
+
+TEST_F(ReportSystemTest, TenEventsASecondLeaveAtTheMost)
+{
+    desk.run();
+    Bus bus;
+    for (int i = 0; i < 12; ++i) bus.request({{"request", "clear-data"}, {"data", "invalid"}});  // an event each
+    ASSERT_TRUE(events->inbox().waitFor(10));  // which is what may wait, others are lost
+    const auto items = events->inbox().items();
+    for (std::size_t i = 1; i < items.size(); ++i)
+        EXPECT_GE(items[i].header.source_timestamp_ns - items[i - 1].header.source_timestamp_ns, 100'000'000) << i;
 }
 
 TEST_F(ReportSystemTest, SoapFaultOfTheLibraryBecomesMaintenanceRecords)

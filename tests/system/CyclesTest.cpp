@@ -77,7 +77,8 @@ TEST_F(CyclesTest, TwoHundredInOneProcessLeaveNothingBehind)
     constexpr std::size_t kCycles = 200, kWarmUp = 20;
     for (std::size_t i = 0; i < kWarmUp; ++i) ASSERT_TRUE(cycle()) << i;
     const std::size_t descriptors = descriptorCount(), threads = threadCount();
-    const std::size_t heap = heapBytes(), resident = residentBytes();
+    const std::size_t heap = heapBytes();
+    [[maybe_unused]] const std::size_t resident = residentBytes();
     for (std::size_t i = kWarmUp; i < kCycles; ++i) {
         ASSERT_TRUE(cycle()) << i;
         ASSERT_EQ(descriptorCount(), descriptors) << i;

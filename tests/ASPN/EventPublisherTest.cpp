@@ -8,6 +8,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/OneConnection.h"
+#include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -372,7 +373,11 @@ TEST_F(EventPublisherDeathTest, RefusedNumbersEndTheProcessWhilePublishing)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     HealthReporter refused(hysteresis, &ASPN2::EventQueue::Clock::now, kQuick, -1);
-    EXPECT_EXIT(init(refused), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
+    const auto play = [&] {
+        leaveAtOnceWhenExiting();
+        init(refused);
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
 }
 
 TEST(FaultHysteresisConfigurationDeathTest, RefusedNumbersEndTheProcess)

@@ -6,6 +6,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/OneConnection.h"
+#include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -170,8 +171,11 @@ TEST_F(PCSMaintReporterDeathTest, RefusedNumbersEndTheProcess)
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     PCSMaintReporter refused(hysteresis, now, -1);
     connection.registerSender();
-    EXPECT_EXIT(refused.InitMaintReporter("unit", deviceIds, connection.front(), connection.id()),
-                testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
+    const auto play = [&] {
+        leaveAtOnceWhenExiting();
+        refused.InitMaintReporter("unit", deviceIds, connection.front(), connection.id());
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
 }
 
 TEST_F(PCSMaintReporterTest, ARecordHoldsAllArguments)

@@ -84,7 +84,7 @@ struct ReportSystemTest : testing::Test {
                 }
             return type.has_value();
         });
-        const auto isPlaced = ContainsRegex("^OrvaneServer[A-Za-z]*\\.cpp\\[[0-9]+\\]:OrvaneServer");
+        const auto isPlaced = ContainsRegex("^[A-Za-z]+\\.cpp\\[[0-9]+\\]:OrvaneServer");
         if (type >= 3)
             EXPECT_THAT(found, isPlaced);
         else

@@ -380,6 +380,8 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
         for (int id = 100; id < 110; ++id) expected.push_back(what + " " + std::to_string(id));
     expected.emplace_back("service");
     EXPECT_THAT(steps, ElementsAreArray(expected));
+    server.m_tss.reset();  // it writes to what ends here
+    victory.onCall("vapntsDeleteService", nullptr);
 }
 
 TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)

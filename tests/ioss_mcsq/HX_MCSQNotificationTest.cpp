@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -22,10 +21,10 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <poll.h>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -36,25 +35,6 @@ using FACE::RETURN_CODE_TYPE;
 using FACE::IOSS::HX_MCSQ;
 using FACE::IOSS::MCSQ::READ_PAYLOAD_TYPE;
 using testing::MatchesRegex;
-
-namespace {
-
-std::atomic<bool> s_isPollRefused = false;
-
-}  // namespace
-
-// As the system refuses more entries than a process may have descriptors.
-extern "C" {
-int __real_poll(pollfd* entries, nfds_t count, int milliseconds);
-int __wrap_poll(pollfd* entries, nfds_t count, int milliseconds);
-
-int __wrap_poll(pollfd* entries, nfds_t count, int milliseconds)
-{
-    if (!s_isPollRefused) return __real_poll(entries, count, milliseconds);
-    errno = EINVAL;
-    return -1;
-}
-}
 
 namespace {
 
@@ -444,11 +424,14 @@ TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
 TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)
 {
     const long long handle = open("A");
-    registerFor(handle);
-    ASSERT_EQ(threadCount(), idleThreads + 1);
-    s_isPollRefused = true;
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    constexpr rlim_t kLimit = 40;  // of descriptors: more entries than that are refused
+    const rlimit small{kLimit, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &small);
+    for (rlim_t i = 0; i <= kLimit; ++i) registerFor(handle);
     const bool ended = eventually([&] { return threadCount() == idleThreads; });
-    s_isPollRefused = false;
+    setrlimit(RLIMIT_NOFILE, &before);
     ASSERT_TRUE(ended);
     device.send(message(1));
     registerFor(handle);

@@ -30,7 +30,7 @@ std::string cut(std::string text)
 
 /// A request as it came, and the way back to its client. Copies go to other threads.
 struct Request {
-    Library* library;
+    Library* victory;
     Bus::ClientId client;
     Json tag;  // what names it: its name, and its id if it has one
     Json body;
@@ -72,14 +72,14 @@ private:
         line.update(tag);
         line.update(result);
         line.update(members);
-        library->send(client, line);
+        victory->send(client, line);
     }
 };
 
 /// Runs on a thread of the service that was made last.
 void post(const Request& request, std::function<void(Service&)> work)
 {
-    const auto service = request.library->newest();
+    const auto service = request.victory->newest();
     if (!service) throw BadRequest("there is no service");
     Service& target = *service;  // it outlives what is posted to it
     const auto run = [request, work = std::move(work), &target] {
@@ -232,13 +232,13 @@ void holdTell(const Request& request)
 {
     constexpr auto kLongest = static_cast<std::int32_t>(TellHolds::kLongest.count());
     const std::string tell = tellOf(request);
-    request.library->holds().hold(tell, std::chrono::milliseconds(request.number("milliseconds", 0, kLongest)));
+    request.victory->holds().hold(tell, std::chrono::milliseconds(request.number("milliseconds", 0, kLongest)));
     request.succeed();
 }
 
 void releaseTell(const Request& request)
 {
-    request.library->holds().release(request.has("tell") ? tellOf(request) : "");
+    request.victory->holds().release(request.has("tell") ? tellOf(request) : "");
     request.succeed();
 }
 
@@ -259,7 +259,7 @@ void last(const Request& request)
     const std::string wanted = request.has("name") ? request.text("name") : "";
     const bool withRaw = request.flag("raw", false);
     Json publications = Json::array();
-    if (const auto bus = request.library->bus())
+    if (const auto bus = request.victory->bus())
         for (const auto& [name, publication] : bus->last()) {
             if (!wanted.empty() && name != wanted) continue;
             Json line = Json::parse(publication.line);
@@ -271,12 +271,12 @@ void last(const Request& request)
 
 void faults(const Request& request)
 {
-    request.succeed({{"faults", request.library->faults().list()}});
+    request.succeed({{"faults", request.victory->faults().list()}});
 }
 
 void status(const Request& request)
 {
-    const auto service = request.library->newest();
+    const auto service = request.victory->newest();
     request.succeed(service ? service->state() : Json{{"service", nullptr}});
 }
 

@@ -23,18 +23,6 @@ std::string hex16(unsigned word)
     return text.data();
 }
 
-std::string hexOf(Bytes bytes)
-{
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string text;
-    text.reserve(2 * bytes.size());
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 15];
-    }
-    return text;
-}
-
 struct NamedGroup {
     const char* name;
     BitGroup group;
@@ -272,6 +260,18 @@ Json decodeTime(const aspn2_msgs::idl::timestamp& time)
 }
 
 }  // namespace
+
+std::string hexOf(Bytes bytes)
+{
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(2 * bytes.size());
+    for (const std::uint8_t byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
 
 std::string printable(std::string_view text)
 {

@@ -35,6 +35,9 @@ Json decodeHeader(const aspn2_msgs::idl::header& header);
 /// The text up to its trailing zero bytes. A byte that is not printable ASCII becomes \xNN, a backslash two.
 std::string printable(std::string_view text);
 
+/// Two hexadecimal digits a byte, in capitals.
+std::string hexOf(Bytes bytes);
+
 }  // namespace orvanectl
 
 #endif

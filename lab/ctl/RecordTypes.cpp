@@ -93,18 +93,6 @@ double shortest(float value)
     return result;
 }
 
-std::string hexDigits(const std::vector<std::uint8_t>& bytes)
-{
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string text;
-    text.reserve(2 * bytes.size());
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 15];
-    }
-    return text;
-}
-
 template <class T>
 inline constexpr bool kIsCharacters = false;
 template <std::size_t Size>
@@ -127,7 +115,7 @@ Json valueOf(const T& value)
     } else if constexpr (kIsCharacters<T>) {
         return printable({value.data(), value.size()});
     } else if constexpr (std::is_same_v<T, std::vector<std::uint8_t>>) {
-        return hexDigits(value);
+        return hexOf(value);
     } else if constexpr (layout::kIsArray<T> || layout::kIsSequence<T>) {
         Json elements = Json::array();
         for (const auto& element : value) elements.push_back(valueOf(element));

@@ -62,18 +62,25 @@ private:
 /// Counts a write of a connection from before the library is entered until after it is left.
 class HX_TSS::WriteInProgress {
 public:
-    /// With no effect if the connection has no publisher.
-    WriteInProgress(HX_TSS& tss, Connection_t& connection) : m_tss(tss), m_connection(connection)
+    /// Throws as `HX_TSS::write`; with no effect if the connection has no publisher.
+    WriteInProgress(HX_TSS& tss, std::uint32_t id, TypeTest isType) : m_tss(tss)
     {
         const MutexLock lock(m_tss.m_mutex);
-        m_publisher = m_connection.publisher;
-        if (m_publisher) ++m_connection.writes;
+        m_connection = &m_tss.m_connections.at(id);
+        if (!m_connection->publisher) return;
+        if (m_connection->writtenAs != isType) {
+            m_tss.requireType(*m_connection, isType, "publisher");
+            m_connection->writtenAs = isType;
+        }
+        m_publisher = m_connection->publisher;
+        ++m_connection->writes;
     }
     ~WriteInProgress()
     {
         if (!m_publisher) return;
         const MutexLock lock(m_tss.m_mutex);
-        if (--m_connection.writes == 0) m_tss.m_written.notify_all();
+        const bool isAwaited = --m_connection->writes == 0 && !m_connection->publisher;
+        if (isAwaited) m_tss.m_written.notify_all();
     }
     WriteInProgress(const WriteInProgress&) = delete;
     WriteInProgress& operator=(const WriteInProgress&) = delete;
@@ -82,7 +89,7 @@ public:
 
 private:
     HX_TSS& m_tss;
-    Connection_t& m_connection;
+    Connection_t* m_connection = nullptr;
     Publisher* m_publisher = nullptr;
 };
 
@@ -359,10 +366,8 @@ void HX_TSS::registerSubscriber(Connection_t& connection, std::unique_ptr<Listen
 
 RETURN_CODE_TYPE::Value HX_TSS::write(std::uint32_t id, const void* message, TypeTest isType)
 {
-    Connection_t& connection = connectionMap_mutex_at(id);
-    const WriteInProgress write(*this, connection);
+    const WriteInProgress write(*this, id, isType);
     if (!write.publisher()) return RETURN_CODE_TYPE::NOT_AVAILABLE;
-    requireType(connection, isType, "publisher");
     const bool isTaken = write.publisher()->write(const_cast<void*>(message));  // which only reads it
     return isTaken ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::DATA_OVERFLOW;
 }

@@ -78,7 +78,8 @@ public:
         eprosima::fastrtps::Publisher* publisher = nullptr;  // changed, and read by `write`, under the map's mutex
         std::unique_ptr<Listeners::SubscriberListenerBase> subscriberListener;
         eprosima::fastrtps::Subscriber* subscriber = nullptr;
-        int writes = 0;  // that are inside the library; under the map's mutex
+        int writes = 0;                // that are inside the library; under the map's mutex
+        TypeTest writtenAs = nullptr;  // the test that the type support has passed; under the map's mutex
     };
 
     /// What makes a type support by its name, for the caller to own; null for an unknown one.

@@ -45,7 +45,8 @@ using namespace eprosima::fastrtps;
 namespace {
 
 constexpr int kDepth = 100;
-constexpr int kFullSpeed = 20000;  // messages a round
+constexpr int kFullSpeed = 20000;    // messages a round
+constexpr int kFullSpeedRounds = 3;  // for each round of the slow rates: these are short
 constexpr std::uint32_t kDomain = 201;
 
 std::int64_t now()
@@ -277,7 +278,7 @@ int main(int argc, char** argv)
         for (const int rate : {100, 1000}) {
             std::vector<double> latencies[2];
             for (int round = 0; round < rounds; ++round)
-                for (const bool isOurs : {false, true}) {
+                for (const bool isOurs : {round % 2 == 1, round % 2 == 0}) {
                     run({isOurs, rate, rate});
                     const auto some = arrivals[isOurs].take();
                     latencies[isOurs].insert(latencies[isOurs].end(), some.begin(), some.end());
@@ -289,8 +290,8 @@ int main(int argc, char** argv)
                           << " messages\n";
         }
         std::vector<double> speeds[2];
-        for (int round = 0; round < rounds; ++round)
-            for (const bool isOurs : {false, true}) {
+        for (int round = 0; round < kFullSpeedRounds * rounds; ++round)
+            for (const bool isOurs : {round % 2 == 1, round % 2 == 0}) {
                 run({isOurs, kFullSpeed, 0});
                 speeds[isOurs].push_back(static_cast<double>(arrivals[isOurs].size()) / arrivals[isOurs].seconds());
             }

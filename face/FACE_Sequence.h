@@ -7,10 +7,37 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace FACE {
+
+namespace Details {
+
+/// Leaves the elements that a vector makes by itself as their default constructor has them, so that numbers are not
+/// set to 0 only to be written over.
+template <class T>
+struct DefaultInitAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = DefaultInitAllocator<U>;
+    };
+
+    template <class U>
+    void construct(U* place)
+    {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <class U, class... Arguments>
+    void construct(U* place, Arguments&&... arguments)
+    {
+        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+
+}  // namespace Details
 
 /// Elements with a bound, a valid flag, and storage that is either its own (*managed*) or an array of somebody else's
 /// (*unmanaged*): the shape of `FACE::String`, whose return codes it uses. An object that is not valid is harmless: it
@@ -64,7 +91,7 @@ public:
         if (this == &other && m_managed) return *this;
         try {
             if (other.m_valid) {
-                std::vector<T> elements(other.buffer(), other.buffer() + other.length());
+                Elements elements(other.buffer(), other.buffer() + other.length());
                 m_elements.swap(elements);
             }
             m_valid = other.m_valid;
@@ -98,9 +125,9 @@ public:
         return !m_valid ? 0 : m_managed ? static_cast<std::uint32_t>(m_elements.size()) : m_count;
     }
 
-    /// Sets the number of elements. New ones of a managed sequence are value-initialised; those of an unmanaged one
-    /// are what the array holds. `INSUFFICIENT_BOUND` beyond the bound, `INSUFFICIENT_MEMORY` if they can't be made;
-    /// both change nothing.
+    /// Sets the number of elements. New ones of a managed sequence are default-initialised, which gives numbers no
+    /// value; those of an unmanaged one are what the array holds. `INSUFFICIENT_BOUND` beyond the bound,
+    /// `INSUFFICIENT_MEMORY` if they can't be made; both change nothing.
     RETURN_CODE length(std::uint32_t count) noexcept
     {
         if (!m_valid) return String::INVALID_VALUE;
@@ -160,7 +187,9 @@ public:
     }
 
 private:
-    std::vector<T> m_elements;  // of a managed sequence
+    using Elements = std::vector<T, Details::DefaultInitAllocator<T>>;
+
+    Elements m_elements;  // of a managed sequence
     std::uint32_t m_bound = UNBOUNDED;
     bool m_valid = true;
     bool m_managed = true;

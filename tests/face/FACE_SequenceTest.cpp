@@ -97,17 +97,30 @@ TEST(SequenceTest, UnusableBoundsAreRefused)
     EXPECT_EQ(codeOf(-1), 3);
 }
 
-TEST(SequenceTest, LengthGrowsWithZerosAndShrinks)
+TEST(SequenceTest, LengthGrowsAndShrinks)
 {
     Octets octets;
     EXPECT_EQ(octets.append(7), 0);
     EXPECT_EQ(octets.length(3), 0);
     EXPECT_EQ(octets.length(), 3u);
+    octets[2] = 9;
     EXPECT_EQ(octets[0], 7);
-    EXPECT_EQ(octets[2], 0);
+    EXPECT_EQ(octets.buffer()[2], 9);
     EXPECT_EQ(octets.length(1), 0);
     EXPECT_EQ(octets.length(), 1u);
     EXPECT_GE(octets.capacity(), 3u);
+}
+
+TEST(SequenceTest, ElementsThatLengthMakesAreConstructed)
+{
+    Sequence<QoS_Element> settings;
+    EXPECT_EQ(settings.append({"name", "value"}), 0);
+    EXPECT_EQ(settings.length(1000), 0);
+    EXPECT_STREQ(settings[0].name.buffer(), "name");
+    for (std::uint32_t i = 1; i < 1000; ++i) {
+        EXPECT_TRUE(settings[i].name.is_valid()) << i;
+        EXPECT_STREQ(settings[i].value.buffer(), "") << i;
+    }
 }
 
 TEST(SequenceTest, ExternalArrayIsUsedUpToItsBound)

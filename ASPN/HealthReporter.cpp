@@ -87,7 +87,8 @@ void HealthReporter::publisherThreadFunction() noexcept
     while (left != 0u) {
         if (!left && m_stop) left = m_queue.size() + kEventQueueLimit;
         const bool isIdle = !publishNext();
-        if (isIdle && m_stop) return;
+        // What was sent between the end of the wait and the stop is there by now.
+        if (isIdle && m_stop && m_queue.size() == 0) return;
         if (left) --*left;
     }
 }

@@ -47,9 +47,9 @@ std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int lin
     located.append(name).append("[").append(lineText).append("]:").append(text);
     if (type != 3) return located;
 
-    const Clock::time_point now = m_now();  // before the lock, which is short so; entries are in order to its length
     fault_entry entry;
     const MutexLock lock(m_mutex);
+    const Clock::time_point now = m_now();
     serviceLocked(now);
     if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) {
         entry = std::move(m_entries.front());  // whose memory the new one takes over

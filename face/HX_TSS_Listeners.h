@@ -12,7 +12,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -89,14 +88,12 @@ public:
         if (!subscriber->takeNextData(&message, &info)) return;
         if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
         RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        std::call_once(m_isQosKnown, [&] { m_qos = qosOf(*subscriber); });
-        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), m_qos, ignored);
+        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), qosOf(*subscriber),
+                   ignored);
     }
 
 private:
     const long long m_connectionId;
-    std::once_flag m_isQosKnown;
-    Sequence<QoS_Element> m_qos;  // which a subscriber keeps as long as it lives
     const Read_Callback<T> m_callback;
 };
 

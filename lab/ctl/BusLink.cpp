@@ -50,9 +50,12 @@ std::string listed(const Json& object, const Shown (&rows)[Size])
 constexpr Shown kOfRecord[] = {
     {"gps s", "gpsSeconds"},
     {"fom", "fom"},
+    {"efom", "efom"},
     {"tfom", "tfom"},
     {"horizontal m", "horizontalPositionError_m"},
     {"vertical m", "verticalPositionError_m"},
+    {"horizontal m/s", "horizontalVelocityError_m_per_s"},
+    {"vertical m/s", "verticalVelocityError_m_per_s"},
     {"time ms", "timeError_ms"},
     {"attitude deg", "attitudeError_deg"},
     {"assurance", "assuranceConfidence"},
@@ -75,11 +78,33 @@ std::string degrees(const Json& object, const char* key)
     return text.str();
 }
 
+std::string twoDigits(const Json& object, const char* key)
+{
+    const std::string text = shown(object, key);
+    return text.size() == 1 ? '0' + text : text;
+}
+
+/// A time of the bus, which has no zone; to the millisecond.
+std::string timeShown(const Json& time)
+{
+    const std::string nanoseconds = shown(time, "nanoseconds");
+    const std::string digits = nanoseconds.size() < 9 ? std::string(9 - nanoseconds.size(), '0') : "";
+    return shown(time, "year") + '-' + twoDigits(time, "month") + '-' + twoDigits(time, "day") + ' ' +
+           twoDigits(time, "hour") + ':' + twoDigits(time, "minute") + ':' + twoDigits(time, "seconds") + '.' +
+           (digits + nanoseconds).substr(0, 3);
+}
+
 std::string statusName(const Json& object)
 {
     constexpr const char* kNames[] = {"queued", "running", "failed", "passed"};
     const std::string status = shown(object, "status");
     return status.size() == 1 && status[0] >= '0' && status[0] <= '3' ? kNames[status[0] - '0'] : "status " + status;
+}
+
+std::string sourceShown(const Json& row)
+{
+    const std::string text = shown(row, "description");
+    return shown(row, "sourceType") + (text.empty() ? "" : " \"" + text + '"');
 }
 
 std::string threatShown(const Json& row)
@@ -131,11 +156,8 @@ std::string testShown(const Json& row)
 constexpr struct {
     const char* key;
     std::string (*row)(const Json&);
-} kLists[] = {{"threats", threatShown},
-              {"warnings", warningShown},
-              {"components", componentShown},
-              {"sensors", sensorShown},
-              {"results", testShown}};
+} kLists[] = {{"sources", sourceShown},       {"threats", threatShown}, {"warnings", warningShown},
+              {"components", componentShown}, {"sensors", sensorShown}, {"results", testShown}};
 
 constexpr Shown kOfLine[] = {
     {"result", "result"},
@@ -234,6 +256,8 @@ std::string busSummary(const Json& line)
     const std::string number = shown(line, "number");
     std::string text = (number.empty() ? "" : number + ' ') + titleOf(line);
     if (line.is_object() && line.contains("last")) text += " (last)";
+    if (line.is_object() && line.contains("timeOfValidity") && line["timeOfValidity"].is_object())
+        text += "  " + timeShown(line["timeOfValidity"]);
     if (line.is_object() && line.contains("record")) {
         text += listed(line["record"], kOfRecord);
         for (const auto& list : kLists) text += rowsShown(line["record"], list.key, list.row);

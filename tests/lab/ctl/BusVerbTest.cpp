@@ -56,7 +56,7 @@ TEST_F(BusVerbTest, WatchShowsALineForEachPublication)
     record.gpsAvailability = 1;
     vapntsTellBlendedNavigationData(m_program.service(), record, nullptr);
     EXPECT_EQ(run({"watch", "--count", "3"}), Ending({0, 0}));
-    EXPECT_NE(m_output.find("4 blended-navigation (last)  gps s 0.0  fom 2  tfom 0  horizontal m 1.5"),
+    EXPECT_NE(m_output.find("4 blended-navigation (last)  gps s 0.0  fom 2  efom 0  tfom 0  horizontal m 1.5"),
               std::string::npos)
         << m_output;
 }

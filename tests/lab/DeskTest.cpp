@@ -1,0 +1,85 @@
+#include "tests/support/ChildProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// The whole desk: unit, service, bus and log in a sandbox, as a newcomer runs it.
+class DeskTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ChildProcess probe({kSandbox, "true"});
+        if (probe.wait() != ChildProcess::Ending{0, 0}) GTEST_SKIP() << probe.errors();
+    }
+
+    /// Status of the desk; its output is kept.
+    int run(std::vector<std::string> command)
+    {
+        command.insert(command.begin(), {kSandbox, "--bind", ORVANE_BUILD_DIR, "--"});
+        ChildProcess process(command);
+        const ChildProcess::Ending ending = process.wait();
+        m_output = process.output();
+        EXPECT_EQ(ending.signal, 0);
+        EXPECT_EQ(process.errors(), "");
+        return ending.status;
+    }
+
+    /// The number in front of a word of the sum; -1 if it isn't there.
+    int counted(const std::string& pattern) const
+    {
+        std::smatch match;
+        return std::regex_search(m_output, match, std::regex(pattern)) ? std::stoi(match[1]) : -1;
+    }
+
+    static inline const std::string kSandbox = ORVANE_LAB_DIR "/sandbox";
+    static inline const std::string kDesk = ORVANE_LAB_DIR "/desk";
+    std::string m_output;
+};
+
+}  // namespace
+
+TEST_F(DeskTest, ShowsWhatIsPublishedSaidAndReportedAndSumsItUp)
+{
+    EXPECT_EQ(run({kDesk, "--build", ORVANE_BUILD_DIR, "--seconds", "6"}), 0) << m_output;
+    EXPECT_THAT(m_output, HasSubstr("service | OrvaneServer KPN: "));
+    EXPECT_THAT(m_output, ContainsRegex("event   \\| EventLog .* OrvaneServer started successfully\\."));
+    EXPECT_THAT(m_output, ContainsRegex("bus     \\| [0-9]+ blended-navigation  20[0-9][0-9]-[0-9-]+ [0-9:.]+  gps s "
+                                        "[0-9.]+  fom [0-9].*  efom .*  horizontal m [0-9].*  horizontal m/s [0-9].*"
+                                        "  gps [0-9].*  sources [1-9][0-9]* \\["));
+    const int joins = counted("desk: joined the inputs ([0-9]+) times");
+    EXPECT_GE(joins, 1) << m_output;
+    EXPECT_EQ(counted("published ([0-9]+) Blended Navigation"), joins + 1) << m_output;
+    EXPECT_GE(counted("sent ([0-9]+) events"), 3) << m_output;
+    EXPECT_GE(counted("the unit has sent ([0-9]+) PositionVelocityAttitude"), joins) << m_output;
+    EXPECT_THAT(m_output, HasSubstr("desk: the service's last line: !!!!!! "));
+    EXPECT_THAT(m_output, HasSubstr("OrvaneServer has exited. Signal: 15\n"));
+    EXPECT_THAT(m_output, HasSubstr("desk: the service has ended with status 0\n"));
+}
+
+TEST_F(DeskTest, ForeverEndsInOrderOnAnInterrupt)
+{
+    EXPECT_EQ(run({"timeout", "--preserve-status", "--signal=INT", "8", kDesk, "--build", ORVANE_BUILD_DIR, "--seconds",
+                   "forever"}),
+              0)
+        << m_output;
+    EXPECT_THAT(m_output, ContainsRegex("OrvaneServer has exited\\. Signal: (2|15)\n"));
+    EXPECT_THAT(m_output, HasSubstr("desk: the service has ended with status 0\n"));
+    EXPECT_GE(counted("desk: joined the inputs ([0-9]+) times"), 1) << m_output;
+}
+
+TEST_F(DeskTest, SecondsThatAreNoneAreRefused)
+{
+    ChildProcess process({kDesk, "--seconds", "soon"});
+    EXPECT_EQ(process.wait(), (ChildProcess::Ending{2, 0}));
+    EXPECT_EQ(process.errors(), "desk: --seconds soon: neither a number nor forever\n");
+}

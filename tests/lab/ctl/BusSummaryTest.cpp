@@ -1,0 +1,26 @@
+#include "lab/ctl/BusLink.h"
+
+#include <gtest/gtest.h>
+
+using orvanectl::busSummary;
+using Json = orvanectl::BusLink::Json;
+
+TEST(BusSummaryTest, BlendedNavigationHasItsTimeMeritErrorsAndSources)
+{
+    const Json line = Json::parse(R"({"number":7,"tell":"blended-navigation",
+        "timeOfValidity":{"year":2026,"month":3,"day":9,"hour":4,"minute":5,"seconds":6,"nanoseconds":7890123},
+        "record":{"gpsSeconds":12.5,"fom":1,"efom":2,"tfom":3,"horizontalPositionError_m":1.5,
+        "verticalPositionError_m":2.5,"horizontalVelocityError_m_per_s":0.25,"verticalVelocityError_m_per_s":0.5,
+        "timeError_ms":0.125,"attitudeError_deg":0.75,"assuranceConfidence":90,"gpsAvailability":1,"sourceCount":2,
+        "sources":[{"sourceType":14,"description":"BARO"},{"sourceType":3,"description":""}]}})");
+    EXPECT_EQ(busSummary(line), "7 blended-navigation  2026-03-09 04:05:06.007  gps s 12.5  fom 1  efom 2  tfom 3"
+                                "  horizontal m 1.5  vertical m 2.5  horizontal m/s 0.25  vertical m/s 0.5"
+                                "  time ms 0.125  attitude deg 0.75  assurance 90  gps 1  sources 2 [14 \"BARO\"; 3]");
+}
+
+TEST(BusSummaryTest, WithoutATimeThereIsNone)
+{
+    const Json line =
+        Json::parse(R"({"number":7,"tell":"navwar-sa","timeOfValidity":null,"record":{"threatCount":0}})");
+    EXPECT_EQ(busSummary(line), "7 navwar-sa  threats 0");
+}

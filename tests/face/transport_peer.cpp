@@ -17,8 +17,10 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 using namespace aspn2_msgs::idl;
 using FACE::RETURN_CODE_TYPE;
@@ -30,8 +32,14 @@ void check(RETURN_CODE_TYPE::Value code)
     if (code != RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("code " + std::to_string(code));
 }
 
+/// What sends back all that comes, until the callback of its connection is unregistered. It must live until then.
+struct Echo {
+    std::shared_ptr<void> front;
+    long long id;
+};
+
 template <class T>
-void echo(const Transport& transport, const std::string& type)
+Echo echo(const Transport& transport, const std::string& type)
 {
     const auto front = transport.typed<T>();
     const long long from = transport.connect("From" + type);
@@ -49,7 +57,7 @@ void echo(const Transport& transport, const std::string& type)
         },
         code);
     check(code);
-    static const auto kept = front;  // the callback uses it
+    return {front, to};
 }
 
 void run(const sigset_t& signals, const std::function<void()>& onRequest)
@@ -61,9 +69,15 @@ void run(const sigset_t& signals, const std::function<void()>& onRequest)
 void runEcho(const std::string& config, const sigset_t& signals)
 {
     const Transport transport(config, "peer");
-#define ECHO(Type) echo<Type>(transport, #Type);
+    std::vector<Echo> echoes;
+#define ECHO(Type) echoes.push_back(echo<Type>(transport, #Type));
     FOR_EACH_OF_NINE(ECHO)
     run(signals, [] {});
+    for (const Echo& one : echoes) {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        transport->Unregister_Callback(one.id, code);
+        check(code);
+    }
 }
 
 /// @param onRequest  all of them, on request; else at once, and one more on request

@@ -394,6 +394,17 @@ TEST_F(HX_TypedTSTest, FrontOfAnotherTypeIsRefused)
                                  "Participant unit error creating publisher for topic: Commands\n");
 }
 
+TEST_F(HX_TypedTSTest, FrontOfAnotherTypeIsRefusedAfterAGoodMessageToo)
+{
+    start();
+    EXPECT_EQ(registerSender(*commands, 1), 0);
+    EXPECT_EQ(send(*commands, 1, CommandResponse()), 0);
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(send(*times, 1, week(1)), 11);
+    EXPECT_EQ(send(*commands, 1, CommandResponse()), 0);
+    EXPECT_EQ(console.flushed(), "Participant unit error creating publisher for topic: Commands\n");
+}
+
 TEST_F(HX_TypedTSTest, TopicTypeThatIsNotTheTypeSupportsIsRefused)
 {
     start(TransportConfig()

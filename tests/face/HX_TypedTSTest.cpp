@@ -420,6 +420,25 @@ TEST_F(HX_TypedTSTest, TopicTypeThatIsNotTheTypeSupportsIsRefused)
                               "Participant unit error creating publisher for topic: Events\n");
 }
 
+TEST_F(HX_TypedTSTest, TopicTypeIsComparedInTheCharactersThatTheLibraryKeeps)
+{
+    struct LongNamed : CommandResponsePubSubType {
+        LongNamed() { setName(std::string(255, 'n').c_str()); }
+    };
+    const Transport longNamed(TransportConfig()
+                                  .connect("Longer", std::string(300, 'n'), "any")
+                                  .connect("Other", std::string(254, 'n'), "any"),
+                              "unit",
+                              [](const std::string&) -> FACE::TSS::HX_TSS::TopicDataType* { return new LongNamed(); });
+    for (const char* const name : {"Longer", "Other"}) longNamed.connect(name);
+    const auto front = longNamed.typed<CommandResponse>();
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(registerSender(*front, 0), 0);
+    EXPECT_EQ(registerCallback<CommandResponse>(*front, 0, [](auto&&...) {}), 0);
+    EXPECT_EQ(registerSender(*front, 1), 11);
+    EXPECT_EQ(console.text(), "Participant unit error creating publisher for topic: Other\n");
+}
+
 TEST_F(HX_TypedTSTest, DepthWithoutRoomIsRefused)
 {
     for (const char* const depth : {"0", "-1"}) {

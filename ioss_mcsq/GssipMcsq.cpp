@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <iostream>
 #include <locale>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -176,29 +177,34 @@ void GssipMcsq::processMessage(long long handle)
     std::int64_t remaining = m_readPayload.length();
     while (remaining > 0) {
         const std::int64_t size = deliver(handle, position, remaining);
-        if (size <= 0 || size > remaining) {
-            report(m_name + kFailure + "on deserialize. Max Length: " + std::to_string(kReceiveSize) +
-                   " MCSQ remainder: " + std::to_string(remaining));
-            return;
-        }
+        if (size == 0) return;
         position += size;
         remaining -= size;
     }
 }
 
-/// Hands out the record at `bytes` and gives the size that it tells, which may be any; 0 if there is no record.
+/// Hands out the record at `bytes` and gives the way to the next one; 0, and why is reported, if there is none. No
+/// exception leaves it, that of a report included.
 std::int64_t GssipMcsq::deliver(long long handle, const std::uint8_t* bytes, std::int64_t remaining)
 {
-    std::int64_t size = 0;
+    std::optional<std::int64_t> size;  // that the bytes tell, which may be any; none if reading them threw
     shielded(
         [&] {
             GSSIP record;
-            if (!m_serializer.Deserialize(bytes, static_cast<std::uint32_t>(remaining), record)) return;
-            size = std::int64_t{record.num_bytes()} + GssipTopicSerializer::kOverhead;
-            callCallback(handle, record);
+            const bool isRecord = m_serializer.Deserialize(bytes, static_cast<std::uint32_t>(remaining), record);
+            size = isRecord ? std::int64_t{record.num_bytes()} + GssipTopicSerializer::kOverhead : 0;
+            if (isRecord) callCallback(handle, record);
         },
         [&](const char*) { report(m_name + kFailure); });
-    return size;
+    if (!size) return 0;
+    if (*size > 0 && *size <= remaining) return *size;
+    shielded(
+        [&] {
+            report(m_name + kFailure + "on deserialize. Max Length: " + std::to_string(kReceiveSize) +
+                   " MCSQ remainder: " + std::to_string(remaining));
+        },
+        [](const char*) {});
+    return 0;
 }
 
 void GssipMcsq::report(const std::string& text) const

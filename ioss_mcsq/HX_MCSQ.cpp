@@ -220,7 +220,7 @@ void HX_MCSQ::Read(long long handle, long long, MCSQ::READ_PAYLOAD_TYPE& payload
     guarded([&] {
         Connection_t* const connection = getConnection(handle, return_code);
         if (!connection || !isUsable(connection->state())) return;
-        // Elements are made before bytes are put into them: making them later would wipe the bytes out.
+        // Elements must exist before bytes are put into them; new ones are not set, so nothing is written twice.
         const std::uint32_t before = payload.length();
         const std::uint32_t room = std::min({kLargestRead, payload.capacity(), payload.bound()});
         if (before < room) payload.length(room);

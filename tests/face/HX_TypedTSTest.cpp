@@ -282,14 +282,13 @@ TEST_F(HX_TypedTSTest, CallbackIsToldTheQualityOfService)
         registerCallback(*times, 0, inboxes->first.callback());
         ASSERT_TRUE(transport->waitForSubscribers(0));
         ASSERT_TRUE(transport->waitForPublishers(0));
-        send(*times, 0, week(1));
-        ASSERT_TRUE(inboxes->first.waitFor(1));
-        EXPECT_THAT(
-            inboxes->first.items().at(0).qos,
-            ElementsAre(
-                Pair("DurabilityQosPolicy", backFill ? "TRANSIENT_LOCAL_DURABILITY_QOS" : "VOLATILE_DURABILITY_QOS"),
-                Pair("LivelinessQosPolicy", "AUTOMATIC_LIVELINESS_QOS"),
-                Pair("ReliabilityQosPolicy", backFill ? "BEST_EFFORT_RELIABILITY_QOS" : "RELIABLE_RELIABILITY_QOS")));
+        for (int i = 1; i <= 3; ++i) send(*times, 0, week(i));
+        ASSERT_TRUE(inboxes->first.waitFor(3));
+        const auto isWhole = ElementsAre(
+            Pair("DurabilityQosPolicy", backFill ? "TRANSIENT_LOCAL_DURABILITY_QOS" : "VOLATILE_DURABILITY_QOS"),
+            Pair("LivelinessQosPolicy", "AUTOMATIC_LIVELINESS_QOS"),
+            Pair("ReliabilityQosPolicy", backFill ? "BEST_EFFORT_RELIABILITY_QOS" : "RELIABLE_RELIABILITY_QOS"));
+        for (const auto& item : inboxes->first.items()) EXPECT_THAT(item.qos, isWhole) << item.transaction;
         TearDown();
     }
 }
@@ -394,6 +393,17 @@ TEST_F(HX_TypedTSTest, FrontOfAnotherTypeIsRefused)
                                  "Participant unit error creating publisher for topic: Commands\n");
 }
 
+TEST_F(HX_TypedTSTest, FrontOfAnotherTypeIsRefusedAfterAGoodMessageToo)
+{
+    start();
+    EXPECT_EQ(registerSender(*commands, 1), 0);
+    EXPECT_EQ(send(*commands, 1, CommandResponse()), 0);
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(send(*times, 1, week(1)), 11);
+    EXPECT_EQ(send(*commands, 1, CommandResponse()), 0);
+    EXPECT_EQ(console.flushed(), "Participant unit error creating publisher for topic: Commands\n");
+}
+
 TEST_F(HX_TypedTSTest, TopicTypeThatIsNotTheTypeSupportsIsRefused)
 {
     start(TransportConfig()
@@ -408,6 +418,25 @@ TEST_F(HX_TypedTSTest, TopicTypeThatIsNotTheTypeSupportsIsRefused)
     EXPECT_EQ(console.text(), "Participant unit error creating publisher for topic: Times\n"
                               "Participant unit error creating subscriber for topic: Times\n"
                               "Participant unit error creating publisher for topic: Events\n");
+}
+
+TEST_F(HX_TypedTSTest, TopicTypeIsComparedInTheCharactersThatTheLibraryKeeps)
+{
+    struct LongNamed : CommandResponsePubSubType {
+        LongNamed() { setName(std::string(255, 'n').c_str()); }
+    };
+    const Transport longNamed(TransportConfig()
+                                  .connect("Longer", std::string(300, 'n'), "any")
+                                  .connect("Other", std::string(254, 'n'), "any"),
+                              "unit",
+                              [](const std::string&) -> FACE::TSS::HX_TSS::TopicDataType* { return new LongNamed(); });
+    for (const char* const name : {"Longer", "Other"}) longNamed.connect(name);
+    const auto front = longNamed.typed<CommandResponse>();
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(registerSender(*front, 0), 0);
+    EXPECT_EQ(registerCallback<CommandResponse>(*front, 0, [](auto&&...) {}), 0);
+    EXPECT_EQ(registerSender(*front, 1), 11);
+    EXPECT_EQ(console.text(), "Participant unit error creating publisher for topic: Other\n");
 }
 
 TEST_F(HX_TypedTSTest, DepthWithoutRoomIsRefused)

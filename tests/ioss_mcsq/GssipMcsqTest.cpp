@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -423,6 +424,31 @@ TEST_F(GssipMcsqTest, AnEmptyCallBackIsReportedForEachRecord)
     const std::string text = "Tap: Process_Notification_Event(): A memory exception occurred ";
     EXPECT_EQ(healthEvents(), (std::vector<std::string>{"3:" + text, "3:" + text}));
     EXPECT_EQ(output.text(), text + "\n" + text + "\n");
+}
+
+TEST_F(GssipMcsqTest, ARecordThatCannotBeMadeIsReportedOnceAndTheRestIsDropped)
+{
+    struct SecondThrows : GssipTopicSerializer::Type {
+        int calls = 0;
+        bool deserialize(eprosima::fastrtps::rtps::SerializedPayload_t* payload, void* record) override
+        {
+            if (++calls == 2) throw std::bad_alloc();
+            return GssipTopicSerializer::Type::deserialize(payload, record);
+        }
+    };
+    channel.emplace("Tap", std::make_unique<NotingService>(notes),
+                    GssipTopicSerializer(std::make_unique<SecondThrows>()));
+    connectForWriting();
+    notes.toRead = streamOf(recordOf(1, 5), recordOf(2, 5), recordOf(3, 5));
+    healthEvents();
+    const ConsoleCapture output(std::cout);
+    channel->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, code);
+    EXPECT_EQ(delivered, 1);
+    const std::string text = "Tap: Process_Notification_Event(): A memory exception occurred ";
+    EXPECT_EQ(healthEvents(), std::vector<std::string>{"3:" + text});
+    EXPECT_EQ(output.text(), text + "\n");
+    channel->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, code);
+    EXPECT_EQ(delivered, 4);
 }
 
 TEST_F(GssipMcsqTest, TheNotificationStandsNextToTheDestructor)

@@ -490,6 +490,19 @@ TEST_F(HX_MCSQNotificationTest, ConnectionsAreOpenedAndClosedBesideTheThread)
     feeder.join();
 }
 
+TEST_F(HX_MCSQNotificationTest, TheThreadPausesFor100MicrosecondsAfterEachRead)
+{
+    using std::chrono::steady_clock;
+    std::vector<steady_clock::time_point> calls;
+    listener.afterwards = [&] { calls.push_back(steady_clock::now()); };
+    for (std::uint8_t i = 0; i < 50; ++i) device.send(message(i));
+    registerFor(open("A"));
+    ASSERT_TRUE(listener.hasHeard(50));
+    service.reset();  // ends the thread
+    ASSERT_EQ(calls.size(), 50U);
+    for (std::size_t i = 1; i < 50; ++i) EXPECT_GE(calls[i] - calls[i - 1], std::chrono::microseconds(100)) << i;
+}
+
 TEST_F(HX_MCSQNotificationTest, DestructionEndsTheThreadWithinItsWait)
 {
     registerFor(open("A"));

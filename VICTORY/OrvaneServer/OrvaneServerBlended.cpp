@@ -2,6 +2,7 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 
@@ -9,6 +10,7 @@
 #include <iomanip>
 #include <iostream>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -75,7 +77,7 @@ void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const 
                                                       BlendedNavigation::measSources().first(m_measSourceRows));
         VapntcTime time = {};
         set_VictoryTime(time, utcTime, !m_quiet);
-        if (!m_tellDisabled) vapntsTellBlendedNavigationData(service, record, &time);
+        if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record, &time);
     });
     if (!told)
         Reports::sendFault("encodeVictoryBlendedNavigation",

@@ -73,8 +73,9 @@ void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const 
                                                   unpacked_msg8504_t receiver)
 {
     const bool told = whileStarted([&](VapntsService* service) {
-        const auto record = BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, m_gpsLost.load()},
-                                                      BlendedNavigation::measSources().first(m_measSourceRows));
+        const auto record =
+            BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, m_gpsLost.load()},
+                                      [this](unsigned short id) { return encodeVictoryMeasSource(id); });
         VapntcTime time = {};
         set_VictoryTime(time, utcTime, !m_quiet);
         if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record, &time);
@@ -102,5 +103,6 @@ void OrvaneServer::initMeasSourceEncoder()
 
 const VapntcMeasSource* OrvaneServer::encodeVictoryMeasSource(unsigned short id) const
 {
-    return id < m_measSourceRows ? &BlendedNavigation::measSources()[id] : nullptr;
+    // The count alone says what there is: the rows are constants, so nothing has to be seen with it.
+    return id < m_measSourceRows.load(std::memory_order_relaxed) ? &BlendedNavigation::measSources()[id] : nullptr;
 }

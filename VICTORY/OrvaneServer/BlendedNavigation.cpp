@@ -4,12 +4,14 @@
 #include "utilities/GpsDateTime.h"
 #include "utilities/PositionUtilities.h"
 #include "utilities/Saturate.h"
-#include "utilities/StringUtils.h"
 #include "utilities/TimeUtilities.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <string_view>
+#include <utility>
 
 namespace BlendedNavigation {
 
@@ -30,31 +32,45 @@ double degrees(double radians)
     return radians * 180.0 / std::numbers::pi;
 }
 
-VapntcMeasSource sourceOf(std::uint32_t type, const char* description = nullptr)
+constexpr VapntcMeasSource source(std::uint32_t type, std::string_view description = {})
 {
     VapntcMeasSource row = {};
     row.sourceType = type;
-    if (description) {
-        StringUtils::strncpy_prot(row.description, description, sizeof row.description);
-        row.descriptionValid = 1;
-    }
+    std::copy(description.begin(), description.end(), row.description);
+    row.descriptionValid = !description.empty();
     return row;
 }
 
-void addSource(VapntcBlendedNavigationRecord& record, std::int64_t id, std::span<const VapntcMeasSource> sources)
+constexpr std::array<VapntcMeasSource, 12> kSources = {
+    source(3),
+    source(0),
+    source(0),
+    source(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "GPS_L1_DELTARANGE"),
+    source(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "GPS_L2_DELTARANGE"),
+    source(4),
+    source(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "SPEED_SENSOR_STATIONARY"),
+    source(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "SPEED_SENSOR_ZERO_ANGULAR_RATE"),
+    source(5),
+    source(11),
+    source(2),
+    source(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "ALTNAV_TIME")};
+
+/// Ids come from outside: one beyond 16 bits has no row, and must not be cut to the id of another.
+void addSource(VapntcBlendedNavigationRecord& record, std::int32_t id, const SourceOf& sourceOf)
 {
-    if (id < 0 || static_cast<std::uint64_t>(id) >= sources.size() || record.sourceCount >= VAPNTC_MAX_ROWS) return;
-    record.sources[record.sourceCount++] = sources[static_cast<std::size_t>(id)];
+    if (!std::in_range<unsigned short>(id)) return;
+    const auto* const row = sourceOf(static_cast<unsigned short>(id));
+    if (row && record.sourceCount < VAPNTC_MAX_ROWS) record.sources[record.sourceCount++] = *row;
 }
 
-void addSources(VapntcBlendedNavigationRecord& record, const Inputs& inputs, std::span<const VapntcMeasSource> sources)
+void addSources(VapntcBlendedNavigationRecord& record, const Inputs& inputs, const SourceOf& sourceOf)
 {
-    if (!inputs.gpsLost) addSource(record, kFirstGpsSet, sources);
+    if (!inputs.gpsLost) addSource(record, kFirstGpsSet, sourceOf);
     for (const auto& entry : inputs.mis.meas_types()) {
         const auto id = entry.meas_set_id();
         if (id >= kFirstGpsSet && id <= kLastGpsSet) continue;
         if (entry.meas_used() < 1 && id != 0) continue;
-        addSource(record, id, sources);
+        addSource(record, id, sourceOf);
     }
     record.gpsAvailability = inputs.gpsLost ? VAPNTC_GPS_NOT_AVAILABLE : VAPNTC_GPS_AVAILABLE;
 }
@@ -103,23 +119,10 @@ void addErrors(VapntcBlendedNavigationRecord& record, const Inputs& inputs)
 
 std::span<const VapntcMeasSource> measSources()
 {
-    static const std::array<VapntcMeasSource, 12> rows = {
-        sourceOf(3),
-        sourceOf(0),
-        sourceOf(0),
-        sourceOf(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "GPS_L1_DELTARANGE"),
-        sourceOf(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "GPS_L2_DELTARANGE"),
-        sourceOf(4),
-        sourceOf(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "SPEED_SENSOR_STATIONARY"),
-        sourceOf(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "SPEED_SENSOR_ZERO_ANGULAR_RATE"),
-        sourceOf(5),
-        sourceOf(11),
-        sourceOf(2),
-        sourceOf(VAPNTC_MEAS_SOURCE_TYPE_OTHER, "ALTNAV_TIME")};
-    return rows;
+    return kSources;
 }
 
-VapntcBlendedNavigationRecord record(const Inputs& inputs, std::span<const VapntcMeasSource> sources)
+VapntcBlendedNavigationRecord record(const Inputs& inputs, const SourceOf& sourceOf)
 {
     VapntcBlendedNavigationRecord record = {};
     record.gpsSeconds = gpsSeconds(inputs.utcTime);
@@ -131,7 +134,7 @@ VapntcBlendedNavigationRecord record(const Inputs& inputs, std::span<const Vapnt
     const auto assurance = static_cast<std::uint32_t>(inputs.assurance.assurance_state());
     record.assuranceConfidence = assurance == kAssured ? 0.95 : 0.5;
     record.assuranceKnown = assurance != 0;
-    addSources(record, inputs, sources);
+    addSources(record, inputs, sourceOf);
     addErrors(record, inputs);
     return record;
 }

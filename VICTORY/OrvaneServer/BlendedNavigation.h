@@ -9,7 +9,7 @@
 #include "aspn2_msgs/UTCTime.h"
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 
-#include <cstdint>
+#include <functional>
 #include <span>
 
 /// How the unit's own messages become the bus library's Blended Navigation record. Pure functions, any thread.
@@ -29,11 +29,14 @@ struct Inputs {
 /// The sources of measurements by `meas_set_id`.
 std::span<const VapntcMeasSource> measSources();
 
+/// The row of a `meas_set_id`; null if there is none.
+using SourceOf = std::function<const VapntcMeasSource*(unsigned short id)>;
+
 /// The record, zero wherever it has nothing to say. Figures of merit are those of `PositionUtilities` and
 /// `TimeUtilities`; the horizontal position error, in m, is told as 1.1774 standard deviations (half of a circular
 /// distribution), the vertical one as it comes, deliberately.
-/// @param sources  the rows to tell measurements by, by `meas_set_id`
-VapntcBlendedNavigationRecord record(const Inputs& inputs, std::span<const VapntcMeasSource> sources);
+/// @param sourceOf  gives the row to tell a measurement by
+VapntcBlendedNavigationRecord record(const Inputs& inputs, const SourceOf& sourceOf);
 
 /// The UTC date and time of day of a time message, cut to whole nanoseconds.
 VapntcTime victoryTime(const aspn2_msgs::idl::UTCTime& utcTime);

@@ -58,7 +58,7 @@ inline constexpr const char* SYST_NAME = "Halvex";
 /// stopped. The bus library calls back on threads of its own. Locks are taken in this order, those in one pair of
 /// brackets never together:
 ///
-///     m_lifeCycleMutex, { m_apntConfigurationMutex }, m_serviceGate
+///     m_lifeCycleMutex, { m_apntConfigurationMutex, m_serviceGate | the lock of m_bitResults }
 ///     the locks of the GSSIP channel, { m_threatDataMutex, { m_timeMutex | m_threatListMutex } |
 ///                                       m_navDataMutex, m_serviceGate | m_warningListMutex }
 ///     m_partNumberMutex alone

@@ -2,6 +2,7 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 
@@ -9,6 +10,7 @@
 #include <iomanip>
 #include <iostream>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -71,11 +73,12 @@ void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const 
                                                   unpacked_msg8504_t receiver)
 {
     const bool told = whileStarted([&](VapntsService* service) {
-        const auto record = BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, m_gpsLost.load()},
-                                                      BlendedNavigation::measSources().first(m_measSourceRows));
+        const auto record =
+            BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, m_gpsLost.load()},
+                                      [this](unsigned short id) { return encodeVictoryMeasSource(id); });
         VapntcTime time = {};
         set_VictoryTime(time, utcTime, !m_quiet);
-        if (!m_tellDisabled) vapntsTellBlendedNavigationData(service, record, &time);
+        if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record, &time);
     });
     if (!told)
         Reports::sendFault("encodeVictoryBlendedNavigation",
@@ -100,5 +103,6 @@ void OrvaneServer::initMeasSourceEncoder()
 
 const VapntcMeasSource* OrvaneServer::encodeVictoryMeasSource(unsigned short id) const
 {
-    return id < m_measSourceRows ? &BlendedNavigation::measSources()[id] : nullptr;
+    // The count alone says what there is: the rows are constants, so nothing has to be seen with it.
+    return id < m_measSourceRows.load(std::memory_order_relaxed) ? &BlendedNavigation::measSources()[id] : nullptr;
 }

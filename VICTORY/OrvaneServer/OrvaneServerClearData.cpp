@@ -1,9 +1,11 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 
 #include <iostream>
+#include <tuple>
 
 int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* service, VapntcSystemData* data) noexcept
 {
@@ -31,7 +33,7 @@ int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* servic
             }
             // The answer says that the request was heard; how the erasing ends reaches the client as a warning.
             server->processClearDataRequest(service, data);
-            vapntsTellClearSystemData(service, 0);
+            std::ignore = VictoryLibrary::tellClearRequestTaken(service);
         },
         [&](const char* what) { Reports::sendCallbackException(kFunction, what); });
     shielded(

@@ -1,5 +1,6 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "face/FACE_Text.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
@@ -9,6 +10,7 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -51,12 +53,12 @@ bool OrvaneServer::initVictoryDefaultManagementData()
         outputs.outputCount = static_cast<std::int32_t>(std::size(numbers));
     };
     m_allOutputs ? fill(kAllOutputs) : fill(kOutputs);
-    vapntsTellAvailableOutputs(service, outputs);
+    std::ignore = VictoryLibrary::tell(service, outputs);
 
     if (!m_sanitizeRequested) {  // the configuration has been wiped otherwise
         const MutexLock lock(m_apntConfigurationMutex);
         updateSystemConfiguration(std::string("Kolt Gen II") + partNumberIncompleteText, "", "", "", "9XQ27");
-        vapntsTellSystemConfiguration(service, m_systemConfiguration);
+        std::ignore = VictoryLibrary::tell(service, m_systemConfiguration);
     }
 
     std::vector<OrvaneBitResults::SensorServer> servers;
@@ -75,7 +77,7 @@ bool OrvaneServer::initVictoryDefaultManagementData()
         printLine(std::cout, "numberOfSensors =  ", sensors->sensorCount);
         for (const auto& server : servers) printLine(std::cout, server);
     }
-    vapntsTellAvailableSensors(service, *sensors);
+    std::ignore = VictoryLibrary::tell(service, *sensors);
     return true;
 }
 
@@ -87,7 +89,7 @@ bool OrvaneServer::initVictoryDefaultVDMData()
     record.tfom = 9;
     record.efom = 1;
     record.gpsAvailability = VAPNTC_GPS_AVAILABLE;
-    vapntsTellBlendedNavigationData(m_service, record, nullptr);
+    std::ignore = VictoryLibrary::tell(m_service, record);
     return true;
 }
 
@@ -110,7 +112,8 @@ void OrvaneServer::updateSystemConfiguration(const std::string& name, const std:
 
 void OrvaneServer::clearApntConfiguration()
 {
-    whileStarted([](VapntsService* service) { vapntsTellSystemConfiguration(service, VapntcSystemConfiguration{}); });
+    whileStarted(
+        [](VapntsService* service) { std::ignore = VictoryLibrary::tell(service, VapntcSystemConfiguration{}); });
 }
 
 void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsService*) noexcept

@@ -1,10 +1,12 @@
 #include "VICTORY/OrvaneServer/NavWarThreat.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 
 #include <iostream>
+#include <tuple>
 
 namespace {
 
@@ -102,5 +104,5 @@ void OrvaneServer::tellNavWarSa(VapntsService* service)
     record.threatsPresent = !m_threats.empty();
     for (const auto& threat : m_threats) record.threats[record.threatCount++] = threat;  // the list holds no more
     m_threats.clear();
-    if (!m_tellDisabled) vapntsTellNavWarSaData(service, record, nullptr);
+    if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record);
 }

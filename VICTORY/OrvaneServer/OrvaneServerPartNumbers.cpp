@@ -1,6 +1,7 @@
 #include "ASPN/CmdResponseStrings.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/StringUtils.h"
 
@@ -11,6 +12,7 @@
 #include <iterator>
 #include <sstream>
 #include <string_view>
+#include <tuple>
 
 namespace {
 
@@ -98,7 +100,8 @@ void OrvaneServer::processPartNumbers()
 void OrvaneServer::tellSystemConfiguration()
 {
     const auto* const configuration = &m_systemConfiguration;
-    whileStarted([configuration](VapntsService* service) { vapntsTellSystemConfiguration(service, *configuration); });
+    whileStarted(
+        [configuration](VapntsService* service) { std::ignore = VictoryLibrary::tell(service, *configuration); });
 }
 
 void OrvaneServer::handlePartNumberResponses(const std::string& text, const unsigned char& serverId,

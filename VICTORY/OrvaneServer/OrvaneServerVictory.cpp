@@ -1,6 +1,7 @@
 #include "PCSMaintReporter/PCSMaintReporter.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "VICTORY/Utilities/VictoryXmlHelpers.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Saturate.h"
@@ -9,6 +10,7 @@
 #include <iostream>
 #include <string>
 #include <tinyxml2.h>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -16,11 +18,6 @@ namespace {
 constexpr double kPublicationRate = 1.0;
 constexpr unsigned long kShortestPeriodMs = 1000;
 constexpr const char* kNoInstance = "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
-
-bool readFile(const std::string& path, std::array<char, 65536>& buffer)
-{
-    return vutilReadStringFromFile(path.c_str(), static_cast<int>(buffer.size()), buffer.data()) == 0;
-}
 
 }  // namespace
 
@@ -60,34 +57,32 @@ bool OrvaneServer::startService(const char* vclText)
     initWarningIdEncoder();
     const bool bitReady = m_bitResults.Initialize("Halvex", saturate<std::int32_t>(m_BITtimeoutSeconds), m_debug);
 
-    bool hasTexts = readFile(m_victoryConfigurationFile, m_victoryConfigurationText);
+    bool hasTexts = VictoryLibrary::readTextFile(m_victoryConfigurationFile, m_victoryConfigurationText).isSuccess();
     if (!vclText) {
-        hasTexts = readFile(m_vclFile, m_vclText) && hasTexts;
+        hasTexts = VictoryLibrary::readTextFile(m_vclFile, m_vclText).isSuccess() && hasTexts;
         vclText = m_vclText.data();
     }
     VapntsService* service = nullptr;
-    if (hasTexts) m_service = service = vapntsNewService(m_victoryConfigurationText.data(), vclText);
+    if (hasTexts) m_service = service = VictoryLibrary::newService(m_victoryConfigurationText.data(), vclText);
     if (!service) {
         Reports::sendFault("InitializeVictory", m_serverName + " Error reading VICTORY APNT configuration file.");
         return false;
     }
     m_hasService = true;
 
-    vapntsInitSaveVclidCallback(service, &cbSaveVclidCallback, this);
-    for (const int group :
-         {VAPNTS_PUB_GROUP_BLENDED_NAVIGATION, VAPNTS_PUB_GROUP_WARNING_MESSAGES, VAPNTS_PUB_GROUP_NAVWAR_SA})
-        vapntsInitPubGroup(service, group, kPublicationRate);
-    // Blended Navigation has no call-back: the worker pushes it when it has it.
-    vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_NAVWAR_SA, &cbTellNavWarSaCallback, this);
-    vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_WARNING_MESSAGES, &cbTellWarningMessagesCallback, this);
-    vapntsInitTellClearSystemDataCallback(service, &cbClearSystemDataCallback, this);
-    vapntsInitTellSystemConfigurationCallback(service, &cbTellSystemConfigurationCallback, this);
+    std::ignore = VictoryLibrary::setUp(service,
+                                        {.saveVclid = &cbSaveVclidCallback,
+                                         .tellNavWarSa = &cbTellNavWarSaCallback,
+                                         .tellWarningMessages = &cbTellWarningMessagesCallback,
+                                         .clearSystemData = &cbClearSystemDataCallback,
+                                         .tellSystemConfiguration = &cbTellSystemConfigurationCallback},
+                                        this, kPublicationRate);
 
     initVictoryDefaultManagementData();
     initVictoryDefaultVDMData();
-    // Its answer is told, and changes nothing: which one means success is the library's own.
-    if (const int answer = vapntsStartService(service); answer != 0)
-        printLine(std::cout, Reports::location(), "InitializeVictory : vapntsStartService answered ", answer);
+    // A failure is told and deliberately changes nothing: the service counts as started.
+    if (const auto answer = VictoryLibrary::startService(service); !answer.isSuccess())
+        printLine(std::cout, Reports::location(), "InitializeVictory : vapntsStartService answered ", answer.number());
     ++m_victoryGeneration;
     m_victoryStarted = true;
     return bitReady;
@@ -107,7 +102,7 @@ void OrvaneServer::deleteService(const char* caller)
 {
     m_hasService = false;
     // No lock that a call-back takes: this waits for them.
-    shielded([this] { vapntsDeleteService(m_service); },
+    shielded([this] { VictoryLibrary::deleteService(m_service); },
              [=](const char* what) { Reports::sendCallbackException(caller, what); });
 }
 
@@ -150,12 +145,12 @@ bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
 void OrvaneServer::performPOSTcomplete()
 {
     whileStarted([this](VapntsService* service) {
-        vapntsInitTellExecuteBuiltInTestsCallback(service, &BuiltInTests::ExecuteBuiltInTestsCallback, &m_bitResults,
-                                                  0);
-        vapntsInitTellGetBuiltInTestResultsCallback(service, &BuiltInTests::GetBuiltInTestResultsCallback,
-                                                    &m_bitResults);
-        vapntsInitTellClearBuiltInTestResultsCallback(service, &BuiltInTests::ClearBuiltInTestResultsCallback,
-                                                      &m_bitResults);
+        std::ignore =
+            VictoryLibrary::setUpBuiltInTests(service,
+                                              {.execute = &BuiltInTests::ExecuteBuiltInTestsCallback,
+                                               .getResults = &BuiltInTests::GetBuiltInTestResultsCallback,
+                                               .clearResults = &BuiltInTests::ClearBuiltInTestResultsCallback},
+                                              &m_bitResults);
     });
 }
 
@@ -198,7 +193,7 @@ int OrvaneServer::cbSaveVclidCallback(void* context, VapntsService*, const char*
                 return;
             }
             if (!server.m_quiet) printLine(std::cout, server.m_serverName, ": Saving VCLID file: ", server.m_vclFile);
-            answer = vclText && vutilWriteStringToFile(vclText, server.m_vclFile.c_str()) == 0 ? 0 : 1;
+            answer = vclText && VictoryLibrary::writeTextFile(vclText, server.m_vclFile).isSuccess() ? 0 : 1;
         },
         [&](const char* what) {
             answer = 1;

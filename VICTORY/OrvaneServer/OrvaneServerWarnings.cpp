@@ -1,11 +1,13 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 #include "utilities/StringUtils.h"
 
 #include <iostream>
+#include <tuple>
 
 namespace {
 
@@ -167,5 +169,5 @@ void OrvaneServer::tellWarningMessages(VapntsService* service)
     // The list stays: every warning is told again, until newer ones have pushed it out.
     const MutexLock lock(m_warningListMutex);
     for (const auto& warning : m_warnings) record.warnings[record.warningCount++] = warning;  // it holds no more
-    if (!m_tellDisabled) vapntsTellWarningMessagesData(service, record, nullptr);
+    if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record);
 }

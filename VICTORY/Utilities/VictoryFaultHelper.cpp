@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <tuple>
 
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -16,45 +17,21 @@ constexpr VhlthcCategory kCategory = 22;
 constexpr VhlthcAction kRaise = 1;
 constexpr VhlthcAction kClear = 0;
 
-/// How faults of one kind of service are raised and removed.
-using Raise = std::uint32_t (*)(void* service, bool acknowledged, VhlthcSeverity severity);
-using Remove = void (*)(void* service, std::uint32_t id);
-
-template <class Service, auto addFault>
-std::uint32_t raise(void* service, bool acknowledged, VhlthcSeverity severity)
-{
-    return addFault(static_cast<Service*>(service), kFaultText, acknowledged, severity, kCategory, kRaise);
-}
-
-template <class Service, auto removeFault>
-void remove(void* service, std::uint32_t id)
-{
-    removeFault(static_cast<Service*>(service), id, kClear);
-}
-
 struct Mode {
     char key;
     const char* text;
     const char* changed;
     const char* refused;
-    Raise raise;
-    Remove remove;
 };
 
 constexpr std::array<Mode, VictoryFaultHelper::kModes> kModeRows = {
-    {{'\0', "none.", "", "", nullptr, nullptr},
-     {'p', "Position", "Changed to Position fault test mode", "Position", &raise<VpossService, &vpossAddFault>,
-      &remove<VpossService, &vpossRemoveFault>},
-     {'o', "Orientation", "Changed to Orientation fault test mode", "Orientation", &raise<VorisService, &vorisAddFault>,
-      &remove<VorisService, &vorisRemoveFault>},
-     {'d', "Direction of Travel", "Changed to Direction of Travel fault test mode", "Direction of Travel",
-      &raise<VdotsService, &vdotsAddFault>, &remove<VdotsService, &vdotsRemoveFault>},
-     {'g', "GPS Receiver", "GPS Receiver fault test mode", "GPS Receiver", &raise<VgpssService, &vgpssAddFault>,
-      &remove<VgpssService, &vgpssRemoveFault>},
-     {'e', "Generic End Node", "Generic End Node fault test mode", "Generic End Node",
-      &raise<VgensService, &vgensAddFault>, &remove<VgensService, &vgensRemoveFault>},
-     {'a', "APNT", "APNT fault test mode", "APNT", &raise<VapntsService, &vapntsAddFault>,
-      &remove<VapntsService, &vapntsRemoveFault>}}};
+    {{'\0', "none.", "", ""},
+     {'p', "Position", "Changed to Position fault test mode", "Position"},
+     {'o', "Orientation", "Changed to Orientation fault test mode", "Orientation"},
+     {'d', "Direction of Travel", "Changed to Direction of Travel fault test mode", "Direction of Travel"},
+     {'g', "GPS Receiver", "GPS Receiver fault test mode", "GPS Receiver"},
+     {'e', "Generic End Node", "Generic End Node fault test mode", "Generic End Node"},
+     {'a', "APNT", "APNT fault test mode", "APNT"}}};
 
 struct Severity {
     const char* word;
@@ -162,8 +139,9 @@ void VictoryFaultHelper::activateFault(int key, bool acknowledged)
     const auto& severity = kSeverities[static_cast<std::size_t>(key)];
     const auto& mode = kModeRows[m_faultMode];
     printLine(std::cout, m_name, "Added ", acknowledged ? "" : "non-", "acknowledged ", severity.word);
-    void* const service = m_services[m_faultMode];
-    if (mode.raise && service) faultId(key) = mode.raise(service, acknowledged, severity.number);
+    if (const auto& service = m_services[m_faultMode])
+        faultId(key) =
+            VictoryLibrary::addFault(*service, {kFaultText, acknowledged, severity.number, kCategory, kRaise});
     printLine(std::cout, mode.text, " Fault: ", faultId(key));
 }
 
@@ -171,8 +149,8 @@ void VictoryFaultHelper::deactivateFault(int key)
 {
     if (key < 0 || key >= static_cast<int>(kKeys)) return;
     const auto& mode = kModeRows[m_faultMode];
-    void* const service = m_services[m_faultMode];
-    if (mode.remove && service) mode.remove(service, faultId(key));
+    if (const auto& service = m_services[m_faultMode])
+        std::ignore = VictoryLibrary::removeFault(*service, faultId(key), kClear);
     printLine(std::cout, m_name, " Removed ", mode.text, " fault: ", faultId(key));
     faultId(key) = 0;
 }

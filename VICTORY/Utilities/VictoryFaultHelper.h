@@ -1,11 +1,13 @@
 #ifndef VICTORY_UTILITIES_VICTORYFAULTHELPER_H
 #define VICTORY_UTILITIES_VICTORYFAULTHELPER_H
 
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "VICTORY/libvictory/victory.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// Bytes that wait at the standard input; 0 if there is none to be asked, and while another job has the terminal. The
@@ -51,7 +53,9 @@ public:
     template <class T>
     void SetAvailableService(T* service)
     {
-        m_services[modeOf(service)] = service;
+        auto& available = m_services[modeOf(service)];
+        available.reset();
+        if (service) available = service;
     }
 
     /// Forgets the faults of a kind of service, which have ended with it.
@@ -80,8 +84,8 @@ private:
     const std::string m_name;
     const Keyboard m_keyboard;
     std::size_t m_faultMode = NONE;
-    std::array<std::array<std::uint32_t, kKeys>, kModes> m_faultIds = {};  // zero where free
-    std::array<void*, kModes> m_services = {};                             // null where not available
+    std::array<std::array<std::uint32_t, kKeys>, kModes> m_faultIds = {};             // zero where free
+    std::array<std::optional<VictoryLibrary::FaultService>, kModes> m_services = {};  // nothing where not available
 };
 
 #endif

@@ -2,6 +2,7 @@
 
 #include "ASPN/CmdResponseStrings.h"
 #include "ASPN/HealthReporter.h"
+#include "VICTORY/Utilities/VictoryLibrary.h"
 #include "face/FACE_Text.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <iostream>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -138,7 +140,7 @@ void OrvaneBitResults::ExecuteBuiltInTests(VapntsService* service)
 {
     const auto body = [&] {
         if (m_started && queueTest(service)) return;
-        vapntsTellExecuteBuiltInTests(service, 0.0, "");
+        std::ignore = VictoryLibrary::tellBuiltInTestRefused(service);
     };
     shielded(body, reportException);
 }
@@ -154,7 +156,7 @@ bool OrvaneBitResults::queueTest(VapntsService* service)
             const std::string text = std::to_string(id);
             copyText(result->m_vapntcBitResult.builtInTestId, text);
             m_results.insert_or_assign(id, std::move(result));
-            vapntsTellExecuteBuiltInTests(service, m_timeoutSeconds, text.c_str());
+            std::ignore = VictoryLibrary::tellBuiltInTestTaken(service, m_timeoutSeconds, text);
             return true;
         }
     }
@@ -168,7 +170,7 @@ void OrvaneBitResults::GetBuiltInTestResults(VapntsService* service, const Vapnt
     const auto body = [&] {
         const auto list = std::make_unique<VapntcBitResults>();
         if (m_started) copyResults(requests, countOf(requests), *list);
-        vapntsTellGetBuiltInTestResults(service, *list);
+        std::ignore = VictoryLibrary::tell(service, *list);
     };
     shielded(body, reportException);
 }
@@ -198,7 +200,7 @@ void OrvaneBitResults::ClearBuiltInTestResults(VapntsService* service, const Vap
 {
     const auto body = [&] {
         const bool isCleared = m_started && eraseResults(requests, countOf(requests));
-        vapntsTellClearBuiltInTestResults(service, isCleared);
+        std::ignore = VictoryLibrary::tellBuiltInTestsCleared(service, isCleared);
     };
     shielded(body, reportException);
 }

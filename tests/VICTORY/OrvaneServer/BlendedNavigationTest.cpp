@@ -1,5 +1,7 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 
+#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -41,12 +43,13 @@ struct BlendedNavigationTest : testing::Test {
         utcTime.utc_tod_sec(82);
         utcTime.utc_tod_nsec(250'000'000.0);
         utcTime.covariance()[0][0] = 4e-14;
+        server.initMeasSourceEncoder();
     }
 
     VapntcBlendedNavigationRecord make() const
     {
         return BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, gpsLost},
-                                         BlendedNavigation::measSources());
+                                         [this](unsigned short id) { return server.encodeVictoryMeasSource(id); });
     }
     void addMeasurement(std::int32_t id, std::int32_t used)
     {
@@ -76,6 +79,7 @@ struct BlendedNavigationTest : testing::Test {
     AssuranceState assurance;
     unpacked_msg8504_t receiver = {};
     bool gpsLost = false;
+    OpenServer server;
 };
 
 using Types = std::vector<std::uint32_t>;
@@ -269,7 +273,8 @@ TEST_F(BlendedNavigationTest, IdsOutsideTheTableHaveNoSource)
 TEST_F(BlendedNavigationTest, WithoutATableThereAreNoSources)
 {
     addMeasurement(5, 1);
-    const auto record = BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, false}, {});
+    const auto noRow = [](unsigned short) { return nullptr; };
+    const auto record = BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, false}, noRow);
     EXPECT_EQ(word(record, 13668), 0U);
 }
 

@@ -1,0 +1,182 @@
+#include "VICTORY/Utilities/VictoryLibrary.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <initializer_list>
+#include <limits>
+
+namespace VictoryLibrary {
+
+namespace {
+
+constexpr Answer kSuccess{0};
+
+/// The first failure among answers, which a braced list calls for in the order of its text.
+Answer firstFailure(std::initializer_list<int> answers)
+{
+    for (const int number : answers)
+        if (const Answer answer(number); !answer.isSuccess()) return answer;
+    return kSuccess;
+}
+
+/// How faults of a kind of service are raised and removed.
+template <class Service>
+struct Faults;
+
+template <>
+struct Faults<VpossService> {
+    static constexpr auto add = &vpossAddFault;
+    static constexpr auto remove = &vpossRemoveFault;
+};
+
+template <>
+struct Faults<VorisService> {
+    static constexpr auto add = &vorisAddFault;
+    static constexpr auto remove = &vorisRemoveFault;
+};
+
+template <>
+struct Faults<VdotsService> {
+    static constexpr auto add = &vdotsAddFault;
+    static constexpr auto remove = &vdotsRemoveFault;
+};
+
+template <>
+struct Faults<VgpssService> {
+    static constexpr auto add = &vgpssAddFault;
+    static constexpr auto remove = &vgpssRemoveFault;
+};
+
+template <>
+struct Faults<VgensService> {
+    static constexpr auto add = &vgensAddFault;
+    static constexpr auto remove = &vgensRemoveFault;
+};
+
+template <>
+struct Faults<VapntsService> {
+    static constexpr auto add = &vapntsAddFault;
+    static constexpr auto remove = &vapntsRemoveFault;
+};
+
+}  // namespace
+
+VapntsService* newService(const char* configurationText, const char* vclText)
+{
+    return vapntsNewService(configurationText, vclText);
+}
+
+Answer setUp(VapntsService* service, const ServiceCallbacks& callbacks, void* context, double publicationRate)
+{
+    return firstFailure(
+        {vapntsInitSaveVclidCallback(service, callbacks.saveVclid, context),
+         vapntsInitPubGroup(service, VAPNTS_PUB_GROUP_BLENDED_NAVIGATION, publicationRate),
+         vapntsInitPubGroup(service, VAPNTS_PUB_GROUP_WARNING_MESSAGES, publicationRate),
+         vapntsInitPubGroup(service, VAPNTS_PUB_GROUP_NAVWAR_SA, publicationRate),
+         vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_NAVWAR_SA, callbacks.tellNavWarSa, context),
+         vapntsInitTellCallback(service, VAPNTS_PUB_GROUP_WARNING_MESSAGES, callbacks.tellWarningMessages, context),
+         vapntsInitTellClearSystemDataCallback(service, callbacks.clearSystemData, context),
+         vapntsInitTellSystemConfigurationCallback(service, callbacks.tellSystemConfiguration, context)});
+}
+
+Answer setUpBuiltInTests(VapntsService* service, const BuiltInTestCallbacks& callbacks, void* context)
+{
+    return firstFailure({vapntsInitTellExecuteBuiltInTestsCallback(service, callbacks.execute, context, 0),
+                         vapntsInitTellGetBuiltInTestResultsCallback(service, callbacks.getResults, context),
+                         vapntsInitTellClearBuiltInTestResultsCallback(service, callbacks.clearResults, context)});
+}
+
+Answer startService(VapntsService* service)
+{
+    return Answer(vapntsStartService(service));
+}
+
+void deleteService(VapntsService* service)
+{
+    vapntsDeleteService(service);
+}
+
+Answer tell(VapntsService* service, const VapntcBlendedNavigationRecord& record, const VapntcTime* time)
+{
+    return Answer(vapntsTellBlendedNavigationData(service, record, time));
+}
+
+Answer tell(VapntsService* service, const VapntcNavWarSaRecord& record, const VapntcTime* time)
+{
+    return Answer(vapntsTellNavWarSaData(service, record, time));
+}
+
+Answer tell(VapntsService* service, const VapntcWarningMessagesRecord& record, const VapntcTime* time)
+{
+    return Answer(vapntsTellWarningMessagesData(service, record, time));
+}
+
+Answer tell(VapntsService* service, const VapntcSystemConfiguration& configuration)
+{
+    return Answer(vapntsTellSystemConfiguration(service, configuration));
+}
+
+Answer tell(VapntsService* service, const VapntcAvailableOutputs& outputs)
+{
+    return Answer(vapntsTellAvailableOutputs(service, outputs));
+}
+
+Answer tell(VapntsService* service, const VapntcAvailableSensors& sensors)
+{
+    return Answer(vapntsTellAvailableSensors(service, sensors));
+}
+
+Answer tell(VapntsService* service, const VapntcBitResults& results)
+{
+    return Answer(vapntsTellGetBuiltInTestResults(service, results));
+}
+
+Answer tellClearRequestTaken(VapntsService* service)
+{
+    return Answer(vapntsTellClearSystemData(service, 0));
+}
+
+Answer tellBuiltInTestTaken(VapntsService* service, double expectedSeconds, const std::string& id)
+{
+    return Answer(vapntsTellExecuteBuiltInTests(service, expectedSeconds, id.c_str()));
+}
+
+Answer tellBuiltInTestRefused(VapntsService* service)
+{
+    return Answer(vapntsTellExecuteBuiltInTests(service, 0.0, ""));
+}
+
+Answer tellBuiltInTestsCleared(VapntsService* service, bool areCleared)
+{
+    return Answer(vapntsTellClearBuiltInTestResults(service, areCleared));
+}
+
+std::uint32_t addFault(const FaultService& service, const Fault& fault)
+{
+    return std::visit(
+        [&]<class Service>(Service* handle) {
+            return Faults<Service>::add(handle, fault.text, fault.isAcknowledged, fault.severity, fault.category,
+                                        fault.action);
+        },
+        service);
+}
+
+Answer removeFault(const FaultService& service, std::uint32_t id, VhlthcAction action)
+{
+    return std::visit(
+        [&]<class Service>(Service* handle) { return Answer(Faults<Service>::remove(handle, id, action)); }, service);
+}
+
+Answer readTextFile(const std::string& path, std::span<char> buffer)
+{
+    constexpr std::size_t kMost = std::numeric_limits<int>::max();
+    return Answer(
+        vutilReadStringFromFile(path.c_str(), static_cast<int>(std::min(buffer.size(), kMost)), buffer.data()));
+}
+
+Answer writeTextFile(const char* text, const std::string& path)
+{
+    return Answer(vutilWriteStringToFile(text, path.c_str()));
+}
+
+}  // namespace VictoryLibrary

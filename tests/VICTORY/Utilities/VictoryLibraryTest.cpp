@@ -1,0 +1,98 @@
+#include "VICTORY/Utilities/VictoryLibrary.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+
+using testing::ElementsAre;
+
+namespace {
+
+struct VictoryLibraryTest : testing::Test {
+    VictoryLibrary::Answer setUp()
+    {
+        return VictoryLibrary::setUp(service,
+                                     {.saveVclid = [](auto...) { return 0; },
+                                      .tellNavWarSa = [](auto...) {},
+                                      .tellWarningMessages = [](auto...) {},
+                                      .clearSystemData = [](auto...) { return 0; },
+                                      .tellSystemConfiguration = [](auto...) {}},
+                                     this, 2.5);
+    }
+    VictoryLibrary::Answer setUpBuiltInTests()
+    {
+        return VictoryLibrary::setUpBuiltInTests(
+            service, {.execute = [](auto...) {}, .getResults = [](auto...) {}, .clearResults = [](auto...) {}}, this);
+    }
+
+    VictoryRecorder victory;
+    VapntsService* service = victory.newService();
+};
+
+}  // namespace
+
+TEST_F(VictoryLibraryTest, ZeroAloneIsSuccess)
+{
+    EXPECT_TRUE(VictoryLibrary::Answer(0).isSuccess());
+    EXPECT_FALSE(VictoryLibrary::Answer(1).isSuccess());
+    EXPECT_FALSE(VictoryLibrary::Answer(-1).isSuccess());
+    EXPECT_EQ(VictoryLibrary::Answer(-7).number(), -7);
+}
+
+TEST_F(VictoryLibraryTest, OwnersCallbacksAndGroupsAreSetUpInOrder)
+{
+    victory.forgetCalls();
+    EXPECT_TRUE(setUp().isSuccess());
+    EXPECT_THAT(victory.operations(),
+                ElementsAre("vapntsInitSaveVclidCallback", "vapntsInitPubGroup", "vapntsInitPubGroup",
+                            "vapntsInitPubGroup", "vapntsInitTellCallback", "vapntsInitTellCallback",
+                            "vapntsInitTellClearSystemDataCallback", "vapntsInitTellSystemConfigurationCallback"));
+    EXPECT_EQ(victory.last("vapntsInitPubGroup").real(1), 2.5);
+    EXPECT_TRUE(victory.hasTellCallback(VAPNTS_PUB_GROUP_NAVWAR_SA));
+    EXPECT_TRUE(victory.hasTellCallback(VAPNTS_PUB_GROUP_WARNING_MESSAGES));
+    EXPECT_FALSE(victory.hasTellCallback(VAPNTS_PUB_GROUP_BLENDED_NAVIGATION));
+}
+
+TEST_F(VictoryLibraryTest, FirstFailureIsAnsweredAndTheRestIsSetUp)
+{
+    victory.answer("vapntsInitPubGroup", 5);
+    victory.answer("vapntsInitTellSystemConfigurationCallback", 6);
+    EXPECT_EQ(setUp().number(), 5);
+    EXPECT_EQ(victory.count("vapntsInitPubGroup"), 3U);
+    EXPECT_EQ(victory.count("vapntsInitTellSystemConfigurationCallback"), 1U);
+
+    victory.answer("vapntsInitTellGetBuiltInTestResultsCallback", 7);
+    EXPECT_EQ(setUpBuiltInTests().number(), 7);
+    EXPECT_EQ(victory.count("vapntsInitTellClearBuiltInTestResultsCallback"), 1U);
+}
+
+TEST_F(VictoryLibraryTest, AnswersOfTheLibraryAreHandedOn)
+{
+    victory.answer("vapntsStartService", 3);
+    victory.answer("vapntsTellNavWarSaData", 4);
+    EXPECT_EQ(VictoryLibrary::startService(service).number(), 3);
+    EXPECT_EQ(VictoryLibrary::tell(service, VapntcNavWarSaRecord{}).number(), 4);
+    EXPECT_TRUE(VictoryLibrary::tell(service, VapntcAvailableOutputs{}).isSuccess());
+}
+
+TEST_F(VictoryLibraryTest, FileThatIsNotThereIsAFailure)
+{
+    std::array<char, 16> buffer{};
+    EXPECT_FALSE(VictoryLibrary::readTextFile("/unit/none", buffer).isSuccess());
+    ASSERT_TRUE(VictoryLibrary::writeTextFile("text", "/unit/file").isSuccess());
+    ASSERT_TRUE(VictoryLibrary::readTextFile("/unit/file", buffer).isSuccess());
+    EXPECT_STREQ(buffer.data(), "text");
+}
+
+TEST_F(VictoryLibraryTest, FaultsReachTheOperationsOfTheirKind)
+{
+    const VictoryLibrary::Fault fault{"text", true, 2, 22, 1};
+    const auto id = VictoryLibrary::addFault(victory.gens(), fault);
+    EXPECT_NE(id, 0U);
+    EXPECT_EQ(victory.last("vgensAddFault").text(0), "text");
+    EXPECT_TRUE(VictoryLibrary::removeFault(victory.gens(), id, 0).isSuccess());
+    EXPECT_EQ(victory.last("vgensRemoveFault").number(0), id);
+    EXPECT_EQ(victory.count("vapntsRemoveFault"), 0U);
+}

@@ -7,6 +7,7 @@
 #include "tests/platform/FpgaDesk.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/ProcessState.h"
 
@@ -52,6 +53,7 @@ struct EventPublisherTest : testing::Test {
         return texts;
     }
 
+    const HardDeadline deadline;  // that a publisher that does not end meets too
     const ASPN2::DeviceIdFactory deviceIds{3, 52};
     OneConnection<EventLog> connection{"EventLog"};
     FaultHysteresis hysteresis;
@@ -182,6 +184,32 @@ TEST_F(EventPublisherTest, WhatIsNotPublishedIsFollowedByThePauseToo)
     for (int i = 0; i < 4; ++i) unhurried.SendEvent("c.cpp", 1, 1, "x");
     ASSERT_TRUE(eventually([&] { return unhurried.queue().size() == 0; }));
     EXPECT_GE(std::chrono::steady_clock::now() - start, 300ms);
+}
+
+TEST_F(EventPublisherTest, ThePauseIsKeptWhenTheEndIsAskedForToo)
+{
+    std::vector<std::chrono::steady_clock::time_point> times;
+    connection.onArrival = [&](const EventLog&) { times.push_back(std::chrono::steady_clock::now()); };
+    HealthReporter ending(hysteresis, &ASPN2::EventQueue::Clock::now, {10ms, 300s, 30ms});
+    for (int i = 0; i < 10; ++i) ending.SendEvent("c.cpp", 1, 1, "x");
+    init(ending);
+    ending.DoneHealthReporter();
+    times.push_back(std::chrono::steady_clock::now());
+    ASSERT_EQ(times.size(), 11u);
+    for (std::size_t i = 1; i < times.size(); ++i) EXPECT_GE(times[i] - times[i - 1], 30ms) << i;
+}
+
+TEST_F(EventPublisherTest, EventsMayBeSentFromWithinAWrite)
+{
+    connection.onArrival = [&](const EventLog& record) {
+        if (record.eventlog() != "first") return;
+        reporter.SendEvent("c.cpp", 1, 1, "second");
+        reporter.ReplaceConfigEvent("banner", reporter.SendConfigEvent("replaced"));
+    };
+    init();
+    reporter.SendEvent("c.cpp", 1, 1, "first");
+    ASSERT_TRUE(connection.inbox.waitFor(3));
+    EXPECT_THAT(arrived(), ElementsAre("0 1 first", "1 1 second", "2 2 banner"));
 }
 
 TEST_F(EventPublisherTest, WithoutAPublisherEachEventIsALineAndANumber)

@@ -5,6 +5,7 @@
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/ProcessState.h"
 
@@ -31,6 +32,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::UnorderedElementsAre;
 
 using eCrit = PCSMaintReporter::eCrit;
 using eOutcome = PCSMaintReporter::eOutcome;
@@ -447,6 +449,18 @@ TEST_F(PCSMaintReporterTest, ALongDescriptionTellsEachRecordAndItsFailure)
     const ConsoleCapture output(std::cout);
     sendLong(reporter, "x");
     EXPECT_THAT(output.text(), MatchesRegex(".*: Sending maintenance event: Evt:x\n" + kNotInitialised));
+}
+
+TEST_F(PCSMaintReporterTest, ARecordMayBeSentFromWithinAWrite)
+{
+    const HardDeadline deadline;
+    connection.onArrival = [&](const MaintenanceEvent& record) {
+        if (std::string(record.description().data()) == "first") send(reporter, "second");
+    };
+    init();
+    send(reporter, "first");
+    ASSERT_TRUE(connection.inbox.waitFor(2));
+    EXPECT_THAT(descriptions(), UnorderedElementsAre("first", "second"));
 }
 
 TEST_F(PCSMaintReporterTest, DoneWaitsForARecordThatIsBeingWritten)

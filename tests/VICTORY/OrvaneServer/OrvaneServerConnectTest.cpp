@@ -1,7 +1,9 @@
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/HealthReporter.h"
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
 #include "platform/FPGA.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
@@ -34,6 +36,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -138,15 +141,8 @@ struct ConnectTest : testing::Test {
         s_opened.clear();
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
-        server.m_systemName = "KOLT";
-        server.m_ioDevicesFile =
-            directory
-                .write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
-                                          withoutBegin(devicesFileText(FpgaMemory::devices())))
-                .c_str();
         setTopics(topicsWithout({}));
+        configure(server);
         popHealthEvents();
     }
     ~ConnectTest() override
@@ -155,15 +151,30 @@ struct ConnectTest : testing::Test {
         server.Framework_Disconnect(ignored);
     }
 
+    void configure(OpenServer& other) const
+    {
+        other.m_victoryConfigurationFile = "config";
+        other.m_vclFile = "vcl";
+        other.m_systemName = "KOLT";
+        other.m_ioDevicesFile =
+            directory
+                .write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
+                                          withoutBegin(devicesFileText(FpgaMemory::devices())))
+                .c_str();
+        other.m_connectionsFile = server.m_connectionsFile;
+    }
+
     void setTopics(const std::string& text)
     {
         server.m_connectionsFile = directory.write("connections.xml", text).c_str();
     }
 
-    int connect()
+    int connect() { return connect(server); }
+
+    static int connect(OpenServer& other)
     {
         auto rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
-        server.Framework_Connect("another file", rc);
+        other.Framework_Connect("another file", rc);
         return rc;
     }
 
@@ -227,6 +238,18 @@ TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
     const Listener<aspn2_msgs::idl::EventLog> listener(server, "EventLog");
     EXPECT_THAT(listener.first().eventlog(),
                 MatchesRegex("//aspn://Sarvent/OrvaneServer:[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+}
+
+// Configuration events alone are repeated, and they alone are taken by a queue that is full.
+TEST_F(ConnectTest, IdentityLineAndBannerAreConfigurationEvents)
+{
+    auto& health = HealthReporter::Instance();
+    for (int i = 0; i < 200; ++i) health.SendConfigEvent("full");  // for twenty seconds
+    ASSERT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
+    ASSERT_GE(health.queue().size(), 2U + HealthReporter::kEventQueueLimit);
+    std::vector<std::string> sent = popHealthEvents();
+    std::erase(sent, "2:full");
+    EXPECT_THAT(sent, ElementsAre(StartsWith("2://aspn://Sarvent/OrvaneServer:"), StartsWith("2:" + kBanner)));
 }
 
 TEST_F(ConnectTest, EachMissingTopicHasItsLineButForTheLast)
@@ -398,6 +421,42 @@ TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)
     EXPECT_EQ(log.inbox.items()[0].message.eventlog(), "OrvaneServer : VapntsService exited");
     EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
     reporter.DoneHealthReporter();
+}
+
+TEST_F(ConnectTest, TheMaintenanceReporterEndsNoSoonerThanTheServer)
+{
+    OneConnection<aspn2_msgs::idl::MaintenanceEvent> log("MaintenanceEvent", "Log");
+    log.registerSender();
+    const auto tryInit = [&] {
+        return errorOf([&] { PCSMaintReporter::Instance().InitMaintReporter("unit", {3, 52}, log.front(), log.id()); });
+    };
+    {
+        OpenServer other(sensorFile);
+        configure(other);
+        ASSERT_EQ(connect(other), RETURN_CODE_TYPE::NO_ERROR);
+        auto rc = RETURN_CODE_TYPE::NO_ACTION;
+        other.Framework_Disconnect(rc);
+        EXPECT_EQ(tryInit(), "InitMaintReporter(unit) called on an already initialized PCSMaintReporter.");
+    }
+    EXPECT_EQ(tryInit(), "nothing");
+    PCSMaintReporter::Instance().DoneMaintReporter();
+}
+
+TEST_F(ConnectTest, AServerThatIsNotDisconnectedLetsGoOfThePlatformAllTheSame)
+{
+    registers().setSystemCount(1234);
+    OneConnection<aspn2_msgs::idl::EventLog> log("EventLog", "Log");
+    log.registerSender();
+    auto& health = HealthReporter::Instance();
+    {
+        OpenServer other(sensorFile);
+        configure(other);
+        ASSERT_EQ(connect(other), RETURN_CODE_TYPE::NO_ERROR);
+        EXPECT_EQ(FpgaFace::Instance().fpga_get_SystemCount(), 1234U);
+    }
+    EXPECT_EQ(FpgaFace::Instance().fpga_get_SystemCount(), 0U);
+    EXPECT_EQ(errorOf([&] { health.InitHealthReporter("unit", {3, 52}, log.front(), log.id()); }), "nothing");
+    health.DoneHealthReporter();
 }
 
 // What goes out over a real transport.

@@ -9,8 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -38,6 +41,17 @@ protected:
         return devmem;
     }
 
+    /// The first registers of a block, as they lie in the file.
+    std::array<std::uint64_t, 5> registersAt(std::uint64_t base) const
+    {
+        std::array<std::uint64_t, 5> values{};
+        std::ifstream file(m_memory, std::ios::binary);
+        file.seekg(static_cast<std::streamoff>(base));
+        file.read(reinterpret_cast<char*>(values.data()), sizeof values);
+        if (!file) throw std::runtime_error("cannot read a register");
+        return values;
+    }
+
     TemporaryDirectory m_directory;
     std::string m_memory = m_directory.write("mem", "");
     std::unique_ptr<MemoryDeviceFileDescriptor> m_descriptor =
@@ -54,11 +68,35 @@ TEST_F(RegisterFileTest, ServiceComesUpOnTheRegisters)
     EXPECT_NO_THROW(fpga.InitFpga(service()));
     EXPECT_EQ(fpga.getFirmwareBuildStamp(), "202603-0112:30:00");
     const std::string configuration = fpga.getFirmwareConfiguration();
-    EXPECT_NE(configuration.find("ORVA"), std::string::npos) << configuration;
+    EXPECT_NE(configuration.find("ORVANLAB"), std::string::npos) << configuration;
     EXPECT_NE(configuration.find("3451-2900-0001"), std::string::npos) << configuration;
     EXPECT_NE(configuration.find("A001"), std::string::npos) << configuration;
     EXPECT_EQ(fpga.getPtfeFirmwareId(1), 0x5054464500000001U);
     fpga.DoneFpga();
+}
+
+TEST_F(RegisterFileTest, NumbersOfBlocksLieWhereTheServiceReadsThem)
+{
+    RegisterFile registers(m_memory, DeviceMap(kDevices));
+    FpgaIdentity identity;
+    identity.uarts = 0x0102030405060708;
+    identity.pulses = 0x1112131415161718;
+    identity.peripherals = 0x2122232425262728;
+    registers.identify(identity);
+    const auto timeStamp = registersAt(0x43C20000);
+    EXPECT_EQ(timeStamp[1], 0x0102030405060708U);
+    EXPECT_EQ(timeStamp[3], 0x1112131415161718U);
+    EXPECT_EQ(timeStamp[4], 0x2122232425262728U);
+}
+
+TEST_F(RegisterFileTest, WithoutOtherNumbersThereAreFourUartsAndEightPulsesAndPeripherals)
+{
+    RegisterFile registers(m_memory, DeviceMap(kDevices));
+    registers.identify({});
+    const auto timeStamp = registersAt(0x43C20000);
+    EXPECT_EQ(timeStamp[1], 4U);
+    EXPECT_EQ(timeStamp[3], 8U);
+    EXPECT_EQ(timeStamp[4], 8U);
 }
 
 TEST_F(RegisterFileTest, WrongClockRateReachesTheService)

@@ -10,9 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -176,11 +180,15 @@ TEST_F(UnitSimTest, EpochsAreAPeriodApart)
     start();
     ASSERT_TRUE(m_pva.waitFor(5));
     end();
+    // A late simulator leaves epochs out, so there may be more than one period between two records.
+    double shortest = 1;
     const auto headers = headersOf(m_pva);
-    const auto first = headers.begin();
-    const auto last = headers.rbegin();
-    EXPECT_NEAR(ASPN2::deltaTov(last->second, first->second), 0.05 * static_cast<double>(last->first - first->first),
-                1e-6);
+    for (auto next = std::next(headers.begin()), last = headers.begin(); next != headers.end(); last = next++) {
+        const double apart = ASPN2::deltaTov(next->second, last->second);
+        EXPECT_NEAR(apart / 0.05, std::round(apart / 0.05), 1e-4);
+        shortest = std::min(shortest, apart);
+    }
+    EXPECT_NEAR(shortest, 0.05, 1e-6);
 }
 
 TEST_F(UnitSimTest, OffsetMovesOneTimeOfValidityExactly)

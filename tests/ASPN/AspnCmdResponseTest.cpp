@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <latch>
-#include <set>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -130,8 +130,8 @@ TEST(CmdResponseTest, TopicReplacesTheLowByteOfTheDeviceId)
     EXPECT_EQ(static_cast<std::uint32_t>(message.header().device_id()), 0xF13402AAU);
 }
 
-/// What several threads get from one maker, each number as often as it was given out.
-std::multiset<std::int64_t> numbersOfFourThreads(const std::function<std::int64_t()>& next, int each)
+/// What several threads get from one maker, in order, each number as often as it was given out.
+std::vector<std::int64_t> numbersOfFourThreads(const std::function<std::int64_t()>& next, int each)
 {
     std::vector<std::vector<std::int64_t>> numbers(4);
     std::vector<std::thread> threads;
@@ -142,14 +142,15 @@ std::multiset<std::int64_t> numbersOfFourThreads(const std::function<std::int64_
             for (int i = 0; i < each; ++i) mine.push_back(next());
         });
     for (auto& thread : threads) thread.join();
-    std::multiset<std::int64_t> all;
-    for (const auto& mine : numbers) all.insert(mine.begin(), mine.end());
+    std::vector<std::int64_t> all;
+    for (const auto& mine : numbers) all.insert(all.end(), mine.begin(), mine.end());
+    std::sort(all.begin(), all.end());
     return all;
 }
 
 TEST(CmdResponseTest, NoTwoThreadsGetTheSameNumber)
 {
-    constexpr int kEach = 20'000;
+    constexpr int kEach = 60'000;  // so that threads meet
     CmdResponse maker;
     const auto command = commandOf("X");
     const std::pair<const char*, std::function<std::int64_t()>> counted[] = {

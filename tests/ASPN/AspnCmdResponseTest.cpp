@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <set>
+#include <functional>
+#include <latch>
 #include <string>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -127,21 +130,39 @@ TEST(CmdResponseTest, TopicReplacesTheLowByteOfTheDeviceId)
     EXPECT_EQ(static_cast<std::uint32_t>(message.header().device_id()), 0xF13402AAU);
 }
 
-TEST(CmdResponseTest, NoTwoThreadsGetTheSameNumber)
+/// What several threads get from one maker, in order, each number as often as it was given out.
+std::vector<std::int64_t> numbersOfFourThreads(const std::function<std::int64_t()>& next, int each)
 {
-    CmdResponse maker;
-    constexpr int kEach = 2000;
-    std::vector<std::vector<std::int32_t>> identifiers(4);
+    std::vector<std::vector<std::int64_t>> numbers(4);
     std::vector<std::thread> threads;
-    for (auto& mine : identifiers)
-        threads.emplace_back([&maker, &mine] {
-            for (int i = 0; i < kEach; ++i) mine.push_back(maker.makeCommand("X").command_identifier());
+    std::latch start(4);
+    for (auto& mine : numbers)
+        threads.emplace_back([&start, &next, &mine, each] {
+            start.arrive_and_wait();
+            for (int i = 0; i < each; ++i) mine.push_back(next());
         });
     for (auto& thread : threads) thread.join();
-    std::set<std::int32_t> all;
-    for (const auto& mine : identifiers) all.insert(mine.begin(), mine.end());
-    EXPECT_EQ(all.size(), 4U * kEach);
-    EXPECT_EQ(*all.rbegin(), 4 * kEach - 1);
+    std::vector<std::int64_t> all;
+    for (const auto& mine : numbers) all.insert(all.end(), mine.begin(), mine.end());
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+TEST(CmdResponseTest, NoTwoThreadsGetTheSameNumber)
+{
+    constexpr int kEach = 60'000;  // so that threads meet
+    CmdResponse maker;
+    const auto command = commandOf("X");
+    const std::pair<const char*, std::function<std::int64_t()>> counted[] = {
+        {"identifier of a command", [&] { return maker.makeCommand("X").command_identifier(); }},
+        {"number of a command", [&] { return maker.makeCommand("X").header().seq_num() - 4 * kEach; }},
+        {"number of a response", [&] { return maker.makeResponse(command, true).header().seq_num(); }}};
+    for (const auto& [name, next] : counted) {
+        const auto all = numbersOfFourThreads(next, kEach);
+        ASSERT_EQ(all.size(), 4U * kEach) << name;
+        std::int64_t expected = 0;
+        for (const std::int64_t number : all) ASSERT_EQ(number, expected++) << name;
+    }
 }
 
 TEST(ResponseTypeTest, ByTheFirstSuffixOfTheOrderThatIsFoundAnywhere)

@@ -1,6 +1,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Desk.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/system/WhatIsLeft.h"
 
 #include <gtest/gtest.h>
 
@@ -139,8 +140,9 @@ TEST_F(ProcessTest, SegmentationFaultAndHangUpKeepTheirDefaultAction)
     }
 }
 
-TEST_F(ProcessTest, ASignalDuringStartUpTakesItsDefaultAction)
+TEST_F(ProcessTest, ASignalDuringStartUpTakesItsDefaultActionAndLeavesNothingBehind)
 {
+    const Names files = entries("/tmp"), others = processes();
     // Its first line does not fit into the full pipe, so that it can't get past its configuration.
     int pipe[2];
     ASSERT_EQ(pipe2(pipe, O_NONBLOCK | O_CLOEXEC), 0);
@@ -170,6 +172,9 @@ TEST_F(ProcessTest, ASignalDuringStartUpTakesItsDefaultAction)
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    EXPECT_EQ(entries("/tmp"), files);
+    EXPECT_EQ(entries("/dev/shm"), Names());
+    EXPECT_EQ(processes(), others);
     close(pipe[0]);
     close(pipe[1]);
 }

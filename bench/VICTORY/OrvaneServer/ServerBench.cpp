@@ -1,8 +1,13 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "aspn2_msgs/BitReport.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "ioss_mcsq/ZentorM_5044_Msg.h"
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 // What a handler and a join cost, beside the least that they could: a copy of the message under a lock, and the
@@ -159,9 +164,13 @@ using namespace aspn2_msgs::idl;
 class BenchServer : public OrvaneServer {
 public:
     using OrvaneServer::cbAssuranceState;
+    using OrvaneServer::cbBitReport;
+    using OrvaneServer::cbCmd;
     using OrvaneServer::cbHalvexPNT;
+    using OrvaneServer::cbHxGssip;
     using OrvaneServer::cbMeasurementIncorporationStatus;
     using OrvaneServer::cbPVA;
+    using OrvaneServer::cbRsp;
     using OrvaneServer::cbUTCTime;
     using OrvaneServer::cbZentorGssip;
 
@@ -172,6 +181,8 @@ public:
         m_victoryStarted = true;
         m_gssipSourceServers = {39};
         initMeasSourceEncoder();
+        initWarningIdEncoder();
+        m_bitResults.Start();
     }
 
     bool hasPublished()
@@ -179,7 +190,53 @@ public:
         const MutexLock lock(m_navDataMutex);
         return !m_hasUTCTime;
     }
+
+    bool hasThreats()
+    {
+        const MutexLock lock(m_threatListMutex);
+        return !m_threats.empty();
+    }
+
+    bool hasWarnings()
+    {
+        const MutexLock lock(m_warningListMutex);
+        return !m_warnings.empty();
+    }
 };
+
+/// A record of the receiver with this frame.
+GSSIP recordOf(std::vector<std::uint8_t> frame)
+{
+    GSSIP record;
+    record.header().device_id(39 << 16);
+    record.num_bytes(static_cast<std::int32_t>(frame.size()));
+    record.data(std::move(frame));
+    return record;
+}
+
+template <class Message>
+GSSIP recordOf(Message& message)
+{
+    struct Bytes : IWriteByteStreams {
+        void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
+        std::vector<std::uint8_t> data;
+    } bytes;
+    message.WriteMessage(&bytes);
+    return recordOf(std::move(bytes.data));
+}
+
+/// A report of nine bearings, which is the dearest one.
+GSSIP threatReport()
+{
+    constexpr std::size_t kFirstLine = 48, kLine = 18, kLines = 9;
+    std::vector<std::uint8_t> frame = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
+    frame.resize(212);
+    for (std::size_t i = 0; i < kLines; ++i) {
+        frame[kFirstLine + kLine * i] = 2;      // a line of bearing
+        frame[kFirstLine + kLine * i + 1] = 1;  // with its angles
+    }
+    return recordOf(std::move(frame));
+}
 
 /// The six inputs of one moment.
 struct Inputs {
@@ -196,16 +253,9 @@ struct Inputs {
         utcTime.gps_tow_sec(100'018);
         utcTime.utc_tod_sec(13'600);
 
-        struct Bytes : IWriteByteStreams {
-            void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
-            std::vector<std::uint8_t> data;
-        } bytes;
         ZentorM_8504_Msg message;
         message.pack_8504();
-        message.WriteMessage(&bytes);
-        receiver.header().device_id(39 << 16);
-        receiver.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
-        receiver.data(bytes.data);
+        receiver = recordOf(message);
     }
 
     void giveTo(BenchServer& server) const
@@ -224,6 +274,30 @@ struct Inputs {
     MeasurementIncorporationStatus mis;
     AssuranceState assurance;
     GSSIP receiver;
+};
+
+/// What else comes by the topics and the taps.
+struct Others {
+    Others()
+    {
+        report.header().device_id(32 << 16 | 1);  // a commanded test's, while none runs
+        for (int i = 0; i < 10; ++i) report.bit_components().emplace_back();
+
+        command.header().device_id(53 << 16);
+        command.command_response("REQUEST_SOMETHING");
+
+        response.header().device_id(53 << 16);
+        response.commanded_device_id(52 << 16);
+        response.command_response_type(command_response_type_enum{1});
+        response.command_response("REQUEST_SOMETHING_PASS");
+    }
+
+    BitReport report;
+    CommandResponse command;
+    CommandResponse response;
+    GSSIP threats = threatReport();
+    ZentorM_5044_Msg warningMessage;
+    GSSIP warning = recordOf(warningMessage);
 };
 
 template <class Message>
@@ -300,6 +374,57 @@ void Receiver8504_handler(benchmark::State& state)
     handler(state, [](BenchServer& server) { server.cbZentorGssip(inputs().receiver); });
 }
 
+const Others& others()
+{
+    static const Others all;
+    return all;
+}
+
+void BitReport_copy(benchmark::State& state)
+{
+    copyUnderLock(state, others().report);
+}
+void BitReport_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbBitReport(others().report); });
+}
+void Command_copy(benchmark::State& state)
+{
+    copyUnderLock(state, others().command);
+}
+void Command_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbCmd(others().command); });
+}
+void Response_copy(benchmark::State& state)
+{
+    copyUnderLock(state, others().response);
+}
+void Response_handler(benchmark::State& state)
+{
+    handler(state, [](BenchServer& server) { server.cbRsp(others().response); });
+}
+void Threats15051_copy(benchmark::State& state)
+{
+    copyUnderLock(state, others().threats);
+}
+void Threats15051_handler(benchmark::State& state)
+{
+    BenchServer server;
+    for (auto _ : state) server.cbHxGssip(others().threats);
+    if (!server.hasThreats()) state.SkipWithError("the report was refused");
+}
+void Receiver5044_copy(benchmark::State& state)
+{
+    copyUnderLock(state, others().warning);
+}
+void Receiver5044_handler(benchmark::State& state)
+{
+    BenchServer server;
+    for (auto _ : state) server.cbZentorGssip(others().warning);
+    if (!server.hasWarnings()) state.SkipWithError("the frame was refused");
+}
+
 void SixInputs(benchmark::State& state)
 {
     BenchServer server;
@@ -342,6 +467,16 @@ BENCHMARK(AssuranceState_copy);
 BENCHMARK(AssuranceState_handler);
 BENCHMARK(Receiver8504_copy);
 BENCHMARK(Receiver8504_handler);
+BENCHMARK(Receiver5044_copy);
+BENCHMARK(Receiver5044_handler);
+BENCHMARK(Threats15051_copy);
+BENCHMARK(Threats15051_handler);
+BENCHMARK(BitReport_copy);
+BENCHMARK(BitReport_handler);
+BENCHMARK(Command_copy);
+BENCHMARK(Command_handler);
+BENCHMARK(Response_copy);
+BENCHMARK(Response_handler);
 BENCHMARK(UnpackAndTell);
 BENCHMARK(SixInputs);
 BENCHMARK(SixInputsAndJoin);

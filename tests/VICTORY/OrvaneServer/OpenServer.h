@@ -36,6 +36,7 @@ public:
     using OrvaneServer::cbZentorGssip;
     using OrvaneServer::clearApntConfiguration;
     using OrvaneServer::encodeVictoryMeasSource;
+    using OrvaneServer::encodeVictoryNavWarSA;
     using OrvaneServer::encodeVictoryWarningId;
     using OrvaneServer::findAndClearComponentConfigurationByIdAndName;
     using OrvaneServer::handleBlock5044;

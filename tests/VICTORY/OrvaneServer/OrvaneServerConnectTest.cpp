@@ -9,6 +9,7 @@
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
+#include "tests/support/BeforeNextLine.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/QueueDevice.h"
@@ -304,6 +305,39 @@ TEST_F(ConnectTest, ARefusedTapToTheReceiverLeavesTheOtherAndStartsNoReporter)
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
+TEST_F(ConnectTest, WithoutADevicesFileNoReporterIsStarted)
+{
+    server.m_ioDevicesFile = "missing.xml";
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(s_opened, IsEmpty());
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+}
+
+TEST_F(ConnectTest, TapsAreTriedWhenTheRegistersHaveNoConfiguration)
+{
+    server.m_ioDevicesFile = directory.write("other.xml", "<Other/>").c_str();
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    std::size_t tries = 0;  // of the registers and of the two taps
+    const std::string text = console.text(), line = "/other.xml Error: Unable to locate the HX_Configurations object\n";
+    for (auto place = text.find(line); place != std::string::npos; place = text.find(line, place + 1)) ++tries;
+    EXPECT_EQ(tries, 3U) << text;
+}
+
+TEST_F(ConnectTest, TapsAreConnectedWhenTheRegistersHaveNoConfigurationAndNoReporterIsStarted)
+{
+    const std::string whole = readFile(server.m_ioDevicesFile.buffer());
+    directory.write("devices.xml", "<Other/>");
+    // Repaired when the first has read it.
+    const BeforeNextLine repair([&] { directory.write("devices.xml", whole); });
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(isRead(fromReceiver));
+    EXPECT_TRUE(isRead(toReceiver));
+    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+}
+
 TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResults)
 {
     const std::vector<std::string> labels = {"bit_rcv",   "cmdRsp_rcv",        "cmdRsp_rcv2", "rsp_rcv",
@@ -405,6 +439,34 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
     EXPECT_THAT(steps, ElementsAreArray(expected));
     server.m_tss.reset();  // it writes to what ends here
     victory.onCall("vapntsDeleteService", nullptr);
+}
+
+TEST_F(ConnectTest, WithoutATransportTheEndGoesAllItsWay)
+{
+    server.m_connectionsFile = "missing.xml";
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_THAT(console.text(), HasSubstr(" Configuration missing.xml was not available\n"));
+    EXPECT_THAT(console.text(), Not(HasSubstr("Error connecting to")));
+    ASSERT_TRUE(server.m_victoryStarted);
+    OneConnection<aspn2_msgs::idl::EventLog> log("EventLog", "Log");
+    log.registerSender();
+    const ASPN2::DeviceIdFactory ids(3, 52);
+    auto& reporter = HealthReporter::Instance();
+    reporter.InitHealthReporter("unit", ids, log.front(), log.id());
+    const FpgaDesk desk;
+    FpgaFace::Instance().InitFpga(desk.devmem);
+
+    for (int round = 0; round < 2; ++round) {
+        auto rc = RETURN_CODE_TYPE::NO_ACTION;
+        server.Framework_Disconnect(rc);
+        EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
+        EXPECT_FALSE(server.m_victoryStarted);
+        EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+    }
+    EXPECT_EQ(errorOf([&] { FpgaFace::Instance().InitFpga(desk.devmem); }), "nothing");
+    FpgaFace::Instance().DoneFpga();
+    EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
+    reporter.DoneHealthReporter();
 }
 
 TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)

@@ -365,6 +365,45 @@ TEST_F(InboundTest, ShownFramesNameTheirSource)
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"));
 }
 
+TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    auto record = recordOfId(8504);
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0x38, 0x21, 0x0C, 0x00, 0x00, 0x90, 0xBD, 0x4C};
+    for (std::uint8_t word = 1; word <= 12; ++word) bytes.insert(bytes.end(), {word, 0xA0});
+    bytes.insert(bytes.end(), {0x34, 0x12});
+    record.data(bytes);
+    record.num_bytes(36);
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(record);
+    EXPECT_EQ(console.text(), "OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"
+                              "Header:  81FF 2138 000C 9000 4CBD; msgId: 8504 Wdcnt:   12\n"
+                              "Data:  0  A001 A002 A003 A004 A005 | A006 A007 A008 A009 A00A \n"
+                              "Data: 10  A00B A00C \n"
+                              "DataCks:  1234\n");
+}
+
+TEST_F(InboundTest, ShownReceiversWarningIsFollowedByItsWords)
+{
+    server.m_service = victory.newService();
+    server.m_quiet = false;
+    auto record = recordOfId(5044);
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
+    bytes.resize(54);
+    record.data(bytes);
+    record.num_bytes(54);
+    const ConsoleCapture console(std::cout);
+    server.cbZentorGssip(record);
+    EXPECT_EQ(console.text(), "OrvaneServer: cbZentorGssip: Processed GSSIP: 5044 from ZentorM\n"
+                              "Header:  81FF 13B4 0015 9000 0000; msgId: 5044 Wdcnt:   21\n"
+                              "Data:  0  0000 0000 0000 0000 0000 | 0000 0000 0000 0000 0000 \n"
+                              "Data: 10  0000 0000 0000 0000 0000 | 0000 0000 0000 0000 0000 \n"
+                              "Data: 20  0000 \n"
+                              "DataCks:  0000\n");
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
 TEST_F(InboundTest, ThreatsFlowAndFramesBehindThemToo)
 {
     server.m_service = victory.newService();

@@ -218,6 +218,26 @@ TEST_F(NavWarTest, OnlyConfiguredSourcesOfReportsAreHeard)
     EXPECT_THAT(server.m_threats, IsEmpty());
 }
 
+TEST_F(NavWarTest, AReportThatComesWhileStoppedMakesNoThreatLater)
+{
+    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    server.cbHxGssip(frameOf({bearing(1)}));
+    server.run();
+    server.attemptNavWarSaProcessing();
+    EXPECT_THAT(server.m_threats, IsEmpty());
+    server.cbHxGssip(frameOf({bearing(2)}));
+    EXPECT_THAT(centres(published()), ElementsAre(100000.0));
+}
+
+TEST_F(NavWarTest, EncodingTellsWhetherThereWasAThreat)
+{
+    server.cbHxGssip(frameOf({}));
+    EXPECT_FALSE(server.encodeVictoryNavWarSA());
+    server.cbHxGssip(frameOf({bearing(1)}));  // and eight lines behind it that are none
+    EXPECT_TRUE(server.encodeVictoryNavWarSA());
+    EXPECT_EQ(server.m_threats.size(), 2U);
+}
+
 TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
 {
     auto message = frameOf({bearing(1)});

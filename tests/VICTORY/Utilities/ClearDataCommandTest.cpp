@@ -136,15 +136,43 @@ protected:
         });
     }
 
+    /// From now on reports go to `order`, each with the state it is made in, among the events.
+    void noteOrder()
+    {
+        events();
+        m_command.setSendVDBCompleteWarningCallback([this](ClearDataCommand::ClearDataType, bool, const std::string&) {
+            noteEvents();
+            const std::scoped_lock lock(m_mutex);
+            m_order.push_back("report in state " + std::to_string(m_command.state()));
+            return true;
+        });
+    }
+
+    void noteEvents()
+    {
+        const Texts latest = events();
+        const std::scoped_lock lock(m_mutex);
+        m_order.insert(m_order.end(), latest.begin(), latest.end());
+    }
+
+    /// Events and reports since `noteOrder`.
+    Texts order()
+    {
+        noteEvents();
+        const std::scoped_lock lock(m_mutex);
+        return m_order;
+    }
+
     bool becomesIdle() const
     {
         return eventually([this] { return m_command.state() == kIdle; });
     }
 
     HardDeadline m_deadline{200s};
-    mutable std::mutex m_mutex;  // guards the two lists
+    mutable std::mutex m_mutex;  // guards the lists
     Texts m_sent;
     Texts m_reports;
+    Texts m_order;
     WakeableCommand m_command;
 };
 
@@ -639,6 +667,95 @@ TEST_F(ClearDataCommandTest, ACompletionAtTheMomentOfExpiryGivesExactlyOneReport
     RecordProperty("passes", passes);
     EXPECT_GT(passes, 0);
     EXPECT_LT(passes, 1000);
+}
+
+TEST_F(ClearDataCommandTest, ARefusalIsAnEventBeforeItsReportAndIdleBehindIt)
+{
+    leaveRequested(kZeroize);
+    noteOrder();
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK"));
+    EXPECT_THAT(order(), ElementsAre("4:SN: Received Nack. Clear data request command, REQUEST_ZEROIZE failed",
+                                     "report in state 1"));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ImpatientClearDataCommandTest, AnUnansweredRequestIsReportedBeforeItsEventAndIdleBehindIt)
+{
+    noteOrder();
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    EXPECT_THAT(order(), ElementsAre("2:SN: Requesting clear data command, REQUEST_ZEROIZE", "report in state 1",
+                                     "4:SN: Request wait loop for clear data command, REQUEST_ZEROIZE, timed out after "
+                                     "30 seconds."));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ClearDataCommandTest, ACompletionIsAnEventBeforeItsReportAndIdleBehindIt)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    noteOrder();
+    EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    EXPECT_THAT(order(),
+                ElementsAre("2:SN: Clear data complete for command, REQUEST_ZEROIZE. Result was SYSTEM_ZEROIZE_PASS",
+                            "report in state 2"));
+    EXPECT_EQ(m_command.state(), kIdle);
+}
+
+TEST_F(ClearDataCommandTest, AnExpiryIsReportedBeforeItsEventAndIdleBehindIt)
+{
+    m_command.setClearDataInProgressTimeout(0s);
+    leaveRequested(kZeroize);
+    noteOrder();
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    ASSERT_TRUE(becomesIdle());
+    // The event of the ACK may be noted at once or with the report: it comes first in any case.
+    EXPECT_THAT(order(),
+                ElementsAre("2:SN: Received Ack. Clear data command, REQUEST_ZEROIZE, in-progress", "report in state 2",
+                            "4:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 0 seconds."));
+}
+
+namespace {
+
+/// Holds up the end of the thread that it belongs to.
+struct HeldThread {
+    ~HeldThread()
+    {
+        if (until.valid()) until.wait();
+    }
+    std::shared_future<void> until;
+};
+thread_local HeldThread t_held;
+
+}  // namespace
+
+// A watchdog whose report has failed, and whose thread takes its time to end: to cancel it is to wait for that.
+TEST_F(ClearDataCommandTest, ACompletionIsReportedThenCancelsTheWatchdogAndIsIdleOnlyThen)
+{
+    std::promise<void> mayEnd;
+    m_command.setClearDataInProgressTimeout(0s);
+    m_command.setSendVDBCompleteWarningCallback(
+        [until = mayEnd.get_future().share()](ClearDataCommand::ClearDataType, bool, const std::string&) -> bool {
+            t_held.until = until;
+            throw std::runtime_error("no report");
+        });
+    leaveRequested(kZeroize);
+    ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    ASSERT_TRUE(eventually([] { return HealthReporter::Instance().queue().size() == 2; }));
+    noteOrder();
+
+    auto completion = std::async(std::launch::async,
+                                 [this] { return m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"); });
+    EXPECT_TRUE(eventually([this] { return order().size() == 2; }, 20s));
+    EXPECT_FALSE(eventually([this] { return m_command.state() != kInProgress; }, 200ms));
+    EXPECT_EQ(completion.wait_for(0s), std::future_status::timeout);
+    {
+        const ConsoleCapture console(std::cout);
+        m_command.setQuiet(false);
+        m_command.dumpStateInfo();
+        EXPECT_EQ(console.text(), ", m_eClearTypeRequested = REQUEST_ZEROIZE\n");
+    }
+    mayEnd.set_value();
+    EXPECT_TRUE(completion.get());
+    EXPECT_EQ(m_command.state(), kIdle);
 }
 
 TEST_F(ClearDataCommandTest, DestructionWhileErasingReturnsAtOnceWithoutAReport)

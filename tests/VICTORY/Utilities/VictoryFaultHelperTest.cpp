@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <deque>
@@ -105,19 +106,35 @@ public:
         if (write(m_master, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) std::abort();
     }
 
+    /// How many bytes, and how many tenths of a second, a read of keys waits for.
+    void setWaiting(cc_t bytes, cc_t tenths) const
+    {
+        termios changed = settings();
+        changed.c_cc[VMIN] = bytes;
+        changed.c_cc[VTIME] = tenths;
+        if (tcsetattr(STDIN_FILENO, TCSANOW, &changed) != 0) std::abort();
+    }
+
     void hangUp() const { close(m_master); }
 
-    /// The modes of lines that are in force.
-    static tcflag_t modes()
+    /// What is in force.
+    static termios settings()
     {
         termios settings = {};
         if (tcgetattr(STDIN_FILENO, &settings) != 0) std::abort();
-        return settings.c_lflag;
+        return settings;
     }
 
 private:
     int m_master = -1;
 };
+
+bool areSame(const termios& a, const termios& b)
+{
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
+           a.c_line == b.c_line && std::ranges::equal(a.c_cc, b.c_cc) && cfgetispeed(&a) == cfgetispeed(&b) &&
+           cfgetospeed(&a) == cfgetospeed(&b);
+}
 
 using VictoryFaultHelperDeathTest = VictoryFaultHelperTest;
 
@@ -410,11 +427,16 @@ TEST_F(VictoryFaultHelperDeathTest, TheFirstLookSwitchesATerminalFromLinesToKeys
     const auto play = [] {
         const HardDeadline deadline;
         const Terminal terminal;
-        const auto before = Terminal::modes();
+        terminal.setWaiting(5, 7);
+        const termios before = Terminal::settings();
         const VictoryFaultHelper untouched("SN");
-        if (Terminal::modes() != before || (before & ICANON) == 0) conclude("touched too early");
+        if (!areSame(Terminal::settings(), before) || (before.c_lflag & ICANON) == 0) conclude("touched too early");
         if (_kbhit() != 0) conclude("keys from nowhere");
-        if (Terminal::modes() != (before & ~static_cast<tcflag_t>(ICANON))) conclude("wrong modes");
+        termios expected = before;
+        expected.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+        expected.c_cc[VMIN] = 0;
+        expected.c_cc[VTIME] = 0;
+        if (!areSame(Terminal::settings(), expected)) conclude("wrong settings");
         terminal.type("abc");
         if (!eventually([] { return _kbhit() == 3; })) conclude("not all keys have come");
         if (readKey() != 'a' || _kbhit() != 2) conclude("more than one key was taken");
@@ -460,7 +482,7 @@ TEST_F(VictoryFaultHelperDeathTest, ATerminalThatAnotherJobHasIsLeftAlone)
         setsid();
         const Terminal terminal;
         ioctl(STDIN_FILENO, TIOCSCTTY, 0);
-        const auto before = Terminal::modes();
+        const termios before = Terminal::settings();
         terminal.type("p\n");
         const pid_t job = fork();
         if (job == 0) {
@@ -474,7 +496,7 @@ TEST_F(VictoryFaultHelperDeathTest, ATerminalThatAnotherJobHasIsLeftAlone)
             conclude("the job was stopped");
         }
         if (WEXITSTATUS(status) != 7) conclude("the job saw keys");
-        if (Terminal::modes() != before) conclude("wrong modes");
+        if (!areSame(Terminal::settings(), before)) conclude("wrong settings");
         conclude(_kbhit() == 2 ? "as it should be" : "the job that has it saw no keys");
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("as it should be"));

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,25 @@ using Ending = ChildProcess::Ending;
 using Json = orvanectl::BusLink::Json;
 
 namespace {
+
+/// The built-in tests that a call-back was asked for last.
+class Seen {
+public:
+    void put(const VapntcBitRequests& requests)
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_requests = requests;
+    }
+    VapntcBitRequests get() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_requests;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    VapntcBitRequests m_requests{};
+};
 
 /// A bus with a started service, and the tool as its client.
 class BusVerbTest : public testing::Test {
@@ -39,6 +59,15 @@ protected:
     {
         EXPECT_EQ(run(arguments), Ending({0, 0})) << m_errors;
         return Json::parse(m_output);
+    }
+
+    /// The line that stands above the answer to a request that succeeds.
+    std::string shownByRequest(const std::vector<std::string>& arguments)
+    {
+        EXPECT_EQ(run(arguments), Ending({0, 0})) << m_errors;
+        const std::size_t end = m_output.find('\n');
+        EXPECT_EQ(Json::parse(m_output.substr(end + 1)).at("ok"), true);
+        return m_output.substr(0, end);
     }
 
     Program m_program;
@@ -147,6 +176,59 @@ TEST_F(BusVerbTest, RequestThatFailsEndsWithOne)
     EXPECT_EQ(run({"system-configuration"}), Ending({1, 0}));
     EXPECT_EQ(run({"save-vcl", "/none"}), Ending({1, 0}));
     EXPECT_EQ(m_errors, "orvanectl: cannot read /none\n");
+}
+
+TEST_F(BusVerbTest, BuiltInTestIsRunAndWhatIsToldIsShown)
+{
+    const auto runs = [](void*, VapntsService* service) { vapntsTellExecuteBuiltInTests(service, 25.5, "17"); };
+    ASSERT_EQ(vapntsInitTellExecuteBuiltInTestsCallback(m_program.service(), runs, nullptr, 0), 0);
+    EXPECT_EQ(shownByRequest({"bit-run"}), "4 execute-built-in-tests  expected s 25.5  test 17");
+    const Json told = Json::parse(shownByRequest({"bit-run", "--json"}));
+    EXPECT_EQ(told.at("tell"), "execute-built-in-tests");
+}
+
+TEST_F(BusVerbTest, ResultsAreAskedForByIdAndWhatIsToldIsShown)
+{
+    const auto answers = [](void* seen, VapntsService* service, VapntcBitRequests requests) {
+        static_cast<Seen*>(seen)->put(requests);
+        const auto results = std::make_unique<VapntcBitResults>();
+        results->resultCount = 1;
+        std::strncpy(results->results[0].builtInTestId, requests.builtInTestIds[1], VAPNTC_TEXT_SIZE - 1);
+        results->results[0].status = 3;
+        vapntsTellGetBuiltInTestResults(service, *results);
+    };
+    Seen seen;
+    ASSERT_EQ(vapntsInitTellGetBuiltInTestResultsCallback(m_program.service(), answers, &seen), 0);
+    EXPECT_EQ(shownByRequest({"bit-results", "0", "18446"}), "4 built-in-test-results  tests 1 [18446 passed]");
+    EXPECT_EQ(seen.get().requestCount, 2);
+    EXPECT_STREQ(seen.get().builtInTestIds[0], "0");
+    EXPECT_STREQ(seen.get().builtInTestIds[1], "18446");
+    EXPECT_STREQ(seen.get().builtInTestIds[2], "");
+
+    for (const int count : {1, 51, -7}) {
+        EXPECT_EQ(run({"bit-results", "0", "1", "--count=" + std::to_string(count)}), Ending({0, 0})) << m_errors;
+        EXPECT_EQ(seen.get().requestCount, count);
+        EXPECT_STREQ(seen.get().builtInTestIds[1], "1");
+    }
+    EXPECT_EQ(run({"bit-results"}), Ending({0, 0})) << m_errors;
+    EXPECT_EQ(seen.get().requestCount, 0);
+    EXPECT_STREQ(seen.get().builtInTestIds[0], "");
+}
+
+TEST_F(BusVerbTest, ResultsAreForgottenByIdAndWhatIsToldIsShown)
+{
+    const auto clears = [](void* seen, VapntsService* service, VapntcBitRequests requests) {
+        static_cast<Seen*>(seen)->put(requests);
+        vapntsTellClearBuiltInTestResults(service, 1);
+    };
+    Seen seen;
+    ASSERT_EQ(vapntsInitTellClearBuiltInTestResultsCallback(m_program.service(), clears, &seen), 0);
+    EXPECT_EQ(shownByRequest({"bit-clear", "3", "5"}), "4 clear-built-in-test-results  cleared 1");
+    EXPECT_EQ(seen.get().requestCount, 2);
+    EXPECT_STREQ(seen.get().builtInTestIds[0], "3");
+    EXPECT_STREQ(seen.get().builtInTestIds[1], "5");
+    EXPECT_EQ(run({"bit-clear", "3", "--count", "9"}), Ending({0, 0})) << m_errors;
+    EXPECT_EQ(seen.get().requestCount, 9);
 }
 
 TEST_F(BusVerbTest, TellsAreHeldAndReleased)

@@ -197,13 +197,13 @@ TEST_F(EndWithPartnersSystemTest, RestartThatIsUnderWayIsFinishedAndLeavesNothin
 {
     // The new service is held up while it is set up.
     ASSERT_TRUE(
-        bus->request({{"request", "hold-tell"}, {"tell", "available-sensors"}, {"milliseconds", 3000}}).at("ok"));
+        bus->request({{"request", "hold-tell"}, {"tell", "available-sensors"}, {"milliseconds", 5000}}).at("ok"));
     partners->command("START_ZEROIZE");
     constexpr const char* kDeleted = "\nOrvaneServer : VapntsService exited\n";
     ASSERT_TRUE(desk.awaitOutput(kDeleted));
     const auto start = std::chrono::steady_clock::now();
     expectEndInOrder();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_EQ(desk.count(kDeleted), 2U);  // the old one's and the new one's
     expectNothingLeft();
 }

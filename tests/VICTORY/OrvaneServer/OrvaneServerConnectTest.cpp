@@ -453,8 +453,9 @@ TEST_F(ConnectTest, WithoutATransportTheEndGoesAllItsWay)
     const ASPN2::DeviceIdFactory ids(3, 52);
     auto& reporter = HealthReporter::Instance();
     reporter.InitHealthReporter("unit", ids, log.front(), log.id());
+    std::vector<std::string> steps;
     const FpgaDesk desk;
-    FpgaFace::Instance().InitFpga(desk.devmem);
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
 
     for (int round = 0; round < 2; ++round) {
         auto rc = RETURN_CODE_TYPE::NO_ACTION;
@@ -463,8 +464,7 @@ TEST_F(ConnectTest, WithoutATransportTheEndGoesAllItsWay)
         EXPECT_FALSE(server.m_victoryStarted);
         EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
     }
-    EXPECT_EQ(errorOf([&] { FpgaFace::Instance().InitFpga(desk.devmem); }), "nothing");
-    FpgaFace::Instance().DoneFpga();
+    EXPECT_THAT(steps, ElementsAre("FPGA"));
     EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
     reporter.DoneHealthReporter();
 }

@@ -202,7 +202,7 @@ TEST_F(OrvaneServerWalkTest, TheFlagIsLookedAtOnlyAfterTheWholePause)
     };
     auto notYet = std::chrono::steady_clock::now();
     std::thread process([&] { walk(); });
-    while (!isInstalled()) notYet = std::chrono::steady_clock::now();
+    for (auto asked = notYet; !isInstalled(); asked = std::chrono::steady_clock::now()) notYet = asked;
     pthread_kill(process.native_handle(), SIGTERM);
     EXPECT_TRUE(eventually([] { return exitFlag != 0; }));
     process.join();

@@ -83,9 +83,9 @@ TEST_F(WatchTransportTest, EventsAreShownAsTheyComeAndCtrlCEndsWithASum)
 {
     ChildProcess echo(command({"echo", "Log"}));
     ASSERT_TRUE(publishUntilShown(echo, "first"));
-    publish(1000, "last");
+    publish(1000000, "last");
     EXPECT_TRUE(eventually([&] {
-        return echo.output().ends_with("1000.000000000  OrvaneServer (52)  #1000  INFORMATION  last\n");
+        return echo.output().ends_with("1000000.000000000  OrvaneServer (52)  #1000000  INFORMATION  last\n");
     })) << echo.output();
     const auto records = std::ranges::count(echo.output(), '\n');
     echo.send(SIGINT);

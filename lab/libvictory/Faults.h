@@ -22,7 +22,7 @@ struct Fault {
 /// Faults raised in services of all kinds; each service numbers its own from 1. Any thread. The lock is a leaf.
 class Faults {
 public:
-    static constexpr std::size_t kLimit = 1000;  // of one service at a time
+    static constexpr std::size_t kLimit = 200;  // of one service at a time
 
     /// @param kind  prefix of the service's operations
     /// @return the new fault's id, never used before in this service; 0 at the limit

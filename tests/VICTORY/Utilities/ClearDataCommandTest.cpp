@@ -719,9 +719,12 @@ namespace {
 struct HeldThread {
     ~HeldThread()
     {
-        if (until.valid()) until.wait();
+        if (!until.valid()) return;
+        isHeld = true;
+        until.wait();
     }
     std::shared_future<void> until;
+    static inline std::atomic<bool> isHeld = false;
 };
 thread_local HeldThread t_held;
 
@@ -739,7 +742,8 @@ TEST_F(ClearDataCommandTest, ACompletionIsReportedThenCancelsTheWatchdogAndIsIdl
         });
     leaveRequested(kZeroize);
     ASSERT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
-    ASSERT_TRUE(eventually([] { return HealthReporter::Instance().queue().size() == 2; }));
+    ASSERT_TRUE(eventually([] { return HeldThread::isHeld.load(); }));
+    ASSERT_EQ(HealthReporter::Instance().queue().size(), 2U);
     noteOrder();
 
     auto completion = std::async(std::launch::async,

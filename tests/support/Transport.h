@@ -83,7 +83,8 @@ private:
     std::shared_ptr<FACE::TSS::HX_TSS> m_tss;
 };
 
-/// Everything that a callback has been given. Any thread; outlives the subscriber.
+/// Everything that a callback has been given. Any thread. A callback that comes after its end, as those of a transport
+/// that goes after it do, is still kept somewhere.
 template <class T>
 class Inbox {
 public:
@@ -97,27 +98,27 @@ public:
 
     FACE::TSS::Read_Callback<T> callback()
     {
-        return
-            [this](long long connection, long long transaction, const T& message, const FACE::TSS::HEADER_TYPE& header,
-                   const FACE::Sequence<FACE::TSS::QoS_Element>& qos, FACE::RETURN_CODE_TYPE::Value&) {
-                Item item{connection, transaction, message, header, {}};
-                for (std::uint32_t i = 0; i < qos.length(); ++i)
-                    item.qos.emplace_back(qos[i].name.buffer(), qos[i].value.buffer());
-                const std::lock_guard lock(m_mutex);
-                m_items.push_back(std::move(item));
-            };
+        return [state = m_state](long long connection, long long transaction, const T& message,
+                                 const FACE::TSS::HEADER_TYPE& header,
+                                 const FACE::Sequence<FACE::TSS::QoS_Element>& qos, FACE::RETURN_CODE_TYPE::Value&) {
+            Item item{connection, transaction, message, header, {}};
+            for (std::uint32_t i = 0; i < qos.length(); ++i)
+                item.qos.emplace_back(qos[i].name.buffer(), qos[i].value.buffer());
+            const std::lock_guard lock(state->mutex);
+            state->items.push_back(std::move(item));
+        };
     }
 
     std::vector<Item> items() const
     {
-        const std::lock_guard lock(m_mutex);
-        return m_items;
+        const std::lock_guard lock(m_state->mutex);
+        return m_state->items;
     }
 
     std::size_t size() const
     {
-        const std::lock_guard lock(m_mutex);
-        return m_items.size();
+        const std::lock_guard lock(m_state->mutex);
+        return m_state->items.size();
     }
 
     bool waitFor(std::size_t count) const
@@ -126,8 +127,12 @@ public:
     }
 
 private:
-    mutable std::mutex m_mutex;
-    std::vector<Item> m_items;
+    struct State {
+        std::mutex mutex;
+        std::vector<Item> items;
+    };
+
+    std::shared_ptr<State> m_state = std::make_shared<State>();
 };
 
 #endif

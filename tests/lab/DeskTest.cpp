@@ -58,7 +58,9 @@ TEST_F(DeskTest, ShowsWhatIsPublishedSaidAndReportedAndSumsItUp)
                                         "  gps [0-9].*  sources [1-9][0-9]* \\["));
     const int joins = counted("desk: joined the inputs ([0-9]+) times");
     EXPECT_GE(joins, 1) << m_output;
-    EXPECT_EQ(counted("published ([0-9]+) Blended Navigation"), joins + 1) << m_output;
+    // What is told at the start has been replaced already if the recorder comes after the first join.
+    const int published = counted("published ([0-9]+) Blended Navigation");
+    EXPECT_TRUE(published == joins + 1 || published == joins) << m_output;
     EXPECT_GE(counted("sent ([0-9]+) events"), 3) << m_output;
     EXPECT_GE(counted("the unit has sent ([0-9]+) PositionVelocityAttitude"), joins) << m_output;
     EXPECT_THAT(m_output, HasSubstr("desk: the service's last line: !!!!!! "));
@@ -68,10 +70,14 @@ TEST_F(DeskTest, ShowsWhatIsPublishedSaidAndReportedAndSumsItUp)
 
 TEST_F(DeskTest, ForeverEndsInOrderOnAnInterrupt)
 {
-    EXPECT_EQ(run({"timeout", "--preserve-status", "--signal=INT", "8", kDesk, "--build", ORVANE_BUILD_DIR, "--seconds",
-                   "forever"}),
-              0)
-        << m_output;
+    // Interrupted as by a terminal, once a join is recorded and the service heeds signals.
+    const char* const script = R"(
+        setsid env --default-signal=INT "$0" --build "$1" --seconds forever & desk=$!
+        until grep -qs '"timeOfValidity":{' /tmp/desk/bus && name=$(grep -lsx OrvaneServer /proc/[0-9]*/comm) &&
+              grep -qs '^SigCgt:.*[2367abef]$' "${name%comm}status"; do sleep 0.1; done
+        kill -s INT -- -$desk
+        wait $desk)";
+    EXPECT_EQ(run({"/bin/sh", "-c", script, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
     EXPECT_THAT(m_output, ContainsRegex("OrvaneServer has exited\\. Signal: (2|15)\n"));
     EXPECT_THAT(m_output, HasSubstr("desk: the service has ended with status 0\n"));
     EXPECT_GE(counted("desk: joined the inputs ([0-9]+) times"), 1) << m_output;

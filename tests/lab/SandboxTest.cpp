@@ -30,8 +30,17 @@ protected:
 
     std::vector<std::string> sandboxed(const std::string& script) const
     {
-        // A shell can't heed a signal that is ignored where the tests are started.
-        return {"/usr/bin/env", "--default-signal=INT,HUP,TERM", kSandbox, "--unit", m_unit, "--", "/bin/sh", "-c",
+        // A shell can't heed a signal that is ignored where the tests are started, and one that comes from here is told
+        // only where no terminal tells it as well.
+        return {"/usr/bin/setsid",
+                "/usr/bin/env",
+                "--default-signal=INT,HUP,TERM",
+                kSandbox,
+                "--unit",
+                m_unit,
+                "--",
+                "/bin/sh",
+                "-c",
                 script};
     }
 

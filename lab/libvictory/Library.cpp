@@ -215,6 +215,7 @@ void Library::publishService(const Service& service, const char* event)
 
 void Library::publishFaults()
 {
+    const MutexLock lock(m_faultsMutex);
     if (const auto target = bus())
         target->publish("faults", {{"type", "faults"}, {"at_ms", wallClockMs()}, {"faults", m_faults.list()}});
 }

@@ -100,7 +100,7 @@ private:
 
     void openBus() EXCLUDES(m_busMutex);
     void publishService(const Service& service, const char* event) EXCLUDES(m_busMutex);
-    void publishFaults() EXCLUDES(m_busMutex);
+    void publishFaults() EXCLUDES(m_faultsMutex, m_busMutex);
     void misused(const std::string& what) EXCLUDES(m_busMutex);
 
     Faults m_faults;
@@ -110,7 +110,8 @@ private:
     std::deque<VapntsService> m_handles GUARDED_BY(m_mutex);
     std::map<const VapntsService*, Entry> m_services GUARDED_BY(m_mutex);
 
-    Mutex m_opening;  // over opening and closing; held over the end of a bus's thread
+    Mutex m_opening;      // over opening and closing; held over the end of a bus's thread
+    Mutex m_faultsMutex;  // over reading the list and publishing it, so that the last one published is the newest
     mutable Mutex m_busMutex;
     std::shared_ptr<Bus> m_bus GUARDED_BY(m_busMutex);
 };

@@ -210,6 +210,7 @@ TEST_F(BlendedNavigationSystemTest, EachInputIsMeasuredAgainstTheUtcTime)
     EXPECT_GE(desk.count(": UTCTime <-> HXPNT   deltaTov: 0.1\n"), 1U);
     EXPECT_GE(desk.count(": UTCTime <-> MIS     deltaTov: 0.25\n"), 1U);
     EXPECT_GE(desk.count(": UTCTime <-> Ass. St deltaTov: 0.3\n"), 1U);
+    ASSERT_TRUE(desk.awaitTurns());
     EXPECT_EQ(desk.count(kAllReceived), 0U);
 }
 
@@ -312,6 +313,9 @@ TEST_P(SourceSystemTest, OnlyTheConfiguredOneIsTakenAndTheOthersAreNotBound)
     source.nameSource(inputs, deviceId(5));
     (inputs.*source.send)();
     EXPECT_EQ(published().at("record").at("gpsSeconds"), 1.0);
+    // A handler prints its line after the record has been taken.
+    ASSERT_TRUE(desk.awaitOutput("message received from (unknown ID 5), server ID = 5\n"));
+    ASSERT_TRUE(desk.awaitOutput("message received from HalvexNavigator, server ID = 96\n", 4));
     EXPECT_EQ(desk.count(source.handler), 1U);
     EXPECT_EQ(desk.count("message received from (unknown ID 5), server ID = 5\n"), 1U);
     EXPECT_EQ(desk.count("message received from HalvexNavigator, server ID = 96\n"), 4U);

@@ -180,7 +180,7 @@ TEST_F(BuiltInTestSystemTest, TestsRunOneAtATimeInTheOrderOfTheirIds)
 
 TEST_F(BuiltInTestSystemTest, TestWithoutAReportFailsAtItsLimitAndTheNextOneRuns)
 {
-    desk.set("PARAM_9", "2");
+    desk.set("PARAM_9", "6");
     begin();
     ask();
     ask();
@@ -275,7 +275,7 @@ TEST_F(BuiltInTestSystemTest, IdThatIsGivenTwiceReplacesTheFinishedRecord)
 
 TEST_F(BuiltInTestSystemTest, RunningTestThatIsReplacedGivesWayAtItsLimit)
 {
-    desk.set("PARAM_9", "3");
+    desk.set("PARAM_9", "6");
     begin();
     runWhole(1);
     ask();
@@ -285,6 +285,7 @@ TEST_F(BuiltInTestSystemTest, RunningTestThatIsReplacedGivesWayAtItsLimit)
     EXPECT_EQ(tests(), (Tests{{"1", 0}}));
     partners.report(reportOf(true));  // of the one that has been replaced
     ASSERT_TRUE(partners.awaitCommand(kCommand, 3));
+    EXPECT_EQ(partners.typeOfEvent("OrvaneBitResults: Timeout "), kFailure);
     EXPECT_EQ(partners.events("OrvaneBitResults: Timeout "), 1U);
     EXPECT_EQ(tests(), (Tests{{"1", 1}}));
     partners.report(reportOf(true));

@@ -78,6 +78,7 @@ TEST_F(ConnectSystemTest, RefusedStartIsShownAndTheServiceRunsAndEndsInOrder)
     ASSERT_TRUE(desk.awaitOutput(kStartRefused)) << desk.service().output();
     ASSERT_TRUE(desk.awaitOutput("Worker thread started.")) << desk.service().output();
     ASSERT_TRUE(desk.awaitTurns());
+    ASSERT_TRUE(desk.service().waitUntilHandled(SIGINT));
     desk.service().send(SIGTERM);
     EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
     EXPECT_EQ(desk.count("\nOrvaneServer : VapntsService exited\n"), 1U) << desk.service().output();

@@ -81,8 +81,10 @@ TEST_F(CyclesTest, TwoHundredInOneProcessLeaveNothingBehind)
     [[maybe_unused]] const std::size_t resident = residentBytes();
     for (std::size_t i = kWarmUp; i < kCycles; ++i) {
         ASSERT_TRUE(cycle()) << i;
-        ASSERT_EQ(descriptorCount(), descriptors) << i;
-        ASSERT_EQ(threadCount(), threads) << i;
+        // A thread that has been joined, and the bus's end of a connection, may be there for a moment longer.
+        const auto isBack = [&] { return descriptorCount() <= descriptors && threadCount() <= threads; };
+        ASSERT_TRUE(eventually(isBack)) << i << ": " << descriptorCount() << " of " << descriptors << ", "
+                                        << threadCount() << " of " << threads;
         ASSERT_TRUE(fs::is_empty("/dev/shm")) << i;
     }
     // The health reporter of the process keeps the two configuration events of each service, which repeat for ever.

@@ -143,6 +143,7 @@ TEST_F(DevicesSystemTest, RegistersAreLetGoBeforeTheBusIs)
 TEST_F(EventsSystemTest, BannerIsSentAsItIsPrinted)
 {
     desk.run();
+    EXPECT_TRUE(desk.awaitOutput(std::string(kBanner) + "\n"));
     EXPECT_EQ(desk.count(std::string(kBanner) + "\n"), 1U) << desk.service().output();
     ASSERT_TRUE(events->inbox().waitFor(2));
     EXPECT_EQ(events->inbox().items()[1].message.eventlog(), kBanner);

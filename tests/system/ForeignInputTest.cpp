@@ -83,5 +83,6 @@ TEST_F(ForeignInputSystemTest, TimeOfValidityOfAnotherMakeIsTheOneThatIsJoinedBy
     ASSERT_TRUE(desk.awaitOutput(": UTCTime <-> 8504    deltaTov: 1\n"));
     for (const char* input : {"PVA    ", "HXPNT  ", "MIS    ", "Ass. St"})
         EXPECT_GE(desk.count(std::string(": UTCTime <-> ") + input + " deltaTov: 0\n"), 1U) << input;
+    ASSERT_TRUE(desk.awaitTurns());
     EXPECT_EQ(desk.count(": *** All synchronized messages received."), 0U);
 }

@@ -52,7 +52,9 @@ TEST_F(PartnersSystemTest, ThreatReportIsToldAsNavWarAwareness)
 {
     begin({"--topics", "none", "--threat",
            "jam az=181 el=-91 power=-71 center=1227.6 bw=1.5 confidence=50 + ended + no-bearing + bare az=10@0.2"});
-    const Json told = rows("navwar-sa", "threats", 1);
+    Json told = Json::array();  // a tell may fall between the two
+    while (told.size() < 2)
+        for (const Json& threat : rows("navwar-sa", "threats", 1)) told.push_back(threat);
     ASSERT_EQ(told.size(), 2U);
     EXPECT_EQ(told[0].at("reportKind"), 2);
     EXPECT_EQ(told[0].at("sensorName"), "TARVO-100");
@@ -109,7 +111,7 @@ TEST_F(PartnersSystemTest, FramesOfOtherServersAreNotTold)
 
 TEST_F(PartnersSystemTest, LossAndReturnOfGpsAreWarnedOf)
 {
-    const std::string scenario = directory.write("scenario", "at 0 gps-lost\nat 2 gps-back\n");
+    const std::string scenario = directory.write("scenario", "at 0 gps-lost\nat 6 gps-back\n");
     begin({"--topics", "mis", "--rate", "20", "--scenario", scenario});
     const Json told = rows("warning-messages", "warnings", 2);
     ASSERT_EQ(told.size(), 2U);
@@ -119,6 +121,8 @@ TEST_F(PartnersSystemTest, LossAndReturnOfGpsAreWarnedOf)
 
 TEST_F(PartnersSystemTest, ComponentThatHasBeenSilentIsAskedAgain)
 {
+    // The first question is kept for a simulator that is found late.
+    desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
     const std::string scenario = directory.write("scenario", "at 5 speaking GPS\n");
     begin({"--topics", "none", "--post-after", "0", "--silent", "GPS", "--scenario", scenario});
     const Json whole = wholeConfiguration();
@@ -135,8 +139,10 @@ TEST_F(PartnersSystemTest, ResultThatComesAfterARefusalIsNotTold)
     EXPECT_TRUE(eventually([&] { return unit->output().find("answers SYSTEM_ZEROIZE_PASS") != std::string::npos; }));
     unit->send(SIGTERM);
     EXPECT_EQ(unit->wait(), (ChildProcess::Ending{0, 0}));
-    bus->awaitTell("warning-messages");
-    const Json told = rows("warning-messages", "warnings", 1);
+    // A client that comes now gets the past tell, one that may have been under way, and then what is told by now.
+    Bus late;
+    Json told;
+    for (int tell = 0; tell < 3; ++tell) told = late.awaitTell("warning-messages").at("record").at("warnings");
     ASSERT_EQ(told.size(), 1U);
     EXPECT_EQ(told[0].at("warningId"), 23);
 }

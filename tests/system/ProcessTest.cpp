@@ -1,5 +1,7 @@
+#include "aspn2_msgs/EventLog.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Desk.h"
+#include "tests/support/Inputs.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/system/WhatIsLeft.h"
 
@@ -80,7 +82,11 @@ TEST_F(ProcessTest, AnUnknownFileEndsItByAnUncaughtException)
 
 TEST_F(ProcessTest, ItSaysWhatItIsAndHowItEnds)
 {
+    desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
+    const Transport transport("/opt/halvex/config/Connections.xml", "listener");
+    const Subscriber<aspn2_msgs::idl::EventLog> events(transport, "EventLog");
     ChildProcess& server = desk.run();
+    ASSERT_TRUE(events.inbox().waitFor(3));  // what it says at its start has left
     server.send(SIGTERM);
     EXPECT_EQ(server.wait(), Ending({0, 0}));
     const std::string output = server.output();

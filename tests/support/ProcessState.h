@@ -4,7 +4,10 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
+#include <string>
+#include <sys/types.h>
 #include <unistd.h>
 
 /// Threads of this process.
@@ -19,6 +22,17 @@ inline std::size_t descriptorCount()
 {
     using Entries = std::filesystem::directory_iterator;
     return static_cast<std::size_t>(std::distance(Entries("/proc/self/fd"), Entries()));
+}
+
+/// Whether a thread of this process sleeps in the kernel. One that has been seen asleep several times in a row, on its way
+/// to a wait, is in it.
+inline bool isAsleep(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    const auto end = text.rfind(')');
+    return end != std::string::npos && text.compare(end, 3, ") S") == 0;
 }
 
 /// Lets a call of `exit` end this process without the destruction of its statics, which threads of the DDS library may

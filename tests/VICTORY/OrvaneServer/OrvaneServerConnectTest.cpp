@@ -422,8 +422,8 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
 {
     std::vector<std::string> steps;
     const FpgaDesk desk;
-    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
     ASSERT_TRUE(server.InitializeVictory(nullptr));
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
     victory.onCall("vapntsDeleteService", [&] { steps.emplace_back("service"); });
     server.m_tss = std::make_shared<RecordingTss>(steps);
     long long next = 100;

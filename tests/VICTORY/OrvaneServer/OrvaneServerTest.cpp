@@ -2,6 +2,7 @@
 #include "tests/VICTORY/OrvaneServer/OrvaneServerProbe.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
@@ -206,11 +207,16 @@ TEST_F(OrvaneServerTest, ATurnStartsAQuarterOfASecondAfterTheLast)
 
 TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile)
 {
-    server.onBlendedNavigation = [&] { ++turns; };
-    server.m_turnPause = 1s;
+    std::atomic<pid_t> worker = 0;
+    server.onBlendedNavigation = [&] {
+        server.m_turnPause = 5s;  // from now on
+        worker = gettid();
+        ++turns;
+    };
     server.Start();
-    ASSERT_TRUE(eventually([&] { return turns == 1; }));
-    std::this_thread::sleep_for(200ms);  // well into the second pause
+    EXPECT_TRUE(eventually([&] { return turns == 1; }));
+    int looks = 0;  // in a row, at the worker asleep: in its pause
+    EXPECT_TRUE(eventually([&] { return (looks = isAsleep(worker) ? looks + 1 : 0) == 5; }));
     server.Stop();
     EXPECT_EQ(turns, 2);
 }

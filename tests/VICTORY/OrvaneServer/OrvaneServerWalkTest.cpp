@@ -3,10 +3,13 @@
 #include "ioss_mcsq/GssipMcsq.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ProcessState.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <stdexcept>
@@ -28,6 +31,7 @@ namespace {
 struct Script {
     std::map<std::string, std::vector<RETURN_CODE_TYPE::Value>> answers;  // of a step, in turn; then NO_ERROR
     std::vector<std::string> calls;
+    std::function<void()> onStop = [] {};
     std::string consoleAtEnd;
     const ConsoleCapture* console = nullptr;
 };
@@ -82,6 +86,7 @@ void OrvaneServer::Framework_Disconnect(RETURN_CODE_TYPE::Value& rc)
 void OrvaneServer::Query_State(ReportedState::Value&, RETURN_CODE_TYPE::Value&) {}
 void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RETURN_CODE_TYPE::Value& rc)
 {
+    if (requested == RequestedState::STOP) s_script.onStop();
     answer(requested == RequestedState::START ? "START" : "STOP", rc);
 }
 void OrvaneServer::checkForFaultTestEvents() {}
@@ -201,8 +206,14 @@ TEST_F(OrvaneServerWalkTest, TheFlagIsLookedAtOnlyAfterTheWholePause)
         return sigaction(SIGINT, nullptr, &now) == 0 && now.sa_handler == SignalHandler;
     };
     auto notYet = std::chrono::steady_clock::now();
-    std::thread process([&] { walk(); });
+    std::atomic<pid_t> walker = 0;
+    std::thread process([&] {
+        walker = gettid();
+        walk();
+    });
     for (auto asked = notYet; !isInstalled(); asked = std::chrono::steady_clock::now()) notYet = asked;
+    int looks = 0;  // in a row, at the walk asleep: in its pause
+    EXPECT_TRUE(eventually([&] { return (looks = isAsleep(walker) ? looks + 1 : 0) == 5; }));
     pthread_kill(process.native_handle(), SIGTERM);
     EXPECT_TRUE(eventually([] { return exitFlag != 0; }));
     process.join();
@@ -211,14 +222,10 @@ TEST_F(OrvaneServerWalkTest, TheFlagIsLookedAtOnlyAfterTheWholePause)
 
 TEST_F(OrvaneServerWalkTest, OfSeveralSignalsTheLastIsNamed)
 {
-    exitFlag = 0;
-    exitPollMs = 1000;
-    std::thread process([&] { walk(); });
-    EXPECT_TRUE(eventually([] {
-        struct sigaction now = {};
-        return sigaction(SIGINT, nullptr, &now) == 0 && now.sa_handler == SignalHandler;
-    }));
-    for (const int signal : {SIGTERM, SIGTERM, SIGINT, SIGQUIT}) raise(signal);  // each is handled before it returns
-    process.join();
+    // After the flag was seen, before the line; each is handled before `raise` returns.
+    s_script.onStop = [] {
+        for (const int signal : {SIGTERM, SIGTERM, SIGINT, SIGQUIT}) raise(signal);
+    };
+    EXPECT_EQ(walk(), 0);
     EXPECT_EQ(console.text(), "!!!!!! service has exited. Signal: 3\n");
 }

@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,6 +77,7 @@ protected:
         m_command.setClearDataRequestTimeout(30s);
         m_command.setCommandResponseMessageCallback([this](const std::string& command) {
             const std::scoped_lock lock(m_mutex);
+            m_requester = gettid();
             m_sent.push_back(command);
             return true;
         });
@@ -105,6 +107,15 @@ protected:
         const std::size_t before = sent().size();
         auto result = std::async(std::launch::async, [=, this] { return m_command.processClearDataRequestType(type); });
         EXPECT_TRUE(eventually([&] { return sent().size() > before; }));
+        return result;
+    }
+
+    /// A request on a thread of its own, which has sent its command and sleeps until it is answered.
+    std::future<bool> waitingRequest(ClearDataCommand::ClearDataType type)
+    {
+        std::future<bool> result = request(type);
+        int looks = 0;  // in a row, at the thread asleep
+        EXPECT_TRUE(eventually([&] { return (looks = isAsleep(m_requester) ? looks + 1 : 0) == 5; }));
         return result;
     }
 
@@ -173,6 +184,7 @@ protected:
     Texts m_sent;
     Texts m_reports;
     Texts m_order;
+    std::atomic<pid_t> m_requester = 0;  // the thread that has sent the last command
     WakeableCommand m_command;
 };
 
@@ -330,12 +342,12 @@ TEST_F(ClearDataCommandTest, ASecondRequestIsIgnoredWhileInProgress)
 
 TEST_F(ClearDataCommandTest, ASecondRequestLeavesTheWatchdogOfTheFirstAlone)
 {
-    m_command.setClearDataInProgressTimeout(1s);
+    m_command.setClearDataInProgressTimeout(5s);
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
     EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
     EXPECT_TRUE(becomesIdle());
     EXPECT_THAT(reports(),
-                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 1 seconds."));
+                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 5 seconds."));
 }
 
 TEST_F(ClearDataCommandTest, TheNextRequestFollowsAnEndOfAnyKind)
@@ -373,8 +385,7 @@ TEST_F(ClearDataCommandTest, OfRequestsAtOnceExactlyOneStarts)
 
 TEST_F(ClearDataCommandTest, AnAckWakesTheWaiter)
 {
-    std::future<bool> result = request(kZeroize);
-    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    std::future<bool> result = waitingRequest(kZeroize);
     events();
     m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
     EXPECT_TRUE(result.get());
@@ -386,8 +397,7 @@ TEST_F(ClearDataCommandTest, AnAckWakesTheWaiter)
 
 TEST_F(ClearDataCommandTest, ANackWakesTheWaiterWhichDoesNotReportAgain)
 {
-    std::future<bool> result = request(kZeroize);
-    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    std::future<bool> result = waitingRequest(kZeroize);
     events();
     m_command.processClearRequestedResponse("REQUEST_ZEROIZE_NACK");
     EXPECT_FALSE(result.get());
@@ -497,7 +507,7 @@ namespace {
 
 class WokenClearDataCommandTest : public ClearDataCommandTest {
 protected:
-    WokenClearDataCommandTest() : ClearDataCommandTest(2s) {}
+    WokenClearDataCommandTest() : ClearDataCommandTest(5s) {}
 };
 
 }  // namespace
@@ -510,7 +520,7 @@ TEST_F(WokenClearDataCommandTest, AWakeUpWithoutAnAnswerRenewsTheWait)
             m_command.wake();
             return m_command.state() == kIdle;
         },
-        3s));
+        6s));
     EXPECT_FALSE(result.get());
     EXPECT_THAT(reports(), testing::SizeIs(1));
 }
@@ -600,11 +610,11 @@ TEST_F(ClearDataCommandTest, InIdleARefusalAndAFailureOfNoneAreIgnoredToo)
 
 TEST_F(ClearDataCommandTest, ACompletionCancelsTheWatchdog)
 {
-    m_command.setClearDataInProgressTimeout(1s);
+    m_command.setClearDataInProgressTimeout(5s);
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
     EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
     leaveRequested(kDestroy);  // an expiry of the first would end this one
-    EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 1500ms));
+    EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 5500ms));
 }
 
 TEST_F(ClearDataCommandTest, ACompletionDuringTheTimeoutReportIsIgnored)
@@ -633,13 +643,13 @@ TEST_F(ClearDataCommandTest, ACompletionDuringTheTimeoutReportIsIgnored)
 TEST_F(ClearDataCommandTest, AnExpiryDuringTheCompletionReportIsSilent)
 {
     std::atomic<int> reports = 0;
-    m_command.setClearDataInProgressTimeout(1s);
-    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    m_command.setClearDataInProgressTimeout(5s);
     m_command.setSendVDBCompleteWarningCallback([&](ClearDataCommand::ClearDataType, bool, const std::string&) {
         ++reports;
-        eventually([] { return false; }, 1300ms);  // the watchdog expires meanwhile
+        eventually([] { return false; }, 5300ms);  // the watchdog expires meanwhile
         return true;
     });
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
     EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
     EXPECT_EQ(reports, 1);
     EXPECT_EQ(events().size(), 1u);
@@ -939,9 +949,7 @@ TEST_F(ClearDataCommandTest, LineOfAnAcceptedRequestNamesTheWait)
 {
     m_command.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    std::future<bool> result = request(kZeroize);
-    // The acceptance waits until the waiter does, or else the waiter says nothing.
-    ASSERT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    std::future<bool> result = waitingRequest(kZeroize);
     m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
     ASSERT_TRUE(result.get());
     EXPECT_THAT(withoutPlace(console.text()),

@@ -20,6 +20,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -316,18 +317,17 @@ TEST_F(EventPublisherTest, TheDestructorPublishesWhatIsQueued)
 
 TEST_F(EventPublisherTest, DoneEndsThoughSendersFillTheQueueFasterThanItDrains)
 {
-    std::atomic<bool> isEnding = false;
-    std::thread sender([&] {
-        while (!isEnding) reporter.SendEvent("c.cpp", 1, 1, "x");
+    // A pause so long that this thread may stand still for a while between its look and the stop.
+    HealthReporter slow(hysteresis, &ASPN2::EventQueue::Clock::now, {10ms, 300s, 100ms});
+    std::jthread sender([&](const std::stop_token& stop) {  // ends before the reporter
+        while (!stop.stop_requested()) slow.SendEvent("c.cpp", 1, 1, "x");
     });
-    init();
-    ASSERT_TRUE(connection.inbox.waitFor(5));
-    ASSERT_TRUE(eventually([&] { return reporter.queue().size() == 10; }));
+    init(slow);
+    ASSERT_TRUE(connection.inbox.waitFor(2));
+    ASSERT_TRUE(eventually([&] { return slow.queue().size() == 10; }));
     const std::size_t before = connection.inbox.size();
-    reporter.DoneHealthReporter();
+    slow.DoneHealthReporter();
     const std::size_t after = connection.inbox.size();
-    isEnding = true;
-    sender.join();
     EXPECT_GE(after - before, 9u);
     EXPECT_LE(after - before, 22u);  // what was queued, the limit, and two that were under way
 }

@@ -398,7 +398,7 @@ TEST_F(HX_ConfigFileTest, DeepNestingIsRefusedQuickly)
     for (int i = 0; i < 1000000; ++i) content += "<a>";
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(load(content), 4);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(150));
 }
 
 TEST_F(HX_ConfigFileTest, NestingOfUnknownChildrenIsIgnored)
@@ -467,7 +467,7 @@ TEST_F(HX_ConfigFileTest, TenMegabytesLoadQuicklyAndWhole)
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(load(content), 0);
     EXPECT_EQ(read(m_config, open(m_config, "end").handle, "Letters"), (Text{0, "xyz"}));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(150));
 }
 
 TEST_F(HX_ConfigFileTest, TenMegabytesCutShortAreRefusedQuickly)
@@ -476,7 +476,7 @@ TEST_F(HX_ConfigFileTest, TenMegabytesCutShortAreRefusedQuickly)
     while (content.size() < 10 * 1024 * 1024) content += "<Device><Name>filler</Name></Device>\n";
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(load(content), 4);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(150));
 }
 
 TEST_F(HX_ConfigFileTest, ValueOfTenMegabytesIsReadWhole)

@@ -127,6 +127,7 @@ int main(int argc, char** argv)
     sigaddset(&signals, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);  // before there are threads, which take this over
     try {
+        silenceLibrary();  // this one's output is read
         const std::string role = argc > 2 ? argv[1] : "";
         if (role == "echo")
             runEcho(argv[2], signals);

@@ -173,8 +173,9 @@ TEST_F(OrvaneCtlTest, OutputThatCannotBeWrittenEndsWithOne)
 TEST_F(OrvaneCtlTest, ColourIsForTerminalsAndNotWithNoColor)
 {
     const std::string file = directory.write("frames.bin", with(kUnknown, 10, "\x02"s));
-    const std::string onTerminal = "TERM=xterm script -q -e -c \"'$0' decode '$1'\" /dev/null; true";
-    EXPECT_NE(shell(onTerminal, file).output.find("data_checksum \x1B[31mbad\x1B[0m"), std::string::npos);
+    const std::string onTerminal = "SHELL=/bin/sh TERM=xterm script -q -e -c \"'$0' decode '$1'\" /dev/null; true";
+    EXPECT_NE(shell("unset NO_COLOR; " + onTerminal, file).output.find("data_checksum \x1B[31mbad\x1B[0m"),
+              std::string::npos);
     EXPECT_EQ(shell("export NO_COLOR=1; " + onTerminal, file).output.find('\x1B'), std::string::npos);
     EXPECT_EQ(run({kTool, "decode", file}).output.find('\x1B'), std::string::npos);
 }

@@ -42,11 +42,14 @@ public:
     void endSending() const { ::shutdown(m_socket, SHUT_WR); }
 
     /// The next line.
-    Json next()
+    Json next() { return Json::parse(nextLine()); }
+
+    /// The next line as it has come.
+    std::string nextLine()
     {
         for (;;) {
             if (const std::size_t end = m_input.find('\n'); end != std::string::npos) {
-                const Json line = Json::parse(m_input.substr(0, end));
+                std::string line = m_input.substr(0, end);
                 m_input.erase(0, end + 1);
                 return line;
             }

@@ -300,14 +300,18 @@ TEST(BusTest, ClientThatNeverReadsDelaysNobodyAndLosesTheOldest)
     VapntcSystemConfiguration configuration{};
     std::memset(configuration.components, 'x', sizeof configuration.components);
     configuration.componentCount = 50;
-    for (int tell = 0; tell < 300; ++tell) {  // 19 MB
+    for (int tell = 0; tell < 160; ++tell) {  // 11 MB: to parse all of it takes minutes under a sanitizer
         ASSERT_EQ(vapntsTellSystemConfiguration(program.service(), configuration), 0);
-        ASSERT_EQ(nextTell(eager, "system-configuration")["record"]["componentCount"], 50);
+        while (eager.nextLine().find("\"componentCount\":50") == std::string::npos) {
+        }
     }
     vapntsTellClearSystemData(program.service(), 99);
-    const Json dropped = lazy.nextWith("type", "dropped");
-    EXPECT_GT(dropped["lines"], 100);
-    EXPECT_LT(dropped["lines"], 300);
+    std::string line;
+    do line = lazy.nextLine();
+    while (line.find("\"dropped\"") == std::string::npos);
+    const Json dropped = Json::parse(line);
+    EXPECT_GT(dropped["lines"], 10);
+    EXPECT_LT(dropped["lines"], 60);
     EXPECT_EQ(nextTell(lazy, "clear-system-data")["result"], 99);
 }
 

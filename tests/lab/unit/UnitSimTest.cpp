@@ -37,7 +37,8 @@ protected:
     UnitSimTest()
     {
         TransportConfig config;
-        config.set("BackFillHistory", "true");  // an answer may come before the listener is matched
+        // An answer may come long before the listener is matched.
+        config.set("BackFillHistory", "true").set("HistoryDepth", "100");
         for (const char* topic : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus",
                                   "AssuranceState", "BitReport"})
             config.connect(topic, topic);

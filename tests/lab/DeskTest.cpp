@@ -43,6 +43,13 @@ protected:
 
     static inline const std::string kSandbox = ORVANE_LAB_DIR "/sandbox";
     static inline const std::string kDesk = ORVANE_LAB_DIR "/desk";
+    /// Interrupted as by a terminal, once a join is recorded and the service heeds signals.
+    static inline const std::string kUntilAJoin = R"(
+        setsid env --default-signal=INT "$0" --build "$1" --seconds forever & desk=$!
+        until grep -qs '"timeOfValidity":{' /tmp/desk/bus && name=$(grep -lsx OrvaneServer /proc/[0-9]*/comm) &&
+              grep -qs '^SigCgt:.*[2367abef]$' "${name%comm}status"; do sleep 0.1; done
+        kill -s INT -- -$desk
+        wait $desk)";
     std::string m_output;
 };
 
@@ -70,17 +77,46 @@ TEST_F(DeskTest, ShowsWhatIsPublishedSaidAndReportedAndSumsItUp)
 
 TEST_F(DeskTest, ForeverEndsInOrderOnAnInterrupt)
 {
-    // Interrupted as by a terminal, once a join is recorded and the service heeds signals.
-    const char* const script = R"(
-        setsid env --default-signal=INT "$0" --build "$1" --seconds forever & desk=$!
-        until grep -qs '"timeOfValidity":{' /tmp/desk/bus && name=$(grep -lsx OrvaneServer /proc/[0-9]*/comm) &&
-              grep -qs '^SigCgt:.*[2367abef]$' "${name%comm}status"; do sleep 0.1; done
-        kill -s INT -- -$desk
-        wait $desk)";
-    EXPECT_EQ(run({"/bin/sh", "-c", script, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
+    EXPECT_EQ(run({"/bin/sh", "-c", kUntilAJoin, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
     EXPECT_THAT(m_output, ContainsRegex("OrvaneServer has exited\\. Signal: (2|15)\n"));
     EXPECT_THAT(m_output, HasSubstr("desk: the service has ended with status 0\n"));
     EXPECT_GE(counted("desk: joined the inputs ([0-9]+) times"), 1) << m_output;
+}
+
+TEST_F(DeskTest, ARunAfterOneThatEndedBadlyIsCountedAsAnyOther)
+{
+    const std::string badRun = R"(
+        file=/opt/halvex/config/Connections.xml
+        cp $file /tmp/whole
+        sed 's/<Name>MaintenanceEvent</<Name>Hidden</' /tmp/whole >$file
+        "$0" --build "$1" --seconds 60 >/dev/null 2>&1 && echo no trouble
+        [ -S /tmp/bus ] || echo no bus is left
+        cat /tmp/whole >$file)";
+    EXPECT_EQ(run({"/bin/sh", "-c", badRun + kUntilAJoin, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
+    EXPECT_THAT(m_output, Not(HasSubstr("no trouble")));
+    EXPECT_THAT(m_output, Not(HasSubstr("no bus is left")));
+    EXPECT_GE(counted("desk: joined the inputs ([0-9]+) times"), 1) << m_output;
+}
+
+TEST_F(DeskTest, ARunWithoutABusCountsNothing)
+{
+    // After a run that had one, and where there was none before.
+    for (const char* const before :
+         {R"(mkdir /tmp/desk; echo '{"tell":"blended-navigation","record":{"timeOfValidity":{"a":1}}}' >/tmp/desk/bus)",
+          ""}) {
+        const std::string script = std::string(before) + R"(
+            rm /opt/halvex/config/OrvaneServer.xml
+            "$0" --build "$1" --seconds 60 2>/dev/null)";
+        EXPECT_NE(run({"/bin/sh", "-c", script, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
+        EXPECT_THAT(m_output, HasSubstr("desk: joined the inputs 0 times; published 0 Blended Navigation, 0 NavWar "
+                                        "awareness, 0 warnings, 0 system configurations; "));
+    }
+}
+
+TEST_F(DeskTest, WhatKeepsTheUnitFromBeingPlayedIsTold)
+{
+    run({kDesk, "--build", ORVANE_BUILD_DIR, "--seconds", "1", "--", "--no-such-option"});
+    EXPECT_THAT(m_output, HasSubstr("unit-sim: The following argument was not expected: --no-such-option"));
 }
 
 TEST_F(DeskTest, SecondsThatAreNoneAreRefused)

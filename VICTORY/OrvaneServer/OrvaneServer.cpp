@@ -1,7 +1,7 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 
 #include "ASPN/CmdResponseStrings.h"
-#include "ASPN/HealthReporter.h"
+#include "VICTORY/OrvaneServer/Reports.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
@@ -50,12 +50,12 @@ void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RET
     if (m_state == ReportedState::STOPPED && requested == RequestedState::START) {
         Start();
         m_bitResults.Start();
-        SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " started successfully.").c_str());
+        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " started successfully.");
         m_state = ReportedState::RUNNING;
     } else if (m_state == ReportedState::RUNNING && requested == RequestedState::STOP) {
         Stop();
         m_bitResults.Stop();
-        SEND_HEALTH_EVENT(EventTypes::EVENT_INFORMATION, (m_serverName + " stopped successfully.").c_str());
+        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " stopped successfully.");
         m_state = ReportedState::STOPPED;
     } else {
         rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
@@ -87,8 +87,7 @@ void OrvaneServer::workerThreadFunction() noexcept
                  [this](const char* what) {
                      const std::string text =
                          m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
-                     SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
-                     printLine(std::cout, text);
+                     Reports::sendAndPrint(EventTypes::EVENT_FAULT, text);
                  });
     }
 }

@@ -61,6 +61,7 @@ inline constexpr const char* SYST_NAME = "Halvex";
 ///     m_lifeCycleMutex, { m_apntConfigurationMutex, m_serviceGate | the lock of m_bitResults }
 ///     the locks of the GSSIP channel, { m_threatDataMutex, { m_timeMutex | m_threatListMutex } |
 ///                                       m_navDataMutex, m_serviceGate | m_warningListMutex }
+///     the lock of m_clearDataCommand, m_warningListMutex
 ///     m_partNumberMutex alone
 ///
 /// The worker thread must have been stopped, and `Framework_Disconnect` called, before the instance is destroyed.

@@ -1,5 +1,5 @@
-#include "ASPN/HealthReporter.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "VICTORY/OrvaneServer/Reports.h"
 #include "face/FACE_Text.h"
 #include "face/HX_Config.h"
 #include "face/HX_Config_Helpers.h"
@@ -169,7 +169,7 @@ void OrvaneServer::takeClearDataTimeouts(const std::string& list)
         return;
     }
     const std::string warning = m_serverName + kTwoValuesNotFound;
-    SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, warning.c_str());
+    Reports::sendEvent(EventTypes::EVENT_FAULT, warning);
     if (m_debug) printLine(std::cout, kSourceUnit, " (", __LINE__, ") ", kFunction, " : ", warning);
 }
 

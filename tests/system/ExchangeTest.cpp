@@ -401,10 +401,11 @@ TEST_F(ReportSystemTest, VclThatCantBeWrittenIsAnsweredWithAnError)
     EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 1);
 }
 
-TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersName)
+TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersNameAndTheTimeOfTheRegister)
 {
     Subscriber<CommandResponse> responses(*transport, "Response");
     Publisher<CommandResponse> commands(*transport, "Command");
+    desk.set("PARAM_1", "false");
     desk.run();
     ASSERT_TRUE(commands.waitForSubscriber());
     CommandResponse command;
@@ -418,4 +419,9 @@ TEST_F(ReportSystemTest, PingIsAnsweredWithTheServersName)
     EXPECT_EQ(response.command_identifier(), 77);
     EXPECT_EQ(response.commanded_device_id(), deviceId(32, 2));
     EXPECT_EQ(response.command_response_type(), 1U);
+    EXPECT_EQ(response.header().timestamp_valid().sec(), 5);
+    EXPECT_EQ(response.header().timestamp_valid().nsec(), 499'999'992);
+    EXPECT_EQ(response.header().timestamp_arrival().sec(), 5);
+    EXPECT_EQ(response.header().timestamp_arrival().nsec(), 499'999'992);
+    EXPECT_TRUE(desk.awaitOutput("OrvaneServer:  TOVsec = 5, OrvaneServer\n"));
 }

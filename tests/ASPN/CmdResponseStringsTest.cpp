@@ -1,4 +1,5 @@
 #include "ASPN/CmdResponseStrings.h"
+#include "tests/support/ConsoleCapture.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -128,8 +129,13 @@ TEST(SystemFlagsTest, AnnouncingEmptiesAFileThatIsThere)
 TEST(SystemFlagsTest, AnnouncingWhereNothingCanBeWrittenIsSilent)
 {
     const TemporaryDirectory directory;
-    Sys::announcePostComplete(directory.path().string() + "/nowhere");
-    EXPECT_FALSE(Sys::isPostComplete(directory.path().string() + "/nowhere"));
+    const std::string nowhere = directory.path().string() + "/nowhere";
+    const DescriptorCapture output(1), errors(2);
+    Sys::announcePostComplete(nowhere);
+    Sys::announceFirstBbitDone(nowhere);
+    EXPECT_EQ(output.text() + errors.text(), "");
+    EXPECT_FALSE(Sys::isPostComplete(nowhere));
+    EXPECT_FALSE(Sys::isFirstBbitDone(nowhere));
 }
 
 }  // namespace

@@ -48,3 +48,11 @@ TEST(HardeningTest, StackIsProtected)
 {
     EXPECT_TRUE(matches(readelf("--dyn-syms"), "__stack_chk_fail"));
 }
+
+// The library is the unit's own, wherever the unit has it.
+TEST(HardeningTest, BusLibraryIsKnownByItsNameAlone)
+{
+    const std::string dynamic = readelf("--dynamic");
+    EXPECT_TRUE(matches(dynamic, "\\(NEEDED\\) .*\\[libvictory\\.so\\.5\\.0\\]"));
+    EXPECT_FALSE(matches(dynamic, "\\((RPATH|RUNPATH)\\)"));
+}

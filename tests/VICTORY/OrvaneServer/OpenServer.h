@@ -63,14 +63,12 @@ public:
     using OrvaneServer::m_8504;
     using OrvaneServer::m_allOutputs;
     using OrvaneServer::m_apntConfigurationMutex;
-    using OrvaneServer::m_assuranceState;
     using OrvaneServer::m_bitResults;
     using OrvaneServer::m_BITtimeoutSeconds;
     using OrvaneServer::m_clearDataCommand;
     using OrvaneServer::m_connectionsFile;
     using OrvaneServer::m_debug;
     using OrvaneServer::m_flagDirectory;
-    using OrvaneServer::m_fusionPNT;
     using OrvaneServer::m_fusionPNTSourceServerId;
     using OrvaneServer::m_gpsLost;
     using OrvaneServer::m_gpsSeconds;

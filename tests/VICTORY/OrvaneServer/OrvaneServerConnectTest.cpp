@@ -441,10 +441,11 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
     victory.onCall("vapntsDeleteService", nullptr);
 }
 
-TEST_F(ConnectTest, WithoutATransportTheEndGoesAllItsWay)
+TEST_F(ConnectTest, AFailedTransportIsKeptAndEndedAllTheSame)
 {
     server.m_connectionsFile = "missing.xml";
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_NE(server.m_tss, nullptr);
     EXPECT_THAT(console.text(), HasSubstr(" Configuration missing.xml was not available\n"));
     EXPECT_THAT(console.text(), Not(HasSubstr("Error connecting to")));
     ASSERT_TRUE(server.m_victoryStarted);
@@ -467,6 +468,18 @@ TEST_F(ConnectTest, WithoutATransportTheEndGoesAllItsWay)
     EXPECT_THAT(steps, ElementsAre("FPGA"));
     EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
     reporter.DoneHealthReporter();
+}
+
+TEST_F(ConnectTest, AServerThatWasNeverConnectedLetsGoOfTheFpga)
+{
+    std::vector<std::string> steps;
+    const FpgaDesk desk;
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
+    ASSERT_EQ(server.m_tss, nullptr);
+    auto rc = RETURN_CODE_TYPE::NO_ACTION;
+    server.Framework_Disconnect(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_THAT(steps, ElementsAre("FPGA"));
 }
 
 TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)

@@ -5,7 +5,9 @@
 #include "ioss_mcsq/gps_msgs.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
 #include "tests/support/BeforeNextLine.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -18,6 +20,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using testing::AllOf;
@@ -218,6 +221,21 @@ TEST_F(InboundTest, TheTimeIsKeptApartAndGivesTheGpsSeconds)
     EXPECT_EQ(server.m_latestTime.utc_tod_sec(), 77);
 }
 
+TEST_F(InboundTest, InputsAreFreeWhileTheTimeIsWaitedFor)
+{
+    const HardDeadline deadline;
+    std::thread listener;
+    {
+        const MutexLock time(server.m_timeMutex);
+        listener = std::thread([&] { server.cbUTCTime(from<UTCTime>(96)); });
+        EXPECT_TRUE(eventually([&] {
+            const MutexLock inputs(server.m_navDataMutex);  // for ever if the listener keeps it
+            return server.m_hasUTCTime;
+        }));
+    }
+    listener.join();
+}
+
 TEST_F(InboundTest, TooFewMeasurementsAreLostAtOnceAndBackAfterThreeGoodMessages)
 {
     for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, 1}}));
@@ -283,6 +301,7 @@ TEST_F(InboundTest, ReceiverStatusIsStoredRaw)
     server.m_service = victory.newService();
     server.cbZentorGssip(recordOfId(8504));
     EXPECT_TRUE(server.m_has8504);
+    EXPECT_EQ(server.m_8504.data(), recordOfId(8504).data());
 }
 
 TEST_F(InboundTest, OnlyConfiguredSourcesOfFramesAreHeard)
@@ -527,6 +546,15 @@ TEST_F(InboundTest, OnlyCommandsAreObeyed)
     server.cbCmd(response);
     server.cbCmd(commandOf("SOMETHING_ELSE"));
     EXPECT_THAT(popHealthEvents(), IsEmpty());
+}
+
+TEST_F(InboundTest, ACommandToAnotherServerIsObeyedToo)
+{
+    auto command = commandOf("BITSERVER_PING");
+    command.commanded_device_id(40 << 16);
+    server.cbCmd(command);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, OrvaneServer"));
 }
 
 TEST_F(InboundTest, PostCompleteIsOnlyShown)

@@ -247,6 +247,16 @@ TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
     EXPECT_EQ(server.m_threats.size(), 1U);
 }
 
+TEST_F(NavWarTest, AReportWhoseLengthIsNotToBeBelievedIsDropped)
+{
+    for (const int length : {-1, 0, 3, 213, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        auto message = frameOf({bearing(1)});
+        message.num_bytes(length);
+        server.cbHxGssip(message);
+        EXPECT_THAT(server.m_threats, IsEmpty()) << length;
+    }
+}
+
 TEST_F(NavWarTest, LayoutOfAThreatWithAllItsParts)
 {
     UTCTime utcTime;

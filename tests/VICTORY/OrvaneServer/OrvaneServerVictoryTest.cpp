@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <thread>
@@ -537,6 +538,19 @@ TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
     EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
 }
 
+TEST_F(VictoryServiceTest, TheTextOfAServiceStandsUntilTheServiceIsDeleted)
+{
+    start();
+    server.updateVDMdataRate(1000);
+    const std::string used = server.m_updatedVclText;
+    std::vector<std::string> found;
+    victory.onCall("vapntsDeleteService", [&] { found.push_back(server.m_updatedVclText); });
+    server.updateVDMdataRate(2000);
+    EXPECT_THAT(found, ElementsAre(used));
+    EXPECT_NE(server.m_updatedVclText, used);
+    victory.onCall("vapntsDeleteService", nullptr);
+}
+
 TEST_F(VictoryServiceTest, AMissingItemLeavesTheOtherChangeInPlace)
 {
     setVcl(R"(<vcl:VCL><a type="ASSURED_PNT_BLENDED_NAVIGATION"><b name="updatePeriod" value="1"/></a></vcl:VCL>)");
@@ -807,7 +821,9 @@ TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsT
     EXPECT_TRUE(server.m_requestPartNumbers);  // they are looked at before the self test is seen to be over
     EXPECT_THAT(commands, IsEmpty());
 
+    std::filesystem::remove(directory.path() / "PostComplete");  // once seen is seen
     server.workerTurn();
+    EXPECT_TRUE(server.m_postCompleteSeen);
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
     EXPECT_FALSE(server.m_requestPartNumbers);
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT"));

@@ -5,6 +5,7 @@
 #include "face/HX_Topic_Helpers.h"
 #include "tests/face/NineTypes.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"

@@ -5,6 +5,7 @@
 #include "tests/face/NineTypes.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/Transport.h"
+#include "tests/support/Weeks.h"
 
 #include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/subscriber/Subscriber.h>
@@ -70,13 +71,6 @@ UTCTime week(int number)
     UTCTime time;
     time.gps_week(number);
     return time;
-}
-
-std::vector<int> weeksOf(const Inbox<UTCTime>& inbox)
-{
-    std::vector<int> weeks;
-    for (const auto& item : inbox.items()) weeks.push_back(item.message.gps_week());
-    return weeks;
 }
 
 /// A transport whose first three connections have the ids 0, 1, 2.

@@ -126,12 +126,6 @@ private:
     FACE::IOSS::IO_CallbackBase* m_callback = nullptr;
 };
 
-/// A base whose one operation stands next to the destructor.
-struct AfterDestructor {
-    virtual ~AfterDestructor() = default;
-    virtual void operation() {}
-};
-
 using Calls = std::vector<std::string>;
 
 struct GssipMcsqTest : testing::Test {

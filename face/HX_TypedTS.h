@@ -26,10 +26,11 @@ namespace FACE::TSS::Details {
 /// The front of the transport for the connections that carry messages of type `T`: one of the nine above, which are
 /// compiled once (face/HX_TypedTS.cpp). It keeps nothing about a connection, so one object serves several of them.
 ///
-/// All operations answer `NOT_AVAILABLE` as long as there is no transport, or that one is not initialized, and
-/// `INVALID_PARAM` for an id without a connection. What else goes wrong is `CONNECTION_CLOSED` and one line on the
-/// standard error; a connection of another type is among it. `Send_Message` and `write` may be called by any thread,
-/// the others by those that may call the transport's.
+/// `Send_Message` and the registrations answer `NOT_AVAILABLE` as long as there is no transport, or that one is not
+/// initialized, and `INVALID_PARAM` for an id without a connection, as for any `std::out_of_range`. Any other
+/// `std::exception` is `CONNECTION_CLOSED` and one line on the standard error, that of a connection of another type
+/// among them; anything else thrown is `NO_ACTION`. `Send_Message` and `write` may be called by any thread, the others by
+/// those that may call the transport's.
 template <class T>
 class HX_TypedTS : public TypedTS<T>, public Base_Injectable::Injectable {
 public:

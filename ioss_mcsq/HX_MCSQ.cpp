@@ -176,13 +176,13 @@ void HX_MCSQ::Initialize(const String& configuration_name, RETURN_CODE_TYPE::Val
 {
     guarded([&] {
         const MutexLock lock(m_openMutex);
-        return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-        if (!m_configuration) return;
-        return_code = RETURN_CODE_TYPE::NO_ACTION;
-        if (m_initialized) return;
-        m_configuration->Initialize(configuration_name, return_code);
-        m_initialized = return_code <= RETURN_CODE_TYPE::NO_ACTION;
-        return_code = m_initialized ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::INVALID_CONFIG;
+        return_code = m_initialized ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::INVALID_CONFIG;
+        if (m_initialized || !m_configuration) return;
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
+        m_configuration->Initialize(configuration_name, code);
+        if (code > RETURN_CODE_TYPE::NO_ACTION) return;
+        m_initialized = true;
+        return_code = RETURN_CODE_TYPE::NO_ERROR;
     });
 }
 

@@ -7,6 +7,7 @@
 #include "tests/platform/FpgaDesk.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/ProcessState.h"

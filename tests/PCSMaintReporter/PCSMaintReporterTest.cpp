@@ -5,6 +5,7 @@
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/ProcessState.h"

@@ -3,6 +3,7 @@
 #include "face/HX_Config.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/RegisterFile.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -691,19 +691,6 @@ TEST_F(HX_DevmemTest, MapThatFailsGivesTheFailedState)
     EXPECT_EQ(found.state, 4);
     EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ Unable to map memory space\\.\n"));
 }
-
-namespace {
-
-/// Mappings of a file in this process.
-int mappingsOf(const std::string& path)
-{
-    std::ifstream maps("/proc/self/maps");
-    int count = 0;
-    for (std::string line; std::getline(maps, line);) count += line.ends_with(path);
-    return count;
-}
-
-}  // namespace
 
 TEST_F(HX_DevmemTest, CloseAndDestructorUnmap)
 {

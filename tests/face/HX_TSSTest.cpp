@@ -5,6 +5,7 @@
 #include "face/HX_Topic_Helpers.h"
 #include "tests/face/NineTypes.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
@@ -16,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -162,6 +164,19 @@ TEST_F(HX_TSSTest, MissingFileIsNotAvailable)
     EXPECT_EQ(err, "");
 }
 
+TEST_F(HX_TSSTest, PathThatIsNotValidThrowsAndIsNotAvailable)
+{
+    refer();
+    FACE::String::RETURN_CODE made = FACE::String::NO_ERROR;
+    const FACE::String invalid(0, made);
+    ASSERT_FALSE(invalid.is_valid());
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    EXPECT_THROW(tss.Initialize(invalid, code), std::logic_error);
+    EXPECT_EQ(code, 2);
+    EXPECT_FALSE(tss.isInitialized());
+    EXPECT_EQ(initialize(TransportConfig()), 0);
+}
+
 TEST_F(HX_TSSTest, MalformedFileIsNotAvailable)
 {
     refer();
@@ -271,6 +286,25 @@ TEST_F(HX_TSSTest, ConnectionsAreNumberedInOrder)
     EXPECT_FALSE(tss.connectionMap_mutex_at(1).isPublisher());
     EXPECT_FALSE(tss.connectionMap_mutex_at(1).isSubscriber());
     EXPECT_EQ(config->open, 0);
+}
+
+TEST_F(HX_TSSTest, TimeOutsAreIgnored)
+{
+    TransportConfig file;
+    for (int i = 0; i < 5; ++i) file.connect("Times" + std::to_string(i), "UTCTime");
+    start(file);
+    long long expected = 0;
+    for (const long long timeout :
+         {0LL, 1LL, -1LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()}) {
+        const std::string name = "Times" + std::to_string(expected);
+        for (int i = 0; i < 2; ++i) {  // made, then found
+            RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+            tss.Create_Connection(name.c_str(), timeout, id, size, code);
+            EXPECT_EQ(code, 0) << timeout;
+            EXPECT_EQ(id, expected);
+        }
+        ++expected;
+    }
 }
 
 TEST_F(HX_TSSTest, SameNameIsTheSameConnectionAndNotOpenedAgain)

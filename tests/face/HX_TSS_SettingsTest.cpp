@@ -1,6 +1,7 @@
 #include "face/HX_TSS_Settings.h"
 #include "face/HX_Config.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/Qos.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
 
@@ -65,6 +66,21 @@ std::shared_ptr<Descriptor> transportOf(const ParticipantAttributes& attributes)
 {
     const auto& transports = attributes.rtps.userTransports;
     return transports.size() == 1 ? std::dynamic_pointer_cast<Descriptor>(transports.front()) : nullptr;
+}
+
+/// But for the topic, of which other tests tell, and the kinds of reliability and durability.
+template <class Attributes>
+void expectDefaultsInAllElse(Attributes attributes)
+{
+    const Attributes defaults;
+    attributes.qos.m_reliability.kind = defaults.qos.m_reliability.kind;
+    attributes.qos.m_durability.kind = defaults.qos.m_durability.kind;
+    EXPECT_TRUE(haveOneQos(attributes.qos, defaults.qos));
+    EXPECT_TRUE(attributes.times == defaults.times);
+    EXPECT_TRUE(attributes.unicastLocatorList == defaults.unicastLocatorList);
+    EXPECT_TRUE(attributes.multicastLocatorList == defaults.multicastLocatorList);
+    EXPECT_TRUE(attributes.remoteLocatorList == defaults.remoteLocatorList);
+    EXPECT_TRUE(attributes.properties == defaults.properties);
 }
 
 }  // namespace
@@ -205,13 +221,13 @@ TEST(TransportSettingsTest, TcpClientHasOnePeerAndListensNowhere)
     EXPECT_EQ(rtps::IPLocator::toIPv4string(peer), "10.0.0.2");
 }
 
-TEST(TransportSettingsTest, TcpClientOfASecondAttemptHasThePeerOnceToo)
+TEST(TransportSettingsTest, TcpClientTakesThePortAsItIs)
 {
-    const HX_TSS_Settings settings = settingsOf("TCP_Client");
-    participantAttributes(settings, "unit");
-    const ParticipantAttributes second = participantAttributes(settings, "unit");
-    EXPECT_EQ(second.rtps.builtin.initialPeersList.size(), 1u);
-    EXPECT_EQ(second.rtps.userTransports.size(), 1u);
+    HX_TSS_Settings settings = settingsOf("TCP_Client");
+    settings.tcpPort = 0x51BBC;
+    const ParticipantAttributes attributes = participantAttributes(settings, "unit");
+    ASSERT_EQ(attributes.rtps.builtin.initialPeersList.size(), 1u);
+    EXPECT_EQ(attributes.rtps.builtin.initialPeersList.begin()->port, 0x51BBCu);
 }
 
 TEST(TransportSettingsTest, TcpHasTheDefaultsButForTheServersAddressAndPort)
@@ -293,6 +309,19 @@ TEST(TransportSettingsTest, BackFillMovesTheSubscriberOnly)
         EXPECT_EQ(subscriberAttributes(settings, "", "").qos.m_durability.kind,
                   backFill ? TRANSIENT_LOCAL_DURABILITY_QOS : VOLATILE_DURABILITY_QOS);
     }
+}
+
+TEST(TransportSettingsTest, EndpointsHaveTheDefaultsInAllElse)
+{
+    const PublisherAttributes publisher = publisherAttributes(settingsOf("SHM"), "Topic", "Type");
+    expectDefaultsInAllElse(publisher);
+    EXPECT_TRUE(publisher.qos.m_publishMode == PublisherAttributes().qos.m_publishMode);
+    EXPECT_TRUE(publisher.qos.m_ownershipStrength == PublisherAttributes().qos.m_ownershipStrength);
+    EXPECT_FALSE(publisher.qos.disable_heartbeat_piggyback);
+    const SubscriberAttributes subscriber = subscriberAttributes(settingsOf("SHM"), "Topic", "Type");
+    expectDefaultsInAllElse(subscriber);
+    EXPECT_TRUE(subscriber.qos.type_consistency == SubscriberAttributes().qos.type_consistency);
+    EXPECT_FALSE(subscriber.expectsInlineQos);
 }
 
 TEST(TransportSettingsTest, LongNamesAreCut)

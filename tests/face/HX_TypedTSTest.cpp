@@ -5,6 +5,7 @@
 #include "tests/face/NineTypes.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/Transport.h"
+#include "tests/support/Weeks.h"
 
 #include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/subscriber/Subscriber.h>
@@ -15,6 +16,7 @@
 #include <atomic>
 #include <chrono>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <stop_token>
@@ -70,13 +72,6 @@ UTCTime week(int number)
     UTCTime time;
     time.gps_week(number);
     return time;
-}
-
-std::vector<int> weeksOf(const Inbox<UTCTime>& inbox)
-{
-    std::vector<int> weeks;
-    for (const auto& item : inbox.items()) weeks.push_back(item.message.gps_week());
-    return weeks;
 }
 
 /// A transport whose first three connections have the ids 0, 1, 2.
@@ -200,6 +195,19 @@ TEST_F(HX_TypedTSTest, SendNeedsASender)
     EXPECT_EQ(registerCallback(*times, 0, inboxes->first.callback()), 0);
     EXPECT_EQ(send(*times, 0, week(1)), 2);
     EXPECT_EQ(times->write(0, week(1)), 2);
+}
+
+TEST_F(HX_TypedTSTest, TimeOutsAreIgnored)
+{
+    start();
+    registerSender(*times, 0);
+    for (const long long timeout :
+         {0LL, 1LL, -1LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()}) {
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        long long transaction = 5;
+        times->Send_Message(0, timeout, transaction, week(1), code);
+        EXPECT_EQ(code, 0) << timeout;
+    }
 }
 
 TEST_F(HX_TypedTSTest, OwnMessagesArriveOnTheThreadOfTheSender)

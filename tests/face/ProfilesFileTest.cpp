@@ -1,6 +1,7 @@
 #include "aspn2_msgs/UTCTime.h"
 #include "face/HX_TSS_Listeners.h"
 #include "face/HX_TSS_Settings.h"
+#include "tests/support/Qos.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
 
@@ -80,17 +81,6 @@ struct ProfilesFileTest : testing::Test {
     const std::filesystem::path before = std::filesystem::current_path();
     const TemporaryDirectory directory;
 };
-
-/// The library's own comparison of all policies hands a null pointer to `memcmp` where there is no partition.
-template <class Qos>
-bool haveOneQos(const Qos& one, const Qos& other)
-{
-    return one.m_durability == other.m_durability && one.m_deadline == other.m_deadline &&
-           one.m_latencyBudget == other.m_latencyBudget && one.m_liveliness == other.m_liveliness &&
-           one.m_reliability == other.m_reliability && one.m_ownership == other.m_ownership &&
-           one.m_destinationOrder == other.m_destinationOrder && one.m_presentation == other.m_presentation &&
-           one.m_lifespan == other.m_lifespan && one.m_durabilityService == other.m_durabilityService;
-}
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
+#include "tests/support/Weeks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -205,13 +206,6 @@ class ThrowingCallback : public ::testing::TestWithParam<Network> {};
 class LateJoiner : public ::testing::TestWithParam<Network> {};
 class ReliableLateJoiner : public ::testing::TestWithParam<Network> {};  // only these have a history to give
 
-std::vector<int> weeksOf(const Inbox<UTCTime>& inbox)
-{
-    std::vector<int> weeks;
-    for (const auto& item : inbox.items()) weeks.push_back(item.message.gps_week());
-    return weeks;
-}
-
 /// A subscriber of "Times" in this process.
 class TimesReader {
 public:
@@ -239,6 +233,51 @@ private:
     Transport m_transport;
     std::shared_ptr<FACE::TSS::Details::HX_TypedTS<UTCTime>> m_front;
 };
+
+/// 1 to `last`.
+std::vector<int> weeksTo(int last)
+{
+    std::vector<int> weeks(static_cast<std::size_t>(last));
+    std::iota(weeks.begin(), weeks.end(), 1);
+    return weeks;
+}
+
+/// Datagrams that this network's machine has dropped since it exists, for want of room at their receiver.
+long long droppedDatagrams()
+{
+    std::istringstream table(readFile("/proc/net/snmp"));
+    std::string line;
+    while (std::getline(table, line) && !line.starts_with("Udp: InDatagrams")) {
+    }
+    std::istringstream names(line);
+    std::getline(table, line);
+    std::istringstream values(line);
+    std::string name;
+    std::string value;
+    while (names >> name && values >> value && name != "RcvbufErrors") {
+    }
+    return std::stoll(value);
+}
+
+/// A peer on another DDS product. Its topics are of the names that the catalogue gives.
+class ForeignPeer : public ::testing::Test {
+protected:
+    static TransportConfig config()
+    {
+        TransportConfig config;
+        for (const char* const type : {"UTCTime", "MeasurementIncorporationStatus", "CommandResponse", "EventLog"})
+            config.connect(std::string("To") + type, type).connect(std::string("From") + type, type);
+        return config.set("UseTransport", "UDP");
+    }
+
+    const Transport transport{config()};
+    const Peer peer{{FOREIGN_PEER, std::to_string(ownDomain())}};
+};
+
+std::string nameOf(const ::testing::TestParamInfo<Network>& network)
+{
+    return network.param.name;
+}
 
 }  // namespace
 
@@ -311,14 +350,6 @@ TEST_P(ThrowingCallback, OnAReceiveThreadEndsTheProcess)
     EXPECT_EQ(peer.wait(), (ChildProcess::Ending{-1, SIGABRT}));
 }
 
-/// 1 to `last`.
-std::vector<int> weeksTo(int last)
-{
-    std::vector<int> weeks(static_cast<std::size_t>(last));
-    std::iota(weeks.begin(), weeks.end(), 1);
-    return weeks;
-}
-
 TEST(ReliableStreamTest, ArrivesWholeAtADepthOfOneThoughTheCallbackIsSlow)
 {
     const TransportConfig config = configOf(kShmDepthOne).connect("Times", "UTCTime");
@@ -328,23 +359,6 @@ TEST(ReliableStreamTest, ArrivesWholeAtADepthOfOneThoughTheCallbackIsSlow)
     peer.send(SIGUSR1);
     ASSERT_TRUE(reader.inbox().waitFor(200));
     EXPECT_EQ(weeksOf(reader.inbox()), weeksTo(200));
-}
-
-/// Datagrams that this network's machine has dropped since it exists, for want of room at their receiver.
-long long droppedDatagrams()
-{
-    std::istringstream table(readFile("/proc/net/snmp"));
-    std::string line;
-    while (std::getline(table, line) && !line.starts_with("Udp: InDatagrams")) {
-    }
-    std::istringstream names(line);
-    std::getline(table, line);
-    std::istringstream values(line);
-    std::string name;
-    std::string value;
-    while (names >> name && values >> value && name != "RcvbufErrors") {
-    }
-    return std::stoll(value);
 }
 
 TEST(ReliableStreamTest, WhatWasLostOnTheWayArrivesOnceAndInOrder)
@@ -369,21 +383,6 @@ TEST(ReliableStreamTest, WhatWasLostOnTheWayArrivesOnceAndInOrder)
     EXPECT_EQ(weeksOf(reader.inbox()), expected);
 }
 
-/// A peer on another DDS product. Its topics are of the names that the catalogue gives.
-class ForeignPeer : public ::testing::Test {
-protected:
-    static TransportConfig config()
-    {
-        TransportConfig config;
-        for (const char* const type : {"UTCTime", "MeasurementIncorporationStatus", "CommandResponse", "EventLog"})
-            config.connect(std::string("To") + type, type).connect(std::string("From") + type, type);
-        return config.set("UseTransport", "UDP");
-    }
-
-    const Transport transport{config()};
-    const Peer peer{{FOREIGN_PEER, std::to_string(ownDomain())}};
-};
-
 TEST_F(ForeignPeer, ExchangesFourTypes)
 {
     Exchange<UTCTime>(transport, "UTCTime").run(kUdp);
@@ -404,11 +403,6 @@ TEST_F(ForeignPeer, DisposalDoesNotReachTheCallback)
         const auto numbers = exchange.transactions();
         return numbers.back() - numbers.front() == static_cast<long long>(numbers.size());
     }));
-}
-
-std::string nameOf(const ::testing::TestParamInfo<Network>& network)
-{
-    return network.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Transports, TwoProcesses,

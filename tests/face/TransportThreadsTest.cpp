@@ -62,6 +62,35 @@ private:
     std::vector<std::thread> m_threads;
 };
 
+/// A callback that runs once, from when it is entered until it is released.
+class HeldCallback {
+public:
+    void run()
+    {
+        m_entered.set_value();
+        m_release.get_future().wait();
+        m_hasEnded = true;
+    }
+    void waitUntilEntered() { m_entered.get_future().wait(); }
+    void release() { m_release.set_value(); }
+    bool hasEnded() const { return m_hasEnded; }
+
+private:
+    std::promise<void> m_entered;
+    std::promise<void> m_release;
+    std::atomic<bool> m_hasEnded = false;
+};
+
+/// Whether the connection's slot for a publisher is empty. One of another type asks without entering the library.
+bool refusesNewWrites(FACE::TSS::Details::HX_TypedTS<EventLog>& otherFront, long long id)
+{
+    try {
+        return otherFront.write(id, EventLog()) == RETURN_CODE_TYPE::NOT_AVAILABLE;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 TEST(TransportThreadsTest, SendersOutliveTheirPublishers)
@@ -116,44 +145,28 @@ TEST(TransportThreadsTest, ConnectionsAreMadeWhileOthersSend)
 TEST(TransportThreadsTest, UnregisterWaitsForTheWriteThatIsUnderWay)
 {
     const HardDeadline deadline;
-    std::promise<void> entered;
-    std::promise<void> release;
-    std::atomic<bool> isReleased = false;
+    HeldCallback held;
     const Transport transport(TransportConfig().connect("Times", "UTCTime"));
     const auto front = transport.typed<UTCTime>();
     const long long id = transport.connect("Times");
     RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
     front->Register_Sender(id, code);
     front->Register_Callback(
-        id,
-        [&](auto&&...) {
-            entered.set_value();
-            release.get_future().wait();
-            isReleased = true;
-        },
-        code);
+        id, [&](auto&&...) { held.run(); }, code);
     ASSERT_TRUE(transport.waitForSubscribers(id));
     ASSERT_TRUE(transport.waitForPublishers(id));
     std::thread sender([&] { EXPECT_EQ(front->write(id, UTCTime()), 0); });
-    entered.get_future().wait();
+    held.waitUntilEntered();
     std::thread remover([&] {
         RETURN_CODE_TYPE::Value removed = RETURN_CODE_TYPE::TIMED_OUT;
         transport->Unregister_Sender(id, removed);
         EXPECT_EQ(removed, 0);
-        EXPECT_TRUE(isReleased);
+        EXPECT_TRUE(held.hasEnded());
     });
-    // The slot becomes empty for new writes while the first one is still inside. One of another type asks without
-    // entering the library.
     const auto other = transport.typed<EventLog>();
-    EXPECT_TRUE(eventually([&] {
-        try {
-            return other->write(id, EventLog()) == RETURN_CODE_TYPE::NOT_AVAILABLE;
-        } catch (const std::runtime_error&) {
-            return false;
-        }
-    }));
-    EXPECT_FALSE(isReleased);
-    release.set_value();
+    EXPECT_TRUE(eventually([&] { return refusesNewWrites(*other, id); }));
+    EXPECT_FALSE(held.hasEnded());
+    held.release();
     sender.join();
     remover.join();
 }

@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <new>
 #include <streambuf>
+#include <vector>
 
 using FACE::RETURN_CODE_TYPE;
 
@@ -56,7 +59,19 @@ Outcome readWith(GssipMcsq& channel, std::size_t granted)
     return outcome;
 }
 
+/// While it is set, this thread gets no cleared memory, which is what the library takes for the bytes of a record.
+constinit thread_local bool hasNoClearedMemory = false;
+
 }  // namespace
+
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    return hasNoClearedMemory ? nullptr : __real_calloc(count, size);
+}
+}
 
 TEST(GssipMcsqMemoryTest, WhatAReportThrowsStaysInside)
 {
@@ -70,4 +85,20 @@ TEST(GssipMcsqMemoryTest, WhatAReportThrowsStaysInside)
     }
     EXPECT_GT(granted, 3U);
     EXPECT_EQ(healthEvents().size(), 1U);
+}
+
+TEST(GssipMcsqMemoryTest, SerializingWithoutMemoryThrowsAndTheBytesStay)
+{
+    GssipTopicSerializer serializer;
+    std::vector<std::uint8_t> bytes = {1, 2, 3};
+    bool isThrown = false;
+    hasNoClearedMemory = true;
+    try {
+        serializer.Serialize({}, bytes);
+    } catch (const std::bad_alloc&) {
+        isThrown = true;
+    }
+    hasNoClearedMemory = false;
+    EXPECT_TRUE(isThrown);
+    EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2, 3}));
 }

@@ -40,6 +40,7 @@ public:
         long long handle = 4;        // of the next connection
         bool notifiesAtEnd = false;  // once more, while it is destroyed
         std::uint32_t lengthAtRead = 0;
+        const std::uint8_t* readInto = nullptr;
     };
 
     explicit NotingService(Notes& notes) : m_notes(notes) {}
@@ -71,6 +72,7 @@ public:
     {
         note("Read " + std::to_string(handle) + " " + std::to_string(timeout));
         m_notes.lengthAtRead = payload.length();
+        m_notes.readInto = payload.buffer();
         std::copy(m_notes.toRead.begin(), m_notes.toRead.end(), payload.buffer());
         payload.length(static_cast<std::uint32_t>(m_notes.toRead.size()));
         code = m_notes.read;
@@ -124,12 +126,6 @@ private:
 
     Notes& m_notes;
     FACE::IOSS::IO_CallbackBase* m_callback = nullptr;
-};
-
-/// A base whose one operation stands next to the destructor.
-struct AfterDestructor {
-    virtual ~AfterDestructor() = default;
-    virtual void operation() {}
 };
 
 using Calls = std::vector<std::string>;
@@ -247,6 +243,17 @@ TEST_F(GssipMcsqTest, EveryReadIsOf131072Bytes)
     EXPECT_EQ(notes.calls, (Calls{"Read 4 0", "Read 4 0"}));
     EXPECT_EQ(delivered, 2);
     EXPECT_EQ(code, 77);
+}
+
+TEST_F(GssipMcsqTest, EveryReadGoesIntoOneBuffer)
+{
+    connectForWriting();
+    channel->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, code);
+    const std::uint8_t* const first = std::exchange(notes.readInto, nullptr);
+    const std::vector<std::uint8_t> inItsPlace(131072);  // if that were free again
+    channel->Process_Notification_Event(4, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, code);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(notes.readInto, first);
 }
 
 TEST_F(GssipMcsqTest, OtherEventsAreNotLookedAt)

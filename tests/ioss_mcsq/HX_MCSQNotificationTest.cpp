@@ -21,6 +21,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <poll.h>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -34,9 +35,21 @@
 using FACE::RETURN_CODE_TYPE;
 using FACE::IOSS::HX_MCSQ;
 using FACE::IOSS::MCSQ::READ_PAYLOAD_TYPE;
+using testing::Each;
+using testing::Ge;
 using testing::MatchesRegex;
 
 namespace {
+
+std::mutex waitsMutex;
+std::vector<int> notedWaits;
+
+/// The time-outs of the calls of `poll` by other threads than the first, since the test began.
+std::vector<int> waits()
+{
+    const std::lock_guard lock(waitsMutex);
+    return notedWaits;
+}
 
 /// Reads what there is and keeps it, with the handle that it was told.
 class Listener : public FACE::IOSS::MCSQ::IO_Callback {
@@ -90,6 +103,8 @@ struct HX_MCSQNotificationTest : testing::Test {
     std::optional<HX_MCSQ> service{QueueDevice::prefix(directory.path())};
     Listener listener{*service};
     std::size_t idleThreads = 0;
+    std::atomic<int> callingThread = 0;  // with `calls`, kept by `noteCalls`
+    std::vector<std::chrono::steady_clock::time_point> calls;
 
     void SetUp() override
     {
@@ -102,9 +117,27 @@ struct HX_MCSQNotificationTest : testing::Test {
         service->Initialize(file.c_str(), code);
         ASSERT_EQ(code, 0);
         idleThreads = threadCount();
+        const std::lock_guard lock(waitsMutex);
+        notedWaits.clear();
     }
 
     void TearDown() override { service.reset(); }  // before the listener that it calls
+
+    /// From now on; they are to be looked at when the service is gone.
+    void noteCalls()
+    {
+        listener.afterwards = [this] {
+            callingThread = static_cast<int>(syscall(SYS_gettid));
+            calls.push_back(std::chrono::steady_clock::now());
+        };
+    }
+    /// From one call to the next.
+    std::vector<std::chrono::nanoseconds> gaps() const
+    {
+        std::vector<std::chrono::nanoseconds> all;
+        for (std::size_t i = 1; i < calls.size(); ++i) all.push_back(calls[i] - calls[i - 1]);
+        return all;
+    }
 
     long long open(const char* name)
     {
@@ -146,6 +179,19 @@ std::vector<std::uint8_t> message(std::uint8_t byte)
 void nothing(int) {}
 
 }  // namespace
+
+extern "C" {
+int __real_poll(pollfd* entries, nfds_t count, int timeout);
+
+int __wrap_poll(pollfd* entries, nfds_t count, int timeout)
+{
+    if (syscall(SYS_gettid) != getpid()) {
+        const std::lock_guard lock(waitsMutex);
+        notedWaits.push_back(timeout);
+    }
+    return __real_poll(entries, count, timeout);
+}
+}
 
 TEST_F(HX_MCSQNotificationTest, NoThreadRunsBeforeARegistration)
 {
@@ -361,11 +407,11 @@ TEST_F(HX_MCSQNotificationTest, ThreadsRegisterAndUnregisterBesideEachOther)
 TEST_F(HX_MCSQNotificationTest, WhatACallBackThrowsIsPrintedAndTheThreadGoesOn)
 {
     const ConsoleCapture errors(std::cerr);
-    int calls = 0;
-    listener.afterwards = [&] {
-        ++calls;
-        if (calls == 1) throw std::runtime_error("first");
-        if (calls == 2) throw 2;
+    noteCalls();
+    listener.afterwards = [this, note = listener.afterwards] {
+        note();
+        if (calls.size() == 1) throw std::runtime_error("first");
+        if (calls.size() == 2) throw 2;
     };
     registerFor(open("A"));
     for (std::uint8_t i = 1; i <= 3; ++i) {
@@ -373,7 +419,7 @@ TEST_F(HX_MCSQNotificationTest, WhatACallBackThrowsIsPrintedAndTheThreadGoesOn)
         ASSERT_TRUE(listener.hasHeard(i));
     }
     service.reset();
-    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(calls.size(), 3U);
     EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ first\n[0-9]+ unknown exception\n"));
 }
 
@@ -392,21 +438,20 @@ TEST_F(HX_MCSQNotificationTest, ASignalDoesNotEndTheThread)
     EXPECT_EQ(threadCount(), idleThreads + 1);
 }
 
-TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
+TEST_F(HX_MCSQNotificationTest, AStormOfSignalsLosesNothingAndCutsNoPauseShort)
 {
     struct sigaction action {};
     action.sa_handler = nothing;
     sigaction(SIGUSR1, &action, nullptr);
-    std::atomic<int> thread = 0;
-    listener.afterwards = [&] { thread = static_cast<int>(syscall(SYS_gettid)); };
+    noteCalls();
     registerFor(open("A"));
     device.send(message(0));
-    ASSERT_TRUE(eventually([&] { return thread != 0; }));
+    ASSERT_TRUE(eventually([&] { return callingThread != 0; }));
 
     std::atomic<int> signals = 0;
     std::jthread storm([&](const std::stop_token& stop) {
         for (; !stop.stop_requested(); ++signals) {
-            syscall(SYS_tgkill, getpid(), thread.load(), SIGUSR1);
+            syscall(SYS_tgkill, getpid(), callingThread.load(), SIGUSR1);
             std::this_thread::sleep_for(std::chrono::microseconds(10));  // else a pause never ends
         }
     });
@@ -419,7 +464,9 @@ TEST_F(HX_MCSQNotificationTest, NothingIsLostInAStormOfSignals)
     ASSERT_EQ(heard.size(), sent);
     for (std::size_t i = 0; i < sent; ++i) ASSERT_EQ(heard[i].second, message(static_cast<std::uint8_t>(i))) << i;
     EXPECT_EQ(threadCount(), idleThreads + 1);
-    service.reset();  // its thread may still be about to note itself
+    service.reset();  // ends the thread
+    EXPECT_EQ(calls.size(), sent);
+    EXPECT_THAT(gaps(), Each(Ge(std::chrono::microseconds(100))));
 }
 
 TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)
@@ -493,15 +540,20 @@ TEST_F(HX_MCSQNotificationTest, ConnectionsAreOpenedAndClosedBesideTheThread)
 
 TEST_F(HX_MCSQNotificationTest, TheThreadPausesFor100MicrosecondsAfterEachRead)
 {
-    using std::chrono::steady_clock;
-    std::vector<steady_clock::time_point> calls;
-    listener.afterwards = [&] { calls.push_back(steady_clock::now()); };
+    noteCalls();
     for (std::uint8_t i = 0; i < 50; ++i) device.send(message(i));
     registerFor(open("A"));
     ASSERT_TRUE(listener.hasHeard(50));
     service.reset();  // ends the thread
-    ASSERT_EQ(calls.size(), 50U);
-    for (std::size_t i = 1; i < 50; ++i) EXPECT_GE(calls[i] - calls[i - 1], std::chrono::microseconds(100)) << i;
+    EXPECT_EQ(calls.size(), 50U);
+    EXPECT_THAT(gaps(), Each(Ge(std::chrono::microseconds(100))));
+}
+
+TEST_F(HX_MCSQNotificationTest, AWaitTakesUpTo50Milliseconds)
+{
+    registerFor(open("A"));
+    ASSERT_TRUE(eventually([] { return waits().size() >= 3; }));
+    EXPECT_THAT(waits(), Each(50));  // nothing came: it did not look at a single device
 }
 
 TEST_F(HX_MCSQNotificationTest, DestructionEndsTheThreadWithinItsWait)

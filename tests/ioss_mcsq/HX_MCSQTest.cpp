@@ -1,17 +1,21 @@
 #include "ioss_mcsq/HX_MCSQ.h"
 
 #include "face/HX_Config.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/QueueDevice.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "utilities/Shielded.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -69,7 +73,11 @@ public:
     bool throws = false;
     RETURN_CODE_TYPE::Value initialized = RETURN_CODE_TYPE::NO_ERROR;
 
-    void Initialize(const FACE::String&, RETURN_CODE_TYPE::Value& code) override { code = initialized; }
+    void Initialize(const FACE::String&, RETURN_CODE_TYPE::Value& code) override
+    {
+        if (throws) throw std::runtime_error("no file");
+        code = initialized;
+    }
     void Open(const FACE::String&, int& handle, RETURN_CODE_TYPE::Value& code) override
     {
         handle = 3;
@@ -172,6 +180,21 @@ private:
     const int m_user;
 };
 
+/// Sends a message at the end of its scope, so that a read that waits on the device does so no longer.
+class Release {
+public:
+    explicit Release(const QueueDevice& device) : m_device(device) {}
+    ~Release()
+    {
+        shielded([this] { m_device.send(std::vector<std::uint8_t>{0}); }, [](const char*) {});
+    }
+    Release(const Release&) = delete;
+    Release& operator=(const Release&) = delete;
+
+private:
+    const QueueDevice& m_device;
+};
+
 /// With "Five" open, as handle 0.
 struct OpenedHX_MCSQTest : HX_MCSQTest {
     long long handle = 77;
@@ -236,6 +259,20 @@ TEST_F(HX_MCSQTest, WhatTheConfigurationThrowsIsPrintedWithALine)
     const ConsoleCapture errors(std::cerr);
     EXPECT_EQ(codeOf([&](auto& code) { service.Initialize(invalid, code); }), 4);
     EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ HX_Config: path is null\n"));
+}
+
+TEST_F(HX_MCSQTest, AConfigurationThatThrowsIsABadOneAndMayBeTriedAgain)
+{
+    const auto configuration = std::make_shared<CountingConfiguration>();
+    codeOf([&](auto& code) { service.Set_Reference("x", configuration, 0, code); });
+    configuration->throws = true;
+    {
+        const ConsoleCapture errors(std::cerr);
+        EXPECT_EQ(codeOf([&](auto& code) { service.Initialize("x", code); }), 4);
+        EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ no file\n"));
+    }
+    configuration->throws = false;
+    EXPECT_EQ(codeOf([&](auto& code) { service.Initialize("x", code); }), 0);
 }
 
 TEST_F(HX_MCSQTest, OpenNeedsTheConfiguration)
@@ -467,6 +504,28 @@ TEST_F(OpenedHX_MCSQTest, AReadWithATimeOutWaitsForAMessageHoweverLong)
         device.send(std::vector<std::uint8_t>{1});
         EXPECT_EQ(answer.get(), 0);
     }
+}
+
+TEST_F(OpenedHX_MCSQTest, AReadThatWaitsHindersNobodyAndOutlivesTheClose)
+{
+    std::atomic<pid_t> thread = 0;
+    auto answer = std::async(std::launch::async, [&] {
+        std::vector<std::uint8_t> bytes(8);
+        READ_PAYLOAD_TYPE payload = payloadOf(bytes);
+        thread = gettid();
+        return read(0, payload);
+    });
+    const Release release(device);
+    int asleep = 0;
+    ASSERT_TRUE(eventually([&] { return (asleep = thread != 0 && isAsleep(thread) ? asleep + 1 : 0) > 5; }));
+    long long other = -1;
+    EXPECT_EQ(open("AlsoFive", other), 0);
+    const std::size_t before = descriptorCount();
+    EXPECT_EQ(close(0), 0);
+    EXPECT_EQ(descriptorCount(), before - 1);  // that of the writer; the reader's is in use
+    device.send(std::vector<std::uint8_t>{1});
+    EXPECT_EQ(answer.get(), 0);
+    EXPECT_EQ(descriptorCount(), before - 2);
 }
 
 TEST_F(OpenedHX_MCSQTest, AClosedConnectionKeepsItsHandle)

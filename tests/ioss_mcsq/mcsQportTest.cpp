@@ -21,12 +21,6 @@ static_assert(!std::is_copy_assignable_v<mcsWriterPort> && !std::is_move_assigna
 
 namespace {
 
-/// A base whose one operation stands next to the destructor.
-struct AfterDestructor {
-    virtual ~AfterDestructor() = default;
-    virtual void operation() {}
-};
-
 struct mcsQportTest : testing::Test {
     HardDeadline deadline;
     TemporaryDirectory directory;

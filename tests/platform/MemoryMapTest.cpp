@@ -1,6 +1,8 @@
 #include "platform/MemoryMap.h"
 
 #include "tests/platform/ConfinedChild.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/RegisterFile.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -11,8 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <functional>
 #include <memory>
 #include <sched.h>
 #include <stdexcept>
@@ -30,24 +30,6 @@ protected:
     const RegisterFile m_registers;
     const MemoryDeviceFileDescriptor m_memory{m_registers.path().c_str()};
 };
-
-std::string errorOf(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
-}
-
-bool hasMapping(const std::string& path)
-{
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        if (line.ends_with(path)) return true;
-    return false;
-}
 
 /// Gives this process devices of its own: none.
 bool hasEmptyDevices()
@@ -144,9 +126,9 @@ TEST_F(MemoryMapTest, DestructionUnmaps)
 {
     {
         const MemoryMap map(0x10000, 16, m_memory);
-        EXPECT_TRUE(hasMapping(m_registers.path()));
+        EXPECT_EQ(mappingsOf(m_registers.path()), 1);
     }
-    EXPECT_FALSE(hasMapping(m_registers.path()));
+    EXPECT_EQ(mappingsOf(m_registers.path()), 0);
 }
 
 TEST_F(MemoryMapTest, MappingOutlivesItsDescriptor)

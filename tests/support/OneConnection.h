@@ -69,16 +69,4 @@ private:
     std::shared_ptr<Front> m_front;
 };
 
-/// The text of the `std::runtime_error` that an operation throws; "nothing" if it throws none.
-template <class Operation>
-std::string errorOf(Operation operation)
-{
-    try {
-        operation();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "nothing";
-}
-
 #endif

@@ -35,6 +35,15 @@ inline bool isAsleep(pid_t thread)
     return end != std::string::npos && text.compare(end, 3, ") S") == 0;
 }
 
+/// Mappings of a file in this process.
+inline int mappingsOf(const std::string& path)
+{
+    std::ifstream maps("/proc/self/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) count += line.ends_with(path);
+    return count;
+}
+
 /// Lets a call of `exit` end this process without the destruction of its statics, which threads of the DDS library may
 /// still use; the status stays.
 inline void leaveAtOnceWhenExiting()

@@ -15,4 +15,10 @@ std::uintptr_t virtualSlot(Member member)
     return word;
 }
 
+/// A base whose one operation stands next to the destructor.
+struct AfterDestructor {
+    virtual ~AfterDestructor() = default;
+    virtual void operation() {}
+};
+
 #endif

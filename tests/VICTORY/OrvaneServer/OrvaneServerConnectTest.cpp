@@ -10,6 +10,7 @@
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
 #include "tests/support/BeforeNextLine.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/QueueDevice.h"

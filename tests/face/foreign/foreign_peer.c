@@ -6,8 +6,8 @@
  * sent on "FromUTCTime". Says "ready" when that is set up, and ends when it is sent SIGTERM. */
 
 #include "command.h"
-#include "foreign_network.h"
 #include "navigation.h"
+#include "tests/face/foreign/foreign_network.h"
 
 #include <signal.h>
 #include <stdio.h>

@@ -6,8 +6,8 @@
  * ends when it is sent SIGTERM. tests/system/ForeignInputTest.cpp knows what is in them. */
 
 #include "command.h"
-#include "foreign_network.h"
 #include "navigation.h"
+#include "tests/face/foreign/foreign_network.h"
 
 #include <signal.h>
 

@@ -81,8 +81,7 @@ void OrvaneServer::cbTellNavWarSaCallback(void* context, VapntsService* service)
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction,
-                                   "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter");
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             static_cast<OrvaneServer*>(context)->tellNavWarSa(service);

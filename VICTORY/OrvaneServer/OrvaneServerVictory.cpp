@@ -17,7 +17,6 @@ namespace {
 
 constexpr double kPublicationRate = 1.0;
 constexpr unsigned long kShortestPeriodMs = 1000;
-constexpr const char* kNoInstance = "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
 
 }  // namespace
 
@@ -176,7 +175,7 @@ int OrvaneServer::cbSaveVclidCallback(void* context, VapntsService*, const char*
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction, kNoInstance);
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             auto& server = *static_cast<OrvaneServer*>(context);

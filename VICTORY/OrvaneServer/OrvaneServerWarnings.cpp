@@ -144,8 +144,7 @@ void OrvaneServer::cbTellWarningMessagesCallback(void* context, VapntsService* s
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction,
-                                   "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter");
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             static_cast<OrvaneServer*>(context)->tellWarningMessages(service);

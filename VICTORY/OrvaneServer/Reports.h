@@ -11,6 +11,10 @@
 /// where it is left out.
 namespace Reports {
 
+/// What a call-back of the bus library says that was given no context.
+inline constexpr const char* kNoInstance =
+    "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
+
 /// Whether a line is wanted.
 enum class Console { Print, Omit };
 

@@ -57,14 +57,7 @@ void OrvaneServer::attemptBlendedNavigationProcessing()
             }
             m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
         },
-        [this](const char* what) {
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), kJoin,
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
 }
 
 void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const HalvexPNT& pnt,

@@ -26,15 +26,7 @@ void OrvaneServer::attemptNavWarSaProcessing()
             encodeVictoryNavWarSA();
             m_threatReportWaits = false;
         },
-        [this](const char* what) {
-            // These texts name another operation, deliberately: they are what the unit's log is searched for.
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), "attemptBlendedNavigationProcessing",
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
 }
 
 bool OrvaneServer::encodeVictoryNavWarSA()

@@ -126,15 +126,7 @@ bool OrvaneServer::appendWarningToList(const VapntcWarningMessage& warning)
             while (m_warnings.size() > kMostWarnings) m_warnings.pop_front();
             appended = true;
         },
-        [&](const char* what) {
-            // These texts name another operation, deliberately: they are what the unit's log is searched for.
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), "attemptBlendedNavigationProcessing",
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
     return appended;
 }
 

@@ -56,6 +56,19 @@ inline void sendCallbackException(const char* function, const char* what, const 
               Console::Print, file, line);
 }
 
+/// Reports what the join of the inputs throws, as `sendCallbackException` does. What queues threats and warnings reports
+/// in the same words, deliberately: the name of the join is what the unit's log is searched for.
+inline void sendJoinException(const std::string& serverName, const char* what, const char* file = __builtin_FILE(),
+                              int line = __builtin_LINE())
+{
+    const std::string text =
+        serverName + (what ? std::string(": An exception occurred. Details: ") + what
+                           : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
+    sendEvent(EventTypes::EVENT_FAULT, text, file, line);
+    printLine(std::cout, location(line), "attemptBlendedNavigationProcessing",
+              what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
+}
+
 }  // namespace Reports
 
 #endif

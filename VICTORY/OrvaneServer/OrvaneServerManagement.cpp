@@ -14,18 +14,14 @@
 
 namespace {
 
+using StringUtils::copyText;
+
 constexpr const char* partNumberIncompleteText = " - Collecting system information. Please wait and retry...";
 constexpr int kConfigurationWaitSeconds = 12;
 
 /// Numbers of the library's list of outputs.
 constexpr std::int32_t kOutputs[] = {0, 1, 2, 3, 5};
 constexpr std::int32_t kAllOutputs[] = {0, 1, 2, 4, 6, 3, 5};
-
-template <std::size_t size>
-void copyText(char (&field)[size], const std::string& text)
-{
-    StringUtils::strncpy_prot(field, text.c_str(), size);
-}
 
 VapntcSensor sensorOf(const OrvaneBitResults::SensorServer& server)
 {

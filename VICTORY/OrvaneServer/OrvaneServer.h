@@ -386,6 +386,13 @@ private:
     void startPlatform();
 
     bool isRunning() const { return m_state == FACE::LCM::Halvex::ReportedState::RUNNING; }
+
+    /// Stores a message as the latest of its kind, beside its flag; false, and nothing done, unless it is wanted now and
+    /// from its source.
+    template <class Message>
+    bool storeLatest(const Message& message, std::uint8_t wantedSource, Message OrvaneServer::*latest,
+                     bool OrvaneServer::*isNew) EXCLUDES(m_navDataMutex);
+
     void printProcessing(const char* handler, const char* text, std::uint8_t source) const;
     void printProcessed(const char* handler, unsigned messageId, const std::string& source, const GSSIP& message) const;
     void sendResponse(const CommandResponse& response);

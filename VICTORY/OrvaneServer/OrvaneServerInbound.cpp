@@ -25,6 +25,7 @@ constexpr std::uint16_t kWarningMessage = 5044;
 constexpr std::uint16_t kStatusMessage = 8504;
 constexpr std::uint16_t kThreatMessage = 15051;
 constexpr aspn2_msgs::idl::command_response_type_enum kCommand{0};
+constexpr std::uint8_t kAnySource = 0;
 constexpr int kEnoughMeasurements = 2;
 constexpr unsigned long kSilentPeriodMs = 4294967295UL;
 
@@ -82,9 +83,15 @@ std::string nameOf(std::uint8_t server)
     return name == "INVALID_SERVER_ID" ? "(unknown ID " + std::to_string(server) + ")" : name;
 }
 
+template <class Message>
+std::uint8_t sourceOf(const Message& message)
+{
+    return serverOf(message.header().device_id());
+}
+
 bool accepts(std::uint8_t configured, std::uint8_t source)
 {
-    return configured == 0 || configured == source;
+    return configured == kAnySource || configured == source;
 }
 
 /// The frame that a record holds; empty if its length is not to be believed, or has no room for an id.
@@ -108,79 +115,64 @@ void OrvaneServer::printProcessing(const char* handler, const char* text, std::u
     printLine(std::cout, m_serverName, ": ", handler, text, nameOf(source), ", server ID = ", unsigned{source});
 }
 
+template <class Message>
+bool OrvaneServer::storeLatest(const Message& message, std::uint8_t wantedSource, Message OrvaneServer::*latest,
+                               bool OrvaneServer::*isNew)
+{
+    if (!isRunning() || !accepts(wantedSource, sourceOf(message))) return false;
+    const MutexLock lock(m_navDataMutex);
+    this->*isNew = true;
+    this->*latest = message;
+    return true;
+}
+
 void OrvaneServer::cbPVA(const PositionVelocityAttitude& message)
 {
     handle(kPVA, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_pvaSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasPVA = true;
-            m_pva = message;
-        }
-        printProcessing(kPVA.name, " : Processing Position Velocity Attitude message received from ", source);
+        if (!storeLatest(message, m_pvaSourceServerId, &OrvaneServer::m_pva, &OrvaneServer::m_hasPVA)) return;
+        printProcessing(kPVA.name, " : Processing Position Velocity Attitude message received from ",
+                        sourceOf(message));
     });
 }
 
 void OrvaneServer::cbUTCTime(const UTCTime& message)
 {
     handle(kUTCTime, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_utcSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasUTCTime = true;
-            m_utcTime = message;
-        }
+        if (!storeLatest(message, m_utcSourceServerId, &OrvaneServer::m_utcTime, &OrvaneServer::m_hasUTCTime)) return;
         {
             const MutexLock lock(m_timeMutex);
             m_gpsSeconds = message.gps_tow_sec() + message.gps_tow_nsec() * 1e-9;
             m_latestTime = message;
         }
-        printProcessing(kUTCTime.name, " : Processing UTC Time message received from ", source);
+        printProcessing(kUTCTime.name, " : Processing UTC Time message received from ", sourceOf(message));
     });
 }
 
 void OrvaneServer::cbHalvexPNT(const HalvexPNT& message)
 {
     handle(kHalvexPNT, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_fusionPNTSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasFusionPNT = true;
-            m_fusionPNT = message;
-        }
-        printProcessing(kHalvexPNT.name, " : Processing HalvexPNT message received from ", source);
+        if (!storeLatest(message, m_fusionPNTSourceServerId, &OrvaneServer::m_fusionPNT, &OrvaneServer::m_hasFusionPNT))
+            return;
+        printProcessing(kHalvexPNT.name, " : Processing HalvexPNT message received from ", sourceOf(message));
     });
 }
 
 void OrvaneServer::cbMeasurementIncorporationStatus(const MeasurementIncorporationStatus& message)
 {
     handle(kMIS, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_misSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasMIS = true;
-            m_mis = message;
-        }
+        if (!storeLatest(message, m_misSourceServerId, &OrvaneServer::m_mis, &OrvaneServer::m_hasMIS)) return;
         storeGpsAvailability(message);
-        printProcessing(kMIS.name, " : Processing MeasurementIncorporationStatus message received from ", source);
+        printProcessing(kMIS.name, " : Processing MeasurementIncorporationStatus message received from ",
+                        sourceOf(message));
     });
 }
 
 void OrvaneServer::cbAssuranceState(const AssuranceState& message)
 {
     handle(kAssuranceState, m_serverName, [&] {
-        if (!isRunning()) return;  // every source is taken
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasAssuranceState = true;
-            m_assuranceState = message;
-        }
-        printProcessing(kAssuranceState.name, " : Processing AssuranceState message received from ",
-                        serverOf(message.header().device_id()));
+        if (!storeLatest(message, kAnySource, &OrvaneServer::m_assuranceState, &OrvaneServer::m_hasAssuranceState))
+            return;
+        printProcessing(kAssuranceState.name, " : Processing AssuranceState message received from ", sourceOf(message));
     });
 }
 
@@ -217,7 +209,7 @@ void OrvaneServer::printProcessed(const char* handler, unsigned messageId, const
 void OrvaneServer::cbZentorGssip(const GSSIP& message)
 {
     handle(kZentorGssip, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
+        const auto source = sourceOf(message);
         if (!isRunning() || !m_gssipSourceServers.contains(source)) return;
         const auto frame = frameOf(message);
         if (frame.empty()) return;
@@ -242,7 +234,7 @@ void OrvaneServer::cbZentorGssip(const GSSIP& message)
 void OrvaneServer::cbHxGssip(const GSSIP& message)
 {
     handle(kHxGssip, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
+        const auto source = sourceOf(message);
         if (!isRunning() || !m_gssipSourceServers.contains(source)) return;
         const auto frame = frameOf(message);
         if (frame.empty() || messageIdOf(frame) != kThreatMessage) return;
@@ -275,7 +267,7 @@ void OrvaneServer::cbRsp(const CommandResponse& response)
     handle(kRsp, m_serverName, [&] {
         if (m_state == ReportedState::STOPPED) return;
         const std::string& text = response.command_response();
-        const auto source = serverOf(response.header().device_id());
+        const auto source = sourceOf(response);
         const auto commanded = serverOf(response.commanded_device_id());
         const auto fields = StringUtils::split(text, ',');
         if (!fields.empty() && fields.front() == "PARTNUMBERS")

@@ -205,6 +205,7 @@ protected:
                                    const std::string& software, const std::string& hardware,
                                    const std::string& manufacturerCode) REQUIRES(m_apntConfigurationMutex);
     void tellSystemConfiguration() REQUIRES(m_apntConfigurationMutex) EXCLUDES(m_serviceGate);
+    void awaitSystemConfiguration() EXCLUDES(m_partNumberMutex);
     void clearApntConfiguration() REQUIRES(m_apntConfigurationMutex) EXCLUDES(m_serviceGate);
 
     // Part numbers.
@@ -386,6 +387,7 @@ private:
     void startPlatform();
 
     bool isRunning() const { return m_state == FACE::LCM::Halvex::ReportedState::RUNNING; }
+    void joinLatestInputs() REQUIRES(m_navDataMutex);
 
     /// Stores a message as the latest of its kind, beside its flag; false, and nothing done, unless it is wanted now and
     /// from its source.
@@ -402,6 +404,10 @@ private:
     bool startVictory(const char* vclText) REQUIRES(m_lifeCycleMutex);
     bool shutdownVictory() REQUIRES(m_lifeCycleMutex);
     bool startService(const char* vclText) REQUIRES(m_lifeCycleMutex);
+
+    /// Makes the service of its texts; null, as the library's answer is, if they can't be read.
+    VapntsService* makeService(const char* vclText) REQUIRES(m_lifeCycleMutex);
+
     void discardService() REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
     void deleteService(const char* caller) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
 

@@ -122,25 +122,7 @@ void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsServic
                                       "cbTellSystemConfigurationCallback, callbackData parameter");
                 return;
             }
-            auto& server = *static_cast<OrvaneServer*>(context);
-            if (!server.m_victoryStarted) {
-                Reports::sendAndPrint(EventTypes::EVENT_FAULT,
-                                      server.m_serverName +
-                                          " : Cannot request part numbers while APNT service is not running!");
-                return;
-            }
-            if (server.m_debug) {
-                Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
-                                      server.m_serverName +
-                                          " : VICTORY APNT Configuration / Part number request received.");
-            }
-            // The configuration is told as it is collected, so there is nothing to tell here.
-            if (server.waitForPartNumberResponses(kConfigurationWaitSeconds)) return;
-            Reports::sendAndPrint(EventTypes::EVENT_FAULT,
-                                  server.m_serverName +
-                                      " : Warning! Complete set of part numbers was not available for APNT "
-                                      "Configuration after " +
-                                      std::to_string(kConfigurationWaitSeconds) + " seconds.");
+            static_cast<OrvaneServer*>(context)->awaitSystemConfiguration();
         },
         [&](const char* what) {
             Reports::sendEvent(
@@ -151,4 +133,22 @@ void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsServic
                           what
                     : std::string("OrvaneServer: Unknown c++ exception occurred in cbTellSystemConfigurationCallback"));
         });
+}
+
+void OrvaneServer::awaitSystemConfiguration()
+{
+    if (!m_victoryStarted) {
+        Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                              m_serverName + " : Cannot request part numbers while APNT service is not running!");
+        return;
+    }
+    if (m_debug)
+        Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                              m_serverName + " : VICTORY APNT Configuration / Part number request received.");
+    // The configuration is told as it is collected, so there is nothing to tell here.
+    if (waitForPartNumberResponses(kConfigurationWaitSeconds)) return;
+    Reports::sendAndPrint(
+        EventTypes::EVENT_FAULT,
+        m_serverName + " : Warning! Complete set of part numbers was not available for APNT Configuration after " +
+            std::to_string(kConfigurationWaitSeconds) + " seconds.");
 }

@@ -4,6 +4,7 @@
 #include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
+#include "VICTORY/OrvaneServer/PublicationList.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
 #include "VICTORY/Utilities/VictoryFaultHelper.h"
 #include "VICTORY/libvictory/victory.h"
@@ -30,7 +31,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <set>
@@ -288,11 +288,11 @@ protected:
     ThreatData m_threatData GUARDED_BY(m_threatDataMutex);
     bool m_threatReportWaits GUARDED_BY(m_threatDataMutex) = false;
     Mutex m_threatListMutex;
-    std::deque<VapntcNavWarSaThreat> m_threats GUARDED_BY(m_threatListMutex);
+    PublicationList<VapntcNavWarSaThreat, VAPNTC_MAX_ROWS> m_threats GUARDED_BY(m_threatListMutex);
 
     // Warnings, which stay until newer ones push them out.
     Mutex m_warningListMutex;
-    std::deque<VapntcWarningMessage> m_warnings GUARDED_BY(m_warningListMutex);
+    PublicationList<VapntcWarningMessage, VAPNTC_MAX_ROWS> m_warnings GUARDED_BY(m_warningListMutex);
 
     // The tables of the encoders, once the bus service has been started.
     std::atomic<std::size_t> m_measSourceRows = 0;

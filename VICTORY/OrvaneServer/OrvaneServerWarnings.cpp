@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr std::size_t kMostWarnings = VAPNTC_MAX_ROWS;
-
 /// Receiver numbers `first` to `last` have the ids from `id` on.
 struct WarningIdRange {
     unsigned short first;
@@ -122,8 +120,7 @@ bool OrvaneServer::appendWarningToList(const VapntcWarningMessage& warning)
                           ": Sending VDB APNT warning message ID ", warning.warningId,
                           ", custom message: ", warning.customText);
             const MutexLock lock(m_warningListMutex);
-            m_warnings.push_back(warning);
-            while (m_warnings.size() > kMostWarnings) m_warnings.pop_front();
+            m_warnings.append(warning);
             appended = true;
         },
         [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
@@ -159,6 +156,6 @@ void OrvaneServer::tellWarningMessages(VapntsService* service)
     }
     // The list stays: every warning is told again, until newer ones have pushed it out.
     const MutexLock lock(m_warningListMutex);
-    for (const auto& warning : m_warnings) record.warnings[record.warningCount++] = warning;  // it holds no more
+    m_warnings.copyTo(record.warnings, record.warningCount);
     if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record);
 }

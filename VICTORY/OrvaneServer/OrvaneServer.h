@@ -4,6 +4,7 @@
 #include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
+#include "VICTORY/OrvaneServer/GpsAvailability.h"
 #include "VICTORY/OrvaneServer/PublicationList.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
 #include "VICTORY/Utilities/VictoryFaultHelper.h"
@@ -279,8 +280,7 @@ protected:
     std::atomic<double> m_gpsSeconds = 0.0;  // of the GPS week
 
     // GPS measurements, seen by one thread alone but for the flag.
-    std::array<std::int32_t, 3> m_gpsAvailRing = {};
-    std::uint32_t m_gpsAvailIndex = 0;
+    GpsAvailability m_gpsAvailRing;
     std::atomic<bool> m_gpsLost = false;
 
     // Threats: the report at hand, and what waits for the library.

@@ -10,7 +10,6 @@
 #include "utilities/Shielded.h"
 #include "utilities/StringUtils.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <span>
@@ -26,7 +25,6 @@ constexpr std::uint16_t kStatusMessage = 8504;
 constexpr std::uint16_t kThreatMessage = 15051;
 constexpr aspn2_msgs::idl::command_response_type_enum kCommand{0};
 constexpr std::uint8_t kAnySource = 0;
-constexpr int kEnoughMeasurements = 2;
 constexpr unsigned long kSilentPeriodMs = 4294967295UL;
 
 /// How a handler reports what it throws. The names that are not its own are deliberate: the unit's log is searched for
@@ -181,21 +179,22 @@ void OrvaneServer::storeGpsAvailability(const MeasurementIncorporationStatus& me
     std::int64_t sum = 0;
     for (const auto& entry : message.meas_types())
         if (entry.meas_set_id() == 1 || entry.meas_set_id() == 2) sum += entry.meas_avail();
-    m_gpsAvailRing[m_gpsAvailIndex] = saturate<std::int32_t>(static_cast<double>(sum));
-    m_gpsAvailIndex = (m_gpsAvailIndex + 1) % static_cast<std::uint32_t>(m_gpsAvailRing.size());
-
-    const auto enough = [](std::int32_t count) { return count >= kEnoughMeasurements; };
     const auto queue = [this](std::uint32_t id) {
         VapntcWarningMessage warning = {};
         warning.warningId = id;
         appendWarningToList(warning);
     };
-    if (std::none_of(m_gpsAvailRing.begin(), m_gpsAvailRing.end(), enough) && !m_gpsLost) {
+    switch (m_gpsAvailRing.store(saturate<std::int32_t>(static_cast<double>(sum)), m_gpsLost)) {
+    case GpsAvailability::Change::None:
+        break;
+    case GpsAvailability::Change::Lost:
         queue(VAPNTC_WARNING_GPS_MEASUREMENTS_LOST);
         m_gpsLost = true;
-    } else if (std::all_of(m_gpsAvailRing.begin(), m_gpsAvailRing.end(), enough) && m_gpsLost) {
+        break;
+    case GpsAvailability::Change::Back:
         queue(VAPNTC_WARNING_GPS_MEASUREMENTS_BACK);
         m_gpsLost = false;
+        break;
     }
 }
 

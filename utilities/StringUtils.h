@@ -1,6 +1,8 @@
 #ifndef UTILITIES_STRINGUTILS_H
 #define UTILITIES_STRINGUTILS_H
 
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,14 @@ void cstr_replace(char* text, const char* characters, char replacement);
 /// that a record's field holds nothing of what was there. A null `source` counts as empty; a null `destination` or a
 /// `size` of 0 does nothing.
 void strncpy_prot(char* destination, const char* source, unsigned size);
+
+/// The same for a field of a record, whose size is that of the buffer. The text ends at its first zero.
+template <std::size_t size>
+void copyText(char (&field)[size], const std::string& text)
+{
+    static_assert(size <= std::numeric_limits<unsigned>::max());
+    strncpy_prot(field, text.c_str(), static_cast<unsigned>(size));
+}
 
 /// Appends `text` to `chunks` in pieces of `size` characters; the last may be shorter. An empty text appends nothing, a
 /// `size` of 0 the text in one piece. `text` may be an element of `chunks`.

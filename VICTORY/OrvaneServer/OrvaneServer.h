@@ -4,6 +4,8 @@
 #include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
+#include "VICTORY/OrvaneServer/GpsAvailability.h"
+#include "VICTORY/OrvaneServer/PublicationList.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
 #include "VICTORY/Utilities/VictoryFaultHelper.h"
 #include "VICTORY/libvictory/victory.h"
@@ -30,7 +32,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <set>
@@ -206,6 +207,7 @@ protected:
                                    const std::string& software, const std::string& hardware,
                                    const std::string& manufacturerCode) REQUIRES(m_apntConfigurationMutex);
     void tellSystemConfiguration() REQUIRES(m_apntConfigurationMutex) EXCLUDES(m_serviceGate);
+    void awaitSystemConfiguration() EXCLUDES(m_partNumberMutex);
     void clearApntConfiguration() REQUIRES(m_apntConfigurationMutex) EXCLUDES(m_serviceGate);
 
     // Part numbers.
@@ -279,8 +281,7 @@ protected:
     std::atomic<double> m_gpsSeconds = 0.0;  // of the GPS week
 
     // GPS measurements, seen by one thread alone but for the flag.
-    std::array<std::int32_t, 3> m_gpsAvailRing = {};
-    std::uint32_t m_gpsAvailIndex = 0;
+    GpsAvailability m_gpsAvailRing;
     std::atomic<bool> m_gpsLost = false;
 
     // Threats: the report at hand, and what waits for the library.
@@ -288,11 +289,11 @@ protected:
     ThreatData m_threatData GUARDED_BY(m_threatDataMutex);
     bool m_threatReportWaits GUARDED_BY(m_threatDataMutex) = false;
     Mutex m_threatListMutex;
-    std::deque<VapntcNavWarSaThreat> m_threats GUARDED_BY(m_threatListMutex);
+    PublicationList<VapntcNavWarSaThreat, VAPNTC_MAX_ROWS> m_threats GUARDED_BY(m_threatListMutex);
 
     // Warnings, which stay until newer ones push them out.
     Mutex m_warningListMutex;
-    std::deque<VapntcWarningMessage> m_warnings GUARDED_BY(m_warningListMutex);
+    PublicationList<VapntcWarningMessage, VAPNTC_MAX_ROWS> m_warnings GUARDED_BY(m_warningListMutex);
 
     // The tables of the encoders, once the bus service has been started.
     std::atomic<std::size_t> m_measSourceRows = 0;
@@ -387,6 +388,14 @@ private:
     void startPlatform();
 
     bool isRunning() const { return m_state == FACE::LCM::Halvex::ReportedState::RUNNING; }
+    void joinLatestInputs() REQUIRES(m_navDataMutex);
+
+    /// Stores a message as the latest of its kind, beside its flag; false, and nothing done, unless it is wanted now and
+    /// from its source.
+    template <class Message>
+    bool storeLatest(const Message& message, std::uint8_t wantedSource, Message OrvaneServer::*latest,
+                     bool OrvaneServer::*isNew) EXCLUDES(m_navDataMutex);
+
     void printProcessing(const char* handler, const char* text, std::uint8_t source) const;
     void printProcessed(const char* handler, unsigned messageId, const std::string& source, const GSSIP& message) const;
     void sendResponse(const CommandResponse& response);
@@ -396,6 +405,10 @@ private:
     bool startVictory(const char* vclText) REQUIRES(m_lifeCycleMutex);
     bool shutdownVictory() REQUIRES(m_lifeCycleMutex);
     bool startService(const char* vclText) REQUIRES(m_lifeCycleMutex);
+
+    /// Makes the service of its texts; null, as the library's answer is, if they can't be read.
+    VapntsService* makeService(const char* vclText) REQUIRES(m_lifeCycleMutex);
+
     void discardService() REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
     void deleteService(const char* caller) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
 

@@ -6,6 +6,8 @@
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
@@ -17,6 +19,26 @@ namespace {
 constexpr const char* kJoin = "attemptBlendedNavigationProcessing";
 constexpr double kFarthestApart = 1.0;  // s
 
+/// The time and another input.
+struct Pair {
+    const char* label;
+    double apart;  // s
+};
+
+using Pairs = std::array<Pair, 5>;
+
+void print(const Pairs& pairs, const std::string& serverName)
+{
+    printLine(std::cout, serverName, ": ", kJoin, ": Messages received: ");
+    for (const auto& pair : pairs) printLine(std::cout, serverName, ": ", kJoin, pair.label, pair.apart);
+}
+
+bool belongTogether(const Pairs& pairs)
+{
+    // Not a number is too far apart too.
+    return std::all_of(pairs.begin(), pairs.end(), [](const Pair& pair) { return pair.apart < kFarthestApart; });
+}
+
 }  // namespace
 
 void OrvaneServer::attemptBlendedNavigationProcessing()
@@ -24,47 +46,34 @@ void OrvaneServer::attemptBlendedNavigationProcessing()
     shielded(
         [this] {
             const MutexLock lock(m_navDataMutex);
-            if (!m_hasUTCTime || !m_hasPVA || !m_hasFusionPNT || !m_hasMIS || !m_hasAssuranceState || !m_has8504)
-                return;
-
-            struct Pair {
-                const char* label;
-                double apart;  // s
-            };
-            const auto apart = [this](const auto& message) REQUIRES(m_navDataMutex) {
-                return std::fabs(ASPN2::deltaTov(m_utcTime.header(), message.header()));
-            };
-            const Pair pairs[] = {{": UTCTime <-> PVA     deltaTov: ", apart(m_pva)},
-                                  {": UTCTime <-> HXPNT   deltaTov: ", apart(m_fusionPNT)},
-                                  {": UTCTime <-> MIS     deltaTov: ", apart(m_mis)},
-                                  {": UTCTime <-> Ass. St deltaTov: ", apart(m_assuranceState)},
-                                  {": UTCTime <-> 8504    deltaTov: ", apart(m_8504)}};
-            if (!m_quiet) {
-                printLine(std::cout, m_serverName, ": ", kJoin, ": Messages received: ");
-                for (const auto& pair : pairs) printLine(std::cout, m_serverName, ": ", kJoin, pair.label, pair.apart);
-            }
-            for (const auto& pair : pairs)
-                if (!(pair.apart < kFarthestApart)) return;  // not a number is too far apart too
-            if (!m_quiet)
-                printLine(std::cout, m_serverName, ": ", kJoin,
-                          ": *** All synchronized messages received. Processing... ");
-
-            ZentorM_8504_Msg receiver;
-            if (receiver.ok_set_8504_gpsip(m_8504.data().data(), static_cast<std::uint32_t>(m_8504.num_bytes()))) {
-                receiver.unpack_8504();
-                encodeVictoryBlendedNavigation(m_utcTime, m_fusionPNT, m_mis, m_pva, m_assuranceState,
-                                               receiver.unpacked());
-            }
-            m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
+            joinLatestInputs();
         },
-        [this](const char* what) {
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), kJoin,
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
+}
+
+void OrvaneServer::joinLatestInputs()
+{
+    if (!m_hasUTCTime || !m_hasPVA || !m_hasFusionPNT || !m_hasMIS || !m_hasAssuranceState || !m_has8504) return;
+
+    const auto apart = [this](const auto& message) REQUIRES(m_navDataMutex) {
+        return std::fabs(ASPN2::deltaTov(m_utcTime.header(), message.header()));
+    };
+    const Pairs pairs = {{{": UTCTime <-> PVA     deltaTov: ", apart(m_pva)},
+                          {": UTCTime <-> HXPNT   deltaTov: ", apart(m_fusionPNT)},
+                          {": UTCTime <-> MIS     deltaTov: ", apart(m_mis)},
+                          {": UTCTime <-> Ass. St deltaTov: ", apart(m_assuranceState)},
+                          {": UTCTime <-> 8504    deltaTov: ", apart(m_8504)}}};
+    if (!m_quiet) print(pairs, m_serverName);
+    if (!belongTogether(pairs)) return;
+    if (!m_quiet)
+        printLine(std::cout, m_serverName, ": ", kJoin, ": *** All synchronized messages received. Processing... ");
+
+    ZentorM_8504_Msg receiver;
+    if (receiver.ok_set_8504_gpsip(m_8504.data().data(), static_cast<std::uint32_t>(m_8504.num_bytes()))) {
+        receiver.unpack_8504();
+        encodeVictoryBlendedNavigation(m_utcTime, m_fusionPNT, m_mis, m_pva, m_assuranceState, receiver.unpacked());
+    }
+    m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
 }
 
 void OrvaneServer::encodeVictoryBlendedNavigation(const UTCTime& utcTime, const HalvexPNT& pnt,

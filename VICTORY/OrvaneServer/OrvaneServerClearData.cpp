@@ -14,8 +14,7 @@ int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* servic
     shielded(
         [&] {
             if (!server) {
-                Reports::sendEvent(EventTypes::EVENT_FAULT, "OrvaneServer: instance pointer was not found in VICTORY "
-                                                            "callbackData parameter");
+                Reports::sendEvent(EventTypes::EVENT_FAULT, Reports::kNoInstance);
                 return;
             }
             if (server->m_debug) printLine(std::cout, "CALLBACK RECIEVED --- ");

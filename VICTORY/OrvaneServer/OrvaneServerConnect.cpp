@@ -15,6 +15,8 @@
 #include "platform/FPGA.h"
 #include "utilities/ConsoleLine.h"
 
+#include <algorithm>
+#include <array>
 #include <iostream>
 #include <sstream>
 
@@ -35,6 +37,27 @@ FACE::TSS::Read_Callback<Message> callTo(Server* server, void (Server::*handler)
 
 /// A result that says so unless an operation sets it.
 constexpr auto kUntried = RETURN_CODE_TYPE::NO_ACTION;
+
+struct Registration {
+    const char* label;
+    RETURN_CODE_TYPE::Value result = kUntried;
+};
+
+using Registrations = std::array<Registration, 10>;
+
+bool isComplete(const Registrations& registrations)
+{
+    return std::all_of(registrations.begin(), registrations.end(),
+                       [](const auto& registration) { return registration.result == RETURN_CODE_TYPE::NO_ERROR; });
+}
+
+void print(const Registrations& registrations)
+{
+    std::ostringstream text;
+    text << "Error from Register_Callback or Register_Sender calls:\n";
+    for (const auto& registration : registrations) text << registration.label << registration.result << '\n';
+    std::cout << text.str() << std::flush;
+}
 
 }  // namespace
 
@@ -126,20 +149,16 @@ void OrvaneServer::makeTransports()
 
 void OrvaneServer::registerCallbacks(RETURN_CODE_TYPE::Value& code)
 {
-    struct Registration {
-        const char* label;
-        RETURN_CODE_TYPE::Value result;
-    };
-    std::array<Registration, 10> registrations = {{{"bit_rcv = ", kUntried},
-                                                   {"cmdRsp_rcv = ", kUntried},
-                                                   {"cmdRsp_rcv2 = ", kUntried},
-                                                   {"rsp_rcv = ", kUntried},
-                                                   {"rsp_rcv2 = ", kUntried},
-                                                   {"pva_rcv = ", kUntried},
-                                                   {"utcTime_rcv = ", kUntried},
-                                                   {"MIS_rcv = ", kUntried},
-                                                   {"hxPNT_rcv = ", kUntried},
-                                                   {"AssuranceState_rcv = ", kUntried}}};
+    Registrations registrations = {{{"bit_rcv = "},
+                                    {"cmdRsp_rcv = "},
+                                    {"cmdRsp_rcv2 = "},
+                                    {"rsp_rcv = "},
+                                    {"rsp_rcv2 = "},
+                                    {"pva_rcv = "},
+                                    {"utcTime_rcv = "},
+                                    {"MIS_rcv = "},
+                                    {"hxPNT_rcv = "},
+                                    {"AssuranceState_rcv = "}}};
     auto next = registrations.begin();
     const auto receive = [&](auto& transport, long long id, auto handler) {
         transport->Register_Callback(id, callTo(this, handler), (next++)->result);
@@ -155,15 +174,8 @@ void OrvaneServer::registerCallbacks(RETURN_CODE_TYPE::Value& code)
     receive(m_halvexPNTTS, m_halvexPNTId, &OrvaneServer::cbHalvexPNT);
     receive(m_assuranceStateTS, m_assuranceStateId, &OrvaneServer::cbAssuranceState);
 
-    std::ostringstream text;
-    text << "Error from Register_Callback or Register_Sender calls:\n";
-    bool isComplete = true;
-    for (const auto& registration : registrations) {
-        text << registration.label << registration.result << '\n';
-        isComplete = isComplete && registration.result == RETURN_CODE_TYPE::NO_ERROR;
-    }
-    if (isComplete) return;
-    std::cout << text.str() << std::flush;
+    if (isComplete(registrations)) return;
+    print(registrations);
     code = RETURN_CODE_TYPE::INVALID_CONFIG;
 }
 

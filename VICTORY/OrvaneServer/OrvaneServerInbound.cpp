@@ -10,7 +10,6 @@
 #include "utilities/Shielded.h"
 #include "utilities/StringUtils.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <span>
@@ -25,7 +24,7 @@ constexpr std::uint16_t kWarningMessage = 5044;
 constexpr std::uint16_t kStatusMessage = 8504;
 constexpr std::uint16_t kThreatMessage = 15051;
 constexpr aspn2_msgs::idl::command_response_type_enum kCommand{0};
-constexpr int kEnoughMeasurements = 2;
+constexpr std::uint8_t kAnySource = 0;
 constexpr unsigned long kSilentPeriodMs = 4294967295UL;
 
 /// How a handler reports what it throws. The names that are not its own are deliberate: the unit's log is searched for
@@ -82,9 +81,15 @@ std::string nameOf(std::uint8_t server)
     return name == "INVALID_SERVER_ID" ? "(unknown ID " + std::to_string(server) + ")" : name;
 }
 
+template <class Message>
+std::uint8_t sourceOf(const Message& message)
+{
+    return serverOf(message.header().device_id());
+}
+
 bool accepts(std::uint8_t configured, std::uint8_t source)
 {
-    return configured == 0 || configured == source;
+    return configured == kAnySource || configured == source;
 }
 
 /// The frame that a record holds; empty if its length is not to be believed, or has no room for an id.
@@ -108,79 +113,64 @@ void OrvaneServer::printProcessing(const char* handler, const char* text, std::u
     printLine(std::cout, m_serverName, ": ", handler, text, nameOf(source), ", server ID = ", unsigned{source});
 }
 
+template <class Message>
+bool OrvaneServer::storeLatest(const Message& message, std::uint8_t wantedSource, Message OrvaneServer::*latest,
+                               bool OrvaneServer::*isNew)
+{
+    if (!isRunning() || !accepts(wantedSource, sourceOf(message))) return false;
+    const MutexLock lock(m_navDataMutex);
+    this->*isNew = true;
+    this->*latest = message;
+    return true;
+}
+
 void OrvaneServer::cbPVA(const PositionVelocityAttitude& message)
 {
     handle(kPVA, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_pvaSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasPVA = true;
-            m_pva = message;
-        }
-        printProcessing(kPVA.name, " : Processing Position Velocity Attitude message received from ", source);
+        if (!storeLatest(message, m_pvaSourceServerId, &OrvaneServer::m_pva, &OrvaneServer::m_hasPVA)) return;
+        printProcessing(kPVA.name, " : Processing Position Velocity Attitude message received from ",
+                        sourceOf(message));
     });
 }
 
 void OrvaneServer::cbUTCTime(const UTCTime& message)
 {
     handle(kUTCTime, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_utcSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasUTCTime = true;
-            m_utcTime = message;
-        }
+        if (!storeLatest(message, m_utcSourceServerId, &OrvaneServer::m_utcTime, &OrvaneServer::m_hasUTCTime)) return;
         {
             const MutexLock lock(m_timeMutex);
             m_gpsSeconds = message.gps_tow_sec() + message.gps_tow_nsec() * 1e-9;
             m_latestTime = message;
         }
-        printProcessing(kUTCTime.name, " : Processing UTC Time message received from ", source);
+        printProcessing(kUTCTime.name, " : Processing UTC Time message received from ", sourceOf(message));
     });
 }
 
 void OrvaneServer::cbHalvexPNT(const HalvexPNT& message)
 {
     handle(kHalvexPNT, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_fusionPNTSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasFusionPNT = true;
-            m_fusionPNT = message;
-        }
-        printProcessing(kHalvexPNT.name, " : Processing HalvexPNT message received from ", source);
+        if (!storeLatest(message, m_fusionPNTSourceServerId, &OrvaneServer::m_fusionPNT, &OrvaneServer::m_hasFusionPNT))
+            return;
+        printProcessing(kHalvexPNT.name, " : Processing HalvexPNT message received from ", sourceOf(message));
     });
 }
 
 void OrvaneServer::cbMeasurementIncorporationStatus(const MeasurementIncorporationStatus& message)
 {
     handle(kMIS, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
-        if (!isRunning() || !accepts(m_misSourceServerId, source)) return;
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasMIS = true;
-            m_mis = message;
-        }
+        if (!storeLatest(message, m_misSourceServerId, &OrvaneServer::m_mis, &OrvaneServer::m_hasMIS)) return;
         storeGpsAvailability(message);
-        printProcessing(kMIS.name, " : Processing MeasurementIncorporationStatus message received from ", source);
+        printProcessing(kMIS.name, " : Processing MeasurementIncorporationStatus message received from ",
+                        sourceOf(message));
     });
 }
 
 void OrvaneServer::cbAssuranceState(const AssuranceState& message)
 {
     handle(kAssuranceState, m_serverName, [&] {
-        if (!isRunning()) return;  // every source is taken
-        {
-            const MutexLock lock(m_navDataMutex);
-            m_hasAssuranceState = true;
-            m_assuranceState = message;
-        }
-        printProcessing(kAssuranceState.name, " : Processing AssuranceState message received from ",
-                        serverOf(message.header().device_id()));
+        if (!storeLatest(message, kAnySource, &OrvaneServer::m_assuranceState, &OrvaneServer::m_hasAssuranceState))
+            return;
+        printProcessing(kAssuranceState.name, " : Processing AssuranceState message received from ", sourceOf(message));
     });
 }
 
@@ -189,21 +179,22 @@ void OrvaneServer::storeGpsAvailability(const MeasurementIncorporationStatus& me
     std::int64_t sum = 0;
     for (const auto& entry : message.meas_types())
         if (entry.meas_set_id() == 1 || entry.meas_set_id() == 2) sum += entry.meas_avail();
-    m_gpsAvailRing[m_gpsAvailIndex] = saturate<std::int32_t>(static_cast<double>(sum));
-    m_gpsAvailIndex = (m_gpsAvailIndex + 1) % static_cast<std::uint32_t>(m_gpsAvailRing.size());
-
-    const auto enough = [](std::int32_t count) { return count >= kEnoughMeasurements; };
     const auto queue = [this](std::uint32_t id) {
         VapntcWarningMessage warning = {};
         warning.warningId = id;
         appendWarningToList(warning);
     };
-    if (std::none_of(m_gpsAvailRing.begin(), m_gpsAvailRing.end(), enough) && !m_gpsLost) {
+    switch (m_gpsAvailRing.store(saturate<std::int32_t>(static_cast<double>(sum)), m_gpsLost)) {
+    case GpsAvailability::Change::None:
+        break;
+    case GpsAvailability::Change::Lost:
         queue(VAPNTC_WARNING_GPS_MEASUREMENTS_LOST);
         m_gpsLost = true;
-    } else if (std::all_of(m_gpsAvailRing.begin(), m_gpsAvailRing.end(), enough) && m_gpsLost) {
+        break;
+    case GpsAvailability::Change::Back:
         queue(VAPNTC_WARNING_GPS_MEASUREMENTS_BACK);
         m_gpsLost = false;
+        break;
     }
 }
 
@@ -217,7 +208,7 @@ void OrvaneServer::printProcessed(const char* handler, unsigned messageId, const
 void OrvaneServer::cbZentorGssip(const GSSIP& message)
 {
     handle(kZentorGssip, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
+        const auto source = sourceOf(message);
         if (!isRunning() || !m_gssipSourceServers.contains(source)) return;
         const auto frame = frameOf(message);
         if (frame.empty()) return;
@@ -242,7 +233,7 @@ void OrvaneServer::cbZentorGssip(const GSSIP& message)
 void OrvaneServer::cbHxGssip(const GSSIP& message)
 {
     handle(kHxGssip, m_serverName, [&] {
-        const auto source = serverOf(message.header().device_id());
+        const auto source = sourceOf(message);
         if (!isRunning() || !m_gssipSourceServers.contains(source)) return;
         const auto frame = frameOf(message);
         if (frame.empty() || messageIdOf(frame) != kThreatMessage) return;
@@ -275,7 +266,7 @@ void OrvaneServer::cbRsp(const CommandResponse& response)
     handle(kRsp, m_serverName, [&] {
         if (m_state == ReportedState::STOPPED) return;
         const std::string& text = response.command_response();
-        const auto source = serverOf(response.header().device_id());
+        const auto source = sourceOf(response);
         const auto commanded = serverOf(response.commanded_device_id());
         const auto fields = StringUtils::split(text, ',');
         if (!fields.empty() && fields.front() == "PARTNUMBERS")

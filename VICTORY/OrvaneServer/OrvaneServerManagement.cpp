@@ -14,18 +14,14 @@
 
 namespace {
 
+using StringUtils::copyText;
+
 constexpr const char* partNumberIncompleteText = " - Collecting system information. Please wait and retry...";
 constexpr int kConfigurationWaitSeconds = 12;
 
 /// Numbers of the library's list of outputs.
 constexpr std::int32_t kOutputs[] = {0, 1, 2, 3, 5};
 constexpr std::int32_t kAllOutputs[] = {0, 1, 2, 4, 6, 3, 5};
-
-template <std::size_t size>
-void copyText(char (&field)[size], const std::string& text)
-{
-    StringUtils::strncpy_prot(field, text.c_str(), size);
-}
 
 VapntcSensor sensorOf(const OrvaneBitResults::SensorServer& server)
 {
@@ -126,25 +122,7 @@ void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsServic
                                       "cbTellSystemConfigurationCallback, callbackData parameter");
                 return;
             }
-            auto& server = *static_cast<OrvaneServer*>(context);
-            if (!server.m_victoryStarted) {
-                Reports::sendAndPrint(EventTypes::EVENT_FAULT,
-                                      server.m_serverName +
-                                          " : Cannot request part numbers while APNT service is not running!");
-                return;
-            }
-            if (server.m_debug) {
-                Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
-                                      server.m_serverName +
-                                          " : VICTORY APNT Configuration / Part number request received.");
-            }
-            // The configuration is told as it is collected, so there is nothing to tell here.
-            if (server.waitForPartNumberResponses(kConfigurationWaitSeconds)) return;
-            Reports::sendAndPrint(EventTypes::EVENT_FAULT,
-                                  server.m_serverName +
-                                      " : Warning! Complete set of part numbers was not available for APNT "
-                                      "Configuration after " +
-                                      std::to_string(kConfigurationWaitSeconds) + " seconds.");
+            static_cast<OrvaneServer*>(context)->awaitSystemConfiguration();
         },
         [&](const char* what) {
             Reports::sendEvent(
@@ -155,4 +133,22 @@ void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsServic
                           what
                     : std::string("OrvaneServer: Unknown c++ exception occurred in cbTellSystemConfigurationCallback"));
         });
+}
+
+void OrvaneServer::awaitSystemConfiguration()
+{
+    if (!m_victoryStarted) {
+        Reports::sendAndPrint(EventTypes::EVENT_FAULT,
+                              m_serverName + " : Cannot request part numbers while APNT service is not running!");
+        return;
+    }
+    if (m_debug)
+        Reports::sendAndPrint(EventTypes::EVENT_INFORMATION,
+                              m_serverName + " : VICTORY APNT Configuration / Part number request received.");
+    // The configuration is told as it is collected, so there is nothing to tell here.
+    if (waitForPartNumberResponses(kConfigurationWaitSeconds)) return;
+    Reports::sendAndPrint(
+        EventTypes::EVENT_FAULT,
+        m_serverName + " : Warning! Complete set of part numbers was not available for APNT Configuration after " +
+            std::to_string(kConfigurationWaitSeconds) + " seconds.");
 }

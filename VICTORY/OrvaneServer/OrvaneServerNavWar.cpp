@@ -8,12 +8,6 @@
 #include <iostream>
 #include <tuple>
 
-namespace {
-
-constexpr std::size_t kMostThreats = VAPNTC_MAX_ROWS;
-
-}  // namespace
-
 void OrvaneServer::attemptNavWarSaProcessing()
 {
     shielded(
@@ -26,15 +20,7 @@ void OrvaneServer::attemptNavWarSaProcessing()
             encodeVictoryNavWarSA();
             m_threatReportWaits = false;
         },
-        [this](const char* what) {
-            // These texts name another operation, deliberately: they are what the unit's log is searched for.
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), "attemptBlendedNavigationProcessing",
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
 }
 
 bool OrvaneServer::encodeVictoryNavWarSA()
@@ -71,8 +57,7 @@ bool OrvaneServer::encodeVictoryNavWarSA()
 void OrvaneServer::appendThreatToList(const VapntcNavWarSaThreat& threat)
 {
     const MutexLock lock(m_threatListMutex);
-    m_threats.push_back(threat);
-    while (m_threats.size() > kMostThreats) m_threats.pop_front();
+    m_threats.append(threat);
 }
 
 void OrvaneServer::cbTellNavWarSaCallback(void* context, VapntsService* service) noexcept
@@ -81,8 +66,7 @@ void OrvaneServer::cbTellNavWarSaCallback(void* context, VapntsService* service)
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction,
-                                   "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter");
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             static_cast<OrvaneServer*>(context)->tellNavWarSa(service);
@@ -102,7 +86,7 @@ void OrvaneServer::tellNavWarSa(VapntsService* service)
     if (m_debug && !m_threats.empty())
         printLine(std::cout, m_serverName, " : sending NavWarSa data to VDB. Number of threats: ", m_threats.size());
     record.threatsPresent = !m_threats.empty();
-    for (const auto& threat : m_threats) record.threats[record.threatCount++] = threat;  // the list holds no more
+    m_threats.copyTo(record.threats, record.threatCount);
     m_threats.clear();
     if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record);
 }

@@ -16,6 +16,7 @@
 
 namespace {
 
+using StringUtils::copyText;
 using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds kLongestWait = 9'999'999'999ns;
@@ -28,12 +29,6 @@ std::string hexText(std::uint8_t id)
     std::ostringstream text;
     text << std::hex << std::showbase << std::setfill('0') << std::setw(2) << unsigned{id};
     return text.str();
-}
-
-template <std::size_t size>
-void copyText(char (&field)[size], const std::string& text)
-{
-    StringUtils::strncpy_prot(field, text.c_str(), size);
 }
 
 /// A field that may lack its terminator, as a text.

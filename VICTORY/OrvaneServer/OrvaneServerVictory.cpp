@@ -17,7 +17,6 @@ namespace {
 
 constexpr double kPublicationRate = 1.0;
 constexpr unsigned long kShortestPeriodMs = 1000;
-constexpr const char* kNoInstance = "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
 
 }  // namespace
 
@@ -57,13 +56,7 @@ bool OrvaneServer::startService(const char* vclText)
     initWarningIdEncoder();
     const bool bitReady = m_bitResults.Initialize("Halvex", saturate<std::int32_t>(m_BITtimeoutSeconds), m_debug);
 
-    bool hasTexts = VictoryLibrary::readTextFile(m_victoryConfigurationFile, m_victoryConfigurationText).isSuccess();
-    if (!vclText) {
-        hasTexts = VictoryLibrary::readTextFile(m_vclFile, m_vclText).isSuccess() && hasTexts;
-        vclText = m_vclText.data();
-    }
-    VapntsService* service = nullptr;
-    if (hasTexts) m_service = service = VictoryLibrary::newService(m_victoryConfigurationText.data(), vclText);
+    VapntsService* const service = makeService(vclText);
     if (!service) {
         Reports::sendFault("InitializeVictory", m_serverName + " Error reading VICTORY APNT configuration file.");
         return false;
@@ -86,6 +79,19 @@ bool OrvaneServer::startService(const char* vclText)
     ++m_victoryGeneration;
     m_victoryStarted = true;
     return bitReady;
+}
+
+VapntsService* OrvaneServer::makeService(const char* vclText)
+{
+    bool hasTexts = VictoryLibrary::readTextFile(m_victoryConfigurationFile, m_victoryConfigurationText).isSuccess();
+    if (!vclText) {
+        hasTexts = VictoryLibrary::readTextFile(m_vclFile, m_vclText).isSuccess() && hasTexts;
+        vclText = m_vclText.data();
+    }
+    if (!hasTexts) return nullptr;
+    VapntsService* const service = VictoryLibrary::newService(m_victoryConfigurationText.data(), vclText);
+    m_service = service;
+    return service;
 }
 
 void OrvaneServer::discardService()
@@ -176,7 +182,7 @@ int OrvaneServer::cbSaveVclidCallback(void* context, VapntsService*, const char*
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction, kNoInstance);
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             auto& server = *static_cast<OrvaneServer*>(context);

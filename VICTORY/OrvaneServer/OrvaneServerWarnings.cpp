@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr std::size_t kMostWarnings = VAPNTC_MAX_ROWS;
-
 /// Receiver numbers `first` to `last` have the ids from `id` on.
 struct WarningIdRange {
     unsigned short first;
@@ -122,19 +120,10 @@ bool OrvaneServer::appendWarningToList(const VapntcWarningMessage& warning)
                           ": Sending VDB APNT warning message ID ", warning.warningId,
                           ", custom message: ", warning.customText);
             const MutexLock lock(m_warningListMutex);
-            m_warnings.push_back(warning);
-            while (m_warnings.size() > kMostWarnings) m_warnings.pop_front();
+            m_warnings.append(warning);
             appended = true;
         },
-        [&](const char* what) {
-            // These texts name another operation, deliberately: they are what the unit's log is searched for.
-            const std::string text =
-                m_serverName + (what ? std::string(": An exception occurred. Details: ") + what
-                                     : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
-            Reports::sendEvent(EventTypes::EVENT_FAULT, text);
-            printLine(std::cout, Reports::location(), "attemptBlendedNavigationProcessing",
-                      what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
-        });
+        [this](const char* what) { Reports::sendJoinException(m_serverName, what); });
     return appended;
 }
 
@@ -144,8 +133,7 @@ void OrvaneServer::cbTellWarningMessagesCallback(void* context, VapntsService* s
     shielded(
         [&] {
             if (!context) {
-                Reports::sendFault(kFunction,
-                                   "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter");
+                Reports::sendFault(kFunction, Reports::kNoInstance);
                 return;
             }
             static_cast<OrvaneServer*>(context)->tellWarningMessages(service);
@@ -168,6 +156,6 @@ void OrvaneServer::tellWarningMessages(VapntsService* service)
     }
     // The list stays: every warning is told again, until newer ones have pushed it out.
     const MutexLock lock(m_warningListMutex);
-    for (const auto& warning : m_warnings) record.warnings[record.warningCount++] = warning;  // it holds no more
+    m_warnings.copyTo(record.warnings, record.warningCount);
     if (!m_tellDisabled) std::ignore = VictoryLibrary::tell(service, record);
 }

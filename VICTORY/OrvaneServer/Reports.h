@@ -11,6 +11,10 @@
 /// where it is left out.
 namespace Reports {
 
+/// What a call-back of the bus library says that was given no context.
+inline constexpr const char* kNoInstance =
+    "OrvaneServer: instance pointer was not found in VICTORY callbackData parameter";
+
 /// Whether a line is wanted.
 enum class Console { Print, Omit };
 
@@ -50,6 +54,19 @@ inline void sendCallbackException(const char* function, const char* what, const 
               what ? std::string("OrvaneServer: An exception occurred. Details: ") + what
                    : std::string("OrvaneServer: Unknown c++ exception occurred"),
               Console::Print, file, line);
+}
+
+/// Reports what the join of the inputs throws, as `sendCallbackException` does. What queues threats and warnings reports
+/// in the same words, deliberately: the name of the join is what the unit's log is searched for.
+inline void sendJoinException(const std::string& serverName, const char* what, const char* file = __builtin_FILE(),
+                              int line = __builtin_LINE())
+{
+    const std::string text =
+        serverName + (what ? std::string(": An exception occurred. Details: ") + what
+                           : std::string(": Unknown c++ exception in attemptBlendedNavigationProcessing"));
+    sendEvent(EventTypes::EVENT_FAULT, text, file, line);
+    printLine(std::cout, location(line), "attemptBlendedNavigationProcessing",
+              what ? " : An exception occurred in attemptBlendedNavigationProcessing. Details: " : " : ", text);
 }
 
 }  // namespace Reports

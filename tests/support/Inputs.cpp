@@ -1,6 +1,7 @@
 #include "tests/support/Inputs.h"
 
 #include "ioss_mcsq/GssipTopicSerializer.h"
+#include "tests/support/FrameBytes.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -25,17 +26,13 @@ void sendFrame(const Desk& desk, unsigned queue, aspn2_msgs::idl::GSSIP record, 
 
 void sendReport(const Desk& desk, const aspn2_msgs::idl::GSSIP& record, const unpacked_msg8504_t& report)
 {
-    struct Sink : IWriteByteStreams {
-        void write(const std::uint8_t* from, std::size_t length) override { bytes.assign(from, from + length); }
-        std::vector<std::uint8_t> bytes;
-    };
     ZentorM_8504_Msg message;
     message.unpacked() = report;
     message.pack_8504();
-    Sink frame;
+    FrameBytes frame;
     message.WriteMessage(&frame);
 
-    sendFrame(desk, 5, record, frame.bytes);
+    sendFrame(desk, 5, record, frame.data);
 }
 
 Inputs::Inputs(const Desk& desk) : m_desk(desk)

@@ -104,6 +104,15 @@ TEST(StringUtilsTest, CopyOfOneByteIsTheTerminator)
     EXPECT_EQ(buffer[1], '#');
 }
 
+TEST(StringUtilsTest, FieldKeepsRoomForTheTerminatorAndNothingOfBefore)
+{
+    char field[6] = {'#', '#', '#', '#', '#', '#'};
+    copyText(field, "abcdefg");
+    EXPECT_STREQ(field, "abcde");
+    copyText(field, "xy");
+    EXPECT_EQ(std::string(field, sizeof field), std::string("xy\0\0\0\0", 6));
+}
+
 TEST(StringUtilsTest, ChunksAreOfOneSizeButTheLast)
 {
     struct Row {

@@ -20,6 +20,8 @@
 
 namespace {
 
+using StringUtils::copyText;
+
 constexpr std::int32_t kCommandedTestTopicId = 1;
 
 /// Sends a health event from where it stands, and prints its text.
@@ -34,11 +36,6 @@ void reportException(const char* details)
     report(EventTypes::EVENT_FAULT, details
                                         ? std::string("OrvaneBitResults: An exception occurred. Details: ") + details
                                         : "OrvaneBitResults: Unknown c++ exception occurred");
-}
-
-void copyText(char (&field)[VAPNTC_TEXT_SIZE], const std::string& text)
-{
-    StringUtils::strncpy_prot(field, text.c_str(), sizeof field);
 }
 
 /// How many ids a request holds, whatever its count says.

@@ -2,6 +2,7 @@
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 
 #include <atomic>
@@ -25,12 +26,6 @@ namespace {
 
 constexpr const char* kTell = "vapntsTellBlendedNavigationData";
 constexpr std::int32_t kReceiver = 39 << 16;
-
-class FrameBytes : public IWriteByteStreams {
-public:
-    void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
-    std::vector<std::uint8_t> data;
-};
 
 /// The bus runs; all inputs but for what a test says are valid at 1000 s.
 struct BlendedServerTest : testing::Test {

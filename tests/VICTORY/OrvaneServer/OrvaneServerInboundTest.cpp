@@ -7,6 +7,7 @@
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
@@ -40,12 +41,6 @@ Message from(std::uint8_t server, std::uint8_t topic = 0)
     message.header().device_id(static_cast<std::int32_t>(0x01000000U | std::uint32_t{server} << 16 | topic));
     return message;
 }
-
-class FrameBytes : public IWriteByteStreams {
-public:
-    void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
-    std::vector<std::uint8_t> data;
-};
 
 GSSIP recordOf(GssipMessage& frame, std::uint8_t server = 39)
 {

@@ -2,6 +2,7 @@
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/OpenServer.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "utilities/COutputRedirector.h"
 #include "utilities/SharedMutex.h"
@@ -843,10 +844,7 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
     server.run();
     server.InitializeVictory(nullptr);
 
-    struct FrameBytes : IWriteByteStreams {
-        void write(const std::uint8_t* bytes, std::size_t length) override { data.assign(bytes, bytes + length); }
-        std::vector<std::uint8_t> data;
-    } frame;
+    FrameBytes frame;
     ZentorM_8504_Msg status;
     status.WriteMessage(&frame);
     aspn2_msgs::idl::GSSIP record;

@@ -1,0 +1,62 @@
+#include "VICTORY/OrvaneServer/PublicationList.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using testing::ElementsAre;
+
+namespace {
+
+using List = PublicationList<int, 3>;
+
+List listOf(const std::vector<int>& elements)
+{
+    List list;
+    for (const int element : elements) list.append(element);
+    return list;
+}
+
+std::vector<int> contentOf(const List& list)
+{
+    return {list.begin(), list.end()};
+}
+
+}  // namespace
+
+TEST(PublicationListTest, ElementsStandOldestFirst)
+{
+    const auto list = listOf({5, 4, 6});
+    EXPECT_THAT(contentOf(list), ElementsAre(5, 4, 6));
+    EXPECT_EQ(list.size(), 3U);
+}
+
+TEST(PublicationListTest, AppendBeyondTheLimitDropsTheOldest)
+{
+    auto list = listOf({1, 2, 3, 4});
+    EXPECT_THAT(contentOf(list), ElementsAre(2, 3, 4));
+    list.append(5);
+    EXPECT_THAT(contentOf(list), ElementsAre(3, 4, 5));
+}
+
+TEST(PublicationListTest, CopyFillsTheFirstRowsAndLeavesTheList)
+{
+    const auto list = listOf({7, 8});
+    int rows[3] = {-1, -1, -1};
+    unsigned count = 9;
+    list.copyTo(rows, count);
+    EXPECT_THAT(rows, ElementsAre(7, 8, -1));
+    EXPECT_EQ(count, 2U);
+    EXPECT_THAT(contentOf(list), ElementsAre(7, 8));
+}
+
+TEST(PublicationListTest, ClearedListIsEmptyAndTakesAsManyAsBefore)
+{
+    auto list = listOf({1, 2, 3});
+    EXPECT_FALSE(list.empty());
+    list.clear();
+    EXPECT_TRUE(list.empty());
+    for (const int element : {4, 5, 6}) list.append(element);
+    EXPECT_THAT(contentOf(list), ElementsAre(4, 5, 6));
+}

@@ -237,8 +237,11 @@ TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
 {
     ASSERT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
     const Listener<aspn2_msgs::idl::EventLog> listener(server, "EventLog");
-    EXPECT_THAT(listener.first().eventlog(),
-                MatchesRegex("//aspn://Sarvent/OrvaneServer:[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+    const std::string line = listener.first().eventlog();
+    const std::string front = "//aspn://Sarvent/OrvaneServer:";
+    EXPECT_THAT(line, MatchesRegex(front + "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+    ASSERT_EQ(line.size(), front.size() + 21);
+    EXPECT_THAT(readFile(ORVANE_BUILD_TIME_SOURCE), HasSubstr('"' + line.substr(front.size(), 20) + '"'));
 }
 
 // Configuration events alone are repeated, and they alone are taken by a queue that is full.

@@ -524,6 +524,22 @@ TEST_F(ConnectTest, AServerThatIsNotDisconnectedLetsGoOfThePlatformAllTheSame)
     health.DoneHealthReporter();
 }
 
+TEST_F(ConnectTest, AServerThatHasNotStartedThePlatformLeavesItAlone)
+{
+    OneConnection<aspn2_msgs::idl::MaintenanceEvent> log("MaintenanceEvent", "Log");
+    log.registerSender();
+    auto& reporter = PCSMaintReporter::Instance();
+    const auto tryInit = [&] {
+        return errorOf([&] { reporter.InitMaintReporter("unit", {3, 52}, log.front(), log.id()); });
+    };
+    ASSERT_EQ(tryInit(), "nothing");
+    {
+        const OpenServer other(sensorFile);
+    }
+    EXPECT_EQ(tryInit(), "InitMaintReporter(unit) called on an already initialized PCSMaintReporter.");
+    reporter.DoneMaintReporter();
+}
+
 // What goes out over a real transport.
 
 TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)

@@ -10,6 +10,7 @@
 #include <vector>
 
 using Ending = ChildProcess::Ending;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
 using ::testing::StartsWith;
@@ -57,6 +58,19 @@ TEST_F(EventsTest, TheFirstEventsAreShownInOrderWithTheRegistersTime)
                             front + "2  INFORMATION  OrvaneServer started successfully.",
                             MatchesRegex("orvanectl: 3 records in .* s, 0 gaps with 0 missing, 0 back, 0 lost")));
     EXPECT_EQ(echo.errors(), "");
+}
+
+TEST_F(EventsTest, RecordsOfTheMaintenanceLogAreShownBesides)
+{
+    desk.run();
+    ASSERT_TRUE(awaitLines(3)) << echo.output() << echo.errors();
+    Bus bus;
+    const std::string fault = "SOAP 1.2 fault SOAP-ENV:Sender";
+    ASSERT_TRUE(bus.request({{"request", "print"}, {"text", fault}, {"newline", false}}).at("ok"));
+    ASSERT_TRUE(eventually([&] { return echo.output().find("  fault_sources 1/1") != std::string::npos; }))
+        << echo.output() << echo.errors();
+    EXPECT_THAT(lines(), Contains(MatchesRegex("MaintenanceEvent  .*  OrvaneServer .52.  #0  OrvaneServer  "
+                                               "SOAP:SOAP 1.2 fault SOAP-ENV:Sender  criticality_id 3 .*")));
 }
 
 TEST_F(EventsSystemTest, FirstEventsTellWhatTheServiceIsAndThatItRuns)

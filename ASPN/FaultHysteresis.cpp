@@ -47,17 +47,18 @@ std::string FaultHysteresis::Check(std::int32_t& type, const char* file, int lin
     located.append(name).append("[").append(lineText).append("]:").append(text);
     if (type != 3) return located;
 
-    fault_entry entry;
+    std::string key;
+    key.reserve(path.size() + lineText.size());
+    key.append(path).append(lineText);
+    fault_entry oldest;  // gives its memory back behind the lock
     const MutexLock lock(m_mutex);
     const Clock::time_point now = m_now();
     serviceLocked(now);
     if (!m_entries.empty() && m_entries.size() >= static_cast<std::size_t>(m_limit)) {
-        entry = std::move(m_entries.front());  // whose memory the new one takes over
+        oldest = std::move(m_entries.front());
         m_entries.pop_front();
     }
-    entry.key.assign(path).append(lineText);
-    entry.time = now;
-    m_entries.push_back(std::move(entry));
+    m_entries.push_back({std::move(key), now});
     type = hysteresisLocked(type, m_entries.back().key);
     return located;
 }

@@ -51,8 +51,8 @@ enum eEventType : std::int32_t {
 ///
 ///     constructed -- InitHealthReporter --> publishing -- DoneHealthReporter --> constructed
 ///
-/// Any thread may send, at any time; no such call blocks or fails. `InitHealthReporter` and `DoneHealthReporter` are for
-/// one thread at a time.
+/// Any thread may send, at any time; no such call waits, and it throws `std::bad_alloc` at worst. `InitHealthReporter`
+/// and `DoneHealthReporter` are for one thread at a time.
 class HealthReporter {
 public:
     using eEventType = EventTypes::eEventType;
@@ -107,7 +107,8 @@ public:
     /// As `SendConfigEvent`, in place of the text of an earlier `hash`; gives the new text's hash.
     std::size_t ReplaceConfigEvent(const std::string& text, std::size_t hash);
 
-    /// What waits to be published.
+    /// What waits to be published. Only a reporter without a publisher may be emptied by it: what is taken is not
+    /// published.
     ASPN2::EventQueue& queue() { return m_queue; }
 
 private:

@@ -9,10 +9,8 @@
 #include "utilities/StringUtils.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iostream>
 #include <stdexcept>
-#include <string_view>
 
 using FACE::RETURN_CODE_TYPE;
 
@@ -172,6 +170,16 @@ std::chrono::nanoseconds PCSMaintReporter::GetTime() const
     return std::chrono::nanoseconds(wrappingDifference(nanosecondsOf(m_now()), m_timeOffset));
 }
 
+PCSMaintReporter::Particulars PCSMaintReporter::particularsOf(eCrit criticality, eOutcome outcome,
+                                                              std::uint8_t location, eCat category, eLru lru1,
+                                                              eCmpo comp1, eLru lru2, eCmpo comp2, eLru lru3,
+                                                              eCmpo comp3, eLru lru4, eCmpo comp4,
+                                                              std::int32_t repeatSeconds)
+{
+    return {criticality,  outcome, location, category, {{{lru1, comp1}, {lru2, comp2}, {lru3, comp3}, {lru4, comp4}}},
+            repeatSeconds};
+}
+
 void PCSMaintReporter::sendMaintenanceEvent(const std::string& description, const std::string& identity,
                                             eCrit criticality, eOutcome outcome, std::uint8_t location, eCat category,
                                             eLru lru1, eCmpo comp1, eLru lru2, eCmpo comp2, eLru lru3, eCmpo comp3,
@@ -179,12 +187,8 @@ void PCSMaintReporter::sendMaintenanceEvent(const std::string& description, cons
 {
     MaintenanceEvent record;
     buildMaintenanceEvent(record, description, identity,
-                          {criticality,
-                           outcome,
-                           location,
-                           category,
-                           {{{lru1, comp1}, {lru2, comp2}, {lru3, comp3}, {lru4, comp4}}},
-                           repeatSeconds});
+                          particularsOf(criticality, outcome, location, category, lru1, comp1, lru2, comp2, lru3, comp3,
+                                        lru4, comp4, repeatSeconds));
     publishMaintenanceEvent(record);
 }
 
@@ -197,12 +201,9 @@ void PCSMaintReporter::sendLongDescriptionMultiMaintenanceEvent(const std::strin
 {
     std::vector<MaintenanceEvent> records;
     buildMultiMaintenanceEventVectorFromLongDescription(description, identity,
-                                                        {criticality,
-                                                         outcome,
-                                                         location,
-                                                         category,
-                                                         {{{lru1, comp1}, {lru2, comp2}, {lru3, comp3}, {lru4, comp4}}},
-                                                         repeatSeconds},
+                                                        particularsOf(criticality, outcome, location, category, lru1,
+                                                                      comp1, lru2, comp2, lru3, comp3, lru4, comp4,
+                                                                      repeatSeconds),
                                                         records, prefix);
     for (MaintenanceEvent& record : records) {
         printFrom(__LINE__, __func__, ": Sending maintenance event: ", record.description().data());

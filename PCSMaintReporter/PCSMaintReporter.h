@@ -78,20 +78,6 @@ public:
     using MaintenanceEvent = aspn2_msgs::idl::MaintenanceEvent;
     using Transport = FACE::TSS::Details::HX_TypedTS<MaintenanceEvent>;
 
-    /// What a record says besides its two texts.
-    struct Particulars {
-        struct FaultSource {
-            eLru lru;
-            eCmpo component;
-        };
-        eCrit criticality;
-        eOutcome outcome;
-        std::uint8_t location;
-        eCat category;
-        std::array<FaultSource, 4> faultSources;
-        std::int32_t repeatSeconds;
-    };
-
     /// One for the process, never destroyed: threads may send until the very end.
     static PCSMaintReporter& Instance();
 
@@ -147,6 +133,23 @@ public:
 private:
     class Publication;
 
+    /// What a record says besides its two texts.
+    struct Particulars {
+        struct FaultSource {
+            eLru lru;
+            eCmpo component;
+        };
+        eCrit criticality;
+        eOutcome outcome;
+        std::uint8_t location;
+        eCat category;
+        std::array<FaultSource, 4> faultSources;
+        std::int32_t repeatSeconds;
+    };
+
+    static Particulars particularsOf(eCrit criticality, eOutcome outcome, std::uint8_t location, eCat category,
+                                     eLru lru1, eCmpo comp1, eLru lru2, eCmpo comp2, eLru lru3, eCmpo comp3, eLru lru4,
+                                     eCmpo comp4, std::int32_t repeatSeconds);
     static void buildMaintenanceEvent(MaintenanceEvent& record, const std::string& description,
                                       const std::string& identity, const Particulars& particulars);
     static void buildMultiMaintenanceEventVectorFromLongDescription(const std::string& description,

@@ -307,9 +307,6 @@ protected:
     std::map<std::string, bool> m_partNumberResponses GUARDED_BY(m_apntConfigurationMutex);
     VapntcSystemConfiguration m_systemConfiguration GUARDED_BY(m_apntConfigurationMutex) = {};
     bool m_allOutputs = false;  // nothing sets it; selects the longer list of outputs
-    Mutex m_partNumberMutex;
-    std::condition_variable_any m_partNumbersArrived;
-    std::atomic<bool> m_partNumbersComplete = false;  // set under m_partNumberMutex
 
     // The bus library's service. Whoever calls it from outside its own call-backs does so through `whileStarted`.
     Mutex m_lifeCycleMutex;  // never in a call-back of the library: the end of the service waits for those
@@ -332,6 +329,11 @@ protected:
     ClearDataCommand m_clearDataCommand;
     VictoryFaultHelper m_victoryFaultHelper;    // worker thread only, once that runs
     std::uint32_t m_faultHelperGeneration = 0;  // the start of the service that it knows
+
+    // The wait for part numbers goes before the commanded operations do.
+    Mutex m_partNumberMutex;
+    std::condition_variable_any m_partNumbersArrived;
+    std::atomic<bool> m_partNumbersComplete = false;  // set under m_partNumberMutex
 
     // The unit's transport.
     std::shared_ptr<FACE::TSS::HX_TSS> m_tss;

@@ -1,5 +1,4 @@
 #include "ASPN/AspnDeviceIds.h"
-#include "ASPN/AspnHelper.h"
 #include "ASPN/HealthReporter.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/EventLogPubSubTypes.h"
@@ -10,7 +9,6 @@
 #include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
-#include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,19 +16,21 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace std::chrono_literals;
 using aspn2_msgs::idl::EventLog;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 
 namespace {
@@ -402,11 +402,17 @@ TEST_F(EventPublisherDeathTest, RefusedNumbersEndTheProcessWhilePublishing)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     HealthReporter refused(hysteresis, &ASPN2::EventQueue::Clock::now, kQuick, -1);
+    refused.SendEvent("c.cpp", 1, 2, "x");
     const auto play = [&] {
-        leaveAtOnceWhenExiting();
+        on_exit(
+            [](int status, void* inbox) {
+                if (static_cast<Inbox<EventLog>*>(inbox)->waitFor(1)) std::fputs("published", stderr);
+                _exit(status);
+            },
+            &connection.inbox);
         init(refused);
     };
-    EXPECT_EXIT(play(), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n");
+    EXPECT_EXIT(play(), testing::ExitedWithCode(255), "Unable to configure the Fault Hysteresis\n(.|\n)*published");
 }
 
 TEST(FaultHysteresisConfigurationDeathTest, RefusedNumbersEndTheProcess)
@@ -435,10 +441,13 @@ TEST_F(EventPublisherTest, AnExceptionIsALineAndThePublisherGoesOn)
 {
     const ConsoleCapture output(std::cout);
     s_failures = 0;
-    HealthReporter failing(hysteresis, failingClock, kQuick);
-    init(failing);
+    HealthReporter failing(hysteresis, failingClock, {10ms, 300s, 50ms});
     failing.SendEvent("c.cpp", 1, 1, "after all");
+    connection.registerSender();
+    const auto begin = std::chrono::steady_clock::now();
+    failing.InitHealthReporter("unit", deviceIds, connection.front(), connection.id());
     ASSERT_TRUE(connection.inbox.waitFor(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);  // a pause behind each
     EXPECT_EQ(output.text(), "!!!!!! unit HealthReporter caught exception: no clock\n"
                              "!!!!!! unit HealthReporter caught UNKNOWN exception\n");
     EXPECT_THAT(arrived(), ElementsAre("0 1 after all"));

@@ -135,6 +135,13 @@ TEST(HealthReporterInstanceTest, TheMacroSendsFromWhereItStands)
 TEST(HealthReporterInstanceTest, TypesAreSharedUnderTwoNames)
 {
     static_assert(std::is_same_v<HealthReporter::eEventType, EventTypes::eEventType>);
-    EXPECT_EQ(HealthReporter::eventQPollDuration.count(), 500000000);
-    EXPECT_EQ(HealthReporter::configRepeatDuration.count(), 300000000000);
+}
+
+TEST(HealthReporterInstanceTest, PollsByHalfSecondsPausesATenthAndRepeatsByFiveMinutes)
+{
+    EXPECT_EQ(HealthReporter::eventQPollDuration.count(), 500'000'000);
+    EXPECT_EQ(HealthReporter::configRepeatDuration.count(), 300'000'000'000);
+    EXPECT_EQ(HealthReporter::kTimes.poll, std::chrono::milliseconds(500));
+    EXPECT_EQ(HealthReporter::kTimes.repeat, std::chrono::seconds(300));
+    EXPECT_EQ(HealthReporter::kTimes.pause, std::chrono::milliseconds(100));
 }

@@ -1,7 +1,6 @@
 #include "PCSMaintReporter/PCSMaintReporter.h"
 
 #include "ASPN/AspnDeviceIds.h"
-#include "ASPN/AspnHelper.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
@@ -29,9 +28,7 @@
 
 using namespace std::chrono_literals;
 using aspn2_msgs::idl::MaintenanceEvent;
-using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::UnorderedElementsAre;
 

@@ -1,26 +1,19 @@
-#include "aspn2_msgs/EventLog.h"
 #include "tests/support/Desk.h"
-#include "tests/support/Inputs.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <csignal>
 #include <future>
-#include <optional>
 #include <string>
 
-using aspn2_msgs::idl::EventLog;
 using Ending = ChildProcess::Ending;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using testing::Not;
 
 namespace {
 
-constexpr const char* kBanner = "OrvaneServer KPN: 345-1290-118B  " ORVANE_MAKERS_STATEMENT;
 constexpr const char* kNoEventSender = "InitHealthReporter(OrvaneServer) unable to register sender.";
 constexpr const char* kNoMaintenanceSender = "InitMaintReporter(OrvaneServer) unable to register sender.";
 constexpr const char* kWrongClock = "FPGA clock rate mismatch";
@@ -45,33 +38,6 @@ struct DevicesSystemTest : testing::Test {
     }
 
     Desk desk;
-};
-
-/// A service whose events this test listens to.
-struct EventsSystemTest : testing::Test {
-    EventsSystemTest()
-    {
-        desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
-        transport.emplace("/opt/halvex/config/Connections.xml", "listener");
-        events.emplace(*transport, "EventLog");
-    }
-
-    std::size_t published(const std::string& text)
-    {
-        const auto items = events->inbox().items();
-        return static_cast<std::size_t>(
-            std::ranges::count(items, text, [](const auto& item) { return item.message.eventlog(); }));
-    }
-
-    /// How often the service has said that it could not publish an information.
-    std::size_t reported(const std::string& text) const
-    {
-        return desk.count("!!!!!! OrvaneServer HealthReporter could not publish event type/info = 2/" + text + "\n");
-    }
-
-    Desk desk;
-    std::optional<Transport> transport;
-    std::optional<Subscriber<EventLog>> events;
 };
 
 }  // namespace
@@ -138,36 +104,4 @@ TEST_F(DevicesSystemTest, RegistersAreLetGoBeforeTheBusIs)
     answer.wait();
     EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
     EXPECT_GE(desk.count("VapntsService exited"), 1U);
-}
-
-TEST_F(EventsSystemTest, BannerIsSentAsItIsPrinted)
-{
-    desk.run();
-    EXPECT_TRUE(desk.awaitOutput(std::string(kBanner) + "\n"));
-    EXPECT_EQ(desk.count(std::string(kBanner) + "\n"), 1U) << desk.service().output();
-    ASSERT_TRUE(events->inbox().waitFor(2));
-    EXPECT_EQ(events->inbox().items()[1].message.eventlog(), kBanner);
-}
-
-TEST_F(EventsSystemTest, IdentityLineEndsInTheTimeOfTheBuildAndIsOnlySent)
-{
-    desk.run();
-    ASSERT_TRUE(events->inbox().waitFor(1));
-    EXPECT_THAT(events->inbox().items()[0].message.eventlog(),
-                MatchesRegex("//aspn://Sarvent/OrvaneServer:[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
-    EXPECT_EQ(desk.count("aspn://"), 0U);
-}
-
-// The publisher takes up the first of them while the topics are being ended: it may be lost on the way.
-TEST_F(EventsSystemTest, LastEventsComeOnceAtTheMostAndTheVeryLastIsReported)
-{
-    desk.run();
-    ASSERT_TRUE(events->inbox().waitFor(3));
-    desk.service().send(SIGTERM);
-    EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
-    const std::string stopped = "OrvaneServer stopped successfully.";
-    const std::string exited = "OrvaneServer : VapntsService exited";
-    EXPECT_LE(published(stopped) + reported(stopped), 1U);
-    EXPECT_EQ(published(exited), 0U);
-    EXPECT_EQ(reported(exited), 1U);
 }

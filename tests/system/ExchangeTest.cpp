@@ -1,7 +1,7 @@
 #include "aspn2_msgs/CommandResponse.h"
-#include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "tests/support/Desk.h"
+#include "tests/support/EventsSystemTest.h"
 #include "tests/support/Inputs.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -17,7 +17,6 @@
 #include <vector>
 
 using aspn2_msgs::idl::CommandResponse;
-using aspn2_msgs::idl::EventLog;
 using aspn2_msgs::idl::MaintenanceEvent;
 using Json = Bus::Json;
 using testing::ContainsRegex;
@@ -60,16 +59,8 @@ struct ExchangeSystemTest : testing::Test {
     Json configuration;
 };
 
-/// A service whose reports this test listens to, with its clock at 5.5 s.
-struct ReportSystemTest : testing::Test {
-    ReportSystemTest()
-    {
-        desk.setRegister(Desk::kSystemCount, 324'403'200);
-        desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
-        transport.emplace("/opt/halvex/config/Connections.xml", "listener");
-        events.emplace(*transport, "EventLog");
-    }
-
+/// A service whose reports this test listens to.
+struct ReportSystemTest : EventsSystemTest {
     /// Waits for an event, and tells its type. Those of faults and failures must begin with a place in the source, and
     /// no others.
     std::optional<int> typeOfEvent(const std::string& text)
@@ -91,10 +82,6 @@ struct ReportSystemTest : testing::Test {
             EXPECT_THAT(found, Not(isPlaced));
         return type;
     }
-
-    Desk desk;
-    std::optional<Transport> transport;
-    std::optional<Subscriber<EventLog>> events;
 };
 
 }  // namespace
@@ -203,45 +190,6 @@ TEST_F(ExchangeSystemTest, BuiltInTestRunsAndItsResultsAreToldAndForgotten)
     EXPECT_EQ(bus->awaitTell("clear-built-in-test-results").at("cleared"), 1);
     bus->request({{"request", "bit-clear"}, {"ids", {"0"}}});
     EXPECT_EQ(bus->awaitTell("clear-built-in-test-results").at("cleared"), 0);
-}
-
-TEST_F(ReportSystemTest, FirstEventsTellWhatTheServiceIsAndThatItRuns)
-{
-    desk.run();
-    ASSERT_TRUE(events->inbox().waitFor(3));
-    const auto items = events->inbox().items();
-    EXPECT_TRUE(items[0].message.eventlog().starts_with("//aspn://Sarvent/OrvaneServer:"));
-    EXPECT_TRUE(items[1].message.eventlog().starts_with("OrvaneServer KPN: 345-1290-118B  "));
-    EXPECT_EQ(items[2].message.eventlog(), "OrvaneServer started successfully.");
-    for (std::size_t i = 0; i < 3; ++i) {
-        const auto& header = items[i].message.header();
-        EXPECT_EQ(items[i].message.event_log_type(), 2U) << i;
-        EXPECT_EQ(header.seq_num(), static_cast<std::int64_t>(i));
-        EXPECT_EQ(header.device_id(), 0x01340100);
-    }
-}
-
-TEST_F(ReportSystemTest, EventsCarryTheSystemCountOfTheRegister)
-{
-    desk.run();
-    ASSERT_TRUE(events->inbox().waitFor(3));
-    const auto header = events->inbox().items()[2].message.header();
-    EXPECT_EQ(header.timestamp_valid().sec(), 5);
-    EXPECT_EQ(header.timestamp_valid().nsec(), 499'999'992);
-    EXPECT_EQ(header.timestamp_valid().time_code(), 100);
-    EXPECT_EQ(header.timestamp_arrival().sec(), 5);
-    EXPECT_EQ(header.timestamp_arrival().nsec(), 499'999'992);
-}
-
-TEST_F(ReportSystemTest, TenEventsASecondLeaveAtTheMost)
-{
-    desk.run();
-    Bus bus;
-    for (int i = 0; i < 12; ++i) bus.request({{"request", "clear-data"}, {"data", "invalid"}});  // an event each
-    ASSERT_TRUE(events->inbox().waitFor(10));  // which is what may wait, others are lost
-    const auto items = events->inbox().items();
-    for (std::size_t i = 1; i < items.size(); ++i)
-        EXPECT_GE(items[i].header.source_timestamp_ns - items[i - 1].header.source_timestamp_ns, 100'000'000) << i;
 }
 
 TEST_F(ReportSystemTest, SoapFaultOfTheLibraryBecomesMaintenanceRecords)

@@ -30,6 +30,13 @@
 #include <utility>
 #include <vector>
 
+namespace BuildInfo {
+
+/// What the build has written down (NotedBuildTime.cpp).
+const char* notedTime();
+
+}  // namespace BuildInfo
+
 using FACE::RETURN_CODE_TYPE;
 using testing::Contains;
 using testing::ElementsAre;
@@ -238,8 +245,10 @@ TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
 {
     ASSERT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
     const Listener<aspn2_msgs::idl::EventLog> listener(server, "EventLog");
-    EXPECT_THAT(listener.first().eventlog(),
-                MatchesRegex("//aspn://Sarvent/OrvaneServer:[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+    const std::string line = listener.first().eventlog();
+    const std::string front = "//aspn://Sarvent/OrvaneServer:";
+    EXPECT_THAT(line, MatchesRegex(front + "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z/"));
+    EXPECT_EQ(line, front + BuildInfo::notedTime() + "/");
 }
 
 // Configuration events alone are repeated, and they alone are taken by a queue that is full.
@@ -533,6 +542,22 @@ TEST_F(ConnectTest, AServerThatIsNotDisconnectedLetsGoOfThePlatformAllTheSame)
     EXPECT_EQ(FpgaFace::Instance().fpga_get_SystemCount(), 0U);
     EXPECT_EQ(errorOf([&] { health.InitHealthReporter("unit", {3, 52}, log.front(), log.id()); }), "nothing");
     health.DoneHealthReporter();
+}
+
+TEST_F(ConnectTest, AServerThatHasNotStartedThePlatformLeavesItAlone)
+{
+    OneConnection<aspn2_msgs::idl::MaintenanceEvent> log("MaintenanceEvent", "Log");
+    log.registerSender();
+    auto& reporter = PCSMaintReporter::Instance();
+    const auto tryInit = [&] {
+        return errorOf([&] { reporter.InitMaintReporter("unit", {3, 52}, log.front(), log.id()); });
+    };
+    ASSERT_EQ(tryInit(), "nothing");
+    {
+        const OpenServer other(sensorFile);
+    }
+    EXPECT_EQ(tryInit(), "InitMaintReporter(unit) called on an already initialized PCSMaintReporter.");
+    reporter.DoneMaintReporter();
 }
 
 // What goes out over a real transport.

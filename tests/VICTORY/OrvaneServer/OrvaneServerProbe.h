@@ -10,16 +10,21 @@
 class OrvaneServerProbe : public OrvaneServer {
 public:
     using OrvaneServer::m_BITtimeoutSeconds;
+    using OrvaneServer::m_clearDataCommand;
     using OrvaneServer::m_clearDataInProgressTimeoutSeconds;
     using OrvaneServer::m_clearDataRequestTimeoutSeconds;
     using OrvaneServer::m_configurationName;
     using OrvaneServer::m_connectionsFile;
     using OrvaneServer::m_debug;
     using OrvaneServer::m_fusionPNTSourceServerId;
+    using OrvaneServer::m_gssipMcsq;
     using OrvaneServer::m_gssipSourceServers;
     using OrvaneServer::m_gssipSourceServerSet;
     using OrvaneServer::m_ioDevicesFile;
     using OrvaneServer::m_misSourceServerId;
+    using OrvaneServer::m_outputRedirector;
+    using OrvaneServer::m_partNumbersArrived;
+    using OrvaneServer::m_pva;
     using OrvaneServer::m_pvaSourceServerId;
     using OrvaneServer::m_quiet;
     using OrvaneServer::m_serverId;
@@ -27,6 +32,7 @@ public:
     using OrvaneServer::m_state;
     using OrvaneServer::m_systemName;
     using OrvaneServer::m_testMode;
+    using OrvaneServer::m_threatData;
     using OrvaneServer::m_turnPause;
     using OrvaneServer::m_utcSourceServerId;
     using OrvaneServer::m_workerThread;

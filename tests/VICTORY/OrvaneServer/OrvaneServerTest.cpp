@@ -69,6 +69,17 @@ TEST_F(OrvaneServerTest, BasesStandInTheirOrder)
     EXPECT_LT(connectable, stateful);
 }
 
+// A member that is destroyed earlier lies behind.
+TEST_F(OrvaneServerTest, TheRedirectionEndsFirstThenTheWaitTheOperationsTheThreatsAndWhatIsStored)
+{
+    const auto address = [](const auto& member) { return reinterpret_cast<std::uintptr_t>(&member); };
+    EXPECT_GT(address(server.m_outputRedirector), address(server.m_gssipMcsq));
+    EXPECT_GT(address(server.m_gssipMcsq), address(server.m_partNumbersArrived));
+    EXPECT_GT(address(server.m_partNumbersArrived), address(server.m_clearDataCommand));
+    EXPECT_GT(address(server.m_clearDataCommand), address(server.m_threatData));
+    EXPECT_GT(address(server.m_threatData), address(server.m_pva));
+}
+
 TEST_F(OrvaneServerTest, IsServer52ByItsName)
 {
     EXPECT_EQ(server.m_serverId, 52);

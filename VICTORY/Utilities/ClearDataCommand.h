@@ -97,10 +97,6 @@ public:
     /// The command text of a type, "unknown clear data type" if it has none.
     const std::string& requestName(ClearDataType type) const { return nameOf(m_requestNames, type); }
 
-protected:
-    /// Wakes a request that waits.
-    std::condition_variable_any m_stateChanged;
-
 private:
     enum class Answer { NONE, ACCEPTED, REFUSED };
     class EndClaim;
@@ -135,6 +131,11 @@ private:
     /// start and cancel of the watchdog too. The watchdog's thread does without it, as the cancel waits for that thread.
     Mutex m_mutex;
 
+protected:
+    /// Wakes a request that waits.
+    std::condition_variable_any m_stateChanged;
+
+private:
     /// Who makes them idle writes the type first: no request finds the state idle before all is over.
     std::atomic<ClearDataState> m_eClearDataState = STATE_IDLE;
     std::atomic<ClearDataType> m_eClearTypeRequested = CLEAR_NONE;

@@ -83,14 +83,15 @@ void OrvaneServer::workerThreadFunction() noexcept
 {
     while (!m_workerStop) {
         sleepFully(m_turnPause);
-        shielded([this] { workerTurn(); },
-                 [this](const char* what) {
-                     const std::string text =
-                         m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
-                     SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
-                     printLine(std::cout, text);
-                 });
+        shielded([this] { workerTurn(); }, [this](const char* what) { reportWorkerException(what); });
     }
+}
+
+void OrvaneServer::reportWorkerException(const char* what)
+{
+    const std::string text = m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
+    SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
+    printLine(std::cout, text);
 }
 
 void OrvaneServer::workerTurn()

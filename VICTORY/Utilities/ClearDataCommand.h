@@ -52,7 +52,9 @@ public:
 
     /// @param name         the owner's, in front of all messages
     /// @param requestWait  how long a request waits for its answer
-    explicit ClearDataCommand(const std::string& name, Clock::duration requestWait = kRequestWait);
+    /// @param watchdogNow  the clock that the erasing is measured by
+    explicit ClearDataCommand(const std::string& name, Clock::duration requestWait = kRequestWait,
+                              Clock::time_point (*watchdogNow)() = &Clock::now);
 
     /// Ends the watchdog without a report, waiting for one that is being made. No request may wait any more.
     ~ClearDataCommand();

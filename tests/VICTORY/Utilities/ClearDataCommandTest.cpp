@@ -634,6 +634,8 @@ TEST_F(TimedClearDataCommandTest, ACompletionCancelsTheWatchdog)
 {
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
     EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    const int looks = PretendedClock::s_looks;
+    EXPECT_FALSE(eventually([=] { return PretendedClock::s_looks > looks; }, 100ms));  // nobody waits any more
     leaveRequested(kDestroy);  // an expiry of the first would end this one
     PretendedClock::setElapsed(7200s);
     EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 300ms));

@@ -3,14 +3,6 @@
 #include <algorithm>
 #include <system_error>
 
-namespace {
-
-/// A wait ends after a day and is taken up again: seconds since the boot that don't fit 32 bits are no deadline for
-/// the C library of a machine whose `time_t` has as many.
-constexpr std::chrono::hours kLongestWait{24};
-
-}  // namespace
-
 WatchdogTimer::~WatchdogTimer()
 {
     cancelWatchdog();
@@ -55,15 +47,21 @@ void WatchdogTimer::timerThread()
 std::function<void()> WatchdogTimer::waitForExpiry()
 {
     const MutexLock lock(m_mutex);
-    for (Clock::time_point now = Clock::now(); m_running && now < m_deadline; now = Clock::now())
-        m_condition.wait_until(m_mutex, std::min(m_deadline, now + kLongestWait));
+    for (Clock::time_point now = m_now(); m_running && now < m_deadline; now = m_now())
+        m_condition.wait_until(m_mutex, nextLook(now, m_deadline));
     m_timeoutMs = 0;
     return std::exchange(m_running, false) ? std::move(m_callback) : nullptr;
 }
 
+WatchdogTimer::Clock::time_point WatchdogTimer::nextLook(Clock::time_point now, Clock::time_point deadline)
+{
+    constexpr std::chrono::hours kLongestWait{24};
+    return std::min(deadline, now + kLongestWait);
+}
+
 WatchdogTimer::Clock::time_point WatchdogTimer::deadlineFromNow() const
 {
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = m_now();
     const std::chrono::milliseconds timeout(m_timeoutMs);
-    return timeout < Clock::time_point::max() - now ? now + timeout : Clock::time_point::max();
+    return now < Clock::time_point::max() - timeout ? now + timeout : Clock::time_point::max();
 }

@@ -25,8 +25,11 @@ public:
     /// Longer times count as this one: 136 years.
     static constexpr std::chrono::seconds kLongestTimeout{4'294'967'295};
 
+    using Clock = std::chrono::steady_clock;
+
     /// Not armed.
-    WatchdogTimer() = default;
+    /// @param now  the clock that times are measured by
+    explicit WatchdogTimer(Clock::time_point (*now)() = &Clock::now) : m_now(now) {}
 
     /// Disarms, and waits for a callback that runs.
     ~WatchdogTimer();
@@ -50,9 +53,11 @@ public:
     /// afterwards; called by the callback itself it returns at once.
     void cancelWatchdog() EXCLUDES(m_mutex);
 
-private:
-    using Clock = std::chrono::steady_clock;
+    /// When a thread that waits for a deadline looks at the clock again: then, or after a day. Seconds since the boot
+    /// that don't fit 32 bits are no deadline for the C library of a machine whose `time_t` has as many.
+    static Clock::time_point nextLook(Clock::time_point now, Clock::time_point deadline);
 
+private:
     template <class Duration>
     static std::uint64_t toMilliseconds(const Duration& timeout)
     {
@@ -77,6 +82,7 @@ private:
     std::uint64_t m_timeoutMs GUARDED_BY(m_mutex) = 0;
     std::function<void()> m_callback GUARDED_BY(m_mutex);
     Clock::time_point m_deadline GUARDED_BY(m_mutex);
+    Clock::time_point (*const m_now)();
 };
 
 #endif

@@ -83,13 +83,14 @@ void OrvaneServer::workerThreadFunction() noexcept
 {
     while (!m_workerStop) {
         sleepFully(m_turnPause);
-        shielded([this] { workerTurn(); },
-                 [this](const char* what) {
-                     const std::string text =
-                         m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
-                     Reports::sendAndPrint(EventTypes::EVENT_FAULT, text);
-                 });
+        shielded([this] { workerTurn(); }, [this](const char* what) { reportWorkerException(what); });
     }
+}
+
+void OrvaneServer::reportWorkerException(const char* what)
+{
+    const std::string text = m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
+    Reports::sendAndPrint(EventTypes::EVENT_FAULT, text);
 }
 
 void OrvaneServer::workerTurn()

@@ -125,6 +125,7 @@ protected:
     using GSSIP = aspn2_msgs::idl::GSSIP;
 
     void workerThreadFunction() noexcept;
+    void reportWorkerException(const char* what);
     void workerTurn();
 
     /// Silences the bus and wipes the configuration, once for each order that came since.
@@ -234,7 +235,7 @@ protected:
     std::atomic<std::int32_t> m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
     std::atomic<bool> m_postCompleteSeen = false;
     std::atomic<bool> m_sanitizeRequested = false;  // for good: the unit ends with it
-    std::atomic<int> m_sanitizeOrders = 0;          // that the worker has not finished
+    std::atomic<int> m_sanitizeOrders = 0;          // that the worker has not begun
     std::atomic<bool> m_tellDisabled = false;       // by a tester: nothing is published by group
 
     // Settings of the top-level file. Written by `Configure` alone, before there is another thread.

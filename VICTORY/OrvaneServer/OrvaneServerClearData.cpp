@@ -5,7 +5,34 @@
 #include "utilities/Shielded.h"
 
 #include <iostream>
+#include <optional>
+#include <string>
 #include <tuple>
+
+namespace {
+
+/// What a client's request asks for.
+struct Request {
+    std::optional<ClearDataCommand::ClearDataType> type;  ///< nothing if it goes no further
+    std::string complaint;                                ///< behind the service's name; empty if there is none
+};
+
+/// @param data  null for a request without any
+Request requestOf(const VapntcSystemData* data)
+{
+    if (!data) return {ClearDataCommand::CLEAR_ZEROIZE, ""};
+    switch (*data) {
+    case VAPNTC_SYSTEM_DATA_ALL:
+        return {ClearDataCommand::CLEAR_DESTROY, ""};
+    case VAPNTC_SYSTEM_DATA_CRYPTO:
+        return {std::nullopt, ": VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT."};
+    case VAPNTC_SYSTEM_DATA_INVALID:
+        return {ClearDataCommand::CLEAR_NONE, ": Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do."};
+    }
+    return {std::nullopt, ": Unknown systemDataType: " + std::to_string(*data)};
+}
+
+}  // namespace
 
 int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* service, VapntcSystemData* data) noexcept
 {
@@ -58,21 +85,10 @@ bool OrvaneServer::processClearDataRequest(VapntsService*, VapntcSystemData* dat
                            __builtin_FILE(), line);
         sendVDBcustomWarning(text);
     };
-    auto type = ClearDataCommand::CLEAR_NONE;
-    if (!data) {
-        if (!m_quiet) printLine(std::cout, "No command provided, Zeroize device command type");
-        type = ClearDataCommand::CLEAR_ZEROIZE;
-    } else if (*data == VAPNTC_SYSTEM_DATA_ALL) {
-        type = ClearDataCommand::CLEAR_DESTROY;
-    } else if (*data == VAPNTC_SYSTEM_DATA_CRYPTO) {
-        report(m_serverName + ": VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.");
-        return false;
-    } else if (*data == VAPNTC_SYSTEM_DATA_INVALID) {
-        report(m_serverName + ": Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do.");
-    } else {
-        report(m_serverName + ": Unknown systemDataType: " + std::to_string(*data));
-        return false;
-    }
-    if (m_debug) printLine(std::cout, "Identified eClearType = ", m_clearDataCommand.requestName(type));
-    return m_clearDataCommand.processClearDataRequestType(type);
+    if (!data && !m_quiet) printLine(std::cout, "No command provided, Zeroize device command type");
+    const auto [type, complaint] = requestOf(data);
+    if (!complaint.empty()) report(m_serverName + complaint);
+    if (!type) return false;
+    if (m_debug) printLine(std::cout, "Identified eClearType = ", m_clearDataCommand.requestName(*type));
+    return m_clearDataCommand.processClearDataRequestType(*type);
 }

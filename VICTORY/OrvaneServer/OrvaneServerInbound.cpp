@@ -311,7 +311,10 @@ void OrvaneServer::cbCmd(const CommandResponse& command)
 
 void OrvaneServer::carryOutSanitizeOrders()
 {
-    for (; m_sanitizeOrders > 0; --m_sanitizeOrders) sanitize();
+    while (m_sanitizeOrders > 0) {
+        --m_sanitizeOrders;  // an order that fails is not taken up again
+        shielded([this] { sanitize(); }, [this](const char* what) { reportWorkerException(what); });
+    }
 }
 
 void OrvaneServer::sanitize()

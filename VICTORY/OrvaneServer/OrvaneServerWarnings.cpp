@@ -6,7 +6,10 @@
 #include "utilities/Shielded.h"
 #include "utilities/StringUtils.h"
 
+#include <array>
+#include <cstdint>
 #include <iostream>
+#include <optional>
 #include <tuple>
 
 namespace {
@@ -20,22 +23,35 @@ struct WarningIdRange {
 
 constexpr WarningIdRange kWarningIds[] = {{1, 5, 0},    {7, 23, 5},   {27, 28, 22}, {34, 47, 24}, {50, 63, 40},
                                           {67, 70, 54}, {71, 71, 58}, {79, 79, 59}, {81, 81, 61}};
-constexpr std::size_t kWarningNumbers = 82;
-
-std::array<std::uint32_t, kWarningNumbers> makeWarningIds()
+consteval std::array<std::uint32_t, 82> expandWarningIds()
 {
-    std::array<std::uint32_t, kWarningNumbers> ids = {};
+    std::array<std::uint32_t, 82> ids = {};
     ids.fill(VAPNTC_WARNING_CUSTOM);
     for (const auto& range : kWarningIds)
-        for (unsigned short number = range.first; number <= range.last; ++number)
+        for (unsigned number = range.first; number <= range.last; ++number)
             ids[number] = range.id + number - range.first;
     return ids;
 }
 
-const std::array<std::uint32_t, kWarningNumbers>& warningIds()
+constexpr auto kIdsByNumber = expandWarningIds();
+static_assert(kIdsByNumber[0] == VAPNTC_WARNING_CUSTOM && kIdsByNumber[1] == 0 && kIdsByNumber[5] == 4);
+static_assert(kIdsByNumber[6] == VAPNTC_WARNING_CUSTOM && kIdsByNumber[7] == 5 && kIdsByNumber[23] == 21);
+static_assert(kIdsByNumber[63] == 53 && kIdsByNumber[64] == VAPNTC_WARNING_CUSTOM && kIdsByNumber[81] == 61);
+
+/// The warning of the end of an operation; nothing for a type that is none.
+std::optional<std::uint32_t> completionId(ClearDataCommand::ClearDataType type, bool success)
 {
-    static const auto ids = makeWarningIds();
-    return ids;
+    switch (type) {
+    case ClearDataCommand::CLEAR_ZEROIZE:
+        return success ? VAPNTC_WARNING_SYSTEM_ZEROIZE_PASSED : VAPNTC_WARNING_SYSTEM_ZEROIZE_FAILED;
+    case ClearDataCommand::CLEAR_DESTROY:
+        return success ? VAPNTC_WARNING_SYSTEM_DESTROY_PASSED : VAPNTC_WARNING_SYSTEM_DESTROY_FAILED;
+    case ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE:
+        return success ? VAPNTC_WARNING_CV_ZEROIZE_PASSED : VAPNTC_WARNING_CV_ZEROIZE_FAILED;
+    case ClearDataCommand::CLEAR_NONE:
+        break;
+    }
+    return std::nullopt;
 }
 
 VapntcWarningMessage warningOf(std::uint32_t id, const char* text)
@@ -53,12 +69,12 @@ VapntcWarningMessage warningOf(std::uint32_t id, const char* text)
 
 void OrvaneServer::initWarningIdEncoder()
 {
-    m_warningIdRows = warningIds().size();
+    m_warningIdRows = kIdsByNumber.size();
 }
 
 std::uint32_t OrvaneServer::encodeVictoryWarningId(unsigned short number) const
 {
-    return number < m_warningIdRows ? warningIds()[number] : std::uint32_t{VAPNTC_WARNING_CUSTOM};
+    return number < m_warningIdRows ? kIdsByNumber[number] : std::uint32_t{VAPNTC_WARNING_CUSTOM};
 }
 
 void OrvaneServer::handleBlock5044(const unsigned char* frame, unsigned int length)
@@ -82,24 +98,14 @@ bool OrvaneServer::sendVDBCompleteWarning(ClearDataCommand::ClearDataType type, 
     bool queued = false;
     shielded(
         [&] {
-            std::uint32_t id = 0;
-            switch (type) {
-            case ClearDataCommand::CLEAR_ZEROIZE:
-                id = success ? VAPNTC_WARNING_SYSTEM_ZEROIZE_PASSED : VAPNTC_WARNING_SYSTEM_ZEROIZE_FAILED;
-                break;
-            case ClearDataCommand::CLEAR_DESTROY:
-                id = success ? VAPNTC_WARNING_SYSTEM_DESTROY_PASSED : VAPNTC_WARNING_SYSTEM_DESTROY_FAILED;
-                break;
-            case ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE:
-                id = success ? VAPNTC_WARNING_CV_ZEROIZE_PASSED : VAPNTC_WARNING_CV_ZEROIZE_FAILED;
-                break;
-            default:
+            const auto id = completionId(type, success);
+            if (!id) {
                 Reports::sendFault(kFunction,
                                    m_serverName + ": Unknown eClearType: " + std::to_string(std::int32_t{type}),
                                    m_quiet ? Reports::Console::Omit : Reports::Console::Print);
                 return;
             }
-            queued = appendWarningToList(warningOf(id, text.c_str()));
+            queued = appendWarningToList(warningOf(*id, text.c_str()));
         },
         [&](const char* what) {
             queued = false;

@@ -42,7 +42,8 @@ private:
     bool m_isMine;
 };
 
-ClearDataCommand::ClearDataCommand(const std::string& name, Clock::duration requestWait)
+ClearDataCommand::ClearDataCommand(const std::string& name, Clock::duration requestWait,
+                                   Clock::time_point (*watchdogNow)())
     : m_requestNames{{CLEAR_NONE, "none"},
                      {CLEAR_ZEROIZE, Sys::CommandString::RequestZeroize},
                      {CLEAR_DESTROY, Sys::CommandString::RequestDestroy},
@@ -54,7 +55,7 @@ ClearDataCommand::ClearDataCommand(const std::string& name, Clock::duration requ
       m_stateNames{{STATE_IDLE, "Idle"},
                    {STATE_REQUESTED, "Clear data requested"},
                    {STATE_IN_PROGRESS, "Clear data in-progress"}},
-      m_requestWait(requestWait), m_name(name)
+      m_requestWait(requestWait), m_name(name), m_watchdog(watchdogNow)
 {}
 
 ClearDataCommand::~ClearDataCommand()

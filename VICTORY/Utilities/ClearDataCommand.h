@@ -52,7 +52,9 @@ public:
 
     /// @param name         the owner's, in front of all messages
     /// @param requestWait  how long a request waits for its answer
-    explicit ClearDataCommand(const std::string& name, Clock::duration requestWait = kRequestWait);
+    /// @param watchdogNow  the clock that the erasing is measured by
+    explicit ClearDataCommand(const std::string& name, Clock::duration requestWait = kRequestWait,
+                              Clock::time_point (*watchdogNow)() = &Clock::now);
 
     /// Ends the watchdog without a report, waiting for one that is being made. No request may wait any more.
     ~ClearDataCommand();
@@ -97,10 +99,6 @@ public:
     /// The command text of a type, "unknown clear data type" if it has none.
     const std::string& requestName(ClearDataType type) const { return nameOf(m_requestNames, type); }
 
-protected:
-    /// Wakes a request that waits.
-    std::condition_variable_any m_stateChanged;
-
 private:
     enum class Answer { NONE, ACCEPTED, REFUSED };
     class EndClaim;
@@ -135,6 +133,11 @@ private:
     /// start and cancel of the watchdog too. The watchdog's thread does without it, as the cancel waits for that thread.
     Mutex m_mutex;
 
+protected:
+    /// Wakes a request that waits.
+    std::condition_variable_any m_stateChanged;
+
+private:
     /// Who makes them idle writes the type first: no request finds the state idle before all is over.
     std::atomic<ClearDataState> m_eClearDataState = STATE_IDLE;
     std::atomic<ClearDataType> m_eClearTypeRequested = CLEAR_NONE;

@@ -17,21 +17,33 @@ constexpr VhlthcCategory kCategory = 22;
 constexpr VhlthcAction kRaise = 1;
 constexpr VhlthcAction kClear = 0;
 
-struct Mode {
+constexpr std::array<const char*, VictoryFaultHelper::kModes> FaultModeString = {
+    "none.", "Position", "Orientation", "Direction of Travel", "GPS Receiver", "Generic End Node", "APNT"};
+
+struct ModeKey {
     char key;
-    const char* text;
+    VictoryFaultHelper::FaultMode mode;
     const char* changed;
-    const char* refused;
 };
 
-constexpr std::array<Mode, VictoryFaultHelper::kModes> kModeRows = {
-    {{'\0', "none.", "", ""},
-     {'p', "Position", "Changed to Position fault test mode", "Position"},
-     {'o', "Orientation", "Changed to Orientation fault test mode", "Orientation"},
-     {'d', "Direction of Travel", "Changed to Direction of Travel fault test mode", "Direction of Travel"},
-     {'g', "GPS Receiver", "GPS Receiver fault test mode", "GPS Receiver"},
-     {'e', "Generic End Node", "Generic End Node fault test mode", "Generic End Node"},
-     {'a', "APNT", "APNT fault test mode", "APNT"}}};
+constexpr ModeKey kModeKeys[] = {
+    {'p', VictoryFaultHelper::POSITION, "Changed to Position fault test mode"},
+    {'o', VictoryFaultHelper::ORIENTATION, "Changed to Orientation fault test mode"},
+    {'d', VictoryFaultHelper::DIRECTION_OF_TRAVEL, "Changed to Direction of Travel fault test mode"},
+    {'g', VictoryFaultHelper::GPS_RECEIVER, "GPS Receiver fault test mode"},
+    {'e', VictoryFaultHelper::GENERIC_END_NODE, "Generic End Node fault test mode"},
+    {'a', VictoryFaultHelper::APNT, "APNT fault test mode"},
+};
+
+constexpr std::size_t indexOf(VictoryFaultHelper::FaultMode mode)
+{
+    return static_cast<std::size_t>(mode);
+}
+
+constexpr const char* textOf(VictoryFaultHelper::FaultMode mode)
+{
+    return FaultModeString[indexOf(mode)];
+}
 
 struct Severity {
     const char* word;
@@ -68,7 +80,7 @@ bool isInBackground()
 int _kbhit()
 {
     if (isInBackground()) return 0;
-    static const bool isReady = [] {
+    [[maybe_unused]] static const bool isReady = [] {
         termios settings = {};
         if (tcgetattr(STDIN_FILENO, &settings) == 0) {
             settings.c_lflag &= ~static_cast<tcflag_t>(ICANON);
@@ -80,7 +92,7 @@ int _kbhit()
         return true;
     }();
     int waiting = 0;
-    if (!isReady || ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0) return 0;
+    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0) return 0;
     return waiting;
 }
 
@@ -97,7 +109,7 @@ VictoryFaultHelper::~VictoryFaultHelper() = default;
 
 std::uint32_t& VictoryFaultHelper::faultId(int key)
 {
-    return m_faultIds[m_faultMode][static_cast<std::size_t>(key)];
+    return m_faultIds[indexOf(m_faultMode)][static_cast<std::size_t>(key)];
 }
 
 void VictoryFaultHelper::ManageFaults(bool& tellDisabled)
@@ -112,46 +124,43 @@ void VictoryFaultHelper::ManageFaults(bool& tellDisabled)
             activateFault(digit, isAcknowledged(digit));
     } else if (key == 'z') {
         tellDisabled = !tellDisabled;
-        printLine(std::cout, m_name, tellDisabled ? "Tell disabled for " : "Tell enabled for ",
-                  kModeRows[m_faultMode].text);
+        printLine(std::cout, m_name, tellDisabled ? "Tell disabled for " : "Tell enabled for ", textOf(m_faultMode));
     } else if (key == 'h') {
         displayHelpText();
     } else {
-        for (std::size_t mode = POSITION; mode < kModeRows.size(); ++mode)
-            if (key == kModeRows[mode].key) changeMode(mode);
+        for (const ModeKey& row : kModeKeys)
+            if (key == row.key) changeMode(row.mode, row.changed);
     }
 }
 
-void VictoryFaultHelper::changeMode(std::size_t mode)
+void VictoryFaultHelper::changeMode(FaultMode mode, const char* changedText)
 {
-    if (!m_services[mode]) {
-        printLine(std::cout, m_name, " VictoryFaultHelper : CANNOT change fault test mode to ", kModeRows[mode].refused,
-                  " Service! Mode remains: ", kModeRows[m_faultMode].text);
+    if (!m_services[indexOf(mode)]) {
+        printLine(std::cout, m_name, " VictoryFaultHelper : CANNOT change fault test mode to ", textOf(mode),
+                  " Service! Mode remains: ", textOf(m_faultMode));
         return;
     }
     m_faultMode = mode;
-    printLine(std::cout, m_name, " VictoryFaultHelper : ", kModeRows[mode].changed);
+    printLine(std::cout, m_name, " VictoryFaultHelper : ", changedText);
 }
 
 void VictoryFaultHelper::activateFault(int key, bool acknowledged)
 {
     if (key < 0 || key >= static_cast<int>(kKeys)) return;
     const auto& severity = kSeverities[static_cast<std::size_t>(key)];
-    const auto& mode = kModeRows[m_faultMode];
     printLine(std::cout, m_name, "Added ", acknowledged ? "" : "non-", "acknowledged ", severity.word);
-    if (const auto& service = m_services[m_faultMode])
+    if (const auto& service = m_services[indexOf(m_faultMode)])
         faultId(key) =
             VictoryLibrary::addFault(*service, {kFaultText, acknowledged, severity.number, kCategory, kRaise});
-    printLine(std::cout, mode.text, " Fault: ", faultId(key));
+    printLine(std::cout, textOf(m_faultMode), " Fault: ", faultId(key));
 }
 
 void VictoryFaultHelper::deactivateFault(int key)
 {
     if (key < 0 || key >= static_cast<int>(kKeys)) return;
-    const auto& mode = kModeRows[m_faultMode];
-    if (const auto& service = m_services[m_faultMode])
+    if (const auto& service = m_services[indexOf(m_faultMode)])
         std::ignore = VictoryLibrary::removeFault(*service, faultId(key), kClear);
-    printLine(std::cout, m_name, " Removed ", mode.text, " fault: ", faultId(key));
+    printLine(std::cout, m_name, " Removed ", textOf(m_faultMode), " fault: ", faultId(key));
     faultId(key) = 0;
 }
 

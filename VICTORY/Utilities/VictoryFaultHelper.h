@@ -53,7 +53,7 @@ public:
     template <class T>
     void SetAvailableService(T* service)
     {
-        auto& available = m_services[modeOf(service)];
+        auto& available = m_services[static_cast<std::size_t>(modeOf(service))];
         available.reset();
         if (service) available = service;
     }
@@ -72,18 +72,18 @@ public:
     void ManageFaults(bool& tellDisabled);
 
 private:
-    static constexpr std::size_t modeOf(const VpossService*) { return POSITION; }
-    static constexpr std::size_t modeOf(const VorisService*) { return ORIENTATION; }
-    static constexpr std::size_t modeOf(const VdotsService*) { return DIRECTION_OF_TRAVEL; }
-    static constexpr std::size_t modeOf(const VgpssService*) { return GPS_RECEIVER; }
-    static constexpr std::size_t modeOf(const VgensService*) { return GENERIC_END_NODE; }
-    static constexpr std::size_t modeOf(const VapntsService*) { return APNT; }
-    void changeMode(std::size_t mode);
+    static constexpr FaultMode modeOf(const VpossService*) { return POSITION; }
+    static constexpr FaultMode modeOf(const VorisService*) { return ORIENTATION; }
+    static constexpr FaultMode modeOf(const VdotsService*) { return DIRECTION_OF_TRAVEL; }
+    static constexpr FaultMode modeOf(const VgpssService*) { return GPS_RECEIVER; }
+    static constexpr FaultMode modeOf(const VgensService*) { return GENERIC_END_NODE; }
+    static constexpr FaultMode modeOf(const VapntsService*) { return APNT; }
+    void changeMode(FaultMode mode, const char* changedText);
     std::uint32_t& faultId(int key);
 
     const std::string m_name;
     const Keyboard m_keyboard;
-    std::size_t m_faultMode = NONE;
+    FaultMode m_faultMode = NONE;
     std::array<std::array<std::uint32_t, kKeys>, kModes> m_faultIds = {};             // zero where free
     std::array<std::optional<VictoryLibrary::FaultService>, kModes> m_services = {};  // nothing where not available
 };

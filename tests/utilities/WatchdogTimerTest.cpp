@@ -1,6 +1,7 @@
 #include "utilities/WatchdogTimer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/PretendedClock.h"
 
 #include <gtest/gtest.h>
 
@@ -269,4 +270,49 @@ TEST_F(WatchdogTimerTest, NoCallbackRunsAfterACancelAtTheMomentOfExpiry)
     }
     EXPECT_GT(expiries, 0);
     EXPECT_LT(expiries, 1000);
+}
+
+TEST_F(WatchdogTimerTest, TwoHoursAreOverAfter7200SecondsAndNotAMillisecondBefore)
+{
+    PretendedClock::setElapsed(0s);
+    WatchdogTimer timer(&PretendedClock::now);
+    timer.startWatchdog(7200s, count());
+    PretendedClock::setElapsed(7199'999ms);
+    ASSERT_TRUE(PretendedClock::isSeenAndWaitedOn());
+    EXPECT_EQ(m_expiries, 0);
+    PretendedClock::setElapsed(7200s);
+    EXPECT_TRUE(expires());
+}
+
+TEST_F(WatchdogTimerTest, APetBeginsTwoHoursAnew)
+{
+    PretendedClock::setElapsed(0s);
+    WatchdogTimer timer(&PretendedClock::now);
+    timer.startWatchdog(7200s, count());
+    PretendedClock::setElapsed(7199s);
+    timer.petWatchdog();
+    PretendedClock::setElapsed(14398s);
+    ASSERT_TRUE(PretendedClock::isSeenAndWaitedOn());
+    EXPECT_EQ(m_expiries, 0);
+    PretendedClock::setElapsed(14399s);
+    EXPECT_TRUE(expires());
+}
+
+TEST(WatchdogTimerLookTest, TheClockIsLookedAtAtTheDeadlineOrAfterADay)
+{
+    const std::chrono::steady_clock::time_point now(1000h);
+    EXPECT_EQ(WatchdogTimer::nextLook(now, now + 2h), now + 2h);
+    EXPECT_EQ(WatchdogTimer::nextLook(now, now + 24h), now + 24h);
+    EXPECT_EQ(WatchdogTimer::nextLook(now, now + 48h), now + 24h);
+    EXPECT_EQ(WatchdogTimer::nextLook(now, std::chrono::steady_clock::time_point::max()), now + 24h);
+}
+
+// The clock is 25 hours slow: a wait of a day is over, one of two is not.
+TEST_F(WatchdogTimerTest, AWaitOfTwoDaysIsTakenUpAgainAfterTheFirst)
+{
+    PretendedClock::s_now = std::chrono::steady_clock::now() - 25h;
+    WatchdogTimer timer(&PretendedClock::now);
+    timer.startWatchdog(48h, count());
+    EXPECT_TRUE(PretendedClock::isSeenAndWaitedOn());
+    EXPECT_EQ(m_expiries, 0);
 }

@@ -7,6 +7,7 @@
 #include "utilities/ThreadAnnotations.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <functional>
@@ -31,8 +32,8 @@ extern const std::map<std::string, VapntcSensorType> MapSensorStringToSensorType
 /// `kMaxTests` records are kept.
 ///
 /// Operations of the bus come on its library's threads, several at once; the cycle on the worker thread; reports on the
-/// thread that receives them. `m_resultsMutex` guards all that they share, and is held while a test's id is told to the
-/// library, but neither over the sending of a command nor over the telling of results.
+/// thread that receives them. `m_resultsMutex` guards all that they share but three atomic settings, and is held while a
+/// test's id is told to the library, but neither over the sending of a command nor over the telling of results.
 class OrvaneBitResults {
 public:
     static constexpr const char* kSensorFile = "/opt/halvex/config/HX_Sensor_Data.xml";
@@ -148,6 +149,7 @@ private:
     std::vector<SensorServer> m_sensorServers GUARDED_BY(m_resultsMutex);
     Mutex m_resultsMutex;
     Results m_results GUARDED_BY(m_resultsMutex);
+    std::size_t m_serverCount GUARDED_BY(m_resultsMutex) = 0;  // of the sensors in the last file that was read whole
     std::int32_t m_secondsRemaining GUARDED_BY(m_resultsMutex) = 0;
     std::int32_t m_lastCycleTime = 0;  // s; worker thread only
 };

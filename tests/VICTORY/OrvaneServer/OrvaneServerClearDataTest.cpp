@@ -353,6 +353,41 @@ TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsCarriedOutAtTheStop)
     server.ShutdownVictory();
 }
 
+TEST_F(ClearDataTest, ASanitizeThatFailsIsReportedAndHoldsNothingUp)
+{
+    const TemporaryDirectory flags;
+    flags.write("PostComplete", "");
+    server.m_flagDirectory = flags.path().string();
+    victory.setFile("config", "<config/>");
+    server.m_victoryConfigurationFile = "config";
+    victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
+    const ConsoleCapture console(std::cout);
+    command("START_ZEROIZE");
+    command("START_DESTROY");
+    server.workerTurn();
+    EXPECT_TRUE(server.m_postCompleteSeen);  // what stands behind it in the turn
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: no luck").Times(2));
+    EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: workerThreadFunction() EXCEPTION: no luck\n"));
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
+    server.workerTurn();  // does not take it up again
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
+    server.ShutdownVictory();
+}
+
+TEST_F(ClearDataTest, ASanitizeThatFailsAtTheStopIsReported)
+{
+    victory.setFile("config", "<config/>");
+    server.m_victoryConfigurationFile = "config";
+    victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
+    const ConsoleCapture console(std::cout);
+    command("START_ZEROIZE");
+    auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
+    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>"));
+    server.ShutdownVictory();
+}
+
 TEST_F(ClearDataTest, OnlyTheTwoStartCommandsBeginASanitize)
 {
     for (const char* text : {"START_ZEROIZE ", "start_zeroize", "START", "REQUEST_ZEROIZE", "START_DESTROY,1"})

@@ -377,6 +377,22 @@ TEST_F(WarningsTest, NoWarningIsQueuedWhileTheLibraryIsCalled)
     EXPECT_EQ(server.m_warnings.size(), 1U);
 }
 
+TEST_F(WarningsTest, TimeIsFreeWhileTheLibraryIsCalled)
+{
+    const HardDeadline deadline;
+    std::atomic<bool> isTaken = false;
+    std::thread listener;
+    victory.onCall("vapntsTellWarningMessagesData", [&] {
+        listener = std::thread([&] {
+            const MutexLock lock(server.m_timeMutex);
+            isTaken = true;
+        });
+        EXPECT_TRUE(eventually([&] { return isTaken.load(); }, 10s));
+    });
+    publish();
+    listener.join();
+}
+
 TEST_F(WarningsTest, ManyMayQueueWhileTheListGoesOut)
 {
     std::vector<std::thread> producers;

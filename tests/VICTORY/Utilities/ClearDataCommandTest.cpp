@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/PretendedClock.h"
 #include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
@@ -70,7 +71,8 @@ public:
 /// A command on the desk: what it sends and reports is recorded; the tests play the service that answers.
 class ClearDataCommandTest : public testing::Test {
 protected:
-    explicit ClearDataCommandTest(Clock::duration requestWait = 100s) : m_command("SN", requestWait)
+    explicit ClearDataCommandTest(Clock::duration requestWait = 100s, Clock::time_point (*watchdogNow)() = &Clock::now)
+        : m_command("SN", requestWait, watchdogNow)
     {
         events();  // of an earlier test, where one process runs several
         m_command.setClearDataInProgressTimeout(7200s);
@@ -340,16 +342,6 @@ TEST_F(ClearDataCommandTest, ASecondRequestIsIgnoredWhileInProgress)
     EXPECT_THAT(reports(), testing::SizeIs(1));
 }
 
-TEST_F(ClearDataCommandTest, ASecondRequestLeavesTheWatchdogOfTheFirstAlone)
-{
-    m_command.setClearDataInProgressTimeout(5s);
-    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
-    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
-    EXPECT_TRUE(becomesIdle());
-    EXPECT_THAT(reports(),
-                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 5 seconds."));
-}
-
 TEST_F(ClearDataCommandTest, TheNextRequestFollowsAnEndOfAnyKind)
 {
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
@@ -510,6 +502,12 @@ protected:
     WokenClearDataCommandTest() : ClearDataCommandTest(5s) {}
 };
 
+/// A command whose erasing is measured by a clock that the tests set.
+class TimedClearDataCommandTest : public ClearDataCommandTest {
+protected:
+    TimedClearDataCommandTest() : ClearDataCommandTest(100s, &PretendedClock::now) { PretendedClock::setElapsed(0s); }
+};
+
 }  // namespace
 
 TEST_F(WokenClearDataCommandTest, AWakeUpWithoutAnAnswerRenewsTheWait)
@@ -608,13 +606,39 @@ TEST_F(ClearDataCommandTest, InIdleARefusalAndAFailureOfNoneAreIgnoredToo)
     EXPECT_THAT(reports(), IsEmpty());
 }
 
-TEST_F(ClearDataCommandTest, ACompletionCancelsTheWatchdog)
+TEST_F(TimedClearDataCommandTest, TheErasingMayTakeTwoHoursAndNoMillisecondMore)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    PretendedClock::setElapsed(7199'999ms);
+    ASSERT_TRUE(PretendedClock::isSeenAndWaitedOn());
+    EXPECT_THAT(reports(), IsEmpty());
+    PretendedClock::setElapsed(7200s);
+    EXPECT_TRUE(becomesIdle());
+    EXPECT_THAT(reports(),
+                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 7200 seconds."));
+}
+
+TEST_F(TimedClearDataCommandTest, ASecondRequestLeavesTheWatchdogOfTheFirstAlone)
 {
     m_command.setClearDataInProgressTimeout(5s);
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
+    PretendedClock::setElapsed(4s);
+    EXPECT_FALSE(m_command.processClearDataRequestType(kZeroize));
+    PretendedClock::setElapsed(5s);
+    EXPECT_TRUE(becomesIdle());
+    EXPECT_THAT(reports(),
+                ElementsAre("1:failed:SN: Clear data command,  REQUEST_ZEROIZE, timed out after 5 seconds."));
+}
+
+TEST_F(TimedClearDataCommandTest, ACompletionCancelsTheWatchdog)
+{
+    bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");
     EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
+    const int looks = PretendedClock::s_looks;
+    EXPECT_FALSE(eventually([=] { return PretendedClock::s_looks > looks; }, 100ms));  // nobody waits any more
     leaveRequested(kDestroy);  // an expiry of the first would end this one
-    EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 5500ms));
+    PretendedClock::setElapsed(7200s);
+    EXPECT_FALSE(eventually([this] { return reports().size() > 1 || m_command.state() != kRequested; }, 300ms));
 }
 
 TEST_F(ClearDataCommandTest, ACompletionDuringTheTimeoutReportIsIgnored)
@@ -640,13 +664,13 @@ TEST_F(ClearDataCommandTest, ACompletionDuringTheTimeoutReportIsIgnored)
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(ClearDataCommandTest, AnExpiryDuringTheCompletionReportIsSilent)
+TEST_F(TimedClearDataCommandTest, AnExpiryDuringTheCompletionReportIsSilent)
 {
     std::atomic<int> reports = 0;
-    m_command.setClearDataInProgressTimeout(5s);
     m_command.setSendVDBCompleteWarningCallback([&](ClearDataCommand::ClearDataType, bool, const std::string&) {
         ++reports;
-        eventually([] { return false; }, 5300ms);  // the watchdog expires meanwhile
+        PretendedClock::setElapsed(7200s);
+        eventually([] { return false; }, 300ms);  // the watchdog expires meanwhile
         return true;
     });
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");

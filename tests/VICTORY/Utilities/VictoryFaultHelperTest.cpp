@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <fcntl.h>
@@ -440,6 +441,7 @@ TEST_F(VictoryFaultHelperDeathTest, TheFirstLookSwitchesATerminalFromLinesToKeys
         terminal.type("abc");
         if (!eventually([] { return _kbhit() == 3; })) conclude("not all keys have come");
         if (readKey() != 'a' || _kbhit() != 2) conclude("more than one key was taken");
+        if (std::getchar() != 'b' || _kbhit() != 1) conclude("the standard input is buffered");
         conclude("as it should be");
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("as it should be"));

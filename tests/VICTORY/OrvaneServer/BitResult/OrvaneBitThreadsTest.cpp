@@ -1,11 +1,22 @@
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 
 #include <barrier>
+#include <chrono>
+#include <set>
+#include <string>
 #include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
 
 namespace {
 
 using BitThreadsTest = BitResultsTest;
+
+const std::set<std::string> s_fiftyIds = {"0",  "1",  "2",  "3",  "4",  "5",  "6",  "7",  "8",  "9",  "10", "11", "12",
+                                          "13", "14", "15", "16", "17", "18", "19", "20", "21", "22", "23", "24", "25",
+                                          "26", "27", "28", "29", "30", "31", "32", "33", "34", "35", "36", "37", "38",
+                                          "39", "40", "41", "42", "43", "44", "45", "46", "47", "48", "49"};
 
 }  // namespace
 
@@ -47,6 +58,33 @@ TEST_F(BitThreadsTest, ReportAtTheMomentOfTheTimeoutEndsTheTestOnce)
     EXPECT_EQ(ended, 1000);
     finishOne();
     EXPECT_EQ(statusOf("0"), 3);
+}
+
+// An id is the number of records only if no record of another requester comes between the counting and the storing.
+TEST_F(BitThreadsTest, RequestersThatMeetGetEachIdOnce)
+{
+    start();
+    // The others come meanwhile, and are all let in together.
+    victory.onCall("vapntsTellExecuteBuiltInTests", [] { std::this_thread::sleep_for(50us); });
+    for (int round = 0; round < 10; ++round) {
+        victory.forgetCalls();
+        std::vector<std::thread> requesters;
+        for (int requester = 0; requester < 5; ++requester)
+            requesters.emplace_back([this] {
+                for (int i = 0; i < 10; ++i) results.ExecuteBuiltInTests(service);
+            });
+        for (std::thread& requester : requesters) requester.join();
+
+        std::set<std::string> ids;
+        for (const auto& call : victory.calls("vapntsTellExecuteBuiltInTests")) ids.insert(call.text(1));
+        EXPECT_EQ(ids, s_fiftyIds);
+        EXPECT_EQ(get()->resultCount, 50);
+        for (int i = 0; i < 50; ++i) {
+            cycle();
+            results.UpdateBitReport(reportOf(true));
+        }
+        clear();
+    }
 }
 
 TEST_F(BitThreadsTest, AllOperationsMayRunBesideEachOther)

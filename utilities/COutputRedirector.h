@@ -15,7 +15,8 @@
 class COutputRedirector {
 public:
     /// Takes `size` characters at `text`, which no zero ends. Answers how many it took, 0 to have them printed on the
-    /// standard output, also what was meant for the standard error. It takes all or nothing: what lies behind a smaller number is lost.
+    /// standard output, also what was meant for the standard error. It takes all or nothing: what lies behind a smaller
+    /// number is lost.
     using Sink = std::function<int(const char* text, unsigned int size)>;
 
     COutputRedirector() = default;

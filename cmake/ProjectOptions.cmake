@@ -17,6 +17,17 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
+# An extra where it is installed: what was compiled once is not compiled again.
+find_program(ORVANE_CCACHE ccache)
+if(ORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${ORVANE_CCACHE}")
+    set(CMAKE_C_COMPILER_LAUNCHER "${ORVANE_CCACHE}")
+endif()
+
+# The place that a report names is the file within the project, wherever that was built. A compiler cache may name the
+# sources from the build folder on, so that two checkouts share what they compile.
+file(RELATIVE_PATH ORVANE_SOURCE_FROM_BUILD "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+
 add_library(orvane_options INTERFACE)
 add_library(orvane::options ALIAS orvane_options)
 target_include_directories(orvane_options INTERFACE "${PROJECT_SOURCE_DIR}")
@@ -24,8 +35,8 @@ target_compile_options(orvane_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     # Fused multiply-add differs in the last bit from one machine to the next.
     -ffp-contract=off
-    # The place that a report names is the file within the project, wherever that was built.
-    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
+    "-fmacro-prefix-map=${ORVANE_SOURCE_FROM_BUILD}=")
 # 64-bit times and file offsets on 32-bit targets too.
 target_compile_definitions(orvane_options INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
 

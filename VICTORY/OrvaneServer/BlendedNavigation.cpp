@@ -1,6 +1,7 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 
 #include "utilities/AngleUtility.h"
+#include "utilities/ConsoleLine.h"
 #include "utilities/GpsDateTime.h"
 #include "utilities/PositionUtilities.h"
 #include "utilities/Saturate.h"
@@ -9,7 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iomanip>
+#include <iostream>
 #include <numbers>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -122,6 +126,17 @@ std::span<const VapntcMeasSource> measSources()
     return kSources;
 }
 
+void MeasSources::initMeasSourceEncoder()
+{
+    m_measSourceRows = measSources().size();
+}
+
+const VapntcMeasSource* MeasSources::encodeVictoryMeasSource(unsigned short id) const
+{
+    // The count alone says what there is: the rows are constants, so nothing has to be seen with it.
+    return id < m_measSourceRows.load(std::memory_order_relaxed) ? &measSources()[id] : nullptr;
+}
+
 VapntcBlendedNavigationRecord record(const Inputs& inputs, const SourceOf& sourceOf)
 {
     VapntcBlendedNavigationRecord record = {};
@@ -155,6 +170,16 @@ VapntcTime victoryTime(const aspn2_msgs::idl::UTCTime& utcTime)
     time.seconds = saturate<std::uint32_t>(std::floor(civil.seconds));
     time.nanoseconds = saturate<std::uint32_t>((civil.seconds - std::floor(civil.seconds)) * 1e9);
     return time;
+}
+
+void set_VictoryTime(VapntcTime& time, const aspn2_msgs::idl::UTCTime& utcTime, bool print)
+{
+    time = victoryTime(utcTime);
+    if (!print) return;
+    std::ostringstream text;
+    text << time.year << time.month << time.day << ":" << time.hour << time.minute << time.seconds << "."
+         << std::setfill('0') << std::setw(9) << time.nanoseconds;
+    printLine(std::cout, "OrvaneServer, set_VictoryTime (", __LINE__, ") ", text.str());
 }
 
 double gpsSeconds(const aspn2_msgs::idl::UTCTime& utcTime)

@@ -9,10 +9,13 @@
 #include "aspn2_msgs/UTCTime.h"
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 
+#include <atomic>
+#include <cstddef>
 #include <functional>
 #include <span>
 
-/// How the unit's own messages become the bus library's Blended Navigation record. Pure functions, any thread.
+/// How the unit's own messages become the bus library's Blended Navigation record. Pure functions but for the print of
+/// a time, any thread.
 namespace BlendedNavigation {
 
 /// The inputs of one record.
@@ -38,8 +41,24 @@ using SourceOf = std::function<const VapntcMeasSource*(unsigned short id)>;
 /// @param sourceOf  gives the row to tell a measurement by
 VapntcBlendedNavigationRecord record(const Inputs& inputs, const SourceOf& sourceOf);
 
+/// The table of the sources, which the owner of the bus service makes at each of its starts. Any thread.
+class MeasSources {
+public:
+    void initMeasSourceEncoder();
+
+    /// The source row of an id; null if there is none, which is so for all before the table is made.
+    const VapntcMeasSource* encodeVictoryMeasSource(unsigned short id) const;
+
+private:
+    std::atomic<std::size_t> m_measSourceRows = 0;
+};
+
 /// The UTC date and time of day of a time message, cut to whole nanoseconds.
 VapntcTime victoryTime(const aspn2_msgs::idl::UTCTime& utcTime);
+
+/// Sets `time` to that.
+/// @param print  shows it on the console too, its numbers running together
+void set_VictoryTime(VapntcTime& time, const aspn2_msgs::idl::UTCTime& utcTime, bool print);
 
 /// Seconds of the GPS week.
 double gpsSeconds(const aspn2_msgs::idl::UTCTime& utcTime);

@@ -3,46 +3,93 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 
-using Change = GpsAvailability::Change;
+using aspn2_msgs::idl::MeasurementIncorporationStatus;
 
-constexpr bool kLost = true;
-constexpr bool kHad = false;
+constexpr std::nullopt_t kNone = std::nullopt;
+constexpr std::uint32_t kLost = 67;
+constexpr std::uint32_t kBack = 68;
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+
+/// A message with a number of measurements for each set of a list.
+MeasurementIncorporationStatus measurements(const std::vector<std::pair<std::int32_t, std::int32_t>>& entries)
+{
+    MeasurementIncorporationStatus message;
+    for (const auto& [set, available] : entries) {
+        aspn2_msgs::idl::meas_type_set entry;
+        entry.meas_set_id(set);
+        entry.meas_avail(available);
+        message.meas_types().push_back(entry);
+    }
+    return message;
+}
+
+struct GpsAvailabilityTest : testing::Test {
+    std::optional<std::uint32_t> store(std::int32_t count) { return availability.store(measurements({{1, count}})); }
+
+    GpsAvailability availability;
+};
 
 }  // namespace
 
-TEST(GpsAvailabilityTest, FirstLowCountIsALossAtOnce)
+TEST_F(GpsAvailabilityTest, FirstLowCountIsALossAtOnce)
 {
-    EXPECT_EQ(GpsAvailability().store(1, kHad), Change::Lost);
-    EXPECT_EQ(GpsAvailability().store(2, kHad), Change::None);
+    EXPECT_FALSE(availability.isLost());
+    EXPECT_EQ(store(1), kLost);
+    EXPECT_TRUE(availability.isLost());
 }
 
-TEST(GpsAvailabilityTest, WhatIsLostIsNotLostAgain)
+TEST_F(GpsAvailabilityTest, FirstGoodCountIsNone)
 {
-    EXPECT_EQ(GpsAvailability().store(1, kLost), Change::None);
+    EXPECT_EQ(store(2), kNone);
+    EXPECT_FALSE(availability.isLost());
 }
 
-TEST(GpsAvailabilityTest, ThreeCountsThatAreEnoughBringTheMeasurementsBack)
+TEST_F(GpsAvailabilityTest, WhatIsLostIsNotLostAgain)
 {
-    GpsAvailability availability;
-    EXPECT_EQ(availability.store(2, kLost), Change::None);
-    EXPECT_EQ(availability.store(2, kLost), Change::None);
-    EXPECT_EQ(availability.store(2, kLost), Change::Back);
-    EXPECT_EQ(availability.store(2, kHad), Change::None);
+    EXPECT_EQ(store(1), kLost);
+    EXPECT_EQ(store(1), kNone);
+    EXPECT_TRUE(availability.isLost());
 }
 
-TEST(GpsAvailabilityTest, ALowCountIsForgottenAfterThreeMore)
+TEST_F(GpsAvailabilityTest, ThreeCountsThatAreEnoughBringTheMeasurementsBack)
 {
-    GpsAvailability availability;
-    for (const std::int32_t count : {2, 2, 1, 2, 2}) EXPECT_EQ(availability.store(count, kLost), Change::None);
-    EXPECT_EQ(availability.store(3, kLost), Change::Back);
+    store(0);
+    EXPECT_EQ(store(2), kNone);
+    EXPECT_EQ(store(2), kNone);
+    EXPECT_TRUE(availability.isLost());
+    EXPECT_EQ(store(2), kBack);
+    EXPECT_FALSE(availability.isLost());
+    EXPECT_EQ(store(2), kNone);
 }
 
-TEST(GpsAvailabilityTest, ThreeLowCountsAfterGoodOnesAreALoss)
+TEST_F(GpsAvailabilityTest, ALowCountIsForgottenAfterThreeMore)
 {
-    GpsAvailability availability;
-    for (const std::int32_t count : {2, 2, 2, 1, 0}) EXPECT_EQ(availability.store(count, kHad), Change::None);
-    EXPECT_EQ(availability.store(-1, kHad), Change::Lost);
+    store(0);
+    for (const std::int32_t count : {2, 2, 1, 2, 2}) EXPECT_EQ(store(count), kNone);
+    EXPECT_EQ(store(3), kBack);
+}
+
+TEST_F(GpsAvailabilityTest, ThreeLowCountsAfterGoodOnesAreALoss)
+{
+    for (const std::int32_t count : {2, 2, 2, 1, 0}) EXPECT_EQ(store(count), kNone);
+    EXPECT_EQ(store(-1), kLost);
+}
+
+TEST_F(GpsAvailabilityTest, SetsOneAndTwoAreCountedTogetherAndNoOther)
+{
+    EXPECT_EQ(availability.store(measurements({{1, 1}, {2, 1}})), kNone);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(availability.store(measurements({{0, 9}, {3, 9}, {4, 9}})), kNone);
+    EXPECT_EQ(availability.store(measurements({{0, 9}, {3, 9}, {4, 9}})), kLost);
+}
+
+TEST_F(GpsAvailabilityTest, ASumBeyondThirtyTwoBitsIsEnough)
+{
+    EXPECT_EQ(availability.store(measurements({{1, kMost}, {2, kMost}})), kNone);
 }

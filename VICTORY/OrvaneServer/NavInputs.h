@@ -1,0 +1,90 @@
+#ifndef VICTORY_ORVANESERVER_NAVINPUTS_H
+#define VICTORY_ORVANESERVER_NAVINPUTS_H
+
+#include "VICTORY/OrvaneServer/ServerSettings.h"
+#include "aspn2_msgs/AssuranceState.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "aspn2_msgs/HalvexPNT.h"
+#include "aspn2_msgs/MeasurementIncorporationStatus.h"
+#include "aspn2_msgs/PositionVelocityAttitude.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "ioss_mcsq/ZentorM_8504_Msg.h"
+#include "utilities/ThreadAnnotations.h"
+
+#include <cstdint>
+#include <functional>
+
+/// The latest of the six inputs of Blended Navigation, and whether each came since the last output. There is no queue,
+/// and no input ages out.
+///
+/// Any thread. The lock is held for a whole join, the console and the caller's work in it included: what is stored
+/// meanwhile waits.
+class NavInputs {
+public:
+    /// Six inputs that belong together, as they lie under the lock.
+    struct Joined {
+        const aspn2_msgs::idl::UTCTime& utcTime;
+        const aspn2_msgs::idl::HalvexPNT& pnt;
+        const aspn2_msgs::idl::MeasurementIncorporationStatus& mis;
+        const aspn2_msgs::idl::PositionVelocityAttitude& pva;
+        const aspn2_msgs::idl::AssuranceState& assurance;
+        const unpacked_msg8504_t& receiver;
+    };
+
+    /// Which inputs came since the last output.
+    struct News {
+        bool pva, utcTime, fusionPNT, mis, assuranceState, receiver;
+        bool areAll() const { return pva && utcTime && fusionPNT && mis && assuranceState && receiver; }
+        bool areAny() const { return pva || utcTime || fusionPNT || mis || assuranceState || receiver; }
+    };
+
+    explicit NavInputs(const ServerSettings& settings) : m_settings(settings) {}
+
+    /// Store a message in place of the latest of its kind. False, and nothing done, if it is not from the source that
+    /// the settings name; an assurance state is taken from anybody.
+    bool store(const aspn2_msgs::idl::PositionVelocityAttitude& message) EXCLUDES(m_navDataMutex);
+    bool store(const aspn2_msgs::idl::UTCTime& message) EXCLUDES(m_navDataMutex);
+    bool store(const aspn2_msgs::idl::HalvexPNT& message) EXCLUDES(m_navDataMutex);
+    bool store(const aspn2_msgs::idl::MeasurementIncorporationStatus& message) EXCLUDES(m_navDataMutex);
+    bool store(const aspn2_msgs::idl::AssuranceState& message) EXCLUDES(m_navDataMutex);
+
+    /// Stores the receiver's status, message 8504, as it came: it is unpacked when it is joined.
+    void storeReceiver(const aspn2_msgs::idl::GSSIP& message) EXCLUDES(m_navDataMutex);
+
+    /// Calls `body`, under the lock, if all six came and each is less than 1 s from the time message; all count as used
+    /// then, also if the receiver's frame is refused, which costs the call without a word. Otherwise all stay, as they
+    /// do when `body` throws.
+    void join(const std::function<void(const Joined&)>& body) EXCLUDES(m_navDataMutex);
+
+    News news() const EXCLUDES(m_navDataMutex);
+
+    /// The latest of two kinds, used or not; without content before the first.
+    aspn2_msgs::idl::PositionVelocityAttitude latestPva() const EXCLUDES(m_navDataMutex);
+    aspn2_msgs::idl::GSSIP latestReceiver() const EXCLUDES(m_navDataMutex);
+
+private:
+    template <class Message>
+    bool storeLatest(const Message& message, std::uint8_t wantedSource, Message NavInputs::*latest,
+                     bool NavInputs::*isNew) EXCLUDES(m_navDataMutex);
+    News newsLocked() const REQUIRES(m_navDataMutex);
+
+    /// Whether all are close to the time message; shows how close, unless quiet.
+    bool belongTogether() const REQUIRES(m_navDataMutex);
+
+    const ServerSettings& m_settings;
+    mutable Mutex m_navDataMutex;
+    aspn2_msgs::idl::PositionVelocityAttitude m_pva GUARDED_BY(m_navDataMutex);
+    aspn2_msgs::idl::UTCTime m_utcTime GUARDED_BY(m_navDataMutex);
+    aspn2_msgs::idl::HalvexPNT m_fusionPNT GUARDED_BY(m_navDataMutex);
+    aspn2_msgs::idl::MeasurementIncorporationStatus m_mis GUARDED_BY(m_navDataMutex);
+    aspn2_msgs::idl::AssuranceState m_assuranceState GUARDED_BY(m_navDataMutex);
+    aspn2_msgs::idl::GSSIP m_8504 GUARDED_BY(m_navDataMutex);
+    bool m_hasPVA GUARDED_BY(m_navDataMutex) = false;
+    bool m_hasUTCTime GUARDED_BY(m_navDataMutex) = false;
+    bool m_hasFusionPNT GUARDED_BY(m_navDataMutex) = false;
+    bool m_hasMIS GUARDED_BY(m_navDataMutex) = false;
+    bool m_hasAssuranceState GUARDED_BY(m_navDataMutex) = false;
+    bool m_has8504 GUARDED_BY(m_navDataMutex) = false;
+};
+
+#endif

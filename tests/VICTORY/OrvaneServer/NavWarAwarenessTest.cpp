@@ -1,0 +1,354 @@
+#include "VICTORY/OrvaneServer/NavWarAwareness.h"
+#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/support/BeforeNextLine.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr bool kStarted = true;
+constexpr bool kTellDisabled = true;
+constexpr std::uint8_t kState = 2;                // of statusA
+constexpr std::uint8_t kPowerValid = 1 << 3;      // of statusA
+constexpr std::uint8_t kBandwidthValid = 1 << 5;  // of statusA
+constexpr std::uint8_t kBearing = 1 << 0;         // of statusB
+constexpr std::uint8_t kConfident = 1 << 1;       // of statusB
+
+/// One of the nine lines of a frame.
+struct Line {
+    std::uint8_t statusA = 0;
+    std::uint8_t statusB = 0;
+    std::int16_t power = 0;
+    std::uint16_t center = 0;
+    std::uint16_t bandwidth = 0;
+    std::int16_t azimuth = 0;
+    std::int16_t elevation = 0;
+};
+
+/// A line of bearing that is told apart by its centre frequency, 50 kHz times a number.
+Line bearing(std::uint16_t center)
+{
+    return {.statusA = kState, .statusB = kBearing, .center = center};
+}
+
+template <class T>
+void put(std::vector<std::uint8_t>& bytes, std::size_t offset, T value)
+{
+    ASSERT_LE(offset + sizeof value, bytes.size());
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+/// A frame of the sensor, byte by byte.
+std::vector<std::uint8_t> frameOf(const std::vector<Line>& lines)
+{
+    constexpr std::size_t data = 10;
+    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
+    bytes.resize(212);
+    put(bytes, data + 0, 3456.5);
+    put(bytes, data + 8, 45.25);
+    put(bytes, data + 16, -93.5);
+    put(bytes, data + 24, 300.75);
+    put(bytes, data + 32, std::uint16_t{12});
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const auto start = data + 38 + 18 * i;
+        put(bytes, start, lines[i].statusA);
+        put(bytes, start + 1, lines[i].statusB);
+        put(bytes, start + 2, lines[i].power);
+        put(bytes, start + 4, lines[i].center);
+        put(bytes, start + 6, lines[i].bandwidth);
+        put(bytes, start + 14, lines[i].azimuth);
+        put(bytes, start + 16, lines[i].elevation);
+    }
+    return bytes;
+}
+
+struct NavWarAwarenessTest : testing::Test {
+    bool receive(const std::vector<Line>& lines)
+    {
+        EXPECT_TRUE(awareness.take(frameOf(lines)));
+        return awareness.process();
+    }
+
+    void publish() { awareness.publish(service, kStarted, !kTellDisabled); }
+
+    VapntcNavWarSaRecord published()
+    {
+        publish();
+        return victory.last("vapntsTellNavWarSaData").record<VapntcNavWarSaRecord>();
+    }
+
+    /// The centre frequencies of what is published now, in MHz.
+    std::vector<double> centres()
+    {
+        const auto record = published();
+        std::vector<double> found;
+        for (std::uint32_t i = 0; i < record.threatCount; ++i)
+            found.push_back(record.threats[i].centreFrequency * 1e-6);
+        return found;
+    }
+
+    VictoryRecorder victory;
+    VapntsService* service = victory.newService();
+    ServerSettings settings;
+    LatestTime time;
+    NavWarAwareness awareness{settings, time};
+};
+
+}  // namespace
+
+TEST_F(NavWarAwarenessTest, LinesOfBearingBecomeThreatsInTheirOrder)
+{
+    std::vector<Line> lines(9);
+    lines[1] = bearing(20);
+    lines[4] = bearing(40);
+    lines[8] = bearing(60);
+    EXPECT_TRUE(receive(lines));
+    EXPECT_THAT(centres(), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TEST_F(NavWarAwarenessTest, AReportWithoutABearingMakesNoThreat)
+{
+    EXPECT_FALSE(receive({{.statusA = kState, .statusB = 0xFE}, {.statusA = 0xFD, .statusB = 0xFF}}));
+    EXPECT_THAT(centres(), IsEmpty());
+}
+
+TEST_F(NavWarAwarenessTest, AThreatHasTheLatestTime)
+{
+    aspn2_msgs::idl::UTCTime message;
+    message.gps_week(2235);
+    message.gps_tow_sec(100);
+    message.utc_tod_sec(82);
+    time.store(message);
+    receive({bearing(20)});
+    const auto record = published();
+    EXPECT_EQ(record.threats[0].time.year, 2022U);
+    EXPECT_EQ(record.threats[0].time.minute, 1U);
+    EXPECT_EQ(record.threats[0].time.seconds, 22U);
+}
+
+TEST_F(NavWarAwarenessTest, AReportIsUsedOnce)
+{
+    EXPECT_TRUE(receive({bearing(20)}));
+    EXPECT_FALSE(awareness.process());
+    EXPECT_THAT(centres(), ElementsAre(1.0));
+}
+
+TEST_F(NavWarAwarenessTest, ANewerReportReplacesTheOneThatWaits)
+{
+    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
+    EXPECT_TRUE(awareness.take(frameOf({bearing(40)})));
+    awareness.process();
+    EXPECT_THAT(centres(), ElementsAre(2.0));
+}
+
+TEST_F(NavWarAwarenessTest, ARefusedFrameLeavesTheReportThatWaits)
+{
+    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
+    auto frame = frameOf({bearing(40)});
+    frame.resize(210);
+    EXPECT_FALSE(awareness.take(frame));
+    awareness.process();
+    EXPECT_THAT(centres(), ElementsAre(1.0));
+}
+
+TEST_F(NavWarAwarenessTest, OfTheLengthOfAFrameTheLowSixteenBitsCount)
+{
+    auto frame = frameOf({bearing(20)});
+    frame.resize(65536 + 212);
+    EXPECT_TRUE(awareness.take(frame));
+}
+
+TEST_F(NavWarAwarenessTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
+{
+    for (std::uint16_t center = 1; center <= 60; ++center) receive({bearing(center)});
+    const auto record = published();
+    EXPECT_EQ(record.threatsPresent, 1U);
+    ASSERT_EQ(record.threatCount, 50U);
+    for (std::size_t i = 0; i < 50; ++i)
+        EXPECT_EQ(record.threats[i].centreFrequency, 50000.0 * static_cast<double>(11 + i)) << i;
+}
+
+TEST_F(NavWarAwarenessTest, EachThreatGoesOutOnceAndAnEmptyListIsToldToo)
+{
+    receive({bearing(20), bearing(40)});
+    EXPECT_EQ(awareness.list().size(), 2U);
+    EXPECT_EQ(published().threatCount, 2U);
+    EXPECT_THAT(awareness.list(), IsEmpty());
+    const VapntcNavWarSaRecord empty = {};
+    const auto record = published();
+    EXPECT_EQ(std::memcmp(&record, &empty, sizeof empty), 0);
+    const auto call = victory.last("vapntsTellNavWarSaData");
+    EXPECT_EQ(call.service, service);
+    EXPECT_EQ(call.time(), nullptr);
+}
+
+TEST_F(NavWarAwarenessTest, WhileTheServiceIsDownThreatsStayWithAnEventOfThisUnit)
+{
+    recordFaults();
+    receive({bearing(20)});
+    const ConsoleCapture console(std::cout);
+    awareness.publish(service, !kStarted, !kTellDisabled);
+    EXPECT_THAT(takeHealthEvents(),
+                ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer : Cannot publish NavWarSA "
+                                         "threats while APNT service is not running! Threats remain queued\\.")));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), cbTellNavWarSaCallback : OrvaneServer : "
+                                             "Cannot publish NavWarSA threats while APNT service is not running! "
+                                             "Threats remain queued\\.\n"));
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
+    EXPECT_THAT(centres(), ElementsAre(1.0));
+}
+
+TEST_F(NavWarAwarenessTest, WhileTellingIsDisabledTheListIsEmptiedAllTheSame)
+{
+    receive({bearing(20)});
+    awareness.publish(service, kStarted, kTellDisabled);
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
+    EXPECT_THAT(centres(), IsEmpty());
+}
+
+TEST_F(NavWarAwarenessTest, WhatTheLibraryThrowsGoesOnAndNothingIsPutBack)
+{
+    const HardDeadline deadline;
+    receive({bearing(20)});
+    victory.onCall("vapntsTellNavWarSaData", [] { throw std::runtime_error("no luck"); });
+    EXPECT_THROW(publish(), std::runtime_error);
+    victory.onCall("vapntsTellNavWarSaData", nullptr);
+    EXPECT_THAT(centres(), IsEmpty());
+}
+
+TEST_F(NavWarAwarenessTest, AFailureNamesAnotherOperationAndTheReportStillWaits)
+{
+    recordFaults();
+    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
+    const ConsoleCapture console(std::cout);
+    {
+        const FailingAllocation memory(0, 1);
+        awareness.process();
+    }
+    EXPECT_THAT(takeHealthEvents(), ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer: An "
+                                                             "exception occurred\\. Details: std::bad_alloc")));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
+                                             "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
+                                             "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
+    EXPECT_TRUE(awareness.process());
+    EXPECT_THAT(centres(), ElementsAre(1.0));
+}
+
+TEST_F(NavWarAwarenessTest, WhatIsNoStandardExceptionIsUnknown)
+{
+    settings.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    const BeforeNextLine failure([] { throw 1; });
+    receive({bearing(20)});
+    EXPECT_THAT(takeHealthEvents(),
+                ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
+}
+
+TEST_F(NavWarAwarenessTest, NoThreatIsAddedWhileTheLibraryIsCalled)
+{
+    const HardDeadline deadline;
+    std::thread receiver;
+    std::atomic<bool> isAdded = false;
+    victory.onCall("vapntsTellNavWarSaData", [&] {
+        receiver = std::thread([&] {
+            awareness.append({});
+            isAdded = true;
+        });
+        EXPECT_FALSE(eventually([&] { return isAdded.load(); }, 100ms));
+    });
+    publish();
+    receiver.join();
+    victory.onCall("vapntsTellNavWarSaData", nullptr);
+    EXPECT_EQ(published().threatCount, 1U);
+}
+
+TEST_F(NavWarAwarenessTest, NoReportIsTakenWhileOneIsProcessed)
+{
+    const HardDeadline deadline;
+    std::thread receiver;
+    std::atomic<bool> isTaken = false;
+    settings.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    const BeforeNextLine reportIsShown([&] {
+        receiver = std::thread([&] {
+            awareness.take(frameOf({bearing(40)}));
+            isTaken = true;
+        });
+        EXPECT_FALSE(eventually([&] { return isTaken.load(); }, 100ms));
+    });
+    receive({bearing(20)});
+    receiver.join();
+    EXPECT_TRUE(awareness.process());
+    EXPECT_THAT(centres(), ElementsAre(1.0, 2.0));
+}
+
+TEST_F(NavWarAwarenessTest, DebugLinesTellTheReportAndEachThreat)
+{
+    settings.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    receive({{.statusA = kState | kPowerValid | kBandwidthValid,
+              .statusB = kBearing | kConfident | 4 << 2,
+              .power = -57,
+              .center = 20,
+              .bandwidth = 5,
+              .azimuth = 181,
+              .elevation = -90}});
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServerOrvaneServer, processing Navwar SA from ThreatData \\(Line of Bearing\\) "
+                             "message\n"
+                             "OrvaneServer: , encodeVictoryNavWarSA: Encoding Navwar SA from ThreatData \\(Line of "
+                             "Bearing\\) message data\n"
+                             "OrvaneServerencodeVictoryNavWarSA \\([0-9]+\\), threat detail:\n"
+                             "\n"
+                             "GPS Time       = 3456\\.5\n"
+                             "lat            = 45\\.25\n"
+                             "lon            = -93\\.5\n"
+                             "alt            = 300\\.75\n"
+                             "Pos_Accuracy   = 12\n"
+                             "Az             = 181 deg, -3\\.14159\n"
+                             "Az Conf \\(0-100\\)= 100\n"
+                             "El             = -90 deg, -1\\.5708\n"
+                             "El Conf \\(0-100\\)= 100\n"
+                             "Center         = 1e\\+06\n"
+                             "BW             = 5000\n"
+                             "Power          = -57\n"));
+}
+
+TEST_F(NavWarAwarenessTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
+{
+    receive({bearing(20), bearing(40)});
+    settings.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    publish();
+    publish();
+    EXPECT_EQ(console.text(), "OrvaneServer : sending NavWarSa data to VDB. Number of threats: 2\n");
+}
+
+TEST_F(NavWarAwarenessTest, OnlyTheTimeOfAThreatIsShownUnlessQuiet)
+{
+    settings.m_quiet = false;
+    const ConsoleCapture console(std::cout);
+    receive({bearing(20)});
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) [0-9:.]+\n"));
+}

@@ -1,9 +1,16 @@
 #include "VICTORY/Utilities/VictoryLibrary.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
 #include <initializer_list>
 #include <limits>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace VictoryLibrary {
 
@@ -57,6 +64,60 @@ template <>
 struct Faults<VapntsService> {
     static constexpr auto add = &vapntsAddFault;
     static constexpr auto remove = &vapntsRemoveFault;
+};
+
+/// An empty file beside another one, with its owner and mode. It goes with this object, unless it has taken the other's
+/// place.
+class Replacement {
+public:
+    /// @param path  without a link in it
+    explicit Replacement(const std::filesystem::path& path) : m_old(path), m_new(path.string() + ".new")
+    {
+        struct stat old = {};
+        if (::stat(m_old.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return;
+        ::unlink(m_new.c_str());  // one that a power failure has left
+        m_file = ::open(m_new.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        if (m_file < 0) {
+            m_isDiskFull = errno == ENOSPC || errno == EDQUOT;
+            return;
+        }
+        m_isAlike = ::fchown(m_file, old.st_uid, old.st_gid) == 0 && ::fchmod(m_file, old.st_mode & 07777) == 0;
+    }
+    ~Replacement()
+    {
+        if (m_file < 0) return;
+        ::close(m_file);
+        if (!m_hasTakenPlace) ::unlink(m_new.c_str());
+    }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    bool isDiskFull() const { return m_isDiskFull; }
+    bool isUsable() const { return m_file >= 0 && m_isAlike; }
+    std::string path() const { return m_new.string(); }
+
+    /// Has what was written to it reach the disk.
+    bool synchronize() const { return ::fsync(m_file) == 0; }
+
+    bool takePlace()
+    {
+        m_hasTakenPlace = std::rename(m_new.c_str(), m_old.c_str()) == 0;
+        if (!m_hasTakenPlace) return false;
+        const int folder = ::open(m_old.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (folder >= 0) {
+            ::fsync(folder);
+            ::close(folder);
+        }
+        return true;
+    }
+
+private:
+    const std::filesystem::path m_old;
+    const std::filesystem::path m_new;
+    int m_file = -1;
+    bool m_isDiskFull = false;
+    bool m_isAlike = false;
+    bool m_hasTakenPlace = false;
 };
 
 }  // namespace
@@ -177,6 +238,21 @@ Answer readTextFile(const std::string& path, std::span<char> buffer)
 Answer writeTextFile(const char* text, const std::string& path)
 {
     return Answer(vutilWriteStringToFile(text, path.c_str()));
+}
+
+Answer replaceTextFile(const char* text, const std::string& path)
+{
+    constexpr Answer kOldStays{1};
+    std::error_code error;
+    const auto target = std::filesystem::canonical(path, error);
+    if (error) return writeTextFile(text, path);
+    Replacement replacement(target);
+    if (replacement.isDiskFull()) return kOldStays;  // to write in place would begin by emptying the file
+    if (!replacement.isUsable()) return writeTextFile(text, path);
+    const auto answer = writeTextFile(text, replacement.path());
+    if (!answer.isSuccess()) return answer;
+    if (!replacement.synchronize()) return kOldStays;
+    return replacement.takePlace() ? kSuccess : writeTextFile(text, path);
 }
 
 }  // namespace VictoryLibrary

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <type_traits>
 
@@ -165,6 +167,12 @@ void VictoryRecorder::setFile(const std::string& path, const std::string& text)
 {
     const std::lock_guard lock(m_mutex);
     m_files[path] = text;
+}
+
+void VictoryRecorder::writeFile(const std::string& path, const std::string& text)
+{
+    setFile(path, text);
+    if (std::filesystem::is_regular_file(path)) std::ofstream(path, std::ios::binary) << text;
 }
 
 std::string VictoryRecorder::file(const std::string& path) const
@@ -471,6 +479,6 @@ int vutilWriteStringToFile(const char* text, const char* path)
 {
     VictoryRecorder& recorder = VictoryRecorder::current();
     const int result = static_cast<int>(recorder.record(callOf("vutilWriteStringToFile", nullptr, text, path)));
-    if (result == 0) recorder.setFile(path, text);
+    if (result == 0) recorder.writeFile(path, text);
     return result;
 }

@@ -30,7 +30,8 @@
 ///     victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
 ///
 /// Unless told otherwise, all goes well: operations answer 0, new services are made, faults get the ids 1, 2, ..., and
-/// files are those that `setFile` and `vutilWriteStringToFile` have put here.
+/// files are those that `setFile` and `vutilWriteStringToFile` have put here. What is written to a file that is on the
+/// disk arrives there too.
 class VictoryRecorder {
 public:
     /// One call of an operation. Arguments are counted from 0, the service left out; asking for one of another kind
@@ -150,6 +151,7 @@ public:
     std::uint32_t recordAddFault(Call call);
     void setCallback(const std::function<void(Registrations&)>& change);
     void markDeleted(const void* service);
+    void writeFile(const std::string& path, const std::string& text);
     int readFile(const std::string& path, int capacity, char* buffer) const;
 
 private:

@@ -1,12 +1,20 @@
 #include "VICTORY/Utilities/VictoryLibrary.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <sys/stat.h>
+#include <tuple>
+#include <vector>
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -29,6 +37,28 @@ struct VictoryLibraryTest : testing::Test {
 
     VictoryRecorder victory;
     VapntsService* service = victory.newService();
+};
+
+/// A file on the disk that gets another text.
+struct ReplaceTextFileTest : VictoryLibraryTest {
+    VictoryLibrary::Answer replace() { return VictoryLibrary::replaceTextFile("new", path); }
+
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
+            names.push_back(entry.path().filename().string());
+        return names;
+    }
+
+    mode_t mode() const
+    {
+        struct stat status = {};
+        return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+    }
+
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("file", "old");
 };
 
 }  // namespace
@@ -95,4 +125,78 @@ TEST_F(VictoryLibraryTest, FaultsReachTheOperationsOfTheirKind)
     EXPECT_TRUE(VictoryLibrary::removeFault(victory.gens(), id, 0).isSuccess());
     EXPECT_EQ(victory.last("vgensRemoveFault").number(0), id);
     EXPECT_EQ(victory.count("vapntsRemoveFault"), 0U);
+}
+
+TEST_F(ReplaceTextFileTest, ANewTextIsWrittenBesideAndTakesThePlace)
+{
+    std::string meanwhile;
+    victory.onCall("vutilWriteStringToFile", [&] { meanwhile = readFile(path); });
+    EXPECT_TRUE(replace().isSuccess());
+    EXPECT_EQ(meanwhile, "old");
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), path + ".new");
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_THAT(names(), ElementsAre("file"));
+    EXPECT_EQ(victory.count("vutilWriteStringToFile"), 1U);
+}
+
+TEST_F(ReplaceTextFileTest, AFailedWriteLeavesTheOldText)
+{
+    victory.onCall("vutilWriteStringToFile", [&] {
+        directory.write(std::filesystem::path(victory.last("vutilWriteStringToFile").text(1)).filename(), "n");
+    });
+    victory.answer("vutilWriteStringToFile", 5);
+    EXPECT_EQ(replace().number(), 5);
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(ReplaceTextFileTest, AWriteThatThrowsLeavesTheOldTextAlone)
+{
+    victory.onCall("vutilWriteStringToFile", [] { throw std::runtime_error("no luck"); });
+    EXPECT_THROW(std::ignore = replace(), std::runtime_error);
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(ReplaceTextFileTest, TheModeIsKept)
+{
+    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+    EXPECT_TRUE(replace().isSuccess());
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_EQ(mode(), 0640U);
+}
+
+TEST_F(ReplaceTextFileTest, ALinkStaysAndItsTargetIsReplaced)
+{
+    const auto link = directory.path() / "link";
+    std::filesystem::create_symlink(path, link);
+    EXPECT_TRUE(VictoryLibrary::replaceTextFile("new", link.string()).isSuccess());
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_THAT(names(), UnorderedElementsAre("file", "link"));
+}
+
+TEST_F(ReplaceTextFileTest, WhatAPowerFailureHasLeftIsInNobodysWay)
+{
+    directory.write("file.new", "half of a longer tex");
+    EXPECT_TRUE(replace().isSuccess());
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(ReplaceTextFileTest, WhereNothingCanBePutBesideItTheFileIsWrittenInPlace)
+{
+    std::filesystem::create_directory(path + ".new");
+    directory.write("file.new/anything", "");
+    EXPECT_TRUE(replace().isSuccess());
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), path);
+    EXPECT_EQ(readFile(path), "new");
+}
+
+TEST_F(ReplaceTextFileTest, WhereThereIsNoFileYetItIsWrittenInPlace)
+{
+    const std::string none = (directory.path() / "none").string();
+    EXPECT_TRUE(VictoryLibrary::replaceTextFile("new", none).isSuccess());
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), none);
+    EXPECT_THAT(names(), ElementsAre("file"));
 }

@@ -1,0 +1,372 @@
+#include "VICTORY/OrvaneServer/BusService.h"
+
+#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
+#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VictoryRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr const char* kVcl = R"(<vcl:VCL>
+    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
+        <item name="updatePeriod" value="1"/>
+    </group>
+    <group type="ASSURED_PNT_NAVWAR_SA">
+        <item name="updatePeriod" value="3"/>
+    </group>
+</vcl:VCL>
+)";
+
+constexpr const char* kReadError = "3:OrvaneServer Error reading VICTORY APNT configuration file.";
+
+struct BusServiceTest : testing::Test {
+    BusServiceTest()
+    {
+        settings.m_victoryConfigurationFile = "config";
+        settings.m_vclFile = directory.write("vcl.xml", kVcl);
+        victory.setFile("config", "<config/>");
+        victory.setFile(settings.m_vclFile, kVcl);
+        takeHealthEvents();
+    }
+
+    void start()
+    {
+        ASSERT_TRUE(bus.start(nullptr));
+        takeHealthEvents();
+        victory.forgetCalls();
+        steps.clear();
+    }
+
+    /// What the library is called for, between the steps of the owner.
+    void step(const std::string& name)
+    {
+        for (const auto& operation : victory.operations()) steps.push_back(operation);
+        victory.forgetCalls();
+        steps.push_back(name);
+        if (name == failingStep) throw std::runtime_error("no luck");
+    }
+
+    std::vector<std::string> allSteps()
+    {
+        step("end");
+        steps.pop_back();
+        return steps;
+    }
+
+    const HardDeadline deadline;
+    const TemporaryDirectory directory;
+    ServerSettings settings;
+    VictoryRecorder victory;
+    std::vector<std::string> steps;
+    std::string failingStep;
+    bool isPrepared = true;
+    VapntsService* equipped = nullptr;
+    BusService bus{settings,
+                   {.redirectOutput = [this] { step("redirect"); },
+                    .prepare =
+                        [this] {
+                            step("prepare");
+                            return isPrepared;
+                        },
+                    .equip =
+                        [this](VapntsService* service) {
+                            equipped = service;
+                            step("equip");
+                        }}};
+    const ConsoleCapture console{std::cout};
+};
+
+}  // namespace
+
+// The start.
+
+TEST_F(BusServiceTest, StartGoesThroughLibraryAndOwnerInOrder)
+{
+    EXPECT_TRUE(bus.start(nullptr));
+    EXPECT_TRUE(bus.isStarted());
+    EXPECT_THAT(allSteps(), ElementsAre("redirect", "prepare", "vutilReadStringFromFile", "vutilReadStringFromFile",
+                                        "vapntsNewService", "equip", "vapntsStartService"));
+    EXPECT_EQ(equipped, bus.service());
+    EXPECT_EQ(bus.generation(), 1U);
+    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(BusServiceTest, AGivenTextIsUsedAsItStands)
+{
+    std::string configuration;
+    std::string vcl;
+    victory.onCall("vapntsNewService", [&] {
+        configuration = victory.last("vapntsNewService").text(0);
+        vcl = victory.last("vapntsNewService").text(1);
+    });
+    bus.start("<mine/>");
+    EXPECT_EQ(configuration, "<config/>");
+    EXPECT_EQ(vcl, "<mine/>");
+    bus.stop();
+    bus.start(nullptr);
+    EXPECT_EQ(vcl, kVcl);
+}
+
+TEST_F(BusServiceTest, SecondStartOnlyRedirects)
+{
+    start();
+    EXPECT_TRUE(bus.start("<other/>"));
+    EXPECT_THAT(allSteps(), ElementsAre("redirect"));
+    EXPECT_EQ(bus.generation(), 1U);
+}
+
+TEST_F(BusServiceTest, ItsAnswerIsThatOfThePreparationButTheServiceRuns)
+{
+    isPrepared = false;
+    EXPECT_FALSE(bus.start(nullptr));
+    EXPECT_TRUE(bus.isStarted());
+}
+
+TEST_F(BusServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
+{
+    settings.m_vclFile = "none";
+    EXPECT_FALSE(bus.start(nullptr));
+    EXPECT_FALSE(bus.isStarted());
+    EXPECT_EQ(bus.service(), nullptr);
+    EXPECT_THAT(takeHealthEvents(), ElementsAre(kReadError));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
+                                             "reading VICTORY APNT configuration file\\.\n"));
+}
+
+TEST_F(BusServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
+{
+    victory.answer("vapntsNewService", 0);
+    EXPECT_FALSE(bus.start(nullptr));
+    EXPECT_EQ(equipped, nullptr);
+    EXPECT_THAT(takeHealthEvents(), ElementsAre(kReadError));
+}
+
+TEST_F(BusServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
+{
+    victory.answer("vapntsStartService", 7);
+    EXPECT_TRUE(bus.start(nullptr));
+    EXPECT_TRUE(bus.isStarted());
+    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(console.text(),
+                MatchesRegex("OrvaneServer \\([0-9]+\\) InitializeVictory : vapntsStartService answered 7\n"));
+}
+
+TEST_F(BusServiceTest, WhatTheOwnerThrowsFailsTheStartAndLeavesNoService)
+{
+    for (const char* name : {"redirect", "prepare", "equip"}) {
+        failingStep = name;
+        victory.forgetCalls();
+        EXPECT_FALSE(bus.start(nullptr)) << name;
+        EXPECT_FALSE(bus.isStarted()) << name;
+        EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck")) << name;
+        EXPECT_EQ(victory.count("vapntsDeleteService"), failingStep == "equip" ? 1U : 0U) << name;
+    }
+    failingStep.clear();
+    EXPECT_TRUE(bus.start(nullptr));
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+// The end.
+
+TEST_F(BusServiceTest, EndDeletesTheServiceAndReportsIt)
+{
+    start();
+    EXPECT_TRUE(bus.stop());
+    EXPECT_FALSE(bus.isStarted());
+    EXPECT_EQ(victory.last("vapntsDeleteService").service, bus.service());
+    EXPECT_THAT(takeHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
+    EXPECT_EQ(console.text(), "");
+    EXPECT_FALSE(bus.stop());
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+}
+
+TEST_F(BusServiceTest, EndIsPrintedInDebug)
+{
+    settings.m_debug = true;
+    start();
+    bus.stop();
+    EXPECT_EQ(console.text(), "OrvaneServer : VapntsService exited\n");
+}
+
+TEST_F(BusServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
+{
+    start();
+    victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("no luck"); });
+    EXPECT_TRUE(bus.stop());
+    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
+                                                "2:OrvaneServer : VapntsService exited"));
+    EXPECT_THAT(console.text(), HasSubstr("), ShutdownVictory : OrvaneServer: An exception occurred."));
+}
+
+TEST_F(BusServiceTest, CallsAreMadeOnlyWhileTheServiceRuns)
+{
+    std::vector<VapntsService*> called;
+    const auto call = [&](VapntsService* service) { called.push_back(service); };
+    EXPECT_FALSE(bus.whileStarted(call));
+    bus.whileHeld(call);
+    start();
+    EXPECT_TRUE(bus.whileStarted(call));
+    bus.whileHeld(call);
+    EXPECT_THAT(called, ElementsAre(nullptr, bus.service(), bus.service()));
+}
+
+TEST_F(BusServiceTest, ServiceIsNotDeletedUnderACallOfAnotherThread)
+{
+    start();
+    std::atomic<bool> isIn = false;
+    std::atomic<bool> go = false;
+    std::thread worker([&] {
+        bus.whileHeld([&](VapntsService*) {
+            isIn = true;
+            EXPECT_TRUE(eventually([&] { return go.load(); }));
+        });
+    });
+    EXPECT_TRUE(eventually([&] { return isIn.load(); }));
+    std::thread main([&] { bus.stop(); });
+    EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
+    go = true;
+    EXPECT_TRUE(victory.waitForCalls("vapntsDeleteService", 1));
+    worker.join();
+    main.join();
+}
+
+// The restart.
+
+TEST_F(BusServiceTest, LessThanASecondIsOnlyPrinted)
+{
+    start();
+    EXPECT_FALSE(bus.restart(999));
+    EXPECT_THAT(allSteps(), IsEmpty());
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 999 "
+                                             "milliseconds\\.\n"));
+}
+
+TEST_F(BusServiceTest, ASecondRestartsTheService)
+{
+    start();
+    EXPECT_TRUE(bus.restart(1000));
+    EXPECT_THAT(allSteps(), ElementsAre("vapntsDeleteService", "redirect", "prepare", "vutilReadStringFromFile",
+                                        "vapntsNewService", "equip", "vapntsStartService"));
+    EXPECT_EQ(bus.generation(), 2U);
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 1000 "
+                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : "
+                                             "Restarting APNT\\.\n"));
+}
+
+TEST_F(BusServiceTest, BothPeriodsOfTheTextAreNewAndTheFileStays)
+{
+    std::string text;
+    victory.onCall("vapntsNewService", [&] { text = victory.last("vapntsNewService").text(1); });
+    bus.restart(4294967295UL);
+    EXPECT_EQ(text, R"(<vcl:VCL>
+    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
+        <item name="updatePeriod" value="4294967295"/>
+    </group>
+    <group type="ASSURED_PNT_NAVWAR_SA">
+        <item name="updatePeriod" value="4294967295"/>
+    </group>
+</vcl:VCL>
+)");
+    EXPECT_EQ(readFile(settings.m_vclFile), kVcl);
+}
+
+TEST_F(BusServiceTest, AFailedRestartLeavesTheServiceDown)
+{
+    start();
+    failingStep = "equip";
+    EXPECT_TRUE(bus.restart(1000));
+    EXPECT_FALSE(bus.isStarted());
+    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+// The VCL file.
+
+TEST_F(BusServiceTest, ANewVclTextReplacesTheFile)
+{
+    EXPECT_TRUE(bus.saveVcl("<new/>"));
+    EXPECT_EQ(readFile(settings.m_vclFile), "<new/>");
+}
+
+TEST_F(BusServiceTest, NoVclTextIsNotSaved)
+{
+    EXPECT_FALSE(bus.saveVcl(nullptr));
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    EXPECT_EQ(readFile(settings.m_vclFile), kVcl);
+}
+
+TEST_F(BusServiceTest, AVclTextThatCannotBeWrittenLeavesTheFile)
+{
+    victory.onCall("vutilWriteStringToFile",
+                   [&] { directory.write(victory.last("vutilWriteStringToFile").text(1), "<n"); });
+    victory.answer("vutilWriteStringToFile", -1);
+    EXPECT_FALSE(bus.saveVcl("<new/>"));
+    EXPECT_EQ(readFile(settings.m_vclFile), kVcl);
+}
+
+TEST_F(BusServiceTest, TheFileIsNotReadWhileItIsWritten)
+{
+    std::atomic<bool> isWriting = false;
+    std::thread restarter;
+    victory.onCall("vutilWriteStringToFile", [&] {
+        isWriting = true;
+        restarter = std::thread([&] {
+            bus.stop();
+            bus.start(nullptr);
+        });
+        EXPECT_FALSE(victory.waitForCalls("vutilReadStringFromFile", 2, 100ms));
+        isWriting = false;
+    });
+    victory.onCall("vutilReadStringFromFile", [&] {
+        const bool isVcl = victory.last("vutilReadStringFromFile").text(0) == settings.m_vclFile;
+        EXPECT_FALSE(isVcl && isWriting);
+    });
+    bus.saveVcl("<new/>");
+    restarter.join();
+    EXPECT_TRUE(bus.isStarted());
+}
+
+TEST_F(BusServiceTest, ARestartWaitsForASavingBeforeItLoads)
+{
+    start();
+    const std::string saved =
+        R"(<vcl:VCL><g type="ASSURED_PNT_NAVWAR_SA"><i name="updatePeriod" value="9"/></g></vcl:VCL>)";
+    std::string text;
+    victory.onCall("vapntsNewService", [&] { text = victory.last("vapntsNewService").text(1); });
+    std::thread restarter;
+    victory.onCall("vutilWriteStringToFile", [&] {
+        restarter = std::thread([&] { bus.restart(5000); });
+        EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
+    });
+    EXPECT_TRUE(bus.saveVcl(saved.c_str()));
+    restarter.join();
+    EXPECT_THAT(text, HasSubstr(R"(<i name="updatePeriod" value="5000"/>)"));
+}
+
+// The end waits for the library's call-backs, and one of them may be saving.
+TEST_F(BusServiceTest, ACallBackMaySaveWhileTheServiceIsEnded)
+{
+    start();
+    victory.onCall("vapntsDeleteService", [&] { std::thread([&] { EXPECT_TRUE(bus.saveVcl("<new/>")); }).join(); });
+    EXPECT_TRUE(bus.stop());
+    EXPECT_EQ(readFile(settings.m_vclFile), "<new/>");
+}

@@ -2,6 +2,7 @@
 #define TESTS_VICTORY_ORVANESERVER_OPENSERVER_H
 
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 
 #include <array>
 #include <string>
@@ -126,11 +127,5 @@ public:
     /// Lets messages in.
     void run() { m_state = FACE::LCM::Halvex::ReportedState::RUNNING; }
 };
-
-/// The next health event of this process as "<type>:<text>"; "none" if there is none.
-std::string popHealthEvent();
-
-/// All that wait, in their order.
-std::vector<std::string> popHealthEvents();
 
 #endif

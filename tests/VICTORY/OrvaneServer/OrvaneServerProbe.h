@@ -2,6 +2,7 @@
 #define TESTS_VICTORY_ORVANESERVER_ORVANESERVERPROBE_H
 
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 
 #include <atomic>
 #include <functional>
@@ -50,8 +51,5 @@ public:
     std::function<void()> onFaultTest;
     std::function<void()> onBlendedNavigation;
 };
-
-/// The next health event of this process as "<type>:<text>"; "none" if there is none.
-std::string popHealthEvent();
 
 #endif

@@ -471,7 +471,7 @@ VICTORY_RECORDER_FAULTS(vposs, VpossService)
 int vutilReadStringFromFile(const char* path, int capacity, char* buffer)
 {
     VictoryRecorder& recorder = VictoryRecorder::current();
-    const std::int64_t scripted = recorder.record(callOf("vutilReadStringFromFile", nullptr, path, capacity));
+    const std::int64_t scripted = recorder.record(callOf("vutilReadStringFromFile", nullptr, path, capacity, buffer));
     return scripted != 0 ? static_cast<int>(scripted) : recorder.readFile(path, capacity, buffer);
 }
 

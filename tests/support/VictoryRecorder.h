@@ -43,7 +43,7 @@ public:
 
         std::int64_t number(std::size_t index) const { return argument<std::int64_t>(index); }
         double real(std::size_t index) const { return argument<double>(index); }
-        const void* pointer(std::size_t index) const { return argument<const void*>(index); }  // contexts
+        const void* pointer(std::size_t index) const { return argument<const void*>(index); }  // contexts, buffers
 
         /// A copy of a text; a null one counts as "<null>".
         const std::string& text(std::size_t index) const { return argument<std::string>(index); }

@@ -3,7 +3,7 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/gps_msgs.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
@@ -87,49 +87,58 @@ CommandResponse responseOf(const std::string& text, std::uint8_t commanded = 52,
     return response;
 }
 
+using Input = ServerDoor::Input;
+
 struct InboundTest : testing::Test {
     InboundTest()
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
-        server.m_gssipSourceServers = {39, 96};
+        server.useBusFiles("config", "vcl");
+        server.change([](auto& settings) { settings.gssipSources = {39, 96}; });
         server.run();
         popHealthEvents();
     }
 
+    void startBus()
+    {
+        server.startBus();
+        popHealthEvents();
+        victory.forgetCalls();
+    }
+
+    bool isNew(Input input) const { return server.newInputs().contains(input); }
+
     std::vector<std::uint32_t> warnings() const
     {
         std::vector<std::uint32_t> ids;
-        for (const auto& warning : server.m_warnings) ids.push_back(warning.warningId);
+        for (const auto& warning : server.warnings()) ids.push_back(warning.warningId);
         return ids;
     }
 
     VictoryRecorder victory;
-    OpenServer server;
+    ServerDoor server;
 };
 
 }  // namespace
 
 TEST_F(InboundTest, NothingIsTakenWhileStopped)
 {
-    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
-    server.m_service = victory.newService();
-    server.cbPVA(from<PositionVelocityAttitude>(96));
-    server.cbUTCTime(from<UTCTime>(96));
-    server.cbHalvexPNT(from<HalvexPNT>(96));
-    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(96));
-    server.cbAssuranceState(from<AssuranceState>(96));
-    server.cbZentorGssip(recordOfId(8504));
+    server.halt();
+    startBus();
+    server.deliver(from<PositionVelocityAttitude>(96));
+    server.deliver(from<UTCTime>(96));
+    server.deliver(from<HalvexPNT>(96));
+    server.deliver(from<MeasurementIncorporationStatus>(96));
+    server.deliver(from<AssuranceState>(96));
+    server.fromReceiver(recordOfId(8504));
     ThreatData threat;
-    server.cbHxGssip(recordOf(threat));
-    server.cbCmd(commandOf("BITSERVER_PING"));
-    server.cbRsp(responseOf("PARTNUMBERS"));
-    EXPECT_FALSE(server.m_hasPVA || server.m_hasUTCTime || server.m_hasFusionPNT || server.m_hasMIS ||
-                 server.m_hasAssuranceState || server.m_has8504);
-    EXPECT_FALSE(server.m_gpsLost);
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 0);
+    server.toReceiver(recordOf(threat));
+    server.command(commandOf("BITSERVER_PING"));
+    server.response(responseOf("PARTNUMBERS"));
+    EXPECT_THAT(server.newInputs(), IsEmpty());
+    EXPECT_FALSE(server.isGpsLost());
+    EXPECT_EQ(server.configuration().componentCount, 0);
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
@@ -137,62 +146,64 @@ TEST_F(InboundTest, ASourceIsTakenIfItIsTheConfiguredOneOrAnyIs)
 {
     auto message = from<PositionVelocityAttitude>(7);
     message.velocity()[0] = 5.0;
-    server.m_pvaSourceServerId = 8;
-    server.cbPVA(message);
-    EXPECT_FALSE(server.m_hasPVA);
-    EXPECT_EQ(server.m_pva.velocity()[0], 0.0);
-    server.m_pvaSourceServerId = 0;
-    server.cbPVA(message);
-    EXPECT_TRUE(server.m_hasPVA);
-    EXPECT_EQ(server.m_pva.velocity()[0], 5.0);
-    server.m_pvaSourceServerId = 7;
+    server.change([](auto& settings) { settings.pvaSource = 8; });
+    server.deliver(message);
+    EXPECT_FALSE(isNew(Input::Pva));
+    EXPECT_EQ(server.latestPva().velocity()[0], 0.0);
+    server.change([](auto& settings) { settings.pvaSource = 0; });
+    server.deliver(message);
+    EXPECT_TRUE(isNew(Input::Pva));
+    EXPECT_EQ(server.latestPva().velocity()[0], 5.0);
+    server.change([](auto& settings) { settings.pvaSource = 7; });
     message.velocity()[0] = 6.0;
-    server.cbPVA(message);
-    EXPECT_EQ(server.m_pva.velocity()[0], 6.0);
+    server.deliver(message);
+    EXPECT_EQ(server.latestPva().velocity()[0], 6.0);
 }
 
 TEST_F(InboundTest, EachInputHasItsOwnSource)
 {
-    server.m_utcSourceServerId = 1;
-    server.m_fusionPNTSourceServerId = 2;
-    server.m_misSourceServerId = 3;
-    server.cbUTCTime(from<UTCTime>(9));
-    server.cbHalvexPNT(from<HalvexPNT>(9));
-    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(9));
-    EXPECT_FALSE(server.m_hasUTCTime || server.m_hasFusionPNT || server.m_hasMIS);
-    server.cbUTCTime(from<UTCTime>(1));
-    server.cbHalvexPNT(from<HalvexPNT>(2));
-    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(3));
-    EXPECT_TRUE(server.m_hasUTCTime && server.m_hasFusionPNT && server.m_hasMIS);
+    server.change([](auto& settings) {
+        settings.utcSource = 1;
+        settings.pntSource = 2;
+        settings.misSource = 3;
+    });
+    server.deliver(from<UTCTime>(9));
+    server.deliver(from<HalvexPNT>(9));
+    server.deliver(from<MeasurementIncorporationStatus>(9));
+    EXPECT_THAT(server.newInputs(), IsEmpty());
+    server.deliver(from<UTCTime>(1));
+    server.deliver(from<HalvexPNT>(2));
+    server.deliver(from<MeasurementIncorporationStatus>(3));
+    EXPECT_THAT(server.newInputs(), ElementsAre(Input::UtcTime, Input::Pnt, Input::Mis));
 }
 
 TEST_F(InboundTest, AnAssuranceStateIsTakenFromAnybody)
 {
-    server.m_pvaSourceServerId = server.m_utcSourceServerId = server.m_misSourceServerId = 8;
-    server.cbAssuranceState(from<AssuranceState>(200));
-    EXPECT_TRUE(server.m_hasAssuranceState);
+    server.change([](auto& settings) { settings.pvaSource = settings.utcSource = settings.misSource = 8; });
+    server.deliver(from<AssuranceState>(200));
+    EXPECT_TRUE(isNew(Input::Assurance));
 }
 
 TEST_F(InboundTest, QuietHandlersPrintNothing)
 {
     const ConsoleCapture console(std::cout);
-    server.cbPVA(from<PositionVelocityAttitude>(96));
-    server.cbUTCTime(from<UTCTime>(96));
-    server.cbHalvexPNT(from<HalvexPNT>(96));
-    server.cbMeasurementIncorporationStatus(measurements({{1, 5}}));
-    server.cbAssuranceState(from<AssuranceState>(96));
+    server.deliver(from<PositionVelocityAttitude>(96));
+    server.deliver(from<UTCTime>(96));
+    server.deliver(from<HalvexPNT>(96));
+    server.deliver(measurements({{1, 5}}));
+    server.deliver(from<AssuranceState>(96));
     EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(InboundTest, LinesOfTheHandlers)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbPVA(from<PositionVelocityAttitude>(96));
-    server.cbUTCTime(from<UTCTime>(35));
-    server.cbHalvexPNT(from<HalvexPNT>(250));
-    server.cbMeasurementIncorporationStatus(from<MeasurementIncorporationStatus>(39));
-    server.cbAssuranceState(from<AssuranceState>(0));
+    server.deliver(from<PositionVelocityAttitude>(96));
+    server.deliver(from<UTCTime>(35));
+    server.deliver(from<HalvexPNT>(250));
+    server.deliver(from<MeasurementIncorporationStatus>(39));
+    server.deliver(from<AssuranceState>(0));
     EXPECT_EQ(console.text(),
               "OrvaneServer: cbPVA : Processing Position Velocity Attitude message received from HalvexNavigator, "
               "server ID = 96\n"
@@ -211,149 +222,145 @@ TEST_F(InboundTest, TheTimeIsKeptApartAndGivesTheGpsSeconds)
     message.gps_tow_sec(1000);
     message.gps_tow_nsec(5e8);
     message.utc_tod_sec(77);
-    server.cbUTCTime(message);
-    EXPECT_DOUBLE_EQ(server.m_gpsSeconds, 1000.5);
-    EXPECT_EQ(server.m_latestTime.utc_tod_sec(), 77);
+    server.deliver(message);
+    EXPECT_DOUBLE_EQ(server.gpsSeconds(), 1000.5);
+    EXPECT_EQ(server.latestTime().utc_tod_sec(), 77);
 }
 
 TEST_F(InboundTest, InputsAreFreeWhileTheTimeIsWaitedFor)
 {
     const HardDeadline deadline;
     std::thread listener;
-    {
-        const MutexLock time(server.m_timeMutex);
-        listener = std::thread([&] { server.cbUTCTime(from<UTCTime>(96)); });
-        EXPECT_TRUE(eventually([&] {
-            const MutexLock inputs(server.m_navDataMutex);  // for ever if the listener keeps it
-            return server.m_hasUTCTime;
-        }));
-    }
+    server.whileTimeIsHeld([&] {
+        listener = std::thread([&] { server.deliver(from<UTCTime>(96)); });
+        EXPECT_TRUE(eventually([&] { return isNew(Input::UtcTime); }));  // waits for ever if the listener keeps them
+    });
     listener.join();
 }
 
 TEST_F(InboundTest, TooFewMeasurementsAreLostAtOnceAndBackAfterThreeGoodMessages)
 {
-    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, 1}}));
+    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, 1}}));
     EXPECT_THAT(warnings(), ElementsAre(67));
-    EXPECT_TRUE(server.m_gpsLost);
-    for (const int count : {2, 2, 1}) server.storeGpsAvailability(measurements({{1, count}}));
+    EXPECT_TRUE(server.isGpsLost());
+    for (const int count : {2, 2, 1}) server.measure(measurements({{1, count}}));
     EXPECT_THAT(warnings(), ElementsAre(67));
     for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(server.m_gpsLost) << i;
-        server.storeGpsAvailability(measurements({{1, 2}}));
+        EXPECT_TRUE(server.isGpsLost()) << i;
+        server.measure(measurements({{1, 2}}));
     }
-    EXPECT_FALSE(server.m_gpsLost);
+    EXPECT_FALSE(server.isGpsLost());
     EXPECT_THAT(warnings(), ElementsAre(67, 68));
 }
 
 TEST_F(InboundTest, FirstMessageWithTooFewMeasurementsRaisesTheWarning)
 {
-    server.cbMeasurementIncorporationStatus(measurements({{1, 1}}));
+    server.deliver(measurements({{1, 1}}));
     EXPECT_THAT(warnings(), ElementsAre(67));
 }
 
 TEST_F(InboundTest, AFirstGoodMessageKeepsTheWarningAway)
 {
-    server.storeGpsAvailability(measurements({{1, 1}, {2, 1}}));
-    server.storeGpsAvailability(measurements({}));
-    server.storeGpsAvailability(measurements({}));
+    server.measure(measurements({{1, 1}, {2, 1}}));
+    server.measure(measurements({}));
+    server.measure(measurements({}));
     EXPECT_THAT(warnings(), IsEmpty());
-    server.storeGpsAvailability(measurements({}));
+    server.measure(measurements({}));
     EXPECT_THAT(warnings(), ElementsAre(67));
 }
 
 TEST_F(InboundTest, OnlyTheFirstTwoSetsCount)
 {
-    server.storeGpsAvailability(measurements({{0, 9}, {3, 9}, {4, 9}, {-1, 9}, {65537, 9}}));
-    EXPECT_TRUE(server.m_gpsLost);
+    server.measure(measurements({{0, 9}, {3, 9}, {4, 9}, {-1, 9}, {65537, 9}}));
+    EXPECT_TRUE(server.isGpsLost());
 }
 
 TEST_F(InboundTest, SumOfMeasurementsDoesNotWrap)
 {
     const int most = std::numeric_limits<int>::max();
-    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, most}, {2, most}, {1, most}}));
-    EXPECT_FALSE(server.m_gpsLost);
+    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, most}, {2, most}, {1, most}}));
+    EXPECT_FALSE(server.isGpsLost());
     const int least = std::numeric_limits<int>::min();
-    for (int i = 0; i < 3; ++i) server.storeGpsAvailability(measurements({{1, least}, {2, least}}));
-    EXPECT_TRUE(server.m_gpsLost);
+    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, least}, {2, least}}));
+    EXPECT_TRUE(server.isGpsLost());
 }
 
 TEST_F(InboundTest, RecentMeasurementsOutlastAStop)
 {
-    server.storeGpsAvailability(measurements({{1, 2}}));
+    server.measure(measurements({{1, 2}}));
     for (const auto requested : {FACE::LCM::Halvex::RequestedState::STOP, FACE::LCM::Halvex::RequestedState::START}) {
         FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-        server.Request_State_Transition(requested, rc);
+        server->Request_State_Transition(requested, rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
     }
-    server.Stop();
-    server.storeGpsAvailability(measurements({{1, 0}}));
+    server->Stop();
+    server.measure(measurements({{1, 0}}));
     EXPECT_THAT(warnings(), IsEmpty());
 }
 
 TEST_F(InboundTest, ReceiverStatusIsStoredRaw)
 {
-    server.m_service = victory.newService();
-    server.cbZentorGssip(recordOfId(8504));
-    EXPECT_TRUE(server.m_has8504);
-    EXPECT_EQ(server.m_8504.data(), recordOfId(8504).data());
+    startBus();
+    server.fromReceiver(recordOfId(8504));
+    EXPECT_TRUE(isNew(Input::Receiver));
+    EXPECT_EQ(server.latestReceiverRecord().data(), recordOfId(8504).data());
 }
 
 TEST_F(InboundTest, OnlyConfiguredSourcesOfFramesAreHeard)
 {
-    server.m_service = victory.newService();
-    server.cbZentorGssip(recordOfId(8504, 40));
-    EXPECT_FALSE(server.m_has8504);
-    server.m_gssipSourceServers.clear();
-    server.cbZentorGssip(recordOfId(8504, 39));
-    EXPECT_FALSE(server.m_has8504);
+    startBus();
+    server.fromReceiver(recordOfId(8504, 40));
+    EXPECT_FALSE(isNew(Input::Receiver));
+    server.change([](auto& settings) { settings.gssipSources.clear(); });
+    server.fromReceiver(recordOfId(8504, 39));
+    EXPECT_FALSE(isNew(Input::Receiver));
 }
 
 TEST_F(InboundTest, OtherFramesAreDroppedWithoutAWord)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(recordOfId(9999));
-    server.cbHxGssip(recordOfId(8504));
+    server.fromReceiver(recordOfId(9999));
+    server.toReceiver(recordOfId(8504));
     EXPECT_EQ(console.text(), "");
-    EXPECT_FALSE(server.m_has8504);
+    EXPECT_FALSE(isNew(Input::Receiver));
 }
 
 TEST_F(InboundTest, FramesWhoseLengthIsNotToBeBelievedAreDropped)
 {
-    server.m_service = victory.newService();
+    startBus();
     for (const int length : {3, 0, -1, 11, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
         auto record = recordOfId(8504);
         record.num_bytes(length);
-        server.cbZentorGssip(record);
-        EXPECT_FALSE(server.m_has8504) << length;
+        server.fromReceiver(record);
+        EXPECT_FALSE(isNew(Input::Receiver)) << length;
     }
     auto record = recordOfId(8504);
     record.num_bytes(4);
-    server.cbZentorGssip(record);
-    EXPECT_TRUE(server.m_has8504);
+    server.fromReceiver(record);
+    EXPECT_TRUE(isNew(Input::Receiver));
 }
 
 TEST_F(InboundTest, BeforeTheBusServiceFramesAreOnlyShown)
 {
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(recordOfId(8504));
-    EXPECT_FALSE(server.m_has8504);
+    server.fromReceiver(recordOfId(8504));
+    EXPECT_FALSE(isNew(Input::Receiver));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from 39\n"));
 }
 
 TEST_F(InboundTest, BeforeTheBusServiceAFrameOfAnyIdIsShown)
 {
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(recordOfId(9999, 96));
+    server.fromReceiver(recordOfId(9999, 96));
     EXPECT_THAT(console.text(), testing::StartsWith("OrvaneServer: cbZentorGssip: Processed GSSIP: 9999 from 96\n"));
 }
 
 TEST_F(InboundTest, BeforeTheBusServiceAFrameOfARefusedSourceIsNotShown)
 {
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(recordOfId(9999, 40));
+    server.fromReceiver(recordOfId(9999, 40));
     EXPECT_EQ(console.text(), "");
 }
 
@@ -362,27 +369,27 @@ TEST_F(InboundTest, BeforeTheBusServiceAReceiversWarningIsShownAndNotQueued)
     ZentorM_5044_Msg frame;
     const auto record = recordOf(frame);
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(record);
+    server.fromReceiver(record);
     EXPECT_THAT(console.text(), HasSubstr("Processed GSSIP: 5044 from 39\n"));
     EXPECT_THAT(warnings(), IsEmpty());
-    server.m_service = victory.newService();
-    server.cbZentorGssip(record);
+    startBus();
+    server.fromReceiver(record);
     EXPECT_EQ(warnings().size(), 1U);
 }
 
 TEST_F(InboundTest, ShownFramesNameTheirSource)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(recordOfId(8504));
+    server.fromReceiver(recordOfId(8504));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"));
 }
 
 TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     auto record = recordOfId(8504);
     std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0x38, 0x21, 0x0C, 0x00, 0x00, 0x90, 0xBD, 0x4C};
     for (std::uint8_t word = 1; word <= 12; ++word) bytes.insert(bytes.end(), {word, 0xA0});
@@ -390,7 +397,7 @@ TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
     record.data(bytes);
     record.num_bytes(36);
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(record);
+    server.fromReceiver(record);
     EXPECT_EQ(console.text(), "OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"
                               "Header:  81FF 2138 000C 9000 4CBD; msgId: 8504 Wdcnt:   12\n"
                               "Data:  0  A001 A002 A003 A004 A005 | A006 A007 A008 A009 A00A \n"
@@ -400,15 +407,15 @@ TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
 
 TEST_F(InboundTest, ShownReceiversWarningIsFollowedByItsWords)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     auto record = recordOfId(5044);
     std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
     bytes.resize(54);
     record.data(bytes);
     record.num_bytes(54);
     const ConsoleCapture console(std::cout);
-    server.cbZentorGssip(record);
+    server.fromReceiver(record);
     EXPECT_EQ(console.text(), "OrvaneServer: cbZentorGssip: Processed GSSIP: 5044 from ZentorM\n"
                               "Header:  81FF 13B4 0015 9000 0000; msgId: 5044 Wdcnt:   21\n"
                               "Data:  0  0000 0000 0000 0000 0000 | 0000 0000 0000 0000 0000 \n"
@@ -420,39 +427,39 @@ TEST_F(InboundTest, ShownReceiversWarningIsFollowedByItsWords)
 
 TEST_F(InboundTest, ThreatsFlowAndFramesBehindThemToo)
 {
-    server.m_service = victory.newService();
+    startBus();
     ThreatData threat;
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(recordOf(threat, 96));
+    server.toReceiver(recordOf(threat, 96));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbHxGssip: Processed GSSIP: 15051 from HalvexNavigator\n"));
-    server.cbHxGssip(recordOf(threat, 96));
-    server.cbZentorGssip(recordOfId(8504));
-    EXPECT_TRUE(server.m_has8504);
+    server.toReceiver(recordOf(threat, 96));
+    server.fromReceiver(recordOfId(8504));
+    EXPECT_TRUE(isNew(Input::Receiver));
 }
 
 TEST_F(InboundTest, ARefusedThreatReportIsDroppedWithoutAWord)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(recordOfId(15051));
+    server.toReceiver(recordOfId(15051));
     EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(InboundTest, PartNumbersAreTakenWhoeverAskedForThem)
 {
-    server.cbRsp(responseOf("PARTNUMBERS,SW1:1.0", 40, 49));
-    EXPECT_TRUE(server.m_partNumberResponses.at("PNT-Q"));
-    EXPECT_STREQ(server.m_systemConfiguration.components[0].componentId, "0x31");
+    server.response(responseOf("PARTNUMBERS,SW1:1.0", 40, 49));
+    EXPECT_TRUE(server.partNumbers().answered.at("PNT-Q"));
+    EXPECT_STREQ(server.configuration().components[0].componentId, "0x31");
 }
 
 TEST_F(InboundTest, PartNumbersForUsGoOnToTheOtherSteps)
 {
-    server.m_quiet = false;
-    server.m_debug = true;
+    server.setQuiet(false);
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.cbRsp(responseOf("PARTNUMBERS,SW1:1.0", 52, 49));
-    EXPECT_TRUE(server.m_partNumberResponses.at("PNT-Q"));
+    server.response(responseOf("PARTNUMBERS,SW1:1.0", 52, 49));
+    EXPECT_TRUE(server.partNumbers().answered.at("PNT-Q"));
     EXPECT_THAT(console.text(),
                 testing::EndsWith("OrvaneServer : m_serverId = 52 : sourceId = 49, commandedId = 52, response string = "
                                   "PARTNUMBERS,SW1:1.0\n"
@@ -461,25 +468,25 @@ TEST_F(InboundTest, PartNumbersForUsGoOnToTheOtherSteps)
 
 TEST_F(InboundTest, OnlyAWholeFirstFieldIsAPartNumberResponse)
 {
-    server.cbRsp(responseOf("PARTNUMBERSX,SW1:1.0"));
-    server.cbRsp(responseOf("X,PARTNUMBERS"));
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 0);
+    server.response(responseOf("PARTNUMBERSX,SW1:1.0"));
+    server.response(responseOf("X,PARTNUMBERS"));
+    EXPECT_EQ(server.configuration().componentCount, 0);
 }
 
 TEST_F(InboundTest, ResponsesToOthersGoNoFurther)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbRsp(responseOf("SOMETHING_ACK", 53));
+    server.response(responseOf("SOMETHING_ACK", 53));
     EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(InboundTest, ResponsesToUsAreShownAndUnclaimedOnesToo)
 {
-    server.m_quiet = false;
-    server.m_debug = true;
+    server.setQuiet(false);
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.cbRsp(responseOf("SOMETHING"));
+    server.response(responseOf("SOMETHING"));
     EXPECT_THAT(console.text(), AllOf(HasSubstr("OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, "
                                                 "response string = SOMETHING\n"),
                                       HasSubstr("OrvaneServer : no processing for command, SOMETHING\n")));
@@ -487,12 +494,12 @@ TEST_F(InboundTest, ResponsesToUsAreShownAndUnclaimedOnesToo)
 
 TEST_F(InboundTest, AResponseToUsIsFollowedByTheStateOfTheClearDataCommand)
 {
-    server.m_clearDataCommand.setQuiet(false);
+    server.clearData().setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbRsp(responseOf("SOMETHING"));
+    server.response(responseOf("SOMETHING"));
     EXPECT_EQ(console.text(), "");
-    server.m_quiet = false;
-    server.cbRsp(responseOf("SOMETHING"));
+    server.setQuiet(false);
+    server.response(responseOf("SOMETHING"));
     EXPECT_EQ(console.text(), "OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, response string = "
                               "SOMETHING\n"
                               ", m_eClearTypeRequested = none\n");
@@ -500,19 +507,19 @@ TEST_F(InboundTest, AResponseToUsIsFollowedByTheStateOfTheClearDataCommand)
 
 TEST_F(InboundTest, ModeCommandsSetTheTimeCodes)
 {
-    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_SIMULATION"));
+    server.command(commandOf("SYSTEM_MODE_SELECT_SIMULATION"));
     EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 101);
-    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_LIVE"));
+    server.command(commandOf("SYSTEM_MODE_SELECT_LIVE"));
     EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 100);
-    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_SIMULATION,1"));
+    server.command(commandOf("SYSTEM_MODE_SELECT_SIMULATION,1"));
     EXPECT_EQ(ASPN2::TimeCodeHelper::Instance().getTimeCode(), 100);
 }
 
 TEST_F(InboundTest, AnAnswerThatCannotBeSentIsAnEvent)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbCmd(commandOf("BITSERVER_PING"));
+    server.command(commandOf("BITSERVER_PING"));
     EXPECT_EQ(console.text(), "OrvaneServer:  TOVsec = 0, OrvaneServer\n");
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, OrvaneServer"));
@@ -520,7 +527,7 @@ TEST_F(InboundTest, AnAnswerThatCannotBeSentIsAnEvent)
 
 TEST_F(InboundTest, ModeAnswersArePassed)
 {
-    server.cbCmd(commandOf("SYSTEM_MODE_SELECT_LIVE"));
+    server.command(commandOf("SYSTEM_MODE_SELECT_LIVE"));
     EXPECT_EQ(popHealthEvent(),
               "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, SYSTEM_MODE_SELECT_LIVE_PASS");
 }
@@ -528,8 +535,8 @@ TEST_F(InboundTest, ModeAnswersArePassed)
 TEST_F(InboundTest, ACommandThatCannotBeSentIsAnEventAndFalse)
 {
     const ConsoleCapture console(std::cout);
-    server.m_quiet = false;
-    EXPECT_FALSE(server.sendCommandResponseMessage("REQUEST_CBIT"));
+    server.setQuiet(false);
+    EXPECT_FALSE(server.sendCommand("REQUEST_CBIT"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_CBIT");
     EXPECT_EQ(console.text(), "");
 }
@@ -538,8 +545,8 @@ TEST_F(InboundTest, OnlyCommandsAreObeyed)
 {
     auto response = commandOf("BITSERVER_PING");
     response.command_response_type(command_response_type_enum{1});
-    server.cbCmd(response);
-    server.cbCmd(commandOf("SOMETHING_ELSE"));
+    server.command(response);
+    server.command(commandOf("SOMETHING_ELSE"));
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
@@ -547,7 +554,7 @@ TEST_F(InboundTest, ACommandToAnotherServerIsObeyedToo)
 {
     auto command = commandOf("BITSERVER_PING");
     command.commanded_device_id(40 << 16);
-    server.cbCmd(command);
+    server.command(command);
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, OrvaneServer"));
 }
@@ -555,55 +562,53 @@ TEST_F(InboundTest, ACommandToAnotherServerIsObeyedToo)
 TEST_F(InboundTest, PostCompleteIsOnlyShown)
 {
     const ConsoleCapture console(std::cout);
-    server.cbCmd(commandOf("POSTCOMPLETE"));
+    server.command(commandOf("POSTCOMPLETE"));
     EXPECT_EQ(console.text(), "");
-    server.m_debug = true;
-    server.cbCmd(commandOf("POSTCOMPLETE"));
+    server.setDebug(true);
+    server.command(commandOf("POSTCOMPLETE"));
     EXPECT_EQ(console.text(), "DDS PostComplete Signal Recieved\n");
-    EXPECT_FALSE(server.m_postCompleteSeen);
+    EXPECT_FALSE(server.isSelfTestOver());
 }
 
 TEST_F(InboundTest, SanitizeSilencesTheBusAndWipesTheConfiguration)
 {
-    ASSERT_TRUE(server.InitializeVictory(nullptr) || server.m_victoryStarted);
-    popHealthEvents();
-    victory.forgetCalls();
-    server.cbCmd(commandOf("START_ZEROIZE", 200));
-    server.carryOutSanitizeOrders();
-    EXPECT_TRUE(server.m_sanitizeRequested);
-    EXPECT_FALSE(server.m_requestPartNumbers);
+    startBus();
+    ASSERT_TRUE(server.busRuns());
+    server.command(commandOf("START_ZEROIZE", 200));
+    server.sanitize();
+    EXPECT_TRUE(server.isSanitizeRequested());
+    EXPECT_FALSE(server.partNumbers().isRequestDue);
     EXPECT_EQ(victory.count("vapntsNewService"), 1U);
     const auto told = victory.last("vapntsTellSystemConfiguration").record<VapntcSystemConfiguration>();
     EXPECT_STREQ(told.systemName, "");
     EXPECT_EQ(told.manufacturerCodePresent, 0U);
     EXPECT_THAT(popHealthEvents(), Not(testing::Contains(HasSubstr("publish CommandResponse"))));
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(InboundTest, SanitizeLeavesTheCompletionOfPartNumbersAlone)
 {
-    server.m_partNumbersComplete = true;
-    server.cbCmd(commandOf("START_DESTROY"));
-    server.carryOutSanitizeOrders();
-    EXPECT_TRUE(server.m_sanitizeRequested);
-    EXPECT_TRUE(server.m_partNumbersComplete);
+    server.setPartNumbersComplete();
+    server.command(commandOf("START_DESTROY"));
+    server.sanitize();
+    EXPECT_TRUE(server.isSanitizeRequested());
+    EXPECT_TRUE(server.partNumbers().isComplete);
 }
 
 TEST_F(InboundTest, NothingLeavesAHandlerAndEachHasItsTexts)
 {
     // A library that throws stands for whatever may go wrong below a handler.
-    server.m_service = victory.newService();
-    server.m_victoryStarted = true;
+    startBus();
     victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
-    server.cbRsp(responseOf("PARTNUMBERS"));
+    server.response(responseOf("PARTNUMBERS"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: no luck");
     EXPECT_THAT(console.text(),
                 testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : An exception occurred in cbRsp. "
                                        "Details: OrvaneServer: An exception occurred. Details: no "
                                        "luck\n"));
     victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
-    server.cbRsp(responseOf("PARTNUMBERS"));
+    server.response(responseOf("PARTNUMBERS"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in cbCmd.");
     EXPECT_THAT(console.text(),
                 testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : OrvaneServer: Unknown c\\+\\+ "
@@ -618,28 +623,28 @@ struct HandlerTexts {
     bool isEventBare;
     const char* namedOnTheConsole;
     const char* unknownIn;
-    std::function<void(OpenServer&)> call;
+    std::function<void(ServerDoor&)> call;
 };
 
 std::vector<HandlerTexts> handlers()
 {
-    return {{"cbPVA", true, nullptr, "cbPVA", [](auto& server) { server.cbPVA(from<PositionVelocityAttitude>(96)); }},
-            {"cbUTCTime", false, "cbUTCTime", "cbUTCTime", [](auto& server) { server.cbUTCTime(from<UTCTime>(96)); }},
-            {"cbHalvexPNT", false, "cbUTCTime", "cbHalvexPNT",
-             [](auto& server) { server.cbHalvexPNT(from<HalvexPNT>(96)); }},
-            {"cbMeasurementIncorporationStatus", false, "cbUTCTime", "cbMeasurementIncorporationStatus",
-             [](auto& server) {
-                 server.cbMeasurementIncorporationStatus(measurements({{1, 5}}));
-             }},
-            {"cbAssuranceState", false, "cbAssuranceState", "cbAssuranceState",
-             [](auto& server) { server.cbAssuranceState(from<AssuranceState>(96)); }},
-            {"cbZentorGssip", true, nullptr, "cbGssip", [](auto& server) { server.cbZentorGssip(recordOfId(8504)); }},
-            {"cbHxGssip", true, nullptr, "cbGssip",
-             [](auto& server) {
-                 ThreatData threat;
-                 server.cbHxGssip(recordOf(threat));
-             }},
-            {"cbCmd", false, "cbCmd", "cbCmd", [](auto& server) { server.cbCmd(commandOf("BITSERVER_PING")); }}};
+    return {
+        {"cbPVA", true, nullptr, "cbPVA", [](auto& server) { server.deliver(from<PositionVelocityAttitude>(96)); }},
+        {"cbUTCTime", false, "cbUTCTime", "cbUTCTime", [](auto& server) { server.deliver(from<UTCTime>(96)); }},
+        {"cbHalvexPNT", false, "cbUTCTime", "cbHalvexPNT", [](auto& server) { server.deliver(from<HalvexPNT>(96)); }},
+        {"cbMeasurementIncorporationStatus", false, "cbUTCTime", "cbMeasurementIncorporationStatus",
+         [](auto& server) {
+             server.deliver(measurements({{1, 5}}));
+         }},
+        {"cbAssuranceState", false, "cbAssuranceState", "cbAssuranceState",
+         [](auto& server) { server.deliver(from<AssuranceState>(96)); }},
+        {"cbZentorGssip", true, nullptr, "cbGssip", [](auto& server) { server.fromReceiver(recordOfId(8504)); }},
+        {"cbHxGssip", true, nullptr, "cbGssip",
+         [](auto& server) {
+             ThreatData threat;
+             server.toReceiver(recordOf(threat));
+         }},
+        {"cbCmd", false, "cbCmd", "cbCmd", [](auto& server) { server.command(commandOf("BITSERVER_PING")); }}};
 }
 
 }  // namespace
@@ -648,8 +653,8 @@ std::vector<HandlerTexts> handlers()
 
 TEST_F(InboundTest, AnExceptionInAHandlerHasTheHandlersTexts)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     for (const auto& handler : handlers()) {
         const ConsoleCapture console(std::cout);
         const BeforeNextLine failure([] { throw std::runtime_error("no luck"); });
@@ -666,8 +671,8 @@ TEST_F(InboundTest, AnExceptionInAHandlerHasTheHandlersTexts)
 
 TEST_F(InboundTest, WhatIsNoStandardExceptionInAHandlerIsUnknown)
 {
-    server.m_service = victory.newService();
-    server.m_quiet = false;
+    startBus();
+    server.setQuiet(false);
     for (const auto& handler : handlers()) {
         const ConsoleCapture console(std::cout);
         const BeforeNextLine failure([] { throw 1; });
@@ -683,41 +688,41 @@ TEST_F(InboundTest, WhatIsNoStandardExceptionInAHandlerIsUnknown)
 TEST_F(InboundTest, AReportEndsTheRunningTestUnlessStopped)
 {
     auto* const service = victory.newService();
-    server.m_bitResults.Start();
-    server.m_bitResults.setCommandResponseMessageCallback([](const std::string&) { return true; });
-    server.m_bitResults.ExecuteBuiltInTests(service);
-    server.m_bitResults.cycleCommandedBitStateMachine();
+    server.builtInTests().Start();
+    server.builtInTests().setCommandResponseMessageCallback([](const std::string&) { return true; });
+    server.builtInTests().ExecuteBuiltInTests(service);
+    server.builtInTests().cycleCommandedBitStateMachine();
     const auto status = [&] {
-        server.m_bitResults.GetBuiltInTestResults(service, {});
+        server.builtInTests().GetBuiltInTestResults(service, {});
         return victory.last("vapntsTellGetBuiltInTestResults").record<VapntcBitResults>().results[0].status;
     };
     BitReport report;
     report.header().device_id(1);
     report.bit_rollup(true);
-    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
-    server.cbBitReport(report);
+    server.halt();
+    server.deliver(report);
     EXPECT_EQ(status(), 1);
     server.run();
-    server.cbBitReport(report);
+    server.deliver(report);
     EXPECT_EQ(status(), 3);
 }
 
 TEST_F(InboundTest, AnExceptionBelowAReportHasTheFormOfTheWorkers)
 {
     auto* const service = victory.newService();
-    server.m_bitResults.Initialize("Halvex", 25, true);
-    server.m_bitResults.Start();
-    server.m_bitResults.setCommandResponseMessageCallback([](const std::string&) { return true; });
+    server.builtInTests().Initialize("Halvex", 25, true);
+    server.builtInTests().Start();
+    server.builtInTests().setCommandResponseMessageCallback([](const std::string&) { return true; });
     BitReport report;
     report.header().device_id(1);
     const auto failWith = [&](std::function<void()> failure) {
         const ConsoleCapture console(std::cout);
-        server.m_bitResults.ExecuteBuiltInTests(service);
-        server.m_bitResults.cycleCommandedBitStateMachine();
+        server.builtInTests().ExecuteBuiltInTests(service);
+        server.builtInTests().cycleCommandedBitStateMachine();
         popHealthEvents();
         const ConsoleCapture last(std::cout);
         const BeforeNextLine next(std::move(failure));
-        server.cbBitReport(report);
+        server.deliver(report);
         return popHealthEvent() + "\n" + last.text();
     };
     EXPECT_EQ(failWith([] { throw std::runtime_error("no luck"); }),

@@ -1,6 +1,6 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
@@ -10,11 +10,13 @@
 #include <cstdint>
 #include <functional>
 #include <iostream>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -33,10 +35,9 @@ struct BlendedServerTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
-        server.m_gssipSourceServers = {39};
-        server.InitializeVictory(nullptr);
+        server.useBusFiles("config", "vcl");
+        server.change([](auto& settings) { settings.gssipSources = {39}; });
+        server.startBus();
         server.run();
         victory.forgetCalls();
         popHealthEvents();
@@ -65,15 +66,26 @@ struct BlendedServerTest : testing::Test {
         return record;
     }
 
+    /// So many GPS measurements.
+    static MeasurementIncorporationStatus measurements(int available)
+    {
+        meas_type_set entry;
+        entry.meas_set_id(1);
+        entry.meas_avail(available);
+        MeasurementIncorporationStatus message;
+        message.meas_types().push_back(entry);
+        return message;
+    }
+
     /// The arrival of each of the six.
     std::vector<std::function<void()>> arrivals()
     {
-        return {[this] { server.cbUTCTime(at<UTCTime>()); },
-                [this] { server.cbPVA(at<PositionVelocityAttitude>()); },
-                [this] { server.cbHalvexPNT(at<HalvexPNT>()); },
-                [this] { server.cbMeasurementIncorporationStatus(at<MeasurementIncorporationStatus>()); },
-                [this] { server.cbAssuranceState(at<AssuranceState>()); },
-                [this] { server.cbZentorGssip(receiverAt()); }};
+        return {[this] { server.deliver(at<UTCTime>()); },
+                [this] { server.deliver(at<PositionVelocityAttitude>()); },
+                [this] { server.deliver(at<HalvexPNT>()); },
+                [this] { server.deliver(at<MeasurementIncorporationStatus>()); },
+                [this] { server.deliver(at<AssuranceState>()); },
+                [this] { server.fromReceiver(receiverAt()); }};
     }
 
     void arriveAll()
@@ -85,26 +97,18 @@ struct BlendedServerTest : testing::Test {
     std::size_t look()
     {
         victory.forgetCalls();
-        server.attemptBlendedNavigationProcessing();
+        server->attemptBlendedNavigationProcessing();
         return victory.count(kTell);
     }
 
     VapntcBlendedNavigationRecord told() const { return victory.last(kTell).record<VapntcBlendedNavigationRecord>(); }
 
-    bool hasAll() const
-    {
-        return server.m_hasUTCTime && server.m_hasPVA && server.m_hasFusionPNT && server.m_hasMIS &&
-               server.m_hasAssuranceState && server.m_has8504;
-    }
-    bool hasAny() const
-    {
-        return server.m_hasUTCTime || server.m_hasPVA || server.m_hasFusionPNT || server.m_hasMIS ||
-               server.m_hasAssuranceState || server.m_has8504;
-    }
+    bool hasAll() const { return server.newInputs().size() == 6; }
+    bool hasAny() const { return !server.newInputs().empty(); }
 
     const TemporaryDirectory directory;
     VictoryRecorder victory;
-    OpenServer server{directory.write("sensors.xml", fileOf({}))};
+    ServerDoor server{directory.write("sensors.xml", fileOf({}))};
     const ConsoleCapture console{std::cout};
 };
 
@@ -130,15 +134,15 @@ TEST_F(BlendedServerTest, SixInputsAreJoinedIntoOneRecord)
     mis.meas_types().push_back(entry);
     auto assurance = at<AssuranceState>();
     assurance.assurance_state(assurance_state_enum{2});
-    server.cbUTCTime(utcTime);
-    server.cbPVA(pva);
-    server.cbHalvexPNT(pnt);
-    server.cbMeasurementIncorporationStatus(mis);
-    server.cbAssuranceState(assurance);
-    server.cbZentorGssip(receiverAt(1000, 0, 1.0F));
+    server.deliver(utcTime);
+    server.deliver(pva);
+    server.deliver(pnt);
+    server.deliver(mis);
+    server.deliver(assurance);
+    server.fromReceiver(receiverAt(1000, 0, 1.0F));
 
     ASSERT_EQ(look(), 1U);
-    EXPECT_EQ(victory.last(kTell).service, server.m_service);
+    EXPECT_EQ(victory.last(kTell).service, server.busService());
     const auto record = told();
     EXPECT_DOUBLE_EQ(record.gpsSeconds, 100.25);
     EXPECT_EQ(record.fom, 9U);
@@ -187,7 +191,7 @@ TEST_F(BlendedServerTest, ANewOutputNeedsSixFreshInputs)
     arriveAll();
     EXPECT_EQ(look(), 1U);
     EXPECT_EQ(look(), 0U);
-    server.cbUTCTime(at<UTCTime>());
+    server.deliver(at<UTCTime>());
     EXPECT_EQ(look(), 0U);
     arriveAll();
     EXPECT_EQ(look(), 1U);
@@ -198,15 +202,15 @@ TEST_F(BlendedServerTest, EachInputMustBeLessThanASecondFromTheTimeMessage)
     const auto put = [this](int input, std::int64_t seconds, std::int32_t nanoseconds) {
         switch (input) {
         case 0:
-            return server.cbPVA(at<PositionVelocityAttitude>(seconds, nanoseconds));
+            return server.deliver(at<PositionVelocityAttitude>(seconds, nanoseconds));
         case 1:
-            return server.cbHalvexPNT(at<HalvexPNT>(seconds, nanoseconds));
+            return server.deliver(at<HalvexPNT>(seconds, nanoseconds));
         case 2:
-            return server.cbMeasurementIncorporationStatus(at<MeasurementIncorporationStatus>(seconds, nanoseconds));
+            return server.deliver(at<MeasurementIncorporationStatus>(seconds, nanoseconds));
         case 3:
-            return server.cbAssuranceState(at<AssuranceState>(seconds, nanoseconds));
+            return server.deliver(at<AssuranceState>(seconds, nanoseconds));
         default:
-            return server.cbZentorGssip(receiverAt(seconds, nanoseconds));
+            return server.fromReceiver(receiverAt(seconds, nanoseconds));
         }
     };
     for (int input = 0; input < 5; ++input) {
@@ -228,13 +232,12 @@ TEST_F(BlendedServerTest, EachInputMustBeLessThanASecondFromTheTimeMessage)
 
 TEST_F(BlendedServerTest, LostGpsIsNeitherSourceNorAvailable)
 {
-    server.m_gpsLost = true;
-    arriveAll();
+    arriveAll();  // without a measurement
     ASSERT_EQ(look(), 1U);
     EXPECT_EQ(told().sourceCount, 0U);
     EXPECT_EQ(told().gpsAvailability, 2U);
     arriveAll();
-    server.m_gpsLost = false;
+    for (int i = 0; i < 3; ++i) server.measure(measurements(2));
     ASSERT_EQ(look(), 1U);
     EXPECT_EQ(told().sourceCount, 1U);
     EXPECT_EQ(told().gpsAvailability, 1U);
@@ -244,11 +247,20 @@ TEST_F(BlendedServerTest, SourceAndAvailabilityOfGpsAgreeWheneverItIsLost)
 {
     const HardDeadline deadline;
     std::atomic<bool> stop = false;
+    std::mutex one;  // measurements come one at a time
     std::thread listener([&] {
-        while (!stop) server.m_gpsLost = !server.m_gpsLost;
+        const auto none = measurements(0);
+        const auto enough = measurements(2);
+        while (!stop) {
+            const std::lock_guard lock(one);
+            for (const auto* message : {&none, &none, &none, &enough, &enough, &enough}) server.measure(*message);
+        }
     });
     for (int i = 0; i < 1000; ++i) {
-        arriveAll();
+        {
+            const std::lock_guard lock(one);
+            arriveAll();
+        }
         EXPECT_EQ(look(), 1U);
         EXPECT_EQ(told().sourceCount + told().gpsAvailability, 2U) << i;
     }
@@ -262,10 +274,10 @@ TEST_F(BlendedServerTest, TheTimeForOthersOutlastsAJoin)
     auto utcTime = at<UTCTime>();
     utcTime.gps_tow_sec(100);
     utcTime.utc_tod_sec(82);
-    server.cbUTCTime(utcTime);
+    server.deliver(utcTime);
     ASSERT_EQ(look(), 1U);
-    EXPECT_EQ(server.m_latestTime.utc_tod_sec(), 82);
-    EXPECT_EQ(server.m_gpsSeconds, 100.0);
+    EXPECT_EQ(server.latestTime().utc_tod_sec(), 82);
+    EXPECT_EQ(server.gpsSeconds(), 100.0);
 }
 
 TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)
@@ -273,7 +285,7 @@ TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)
     arriveAll();
     auto record = receiverAt();
     record.num_bytes(100);
-    server.cbZentorGssip(record);
+    server.fromReceiver(record);
     EXPECT_EQ(look(), 0U);
     EXPECT_FALSE(hasAny());
     EXPECT_EQ(console.text(), "");
@@ -282,7 +294,7 @@ TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)
 
 TEST_F(BlendedServerTest, WhileTheServiceIsDownEachJoinIsLostWithAnEvent)
 {
-    server.ShutdownVictory();
+    server.stopBus();
     popHealthEvents();
     for (int i = 0; i < 2; ++i) {
         arriveAll();
@@ -299,9 +311,9 @@ TEST_F(BlendedServerTest, WhileTheServiceIsDownEachJoinIsLostWithAnEvent)
 TEST_F(BlendedServerTest, JoinIsShownUnlessQuiet)
 {
     arriveAll();
-    server.cbPVA(at<PositionVelocityAttitude>(999, 750'000'000));
-    server.cbHalvexPNT(at<HalvexPNT>(1000, 500'000'000));
-    server.m_quiet = false;
+    server.deliver(at<PositionVelocityAttitude>(999, 750'000'000));
+    server.deliver(at<HalvexPNT>(1000, 500'000'000));
+    server.setQuiet(false);
     EXPECT_EQ(look(), 1U);
     const std::string prefix = "OrvaneServer: attemptBlendedNavigationProcessing: ";
     EXPECT_THAT(console.text(),
@@ -318,8 +330,8 @@ TEST_F(BlendedServerTest, JoinIsShownUnlessQuiet)
 TEST_F(BlendedServerTest, AJoinThatFailsIsShownWithoutTheProcessing)
 {
     arriveAll();
-    server.cbPVA(at<PositionVelocityAttitude>(1005));
-    server.m_quiet = false;
+    server.deliver(at<PositionVelocityAttitude>(1005));
+    server.setQuiet(false);
     EXPECT_EQ(look(), 0U);
     EXPECT_THAT(console.text(), HasSubstr("UTCTime <-> PVA     deltaTov: 5\n"));
     EXPECT_THAT(console.text(), testing::EndsWith("UTCTime <-> 8504    deltaTov: 0\n"));
@@ -330,7 +342,7 @@ TEST_F(BlendedServerTest, AnExceptionIsReportedAndTheInputsStay)
     const HardDeadline deadline;
     arriveAll();
     victory.onCall(kTell, [] { throw std::runtime_error("no luck"); });
-    server.attemptBlendedNavigationProcessing();
+    server->attemptBlendedNavigationProcessing();
     EXPECT_TRUE(hasAll());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"));
     EXPECT_THAT(console.text(),
@@ -338,16 +350,16 @@ TEST_F(BlendedServerTest, AnExceptionIsReportedAndTheInputsStay)
                              "attemptBlendedNavigationProcessing. Details: OrvaneServer: An exception occurred. "
                              "Details: no luck\n"));
     victory.onCall(kTell, nullptr);
-    server.cbPVA(at<PositionVelocityAttitude>());  // nobody holds the lock
+    server.deliver(at<PositionVelocityAttitude>());  // nobody holds the lock
     EXPECT_EQ(look(), 1U);
-    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_TRUE(server.stopBus());
 }
 
 TEST_F(BlendedServerTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
 {
     arriveAll();
     victory.onCall(kTell, [] { throw 42; });
-    server.attemptBlendedNavigationProcessing();
+    server->attemptBlendedNavigationProcessing();
     EXPECT_TRUE(hasAll());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
@@ -364,15 +376,14 @@ TEST_F(BlendedServerTest, NoInputIsStoredWhileTheLibraryIsCalled)
     std::atomic<bool> stored = false;
     victory.onCall(kTell, [&] {
         listener = std::thread([&] {
-            server.cbPVA(at<PositionVelocityAttitude>());
+            server.deliver(at<PositionVelocityAttitude>());
             stored = true;
         });
         EXPECT_FALSE(eventually([&] { return stored.load(); }, 100ms));
     });
     EXPECT_EQ(look(), 1U);
     listener.join();
-    EXPECT_TRUE(server.m_hasPVA);  // it came after the flags were cleared
-    EXPECT_FALSE(server.m_hasUTCTime);
+    EXPECT_THAT(server.newInputs(), ElementsAre(ServerDoor::Input::Pva));  // it came after all had been used
 }
 
 TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
@@ -381,9 +392,9 @@ TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
     arriveAll();
     std::atomic<bool> go = false;
     victory.onCall(kTell, [&] { EXPECT_TRUE(eventually([&] { return go.load(); })); });
-    std::thread worker([&] { server.attemptBlendedNavigationProcessing(); });
+    std::thread worker([&] { server->attemptBlendedNavigationProcessing(); });
     EXPECT_TRUE(victory.waitForCalls(kTell, 1));
-    std::thread main([&] { EXPECT_TRUE(server.ShutdownVictory()); });
+    std::thread main([&] { EXPECT_TRUE(server.stopBus()); });
     EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
     go = true;
     worker.join();
@@ -395,27 +406,30 @@ TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
 TEST_F(BlendedServerTest, ATesterMayKeepThePublicationBack)
 {
     arriveAll();
-    server.m_tellDisabled = true;
+    server.setTellDisabled(true);
     EXPECT_EQ(look(), 0U);
     EXPECT_FALSE(hasAny());
 }
 
 TEST_F(BlendedServerTest, TimeIsPrintedInOneRunOfNumbersWithNineDigits)
 {
+    arriveAll();
     auto utcTime = at<UTCTime>();
     utcTime.gps_week(2235);
     utcTime.gps_tow_sec(100);
     utcTime.utc_tod_sec(82);
     utcTime.utc_tod_nsec(31'250'000.0);
-    VapntcTime time = {};
-    OpenServer::set_VictoryTime(time, utcTime, true);
-    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) 2022116:0122\\.031250000\n"));
-    EXPECT_EQ(time.seconds, 22U);
+    server.deliver(utcTime);
+    server.setQuiet(false);
+    ASSERT_EQ(look(), 1U);
+    EXPECT_THAT(console.text(),
+                ContainsRegex("\nOrvaneServer, set_VictoryTime \\([0-9]+\\) 2022116:0122\\.031250000\n$"));
+    EXPECT_EQ(victory.last(kTell).time()->seconds, 22U);
 }
 
 TEST_F(BlendedServerTest, TimeIsNotPrintedUnlessWanted)
 {
-    VapntcTime time = {};
-    OpenServer::set_VictoryTime(time, at<UTCTime>(), false);
+    arriveAll();
+    ASSERT_EQ(look(), 1U);
     EXPECT_EQ(console.text(), "");
 }

@@ -1,5 +1,5 @@
 #include "VICTORY/OrvaneServer/NavWarThreat.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
@@ -104,14 +104,17 @@ GSSIP frameOf(const std::vector<Line>& lines)
 struct NavWarTest : testing::Test {
     NavWarTest()
     {
-        server.m_gssipSourceServers = {39};
-        server.m_service = service;
-        server.m_victoryStarted = true;
+        server.change([](auto& settings) { settings.gssipSources = {39}; });
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.useBusFiles("config", "vcl");
+        server.startBus();
+        victory.forgetCalls();
         server.run();
         popHealthEvents();
     }
 
-    void publish() { OpenServer::cbTellNavWarSaCallback(&server, service); }
+    void publish() { server.library().tellThreats(); }
 
     VapntcNavWarSaRecord published()
     {
@@ -122,7 +125,7 @@ struct NavWarTest : testing::Test {
     /// What one line of a frame becomes.
     VapntcNavWarSaThreat threatOf(const Line& line)
     {
-        server.cbHxGssip(frameOf({line}));
+        server.toReceiver(frameOf({line}));
         return published().threats[0];
     }
 
@@ -134,8 +137,7 @@ struct NavWarTest : testing::Test {
     }
 
     VictoryRecorder victory;
-    VapntsService* service = victory.newService();
-    OpenServer server;
+    ServerDoor server;
 };
 
 }  // namespace
@@ -176,7 +178,7 @@ TEST_F(NavWarTest, ThreeBearingsAmongNineLinesMakeThreeThreatsInTheirOrder)
     lines[1] = bearing(11);
     lines[4] = bearing(14);
     lines[8] = bearing(18);
-    server.cbHxGssip(frameOf(lines));
+    server.toReceiver(frameOf(lines));
     EXPECT_THAT(centres(published()), ElementsAre(550000.0, 700000.0, 900000.0));
 }
 
@@ -184,7 +186,7 @@ TEST_F(NavWarTest, AllNineLinesMayBeBearings)
 {
     std::vector<Line> lines;
     for (std::uint16_t center = 1; center <= 9; ++center) lines.push_back(bearing(center));
-    server.cbHxGssip(frameOf(lines));
+    server.toReceiver(frameOf(lines));
     EXPECT_EQ(published().threatCount, 9U);
 }
 
@@ -192,50 +194,50 @@ TEST_F(NavWarTest, OtherStatesMakeNoThreatWhateverStandsBesideThem)
 {
     for (const auto state : std::initializer_list<std::uint8_t>{0, 1, 3}) {
         const auto statusA = static_cast<std::uint8_t>(0xFC | state);
-        server.cbHxGssip(frameOf({{.statusA = statusA, .statusB = 0xFF}}));
+        server.toReceiver(frameOf({{.statusA = statusA, .statusB = 0xFF}}));
     }
-    EXPECT_THAT(server.m_threats, IsEmpty());
-    server.cbHxGssip(frameOf({{.statusA = 0xFE, .statusB = 0xFF}}));
-    EXPECT_EQ(server.m_threats.size(), 1U);
+    EXPECT_THAT(server.threats(), IsEmpty());
+    server.toReceiver(frameOf({{.statusA = 0xFE, .statusB = 0xFF}}));
+    EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, ALineWithoutABearingMakesNoThreatAndNoWord)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(frameOf({{.statusA = kState, .statusB = 0xFE}}));
-    EXPECT_THAT(server.m_threats, IsEmpty());
+    server.toReceiver(frameOf({{.statusA = kState, .statusB = 0xFE}}));
+    EXPECT_THAT(server.threats(), IsEmpty());
     EXPECT_EQ(console.text(),
               "OrvaneServerOrvaneServer, processing Navwar SA from ThreatData (Line of Bearing) message\n");
 }
 
 TEST_F(NavWarTest, OnlyConfiguredSourcesOfReportsAreHeard)
 {
-    server.m_gssipSourceServers = {38, 40};
-    server.cbHxGssip(frameOf({bearing(1)}));
-    server.m_gssipSourceServers.clear();
-    server.cbHxGssip(frameOf({bearing(1)}));
-    EXPECT_THAT(server.m_threats, IsEmpty());
+    server.change([](auto& settings) { settings.gssipSources = {38, 40}; });
+    server.toReceiver(frameOf({bearing(1)}));
+    server.change([](auto& settings) { settings.gssipSources.clear(); });
+    server.toReceiver(frameOf({bearing(1)}));
+    EXPECT_THAT(server.threats(), IsEmpty());
 }
 
 TEST_F(NavWarTest, AReportThatComesWhileStoppedMakesNoThreatLater)
 {
-    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
-    server.cbHxGssip(frameOf({bearing(1)}));
+    server.halt();
+    server.toReceiver(frameOf({bearing(1)}));
     server.run();
-    server.attemptNavWarSaProcessing();
-    EXPECT_THAT(server.m_threats, IsEmpty());
-    server.cbHxGssip(frameOf({bearing(2)}));
+    server.processThreatReport();
+    EXPECT_THAT(server.threats(), IsEmpty());
+    server.toReceiver(frameOf({bearing(2)}));
     EXPECT_THAT(centres(published()), ElementsAre(100000.0));
 }
 
 TEST_F(NavWarTest, EncodingTellsWhetherThereWasAThreat)
 {
-    server.cbHxGssip(frameOf({}));
+    server.toReceiver(frameOf({}));
     EXPECT_FALSE(server.encodeVictoryNavWarSA());
-    server.cbHxGssip(frameOf({bearing(1)}));  // and eight lines behind it that are none
+    server.toReceiver(frameOf({bearing(1)}));  // and eight lines behind it that are none
     EXPECT_TRUE(server.encodeVictoryNavWarSA());
-    EXPECT_EQ(server.m_threats.size(), 2U);
+    EXPECT_EQ(server.threats().size(), 2U);
 }
 
 TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
@@ -243,8 +245,8 @@ TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
     auto message = frameOf({bearing(1)});
     message.data().resize(65536 + 212);
     message.num_bytes(65536 + 212);
-    server.cbHxGssip(message);
-    EXPECT_EQ(server.m_threats.size(), 1U);
+    server.toReceiver(message);
+    EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, AReportWhoseLengthIsNotToBeBelievedIsDropped)
@@ -252,8 +254,8 @@ TEST_F(NavWarTest, AReportWhoseLengthIsNotToBeBelievedIsDropped)
     for (const int length : {-1, 0, 3, 213, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
         auto message = frameOf({bearing(1)});
         message.num_bytes(length);
-        server.cbHxGssip(message);
-        EXPECT_THAT(server.m_threats, IsEmpty()) << length;
+        server.toReceiver(message);
+        EXPECT_THAT(server.threats(), IsEmpty()) << length;
     }
 }
 
@@ -264,7 +266,7 @@ TEST_F(NavWarTest, LayoutOfAThreatWithAllItsParts)
     utcTime.gps_tow_sec(100);
     utcTime.utc_tod_sec(82);
     utcTime.utc_tod_nsec(2.5e8);
-    server.cbUTCTime(utcTime);
+    server.deliver(utcTime);
     const auto threat = threatOf({.statusA = kState | kPowerValid | kBandwidthValid,
                                   .statusB = kBearing | kConfident | 3 << 2,
                                   .power = -57,
@@ -351,8 +353,8 @@ TEST_F(NavWarTest, AnglesAreFoldedBeforeTheyBecomeRadians)
 
 TEST_F(NavWarTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
 {
-    for (std::uint16_t center = 1; center <= 60; ++center) server.cbHxGssip(frameOf({bearing(center)}));
-    EXPECT_EQ(server.m_threats.size(), 50U);
+    for (std::uint16_t center = 1; center <= 60; ++center) server.toReceiver(frameOf({bearing(center)}));
+    EXPECT_EQ(server.threats().size(), 50U);
     const auto record = published();
     EXPECT_EQ(at<std::uint32_t>(record, 0), 1U);
     EXPECT_EQ(at<std::uint32_t>(record, 4), 0U);
@@ -363,9 +365,9 @@ TEST_F(NavWarTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
 
 TEST_F(NavWarTest, EachThreatGoesOutOnceAndAnEmptyQueueIsToldToo)
 {
-    server.cbHxGssip(frameOf({bearing(1), bearing(2)}));
+    server.toReceiver(frameOf({bearing(1), bearing(2)}));
     EXPECT_EQ(published().threatCount, 2U);
-    server.cbHxGssip(frameOf({bearing(3)}));
+    server.toReceiver(frameOf({bearing(3)}));
     EXPECT_THAT(centres(published()), ElementsAre(150000.0));
 
     const VapntcNavWarSaRecord empty = {};
@@ -378,14 +380,15 @@ TEST_F(NavWarTest, TheRecordGoesToTheServiceThatAskedWithoutATime)
 {
     publish();
     const auto call = victory.last("vapntsTellNavWarSaData");
-    EXPECT_EQ(call.service, service);
+    EXPECT_EQ(call.service, server.busService());
     EXPECT_EQ(call.time(), nullptr);
 }
 
 TEST_F(NavWarTest, WhileTheServiceIsDownThreatsStayAndGoOutAfterwards)
 {
-    server.cbHxGssip(frameOf({bearing(1)}));
-    server.m_victoryStarted = false;
+    server.toReceiver(frameOf({bearing(1)}));
+    server.stopBus();
+    popHealthEvents();
     const ConsoleCapture console(std::cout);
     publish();
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Cannot publish NavWarSA threats while APNT service is "
@@ -394,14 +397,14 @@ TEST_F(NavWarTest, WhileTheServiceIsDownThreatsStayAndGoOutAfterwards)
                                               "Cannot publish NavWarSA threats while APNT service is not running! "
                                               "Threats remain queued\\.\n$"));
     EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
-    server.m_victoryStarted = true;
+    server.startBus();
     EXPECT_THAT(centres(published()), ElementsAre(50000.0));
 }
 
 TEST_F(NavWarTest, WithoutAContextThereIsAnEventAndALine)
 {
     const ConsoleCapture console(std::cout);
-    OpenServer::cbTellNavWarSaCallback(nullptr, service);
+    ServerDoor::libraryWithoutContext().tellThreats();
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
     EXPECT_THAT(console.text(), HasSubstr("cbTellNavWarSaCallback : OrvaneServer: instance pointer was not found in "
@@ -411,18 +414,18 @@ TEST_F(NavWarTest, WithoutAContextThereIsAnEventAndALine)
 
 TEST_F(NavWarTest, WhileTellingIsDisabledTheQueueIsEmptiedAllTheSame)
 {
-    server.cbHxGssip(frameOf({bearing(1)}));
-    server.m_tellDisabled = true;
+    server.toReceiver(frameOf({bearing(1)}));
+    server.setTellDisabled(true);
     publish();
     EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
-    EXPECT_THAT(server.m_threats, IsEmpty());
-    server.m_tellDisabled = false;
+    EXPECT_THAT(server.threats(), IsEmpty());
+    server.setTellDisabled(false);
     EXPECT_EQ(published().threatCount, 0U);
 }
 
 TEST_F(NavWarTest, NothingLeavesThePublicationAndNothingIsPutBack)
 {
-    server.cbHxGssip(frameOf({bearing(1)}));
+    server.toReceiver(frameOf({bearing(1)}));
     victory.onCall("vapntsTellNavWarSaData", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     publish();
@@ -433,7 +436,7 @@ TEST_F(NavWarTest, NothingLeavesThePublicationAndNothingIsPutBack)
     EXPECT_THAT(console.text(),
                 ContainsRegex("cbTellNavWarSaCallback : OrvaneServer: An exception occurred. Details: no luck\n"
                               ".*cbTellNavWarSaCallback : OrvaneServer: Unknown c\\+\\+ exception occurred\n"));
-    EXPECT_THAT(server.m_threats, IsEmpty());
+    EXPECT_THAT(server.threats(), IsEmpty());
     victory.onCall("vapntsTellNavWarSaData", nullptr);
     EXPECT_EQ(published().threatCount, 0U);
 }
@@ -444,26 +447,26 @@ TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperationAndTheReportStillWa
     const ConsoleCapture console(std::cout);
     {
         const FailingAllocation memory(0, 1);
-        server.cbHxGssip(frame);
+        server.toReceiver(frame);
     }
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: std::bad_alloc");
     EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
                                               "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
                                               "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
-    EXPECT_THAT(server.m_threats, IsEmpty());
+    EXPECT_THAT(server.threats(), IsEmpty());
 
-    server.attemptNavWarSaProcessing();
-    EXPECT_EQ(server.m_threats.size(), 1U);
-    server.attemptNavWarSaProcessing();
-    EXPECT_EQ(server.m_threats.size(), 1U);
+    server.processThreatReport();
+    EXPECT_EQ(server.threats().size(), 1U);
+    server.processThreatReport();
+    EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, WhatIsNoStandardExceptionInTheEncodingIsUnknown)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     const BeforeNextLine failure([] { throw 1; });
-    server.cbHxGssip(frameOf({bearing(1)}));
+    server.toReceiver(frameOf({bearing(1)}));
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
     EXPECT_THAT(console.text(),
@@ -478,14 +481,14 @@ TEST_F(NavWarTest, NoThreatIsQueuedWhileTheLibraryIsCalled)
     std::atomic<bool> queued = false;
     victory.onCall("vapntsTellNavWarSaData", [&] {
         receiver = std::thread([&] {
-            server.appendThreatToList({});
+            server.toReceiver(frameOf({bearing(1)}));
             queued = true;
         });
         EXPECT_FALSE(eventually([&] { return queued.load(); }, 100ms));
     });
     publish();
     receiver.join();
-    EXPECT_EQ(server.m_threats.size(), 1U);
+    EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, TheTimeOfAThreatIsNotReplacedWhileItIsConverted)
@@ -496,37 +499,37 @@ TEST_F(NavWarTest, TheTimeOfAThreatIsNotReplacedWhileItIsConverted)
     const ConsoleCapture console(std::cout);
     const BeforeNextLine timeIsPrinted([&] {
         listener = std::thread([&] {
-            server.cbUTCTime({});
+            server.deliver(UTCTime());
             replaced = true;
         });
         EXPECT_FALSE(eventually([&] { return replaced.load(); }, 100ms));
     });
-    server.m_quiet = false;
-    server.cbHxGssip(frameOf({bearing(1)}));
+    server.setQuiet(false);
+    server.toReceiver(frameOf({bearing(1)}));
     ASSERT_TRUE(listener.joinable());
     listener.join();
 }
 
 TEST_F(NavWarTest, DebugLinesShowDegreesAsReceivedAndRadiansAsFolded)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(frameOf({{.statusA = kState, .statusB = kBearing, .azimuth = 181, .elevation = 91}}));
+    server.toReceiver(frameOf({{.statusA = kState, .statusB = kBearing, .azimuth = 181, .elevation = 91}}));
     EXPECT_THAT(console.text(), HasSubstr("\nAz             = 181 deg, -3.14159\n"));
     EXPECT_THAT(console.text(), HasSubstr("\nEl             = 91 deg, -1.5708\n"));
 }
 
 TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(frameOf({{.statusA = kState | kPowerValid | kBandwidthValid,
-                               .statusB = kBearing | kConfident | 4 << 2,
-                               .power = -57,
-                               .center = 20,
-                               .bandwidth = 5,
-                               .azimuth = 180,
-                               .elevation = -90}}));
+    server.toReceiver(frameOf({{.statusA = kState | kPowerValid | kBandwidthValid,
+                                .statusB = kBearing | kConfident | 4 << 2,
+                                .power = -57,
+                                .center = 20,
+                                .bandwidth = 5,
+                                .azimuth = 180,
+                                .elevation = -90}}));
     EXPECT_THAT(console.text(),
                 ContainsRegex("^OrvaneServerOrvaneServer, processing Navwar SA from ThreatData \\(Line of Bearing\\) "
                               "message\n"
@@ -550,8 +553,8 @@ TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)
 
 TEST_F(NavWarTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
 {
-    server.cbHxGssip(frameOf({bearing(1), bearing(2)}));
-    server.m_debug = true;
+    server.toReceiver(frameOf({bearing(1), bearing(2)}));
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     publish();
     publish();
@@ -560,9 +563,9 @@ TEST_F(NavWarTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
 
 TEST_F(NavWarTest, TheTimeOfAThreatIsShownUnlessQuiet)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
-    server.cbHxGssip(frameOf({bearing(1)}));
+    server.toReceiver(frameOf({bearing(1)}));
     EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) "));
     EXPECT_THAT(console.text(), Not(HasSubstr("threat detail")));
 }
@@ -581,12 +584,12 @@ TEST_F(NavWarTest, BothTapsGoOnBehindThreats)
     warning.num_bytes(54);
 
     for (std::uint16_t round = 1; round <= 3; ++round) {
-        server.cbHxGssip(frameOf({bearing(round)}));
-        server.m_has8504 = false;
-        server.cbZentorGssip(status);
-        server.cbZentorGssip(warning);
-        EXPECT_TRUE(server.m_has8504);
-        EXPECT_EQ(server.m_warnings.size(), round);
-        EXPECT_EQ(server.m_threats.size(), round);
+        server.toReceiver(frameOf({bearing(round)}));
+        status.data()[8] = static_cast<std::uint8_t>(round);
+        server.fromReceiver(status);
+        server.fromReceiver(warning);
+        EXPECT_EQ(server.latestReceiverRecord().data(), status.data());
+        EXPECT_EQ(server.warnings().size(), round);
+        EXPECT_EQ(server.threats().size(), round);
     }
 }

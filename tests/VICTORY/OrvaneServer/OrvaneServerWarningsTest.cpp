@@ -1,4 +1,4 @@
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
@@ -58,6 +58,16 @@ std::vector<std::uint8_t> frameOf(std::uint16_t number, const std::string& text 
     return bytes;
 }
 
+/// A record of the receiver with this frame.
+GSSIP recordOf(const std::vector<std::uint8_t>& frame)
+{
+    GSSIP record;
+    record.header().device_id(39 << 16);
+    record.num_bytes(static_cast<std::int32_t>(frame.size()));
+    record.data(frame);
+    return record;
+}
+
 VapntcWarningMessage warningOf(std::uint32_t id)
 {
     VapntcWarningMessage warning = {};
@@ -70,20 +80,20 @@ struct WarningsTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
-        server.InitializeVictory(nullptr);  // which builds the table
+        server.useBusFiles("config", "vcl");
+        server.change([](auto& settings) { settings.gssipSources = {39}; });
+        server.startBus();  // which builds the table
+        server.run();
         popHealthEvents();
     }
-    ~WarningsTest() override { server.ShutdownVictory(); }
+    ~WarningsTest() override { server.stopBus(); }
 
     void receive(std::uint16_t number, const std::string& text = "")
     {
-        const auto frame = frameOf(number, text);
-        server.handleBlock5044(frame.data(), static_cast<unsigned>(frame.size()));
+        server.fromReceiver(recordOf(frameOf(number, text)));
     }
 
-    void publish() { OpenServer::cbTellWarningMessagesCallback(&server, server.m_service); }
+    void publish() { server.library().tellWarnings(); }
 
     VapntcWarningMessagesRecord published()
     {
@@ -100,7 +110,7 @@ struct WarningsTest : testing::Test {
     }
 
     VictoryRecorder victory;
-    OpenServer server;
+    ServerDoor server;
 };
 
 }  // namespace
@@ -124,7 +134,7 @@ TEST_F(WarningsTest, IdsOfAllReceiverNumbers)
 
 TEST_F(WarningsTest, BeforeAStartEveryNumberIsCustom)
 {
-    const OpenServer fresh;
+    const ServerDoor fresh;
     EXPECT_EQ(fresh.encodeVictoryWarningId(1), 75U);
 }
 
@@ -153,15 +163,15 @@ TEST_F(WarningsTest, OtherNumbersAreCustomWithTheReceiversText)
 
 TEST_F(WarningsTest, ARefusedFrameQueuesNothing)
 {
-    const auto frame = frameOf(7);
-    server.handleBlock5044(frame.data(), 53);
-    server.handleBlock5044(nullptr, 54);
+    auto frame = frameOf(7);
+    frame.pop_back();
+    server.fromReceiver(recordOf(frame));
     EXPECT_THAT(ids(), IsEmpty());
 }
 
 TEST_F(WarningsTest, LayoutOfACustomWarning)
 {
-    EXPECT_TRUE(server.sendVDBcustomWarning("careful"));
+    EXPECT_TRUE(server.warn("careful"));
     const auto record = published();
     std::vector<std::uint8_t> expected(524);
     const std::uint32_t id = 75;
@@ -176,9 +186,9 @@ TEST_F(WarningsTest, LayoutOfACustomWarning)
 
 TEST_F(WarningsTest, TextsAreCutTo255Characters)
 {
-    EXPECT_TRUE(server.sendVDBcustomWarning(std::string(255, 'a')));
-    EXPECT_TRUE(server.sendVDBcustomWarning(std::string(256, 'b')));
-    EXPECT_TRUE(server.sendVDBCompleteWarning(kZeroize, true, std::string(5000, 'c')));
+    EXPECT_TRUE(server.warn(std::string(255, 'a')));
+    EXPECT_TRUE(server.warn(std::string(256, 'b')));
+    EXPECT_TRUE(server.warnOfEnd(kZeroize, true, std::string(5000, 'c')));
     const auto record = published();
     EXPECT_EQ(record.warnings[0].customText, std::string(255, 'a'));
     EXPECT_EQ(record.warnings[1].customText, std::string(255, 'b'));
@@ -189,7 +199,7 @@ TEST_F(WarningsTest, TextsAreCutTo255Characters)
 TEST_F(WarningsTest, CompletionsGoOutByTypeAndResult)
 {
     for (const auto type : {kZentorm, kZeroize, kDestroy})
-        for (const bool success : {true, false}) EXPECT_TRUE(server.sendVDBCompleteWarning(type, success, "done"));
+        for (const bool success : {true, false}) EXPECT_TRUE(server.warnOfEnd(type, success, "done"));
     EXPECT_THAT(ids(), ElementsAre(2, 3, 22, 23, 24, 25));
     const auto record = published();
     for (std::uint32_t i = 0; i < 6; ++i) {
@@ -201,10 +211,10 @@ TEST_F(WarningsTest, CompletionsGoOutByTypeAndResult)
 TEST_F(WarningsTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
 {
     const ConsoleCapture console(std::cout);
-    EXPECT_FALSE(server.sendVDBCompleteWarning(kNone, true, "done"));
+    EXPECT_FALSE(server.warnOfEnd(kNone, true, "done"));
     EXPECT_EQ(console.text(), "");
-    server.m_quiet = false;
-    EXPECT_FALSE(server.sendVDBCompleteWarning(static_cast<ClearDataCommand::ClearDataType>(-7), false, "done"));
+    server.setQuiet(false);
+    EXPECT_FALSE(server.warnOfEnd(static_cast<ClearDataCommand::ClearDataType>(-7), false, "done"));
     EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: "
                                               "Unknown eClearType: -7\n$"));
     EXPECT_THAT(popHealthEvents(),
@@ -214,8 +224,8 @@ TEST_F(WarningsTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
 
 TEST_F(WarningsTest, FiftyFirstAppendDropsTheOldest)
 {
-    for (std::uint32_t id = 100; id <= 150; ++id) EXPECT_TRUE(server.appendWarningToList(warningOf(id)));
-    EXPECT_EQ(server.m_warnings.size(), 50U);
+    for (std::uint32_t id = 100; id <= 150; ++id) EXPECT_TRUE(server.warn(warningOf(id)));
+    EXPECT_EQ(server.warnings().size(), 50U);
     const auto record = published();
     for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(at<std::uint32_t>(record, 8 + std::size_t{524} * i), 101 + i) << i;
     EXPECT_EQ(at<std::uint32_t>(record, 26208), 50U);
@@ -223,31 +233,35 @@ TEST_F(WarningsTest, FiftyFirstAppendDropsTheOldest)
 
 TEST_F(WarningsTest, TheSameListGoesOutAgainAndAgain)
 {
-    server.appendWarningToList(warningOf(67));
-    server.appendWarningToList(warningOf(68));
+    server.warn(warningOf(67));
+    server.warn(warningOf(68));
     EXPECT_THAT(ids(), ElementsAre(67, 68));
     EXPECT_THAT(ids(), ElementsAre(67, 68));
-    server.appendWarningToList(warningOf(67));
+    server.warn(warningOf(67));
     EXPECT_THAT(ids(), ElementsAre(67, 68, 67));
 }
 
 TEST_F(WarningsTest, AnEmptyListIsToldWithTheGpsSeconds)
 {
-    server.m_gpsSeconds = 345600.25;
+    UTCTime time;
+    time.gps_tow_sec(345600);
+    time.gps_tow_nsec(2.5e8);
+    server.deliver(time);
     const auto record = published();
     EXPECT_EQ(at<double>(record, 0), 345600.25);
     VapntcWarningMessagesRecord expected = {};
     expected.gpsSeconds = 345600.25;
     EXPECT_EQ(std::memcmp(&record, &expected, sizeof expected), 0);
     const auto call = victory.last("vapntsTellWarningMessagesData");
-    EXPECT_EQ(call.service, server.m_service.load());
+    EXPECT_EQ(call.service, server.busService());
     EXPECT_EQ(call.time(), nullptr);
 }
 
 TEST_F(WarningsTest, WhileTheServiceIsDownWarningsStayAndEveryTurnIsAnEvent)
 {
-    server.appendWarningToList(warningOf(67));
-    server.m_victoryStarted = false;
+    server.warn(warningOf(67));
+    server.stopBus();
+    popHealthEvents();
     const ConsoleCapture console(std::cout);
     publish();
     publish();
@@ -259,7 +273,7 @@ TEST_F(WarningsTest, WhileTheServiceIsDownWarningsStayAndEveryTurnIsAnEvent)
                                               "OrvaneServer : Cannot publish warnings while APNT service is not "
                                               "running! Warnings remain queued\\.\n"));
     EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 0U);
-    server.m_victoryStarted = true;
+    server.startBus();
     EXPECT_THAT(ids(), ElementsAre(67));
 }
 
@@ -267,7 +281,7 @@ TEST_F(WarningsTest, WithoutAContextThereIsAnEventAndALine)
 {
     victory.forgetCalls();
     const ConsoleCapture console(std::cout);
-    OpenServer::cbTellWarningMessagesCallback(nullptr, server.m_service);
+    ServerDoor::libraryWithoutContext().tellWarnings();
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
     EXPECT_THAT(console.text(), HasSubstr("cbTellWarningMessagesCallback : OrvaneServer: instance pointer was not "
@@ -277,11 +291,11 @@ TEST_F(WarningsTest, WithoutAContextThereIsAnEventAndALine)
 
 TEST_F(WarningsTest, WhileTellingIsDisabledNothingIsToldAndNothingLost)
 {
-    server.appendWarningToList(warningOf(67));
-    server.m_tellDisabled = true;
+    server.warn(warningOf(67));
+    server.setTellDisabled(true);
     publish();
     EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 0U);
-    server.m_tellDisabled = false;
+    server.setTellDisabled(false);
     EXPECT_THAT(ids(), ElementsAre(67));
 }
 
@@ -301,11 +315,11 @@ TEST_F(WarningsTest, NothingLeavesThePublication)
 
 TEST_F(WarningsTest, DebugLineShowsOnlyWarningsWithAText)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.appendWarningToList(warningOf(67));
+    server.warn(warningOf(67));
     EXPECT_EQ(console.text(), "");
-    server.sendVDBcustomWarning("careful");
+    server.warn("careful");
     EXPECT_THAT(console.text(), ContainsRegex("^OrvaneServer, appendWarningToList \\([0-9]+\\): OrvaneServer: Sending "
                                               "VDB APNT warning message ID 75, custom message: careful\n$"));
 }
@@ -317,7 +331,7 @@ TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
     bool appended = true;
     {
         const FailingAllocation memory(0, 1);
-        appended = server.appendWarningToList(warning);
+        appended = server.warn(warning);
     }
     EXPECT_FALSE(appended);
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: std::bad_alloc");
@@ -329,10 +343,10 @@ TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
 
 TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     const BeforeNextLine failure([] { throw 1; });
-    EXPECT_FALSE(server.sendVDBcustomWarning("careful"));
+    EXPECT_FALSE(server.warn("careful"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing");
     EXPECT_THAT(console.text(),
                 testing::MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : OrvaneServer: "
@@ -341,11 +355,11 @@ TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)
 
 TEST_F(WarningsTest, ACompletionThatFailsHasItsOwnTexts)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const auto failWith = [this](std::function<void()> failure) {
         const ConsoleCapture console(std::cout);
         const BeforeNextLine next(std::move(failure));
-        EXPECT_FALSE(server.sendVDBCompleteWarning(kNone, true, "done"));
+        EXPECT_FALSE(server.warnOfEnd(kNone, true, "done"));
         return console.text();
     };
     EXPECT_THAT(failWith([] { throw std::runtime_error("no luck"); }),
@@ -367,14 +381,14 @@ TEST_F(WarningsTest, NoWarningIsQueuedWhileTheLibraryIsCalled)
     std::atomic<bool> queued = false;
     victory.onCall("vapntsTellWarningMessagesData", [&] {
         producer = std::thread([&] {
-            server.appendWarningToList(warningOf(67));
+            server.warn(warningOf(67));
             queued = true;
         });
         EXPECT_FALSE(eventually([&] { return queued.load(); }, 100ms));
     });
     publish();
     producer.join();
-    EXPECT_EQ(server.m_warnings.size(), 1U);
+    EXPECT_EQ(server.warnings().size(), 1U);
 }
 
 TEST_F(WarningsTest, TimeIsFreeWhileTheLibraryIsCalled)
@@ -383,10 +397,7 @@ TEST_F(WarningsTest, TimeIsFreeWhileTheLibraryIsCalled)
     std::atomic<bool> isTaken = false;
     std::thread listener;
     victory.onCall("vapntsTellWarningMessagesData", [&] {
-        listener = std::thread([&] {
-            const MutexLock lock(server.m_timeMutex);
-            isTaken = true;
-        });
+        listener = std::thread([&] { server.whileTimeIsHeld([&] { isTaken = true; }); });
         EXPECT_TRUE(eventually([&] { return isTaken.load(); }, 10s));
     });
     publish();
@@ -399,7 +410,7 @@ TEST_F(WarningsTest, ManyMayQueueWhileTheListGoesOut)
     for (int producer = 0; producer < 3; ++producer)
         producers.emplace_back([this] {
             for (int i = 0; i < 200; ++i) {
-                server.sendVDBCompleteWarning(kZeroize, false, "zeroize failed");
+                server.warnOfEnd(kZeroize, false, "zeroize failed");
                 receive(6, "receiver's words");
             }
         });

@@ -1,5 +1,6 @@
 #include "ASPN/CmdResponseStrings.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
@@ -20,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+using aspn2_msgs::idl::CommandResponse;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
@@ -53,15 +55,22 @@ struct PartNumbersTest : testing::Test {
     {
         s_now = Time(1h);
         s_stepOfReading = 0ns;
-        server.m_steadyNow = &readClock;
-        server.m_service = service;
-        server.m_victoryStarted = true;
+        server.setPartNumberClock(&readClock);
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.useBusFiles("config", "vcl");
+        server.startBus();
+        victory.forgetCalls();
+        server.run();
         popHealthEvents();
     }
 
     void answer(Source source, const std::string& text = "PARTNUMBERS")
     {
-        server.handlePartNumberResponses(text, source.server, source.topic);
+        CommandResponse message;
+        message.header().device_id(source.server << 16 | source.topic);
+        message.command_response(text);
+        server.response(message);
     }
     void answerAll()
     {
@@ -70,7 +79,7 @@ struct PartNumbersTest : testing::Test {
     std::vector<std::string> turn()
     {
         popHealthEvents();
-        server.processPartNumbers();
+        server.partNumberTurn();
         return popHealthEvents();
     }
     VapntcSystemConfiguration told() const
@@ -80,8 +89,7 @@ struct PartNumbersTest : testing::Test {
     std::size_t tells() const { return victory.count("vapntsTellSystemConfiguration"); }
 
     VictoryRecorder victory;
-    VapntsService* service = victory.newService();
-    OpenServer server;
+    ServerDoor server;
 };
 
 std::vector<std::string> namesOf(const VapntcSystemConfiguration& configuration)
@@ -100,66 +108,66 @@ TEST_F(PartNumbersTest, NothingIsEverSentBeforeTheSelfTestIsOver)
         s_now += 11s;
         EXPECT_THAT(turn(), IsEmpty());
     }
-    EXPECT_TRUE(server.m_requestPartNumbers);
+    EXPECT_TRUE(server.partNumbers().isRequestDue);
 }
 
 TEST_F(PartNumbersTest, FirstTurnAfterTheFlagFileSends)
 {
     const TemporaryDirectory directory;
-    server.m_flagDirectory = directory.path().string();
-    server.workerTurn();
-    EXPECT_FALSE(server.m_postCompleteSeen);
-    Sys::announcePostComplete(server.m_flagDirectory);
-    server.workerTurn();
-    EXPECT_TRUE(server.m_postCompleteSeen);
+    server.change([&](auto& settings) { settings.flagDirectory = directory.path().string(); });
+    server.turn();
+    EXPECT_FALSE(server.isSelfTestOver());
+    Sys::announcePostComplete(directory.path().string());
+    server.turn();
+    EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_THAT(popHealthEvents(), IsEmpty());
-    server.workerTurn();
+    server.turn();
     EXPECT_THAT(popHealthEvents(), ElementsAre(kSent));
-    server.workerTurn();
+    server.turn();
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(PartNumbersTest, BuiltInTestsAreOfferedOnceAndNotBeforeTheFlagFile)
 {
     const TemporaryDirectory directory;
-    server.m_flagDirectory = directory.path().string();
-    server.workerTurn();
+    server.change([&](auto& settings) { settings.flagDirectory = directory.path().string(); });
+    server.turn();
     EXPECT_THAT(victory.operations(), IsEmpty());
-    Sys::announcePostComplete(server.m_flagDirectory);
-    for (int i = 0; i < 3; ++i) server.workerTurn();
+    Sys::announcePostComplete(directory.path().string());
+    for (int i = 0; i < 3; ++i) server.turn();
     EXPECT_THAT(victory.operations(),
                 ElementsAre("vapntsInitTellExecuteBuiltInTestsCallback", "vapntsInitTellGetBuiltInTestResultsCallback",
                             "vapntsInitTellClearBuiltInTestResultsCallback"));
-    for (const auto& call : victory.calls()) EXPECT_EQ(call.pointer(0), &server.m_bitResults) << call.operation;
+    for (const auto& call : victory.calls()) EXPECT_EQ(call.pointer(0), &server.builtInTests()) << call.operation;
 }
 
 TEST_F(PartNumbersTest, TheFlagIsNeverTakenBack)
 {
     {
         const TemporaryDirectory directory;
-        server.m_flagDirectory = directory.path().string();
-        Sys::announcePostComplete(server.m_flagDirectory);
-        server.workerTurn();
+        server.change([&](auto& settings) { settings.flagDirectory = directory.path().string(); });
+        Sys::announcePostComplete(directory.path().string());
+        server.turn();
     }
-    server.workerTurn();
-    EXPECT_TRUE(server.m_postCompleteSeen);
+    server.turn();
+    EXPECT_TRUE(server.isSelfTestOver());
 }
 
 TEST_F(PartNumbersTest, ARetryIsDueOnceMoreThan9999999999NanosecondsHavePassed)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     EXPECT_THAT(turn(), ElementsAre(kSent));
-    EXPECT_FALSE(server.m_requestPartNumbers);
+    EXPECT_FALSE(server.partNumbers().isRequestDue);
     s_now += 9'999'999'999ns;
     EXPECT_THAT(turn(), IsEmpty());
     s_now += 1ns;
     EXPECT_THAT(turn(), ElementsAre(kTimeout));
-    EXPECT_TRUE(server.m_requestPartNumbers);
+    EXPECT_TRUE(server.partNumbers().isRequestDue);
 }
 
 TEST_F(PartNumbersTest, TheTurnAfterATimeoutSendsAndSoItGoesOn)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     const ConsoleCapture console(std::cout);
     turn();
     for (int i = 0; i < 20; ++i) {
@@ -173,7 +181,7 @@ TEST_F(PartNumbersTest, TheTurnAfterATimeoutSendsAndSoItGoesOn)
 
 TEST_F(PartNumbersTest, TimeRunsFromAfterTheSendingToTheBeginningOfATurn)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     s_stepOfReading = 4s;
     turn();  // begins at 4 s and has sent at 8 s
     EXPECT_THAT(turn(), IsEmpty());
@@ -183,18 +191,18 @@ TEST_F(PartNumbersTest, TimeRunsFromAfterTheSendingToTheBeginningOfATurn)
 
 TEST_F(PartNumbersTest, ARequestThatIsDueGoesOutEvenAfterCompletion)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answerAll();
     turn();
-    ASSERT_TRUE(server.m_partNumbersComplete);
-    server.m_requestPartNumbers = true;
+    ASSERT_TRUE(server.partNumbers().isComplete);
+    server.setPartNumberRequestDue(true);
     EXPECT_THAT(turn(), ElementsAre(kSent));
 }
 
 TEST_F(PartNumbersTest, DebugLinesBeforeTheSelfTestIsOver)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     EXPECT_THAT(turn(), ElementsAre("2:OrvaneServer: Requesting part numbers. Will wait up to 10 seconds."));
     EXPECT_EQ(console.text(), "State Notification: Post incomplete\n"
@@ -203,8 +211,8 @@ TEST_F(PartNumbersTest, DebugLinesBeforeTheSelfTestIsOver)
 
 TEST_F(PartNumbersTest, DebugLineOfATurnThatSends)
 {
-    server.m_debug = true;
-    server.m_postCompleteSeen = true;
+    server.setDebug(true);
+    server.setSelfTestOver();
     const ConsoleCapture console(std::cout);
     EXPECT_THAT(turn(), ElementsAre("2:OrvaneServer: Requesting part numbers. Will wait up to 10 seconds.", kSent));
     EXPECT_EQ(console.text(), "OrvaneServer: Requesting part numbers. Will wait up to 10 seconds.\n");
@@ -212,10 +220,10 @@ TEST_F(PartNumbersTest, DebugLineOfATurnThatSends)
 
 TEST_F(PartNumbersTest, DebugLinesWhileCollectingAndWhenComplete)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answer({49, 0});
-    server.m_debug = true;
+    server.setDebug(true);
     const std::string first = "OrvaneServer: Requesting part numbers. Will wait up to 10 seconds.";
     const std::string one = "OrvaneServer: Checking part numbers. Responses received count = 1";
     const std::string seven = "OrvaneServer: Checking part numbers. Responses received count = 7";
@@ -226,9 +234,9 @@ TEST_F(PartNumbersTest, DebugLinesWhileCollectingAndWhenComplete)
         EXPECT_THAT(turn(), ElementsAre("2:" + first, "2:" + one));
         EXPECT_EQ(console.text(), first + "\nState Notification: Post IS Complete!\n" + one + "\n");
     }
-    server.m_debug = false;
+    server.setDebug(false);
     answerAll();
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     EXPECT_THAT(turn(), ElementsAre("2:" + first, "2:" + seven, "2:" + all));
     EXPECT_THAT(turn(), ElementsAre("2:" + first));
@@ -239,7 +247,7 @@ TEST_F(PartNumbersTest, DebugLinesWhileCollectingAndWhenComplete)
 TEST_F(PartNumbersTest, SevenComponentsAreExpected)
 {
     std::vector<std::string> names;
-    for (const auto& [name, answered] : server.m_partNumberResponses) {
+    for (const auto& [name, answered] : server.partNumbers().answered) {
         names.push_back(name);
         EXPECT_FALSE(answered) << name;
     }
@@ -248,13 +256,15 @@ TEST_F(PartNumbersTest, SevenComponentsAreExpected)
 
 TEST_F(PartNumbersTest, TheLastAnswerGivesTheRealNameAndNothingElseChanges)
 {
-    server.m_postCompleteSeen = true;
-    std::strcpy(server.m_systemConfiguration.systemName, "Kolt Gen II - and a long text that is to go");
-    std::strcpy(server.m_systemConfiguration.systemSerialNumber, "N/A");
+    server.setSelfTestOver();
+    server.changeConfiguration([](auto& configuration) {
+        std::strcpy(configuration.systemName, "Kolt Gen II - and a long text that is to go");
+        std::strcpy(configuration.systemSerialNumber, "N/A");
+    });
     turn();
     for (const auto& source : kExpected) {
         turn();
-        EXPECT_FALSE(server.m_partNumbersComplete);
+        EXPECT_FALSE(server.partNumbers().isComplete);
         answer(source);
         EXPECT_STREQ(told().systemName, "Kolt Gen II - and a long text that is to go");
     }
@@ -262,15 +272,15 @@ TEST_F(PartNumbersTest, TheLastAnswerGivesTheRealNameAndNothingElseChanges)
     std::memset(expected.systemName, 0, sizeof expected.systemName);
     std::strcpy(expected.systemName, "Kolt Gen II");
     turn();
-    EXPECT_TRUE(server.m_partNumbersComplete);
+    EXPECT_TRUE(server.partNumbers().isComplete);
     const auto record = told();
     EXPECT_EQ(std::memcmp(&record, &expected, sizeof expected), 0);
-    EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").service, service);
+    EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").service, server.busService());
 }
 
 TEST_F(PartNumbersTest, ACompleteExchangeIsOver)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answerAll();
     turn();
@@ -282,25 +292,25 @@ TEST_F(PartNumbersTest, ACompleteExchangeIsOver)
 
 TEST_F(PartNumbersTest, ASilentComponentKeepsItOpen)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     for (const auto& source : kExpected)
         if (source.server != 38) answer(source);
     turn();
-    EXPECT_FALSE(server.m_partNumbersComplete);
+    EXPECT_FALSE(server.partNumbers().isComplete);
     s_now += 10s;
     EXPECT_THAT(turn(), ElementsAre(kTimeout));
     EXPECT_THAT(turn(), ElementsAre(kSent));
     answer({38, 0});
     turn();
-    EXPECT_TRUE(server.m_partNumbersComplete);
+    EXPECT_TRUE(server.partNumbers().isComplete);
 }
 
 TEST_F(PartNumbersTest, AnUnfinishedExchangeGoesOnBehindASanitizeOfTheConfiguration)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
-    server.m_requestPartNumbers = false;  // as a sanitize leaves it
+    server.setPartNumberRequestDue(false);  // as a sanitize leaves it
     EXPECT_THAT(turn(), IsEmpty());
     s_now += 10s;
     EXPECT_THAT(turn(), ElementsAre(kTimeout));
@@ -336,7 +346,7 @@ TEST_F(PartNumbersTest, AnAnswerWithoutFieldsMarksTheComponentAndHasNoSerialNumb
     EXPECT_EQ(record.components[0].softwarePresent, 0U);
     EXPECT_STREQ(record.components[0].hardware, "");
     EXPECT_EQ(record.components[0].hardwarePresent, 0U);
-    EXPECT_TRUE(server.m_partNumberResponses.at("ALTNAV"));
+    EXPECT_TRUE(server.partNumbers().answered.at("ALTNAV"));
 }
 
 TEST_F(PartNumbersTest, TextsAreCutTo255Characters)
@@ -376,7 +386,7 @@ TEST_F(PartNumbersTest, TheSensorServiceHasARowForItsCardAndOneForTheSensor)
     EXPECT_STREQ(sensor.serialNumber, "n2");
     EXPECT_STREQ(sensor.hardware, "h2");
     EXPECT_EQ(card.softwarePresent + card.hardwarePresent + sensor.softwarePresent + sensor.hardwarePresent, 4U);
-    EXPECT_TRUE(server.m_partNumberResponses.at("TARVOSW"));
+    EXPECT_TRUE(server.partNumbers().answered.at("TARVOSW"));
     EXPECT_EQ(tells(), 1U);
 }
 
@@ -396,8 +406,8 @@ TEST_F(PartNumbersTest, TheSensorsOtherTopicGoesTheGenericWay)
     EXPECT_THAT(namesOf(record), ElementsAre("0x2f TARVO"));
     EXPECT_STREQ(record.components[0].software, "SW1:s1,SW2:s2");
     EXPECT_STREQ(record.components[0].serialNumber, "HWSN1:n1");
-    EXPECT_TRUE(server.m_partNumberResponses.at("TARVO"));
-    EXPECT_FALSE(server.m_partNumberResponses.at("TARVOSW"));
+    EXPECT_TRUE(server.partNumbers().answered.at("TARVO"));
+    EXPECT_FALSE(server.partNumbers().answered.at("TARVOSW"));
 }
 
 TEST_F(PartNumbersTest, ARepeatedAnswerReplacesItsRowsWhereTheyStand)
@@ -451,10 +461,10 @@ TEST_F(PartNumbersTest, AnswersOfManyThreadsAreToldOneByOne)
 
 TEST_F(PartNumbersTest, WhileTheServiceIsDownAnswersAreKept)
 {
-    server.m_victoryStarted = false;
+    server.stopBus();
     answerAll();
     EXPECT_EQ(tells(), 0U);
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 8);
+    EXPECT_EQ(server.configuration().componentCount, 8);
 }
 
 TEST_F(PartNumbersTest, AnUnexpectedComponentGetsARowAndDoesNotCount)
@@ -466,12 +476,12 @@ TEST_F(PartNumbersTest, AnUnexpectedComponentGetsARowAndDoesNotCount)
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
     EXPECT_EQ(console.text(), text + "\n");
     EXPECT_THAT(namesOf(told()), ElementsAre("0x63 INVALID_SERVER_ID"));
-    EXPECT_EQ(server.m_partNumberResponses.size(), 7U);
+    EXPECT_EQ(server.partNumbers().answered.size(), 7U);
 }
 
 TEST_F(PartNumbersTest, DebugLinesOfAnAnswer)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     answer({49, 0}, "PARTNUMBERS,HWSN1:7,SW1:2");
     const ConsoleCapture console(std::cout);
     answer({49, 0}, "PARTNUMBERS,HWSN1:7,SW1:2");
@@ -486,27 +496,29 @@ TEST_F(PartNumbersTest, DebugLinesOfAnAnswer)
 
 TEST_F(PartNumbersTest, ARowIsFoundByItsWholeIdAndName)
 {
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x35", "Halvex"), -1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x35", "Halvex"), -1);
     answer({53, 0});
     answer({53, 1});
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x3", "Halvex"), -1);
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x355", "Halvex"), -1);
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x35", "Halve"), -1);
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x35", "sarvent"), -1);
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x35", "Sarvent"), 1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x3", "Halvex"), -1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x355", "Halvex"), -1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x35", "Halve"), -1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x35", "sarvent"), -1);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x35", "Sarvent"), 1);
     const VapntcComponentConfiguration zero = {};
-    EXPECT_EQ(std::memcmp(&server.m_systemConfiguration.components[1], &zero, sizeof zero), 0);
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 2);
-    EXPECT_EQ(server.findAndClearComponentConfigurationByIdAndName("0x35", "Sarvent"), -1);
+    const auto configuration = server.configuration();
+    EXPECT_EQ(std::memcmp(&configuration.components[1], &zero, sizeof zero), 0);
+    EXPECT_EQ(configuration.componentCount, 2);
+    EXPECT_EQ(server.findAndClearComponentConfiguration("0x35", "Sarvent"), -1);
 }
 
 TEST_F(PartNumbersTest, FiftyRowsAndNoMore)
 {
     for (int i = 0; i < 50; ++i) EXPECT_TRUE(server.updateComponentConfiguration(-1, "id", "name", "", "", ""));
-    const auto before = server.m_systemConfiguration;
+    const auto before = server.configuration();
     const ConsoleCapture console(std::cout);
     EXPECT_FALSE(server.updateComponentConfiguration(-1, "0x31", "PNT-Q", "1", "2", "3"));
-    EXPECT_EQ(std::memcmp(&server.m_systemConfiguration, &before, sizeof before), 0);
+    const auto after = server.configuration();
+    EXPECT_EQ(std::memcmp(&after, &before, sizeof before), 0);
     const std::string text = "Out of range error updating component for APNT Component Configuration at index, "
                              "rComponentId=0x31, rName=PNT-Q, rSN=1, rSW=2, rHW=3, ";
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
@@ -515,17 +527,17 @@ TEST_F(PartNumbersTest, FiftyRowsAndNoMore)
 
 TEST_F(PartNumbersTest, ADroppedRowStillCountsAsAnAnswer)
 {
-    server.m_systemConfiguration.componentCount = 50;
+    server.changeConfiguration([](auto& configuration) { configuration.componentCount = 50; });
     answer({49, 0});
-    EXPECT_TRUE(server.m_partNumberResponses.at("PNT-Q"));
+    EXPECT_TRUE(server.partNumbers().answered.at("PNT-Q"));
     EXPECT_EQ(tells(), 1U);
 }
 
 TEST_F(PartNumbersTest, AnIndexOfItsOwnOnlyHasToBeWithinTheRows)
 {
     EXPECT_TRUE(server.updateComponentConfiguration(49, "id", "name", "", "", ""));
-    EXPECT_STREQ(server.m_systemConfiguration.components[49].name, "name");
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 0);
+    EXPECT_STREQ(server.configuration().components[49].name, "name");
+    EXPECT_EQ(server.configuration().componentCount, 0);
     for (const int index : {50, 51, -2, 2147483647, -2147483647})
         EXPECT_FALSE(server.updateComponentConfiguration(index, "id", "name", "", "", "")) << index;
 }
@@ -551,7 +563,8 @@ TEST_F(PartNumbersTest, TheNumberOfRowsCutsTheFrontOfTheErrorText)
                                             "",
                                             ""};
     for (std::size_t count = 0; count < rests.size(); ++count) {
-        server.m_systemConfiguration.componentCount = static_cast<std::int32_t>(count);
+        server.changeConfiguration(
+            [&](auto& configuration) { configuration.componentCount = static_cast<std::int32_t>(count); });
         EXPECT_FALSE(server.updateComponentConfiguration(50, "I", "N", "S", "W", "H"));
         EXPECT_EQ(popHealthEvent(),
                   "3:Out of range error updating component for APNT Component Configuration at index, " + rests[count] +
@@ -561,16 +574,16 @@ TEST_F(PartNumbersTest, TheNumberOfRowsCutsTheFrontOfTheErrorText)
 
 TEST_F(PartNumbersTest, WaitingEndsAtOnceWhenAllIsThereAndWithItsTimeOtherwise)
 {
-    EXPECT_FALSE(server.waitForPartNumberResponses(0));
-    EXPECT_FALSE(server.waitForPartNumberResponses(-1));
-    server.m_partNumbersComplete = true;
-    EXPECT_TRUE(server.waitForPartNumberResponses(600));
+    EXPECT_FALSE(server.awaitPartNumbers(0));
+    EXPECT_FALSE(server.awaitPartNumbers(-1));
+    server.setPartNumbersComplete();
+    EXPECT_TRUE(server.awaitPartNumbers(600));
 }
 
 TEST_F(PartNumbersTest, AWaitTakesItsTimeAndNoLess)
 {
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(server.waitForPartNumberResponses(1));
+    EXPECT_FALSE(server.awaitPartNumbers(1));
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
 }
 
@@ -580,20 +593,16 @@ TEST_F(PartNumbersTest, AWakeUpBeforeCompletionDoesNotEndTheWait)
     std::atomic<bool> ended = false;
     bool isComplete = false;
     std::thread waiter([&] {
-        isComplete = server.waitForPartNumberResponses(600);
+        isComplete = server.awaitPartNumbers(600);
         ended = true;
     });
     EXPECT_FALSE(eventually(
         [&] {
-            server.m_partNumbersArrived.notify_all();
+            server.wakeThoseWhoAwaitPartNumbers();
             return ended.load();
         },
         300ms));
-    {
-        const MutexLock lock(server.m_partNumberMutex);
-        server.m_partNumbersComplete = true;
-        server.m_partNumbersArrived.notify_all();
-    }
+    server.setPartNumbersComplete();
     waiter.join();
     EXPECT_TRUE(isComplete);
 }
@@ -601,7 +610,7 @@ TEST_F(PartNumbersTest, AWakeUpBeforeCompletionDoesNotEndTheWait)
 TEST_F(PartNumbersTest, NoAnswerIsTakenWhileTheRealNameIsTold)
 {
     const HardDeadline deadline;
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answerAll();
     std::thread listener;
@@ -621,14 +630,14 @@ TEST_F(PartNumbersTest, NoAnswerIsTakenWhileTheRealNameIsTold)
 
 TEST_F(PartNumbersTest, CompletionWakesAllThatWait)
 {
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answerAll();
     std::atomic<int> woken = 0;
     std::vector<std::thread> waiters;
     for (int i = 0; i < 3; ++i)
         waiters.emplace_back([&] {
-            if (server.waitForPartNumberResponses(600)) ++woken;
+            if (server.awaitPartNumbers(600)) ++woken;
         });
     const auto start = std::chrono::steady_clock::now();
     turn();
@@ -639,22 +648,16 @@ TEST_F(PartNumbersTest, CompletionWakesAllThatWait)
 
 TEST_F(PartNumbersTest, UntilAllIsThereTheNameSaysThatItIsBeingCollected)
 {
-    victory.setFile("config", "<config/>");
-    victory.setFile("vcl", "<vcl:VCL/>");
-    server.m_victoryConfigurationFile = "config";
-    server.m_vclFile = "vcl";
-    server.m_victoryStarted = false;
-    server.InitializeVictory(nullptr);
     answer({49, 0});
     EXPECT_STREQ(told().systemName, "Kolt Gen II - Collecting system information. Please wait and retry...");
     EXPECT_STREQ(told().systemSerialNumber, "N/A");
     EXPECT_EQ(told().componentCount, 1);
-    server.m_postCompleteSeen = true;
+    server.setSelfTestOver();
     turn();
     answerAll();
     turn();
     EXPECT_STREQ(told().systemName, "Kolt Gen II");
     EXPECT_EQ(std::memcmp(told().manufacturerCode, "9XQ27", 5), 0);
     EXPECT_EQ(told().manufacturerCodePresent, 1U);
-    server.ShutdownVictory();
+    server.stopBus();
 }

@@ -1,5 +1,6 @@
+#include "aspn2_msgs/CommandResponse.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/HardDeadline.h"
 
@@ -36,15 +37,14 @@ struct ManagementTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
+        server.useBusFiles("config", "vcl");
         popHealthEvents();
     }
 
     void start(const std::vector<SensorText>& sensors = {})
     {
         directory.write("sensors.xml", fileOf(sensors));
-        server.InitializeVictory(nullptr);
+        server.startBus();
     }
 
     std::vector<std::int32_t> outputs() const
@@ -60,13 +60,12 @@ struct ManagementTest : testing::Test {
     void update(const std::string& name, const std::string& serialNumber = "", const std::string& software = "",
                 const std::string& hardware = "", const std::string& code = "")
     {
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        server.updateSystemConfiguration(name, serialNumber, software, hardware, code);
+        server.setConfigurationHead(name, serialNumber, software, hardware, code);
     }
 
     const TemporaryDirectory directory;
     VictoryRecorder victory;
-    OpenServer server{(directory.path() / "sensors.xml").string()};
+    ServerDoor server{(directory.path() / "sensors.xml").string()};
     const ConsoleCapture console{std::cout};
 };
 
@@ -80,7 +79,7 @@ TEST_F(ManagementTest, FiveOutputsAreOffered)
 
 TEST_F(ManagementTest, OrSevenInTheirOwnOrder)
 {
-    server.m_allOutputs = true;
+    server.change([](auto& settings) { settings.allOutputs = true; });
     start();
     EXPECT_THAT(outputs(), ElementsAre(0, 1, 2, 4, 6, 3, 5));
 }
@@ -103,17 +102,20 @@ TEST_F(ManagementTest, WhoAsksEarlyIsToldToWait)
 
 TEST_F(ManagementTest, ASanitizedUnitTellsNoConfigurationAtItsStart)
 {
-    server.m_sanitizeRequested = true;
+    server.run();
+    aspn2_msgs::idl::CommandResponse order;
+    order.command_response("START_ZEROIZE");
+    server.command(order);
     start();
     EXPECT_EQ(victory.count(kTell), 0U);
     EXPECT_EQ(victory.count("vapntsTellAvailableSensors"), 1U);
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
 }
 
 TEST_F(ManagementTest, AnEmptySensorFileIsAListOfNoRows)
 {
     start();
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_EQ(sensors().sensorCount, 0);
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
@@ -158,7 +160,7 @@ TEST_F(ManagementTest, FiftySensorsAreToldWithoutAWord)
 
 TEST_F(ManagementTest, SensorsAreShownOnDebug)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     start({SensorText("GPS 1", "0x39").set("HasOtherSensorType", "true").set("OtherSensorType", "x")});
     EXPECT_THAT(console.text(), HasSubstr("sensorServerList size fetched from m_bitFeatures = 1\n"
                                           "numberOfSensors =  1\n"
@@ -193,13 +195,13 @@ TEST_F(ManagementTest, DefaultsDoNotDependOnWhatTheLibraryAnswers)
          {"vapntsTellAvailableOutputs", kTell, "vapntsTellAvailableSensors", "vapntsTellBlendedNavigationData"})
         victory.answer(operation, -1);
     start();
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(ManagementTest, DefaultsAreToldThoughATesterKeepsPublicationsBack)
 {
-    server.m_tellDisabled = true;
+    server.setTellDisabled(true);
     start();
     for (const char* operation :
          {"vapntsTellAvailableOutputs", kTell, "vapntsTellAvailableSensors", "vapntsTellBlendedNavigationData"})
@@ -208,10 +210,12 @@ TEST_F(ManagementTest, DefaultsAreToldThoughATesterKeepsPublicationsBack)
 
 TEST_F(ManagementTest, HeadOfTheConfigurationIsFilledAndItsRowsStay)
 {
-    server.m_systemConfiguration.componentCount = 3;
-    server.m_systemConfiguration.components[2].name[0] = 'x';
+    server.changeConfiguration([](auto& configuration) {
+        configuration.componentCount = 3;
+        configuration.components[2].name[0] = 'x';
+    });
     update("name", "serial", "software", "hardware", "ABCDEFG");
-    const auto& configuration = server.m_systemConfiguration;
+    const auto configuration = server.configuration();
     EXPECT_STREQ(configuration.systemName, "name");
     EXPECT_STREQ(configuration.systemSerialNumber, "serial");
     EXPECT_STREQ(configuration.systemSoftware, "software");
@@ -229,7 +233,7 @@ TEST_F(ManagementTest, EmptyTextsOfTheHeadAreAbsent)
 {
     update("name", "serial", "software", "hardware", "ABCDE");
     update("");
-    const auto& configuration = server.m_systemConfiguration;
+    const auto configuration = server.configuration();
     EXPECT_STREQ(configuration.systemName, "");
     EXPECT_STREQ(configuration.systemSerialNumber, "N/A");
     EXPECT_EQ(configuration.softwarePresent, 0U);
@@ -242,7 +246,7 @@ TEST_F(ManagementTest, TextsOfTheHeadAreCutToTheirFields)
 {
     const std::string tooLong(400, 'x');
     update(tooLong, tooLong, tooLong, tooLong, "A");
-    const auto& configuration = server.m_systemConfiguration;
+    const auto configuration = server.configuration();
     EXPECT_EQ(configuration.systemName, std::string(255, 'x'));
     EXPECT_EQ(configuration.systemSerialNumber, std::string(255, 'x'));
     EXPECT_EQ(configuration.systemSoftware, std::string(255, 'x'));
@@ -253,24 +257,20 @@ TEST_F(ManagementTest, TextsOfTheHeadAreCutToTheirFields)
 TEST_F(ManagementTest, AWipedConfigurationIsToldAndTheOwnStays)
 {
     start();
-    server.m_systemConfiguration.componentCount = 2;
-    {
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        server.clearApntConfiguration();
-    }
+    server.changeConfiguration([](auto& configuration) { configuration.componentCount = 2; });
+    server.wipeConfiguration();
     EXPECT_EQ(victory.count(kTell), 2U);
     EXPECT_THAT(bytesOf(configuration()), Each(0));
-    EXPECT_STREQ(server.m_systemConfiguration.systemSerialNumber, "N/A");
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 2);
+    EXPECT_STREQ(server.configuration().systemSerialNumber, "N/A");
+    EXPECT_EQ(server.configuration().componentCount, 2);
 }
 
 TEST_F(ManagementTest, NothingIsWipedInAServiceThatIsDown)
 {
     start();
-    server.ShutdownVictory();
+    server.stopBus();
     victory.forgetCalls();
-    const MutexLock lock(server.m_apntConfigurationMutex);
-    server.clearApntConfiguration();
+    server.wipeConfiguration();
     EXPECT_THAT(victory.operations(), IsEmpty());
 }
 
@@ -278,7 +278,7 @@ TEST_F(ManagementTest, NothingIsWipedInAServiceThatIsDown)
 
 TEST_F(ManagementTest, ARequestWithoutAnInstanceIsReported)
 {
-    OpenServer::cbTellSystemConfigurationCallback(nullptr, nullptr);
+    ServerDoor::libraryWithoutContext().tellConfiguration();
     const std::string text = "OrvaneServer: instance pointer was not found in VICTORY "
                              "cbTellSystemConfigurationCallback, callbackData parameter";
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
@@ -288,7 +288,7 @@ TEST_F(ManagementTest, ARequestWithoutAnInstanceIsReported)
 TEST_F(ManagementTest, ARequestOfAServiceThatIsDownIsReportedAtOnce)
 {
     const auto before = std::chrono::steady_clock::now();
-    OpenServer::cbTellSystemConfigurationCallback(&server, nullptr);
+    server.library().tellConfiguration();
     EXPECT_LT(std::chrono::steady_clock::now() - before, 10s);
     const std::string text = "OrvaneServer : Cannot request part numbers while APNT service is not running!";
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
@@ -297,7 +297,7 @@ TEST_F(ManagementTest, ARequestOfAServiceThatIsDownIsReportedAtOnce)
 
 TEST_F(ManagementTest, ARequestOnceAllIsCollectedTellsNothingItself)
 {
-    server.m_partNumbersComplete = true;
+    server.setPartNumbersComplete();
     start();
     victory.forgetCalls();
     victory.fireSystemConfiguration();
@@ -308,9 +308,9 @@ TEST_F(ManagementTest, ARequestOnceAllIsCollectedTellsNothingItself)
 
 TEST_F(ManagementTest, ARequestIsReportedOnDebug)
 {
-    server.m_partNumbersComplete = true;
+    server.setPartNumbersComplete();
     start();
-    server.m_debug = true;
+    server.setDebug(true);
     victory.fireSystemConfiguration();
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("2:OrvaneServer : VICTORY APNT Configuration / Part number request received."));
@@ -336,14 +336,17 @@ TEST_F(ManagementTest, AnEarlyRequestEndsWhenAllIsCollected)
 {
     const HardDeadline deadline;
     start();
-    server.m_postCompleteSeen = true;
-    server.m_requestPartNumbers = false;
-    {
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        for (auto& [name, arrived] : server.m_partNumberResponses) arrived = true;
+    server.setSelfTestOver();
+    server.setPartNumberRequestDue(false);
+    server.run();
+    for (const int source : {53 << 16 | 1, 53 << 16, 39 << 16, 47 << 16, 47 << 16 | 2, 49 << 16, 38 << 16}) {
+        aspn2_msgs::idl::CommandResponse answer;
+        answer.header().device_id(source);
+        answer.command_response("PARTNUMBERS");
+        server.response(answer);
     }
     std::thread client([&] { victory.fireSystemConfiguration(); });
-    server.processPartNumbers();
+    server.partNumberTurn();
     client.join();
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_STREQ(configuration().systemName, "Kolt Gen II");
@@ -356,8 +359,8 @@ TEST_F(ManagementTest, AnExceptionOfARequestIsReported)
         std::streamsize xsputn(const char*, std::streamsize) override { throw std::runtime_error("no luck"); }
     } failing;
     start();
-    server.m_partNumbersComplete = true;
-    server.m_debug = true;
+    server.setPartNumbersComplete();
+    server.setDebug(true);
     std::streambuf* const previous = std::cout.rdbuf(&failing);
     std::cout.exceptions(std::ios::badbit);
     victory.fireSystemConfiguration();
@@ -373,8 +376,8 @@ TEST_F(ManagementTest, AnExceptionOfARequestIsReported)
 TEST_F(ManagementTest, WhatIsNoStandardExceptionOfARequestIsReportedAsUnknown)
 {
     start();
-    server.m_partNumbersComplete = true;
-    server.m_debug = true;
+    server.setPartNumbersComplete();
+    server.setDebug(true);
     const BeforeNextLine failure([] { throw 1; });
     victory.fireSystemConfiguration();
     EXPECT_EQ(popHealthEvents().back(),

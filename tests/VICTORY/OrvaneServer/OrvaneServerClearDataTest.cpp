@@ -1,5 +1,6 @@
 #include "aspn2_msgs/CommandResponse.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
+#include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
@@ -10,10 +11,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -36,28 +39,37 @@ constexpr const char* kReturned = "cbClearSystemDataCallback : Return code to VD
 struct ClearDataTest : testing::Test {
     ClearDataTest()
     {
-        server.m_service = service;
-        server.m_victoryStarted = true;
+        victory.setFile("config", "<config/>");
+        victory.setFile("vcl", "<vcl:VCL/>");
+        server.useBusFiles("config", "vcl");
+        server.startBus();
+        victory.forgetCalls();
         server.run();
-        server.m_clearDataCommand.setClearDataInProgressTimeout(2h);
-        server.m_clearDataCommand.setCommandResponseMessageCallback([this](const std::string& command) {
+        server.clearData().setClearDataInProgressTimeout(2h);
+        server.clearData().setCommandResponseMessageCallback([this](const std::string& command) {
             sent.push_back(command);
-            server.m_clearDataCommand.processClearRequestedResponse(command + answer);
+            server.clearData().processClearRequestedResponse(command + answer);
             return true;
         });
-        server.m_clearDataCommand.setSendVDBCompleteWarningCallback(
-            [](auto, bool, const std::string&) { return true; });
+        server.clearData().setSendVDBCompleteWarningCallback([](auto, bool, const std::string&) { return true; });
         popHealthEvents();
     }
-    ~ClearDataTest() override { server.m_clearDataCommand.setSendVDBCompleteWarningCallback(nullptr); }
+    ~ClearDataTest() override { server.clearData().setSendVDBCompleteWarningCallback(nullptr); }
 
-    int request(VapntcSystemData* data) { return OpenServer::cbClearSystemDataCallback(&server, service, data); }
+    void stopBus()
+    {
+        server.stopBus();
+        popHealthEvents();
+        victory.forgetCalls();
+    }
+
+    int request(VapntcSystemData* data) { return server.library().clearSystemData(data); }
     int request(VapntcSystemData data) { return request(&data); }
 
     std::vector<std::string> warnings() const
     {
         std::vector<std::string> texts;
-        for (const auto& warning : server.m_warnings)
+        for (const auto& warning : server.warnings())
             texts.push_back(std::to_string(warning.warningId) + ":" + warning.customText);
         return texts;
     }
@@ -67,15 +79,24 @@ struct ClearDataTest : testing::Test {
         CommandResponse message;
         message.header().device_id(static_cast<std::int32_t>(0x01000000U | std::uint32_t{source} << 16));
         message.command_response(text);
-        server.cbCmd(message);
+        server.command(message);
+    }
+
+    void respond(const std::string& text)
+    {
+        CommandResponse message;
+        message.header().device_id(53 << 16);
+        message.commanded_device_id(52 << 16);
+        message.command_response_type(command_response_type_enum{1});
+        message.command_response(text);
+        server.response(message);
     }
 
     HardDeadline deadline;
     std::vector<std::string> sent;  // command texts
     std::string answer = "_ACK";    // to each
     VictoryRecorder victory;
-    VapntsService* service = victory.newService();
-    OpenServer server;
+    ServerDoor server;
 };
 
 }  // namespace
@@ -84,7 +105,7 @@ TEST_F(ClearDataTest, ARequestWithoutDataIsAZeroize)
 {
     EXPECT_EQ(request(nullptr), 1);
     EXPECT_THAT(sent, ElementsAre("REQUEST_ZEROIZE"));
-    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+    EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
 }
 
 TEST_F(ClearDataTest, AllSystemDataIsADestroy)
@@ -97,26 +118,26 @@ TEST_F(ClearDataTest, AllSystemDataIsADestroy)
 TEST_F(ClearDataTest, ARequestIsAnsweredOnceItIsAccepted)
 {
     auto stateAtTheAnswer = ClearDataCommand::STATE_IDLE;
-    victory.onCall("vapntsTellClearSystemData", [&] { stateAtTheAnswer = server.m_clearDataCommand.state(); });
+    victory.onCall("vapntsTellClearSystemData", [&] { stateAtTheAnswer = server.clearData().state(); });
     request(nullptr);
     EXPECT_EQ(stateAtTheAnswer, ClearDataCommand::STATE_IN_PROGRESS);
     const auto calls = victory.calls("vapntsTellClearSystemData");
     ASSERT_EQ(calls.size(), 1U);
     EXPECT_EQ(calls[0].number(0), 0);
-    EXPECT_EQ(calls[0].service, service);
+    EXPECT_EQ(calls[0].service, server.busService());
 }
 
 TEST_F(ClearDataTest, ARefusedRequestIsAnsweredTheSameWay)
 {
     answer = "_NACK";
     EXPECT_EQ(request(nullptr), 1);
-    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IDLE);
+    EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_IDLE);
     EXPECT_EQ(victory.last("vapntsTellClearSystemData").number(0), 0);
 }
 
 TEST_F(ClearDataTest, CryptoIsRefusedInThreeWaysAndCommandsNothing)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const std::string text = "OrvaneServer: VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.";
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(1), 1);
@@ -131,7 +152,7 @@ TEST_F(ClearDataTest, CryptoIsRefusedInThreeWaysAndCommandsNothing)
 
 TEST_F(ClearDataTest, InvalidIsReportedInThreeWaysAndThenByTheStateMachine)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const std::string text = "OrvaneServer: Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do.";
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(-1), 1);
@@ -144,7 +165,7 @@ TEST_F(ClearDataTest, InvalidIsReportedInThreeWaysAndThenByTheStateMachine)
 
 TEST_F(ClearDataTest, OtherValuesAreRefusedByNumber)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     for (const VapntcSystemData data : {2, -2, 2147483647, -2147483647 - 1}) {
         const std::string text = "OrvaneServer: Unknown systemDataType: " + std::to_string(data);
         const ConsoleCapture console(std::cout);
@@ -162,10 +183,10 @@ TEST_F(ClearDataTest, ResultsOfTheMapping)
     VapntcSystemData crypto = 1;
     VapntcSystemData invalid = -1;
     VapntcSystemData unknown = 2;
-    EXPECT_FALSE(server.processClearDataRequest(service, &crypto));
-    EXPECT_FALSE(server.processClearDataRequest(service, &invalid));
-    EXPECT_FALSE(server.processClearDataRequest(service, &unknown));
-    EXPECT_TRUE(server.processClearDataRequest(service, nullptr));
+    EXPECT_FALSE(server.processClearDataRequest(&crypto));
+    EXPECT_FALSE(server.processClearDataRequest(&invalid));
+    EXPECT_FALSE(server.processClearDataRequest(&unknown));
+    EXPECT_TRUE(server.processClearDataRequest(nullptr));
 }
 
 TEST_F(ClearDataTest, QuietRefusalsArePrintedNowhere)
@@ -179,7 +200,7 @@ TEST_F(ClearDataTest, QuietRefusalsArePrintedNowhere)
 
 TEST_F(ClearDataTest, WithoutQuietAMissingCommandIsToldAndTheReturnCodeIsAlwaysTheSame)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
     request(nullptr);
     EXPECT_EQ(console.text(), std::string("No command provided, Zeroize device command type\n") + kReturned);
@@ -187,10 +208,10 @@ TEST_F(ClearDataTest, WithoutQuietAMissingCommandIsToldAndTheReturnCodeIsAlwaysT
 
 TEST_F(ClearDataTest, DebugLinesOfARequest)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
     request(nullptr);
-    server.m_clearDataCommand.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
+    server.clearData().processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
     request(0);
     EXPECT_EQ(console.text(), "CALLBACK RECIEVED --- \n"
                               "Identified eClearType = REQUEST_ZEROIZE\n"
@@ -200,7 +221,7 @@ TEST_F(ClearDataTest, DebugLinesOfARequest)
 
 TEST_F(ClearDataTest, OnlyTheInvalidOneOfRefusedValuesIsIdentified)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     for (const VapntcSystemData data : {1, 2}) {
         const ConsoleCapture console(std::cout);
         request(data);
@@ -214,7 +235,7 @@ TEST_F(ClearDataTest, OnlyTheInvalidOneOfRefusedValuesIsIdentified)
 TEST_F(ClearDataTest, WithoutAContextThereIsAnEventAndNoLine)
 {
     const ConsoleCapture console(std::cout);
-    EXPECT_EQ(OpenServer::cbClearSystemDataCallback(nullptr, service, nullptr), 1);
+    EXPECT_EQ(ServerDoor::libraryWithoutContext().clearSystemData(nullptr), 1);
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData parameter"));
     EXPECT_EQ(console.text(), "");
@@ -223,16 +244,18 @@ TEST_F(ClearDataTest, WithoutAContextThereIsAnEventAndNoLine)
 
 TEST_F(ClearDataTest, ASanitizeRefusesBeforeAnythingElse)
 {
-    server.m_sanitizeRequested = true;
-    server.m_quiet = false;
+    command("START_ZEROIZE");
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
     VapntcSystemData data[] = {0, 1, -1, 2};
     for (auto& value : data) EXPECT_EQ(request(&value), 1);
     EXPECT_EQ(request(nullptr), 1);
-    server.m_victoryStarted = false;
+    auto events = popHealthEvents();
+    EXPECT_EQ(events.size(), 5U);
+    EXPECT_THAT(victory.operations(), IsEmpty());
+    stopBus();
     EXPECT_EQ(request(nullptr), 1);
-    const auto events = popHealthEvents();
-    EXPECT_EQ(events.size(), 6U);
+    events.push_back(popHealthEvent());
     EXPECT_THAT(events, Each("3:OrvaneServer: Sanitize in progress, not processing APNT clear system data command"));
     std::string lines;
     for (int i = 0; i < 6; ++i) lines += kReturned;
@@ -244,8 +267,8 @@ TEST_F(ClearDataTest, ASanitizeRefusesBeforeAnythingElse)
 
 TEST_F(ClearDataTest, WhileTheServiceIsDownRequestsAreIgnored)
 {
-    server.m_victoryStarted = false;
-    server.m_quiet = false;
+    stopBus();
+    server.setQuiet(false);
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(nullptr), 1);
     EXPECT_EQ(request(1), 1);
@@ -259,8 +282,8 @@ TEST_F(ClearDataTest, WhileTheServiceIsDownRequestsAreIgnored)
 
 TEST_F(ClearDataTest, TheMappingLooksForTheServiceTooAndIsContent)
 {
-    server.m_victoryStarted = false;
-    EXPECT_TRUE(server.processClearDataRequest(service, nullptr));
+    stopBus();
+    EXPECT_TRUE(server.processClearDataRequest(nullptr));
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot process APNT Clear System Data "
                                                "requests while APNT service is not running!"));
     EXPECT_THAT(sent, IsEmpty());
@@ -280,7 +303,7 @@ TEST_F(ClearDataTest, ASecondRequestDuringAnOperationIsRefusedByTheStateMachine)
 
 TEST_F(ClearDataTest, NothingLeavesTheCallback)
 {
-    server.m_quiet = false;
+    server.setQuiet(false);
     victory.onCall("vapntsTellClearSystemData", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(1), 1);
@@ -294,118 +317,110 @@ TEST_F(ClearDataTest, NothingLeavesTheCallback)
 TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
 {
     const TemporaryDirectory directory;
-    victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
-    server.m_vclFile = directory.write(
-        "vcl.xml",
-        "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
-        "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>");
-    server.m_systemConfiguration.componentCount = 3;
+    server.useBusFiles(
+        "config",
+        directory.write(
+            "vcl.xml",
+            "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
+            "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>"));
+    server.changeConfiguration([](auto& configuration) { configuration.componentCount = 3; });
     bool sanitizingAtTheEnd = false;
-    victory.onCall("vapntsDeleteService", [&] { sanitizingAtTheEnd = server.m_sanitizeRequested; });
+    victory.onCall("vapntsDeleteService", [&] { sanitizingAtTheEnd = server.isSanitizeRequested(); });
 
     command("START_DESTROY", 200);
-    EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_TRUE(server.isSanitizeRequested());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);  // what a call-back of the transport can't wait for
-    server.workerTurn();
+    server.turn();
     EXPECT_TRUE(sanitizingAtTheEnd);
     const auto vcl = victory.last("vapntsNewService").text(1);
     EXPECT_THAT(vcl, AllOf(HasSubstr("name=\"updatePeriod\" value=\"4294967295\""), Not(HasSubstr("\"1000\""))));
-    EXPECT_FALSE(server.m_requestPartNumbers);
+    EXPECT_FALSE(server.partNumbers().isRequestDue);
     const auto tells = victory.calls("vapntsTellSystemConfiguration");
     ASSERT_EQ(tells.size(), 1U);  // none by the restart
     const auto told = tells[0].record<VapntcSystemConfiguration>();
     const VapntcSystemConfiguration empty = {};
     EXPECT_EQ(std::memcmp(&told, &empty, sizeof empty), 0);
-    EXPECT_EQ(server.m_systemConfiguration.componentCount, 3);
+    EXPECT_EQ(server.configuration().componentCount, 3);
     EXPECT_EQ(victory.operations().back(), "vapntsTellSystemConfiguration");
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse)
 {
-    victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
     request(nullptr);
     popHealthEvents();
     for (const char* text : {"START_ZEROIZE", "START_ZEROIZE", "START_DESTROY"}) {
         command(text);
-        server.carryOutSanitizeOrders();
-        EXPECT_TRUE(server.m_sanitizeRequested);
-        EXPECT_TRUE(server.m_victoryStarted);
+        server.sanitize();
+        EXPECT_TRUE(server.isSanitizeRequested());
+        EXPECT_TRUE(server.busRuns());
         EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("CommandResponse"))));
     }
-    EXPECT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+    EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
     EXPECT_EQ(victory.count("vapntsDeleteService"), 3U);
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsCarriedOutAtTheStop)
 {
-    victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
     command("START_ZEROIZE");  // and no turn comes any more
     command("START_ZEROIZE");
     auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
+    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(ClearDataTest, ASanitizeThatFailsIsReportedAndHoldsNothingUp)
 {
     const TemporaryDirectory flags;
     flags.write("PostComplete", "");
-    server.m_flagDirectory = flags.path().string();
-    victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
+    server.change([&](auto& settings) { settings.flagDirectory = flags.path().string(); });
     victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     command("START_ZEROIZE");
     command("START_DESTROY");
-    server.workerTurn();
-    EXPECT_TRUE(server.m_postCompleteSeen);  // what stands behind it in the turn
+    server.turn();
+    EXPECT_TRUE(server.isSelfTestOver());  // what stands behind it in the turn
     EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: no luck").Times(2));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: workerThreadFunction() EXCEPTION: no luck\n"));
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
-    server.workerTurn();  // does not take it up again
+    server.turn();  // does not take it up again
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(ClearDataTest, ASanitizeThatFailsAtTheStopIsReported)
 {
-    victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
     victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
     const ConsoleCapture console(std::cout);
     command("START_ZEROIZE");
     auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
+    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
     EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
     EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>"));
-    server.ShutdownVictory();
+    server.stopBus();
 }
 
 TEST_F(ClearDataTest, OnlyTheTwoStartCommandsBeginASanitize)
 {
     for (const char* text : {"START_ZEROIZE ", "start_zeroize", "START", "REQUEST_ZEROIZE", "START_DESTROY,1"})
         command(text);
-    EXPECT_FALSE(server.m_sanitizeRequested);
-    server.m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    EXPECT_FALSE(server.isSanitizeRequested());
+    server.halt();
     command("START_ZEROIZE");
-    EXPECT_FALSE(server.m_sanitizeRequested);
+    EXPECT_FALSE(server.isSanitizeRequested());
 }
 
 namespace {
 
-void configure(OpenServer& server, const ServiceConfig& config)
+void configure(ServerDoor& server, const ServiceConfig& config)
 {
     const TemporaryDirectory directory;
     auto rc = FACE::RETURN_CODE_TYPE::DATA_OVERFLOW;
     const ConsoleCapture console(std::cout);
-    server.Configure(directory.write("service.xml", config.text()).c_str(), rc);
+    server->Configure(directory.write("service.xml", config.text()).c_str(), rc);
     EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
 }
 
@@ -414,9 +429,9 @@ void configure(OpenServer& server, const ServiceConfig& config)
 TEST_F(ClearDataTest, ErasingHasTheSecondOfTheConfiguredTimes)
 {
     configure(server, ServiceConfig().set("PARAM_8", "3600,0"));
-    EXPECT_FALSE(server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE));  // no sender
-    EXPECT_TRUE(server.m_clearDataCommand.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
-    ASSERT_TRUE(eventually([&] { return server.m_clearDataCommand.state() == ClearDataCommand::STATE_IDLE; }));
+    EXPECT_FALSE(server.clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE));  // no sender
+    EXPECT_TRUE(server.clearData().processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    ASSERT_TRUE(eventually([&] { return server.clearData().state() == ClearDataCommand::STATE_IDLE; }));
     EXPECT_THAT(warnings(),
                 ElementsAre("23:OrvaneServer: Clear data command,  REQUEST_ZEROIZE, timed out after 0 seconds."));
 }
@@ -426,11 +441,11 @@ TEST_F(ClearDataTest, OnlyDebugLetsTheOperationPrint)
     configure(server, ServiceConfig().set("Debug", "false").set("PARAM_1", "false"));
     {
         const ConsoleCapture console(std::cout);
-        server.m_clearDataCommand.dumpStateInfo();
+        server.clearData().dumpStateInfo();
         EXPECT_EQ(console.text(), "");
     }
     configure(server, ServiceConfig().set("Debug", "true").set("PARAM_1", "true"));
     const ConsoleCapture console(std::cout);
-    server.m_clearDataCommand.dumpStateInfo();
+    server.clearData().dumpStateInfo();
     EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n");
 }

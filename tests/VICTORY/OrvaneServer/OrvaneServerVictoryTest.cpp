@@ -1,12 +1,13 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "utilities/COutputRedirector.h"
 #include "utilities/SharedMutex.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -68,7 +69,6 @@ struct VictoryServiceTest : testing::Test {
     VictoryServiceTest()
     {
         victory.setFile("config", "<config/>");
-        server.m_victoryConfigurationFile = "config";
         setVcl(kVcl);
         popHealthEvents();
     }
@@ -76,13 +76,13 @@ struct VictoryServiceTest : testing::Test {
     /// The library and the server read the file each in its own way.
     void setVcl(const std::string& text)
     {
-        server.m_vclFile = directory.write("vcl.xml", text);
-        victory.setFile(server.m_vclFile, text);
+        server.useBusFiles("config", directory.write("vcl.xml", text));
+        victory.setFile(server.settings().vclFile, text);
     }
 
     void start()
     {
-        ASSERT_TRUE(server.InitializeVictory(nullptr));
+        ASSERT_TRUE(server.startBus());
         popHealthEvents();
         victory.forgetCalls();
     }
@@ -90,7 +90,7 @@ struct VictoryServiceTest : testing::Test {
     const TemporaryDirectory directory;
     const std::string sensorFile = directory.write("sensors.xml", fileOf({}));
     VictoryRecorder victory;
-    OpenServer server{sensorFile};
+    ServerDoor server{sensorFile};
     const ConsoleCapture console{std::cout};
 };
 
@@ -135,8 +135,8 @@ private:
 
 TEST_F(VictoryServiceTest, StartCallsTheLibraryInOrder)
 {
-    EXPECT_TRUE(server.InitializeVictory(nullptr));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.startBus());
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(victory.operations(), ElementsAreArray(kStart));
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
@@ -144,8 +144,8 @@ TEST_F(VictoryServiceTest, StartCallsTheLibraryInOrder)
 
 TEST_F(VictoryServiceTest, FilesStandAtFixedPaths)
 {
-    OpenServer shipped(sensorFile);
-    shipped.InitializeVictory(nullptr);
+    ServerDoor shipped(sensorFile);
+    shipped.startBus();
     const auto reads = victory.calls("vutilReadStringFromFile");
     ASSERT_EQ(reads.size(), 2U);
     EXPECT_EQ(reads[0].text(0), "/opt/halvex/config/APNTServiceConfig_1_9.xml");
@@ -154,29 +154,35 @@ TEST_F(VictoryServiceTest, FilesStandAtFixedPaths)
     EXPECT_EQ(reads[1].number(1), 65536);
 }
 
-TEST_F(VictoryServiceTest, BuffersAreZeroAtFirst)
+TEST_F(VictoryServiceTest, BuffersOfBothFilesAreZeroAtFirst)
 {
-    EXPECT_THAT(server.m_victoryConfigurationText, Each('\0'));
-    EXPECT_THAT(server.m_vclText, Each('\0'));
+    std::vector<std::int64_t> zeros;
+    victory.onCall("vutilReadStringFromFile", [&] {
+        const auto read = victory.last("vutilReadStringFromFile");
+        const auto* const buffer = static_cast<const char*>(read.pointer(2));
+        zeros.push_back(std::count(buffer, buffer + read.number(1), '\0'));
+    });
+    server.startBus();
+    EXPECT_THAT(zeros, ElementsAre(65536, 65536));
 }
 
 TEST_F(VictoryServiceTest, TextsOfBothFilesMakeTheService)
 {
-    server.InitializeVictory(nullptr);
+    server.startBus();
     EXPECT_EQ(victory.last("vapntsNewService").text(0), "<config/>");
     EXPECT_EQ(victory.last("vapntsNewService").text(1), kVcl);
 }
 
 TEST_F(VictoryServiceTest, AGivenTextIsUsedAsItStandsAndTheFileIsNotRead)
 {
-    EXPECT_TRUE(server.InitializeVictory("<mine/>"));
+    EXPECT_TRUE(server.startBus("<mine/>"));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), "<mine/>");
     EXPECT_EQ(victory.count("vutilReadStringFromFile"), 1U);
 }
 
 TEST_F(VictoryServiceTest, GroupsHaveOneHertzAndCallbacksTheInstance)
 {
-    server.InitializeVictory(nullptr);
+    server.startBus();
     const auto groups = victory.calls("vapntsInitPubGroup");
     ASSERT_EQ(groups.size(), 3U);
     for (int i = 0; i < 3; ++i) {
@@ -187,11 +193,11 @@ TEST_F(VictoryServiceTest, GroupsHaveOneHertzAndCallbacksTheInstance)
     ASSERT_EQ(tells.size(), 2U);
     EXPECT_EQ(tells[0].number(0), 2);
     EXPECT_EQ(tells[1].number(0), 1);
-    EXPECT_EQ(tells[0].pointer(1), &server);
-    EXPECT_EQ(tells[1].pointer(1), &server);
+    EXPECT_EQ(tells[0].pointer(1), &*server);
+    EXPECT_EQ(tells[1].pointer(1), &*server);
     for (const char* operation : {"vapntsInitSaveVclidCallback", "vapntsInitTellClearSystemDataCallback",
                                   "vapntsInitTellSystemConfigurationCallback"})
-        EXPECT_EQ(victory.last(operation).pointer(0), &server) << operation;
+        EXPECT_EQ(victory.last(operation).pointer(0), &*server) << operation;
 }
 
 TEST_F(VictoryServiceTest, EachGroupTellsItsOwnRecord)
@@ -206,24 +212,26 @@ TEST_F(VictoryServiceTest, EachGroupTellsItsOwnRecord)
 TEST_F(VictoryServiceTest, ServiceCountsAsRunningOnlyOnceItHasStarted)
 {
     bool running = true;
-    victory.onCall("vapntsStartService", [&] { running = server.m_victoryStarted; });
-    server.InitializeVictory(nullptr);
+    victory.onCall("vapntsStartService", [&] { running = server.busRuns(); });
+    server.startBus();
     EXPECT_FALSE(running);
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
 }
 
 TEST_F(VictoryServiceTest, RedirectionComesBeforeAllElse)
 {
     bool redirected = false;
     victory.onCall("vutilReadStringFromFile", [&] { redirected = COutputRedirector::originalStdOutStreamDest; });
-    server.InitializeVictory(nullptr);
+    server.startBus();
     EXPECT_TRUE(redirected);
 }
 
 TEST_F(VictoryServiceTest, ARunningServiceIsNotStartedAgainButTheOutputIsRedirected)
 {
-    server.m_victoryStarted = true;
-    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    start();
+    COutputRedirector().reset();
+    ASSERT_EQ(COutputRedirector::originalStdOutStreamDest, nullptr);
+    EXPECT_TRUE(server.startBus());
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_NE(COutputRedirector::originalStdOutStreamDest, nullptr);
 }
@@ -231,10 +239,10 @@ TEST_F(VictoryServiceTest, ARunningServiceIsNotStartedAgainButTheOutputIsRedirec
 TEST_F(VictoryServiceTest, SecondStartChangesNothing)
 {
     start();
-    VapntsService* const service = server.m_service;
-    EXPECT_TRUE(server.InitializeVictory("<other/>"));
+    VapntsService* const service = server.busService();
+    EXPECT_TRUE(server.startBus("<other/>"));
     EXPECT_THAT(victory.operations(), IsEmpty());
-    EXPECT_EQ(server.m_service, service);
+    EXPECT_EQ(server.busService(), service);
 }
 
 TEST_F(VictoryServiceTest, TablesOfTheEncodersStandOnceStarted)
@@ -251,11 +259,10 @@ TEST_F(VictoryServiceTest, TablesOfTheEncodersStandOnceStarted)
 
 TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
 {
-    OpenServer lame((directory.path() / "none.xml").string());
-    lame.m_victoryConfigurationFile = "config";
-    lame.m_vclFile = server.m_vclFile;
-    EXPECT_FALSE(lame.InitializeVictory(nullptr));
-    EXPECT_TRUE(lame.m_victoryStarted);
+    ServerDoor lame((directory.path() / "none.xml").string());
+    lame.useBusFiles("config", server.settings().vclFile);
+    EXPECT_FALSE(lame.startBus());
+    EXPECT_TRUE(lame.busRuns());
     EXPECT_EQ(victory.count("vapntsStartService"), 1U);
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre(testing::StartsWith("3:Halvex: Could not initialize configuration file: ")));
@@ -263,23 +270,23 @@ TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
 
 TEST_F(VictoryServiceTest, TestsOfTheUnitHaveTheConfiguredLimit)
 {
-    server.m_BITtimeoutSeconds = 7;
+    server.change([](auto& settings) { settings.bitTimeoutSeconds = 7; });
     start();
-    server.performPOSTcomplete();
-    server.m_bitResults.Start();
+    server.offerBuiltInTests();
+    server.builtInTests().Start();
     victory.fireExecuteBuiltInTests();
     EXPECT_EQ(victory.last("vapntsTellExecuteBuiltInTests").real(0), 7.0);
 }
 
 TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
 {
-    for (const std::string& missing : {std::string("config"), server.m_vclFile}) {
-        OpenServer lame(sensorFile);
-        lame.m_victoryConfigurationFile = missing == "config" ? "none" : "config";
-        lame.m_vclFile = missing == "config" ? server.m_vclFile : "none";
+    for (const std::string& missing : {std::string("config"), server.settings().vclFile}) {
+        ServerDoor lame(sensorFile);
+        lame.useBusFiles(missing == "config" ? "none" : "config",
+                         missing == "config" ? server.settings().vclFile : "none");
         victory.forgetCalls();
-        EXPECT_FALSE(lame.InitializeVictory(nullptr)) << missing;
-        EXPECT_FALSE(lame.m_victoryStarted);
+        EXPECT_FALSE(lame.startBus()) << missing;
+        EXPECT_FALSE(lame.busRuns());
         EXPECT_THAT(victory.operations(), ElementsAre("vutilReadStringFromFile", "vutilReadStringFromFile"));
         EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
     }
@@ -290,16 +297,16 @@ TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
 TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
 {
     victory.setFile("config", std::string(65535, 'c'));
-    victory.setFile(server.m_vclFile, std::string(65535, 'v'));
-    EXPECT_TRUE(server.InitializeVictory(nullptr));
+    victory.setFile(server.settings().vclFile, std::string(65535, 'v'));
+    EXPECT_TRUE(server.startBus());
     EXPECT_EQ(victory.last("vapntsNewService").text(0), std::string(65535, 'c'));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), std::string(65535, 'v'));
 }
 
 TEST_F(VictoryServiceTest, ALongerFileIsRefusedNotCut)
 {
-    victory.setFile(server.m_vclFile, std::string(65536, 'v'));
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    victory.setFile(server.settings().vclFile, std::string(65536, 'v'));
+    EXPECT_FALSE(server.startBus());
     EXPECT_EQ(victory.count("vapntsNewService"), 0U);
     EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
 }
@@ -307,8 +314,8 @@ TEST_F(VictoryServiceTest, ALongerFileIsRefusedNotCut)
 TEST_F(VictoryServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
 {
     victory.answer("vapntsNewService", 0);
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
-    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_FALSE(server.startBus());
+    EXPECT_FALSE(server.busRuns());
     EXPECT_EQ(victory.operations().back(), "vapntsNewService");
     EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
 }
@@ -316,49 +323,48 @@ TEST_F(VictoryServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
 TEST_F(VictoryServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
 {
     victory.answer("vapntsStartService", 1);
-    EXPECT_TRUE(server.InitializeVictory(nullptr));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.startBus());
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_THAT(console.text(),
                 MatchesRegex("OrvaneServer \\([0-9]+\\) InitializeVictory : vapntsStartService answered 1\n"));
-    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_TRUE(server.stopBus());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
 }
 
 TEST_F(VictoryServiceTest, AFailedRestartKeepsTheOldService)
 {
     start();
-    VapntsService* const service = server.m_service;
+    VapntsService* const service = server.busService();
     victory.onCall("vapntsInitPubGroup", [] { throw std::runtime_error("no luck"); });
-    server.updateVDMdataRate(1000);
-    EXPECT_FALSE(server.m_victoryStarted);
-    EXPECT_NE(server.m_service, nullptr);  // frames are taken in as before
-    EXPECT_NE(server.m_service, service);
+    server.restartBus(1000);
+    EXPECT_FALSE(server.busRuns());
+    EXPECT_NE(server.busService(), nullptr);  // frames are taken in as before
+    EXPECT_NE(server.busService(), service);
     victory.onCall("vapntsInitPubGroup", nullptr);
     victory.setFile("config", std::string(65536, 'c'));
-    VapntsService* const last = server.m_service;
-    server.updateVDMdataRate(1000);
-    EXPECT_EQ(server.m_service, last);
+    VapntsService* const last = server.busService();
+    server.restartBus(1000);
+    EXPECT_EQ(server.busService(), last);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }
 
 TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
 {
     for (const std::string& operation : kStart) {
-        OpenServer broken(sensorFile);
-        broken.m_victoryConfigurationFile = "config";
-        broken.m_vclFile = server.m_vclFile;
+        ServerDoor broken(sensorFile);
+        broken.useBusFiles("config", server.settings().vclFile);
         victory.forgetCalls();
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
-        EXPECT_FALSE(broken.InitializeVictory(nullptr)) << operation;
-        EXPECT_FALSE(broken.m_victoryStarted) << operation;
+        EXPECT_FALSE(broken.startBus()) << operation;
+        EXPECT_FALSE(broken.busRuns()) << operation;
         EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"))
             << operation;
         const bool isMade = victory.count("vapntsInitSaveVclidCallback") > 0;
         EXPECT_EQ(victory.count("vapntsDeleteService"), isMade ? 1U : 0U) << operation;
         victory.onCall(operation, nullptr);
-        EXPECT_TRUE(broken.InitializeVictory(nullptr)) << operation;
-        broken.ShutdownVictory();
+        EXPECT_TRUE(broken.startBus()) << operation;
+        broken.stopBus();
         popHealthEvents();
     }
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
@@ -369,7 +375,7 @@ TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
 TEST_F(VictoryServiceTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
 {
     victory.onCall("vapntsStartService", [] { throw 42; });
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.startBus());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred"));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer: Unknown c\\+"
                                              "\\+ exception occurred\n"));
@@ -379,7 +385,7 @@ TEST_F(VictoryServiceTest, AnExceptionWhileCleaningUpIsReportedToo)
 {
     victory.onCall("vapntsStartService", [] { throw 42; });
     victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("worse"); });
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.startBus());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred",
                                                "3:OrvaneServer: An exception occurred. Details: worse"));
 }
@@ -389,30 +395,30 @@ TEST_F(VictoryServiceTest, AnExceptionWhileCleaningUpIsReportedToo)
 TEST_F(VictoryServiceTest, EndDeletesTheServiceAndReportsIt)
 {
     start();
-    VapntsService* const service = server.m_service;
+    VapntsService* const service = server.busService();
     victory.onCall("vapntsDeleteService", [] { EXPECT_EQ(popHealthEvent(), "none"); });
-    EXPECT_TRUE(server.ShutdownVictory());
-    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_TRUE(server.stopBus());
+    EXPECT_FALSE(server.busRuns());
     EXPECT_EQ(victory.last("vapntsDeleteService").service, service);
-    EXPECT_EQ(server.m_service, service);
+    EXPECT_EQ(server.busService(), service);
     EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
     EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(VictoryServiceTest, WhatDoesNotRunIsNotEnded)
 {
-    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_FALSE(server.stopBus());
     start();
-    EXPECT_TRUE(server.ShutdownVictory());
-    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_TRUE(server.stopBus());
+    EXPECT_FALSE(server.stopBus());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
 }
 
 TEST_F(VictoryServiceTest, EndIsPrintedOnDebug)
 {
     start();
-    server.m_debug = true;
-    server.ShutdownVictory();
+    server.setDebug(true);
+    server.stopBus();
     EXPECT_EQ(console.text(), "OrvaneServer : VapntsService exited\n");
 }
 
@@ -420,8 +426,8 @@ TEST_F(VictoryServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
 {
     start();
     victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("no luck"); });
-    EXPECT_TRUE(server.ShutdownVictory());
-    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_TRUE(server.stopBus());
+    EXPECT_FALSE(server.busRuns());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
                                                "2:OrvaneServer : VapntsService exited"));
 }
@@ -429,7 +435,7 @@ TEST_F(VictoryServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
 TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
 {
     const HardDeadline deadline;
-    server.m_partNumbersComplete = true;
+    server.setPartNumbersComplete();
     start();
     victory.onCall("vapntsDeleteService", [&] {
         std::thread([&] {
@@ -441,7 +447,7 @@ TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
             victory.fireClearSystemData(&data);
         }).join();
     });
-    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_TRUE(server.stopBus());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer : Cannot publish warnings while APNT service is not running! Warnings "
                             "remain queued.",
@@ -462,9 +468,9 @@ TEST_F(VictoryServiceTest, ServiceIsNotDeletedUnderACallOfAnotherThread)
     std::atomic<bool> go = false;
     victory.onCall("vapntsInitTellExecuteBuiltInTestsCallback",
                    [&] { EXPECT_TRUE(eventually([&] { return go.load(); })); });
-    std::thread worker([&] { server.performPOSTcomplete(); });
+    std::thread worker([&] { server.offerBuiltInTests(); });
     EXPECT_TRUE(victory.waitForCalls("vapntsInitTellExecuteBuiltInTestsCallback", 1));
-    std::thread main([&] { server.ShutdownVictory(); });
+    std::thread main([&] { server.stopBus(); });
     EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
     go = true;
     EXPECT_TRUE(victory.waitForCalls("vapntsDeleteService", 1));
@@ -479,12 +485,9 @@ TEST_F(VictoryServiceTest, WhatThrowsInAnyOtherCallLeavesNoLockBehind)
     start();
     for (const char* operation : {"vapntsInitTellExecuteBuiltInTestsCallback", "vapntsTellSystemConfiguration"})
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
-    EXPECT_THROW(server.performPOSTcomplete(), std::runtime_error);
-    {
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        EXPECT_THROW(server.clearApntConfiguration(), std::runtime_error);
-    }
-    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_THROW(server.offerBuiltInTests(), std::runtime_error);
+    EXPECT_THROW(server.wipeConfiguration(), std::runtime_error);
+    EXPECT_TRUE(server.stopBus());
 }
 
 // The rate.
@@ -492,20 +495,20 @@ TEST_F(VictoryServiceTest, WhatThrowsInAnyOtherCallLeavesNoLockBehind)
 TEST_F(VictoryServiceTest, LessThanASecondIsOnlyPrinted)
 {
     start();
-    EXPECT_FALSE(server.updateVDMdataRate(999));
-    EXPECT_FALSE(server.updateVDMdataRate(0));
+    EXPECT_FALSE(server.restartBus(999));
+    EXPECT_FALSE(server.restartBus(0));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 999 "
                                              "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating "
                                              "VDM rate to 0 milliseconds\\.\n"));
     EXPECT_THAT(victory.operations(), IsEmpty());
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
 }
 
 TEST_F(VictoryServiceTest, ASecondRestartsTheService)
 {
     start();
-    EXPECT_TRUE(server.updateVDMdataRate(1000));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.restartBus(1000));
+    EXPECT_TRUE(server.busRuns());
     auto expected = kStart;
     expected[0] = "vapntsDeleteService";  // and one read, of the configuration alone
     EXPECT_THAT(victory.operations(), ElementsAreArray(expected));
@@ -518,7 +521,7 @@ TEST_F(VictoryServiceTest, ASecondRestartsTheService)
 TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
 {
     start();
-    EXPECT_TRUE(server.updateVDMdataRate(4294967295UL));
+    EXPECT_TRUE(server.restartBus(4294967295UL));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), R"(<?xml version="1.0"?>
 <vcl:VCL>
     <group type="ASSURED_PNT_BLENDED_NAVIGATION">
@@ -533,22 +536,22 @@ TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
     </group>
 </vcl:VCL>
 )");
-    EXPECT_EQ(server.m_updatedVclText, victory.last("vapntsNewService").text(1));
-    EXPECT_EQ(readFile(server.m_vclFile), kVcl);
-    EXPECT_EQ(victory.file(server.m_vclFile), kVcl);
+    EXPECT_EQ(server.restartText(), victory.last("vapntsNewService").text(1));
+    EXPECT_EQ(readFile(server.settings().vclFile), kVcl);
+    EXPECT_EQ(victory.file(server.settings().vclFile), kVcl);
     EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
 }
 
 TEST_F(VictoryServiceTest, TheTextOfAServiceStandsUntilTheServiceIsDeleted)
 {
     start();
-    server.updateVDMdataRate(1000);
-    const std::string used = server.m_updatedVclText;
+    server.restartBus(1000);
+    const std::string used = server.restartText();
     std::vector<std::string> found;
-    victory.onCall("vapntsDeleteService", [&] { found.push_back(server.m_updatedVclText); });
-    server.updateVDMdataRate(2000);
+    victory.onCall("vapntsDeleteService", [&] { found.push_back(server.restartText()); });
+    server.restartBus(2000);
     EXPECT_THAT(found, ElementsAre(used));
-    EXPECT_NE(server.m_updatedVclText, used);
+    EXPECT_NE(server.restartText(), used);
     victory.onCall("vapntsDeleteService", nullptr);
 }
 
@@ -556,26 +559,26 @@ TEST_F(VictoryServiceTest, AMissingItemLeavesTheOtherChangeInPlace)
 {
     setVcl(R"(<vcl:VCL><a type="ASSURED_PNT_BLENDED_NAVIGATION"><b name="updatePeriod" value="1"/></a></vcl:VCL>)");
     start();
-    EXPECT_TRUE(server.updateVDMdataRate(5000));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.restartBus(5000));
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(victory.last("vapntsNewService").text(1), HasSubstr(R"(<b name="updatePeriod" value="5000"/>)"));
 }
 
 TEST_F(VictoryServiceTest, AServiceThatIsDownIsStarted)
 {
-    EXPECT_TRUE(server.updateVDMdataRate(1000));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.restartBus(1000));
+    EXPECT_TRUE(server.busRuns());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
 }
 
 TEST_F(VictoryServiceTest, AVclFileThatCannotBeLoadedLeavesItToTheLibrary)
 {
     start();
-    server.m_vclFile = (directory.path() / "none.xml").string();
+    server.useBusFiles("config", (directory.path() / "none.xml").string());
     victory.answer("vapntsNewService", 0);
-    EXPECT_TRUE(server.updateVDMdataRate(1000));
+    EXPECT_TRUE(server.restartBus(1000));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), "");
-    EXPECT_FALSE(server.m_victoryStarted);
+    EXPECT_FALSE(server.busRuns());
     EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited", kReadError));
 }
 
@@ -584,8 +587,8 @@ TEST_F(VictoryServiceTest, AFailedRestartLeavesTheServiceDownAndDeletesItOnce)
     for (const char* operation : {"vutilReadStringFromFile", "vapntsNewService"}) {
         start();
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
-        EXPECT_TRUE(server.updateVDMdataRate(1000)) << operation;
-        EXPECT_FALSE(server.m_victoryStarted) << operation;
+        EXPECT_TRUE(server.restartBus(1000)) << operation;
+        EXPECT_FALSE(server.busRuns()) << operation;
         EXPECT_EQ(victory.count("vapntsDeleteService"), 1U) << operation;
         victory.onCall(operation, nullptr);
     }
@@ -596,12 +599,11 @@ TEST_F(VictoryServiceTest, ARestartIsTheStateOfNoService)
 {
     start();
     victory.onCall("vapntsNewService", [&] {
-        EXPECT_FALSE(server.m_victoryStarted);
-        server.performPOSTcomplete();
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        server.clearApntConfiguration();
+        EXPECT_FALSE(server.busRuns());
+        server.offerBuiltInTests();
+        server.wipeConfiguration();
     });
-    server.updateVDMdataRate(1000);
+    server.restartBus(1000);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     EXPECT_EQ(victory.count("vapntsTellSystemConfiguration"), 1U);
 }
@@ -610,8 +612,8 @@ TEST_F(VictoryServiceTest, ARestartDoublesNoTableAndSetsNoTestCallbacks)
 {
     directory.write("sensors.xml", fileOf(manySensors(3)));
     start();
-    server.performPOSTcomplete();
-    server.updateVDMdataRate(1000);
+    server.offerBuiltInTests();
+    server.restartBus(1000);
     EXPECT_EQ(victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>().sensorCount, 3);
     EXPECT_EQ(server.encodeVictoryWarningId(83), 75U);
     EXPECT_EQ(server.encodeVictoryMeasSource(12), nullptr);
@@ -625,11 +627,11 @@ TEST_F(VictoryServiceTest, ANewVclTextIsWritten)
     start();
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
     EXPECT_EQ(victory.last("vutilWriteStringToFile").text(0), "<new/>");
-    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), server.m_vclFile);
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), server.settings().vclFile);
     EXPECT_EQ(console.text(), "");
-    server.m_quiet = false;
+    server.setQuiet(false);
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
-    EXPECT_EQ(console.text(), "OrvaneServer: Saving VCLID file: " + server.m_vclFile + "\n");
+    EXPECT_EQ(console.text(), "OrvaneServer: Saving VCLID file: " + server.settings().vclFile + "\n");
 }
 
 TEST_F(VictoryServiceTest, AFailedWriteOfTheVclTextAnswersOne)
@@ -649,7 +651,7 @@ TEST_F(VictoryServiceTest, NoVclTextIsNotWritten)
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedWithoutAnInstance)
 {
-    EXPECT_EQ(OpenServer::cbSaveVclidCallback(nullptr, nullptr, "<new/>"), 1);
+    EXPECT_EQ(ServerDoor::libraryWithoutContext().saveVcl("<new/>"), 1);
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: instance pointer was not found in VICTORY callbackData "
                                                "parameter"));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), cbSaveVclidCallback : OrvaneServer: instance "
@@ -658,7 +660,7 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedWithoutAnInstance)
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedWhileTheServiceIsDown)
 {
-    EXPECT_EQ(OpenServer::cbSaveVclidCallback(&server, nullptr, "<new/>"), 0);
+    EXPECT_EQ(server.library().saveVcl("<new/>"), 0);
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT "
                                                "service is not running!"));
@@ -670,25 +672,25 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedWhileTheServiceIsDown)
 TEST_F(VictoryServiceTest, AVclTextIsSavedWhileAClearIsOnlyRequested)
 {
     start();
-    server.m_clearDataCommand.setCommandResponseMessageCallback([](const std::string&) { return false; });
-    server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
-    ASSERT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_REQUESTED);
+    server.clearData().setCommandResponseMessageCallback([](const std::string&) { return false; });
+    server.clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
+    ASSERT_EQ(server.clearData().state(), ClearDataCommand::STATE_REQUESTED);
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
-    EXPECT_EQ(victory.file(server.m_vclFile), "<new/>");
+    EXPECT_EQ(victory.file(server.settings().vclFile), "<new/>");
 }
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNot)
 {
-    server.m_clearDataCommand.setQuiet(true);
-    server.m_clearDataCommand.setClearDataInProgressTimeout(std::chrono::hours(1));
-    server.m_clearDataCommand.setCommandResponseMessageCallback([&](const std::string&) {
-        server.m_clearDataCommand.processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    server.clearData().setQuiet(true);
+    server.clearData().setClearDataInProgressTimeout(std::chrono::hours(1));
+    server.clearData().setCommandResponseMessageCallback([&](const std::string&) {
+        server.clearData().processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
         return true;
     });
-    server.m_clearDataCommand.processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
-    ASSERT_EQ(server.m_clearDataCommand.state(), ClearDataCommand::STATE_IN_PROGRESS);
+    server.clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
+    ASSERT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
     popHealthEvents();
-    EXPECT_EQ(OpenServer::cbSaveVclidCallback(&server, nullptr, "<new/>"), 1);
+    EXPECT_EQ(server.library().saveVcl("<new/>"), 1);
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer : APNT Clear in progress, not processing SaveVCLID command"));
@@ -715,11 +717,6 @@ TEST_F(VictoryServiceTest, AnExceptionWhileSavingAnswersOne)
 
 TEST_F(VictoryServiceTest, NothingThatTheLibraryCallsThrows)
 {
-    static_assert(noexcept(OpenServer::cbSaveVclidCallback(nullptr, nullptr, nullptr)));
-    static_assert(noexcept(OpenServer::cbTellNavWarSaCallback(nullptr, nullptr)));
-    static_assert(noexcept(OpenServer::cbTellWarningMessagesCallback(nullptr, nullptr)));
-    static_assert(noexcept(OpenServer::cbClearSystemDataCallback(nullptr, nullptr, nullptr)));
-    static_assert(noexcept(OpenServer::cbTellSystemConfigurationCallback(nullptr, nullptr)));
     start();
     const auto failing = [] { throw 42; };
     for (const char* operation :
@@ -738,7 +735,7 @@ TEST_F(VictoryServiceTest, NothingThatTheLibraryCallsThrows)
 TEST_F(VictoryServiceTest, AFaultOfASenderBecomesNumberedMaintenanceRecords)
 {
     const std::string text = "error: SOAP 1.2 fault SOAP-ENV:Sender [no subcode]\n";
-    EXPECT_EQ(server.logMaintenanceEvent((text + "beyond").c_str(), static_cast<unsigned>(text.size())), text.size());
+    EXPECT_EQ(server.libraryPrints((text + "beyond").c_str(), static_cast<unsigned>(text.size())), text.size());
     EXPECT_THAT(
         console.text(),
         AllOf(HasSubstr(": Sending maintenance event: SOAP_1:error: SOAP 1.2 fault SOAP-ENV:Sender [no subcod\n"),
@@ -749,15 +746,15 @@ TEST_F(VictoryServiceTest, AnyOtherTextIsNotTaken)
 {
     for (const std::string& text : {std::string("error: SOAP 1.2 fault SOAP-ENV:Receiver"),
                                     std::string("SOAP 1.2 fault SOAP-ENV:Sende"), std::string("")})
-        EXPECT_EQ(server.logMaintenanceEvent(text.c_str(), static_cast<unsigned>(text.size())), 0U) << text;
-    EXPECT_EQ(server.logMaintenanceEvent(nullptr, 0), 0U);
+        EXPECT_EQ(server.libraryPrints(text.c_str(), static_cast<unsigned>(text.size())), 0U) << text;
+    EXPECT_EQ(server.libraryPrints(nullptr, 0), 0U);
     EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(VictoryServiceTest, WhatTheLibraryPrintsIsShownOnDebug)
 {
-    server.m_debug = true;
-    server.logMaintenanceEvent("anything", 8);
+    server.setDebug(true);
+    server.libraryPrints("anything", 8);
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) logMaintenanceEvent: OrvaneServer SOAP Error: "
                                              "anything\n"));
 }
@@ -776,13 +773,13 @@ TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)
 {
     start();
     EXPECT_THROW(victory.fireExecuteBuiltInTests(), std::logic_error);
-    server.performPOSTcomplete();
+    server.offerBuiltInTests();
     EXPECT_THAT(victory.operations(),
                 ElementsAre("vapntsInitTellExecuteBuiltInTestsCallback", "vapntsInitTellGetBuiltInTestResultsCallback",
                             "vapntsInitTellClearBuiltInTestResultsCallback"));
-    for (const auto& call : victory.calls()) EXPECT_EQ(call.pointer(0), &server.m_bitResults) << call.operation;
+    for (const auto& call : victory.calls()) EXPECT_EQ(call.pointer(0), &server.builtInTests()) << call.operation;
     EXPECT_EQ(victory.calls()[0].number(1), 0);
-    server.m_bitResults.Start();
+    server.builtInTests().Start();
     victory.fireExecuteBuiltInTests();
     victory.fireGetBuiltInTestResults({});
     victory.fireClearBuiltInTestResults({});
@@ -793,40 +790,40 @@ TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)
 
 TEST_F(VictoryServiceTest, NoTestCallbacksAreSetInAServiceThatIsDown)
 {
-    server.performPOSTcomplete();
+    server.offerBuiltInTests();
     start();
-    server.ShutdownVictory();
-    server.performPOSTcomplete();
+    server.stopBus();
+    server.offerBuiltInTests();
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
 }
 
 TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsThem)
 {
     std::vector<std::string> commands;
-    server.m_bitResults.setCommandResponseMessageCallback([&](const std::string& command) {
+    server.builtInTests().setCommandResponseMessageCallback([&](const std::string& command) {
         commands.push_back(command);
         return true;
     });
-    server.m_flagDirectory = directory.path().string();
-    server.m_bitResults.Start();
+    server.change([&](auto& settings) { settings.flagDirectory = directory.path().string(); });
+    server.builtInTests().Start();
     start();
-    server.workerTurn();
-    EXPECT_FALSE(server.m_postCompleteSeen);
+    server.turn();
+    EXPECT_FALSE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
 
     directory.write("PostComplete", "");
-    server.m_bitResults.ExecuteBuiltInTests(server.m_service);
-    server.workerTurn();
-    EXPECT_TRUE(server.m_postCompleteSeen);
+    server.builtInTests().ExecuteBuiltInTests(server.busService());
+    server.turn();
+    EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
-    EXPECT_TRUE(server.m_requestPartNumbers);  // they are looked at before the self test is seen to be over
+    EXPECT_TRUE(server.partNumbers().isRequestDue);  // they are looked at before the self test is seen to be over
     EXPECT_THAT(commands, IsEmpty());
 
     std::filesystem::remove(directory.path() / "PostComplete");  // once seen is seen
-    server.workerTurn();
-    EXPECT_TRUE(server.m_postCompleteSeen);
+    server.turn();
+    EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
-    EXPECT_FALSE(server.m_requestPartNumbers);
+    EXPECT_FALSE(server.partNumbers().isRequestDue);
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT"));
 }
 
@@ -836,13 +833,15 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
 {
     const HardDeadline deadline(240s);
     LibraryThreads library(victory);
-    server.m_partNumbersComplete = true;
-    server.m_gssipSourceServers = {39};
-    server.m_flagDirectory = directory.path().string();
+    server.setPartNumbersComplete();
+    server.change([&](auto& settings) {
+        settings.gssipSources = {39};
+        settings.flagDirectory = directory.path().string();
+    });
     std::atomic<int> published = 0;
     victory.onCall("vapntsTellBlendedNavigationData", [&] { ++published; });
     server.run();
-    server.InitializeVictory(nullptr);
+    server.startBus();
 
     FrameBytes frame;
     ZentorM_8504_Msg status;
@@ -863,19 +862,16 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
     };
     std::vector<std::thread> threads;
     threads.push_back(loop([&] {
-        server.cbUTCTime({});
-        server.cbPVA({});
-        server.cbHalvexPNT({});
-        server.cbMeasurementIncorporationStatus({});
-        server.cbAssuranceState({});
-        server.cbZentorGssip(record);
+        server.deliver(aspn2_msgs::idl::UTCTime());
+        server.deliver(aspn2_msgs::idl::PositionVelocityAttitude());
+        server.deliver(aspn2_msgs::idl::HalvexPNT());
+        server.deliver(aspn2_msgs::idl::MeasurementIncorporationStatus());
+        server.deliver(aspn2_msgs::idl::AssuranceState());
+        server.fromReceiver(record);
     }));
-    threads.push_back(loop([&] { server.workerTurn(); }));
-    threads.push_back(loop([&] { server.performPOSTcomplete(); }));
-    threads.push_back(loop([&] {
-        const MutexLock lock(server.m_apntConfigurationMutex);
-        server.clearApntConfiguration();
-    }));
+    threads.push_back(loop([&] { server.turn(); }));
+    threads.push_back(loop([&] { server.offerBuiltInTests(); }));
+    threads.push_back(loop([&] { server.wipeConfiguration(); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(1); }); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(2); }); }));
     threads.push_back(loop([&] {
@@ -884,16 +880,16 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
             victory.fireSystemConfiguration();
         });
     }));
-    threads.push_back(loop([&] { server.InitializeVictory(nullptr); }));
+    threads.push_back(loop([&] { server.startBus(); }));
     for (int i = 0; i < 30; ++i) {
-        server.updateVDMdataRate(1000);
-        server.ShutdownVictory();
+        server.restartBus(1000);
+        server.stopBus();
         popHealthEvents();
         victory.forgetCalls();
     }
     stop = true;
     for (auto& thread : threads) thread.join();
-    server.ShutdownVictory();
+    server.stopBus();
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     EXPECT_GE(library.made, 30);
     EXPECT_EQ(library.deleted, library.made);

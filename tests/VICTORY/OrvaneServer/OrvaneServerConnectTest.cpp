@@ -6,7 +6,7 @@
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "platform/FPGA.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
 #include "tests/support/BeforeNextLine.h"
@@ -157,33 +157,32 @@ struct ConnectTest : testing::Test {
     ~ConnectTest() override
     {
         auto ignored = RETURN_CODE_TYPE::NO_ERROR;
-        server.Framework_Disconnect(ignored);
+        server->Framework_Disconnect(ignored);
     }
 
-    void configure(OpenServer& other) const
+    void configure(ServerDoor& other) const
     {
-        other.m_victoryConfigurationFile = "config";
-        other.m_vclFile = "vcl";
-        other.m_systemName = "KOLT";
-        other.m_ioDevicesFile =
-            directory
-                .write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
-                                          withoutBegin(devicesFileText(FpgaMemory::devices())))
-                .c_str();
-        other.m_connectionsFile = server.m_connectionsFile;
+        other.useBusFiles("config", "vcl");
+        other.change([&](auto& settings) {
+            settings.systemName = "KOLT";
+            settings.ioDevicesFile =
+                directory.write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
+                                                   withoutBegin(devicesFileText(FpgaMemory::devices())));
+            settings.connectionsFile = server.settings().connectionsFile;
+        });
     }
 
     void setTopics(const std::string& text)
     {
-        server.m_connectionsFile = directory.write("connections.xml", text).c_str();
+        server.change([&](auto& settings) { settings.connectionsFile = directory.write("connections.xml", text); });
     }
 
     int connect() { return connect(server); }
 
-    static int connect(OpenServer& other)
+    static int connect(ServerDoor& other)
     {
         auto rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
-        other.Framework_Connect("another file", rc);
+        other->Framework_Connect("another file", rc);
         return rc;
     }
 
@@ -201,15 +200,15 @@ struct ConnectTest : testing::Test {
     const QueueDevice toReceiver{directory.path(), 6};
     VictoryRecorder victory;
     const ConsoleCapture console{std::cout};  // until the thread of the taps has ended with the server
-    OpenServer server{sensorFile};
+    ServerDoor server{sensorFile};
 };
 
 /// Another process of the unit, which gets what the service has sent on a topic before.
 template <class T>
 class Listener {
 public:
-    Listener(const OpenServer& server, const std::string& topic)
-        : m_transport(server.m_connectionsFile.buffer(), "listener"), m_front(m_transport.typed<T>())
+    Listener(const ServerDoor& server, const std::string& topic)
+        : m_transport(server.settings().connectionsFile, "listener"), m_front(m_transport.typed<T>())
     {
         auto code = RETURN_CODE_TYPE::NO_ACTION;
         m_front->Register_Callback(m_transport.connect(topic), m_inbox.callback(), code);
@@ -238,7 +237,7 @@ TEST_F(ConnectTest, AWholeUnitIsConnected)
     EXPECT_TRUE(isRead(toReceiver));
     EXPECT_THAT(s_opened, Contains("/dev/mem"));
     EXPECT_THAT(console.text(), HasSubstr(kBanner + "345-1290-118B  "));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
 }
 
 TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
@@ -290,10 +289,10 @@ TEST_F(ConnectTest, WithTwoTopicsMissingTheTapsAreConnectedAndNoReporterIsStarte
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
-    server.sendCommandResponseMessage("X");  // there is no transport for it
+    server.sendCommand("X");  // there is no transport for it
     EXPECT_THAT(popHealthEvents(), Contains(HasSubstr("Could not publish CommandResponse")));
 }
 
@@ -302,7 +301,7 @@ TEST_F(ConnectTest, ARefusedTapFromTheReceiverLeavesTheOtherAndStartsNoReporter)
     s_devices.erase("/dev/mcs5");
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
@@ -311,22 +310,22 @@ TEST_F(ConnectTest, ARefusedTapToTheReceiverLeavesTheOtherAndStartsNoReporter)
     s_devices.erase("/dev/mcs6");
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
 TEST_F(ConnectTest, WithoutADevicesFileNoReporterIsStarted)
 {
-    server.m_ioDevicesFile = "missing.xml";
+    server.change([](auto& settings) { settings.ioDevicesFile = "missing.xml"; });
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(s_opened, IsEmpty());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
 TEST_F(ConnectTest, TapsAreTriedWhenTheRegistersHaveNoConfiguration)
 {
-    server.m_ioDevicesFile = directory.write("other.xml", "<Other/>").c_str();
+    server.change([&](auto& settings) { settings.ioDevicesFile = directory.write("other.xml", "<Other/>"); });
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     std::size_t tries = 0;  // of the registers and of the two taps
     const std::string text = console.text(), line = "/other.xml Error: Unable to locate the HX_Configurations object\n";
@@ -336,14 +335,14 @@ TEST_F(ConnectTest, TapsAreTriedWhenTheRegistersHaveNoConfiguration)
 
 TEST_F(ConnectTest, TapsAreConnectedWhenTheRegistersHaveNoConfigurationAndNoReporterIsStarted)
 {
-    const std::string whole = readFile(server.m_ioDevicesFile.buffer());
+    const std::string whole = readFile(server.settings().ioDevicesFile);
     directory.write("devices.xml", "<Other/>");
     // Repaired when the first has read it.
     const BeforeNextLine repair([&] { directory.write("devices.xml", whole); });
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
@@ -362,17 +361,19 @@ TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResults)
                                                                  {"HalvexPNT", {"hxPNT_rcv"}},
                                                                  {"AssuranceState", {"AssuranceState_rcv"}}};
     for (const auto& [topic, refused] : refusals) {
-        OpenServer other(sensorFile);
-        other.m_ioDevicesFile = "none";
-        other.m_connectionsFile = directory.write("connections.xml", topicsWithout({}, topic)).c_str();
+        ServerDoor other(sensorFile);
+        other.change([&, text = topicsWithout({}, topic)](auto& settings) {
+            settings.ioDevicesFile = "none";
+            settings.connectionsFile = directory.write("connections.xml", text);
+        });
         const ConsoleCapture output(std::cout);
         auto rc = RETURN_CODE_TYPE::NO_ERROR;
-        other.Framework_Connect("another file", rc);
+        other->Framework_Connect("another file", rc);
         EXPECT_EQ(rc, RETURN_CODE_TYPE::INVALID_CONFIG);
         std::string expected = "Error from Register_Callback or Register_Sender calls:\n";
         for (const auto& label : labels) expected += label + (refused.contains(label) ? " = 11\n" : " = 0\n");
         EXPECT_THAT(output.text(), HasSubstr(expected)) << topic;
-        other.Framework_Disconnect(rc);
+        other->Framework_Disconnect(rc);
     }
 }
 
@@ -381,7 +382,7 @@ TEST_F(ConnectTest, BehindARefusedRegistrationDevicesAndServiceAreConnectedAndNo
     setTopics(topicsWithout({}, "AssuranceState"));
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
-    EXPECT_TRUE(server.m_victoryStarted);
+    EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
 }
@@ -432,33 +433,31 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
 {
     std::vector<std::string> steps;
     const FpgaDesk desk;
-    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    ASSERT_TRUE(server.startBus());
     FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
     victory.onCall("vapntsDeleteService", [&] { steps.emplace_back("service"); });
-    server.m_tss = std::make_shared<RecordingTss>(steps);
-    long long next = 100;
-    for (auto* const id : server.connectionIds()) *id = next++;
+    server.useTransport(std::make_shared<RecordingTss>(steps), 100);
 
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
-    server.Framework_Disconnect(rc);
+    server->Framework_Disconnect(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
     std::vector<std::string> expected = {"FPGA"};
     for (const std::string what : {"callback", "sender", "connection"})
         for (int id = 100; id < 110; ++id) expected.push_back(what + " " + std::to_string(id));
     expected.emplace_back("service");
     EXPECT_THAT(steps, ElementsAreArray(expected));
-    server.m_tss.reset();  // it writes to what ends here
+    server.useTransport(nullptr);  // it writes to what ends here
     victory.onCall("vapntsDeleteService", nullptr);
 }
 
 TEST_F(ConnectTest, AFailedTransportIsKeptAndEndedAllTheSame)
 {
-    server.m_connectionsFile = "missing.xml";
+    server.change([](auto& settings) { settings.connectionsFile = "missing.xml"; });
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
-    EXPECT_NE(server.m_tss, nullptr);
+    EXPECT_TRUE(server.hasTransport());
     EXPECT_THAT(console.text(), HasSubstr(" Configuration missing.xml was not available\n"));
     EXPECT_THAT(console.text(), Not(HasSubstr("Error connecting to")));
-    ASSERT_TRUE(server.m_victoryStarted);
+    ASSERT_TRUE(server.busRuns());
     OneConnection<aspn2_msgs::idl::EventLog> log("EventLog", "Log");
     log.registerSender();
     const ASPN2::DeviceIdFactory ids(3, 52);
@@ -470,9 +469,9 @@ TEST_F(ConnectTest, AFailedTransportIsKeptAndEndedAllTheSame)
 
     for (int round = 0; round < 2; ++round) {
         auto rc = RETURN_CODE_TYPE::NO_ACTION;
-        server.Framework_Disconnect(rc);
+        server->Framework_Disconnect(rc);
         EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
-        EXPECT_FALSE(server.m_victoryStarted);
+        EXPECT_FALSE(server.busRuns());
         EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
     }
     EXPECT_THAT(steps, ElementsAre("FPGA"));
@@ -485,9 +484,9 @@ TEST_F(ConnectTest, AServerThatWasNeverConnectedLetsGoOfTheFpga)
     std::vector<std::string> steps;
     const FpgaDesk desk;
     FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
-    ASSERT_EQ(server.m_tss, nullptr);
+    ASSERT_FALSE(server.hasTransport());
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
-    server.Framework_Disconnect(rc);
+    server->Framework_Disconnect(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
     EXPECT_THAT(steps, ElementsAre("FPGA"));
 }
@@ -499,9 +498,9 @@ TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)
     const ASPN2::DeviceIdFactory ids(3, 52);
     auto& reporter = HealthReporter::Instance();
     reporter.InitHealthReporter("unit", ids, log.front(), log.id());
-    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    ASSERT_TRUE(server.startBus());
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
-    server.Framework_Disconnect(rc);
+    server->Framework_Disconnect(rc);
     ASSERT_EQ(log.inbox.size(), 1U);
     EXPECT_EQ(log.inbox.items()[0].message.eventlog(), "OrvaneServer : VapntsService exited");
     EXPECT_EQ(errorOf([&] { reporter.InitHealthReporter("unit", ids, log.front(), log.id()); }), "nothing");
@@ -516,11 +515,11 @@ TEST_F(ConnectTest, TheMaintenanceReporterEndsNoSoonerThanTheServer)
         return errorOf([&] { PCSMaintReporter::Instance().InitMaintReporter("unit", {3, 52}, log.front(), log.id()); });
     };
     {
-        OpenServer other(sensorFile);
+        ServerDoor other(sensorFile);
         configure(other);
         ASSERT_EQ(connect(other), RETURN_CODE_TYPE::NO_ERROR);
         auto rc = RETURN_CODE_TYPE::NO_ACTION;
-        other.Framework_Disconnect(rc);
+        other->Framework_Disconnect(rc);
         EXPECT_EQ(tryInit(), "InitMaintReporter(unit) called on an already initialized PCSMaintReporter.");
     }
     EXPECT_EQ(tryInit(), "nothing");
@@ -534,7 +533,7 @@ TEST_F(ConnectTest, AServerThatIsNotDisconnectedLetsGoOfThePlatformAllTheSame)
     log.registerSender();
     auto& health = HealthReporter::Instance();
     {
-        OpenServer other(sensorFile);
+        ServerDoor other(sensorFile);
         configure(other);
         ASSERT_EQ(connect(other), RETURN_CODE_TYPE::NO_ERROR);
         EXPECT_EQ(FpgaFace::Instance().fpga_get_SystemCount(), 1234U);
@@ -554,7 +553,7 @@ TEST_F(ConnectTest, AServerThatHasNotStartedThePlatformLeavesItAlone)
     };
     ASSERT_EQ(tryInit(), "nothing");
     {
-        const OpenServer other(sensorFile);
+        const ServerDoor other(sensorFile);
     }
     EXPECT_EQ(tryInit(), "InitMaintReporter(unit) called on an already initialized PCSMaintReporter.");
     reporter.DoneMaintReporter();
@@ -568,21 +567,21 @@ TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)
     for (int i = 0; i < 60; ++i) sensors.emplace_back("S" + std::to_string(i), "0x2710");  // 10000
     directory.write("sensors.xml", fileOf(sensors));
     ServiceConfig config;
-    config.set("Connections", server.m_connectionsFile.buffer()).set("IODevices", "none");
+    config.set("Connections", server.settings().connectionsFile).set("IODevices", "none");
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
-    server.Configure(directory.write("service.xml", config.text()).c_str(), rc);
+    server->Configure(directory.write("service.xml", config.text()).c_str(), rc);
     ASSERT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
     connect();
     popHealthEvents();
-    server.m_bitResults.Start();
-    server.m_bitResults.ExecuteBuiltInTests(server.m_service);
-    server.m_bitResults.cycleCommandedBitStateMachine();
+    server.builtInTests().Start();
+    server.builtInTests().ExecuteBuiltInTests(server.busService());
+    server.builtInTests().cycleCommandedBitStateMachine();
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 
     std::string command = "REQUEST_CBIT";
     for (int i = 0; i < 60; ++i) command += ",10000";  // 372 characters
     const Listener<aspn2_msgs::idl::CommandResponse> listener(server, "Command");
     EXPECT_EQ(listener.first().command_response(), command);
-    server.m_bitResults.GetBuiltInTestResults(server.m_service, {});
+    server.builtInTests().GetBuiltInTestResults(server.busService(), {});
     EXPECT_EQ(victory.last("vapntsTellGetBuiltInTestResults").record<VapntcBitResults>().results[0].status, 1);
 }

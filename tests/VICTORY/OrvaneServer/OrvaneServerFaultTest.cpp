@@ -1,4 +1,4 @@
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -55,25 +55,24 @@ struct FaultTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.m_victoryConfigurationFile = "config";
-        server.m_vclFile = "vcl";
-        server.InitializeVictory(nullptr);
+        server.useBusFiles("config", "vcl");
+        server.startBus();
         victory.forgetCalls();
     }
-    ~FaultTest() override { server.ShutdownVictory(); }
+    ~FaultTest() override { server.stopBus(); }
 
     /// What the console shows of the turns that take the keys.
     std::string press(const std::string& keys)
     {
         const ConsoleCapture console(std::cout);
         input.type(keys);
-        for (std::size_t i = 0; i < keys.size(); ++i) server.checkForFaultTestEvents();
+        for (std::size_t i = 0; i < keys.size(); ++i) server->checkForFaultTestEvents();
         return console.text();
     }
 
     KeyPipe input;
     VictoryRecorder victory;
-    OpenServer server;
+    ServerDoor server;
 };
 
 }  // namespace
@@ -81,13 +80,13 @@ struct FaultTest : testing::Test {
 TEST_F(FaultTest, TheWorkerLooksForKeysInTestModeAlone)
 {
     input.type("z");
-    server.workerTurn();
-    EXPECT_FALSE(server.m_tellDisabled);
-    server.m_testMode = true;
-    server.workerTurn();
-    EXPECT_TRUE(server.m_tellDisabled);
-    server.workerTurn();
-    EXPECT_TRUE(server.m_tellDisabled);
+    server.turn();
+    EXPECT_FALSE(server.isTellDisabled());
+    server.change([](auto& settings) { settings.testMode = true; });
+    server.turn();
+    EXPECT_TRUE(server.isTellDisabled());
+    server.turn();
+    EXPECT_TRUE(server.isTellDisabled());
 }
 
 TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
@@ -96,7 +95,7 @@ TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
     int slave = -1;
     ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
     ASSERT_EQ(dup2(slave, STDIN_FILENO), STDIN_FILENO);  // until the pipe's end puts back what was there
-    server.workerTurn();
+    server.turn();
     termios settings = {};
     ASSERT_EQ(tcgetattr(slave, &settings), 0);
     EXPECT_NE(settings.c_lflag & ICANON, 0U);
@@ -106,15 +105,13 @@ TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
 
 TEST_F(FaultTest, AFailedConnectionOffersTheServiceThatRunsAllTheSame)
 {
-    server.m_connectionsFile = "none";
-    server.m_ioDevicesFile = "none";
+    server.change([](auto& settings) { settings.connectionsFile = settings.ioDevicesFile = "none"; });
     auto rc = FACE::RETURN_CODE_TYPE::NO_ERROR;
     const ConsoleCapture console(std::cout);
-    server.Framework_Connect("none", rc);
+    server->Framework_Connect("none", rc);
     EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::INVALID_CONFIG);
     input.type("a");
-    bool tellDisabled = false;
-    server.m_victoryFaultHelper.ManageFaults(tellDisabled);
+    server.takeFaultKey();
     EXPECT_THAT(console.text(), testing::EndsWith(" VictoryFaultHelper : APNT fault test mode\n"));
 }
 
@@ -134,7 +131,7 @@ TEST_F(FaultTest, FaultsAreRaisedInTheRunningService)
 {
     EXPECT_EQ(press("a1"), "OrvaneServer VictoryFaultHelper : APNT fault test mode\n"
                            "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 1\n");
-    EXPECT_EQ(victory.last("vapntsAddFault").service, server.m_service.load());
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.busService());
 }
 
 TEST_F(FaultTest, OtherServicesAreNotThere)
@@ -144,7 +141,7 @@ TEST_F(FaultTest, OtherServicesAreNotThere)
 
 TEST_F(FaultTest, AServiceThatDoesNotRunIsNotThere)
 {
-    server.ShutdownVictory();
+    server.stopBus();
     victory.forgetCalls();
     EXPECT_THAT(press("a"), HasSubstr("CANNOT change fault test mode to APNT Service! Mode remains: none.\n"));
     EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nnone. Fault: 0\n");
@@ -154,11 +151,11 @@ TEST_F(FaultTest, AServiceThatDoesNotRunIsNotThere)
 TEST_F(FaultTest, FaultsEndWithTheirServiceAndAreRaisedAnewInTheNext)
 {
     press("a1");
-    server.ShutdownVictory();
-    server.InitializeVictory(nullptr);
+    server.stopBus();
+    server.startBus();
     victory.forgetCalls();
     EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 2\n");
-    EXPECT_EQ(victory.last("vapntsAddFault").service, server.m_service.load());
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.busService());
     EXPECT_EQ(victory.count("vapntsRemoveFault"), 0U);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }

@@ -1,12 +1,15 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/VictoryRecorder.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iostream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -43,7 +46,7 @@ struct BlendedNavigationTest : testing::Test {
         utcTime.utc_tod_sec(82);
         utcTime.utc_tod_nsec(250'000'000.0);
         utcTime.covariance()[0][0] = 4e-14;
-        server.initMeasSourceEncoder();
+        server.startBus();  // which makes the table
     }
 
     VapntcBlendedNavigationRecord make() const
@@ -79,7 +82,9 @@ struct BlendedNavigationTest : testing::Test {
     AssuranceState assurance;
     unpacked_msg8504_t receiver = {};
     bool gpsLost = false;
-    OpenServer server;
+    VictoryRecorder victory;
+    const ConsoleCapture console{std::cout};
+    ServerDoor server;
 };
 
 using Types = std::vector<std::uint32_t>;

@@ -1,7 +1,7 @@
 #include "ASPN/AspnDeviceIds.h"
 #include "PCSMaintReporter/PCSMaintReporter.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/VictoryRecorder.h"
@@ -22,9 +22,9 @@ TEST(OrvaneServerMaintenanceTest, AFaultOfTheBusLibraryIsPublishedWithTheService
     auto& reporter = PCSMaintReporter::Instance();
     reporter.InitMaintReporter("unit", ASPN2::DeviceIdFactory(3, 52), connection.front(), connection.id());
     VictoryRecorder victory;
-    OpenServer server;
+    ServerDoor server;
     const std::string text = "SOAP 1.2 fault SOAP-ENV:Sender";
-    EXPECT_EQ(server.logMaintenanceEvent(text.c_str(), static_cast<unsigned>(text.size())), text.size());
+    EXPECT_EQ(server.libraryPrints(text.c_str(), static_cast<unsigned>(text.size())), text.size());
     reporter.DoneMaintReporter();
 
     const auto items = connection.inbox.items();

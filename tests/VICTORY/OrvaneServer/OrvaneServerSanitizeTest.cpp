@@ -1,5 +1,5 @@
 #include "aspn2_msgs/CommandResponse.h"
-#include "tests/VICTORY/OrvaneServer/OpenServer.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/VictoryRecorder.h"
@@ -32,16 +32,17 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
     const HardDeadline deadline;
     OneConnection<CommandResponse> connection("CommandResponse", "Command");
     VictoryRecorder victory;
-    OpenServer server;
+    ServerDoor server;
     victory.setFile("config", "<config/>");
-    server.m_victoryConfigurationFile = "config";
-    server.m_service = victory.newService();
-    server.m_victoryStarted = true;
-    server.m_turnPause = 1ms;
+    victory.setFile("vcl", "<vcl:VCL/>");
+    server.useBusFiles("config", "vcl");
+    server.startBus();
+    victory.forgetCalls();
+    server.setTurnPause(1ms);
     FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::START, rc);
+    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::START, rc);
     connection.registerSender();
-    connection.onArrival = [&](const CommandResponse& message) { server.cbCmd(message); };
+    connection.onArrival = [&](const CommandResponse& message) { server.command(message); };
     const auto send = [&](const std::string& text) {
         EXPECT_EQ(connection.front()->write(connection.id(), commandOf(text)), FACE::RETURN_CODE_TYPE::NO_ERROR);
     };
@@ -49,9 +50,9 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
 
     send("START_ZEROIZE");
     EXPECT_TRUE(connection.inbox.waitFor(2));
-    EXPECT_TRUE(server.m_sanitizeRequested);
+    EXPECT_TRUE(server.isSanitizeRequested());
     EXPECT_TRUE(victory.waitForCalls("vapntsTellSystemConfiguration", 1));
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
-    server.Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
-    server.ShutdownVictory();
+    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
+    server.stopBus();
 }

@@ -1,5 +1,6 @@
 #include "ASPN/HealthReporter.h"
-#include "tests/VICTORY/OrvaneServer/OrvaneServerProbe.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/ProcessState.h"
@@ -26,29 +27,29 @@ namespace {
 struct OrvaneServerTest : testing::Test {
     OrvaneServerTest()
     {
-        server.m_turnPause = 1ms;
+        server.setTurnPause(1ms);
         while (popHealthEvent() != "none") {
         }
     }
-    ~OrvaneServerTest() override { server.Stop(); }
+    ~OrvaneServerTest() override { server->Stop(); }
 
     int request(RequestedState::Value requested)
     {
         RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
-        server.Request_State_Transition(requested, rc);
+        server->Request_State_Transition(requested, rc);
         return rc;
     }
     int state()
     {
         ReportedState::Value state = static_cast<ReportedState::Value>(99);
         RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
-        server.Query_State(state, rc);
+        server->Query_State(state, rc);
         EXPECT_EQ(rc, 0);
         return state;
     }
 
     std::atomic<int> turns = 0;
-    OrvaneServerProbe server;
+    ServerDoor server;
 };
 
 }  // namespace
@@ -56,7 +57,7 @@ struct OrvaneServerTest : testing::Test {
 TEST_F(OrvaneServerTest, BasesStandInTheirOrder)
 {
     using namespace FACE::LCM;
-    OrvaneServer& object = server;
+    OrvaneServer& object = *server;
     const auto address = [](auto* base) { return reinterpret_cast<std::uintptr_t>(base); };
     const auto initializable = address(static_cast<Initializable::InitializableInstance*>(&object));
     const auto configurable = address(static_cast<Configurable::ConfigurableInstance*>(&object));
@@ -69,44 +70,41 @@ TEST_F(OrvaneServerTest, BasesStandInTheirOrder)
     EXPECT_LT(connectable, stateful);
 }
 
-// A member that is destroyed earlier lies behind.
-TEST_F(OrvaneServerTest, TheRedirectionEndsFirstThenTheWaitTheOperationsTheThreatsAndWhatIsStored)
-{
-    const auto address = [](const auto& member) { return reinterpret_cast<std::uintptr_t>(&member); };
-    EXPECT_GT(address(server.m_outputRedirector), address(server.m_gssipMcsq));
-    EXPECT_GT(address(server.m_gssipMcsq), address(server.m_partNumbersArrived));
-    EXPECT_GT(address(server.m_partNumbersArrived), address(server.m_clearDataCommand));
-    EXPECT_GT(address(server.m_clearDataCommand), address(server.m_threatData));
-    EXPECT_GT(address(server.m_threatData), address(server.m_pva));
-}
-
 TEST_F(OrvaneServerTest, IsServer52ByItsName)
 {
-    EXPECT_EQ(server.m_serverId, 52);
-    EXPECT_EQ(server.m_serverName, "OrvaneServer");
+    aspn2_msgs::idl::CommandResponse message;
+    message.header().device_id(53 << 16);
+    message.commanded_device_id(52 << 16);
+    message.command_response("SOMETHING");
+    server.run();
+    server.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    server.response(message);
+    EXPECT_EQ(console.text(), "OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, response string = "
+                              "SOMETHING\n");
 }
 
 TEST_F(OrvaneServerTest, InitializeAndFinalizeAnswerNoAction)
 {
     RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
-    server.Initialize(rc);
+    server->Initialize(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ACTION);
     rc = RETURN_CODE_TYPE::NO_ERROR;
-    server.Finalize(rc);
+    server->Finalize(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ACTION);
 }
 
 TEST_F(OrvaneServerTest, DisconnectOfWhatWasNeverConnectedSucceeds)
 {
     RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
-    server.Framework_Disconnect(rc);
+    server->Framework_Disconnect(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
 }
 
 TEST_F(OrvaneServerTest, IsStoppedAtFirst)
 {
     EXPECT_EQ(state(), 1);
-    EXPECT_FALSE(server.m_workerThread.joinable());
+    EXPECT_EQ(server.worker(), std::thread::id());
 }
 
 TEST_F(OrvaneServerTest, StartRunsTheWorkerAndReportsIt)
@@ -126,7 +124,7 @@ TEST_F(OrvaneServerTest, StopEndsTheWorkerAndReportsIt)
     popHealthEvent();
     EXPECT_EQ(request(RequestedState::STOP), RETURN_CODE_TYPE::NO_ERROR);
     EXPECT_EQ(state(), 1);
-    EXPECT_FALSE(server.m_workerThread.joinable());
+    EXPECT_EQ(server.worker(), std::thread::id());
     EXPECT_EQ(popHealthEvent(), "2:OrvaneServer stopped successfully.");
     EXPECT_EQ(popHealthEvent(), "none");
 }
@@ -135,9 +133,9 @@ TEST_F(OrvaneServerTest, StartOfARunningServerIsNotAvailableAndStartsNothing)
 {
     request(RequestedState::START);
     popHealthEvent();
-    const std::thread::id worker = server.m_workerThread.get_id();
+    const std::thread::id worker = server.worker();
     EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NOT_AVAILABLE);
-    EXPECT_EQ(server.m_workerThread.get_id(), worker);
+    EXPECT_EQ(server.worker(), worker);
     EXPECT_EQ(state(), 0);
     EXPECT_EQ(popHealthEvent(), "none");
 }
@@ -169,19 +167,19 @@ TEST_F(OrvaneServerTest, MayBeStartedAgainAfterAStop)
 TEST_F(OrvaneServerTest, StartingTheWorkerAgainJoinsTheFirstThread)
 {
     server.onBlendedNavigation = [&] { ++turns; };
-    server.Start();
-    server.Start();
+    server->Start();
+    server->Start();
     EXPECT_TRUE(eventually([&] { return turns > 0; }));
 }
 
 TEST_F(OrvaneServerTest, DebugTellsOfTheThreadWithTwoCapitalizations)
 {
-    server.m_debug = true;
+    server.setDebug(true);
     const ConsoleCapture console(std::cout);
-    server.Start();
-    server.Stop();
+    server->Start();
+    server->Stop();
     const std::string once = console.text();
-    server.Stop();
+    server->Stop();
     // Between the two, turns of the thread write lines of their own.
     EXPECT_TRUE(once.starts_with("OrvaneServer: Start : Worker thread started.\n") ||
                 once.find("\nOrvaneServer: Start : Worker thread started.\n") != std::string::npos)
@@ -193,8 +191,8 @@ TEST_F(OrvaneServerTest, DebugTellsOfTheThreadWithTwoCapitalizations)
 TEST_F(OrvaneServerTest, WithoutDebugTheThreadIsNotMentioned)
 {
     const ConsoleCapture console(std::cout);
-    server.Start();
-    server.Stop();
+    server->Start();
+    server->Stop();
     EXPECT_EQ(console.text(), "");
 }
 
@@ -203,47 +201,47 @@ TEST_F(OrvaneServerTest, ATurnLooksForFaultsOnlyInTestModeAndFirst)
     std::vector<std::string> steps;
     server.onFaultTest = [&] { steps.push_back("faults"); };
     server.onBlendedNavigation = [&] { steps.push_back("blended"); };
-    server.workerTurn();
+    server.turn();
     EXPECT_EQ(steps, std::vector<std::string>({"blended"}));
-    server.m_testMode = true;
+    server.change([](auto& settings) { settings.testMode = true; });
     steps.clear();
-    server.workerTurn();
+    server.turn();
     EXPECT_EQ(steps, std::vector<std::string>({"faults", "blended"}));
 }
 
 TEST_F(OrvaneServerTest, ATurnStartsAQuarterOfASecondAfterTheLast)
 {
-    EXPECT_EQ(OrvaneServerProbe().m_turnPause, 250ms);
+    EXPECT_EQ(ServerDoor().turnPause(), 250ms);
 }
 
 TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile)
 {
     std::atomic<pid_t> worker = 0;
     server.onBlendedNavigation = [&] {
-        server.m_turnPause = 5s;  // from now on
+        server.setTurnPause(5s);  // from now on
         worker = gettid();
         ++turns;
     };
-    server.Start();
+    server->Start();
     EXPECT_TRUE(eventually([&] { return turns == 1; }));
     int looks = 0;  // in a row, at the worker asleep: in its pause
     EXPECT_TRUE(eventually([&] { return (looks = isAsleep(worker) ? looks + 1 : 0) == 5; }));
-    server.Stop();
+    server->Stop();
     EXPECT_EQ(turns, 2);
 }
 
 TEST_F(OrvaneServerTest, AnExceptionEndsTheTurnAndTheLoopGoesOn)
 {
     const ConsoleCapture console(std::cout);
-    server.m_testMode = true;
+    server.change([](auto& settings) { settings.testMode = true; });
     server.onFaultTest = [&] {
         if (++turns == 1) throw std::runtime_error("the text");
     };
     std::atomic<int> blended = 0;
     server.onBlendedNavigation = [&] { ++blended; };
-    server.Start();
+    server->Start();
     EXPECT_TRUE(eventually([&] { return blended >= 1; }));
-    server.Stop();
+    server->Stop();
     EXPECT_EQ(turns, blended + 1);
     EXPECT_EQ(console.text(), "OrvaneServer: workerThreadFunction() EXCEPTION: the text\n");
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: workerThreadFunction() EXCEPTION: the text");
@@ -256,25 +254,25 @@ TEST_F(OrvaneServerTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
     server.onBlendedNavigation = [&] {
         if (++turns == 1) throw 42;
     };
-    server.Start();
+    server->Start();
     EXPECT_TRUE(eventually([&] { return turns >= 2; }));
-    server.Stop();
+    server->Stop();
     EXPECT_EQ(console.text(), "OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>\n");
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>");
 }
 
 TEST_F(OrvaneServerTest, StartAndStopAreNotVirtual)
 {
-    struct Derived : OrvaneServerProbe {
+    struct Derived : OrvaneServer {
         void Start() { ADD_FAILURE(); }
         void Stop() { ADD_FAILURE(); }
+        void attemptBlendedNavigationProcessing() override { ++turns; }
+        std::atomic<int> turns = 0;
     } derived;
-    derived.m_turnPause = 1ms;
     OrvaneServer& base = derived;
     base.Start();
-    EXPECT_TRUE(derived.m_workerThread.joinable());
-    base.Stop();
-    EXPECT_FALSE(derived.m_workerThread.joinable());
+    EXPECT_TRUE(eventually([&] { return derived.turns > 0; }));
+    base.Stop();  // or else the end of the thread's object ends the process
 }
 
 TEST_F(OrvaneServerTest, VirtualOperationsStandInTheirOrder)
@@ -295,17 +293,17 @@ TEST_F(OrvaneServerTest, StateIsStillStoppedWhileTheWorkerIsStarted)
 {
     // Looks at the state when this thread writes a line; turns of the worker write lines of their own meanwhile.
     struct Watch : std::streambuf {
-        explicit Watch(OrvaneServerProbe& server) : m_server(server) {}
+        explicit Watch(OrvaneServerTest& test) : m_test(test) {}
         std::streamsize xsputn(const char*, std::streamsize count) override
         {
-            if (std::this_thread::get_id() == m_thread) seen.push_back(m_server.m_state);
+            if (std::this_thread::get_id() == m_thread) seen.push_back(m_test.state());
             return count;
         }
-        OrvaneServerProbe& m_server;
+        OrvaneServerTest& m_test;
         const std::thread::id m_thread = std::this_thread::get_id();
         std::vector<int> seen;
-    } watch(server);
-    server.m_debug = true;
+    } watch(*this);
+    server.setDebug(true);
     std::streambuf* const previous = std::cout.rdbuf(&watch);
     request(RequestedState::START);
     request(RequestedState::STOP);

@@ -268,6 +268,20 @@ TEST_F(OrvaneServerConfigureTest, WithAMissingKeyNothingIsApplied)
     EXPECT_TRUE(s_scheduler.cpus.empty());
 }
 
+TEST_F(OrvaneServerConfigureTest, AWholeFilePreparesCommandedOperations)
+{
+    EXPECT_EQ(configure(ServiceConfig()), 0);
+    EXPECT_THAT(eventsOfCommandedOperations(),
+                IsSupersetOf({"3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_ZEROIZE",
+                              "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_CBIT"}));
+}
+
+TEST_F(OrvaneServerConfigureTest, AMissingKeyLeavesCommandedOperationsUnprepared)
+{
+    EXPECT_EQ(configure(ServiceConfig().remove("PARAM_9")), 4);
+    EXPECT_THAT(eventsOfCommandedOperations(), Not(Contains(HasSubstr("Could not publish"))));
+}
+
 TEST_F(OrvaneServerConfigureTest, AMissingQuietFlagLeavesTheServiceQuiet)
 {
     configure(ServiceConfig().remove("PARAM_1"));

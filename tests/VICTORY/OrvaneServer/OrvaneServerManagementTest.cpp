@@ -142,6 +142,16 @@ TEST_F(ManagementTest, SensorsAreToldInTheirOrderWithAllTheirFields)
     EXPECT_STREQ(told.sensors[2].sensorId, "");
 }
 
+TEST_F(ManagementTest, ADisabledSensorIsNotTold)
+{
+    start({SensorText("GPS 1"), SensorText("GPS 2").set("Enabled", "false"), SensorText("GPS 3")});
+    const auto told = sensors();
+    EXPECT_EQ(told.sensorCount, 2);
+    EXPECT_STREQ(told.sensors[0].sensorId, "GPS 1");
+    EXPECT_STREQ(told.sensors[1].sensorId, "GPS 3");
+    EXPECT_STREQ(told.sensors[2].sensorId, "");
+}
+
 TEST_F(ManagementTest, SensorsBeyondFiftyAreDroppedWithOneEvent)
 {
     start(manySensors(60));

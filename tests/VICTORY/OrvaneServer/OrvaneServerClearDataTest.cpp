@@ -301,6 +301,22 @@ TEST_F(ClearDataTest, ASecondRequestDuringAnOperationIsRefusedByTheStateMachine)
     EXPECT_EQ(victory.count("vapntsTellClearSystemData"), 2U);
 }
 
+TEST_F(ClearDataTest, APassBeforeTheAcceptanceIsIgnoredWithAnEventAndTheOperationGoesOn)
+{
+    server.clearData().setCommandResponseMessageCallback([](const std::string&) { return false; });
+    request(nullptr);
+    ASSERT_EQ(server.clearData().state(), ClearDataCommand::STATE_REQUESTED);
+    popHealthEvents();
+    const ConsoleCapture console(std::cout);
+    respond("SYSTEM_ZEROIZE_PASS");
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("4:OrvaneServer: Ignoring SYSTEM_ZEROIZE_PASS during state: Clear data requested"));
+    EXPECT_EQ(console.text(), "");
+    EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_REQUESTED);
+    respond("REQUEST_ZEROIZE_ACK");
+    EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
+}
+
 TEST_F(ClearDataTest, NothingLeavesTheCallback)
 {
     server.setQuiet(false);

@@ -465,3 +465,25 @@ TEST_F(ClearDataTest, OnlyDebugLetsTheOperationPrint)
     server.clearData().dumpStateInfo();
     EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n");
 }
+
+TEST_F(ClearDataTest, AnExpiryThatIsBeingReportedIsWaitedForAtTheEndOfTheServer)
+{
+    auto other = std::make_unique<ServerDoor>();
+    configure(*other, ServiceConfig().set("PARAM_8", "3600,0").set("Debug", "false"));
+    other->setDebug(true);
+    const ConsoleCapture console(std::cout);
+    std::atomic<bool> isReported = false, isEnding = false, hasEnded = false;
+    const BeforeNextLine warningIsQueued([&] {
+        isReported = true;
+        EXPECT_TRUE(eventually([&] { return isEnding.load(); }));
+        EXPECT_FALSE(eventually([&] { return hasEnded.load(); }, 100ms));
+    });
+    other->clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);  // no sender
+    other->clearData().processClearRequestedResponse("REQUEST_ZEROIZE_ACK");
+    ASSERT_TRUE(eventually([&] { return isReported.load(); }));
+    isEnding = true;
+    other.reset();
+    hasEnded = true;
+    EXPECT_THAT(console.text(), HasSubstr("Sending VDB APNT warning message ID 23, custom message: OrvaneServer: Clear "
+                                          "data command,  REQUEST_ZEROIZE, timed out after 0 seconds.\n"));
+}

@@ -767,6 +767,18 @@ TEST_F(VictoryServiceTest, FromTheStartOnWhatTheProcessPrintsComesBy)
     EXPECT_THAT(console.text(), HasSubstr(": Sending maintenance event: SOAP:SOAP 1.2 fault SOAP-ENV:Sender 17\n"));
 }
 
+TEST_F(VictoryServiceTest, WhatIsStillBufferedWhenTheServerEndsComesByToo)
+{
+    {
+        ServerDoor other(sensorFile);
+        other.startBus();
+        std::fputs("SOAP 1.2 fault SOAP-ENV:Sender 18", stdout);  // no line's end
+        other.stopBus();
+        EXPECT_THAT(console.text(), Not(HasSubstr("Sender 18")));
+    }
+    EXPECT_THAT(console.text(), HasSubstr(": Sending maintenance event: SOAP:SOAP 1.2 fault SOAP-ENV:Sender 18\n"));
+}
+
 // The turn of the worker.
 
 TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)

@@ -277,7 +277,8 @@ TEST_F(BlendedServerTest, TheTimeForOthersOutlastsAJoin)
     server.deliver(utcTime);
     ASSERT_EQ(look(), 1U);
     EXPECT_EQ(server.latestTime().utc_tod_sec(), 82);
-    EXPECT_EQ(server.gpsSeconds(), 100.0);
+    victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
+    EXPECT_EQ(victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>().gpsSeconds, 100.0);
 }
 
 TEST_F(BlendedServerTest, ARefusedReceiverFrameCostsTheJoinWithoutAWord)

@@ -218,12 +218,15 @@ TEST_F(InboundTest, LinesOfTheHandlers)
 
 TEST_F(InboundTest, TheTimeIsKeptApartAndGivesTheGpsSeconds)
 {
+    startBus();
     auto message = from<UTCTime>(96);
     message.gps_tow_sec(1000);
     message.gps_tow_nsec(5e8);
     message.utc_tod_sec(77);
     server.deliver(message);
-    EXPECT_DOUBLE_EQ(server.gpsSeconds(), 1000.5);
+    victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
+    const auto told = victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>();
+    EXPECT_DOUBLE_EQ(told.gpsSeconds, 1000.5);
     EXPECT_EQ(server.latestTime().utc_tod_sec(), 77);
 }
 

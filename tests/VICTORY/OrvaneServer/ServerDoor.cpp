@@ -280,11 +280,6 @@ VapntsService* ServerDoor::busService() const
     return m_server->m_service;
 }
 
-const std::string& ServerDoor::restartText() const
-{
-    return m_server->m_updatedVclText;
-}
-
 ServerDoor::Library ServerDoor::library() const
 {
     return {static_cast<OrvaneServer*>(m_server.get()), m_server->m_service};
@@ -346,12 +341,6 @@ aspn2_msgs::idl::UTCTime ServerDoor::latestTime() const
 {
     const MutexLock lock(m_server->m_timeMutex);
     return m_server->m_latestTime;
-}
-
-double ServerDoor::gpsSeconds() const
-{
-    const MutexLock lock(m_server->m_timeMutex);
-    return m_server->m_gpsSeconds;
 }
 
 bool ServerDoor::isGpsLost() const

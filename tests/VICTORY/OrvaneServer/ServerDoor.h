@@ -146,8 +146,7 @@ public:
     bool stopBus();
     bool restartBus(unsigned long periodMs);
     bool busRuns() const;
-    VapntsService* busService() const;       ///< the latest that was made; null before the first
-    const std::string& restartText() const;  ///< the VCL text that it was last restarted with
+    VapntsService* busService() const;  ///< the latest that was made; null before the first
     Library library() const;
     static Library libraryWithoutContext() { return {nullptr, nullptr}; }
 
@@ -170,7 +169,6 @@ public:
     aspn2_msgs::idl::PositionVelocityAttitude latestPva() const;
     aspn2_msgs::idl::GSSIP latestReceiverRecord() const;
     aspn2_msgs::idl::UTCTime latestTime() const;
-    double gpsSeconds() const;
     bool isGpsLost() const;
 
     /// Runs this while nobody else can read or write the time that is told.

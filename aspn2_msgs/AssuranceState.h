@@ -11,7 +11,8 @@ namespace aspn2_msgs::idl {
     FIELD(header, header)                                                                                              \
     FIELD(assurance_state, assurance_state_enum)
 
-/// How far the solution can be trusted.
+/// How far the solution can be trusted: 0 is not known, 2 is assured (told as a confidence of 0.95), and anything else
+/// is less (0.5, as is 0).
 ASPN2_RECORD(AssuranceState, 48);
 
 }  // namespace aspn2_msgs::idl

@@ -14,7 +14,8 @@ namespace aspn2_msgs::idl {
     FIELD(num_servers_available, int32)                                                                                \
     FIELD(bit_components, sequence<bit_comp_set>)
 
-/// The built-in test by server. `bit_rollup` is the result over all of them.
+/// The built-in test by server. `bit_rollup` is the result over all of them, true for passed. The numbers of servers
+/// are not read.
 ASPN2_RECORD(BitReport, 860);
 
 }  // namespace aspn2_msgs::idl

@@ -15,7 +15,8 @@ namespace aspn2_msgs::idl {
     FIELD(command_response, string)
 
 /// A command to another service of the unit, or the answer to one: they differ in `command_response_type`, which is 0
-/// for a command and 1 for an answer. `commanded_device_id` names the addressee; `command_identifier` pairs an answer
+/// for a command and 1 for an answer. `commanded_device_id` names the addressee, by the id that it sends as
+/// `device_id`: an answer goes to who asked, and the service's own commands say 0. `command_identifier` pairs an answer
 /// with its command.
 ASPN2_RECORD(CommandResponse, 316);
 

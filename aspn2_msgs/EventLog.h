@@ -12,7 +12,8 @@ namespace aspn2_msgs::idl {
     FIELD(event_log_type, event_log_type_enum)                                                                         \
     FIELD(eventlog, string)
 
-/// A health event: its formatted text, and its class.
+/// A health event: its formatted text, and its class, 0 to 5: general, status, information, fault, operation failed,
+/// severe.
 ASPN2_RECORD(EventLog, 308);
 
 }  // namespace aspn2_msgs::idl

@@ -11,7 +11,7 @@ namespace aspn2_msgs::idl {
 #define ASPN2_FIELDS_GNSS(FIELD)                                                                                       \
     FIELD(header, header)                                                                                              \
     FIELD(week_number, int32)                                                                                          \
-    FIELD(seconds_of_week, float64)                                                                                    \
+    FIELD(seconds_of_week, float64, "s")                                                                               \
     FIELD(time_system, time_system_enum)                                                                               \
     FIELD(epoch_flag, int32)                                                                                           \
     FIELD(num_satellites, int32)                                                                                       \

@@ -12,7 +12,8 @@ namespace aspn2_msgs::idl {
     FIELD(num_measurement_types, int32)                                                                                \
     FIELD(meas_types, sequence<meas_type_set>)
 
-/// Which measurements went into the solution, one entry a type.
+/// Which measurements went into the solution, one entry a type. `num_measurement_types` is sent as the number of
+/// entries, and not read.
 ASPN2_RECORD(MeasurementIncorporationStatus, 1252);
 
 }  // namespace aspn2_msgs::idl

@@ -26,6 +26,11 @@ class Cdr;
 /// Records hold no lock: one thread at a time, or any number that only read.
 ///
 /// A text or sequence may stand as the last field only: what is before it has a layout known at compile time.
+///
+/// A number may have a unit, which stands behind its type: `FIELD(Roll, float64, "rad")`; that of an array is its
+/// elements'. It is for readers of the list and for tools (`ASPN2_FIELD_UNIT`), and nothing of it is in the record. The
+/// catalogue itself fixes no units: one stands where the service takes or sends the value so, where the lab's simulator
+/// of the unit sends it so, or where the field's name tells it. A field without one has none, or none that is known.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
 #define ASPN2_RECORD(Name, LargestSize)                                                                                \
@@ -85,7 +90,7 @@ class Cdr;
 // clang-format on
 
 // The types have names of their own, made outside of the class: a field may be named like its type, as `header` is.
-#define ASPN2_FIELD_TYPE(name, ...) using name##_type = words::Member<__VA_ARGS__>;
+#define ASPN2_FIELD_TYPE(name, ...) using name##_type = words::Member<ASPN2_FIRST_OF(__VA_ARGS__, )>;
 #define ASPN2_FIELD_VISIT_TYPE(name, ...) visit(std::type_identity<name##_type>{});
 #define ASPN2_FIELD_VISIT(name, ...) visit(self.m_##name);
 #define ASPN2_FIELD_MEMBER(name, ...) FieldTypes::name##_type m_##name{};
@@ -113,6 +118,12 @@ class Cdr;
     {                                                                                                                  \
         return m_##name;                                                                                               \
     }
+
+/// The text of a field's unit, empty if it has none, from what its row has behind the name.
+#define ASPN2_FIELD_UNIT(...) ASPN2_SECOND_OF(__VA_ARGS__, "", )
+
+#define ASPN2_FIRST_OF(first, ...) first
+#define ASPN2_SECOND_OF(first, second, ...) second
 // NOLINTEND(bugprone-macro-parentheses)
 
 #endif

@@ -9,7 +9,7 @@ namespace aspn2_msgs::idl {
 #define ASPN2_FIELDS_TimeSync(FIELD)                                                                                   \
     FIELD(header, header)                                                                                              \
     FIELD(SyncCount, int64)                                                                                            \
-    FIELD(Time_NS, int64)
+    FIELD(Time_NS, int64, "ns")
 
 /// A synchronisation pulse by its number and its time in nanoseconds.
 ASPN2_RECORD(TimeSync, 64);

@@ -12,7 +12,8 @@ namespace aspn2_msgs::idl {
     FIELD(error_received, boolean)                                                                                     \
     FIELD(critical_received, boolean)
 
-/// What is known of one server. Nested in `BitReport`.
+/// What is known of one server. Nested in `BitReport`. `server_id` is 1 to 125, as in a device id. A server is good if
+/// it has communicated and neither an error nor a critical one came from it; a warning does not count.
 ASPN2_RECORD(bit_comp_set, 8);
 
 }  // namespace aspn2_msgs::idl

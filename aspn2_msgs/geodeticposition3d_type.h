@@ -6,11 +6,12 @@
 namespace aspn2_msgs::idl {
 
 #define ASPN2_FIELDS_geodeticposition3d_type(FIELD)                                                                    \
-    FIELD(latitude, float64)                                                                                           \
-    FIELD(longitude, float64)                                                                                          \
-    FIELD(altitude, float64)
+    FIELD(latitude, float64, "rad")                                                                                    \
+    FIELD(longitude, float64, "rad")                                                                                   \
+    FIELD(altitude, float64, "m")
 
-/// A place by latitude, longitude and altitude.
+/// A place by latitude, longitude and altitude. The service reads none; radians, and metres above the WGS-84 ellipsoid,
+/// are what the lab's simulator sends.
 ASPN2_RECORD(geodeticposition3d_type, 24);
 
 }  // namespace aspn2_msgs::idl

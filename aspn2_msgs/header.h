@@ -13,7 +13,8 @@ namespace aspn2_msgs::idl {
     FIELD(device_id, int32)
 
 /// Stands first in every topic type. `timestamp_valid` is the time for which the content holds, `timestamp_arrival` the
-/// one at which it came; `device_id` names the sender: system, server, message number and topic, one byte each.
+/// one at which it came. `device_id` names the sender: system, server, message number and topic, one byte each from the
+/// highest down. `seq_num` counts the records of a sender, from 0 where the service sends.
 ASPN2_RECORD(header, 44);
 
 }  // namespace aspn2_msgs::idl

@@ -9,7 +9,7 @@ namespace aspn2_msgs::idl {
     FIELD(lru_id, int32)                                                                                               \
     FIELD(component_id, int32)
 
-/// A component of a replaceable unit. Nested in `MaintenanceEvent`.
+/// A component of a replaceable unit, 0 and 0 for none. Nested in `MaintenanceEvent`.
 ASPN2_RECORD(lru_comp_set, 8);
 
 }  // namespace aspn2_msgs::idl

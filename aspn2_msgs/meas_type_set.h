@@ -11,6 +11,8 @@ namespace aspn2_msgs::idl {
     FIELD(meas_used, int32)
 
 /// Measurements of one type: how many were available, and how many used. Nested in `MeasurementIncorporationStatus`.
+/// `meas_set_id` is 0 to 11 where the service knows the type, 1 to 4 for those of GPS; a type counts as used from a
+/// `meas_used` of 1 on, 0 even without. `meas_avail` is not read.
 ASPN2_RECORD(meas_type_set, 12);
 
 }  // namespace aspn2_msgs::idl

@@ -1,5 +1,6 @@
 #include "lab/ctl/DecodeReport.h"
 
+#include "lab/ctl/RecordTypes.h"
 #include "lab/ctl/Rendering.h"
 #include "utilities/ConsoleLine.h"
 
@@ -26,7 +27,7 @@ void DecodeReport::resumed(std::uint64_t offset, std::uint64_t skippedBytes)
     complain(offset, "the next frame begins here, " + std::to_string(skippedBytes) + " bytes left out");
 }
 
-void DecodeReport::print(const char* kind, std::uint64_t offset, Json fields, const DecodedFrame& decoded)
+void DecodeReport::print(const char* kind, std::uint64_t offset, Json fields, DecodedFrame decoded)
 {
     fields.update(decoded.fields);
     std::string text;
@@ -38,7 +39,9 @@ void DecodeReport::print(const char* kind, std::uint64_t offset, Json fields, co
     } else {
         const Json id = fields.value(Json::json_pointer("/frame/message_id"), Json());
         const std::string message = id.is_null() ? "no message" : "message " + id.dump();
-        text = paragraph(std::string(kind) + " at " + std::to_string(offset) + ": " + message, fields, m_style.colour);
+        if (fields.contains("record")) decoded.units["record"] = headerUnits();
+        text = paragraph(std::string(kind) + " at " + std::to_string(offset) + ": " + message, fields, m_style.colour,
+                         decoded.units);
     }
     m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
     for (const std::string& what : decoded.problems) problem(offset, what);

@@ -34,7 +34,7 @@ public:
     bool isClean() const { return m_clean; }
 
 private:
-    void print(const char* kind, std::uint64_t offset, Json fields, const DecodedFrame& decoded);
+    void print(const char* kind, std::uint64_t offset, Json fields, DecodedFrame decoded);
     void complain(std::uint64_t offset, const std::string& text);
 
     std::ostream& m_output;

@@ -165,12 +165,30 @@ Json decode15051(Bytes frame)
     return fields;
 }
 
+Json noUnits()
+{
+    return nullptr;
+}
+
+Json unitsOf8504()
+{
+    return {{"angle084", "rad"}, {"angle084_degrees", "deg"}};
+}
+
+Json unitsOf15051()
+{
+    const Json threat = {{"Az_degrees", "deg"}, {"El_degrees", "deg"}, {"Center_hz", "Hz"}, {"BW_hz", "Hz"}};
+    return {{"gpsTime", "s"}, {"lat", "rad"}, {"lon", "rad"}, {"alt", "m"}, {"Pos_Accuracy", "m"}, {"threats", threat}};
+}
+
 struct KnownMessage {
     std::uint16_t id;
     std::size_t words;
     Json (*decode)(Bytes);
+    Json (*units)();
 };
-constexpr KnownMessage kMessages[] = {{5044, 21, decode5044}, {8504, 200, decode8504}, {15051, 100, decode15051}};
+constexpr KnownMessage kMessages[] = {
+    {5044, 21, decode5044, noUnits}, {8504, 200, decode8504, unitsOf8504}, {15051, 100, decode15051, unitsOf15051}};
 
 Json wordsOf(Bytes bytes)
 {
@@ -236,6 +254,7 @@ void decodeContent(Bytes frame, DecodedFrame& decoded)
     // The receivers' own test, which lets an odd byte pass and does not look at the word count.
     if (isKnown && frame.size() / 2 == gssipFrameWords(static_cast<std::uint32_t>(known->words))) {
         decoded.fields["message"] = known->decode(frame);
+        decoded.units["message"] = known->units();
     } else if (!data.empty()) {
         decoded.fields["words"] = wordsOf(data);
         if (isKnown)
@@ -291,7 +310,7 @@ std::string printable(std::string_view text)
 
 DecodedFrame decodeFrame(Bytes frame)
 {
-    DecodedFrame decoded{Json::object(), {}};
+    DecodedFrame decoded{Json::object(), {}, Json::object()};
     if (frame.size() < kGssipHeaderBytes) {
         decoded.fields["bytes"] = hexOf(frame);
         decoded.problems.push_back("frame of " + std::to_string(frame.size()) + " bytes has no whole header");

@@ -21,9 +21,12 @@ using Json = nlohmann::ordered_json;
 /// "absent"), and then `message` for a message that is known and has its length, else `words` if there are data. Fewer
 /// bytes than a header has are the member `bytes` alone. Texts are printable ASCII. Numbers that are not finite stand as
 /// they are; JSON has none, see `jsonLine`.
+///
+/// `units` has the units of numbers by the names of `fields`, as `paragraph` takes them.
 struct DecodedFrame {
     Json fields;
     std::vector<std::string> problems;
+    Json units;
 };
 
 /// @param frame  the bytes of one frame; any will do

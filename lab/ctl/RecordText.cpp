@@ -23,6 +23,15 @@ namespace {
 constexpr std::int32_t kNanoseconds = 1'000'000'000;
 constexpr const char* kEventTypes[] = {"GENERAL", "STATUS", "INFORMATION", "FAULT", "OPERATION_FAILED", "SEVERE"};
 
+/// Seconds and nanoseconds make one number.
+bool isOneNumber(const aspn2_msgs::idl::timestamp& time)
+{
+    const std::int64_t seconds = time.sec();
+    const std::int32_t nanoseconds = time.nsec();
+    return nanoseconds > -kNanoseconds && nanoseconds < kNanoseconds &&
+           ((seconds <= 0 && nanoseconds <= 0) || (seconds >= 0 && nanoseconds >= 0));
+}
+
 std::string digits(double value, int decimals)
 {
     std::ostringstream text;
@@ -112,9 +121,7 @@ std::string timeText(const aspn2_msgs::idl::timestamp& time)
 {
     const std::int64_t seconds = time.sec();
     const std::int32_t nanoseconds = time.nsec();
-    const bool isOneNumber = nanoseconds > -kNanoseconds && nanoseconds < kNanoseconds &&
-                             ((seconds <= 0 && nanoseconds <= 0) || (seconds >= 0 && nanoseconds >= 0));
-    if (!isOneNumber) return std::to_string(seconds) + " s " + std::to_string(nanoseconds) + " ns";
+    if (!isOneNumber(time)) return std::to_string(seconds) + " s " + std::to_string(nanoseconds) + " ns";
     const bool isNegative = seconds < 0 || nanoseconds < 0;
     // The lowest number has no magnitude with a sign.
     const std::uint64_t magnitude =
@@ -150,8 +157,10 @@ std::string recordParagraph(const WatchedTopic& topic, const void* record)
 {
     const aspn2_msgs::idl::header& header = topic.type->headerOf(record);
     const std::string heading = printable(topic.name) + " #" + std::to_string(header.seq_num()) + " from " +
-                                sourceText(header.device_id()) + ", valid " + timeText(header.timestamp_valid());
-    return paragraph(heading, {{"header", decodeHeader(header)}, {"message", topic.type->fieldsOf(record)}}, false);
+                                sourceText(header.device_id()) + ", valid " + timeText(header.timestamp_valid()) +
+                                (isOneNumber(header.timestamp_valid()) ? " s" : "");
+    return paragraph(heading, {{"header", decodeHeader(header)}, {"message", topic.type->fieldsOf(record)}}, false,
+                     {{"header", headerUnits()}, {"message", topic.type->units()}});
 }
 
 std::string recordText(const WatchedTopic& topic, const void* record, bool withTopic)

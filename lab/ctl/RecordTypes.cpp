@@ -48,28 +48,35 @@ namespace {
 
 using namespace aspn2_msgs::idl;
 
-/// The names of a record's fields, in their order; its own list gives them.
-template <class Record>
-struct FieldNames;
+struct FieldText {
+    const char* name;
+    std::string_view unit;  // empty if it has none
+};
 
-#define ORVANECTL_FIELD_NAME(name, ...) #name,
-#define ORVANECTL_FIELD_NAMES(Name)                                                                                    \
+/// The names and units of a record's fields, in their order; its own list gives them.
+template <class Record>
+struct FieldTexts;
+
+#define ORVANECTL_FIELD_TEXT(name, ...) {#name, ASPN2_FIELD_UNIT(__VA_ARGS__)},
+#define ORVANECTL_FIELD_TEXTS(Name)                                                                                    \
     template <>                                                                                                        \
-    struct FieldNames<Name> {                                                                                          \
-        static constexpr const char* all[] = {ASPN2_FIELDS_##Name(ORVANECTL_FIELD_NAME)};                              \
+    struct FieldTexts<Name> {                                                                                          \
+        static constexpr FieldText all[] = {ASPN2_FIELDS_##Name(ORVANECTL_FIELD_TEXT)};                                \
     };
 
 // What stands within others.
-ORVANECTL_FIELD_NAMES(geodeticposition3d_type)
-ORVANECTL_FIELD_NAMES(bit_comp_set)
-ORVANECTL_FIELD_NAMES(channel_status_obs)
-ORVANECTL_FIELD_NAMES(gnss_obs)
-ORVANECTL_FIELD_NAMES(gpslos_obs)
-ORVANECTL_FIELD_NAMES(interference_type_set)
-ORVANECTL_FIELD_NAMES(key_type_set)
-ORVANECTL_FIELD_NAMES(lru_comp_set)
-ORVANECTL_FIELD_NAMES(meas_type_set)
-ORVANECTL_FIELD_NAMES(sv_set)
+ORVANECTL_FIELD_TEXTS(timestamp)
+ORVANECTL_FIELD_TEXTS(header)
+ORVANECTL_FIELD_TEXTS(geodeticposition3d_type)
+ORVANECTL_FIELD_TEXTS(bit_comp_set)
+ORVANECTL_FIELD_TEXTS(channel_status_obs)
+ORVANECTL_FIELD_TEXTS(gnss_obs)
+ORVANECTL_FIELD_TEXTS(gpslos_obs)
+ORVANECTL_FIELD_TEXTS(interference_type_set)
+ORVANECTL_FIELD_TEXTS(key_type_set)
+ORVANECTL_FIELD_TEXTS(lru_comp_set)
+ORVANECTL_FIELD_TEXTS(meas_type_set)
+ORVANECTL_FIELD_TEXTS(sv_set)
 
 // clang-format off
 #define ORVANECTL_TOPIC_TYPES(TYPE)                                                                                    \
@@ -80,7 +87,7 @@ ORVANECTL_FIELD_NAMES(sv_set)
     TYPE(PlatformDynamics) TYPE(PositionVelocity) TYPE(PositionVelocityAttitude) TYPE(ReceiverStatus) TYPE(SVStatus)   \
     TYPE(ThreeAxisMagnetometer) TYPE(TimeAtTheTone) TYPE(TimeSync) TYPE(UTCTime) TYPE(UtcDownlink) TYPE(Velocity3D)
 // clang-format on
-ORVANECTL_TOPIC_TYPES(ORVANECTL_FIELD_NAMES)
+ORVANECTL_TOPIC_TYPES(ORVANECTL_FIELD_TEXTS)
 
 /// A single with no more digits than tell it from its neighbours: 0.1 and not 0.10000000149011612.
 double shortest(float value)
@@ -130,12 +137,48 @@ Json valueOf(const T& value)
 template <class Record>
 void addFields(const Record& record, Json& fields)
 {
-    const char* const* name = FieldNames<Record>::all;
+    const FieldText* text = FieldTexts<Record>::all;
     auto add = [&]<class T>(const T& value) {
-        if constexpr (!std::is_same_v<T, header>) fields[*name] = valueOf(value);
-        ++name;
+        if constexpr (!std::is_same_v<T, header>) fields[text->name] = valueOf(value);
+        ++text;
     };
     layout::Access::eachField(record, add);
+}
+
+template <class Record>
+Json unitsOf();
+
+/// @param unit  the field's own
+template <class T>
+Json unitOf(std::string_view unit)
+{
+    if constexpr (layout::kIsArray<T> || layout::kIsSequence<T>)
+        return unitOf<typename T::value_type>(unit);
+    else if constexpr (layout::Record<T>)
+        return unitsOf<T>();
+    else
+        return unit.empty() ? Json() : Json(unit);
+}
+
+template <class Record>
+Json unitsOf()
+{
+    Json units;
+    const FieldText* text = FieldTexts<Record>::all;
+    auto add = [&]<class T>(std::type_identity<T>) {
+        if constexpr (!std::is_same_v<T, header>)
+            if (Json unit = unitOf<T>(text->unit); !unit.is_null()) units[text->name] = std::move(unit);
+        ++text;
+    };
+    layout::Access::eachType<Record>(add);
+    return units;
+}
+
+template <class Record>
+const Json& unitsOfType()
+{
+    static const Json kUnits = unitsOf<Record>();
+    return kUnits;
 }
 
 template <class Record>
@@ -164,7 +207,8 @@ bool isTypeSupportOf(const FACE::TSS::HX_TSS::TopicDataType& type)
     return dynamic_cast<const TypeSupport<Record>*>(&type) != nullptr;
 }
 
-#define ORVANECTL_ROW(Name) {#Name, fieldsOf<Name>, headerOf<Name>, makeRecord<Name>, isTypeSupportOf<Name>},
+#define ORVANECTL_ROW(Name)                                                                                            \
+    {#Name, fieldsOf<Name>, unitsOfType<Name>, headerOf<Name>, makeRecord<Name>, isTypeSupportOf<Name>},
 constexpr RecordType kTypes[] = {ORVANECTL_TOPIC_TYPES(ORVANECTL_ROW)};
 static_assert(std::size(kTypes) == 32);
 
@@ -178,6 +222,11 @@ std::string RecordType::typeName() const
 std::string RecordType::pubSubType() const
 {
     return std::string(name) + "PubSubType";
+}
+
+const Json& headerUnits()
+{
+    return unitsOfType<header>();
 }
 
 std::span<const RecordType> recordTypes()

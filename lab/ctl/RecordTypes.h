@@ -25,6 +25,10 @@ struct RecordType {
     /// numbers. A number that is not finite stands as it is, see `jsonLine`.
     Json (*fieldsOf)(const void* record);
 
+    /// The units of its numbers by the names of the fields, as their lists tell them; what has none isn't there. The
+    /// unit of an array is that of its elements, and an array or sequence of records has the object of their units.
+    const Json& (*units)();
+
     const aspn2_msgs::idl::header& (*headerOf)(const void* record);
     RecordPointer (*make)();
     FACE::TSS::HX_TSS::TypeTest isTypeSupport;
@@ -34,6 +38,9 @@ struct RecordType {
     /// By which connection files name it: "EventLogPubSubType".
     std::string pubSubType() const;
 };
+
+/// The units of what `decodeHeader` shows, likewise.
+const Json& headerUnits();
 
 /// All 32, by name.
 std::span<const RecordType> recordTypes();

@@ -40,6 +40,19 @@ void replaceNotFinite(const std::string& name, Json& value, std::vector<std::str
     }
 }
 
+/// What `units` has for a member or for the elements of an array; null if nothing.
+const Json& unitOf(const Json& units, const std::string& name)
+{
+    static const Json kNone;
+    const auto found = units.is_object() ? units.find(name) : units.end();
+    return found == units.end() ? kNone : *found;
+}
+
+std::string unitText(const Json& unit)
+{
+    return unit.is_string() ? ' ' + unit.get<std::string>() : "";
+}
+
 std::string dumped(const Json& value)
 {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -51,54 +64,55 @@ public:
 
     void line(const std::string& text) { m_text += text + '\n'; }
 
-    void members(const Json& object, std::size_t depth)
+    void members(const Json& object, const Json& units, std::size_t depth)
     {
-        for (const auto& [name, value] : object.items()) member(name, value, depth);
+        for (const auto& [name, value] : object.items()) member(name, value, unitOf(units, name), depth);
     }
 
     std::string take() { return std::move(m_text); }
 
 private:
-    void member(const std::string& name, const Json& value, std::size_t depth)
+    /// @param units  of the value, or by name of what is in it
+    void member(const std::string& name, const Json& value, const Json& units, std::size_t depth)
     {
         const std::string front = std::string(2 * depth, ' ') + name + ':';
         // The values of a message are many: a line for each.
         const bool inOneLine = value.is_object() && isFlat(value) && name != "message";
         if (inOneLine) {
-            line(front + ' ' + listed(value));
+            line(front + ' ' + listed(value, units));
         } else if (value.is_object()) {
             line(front);
-            members(value, depth + 1);
+            members(value, units, depth + 1);
         } else if (value.is_array()) {
             line(value.empty() ? front + " none" : front);
-            elements(value, depth + 1);
+            elements(value, units, depth + 1);
         } else if (value.is_string() && value.get_ref<const std::string&>().size() > kLongestText) {
             line(front);
             cutText(value.get_ref<const std::string&>(), depth + 1);
         } else {
-            line(front + ' ' + plain(name, value));
+            line(front + ' ' + plain(name, value, units));
         }
     }
 
     /// Objects and arrays a line each, plain values ten a line.
-    void elements(const Json& array, std::size_t depth)
+    void elements(const Json& array, const Json& units, std::size_t depth)
     {
         const std::string front(2 * depth, ' ');
         std::string row;
         std::size_t inRow = 0;
         for (const Json& element : array) {
             if (element.is_structured()) {
-                line(front + (element.is_object() ? listed(element) : joined(element)));
+                line(front + (element.is_object() ? listed(element, units) : joined(element) + unitText(units)));
                 continue;
             }
             row += (row.empty() ? front : " ") + plain("", element);
             if (++inRow == kTextsOfRow) {
-                line(row);
+                line(row + unitText(units));
                 row.clear();
                 inRow = 0;
             }
         }
-        if (!row.empty()) line(row);
+        if (!row.empty()) line(row + unitText(units));
     }
 
     void cutText(std::string_view text, std::size_t depth)
@@ -112,11 +126,11 @@ private:
         return std::ranges::none_of(object, [](const Json& member) { return member.is_structured(); });
     }
 
-    std::string listed(const Json& object) const
+    std::string listed(const Json& object, const Json& units) const
     {
         std::string text;
         for (const auto& [name, value] : object.items())
-            text += (text.empty() ? "" : ", ") + name + ' ' + plain(name, value);
+            text += (text.empty() ? "" : ", ") + name + ' ' + plain(name, value, unitOf(units, name));
         return text;
     }
 
@@ -127,15 +141,20 @@ private:
         return text;
     }
 
-    std::string plain(const std::string& name, const Json& value) const
+    std::string plain(const std::string& name, const Json& value, const Json& unit = {}) const
     {
-        if (value.is_array()) return '[' + joined(value) + ']';
-        if (isNotFinite(value)) return nameOfNotFinite(value.get<double>());
+        if (value.is_array()) return '[' + joined(value) + ']' + unitText(unit);
+        if (value.is_number()) return number(value) + unitText(unit);
         if (value.is_null()) return "-";
         if (!value.is_string()) return dumped(value);
         const auto& text = value.get_ref<const std::string&>();
         const bool isWrong = name.ends_with("_checksum") && text == "bad";
         return m_colour && isWrong ? kRed + text + kPlain : text;
+    }
+
+    static std::string number(const Json& value)
+    {
+        return isNotFinite(value) ? nameOfNotFinite(value.get<double>()) : dumped(value);
     }
 
     bool m_colour;
@@ -152,11 +171,11 @@ std::string jsonLine(Json fields)
     return dumped(fields) + '\n';
 }
 
-std::string paragraph(const std::string& heading, const Json& fields, bool colour)
+std::string paragraph(const std::string& heading, const Json& fields, bool colour, const Json& units)
 {
     ParagraphWriter writer(colour);
     writer.line(heading);
-    writer.members(fields, 1);
+    writer.members(fields, units, 1);
     writer.line("");
     return writer.take();
 }

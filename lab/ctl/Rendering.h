@@ -15,7 +15,9 @@ std::string jsonLine(Json fields);
 
 /// A heading, a line a value, and an empty line. An object of plain values is one line.
 /// @param colour  what is wrong with checksums stands in red, by ANSI sequences
-std::string paragraph(const std::string& heading, const Json& fields, bool colour);
+/// @param units   the units of numbers by the names of `fields`, in objects within objects as there; a unit stands
+///                behind its number, that of an array's elements behind each row of them
+std::string paragraph(const std::string& heading, const Json& fields, bool colour, const Json& units = {});
 
 }  // namespace orvanectl
 

@@ -60,6 +60,26 @@ TEST(DecodeReportTest, RecordIsALineOfJsonWithItsHeaderAndFrame)
     EXPECT_TRUE(result.clean);
 }
 
+TEST(DecodeReportTest, UnitsStandInAParagraph)
+{
+    const std::string report = decoded(samples::report()).output;
+    EXPECT_NE(report.find("    angle084: 1.5707963705062866 rad\n"), std::string::npos) << report;
+    const std::string record = decoded(kAckRecord).output;
+    EXPECT_NE(record.find("    timestamp_arrival: sec 12 s, nsec 5 ns, time_code 100\n"), std::string::npos) << record;
+    const std::string threats = decoded(samples::threats()).output;
+    EXPECT_NE(threats.find("    gpsTime: 345600.25 s\n"
+                           "    lat: 0.5 rad\n"
+                           "    lon: -1.25 rad\n"
+                           "    alt: 100.0 m\n"
+                           "    Pos_Accuracy: 12 m\n"
+                           "    threats:\n"
+                           "      index 0, reported true, state 2, bearing_valid true, Power_valid true, "
+                           "BW_valid true, confidence_valid true, Az_degrees -45 deg, El_degrees 10 deg, "
+                           "Center_hz 1575400000.0 Hz, BW_hz 20000000.0 Hz, Power -70, confidence 100\n"),
+              std::string::npos)
+        << threats;
+}
+
 TEST(DecodeReportTest, BadChecksumIsShownAndReported)
 {
     const Decoded result = decoded(kAck + with(kUnknown, 16, "\x31"s), {.json = true});

@@ -135,11 +135,11 @@ TEST(RecordTextTest, ParagraphHasEverything)
 {
     const auto event = eventOf(2, "text");
     EXPECT_EQ(recordParagraph(topicOf("EventLog"), &event),
-              "EventLog #7 from OrvaneServer (52), valid 60.083567446\n"
+              "EventLog #7 from OrvaneServer (52), valid 60.083567446 s\n"
               "  header:\n"
               "    seq_num: 7\n"
-              "    timestamp_arrival: sec 0, nsec 0, time_code 0\n"
-              "    timestamp_valid: sec 60, nsec 83567446, time_code 100\n"
+              "    timestamp_arrival: sec 0 s, nsec 0 ns, time_code 0\n"
+              "    timestamp_valid: sec 60 s, nsec 83567446 ns, time_code 100\n"
               "    device_id: value 0x01340100, system 1, system_name KOLT, server 52, server_name OrvaneServer, "
               "message 1, topic 0\n"
               "  message:\n"
@@ -154,11 +154,44 @@ TEST(RecordTextTest, OtherTypesAreParagraphsWithAMatrixRowALine)
     record.covariance()[1][2] = 2.5;
     record.covariance()[1][3] = std::numeric_limits<double>::quiet_NaN();
     const std::string text = recordText(topicOf("PositionVelocityAttitude"), &record, false);
-    EXPECT_TRUE(text.starts_with("PositionVelocityAttitude #7 from OrvaneServer (52), valid 60.083567446\n")) << text;
+    EXPECT_TRUE(text.starts_with("PositionVelocityAttitude #7 from OrvaneServer (52), valid 60.083567446 s\n")) << text;
     EXPECT_NE(text.find("\n    covariance:\n      0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0\n"
                         "      0.0 0.0 2.5 nan 0.0 0.0 0.0 0.0 0.0\n"),
               std::string::npos)
         << text;
+}
+
+TEST(RecordTextTest, UnitsStandBehindTheNumbers)
+{
+    auto record = fromServer52<aspn2_msgs::idl::PositionVelocityAttitude>();
+    record.position().latitude(0.5);
+    record.velocity() = {1.5, 2.5, -3.5};
+    const std::string text = recordText(topicOf("PositionVelocityAttitude"), &record, false);
+    EXPECT_NE(text.find("    position: latitude 0.5 rad, longitude 0.0 rad, altitude 0.0 m\n"
+                        "    velocity:\n"
+                        "      1.5 2.5 -3.5 m/s\n"
+                        "    attitude:\n"
+                        "      0.0 0.0 0.0 rad\n"
+                        "    covariance:\n"
+                        "      0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(RecordTextTest, TimeThatIsNotOneNumberHasItsUnitsInTheHeading)
+{
+    auto record = eventOf(2, "text");
+    record.header().timestamp_valid(timeOf(5, -3));
+    const std::string text = recordParagraph(topicOf("EventLog"), &record);
+    EXPECT_TRUE(text.starts_with("EventLog #7 from OrvaneServer (52), valid 5 s -3 ns\n")) << text;
+}
+
+TEST(RecordTextTest, JsonHasNoUnits)
+{
+    const auto record = fromServer52<aspn2_msgs::idl::PositionVelocityAttitude>();
+    const Json line = Json::parse(recordJson(topicOf("PositionVelocityAttitude"), &record));
+    EXPECT_EQ(line["message"]["position"].dump(), R"({"latitude":0.0,"longitude":0.0,"altitude":0.0})");
+    EXPECT_EQ(line["message"]["velocity"].dump(), "[0.0,0.0,0.0]");
 }
 
 TEST(RecordTextTest, JsonIsALineWithEverything)

@@ -133,6 +133,44 @@ TEST(RecordTypesTest, EveryFieldOfEveryTypeIsThereByNameInItsOrder)
     EXPECT_EQ(seen.size(), 32U);
 }
 
+TEST(RecordTypesTest, UnitsAreThoseOfTheFields)
+{
+    const auto unitsOf = [](const char* type) { return findRecordType(type)->units().dump(); };
+    EXPECT_EQ(unitsOf("UTCTime"), R"({"gps_tow_sec":"s","gps_tow_nsec":"ns","utc_tod_sec":"s","utc_tod_nsec":"ns"})");
+    EXPECT_EQ(unitsOf("PositionVelocityAttitude"),
+              R"({"position":{"latitude":"rad","longitude":"rad","altitude":"m"},"velocity":"m/s","attitude":"rad"})");
+    EXPECT_EQ(unitsOf("HalvexPNT"),
+              R"({"GPS_Time":"s","UTC_Time":"s","ECEF_Pos_X":"m","ECEF_Pos_Y":"m","ECEF_Pos_Z":"m",)"
+              R"("ECEF_Vel_X":"m/s","ECEF_Vel_Y":"m/s","ECEF_Vel_Z":"m/s","Roll":"rad","Pitch":"rad","Heading":"rad",)"
+              R"("Horz_PosError":"m","Vert_PosError":"m","Horz_Vel_Error":"m/s","Vert_VelError":"m/s",)"
+              R"("Time_Error":"s","Roll_Error":"rad","Pitch_Error":"rad","Heading_Error":"rad"})");
+    EXPECT_EQ(unitsOf("GPSLineOfSight"), "null");
+    EXPECT_EQ(headerUnits().dump(), R"({"timestamp_arrival":{"sec":"s","nsec":"ns"},)"
+                                    R"("timestamp_valid":{"sec":"s","nsec":"ns"}})");
+}
+
+TEST(RecordTypesTest, WhatHasAUnitIsANumber)
+{
+    struct {
+        void check(const Json& units, const Json& value)
+        {
+            if (value.is_array()) {
+                for (const Json& element : value) check(units, element);
+            } else if (units.is_object()) {
+                for (const auto& [name, unit] : units.items()) check(unit, value.at(name));
+            } else if (!units.is_null()) {
+                ++count;
+                EXPECT_TRUE(value.is_number()) << value;
+            }
+        }
+        std::size_t count = 0;
+    } units;
+    for (const RecordCase& record : supportedRecords())
+        if (const RecordType* const type = findRecordType(record.name))
+            units.check(type->units(), type->fieldsOf(record.numbered->data()));
+    EXPECT_EQ(units.count, 42U);
+}
+
 TEST(RecordTypesTest, MadeRecordIsWhatTheTypeSupportReadsInto)
 {
     for (const RecordCase& record : supportedRecords()) {

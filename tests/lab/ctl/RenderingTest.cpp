@@ -45,6 +45,42 @@ TEST(RenderingTest, ParagraphIsAHeadingLinesAndAnEmptyLine)
                                                             "\n");
 }
 
+TEST(RenderingTest, UnitsStandBehindNumbers)
+{
+    const Json fields = {{"message",
+                          {{"a", 1.5},
+                           {"b", nullptr},
+                           {"c", std::numeric_limits<double>::quiet_NaN()},
+                           {"d", 4},
+                           {"time", {{"sec", 1}, {"code", 2}}},
+                           {"list", Json::array({{{"x", 1}, {"y", Json::array({2, 3})}}})},
+                           {"axes", Json::array({1.5, 2.5})},
+                           {"matrix", Json::array({Json::array({1, 2}), Json::array({3, 4})})}}}};
+    const Json units = {{"message",
+                         {{"a", "m"},
+                          {"b", "m"},
+                          {"c", "m"},
+                          {"time", {{"sec", "s"}}},
+                          {"list", {{"x", "Hz"}, {"y", "rad"}}},
+                          {"axes", "m/s"},
+                          {"matrix", "m^2"}}}};
+    EXPECT_EQ(orvanectl::paragraph("title", fields, false, units), "title\n"
+                                                                   "  message:\n"
+                                                                   "    a: 1.5 m\n"
+                                                                   "    b: -\n"
+                                                                   "    c: nan m\n"
+                                                                   "    d: 4\n"
+                                                                   "    time: sec 1 s, code 2\n"
+                                                                   "    list:\n"
+                                                                   "      x 1 Hz, y [2 3] rad\n"
+                                                                   "    axes:\n"
+                                                                   "      1.5 2.5 m/s\n"
+                                                                   "    matrix:\n"
+                                                                   "      1 2 m^2\n"
+                                                                   "      3 4 m^2\n"
+                                                                   "\n");
+}
+
 TEST(RenderingTest, WordsStandTenInALine)
 {
     const Json fields = {{"words", Json::array({"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "A"})}};

@@ -9,14 +9,15 @@
 
 /// A line of bearing to a source of interference, as it is on the wire.
 struct ThreatEntry {
-    std::uint8_t statusA;
-    std::uint8_t statusB;
-    std::int16_t Power;    // valid if hasPower()
-    std::uint16_t Center;  // 50 kHz
-    std::uint16_t BW;      // 1 kHz, valid if bit 5 of statusA is set
+    std::uint8_t statusA;  ///< bits 0 and 1: the state, 2 is to be reported; bit 3: `Power` is valid; bit 5: `BW` is
+    std::uint8_t
+        statusB;         ///< bit 0: there is a bearing; bit 1: the confidence is valid; bits 2 to 5: `confidence` / 25
+    std::int16_t Power;  ///< passed on as it is; valid if `hasPower`
+    std::uint16_t Center;  ///< 50 kHz, see `centerHz`
+    std::uint16_t BW;      ///< 1 kHz, see `bandwidthHz`
     std::uint8_t reserved8[6];
-    std::int16_t Az;  // degrees
-    std::int16_t El;  // degrees
+    std::int16_t Az;  ///< azimuth, deg, any value: whoever reports it brings it into -180 to 180
+    std::int16_t El;  ///< elevation, deg, any value: likewise into -90 to 90
 
     /// The entry is in use and has a bearing; no other is to be reported.
     bool isReported() const;
@@ -51,13 +52,14 @@ public:
 
     void debugPrintMessage() override;
 
-    /// Seconds of the GPS week.
+    /// s of the GPS week, whatever the sensor has sent.
     double gpsTime() const;
 
     /// Brings the value into the closed range 0 to 604800 by whole weeks and stores it.
     void setGpsTime(double seconds);
 
-    /// Position of the sensor.
+    /// Latitude, longitude and altitude of the sensor and their accuracy. The service only prints them; rad, rad, m and
+    /// m are what the lab's simulator sends.
     double lat() const;
     double lon() const;
     double alt() const;

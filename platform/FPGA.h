@@ -54,11 +54,11 @@ public:
     /// Waits for accesses that are under way, closes all blocks and lets go of the service. Harmless if there is none.
     void DoneFpga() EXCLUDES(m_mutex);
 
-    /// The system clock, in ticks.
+    /// The system clock, in ticks from the counter's zero, which is the epoch of time stamps.
     std::uint64_t fpga_get_SystemCount() const;
     static constexpr std::uint32_t fpga_timestamp_get_ticks_per_sec() { return 58982400; }
 
-    /// The system count at which a pulse, or data at a UART, came.
+    /// The system count at which a pulse, or data at a UART, came; ticks.
     std::uint64_t getPulseTimestampRaw(std::uint32_t pulse) const;
     std::uint64_t getUARTDataTimestampRaw(std::uint32_t uart) const;
 
@@ -79,6 +79,8 @@ public:
     /// Name, build date and time, part number and revision as labels and values.
     std::string getFirmwareConfiguration() const;
 
+    /// Control words, as the blocks define them: of a peripheral, of the registers 0 to 8 of the PPS slave, and of the
+    /// registers 0 to 29 of the PTP clock.
     void fpga_set_periph_control(std::uint32_t peripheral, std::uint32_t control) const;
     std::uint32_t fpga_get_periph_control(std::uint32_t peripheral) const;
     void fpga_reset_periph_control(std::uint32_t peripheral) const;  // to 0
@@ -95,16 +97,17 @@ public:
     /// Inverts bit 0 of the control word that was written last, 0 at first: the register reads as something else.
     void fpga_ptfe_soft_reset(std::uint32_t ptfe) EXCLUDES(m_mutex);
 
+    /// What follows is in the hardware's own scales, not converted; these are for whoever knows the block.
     std::uint64_t getPtfeFirmwareId(std::uint32_t ptfe) const;
     std::uint32_t getPtfeMeasuredFreqEstimate(std::uint32_t ptfe) const;
     std::uint32_t getPtfeStatus(std::uint32_t ptfe) const;
-    std::uint32_t getAndClearPtfeStatus(std::uint32_t ptfe) const;
-    std::uint64_t getDfNcoRate(std::uint32_t ptfe) const;   // 44 bits
-    std::uint64_t getDtNcoPhase(std::uint32_t ptfe) const;  // 40 bits
+    std::uint32_t getAndClearPtfeStatus(std::uint32_t ptfe) const;  // answers what stood there before
+    std::uint64_t getDfNcoRate(std::uint32_t ptfe) const;           // 44 bits
+    std::uint64_t getDtNcoPhase(std::uint32_t ptfe) const;          // 40 bits
     std::uint32_t getDtCycles(std::uint32_t ptfe) const;
     void setPtfeDefaultNcoRate(std::uint32_t ptfe, std::uint64_t rate) const;
 
-    /// There is one pulse generator for each PTFE block.
+    /// There is one pulse generator for each PTFE block. A full 32 bits of a phase count, in its own scale too.
     std::uint32_t fpga_pulsegen_get_Int_phase(std::uint32_t generator) const;
     std::uint32_t fpga_pulsegen_get_Ext_phase(std::uint32_t generator) const;
     void fpga_pulsegen_set_Int_phase(std::uint32_t generator, std::uint32_t phase) const;
@@ -127,6 +130,7 @@ private:
     void set(const Register& entry, std::uint32_t index, std::uint64_t value) const EXCLUDES(m_mutex);
     void adjust(const Register& entry, std::uint32_t index, std::int32_t amount) const EXCLUDES(m_mutex);
 
+    /// These answer whether the access was made: false where a read gives 0 and a write does nothing.
     bool read(const Register& entry, std::uint32_t index, std::uint64_t& value) const REQUIRES_SHARED(m_mutex);
     bool write(const Register& entry, std::uint32_t index, std::uint64_t value) const REQUIRES_SHARED(m_mutex);
     bool isAccessible(const Register& entry, std::uint32_t index) const REQUIRES_SHARED(m_mutex);

@@ -44,7 +44,11 @@ public:
     };
 
     using Clock = std::chrono::steady_clock;
+    /// True if the command is on its way. Otherwise the request has failed, and its state stays as it is.
     using SendCommand = std::function<bool(const std::string& command)>;
+
+    /// @param isPassed  the operation has ended with success
+    /// @return the report is queued; nothing depends on it
     using SendVDBComplete = std::function<bool(ClearDataType type, bool isPassed, const std::string& message)>;
 
     /// How long a request waits for its ACK or NACK, whatever `setClearDataRequestTimeout` says.
@@ -106,7 +110,9 @@ private:
     template <class Value>
     static const std::string& nameOf(const std::map<Value, std::string>& names, Value value);
 
+    /// @return true if the operation is this request's; false, reported, if another one runs
     bool beginOperation(ClearDataType type, const std::shared_ptr<Answer>& answer) EXCLUDES(m_mutex);
+    /// @return true if it was accepted, or any answer was there before the wait; false if it was refused, or none came
     bool waitForClearDataRequestedResponse(ClearDataType type, const Answer& answer) EXCLUDES(m_mutex);
     void processClearDataTimeout() noexcept;
     void acceptRequest(const std::string& stem) REQUIRES(m_mutex);

@@ -64,11 +64,13 @@ public:
     void displayHelpText() const;
 
     /// Raise or remove the fault of a digit in the present mode.
-    /// @param key  0 to 9
+    /// @param key           0 to 9
+    /// @param acknowledged  true: the fault counts as acknowledged from the start
     void activateFault(int key, bool acknowledged);
     void deactivateFault(int key);
 
     /// Takes one key, if one waits.
+    /// @param tellDisabled  true while the tester has stopped what is published by group; the key may turn it
     void ManageFaults(bool& tellDisabled);
 
 private:

@@ -21,8 +21,8 @@ namespace VICTORY {
 /// there is none, or for a null argument.
 tinyxml2::XMLElement* FindElementWithAttribute(tinyxml2::XMLElement* start, const char* attribute, const char* value);
 
-/// Gives the item `name` of the first element of `type` another value. False, and nothing is changed, if the document
-/// has no such element or item.
+/// Gives the item `name` of the first element of `type` another value. True if it has it now; false, and nothing is
+/// changed, if the document has no such element or item.
 bool updateConfigItemInVclXml(tinyxml2::XMLDocument& document, const char* type, const char* name, const char* value);
 
 }  // namespace VICTORY

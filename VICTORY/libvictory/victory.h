@@ -5,8 +5,9 @@
 ///
 /// Records are plain structures in the library's layout, the same on every target: fixed-width members, no padding that
 /// has no name, lists as rows followed by a count. What the library's layout does not tell is a member `reserved<offset>`
-/// and is written as zero; zero a whole record before it is filled. A flag is 0 or 1 in a word of 32 bits. Texts are
-/// zero-terminated within their field unless told otherwise.
+/// and is written as zero; zero a whole record before it is filled. A flag is 0 or 1 in a word of 32 bits: every member
+/// `...Valid`, `...Present` or `...Known`, which tells whether what it is named after counts. A member `...Count` is the
+/// rows in use, 0 to 50. Texts are zero-terminated within their field unless told otherwise.
 ///
 /// Operations may be called by any thread, as long as the service object lives. Where the result is an int, 0 is success
 /// and anything else a failure. The library calls back on threads of its own, from `vapntsStartService` until
@@ -68,7 +69,7 @@ enum { VAPNTC_MEAS_SOURCE_TYPE_OTHER = 14 };
 
 /// A source of measurements that went into the solution.
 typedef struct VapntcMeasSource {
-    uint32_t sourceType;
+    uint32_t sourceType;  ///< the library's number of the kind, 0 to 14
     uint32_t reserved4;
     uint32_t reserved8;
     char description[VAPNTC_TEXT_SIZE];
@@ -87,19 +88,19 @@ enum { VAPNTC_GPS_AVAILABLE = 1, VAPNTC_GPS_NOT_AVAILABLE = 2 };
 
 /// The navigation solution's quality and sources.
 typedef struct VapntcBlendedNavigationRecord {
-    double gpsSeconds;    ///< s of the GPS week
-    double angleDegrees;  ///< deg, -180 to 180
-    uint32_t secondReceiverStatus;
-    uint32_t receiverFailure;
-    uint32_t positionValid;
-    uint32_t fom;  ///< 1 (best) to 9
+    double gpsSeconds;              ///< s of the GPS week
+    double angleDegrees;            ///< deg, -180 to 180; an angle that the GPS receiver reports
+    uint32_t secondReceiverStatus;  ///< 0 or 1, as the GPS receiver reports it
+    uint32_t receiverFailure;       ///< 0 or 1, as the GPS receiver reports it
+    uint32_t positionValid;         ///< 0 when `fom` is 9
+    uint32_t fom;                   ///< of the position, 1 (best) to 9
     uint32_t fomValid;
-    uint32_t efom;
+    uint32_t efom;  ///< of the position, 1 (best) to 5; 0 unless `fom` is 1
     uint32_t efomValid;
-    uint32_t tfom;  ///< 1 (best) to 9
+    uint32_t tfom;  ///< of the time, 1 (best) to 9
     uint32_t tfomValid;
     uint32_t reserved52;
-    double assuranceConfidence;  ///< 0 to 1
+    double assuranceConfidence;  ///< 0 to 1; 0.95 or 0.5 are sent
     uint32_t assuranceKnown;
     VapntcMeasSource sources[VAPNTC_MAX_ROWS];
     uint32_t sourceCount;
@@ -110,7 +111,7 @@ typedef struct VapntcBlendedNavigationRecord {
     double timeError;  ///< ms, one sigma
     uint32_t timeErrorValid;
     uint32_t reserved13892;
-    double horizontalPositionError;  ///< m
+    double horizontalPositionError;  ///< m, 1.1774 sigma of one axis
     uint32_t horizontalPositionErrorValid;
     uint32_t reserved13908;
     double verticalPositionError;  ///< m
@@ -130,7 +131,7 @@ typedef struct VapntcBlendedNavigationRecord {
     uint32_t reserved13996;
     uint32_t attitudeErrorPresent;
     uint32_t reserved14004;
-    double attitudeError;  ///< deg
+    double attitudeError;  ///< deg, the root of the sum of the squares of roll's, pitch's and heading's
     uint32_t attitudeErrorValid;
     uint32_t reserved14020;
 } VapntcBlendedNavigationRecord;
@@ -185,23 +186,23 @@ enum { VAPNTC_NAVWAR_SA_KIND_LINE_OF_BEARING = 2 };
 
 /// A source of interference, as a bearing from the sensor.
 typedef struct VapntcNavWarSaThreat {
-    uint32_t reportKind;
-    VapntcTime time;
+    uint32_t reportKind;  ///< VAPNTC_NAVWAR_SA_KIND_...
+    VapntcTime time;      ///< the latest that the service knew when it made the report
     uint32_t firstReservedValid;
     uint8_t reserved40[256];
     uint32_t secondReservedValid;
     char sensorName[VAPNTC_TEXT_SIZE];
     uint32_t bearingPresent;
-    double azimuth;  ///< rad
+    double azimuth;  ///< rad, -pi to pi
     uint32_t azimuthConfidenceValid;
     uint32_t reserved572;
-    double azimuthConfidence;  ///< 0 to 100
+    double azimuthConfidence;  ///< 0 to 100 in what occurs, in steps of 25
     uint32_t thirdReservedValid;
     uint8_t reserved588[12];
-    double elevation;  ///< rad
+    double elevation;  ///< rad, -pi/2 to pi/2
     uint32_t elevationConfidenceValid;
     uint32_t reserved612;
-    double elevationConfidence;  ///< 0 to 100
+    double elevationConfidence;  ///< that of the azimuth
     uint32_t fourthReservedValid;
     uint8_t reserved628[12];
     double centreFrequency;  ///< Hz
@@ -213,7 +214,7 @@ typedef struct VapntcNavWarSaThreat {
     uint8_t reserved672[8];
     uint32_t seventhReservedValid;
     uint32_t reserved684;
-    double power;
+    double power;  ///< as the sensor tells it
     uint32_t powerValid;
     uint32_t reserved700;
 } VapntcNavWarSaThreat;
@@ -446,14 +447,15 @@ static_assert(offsetof(VapntcBitSensorResult, textPresent) == 516, "VapntcBitSen
 
 /// A built-in test.
 typedef struct VapntcBitResult {
-    char builtInTestId[VAPNTC_TEXT_SIZE];
-    int32_t status;      ///< VAPNTC_BIT_STATUS_...
-    int32_t resultCode;  ///< VAPNTC_BIT_STATUS_FAILED or VAPNTC_BIT_STATUS_PASSED
+    char builtInTestId[VAPNTC_TEXT_SIZE];  ///< a decimal number
+    int32_t status;                        ///< VAPNTC_BIT_STATUS_...
+    int32_t resultCode;                    ///< VAPNTC_BIT_STATUS_FAILED or VAPNTC_BIT_STATUS_PASSED
     char name[VAPNTC_TEXT_SIZE];
     uint32_t namePresent;
     VapntcBitSensorResult sensors[VAPNTC_MAX_ROWS];
     int32_t sensorCount;
-    VapntcTime startTime;
+    VapntcTime startTime;  ///< not as its members say: local time, years from 1900, months from 0, the weekday (0 is
+                           ///< Sunday) in `reserved12`, and no nanoseconds; zeros for a test that has not begun
 } VapntcBitResult;
 
 static_assert(sizeof(VapntcBitResult) == 26560, "VapntcBitResult");

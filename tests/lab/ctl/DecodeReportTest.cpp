@@ -1,5 +1,6 @@
 #include "lab/ctl/DecodeReport.h"
 
+#include "tests/lab/ctl/Manual.h"
 #include "tests/lab/ctl/Samples.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,12 @@ TEST(DecodeReportTest, RecordIsALineOfJsonWithItsHeaderAndFrame)
                              R"("kind":"acknowledgement","header_checksum":"good","data_checksum":"absent"}})"
                              "\n");
     EXPECT_TRUE(result.clean);
+}
+
+TEST(DecodeReportTest, ExampleOfTheManualIsWhatIsPrinted)
+{
+    const std::string example = decoded(kWarning + with(kUnknown, 16, "\x31"s)).output;
+    EXPECT_NE(manual().find("$ orvanectl decode frames.bin\n" + example), std::string::npos) << example;
 }
 
 TEST(DecodeReportTest, UnitsStandInAParagraph)

@@ -3,6 +3,8 @@
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/PositionVelocityAttitude.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "tests/lab/ctl/Manual.h"
 
 #include <gtest/gtest.h>
 
@@ -159,6 +161,23 @@ TEST(RecordTextTest, OtherTypesAreParagraphsWithAMatrixRowALine)
                         "      0.0 0.0 2.5 nan 0.0 0.0 0.0 0.0 0.0\n"),
               std::string::npos)
         << text;
+}
+
+TEST(RecordTextTest, ExampleOfTheManualIsWhatIsPrinted)
+{
+    aspn2_msgs::idl::UTCTime time;
+    time.header().seq_num(4);
+    time.header().timestamp_arrival(timeOf(64, 204663));
+    time.header().timestamp_valid(timeOf(63, 999999992));
+    time.header().device_id(0x01250000);
+    time.gps_tow_sec(559328);
+    time.gps_tow_nsec(999999987.0);
+    time.gps_week(2445);
+    time.utc_tod_sec(40910);
+    time.utc_tod_nsec(999999987.0);
+    time.covariance() = {{{2e-8 * 2e-8, 0.0}, {0.0, 1e-10 * 1e-10}}};
+    const std::string example = recordText(topicOf("UTCTime"), &time, false);
+    EXPECT_NE(manual().find("$ orvanectl echo UTCTime --count 1\n" + example), std::string::npos) << example;
 }
 
 TEST(RecordTextTest, UnitsStandBehindTheNumbers)

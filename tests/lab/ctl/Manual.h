@@ -1,0 +1,16 @@
+#ifndef TESTS_LAB_CTL_MANUAL_H
+#define TESTS_LAB_CTL_MANUAL_H
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+/// What a reader of the lab's manual sees.
+inline std::string manual()
+{
+    std::ostringstream text;
+    text << std::ifstream(ORVANE_LAB_MANUAL).rdbuf();
+    return text.str();
+}
+
+#endif

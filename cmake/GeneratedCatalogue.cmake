@@ -28,5 +28,5 @@ add_custom_command(OUTPUT ${generated_sources}
 # Not our code, so not with our warnings.
 add_library(generated_catalogue STATIC EXCLUDE_FROM_ALL ${generated_sources})
 target_include_directories(generated_catalogue SYSTEM PUBLIC "${generated_dir}")
-target_compile_options(generated_catalogue PRIVATE -w)
+target_compile_options(generated_catalogue PRIVATE -w ${ORVANE_LTO_COMPILE})
 target_link_libraries(generated_catalogue PUBLIC fastrtps fastcdr)

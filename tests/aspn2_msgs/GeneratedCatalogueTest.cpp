@@ -292,7 +292,7 @@ TEST(GeneratedCatalogueTest, BytesAreTheSameInBothOrders)
             const std::size_t room = mine.getCdrSerializedSize() + 9;
             for (const auto order : kOrders) {
                 ASSERT_EQ(writeInto(room, mine, order), writeInto(room, its, order)) << one.name;
-                const auto bytes = bytesOf(wireOf(its, order));
+                const auto bytes = fromHex(wireOf(its, order));
                 ASSERT_EQ(readFrom(bytes, mine, order, true), readFrom(bytes, its, order, true)) << one.name;
             }
         }
@@ -318,7 +318,7 @@ TEST(GeneratedCatalogueTest, ShortBytesLeaveTheReaderInTheSameState)
         Numbers numbers;
         one.pair->fill(numbers);
         for (const auto order : kOrders) {
-            auto bytes = bytesOf(wireOf(mine, order));
+            auto bytes = fromHex(wireOf(mine, order));
             while (!bytes.empty()) {
                 bytes.pop_back();
                 ASSERT_EQ(readFrom(bytes, mine, order, one.fixed), readFrom(bytes, its, order, one.fixed)) << one.name;
@@ -335,7 +335,7 @@ TEST(GeneratedCatalogueTest, SpoiltBytesAreAnsweredAlike)
             Random random{seed};
             if (seed % 10 == 0) one.pair->fill(random);
             for (const auto order : kOrders) {
-                auto bytes = bytesOf(wireOf(mine, order));
+                auto bytes = fromHex(wireOf(mine, order));
                 for (int spoils = 0; spoils < 3; ++spoils)
                     bytes[random.below(bytes.size())] = static_cast<char>(random.below(256));
                 // Of a sequence that fails, either side keeps what it had made by then.
@@ -367,7 +367,7 @@ TEST(GeneratedCatalogueTest, RandomPayloadsAreTheSame)
             const auto room = static_cast<std::uint32_t>(mine.getCdrSerializedSize()) + 7;
             const Outcome written = serializeInto(room, *one.ours, mine);
             ASSERT_EQ(written, serializeInto(room, *one.theirs, its)) << one.name;
-            const auto bytes = bytesOf(written.result);
+            const auto bytes = fromHex(written.result);
             ASSERT_EQ(deserializeFrom(bytes, *one.ours, mine), deserializeFrom(bytes, *one.theirs, its)) << one.name;
         }
     }
@@ -381,7 +381,7 @@ TEST(GeneratedCatalogueTest, SpoiltOrShortPayloadsAreAnsweredAlike)
             Random random{seed};
             if (seed % 10 == 0) one.pair->fill(random);
             const auto room = static_cast<std::uint32_t>(mine.getCdrSerializedSize()) + 4;
-            auto bytes = bytesOf(serializeInto(room, *one.ours, mine).result);
+            auto bytes = fromHex(serializeInto(room, *one.ours, mine).result);
             for (std::size_t spoils = random.below(3); spoils > 0; --spoils)
                 bytes[random.below(bytes.size())] = static_cast<char>(random.below(256));
             if (random.below(2) == 0) bytes.resize(random.below(bytes.size()) + 1);

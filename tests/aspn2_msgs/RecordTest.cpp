@@ -45,7 +45,7 @@ TEST(RecordTest, EveryRecordHasItsByteImage)
 TEST(RecordTest, EveryByteImageIsReadBack)
 {
     for (const auto& one : allRecords()) {
-        readInto(*one.fresh, bytesOf(imageOf(one.name)));
+        readInto(*one.fresh, fromHex(imageOf(one.name)));
         EXPECT_EQ(wireOf(*one.fresh), imageOf(one.name)) << one.name;
     }
 }
@@ -56,7 +56,7 @@ TEST(RecordTest, TheOtherByteOrderSurvivesARoundTrip)
         const std::string swapped = wireOf(*one.numbered, Cdr::BIG_ENDIANNESS);
         EXPECT_EQ(swapped.size(), imageOf(one.name).size());
         EXPECT_NE(swapped, imageOf(one.name));
-        readInto(*one.fresh, bytesOf(swapped), Cdr::BIG_ENDIANNESS);
+        readInto(*one.fresh, fromHex(swapped), Cdr::BIG_ENDIANNESS);
         EXPECT_EQ(wireOf(*one.fresh), imageOf(one.name)) << one.name;
     }
 }
@@ -228,7 +228,7 @@ TEST(RecordTest, CopyIsDeep)
 {
     for (const auto& one : allRecords()) {
         const auto copy = one.numbered->copy();
-        readInto(*one.numbered, bytesOf(wireOf(*one.fresh)));
+        readInto(*one.numbered, fromHex(wireOf(*one.fresh)));
         EXPECT_EQ(wireOf(*copy), imageOf(one.name)) << one.name;
     }
 }
@@ -270,7 +270,7 @@ TEST(RecordTest, TextIsCutAtAnEmbeddedZero)
     event.eventlog(std::string("ab\0cd", 5));
     EXPECT_EQ(wireOf(event).substr(96), "03000000616200");
     EventLog read;
-    readInto(read, bytesOf(wireOf(event)));
+    readInto(read, fromHex(wireOf(event)));
     EXPECT_EQ(read.eventlog(), "ab");
 }
 
@@ -357,7 +357,7 @@ TEST(RecordTest, AShortBufferKeepsTheFieldsThatFit)
 
 TEST(RecordTest, AFailedReadKeepsTheFieldsThatCame)
 {
-    auto bytes = bytesOf(imageOf("UTCTime"));
+    auto bytes = fromHex(imageOf("UTCTime"));
     bytes.resize(63);
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer);
@@ -370,7 +370,7 @@ TEST(RecordTest, AFailedReadKeepsTheFieldsThatCame)
 
 TEST(RecordTest, ABooleanOfTwoIsRefusedWhereItStands)
 {
-    auto bytes = bytesOf(wireOf(numbered<BitEntryStatus>()));
+    auto bytes = fromHex(wireOf(numbered<BitEntryStatus>()));
     bytes[44] = 2;
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer);
@@ -386,7 +386,7 @@ TEST(RecordTest, AFailedSequenceLeavesTheReaderBeforeItsCount)
     for (const bool swapped : {false, true}) {
         const auto order = swapped ? Cdr::BIG_ENDIANNESS : Cdr::LITTLE_ENDIANNESS;
         for (const int missing : {1, 8, 9, 15}) {
-            auto bytes = bytesOf(wireOf(numbered<BitReport>(), order));
+            auto bytes = fromHex(wireOf(numbered<BitReport>(), order));
             bytes.erase(bytes.end() - missing, bytes.end());
             FastBuffer buffer(bytes.data(), bytes.size());
             Cdr cdr(buffer, order);
@@ -399,7 +399,7 @@ TEST(RecordTest, AFailedSequenceLeavesTheReaderBeforeItsCount)
 
 TEST(RecordTest, ABadElementLeavesTheReaderBeforeTheCount)
 {
-    auto bytes = bytesOf(wireOf(numbered<BitReport>()));
+    auto bytes = fromHex(wireOf(numbered<BitReport>()));
     bytes[73] = 2;
     FastBuffer buffer(bytes.data(), bytes.size());
     Cdr cdr(buffer);
@@ -426,7 +426,7 @@ TEST(RecordTest, AShorterSequenceReplacesALongerOne)
     read.meas_types().resize(170);
     const auto replaceBy = [&](std::size_t count) {
         status.meas_types().resize(count);
-        auto bytes = bytesOf(wireOf(status));
+        auto bytes = fromHex(wireOf(status));
         FastBuffer buffer(bytes.data(), bytes.size());
         Cdr cdr(buffer);
         read.deserialize(cdr);

@@ -24,7 +24,7 @@ inline std::string hexOf(const char* bytes, std::size_t size)
 }
 
 /// Bytes from hexadecimal digits, in lower case.
-inline std::vector<char> bytesOf(std::string_view hex)
+inline std::vector<char> fromHex(std::string_view hex)
 {
     const auto valueOf = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
     std::vector<char> bytes;

@@ -2,6 +2,7 @@
 #include "face/HX_Config.h"
 #include "face/HX_TSS.h"
 #include "face/HX_TypedTS.h"
+#include "tests/support/CodeOf.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -126,14 +127,6 @@ void throwError()
 struct TransportFaultsTest : testing::Test {
     TransportFaultsTest() { theLibrary = Library(); }
     ~TransportFaultsTest() override { theLibrary = Library(); }
-
-    template <class Operation>
-    static RETURN_CODE_TYPE::Value codeOf(Operation operation)
-    {
-        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
-        operation(code);
-        return code;
-    }
 
     const TransportConfig file = TransportConfig().connect("Times", "UTCTime");
 };

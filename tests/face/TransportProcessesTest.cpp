@@ -63,7 +63,7 @@ T recordOf(const std::string& hex)
 }
 
 template <class T>
-std::string bytesOf(const T& record)
+std::string storedHex(const T& record)
 {
     std::vector<char> bytes(10000);
     bytes.resize(record.store(bytes.data(), bytes.size()));
@@ -178,7 +178,7 @@ public:
             return eventually([&] { return m_inbox.size() > 0; }, std::chrono::milliseconds(200));
         })) << m_type;
         for (const auto& item : m_inbox.items()) {
-            EXPECT_EQ(bytesOf(item.message), image) << m_type;
+            EXPECT_EQ(storedHex(item.message), image) << m_type;
             EXPECT_EQ(item.connection, m_from);
             EXPECT_THAT(item.qos.at(2), Pair("ReliabilityQosPolicy", network.bestEffort ? "BEST_EFFORT_RELIABILITY_QOS"
                                                                                         : "RELIABLE_RELIABILITY_QOS"));

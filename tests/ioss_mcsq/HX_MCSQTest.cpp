@@ -2,6 +2,7 @@
 
 #include "face/HX_Config.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/CodeOf.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/ProcessState.h"
@@ -47,17 +48,6 @@ static_assert(std::is_base_of_v<FACE::Configuration_Injectable::Injectable, HX_M
 static_assert(!std::is_copy_constructible_v<Connection> && !std::is_move_constructible_v<Connection>);
 
 namespace {
-
-constexpr auto kUntouched = static_cast<RETURN_CODE_TYPE::Value>(77);
-
-/// What an operation answers; 77 if it leaves the code as it was.
-template <class Operation>
-RETURN_CODE_TYPE::Value codeOf(Operation operation)
-{
-    RETURN_CODE_TYPE::Value code = kUntouched;
-    operation(code);
-    return code;
-}
 
 READ_PAYLOAD_TYPE payloadOf(std::vector<std::uint8_t>& bytes)
 {

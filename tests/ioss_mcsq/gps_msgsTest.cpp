@@ -39,7 +39,7 @@ Words frameOf(std::uint16_t wdcnt, std::uint16_t msgId = 15051)
     return frame;
 }
 
-std::vector<std::uint8_t> bytesOf(const Words& words)
+std::vector<std::uint8_t> littleEndian(const Words& words)
 {
     std::vector<std::uint8_t> bytes;
     for (const std::uint16_t word : words) {
@@ -151,7 +151,8 @@ TEST(MakeHeaderTest, EightBytesAndTheirChecksum)
 {
     Words header(5);
     EXPECT_EQ(MakeHeader(header.data(), 8504, 200), 0xDC01);
-    EXPECT_EQ(bytesOf(header), (std::vector<std::uint8_t>{0xFF, 0x81, 0x38, 0x21, 0xC8, 0x00, 0x00, 0x80, 0x01, 0xDC}));
+    EXPECT_EQ(littleEndian(header),
+              (std::vector<std::uint8_t>{0xFF, 0x81, 0x38, 0x21, 0xC8, 0x00, 0x00, 0x80, 0x01, 0xDC}));
 }
 
 TEST(MakeHeaderTest, FlagWordIsTakenAsGiven)
@@ -263,10 +264,10 @@ TEST(ChecksumsAreOkTest, BytesAreJudgedAsTheFrameTheyHold)
     const auto judgedBytes = [](const std::vector<std::uint8_t>& bytes) {
         return judged([&] { return ChecksumsAreOkInGPSmessage(bytes); });
     };
-    EXPECT_EQ(judgedBytes(bytesOf(frameOf(0))), accepted());
-    EXPECT_EQ(judgedBytes(bytesOf(frameOf(106))), accepted());
-    EXPECT_EQ(judgedBytes(bytesOf(frameOf(107))), refused("Bad wdcnt (107) verifying checksums Msg(15051) \n"));
-    std::vector<std::uint8_t> bytes = bytesOf(frameOf(100));
+    EXPECT_EQ(judgedBytes(littleEndian(frameOf(0))), accepted());
+    EXPECT_EQ(judgedBytes(littleEndian(frameOf(106))), accepted());
+    EXPECT_EQ(judgedBytes(littleEndian(frameOf(107))), refused("Bad wdcnt (107) verifying checksums Msg(15051) \n"));
+    std::vector<std::uint8_t> bytes = littleEndian(frameOf(100));
     bytes.push_back(0xFF);
     EXPECT_EQ(judgedBytes(bytes), accepted()) << "what stands behind is not looked at";
     bytes.resize(211);
@@ -314,12 +315,12 @@ TEST(PrintMessageInHexTest, LongestFrameIsPrintedWhole)
 TEST(PrintMessageInHexTest, BytesThatHoldTheFrameGiveTheSameDump)
 {
     for (const auto wdcnt : std::to_array<std::uint16_t>({0, 1, 5, 10, 21, 200}))
-        EXPECT_EQ(dumpedBytes(bytesOf(frameOf(wdcnt))), dumped(frameOf(wdcnt)));
+        EXPECT_EQ(dumpedBytes(littleEndian(frameOf(wdcnt))), dumped(frameOf(wdcnt)));
 }
 
 TEST(PrintMessageInHexTest, FewerThanTenBytesPrintNothing)
 {
-    std::vector<std::uint8_t> bytes = bytesOf(frameOf(3));
+    std::vector<std::uint8_t> bytes = littleEndian(frameOf(3));
     for (std::size_t size = 0; size < 10; ++size)
         EXPECT_EQ(dumpedBytes({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)}), "");
 }
@@ -327,7 +328,7 @@ TEST(PrintMessageInHexTest, FewerThanTenBytesPrintNothing)
 TEST(PrintMessageInHexTest, CutDataEndTheirRowAndHaveNoChecksum)
 {
     const std::string header = "Header:  81FF 3ACB 0003 8000 C333; msgId:15051 Wdcnt:    3\n";
-    std::vector<std::uint8_t> bytes = bytesOf(frameOf(3));
+    std::vector<std::uint8_t> bytes = littleEndian(frameOf(3));
     bytes.resize(17);
     EXPECT_EQ(dumpedBytes(bytes), header + "Data:  0  0001 0002 0003 \n") << "half of the data checksum";
     bytes.resize(15);

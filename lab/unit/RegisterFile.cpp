@@ -40,7 +40,7 @@ RegisterFile::RegisterFile(const std::string& memory, const DeviceMap& devices)
     if (fstat(m_memory.fileDescriptor(), &status) != 0 || !S_ISREG(status.st_mode))
         throw std::runtime_error(m_path + ": is no regular file");
     if (flock(m_memory.fileDescriptor(), LOCK_EX | LOCK_NB) != 0)
-        throw std::runtime_error(m_path + ": another simulator plays this unit");
+        throw std::runtime_error(m_path + ": another unit-sim plays this unit");
     m_fileSize = static_cast<std::uint64_t>(status.st_size);
     m_processor = mapped(devices.block("Processor_Interface"));
     m_timeStamp = mapped(devices.block("TimeStamp_Interface"));

@@ -27,7 +27,7 @@ struct FpgaIdentity {
 };
 
 /// The FPGA's registers in a file that stands in for physical memory. Only a regular file is taken, so that no real
-/// memory is ever written, and only one simulator at a time has it. Throws `std::runtime_error` that names the file
+/// memory is ever written, and only one `unit-sim` at a time has it. Throws `std::runtime_error` that names the file
 /// and the block. One thread at a time, but for the system count, which any number of threads may read.
 class RegisterFile {
 public:

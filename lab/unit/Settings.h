@@ -65,7 +65,7 @@ struct OutputSettings {
     std::vector<Window> mutes = {};  // not sent in these
 };
 
-/// Everything that can be set of the simulator. Seconds are counted from its start.
+/// Everything that can be set of `unit-sim`. Seconds are counted from its start.
 struct Settings {
     std::string connections = "/opt/halvex/config/Connections.xml";
     std::string devices = "/opt/halvex/config/IODevices.xml";

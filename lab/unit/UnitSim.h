@@ -24,7 +24,7 @@
 
 namespace unitsim {
 
-/// What a simulator has done.
+/// What `unit-sim` has done.
 struct Totals {
     std::array<std::uint64_t, kOutputs> sent = {};
     std::uint64_t warnings = 0;  // frames of message 5044

@@ -14,7 +14,7 @@ namespace {
 
 using namespace unitsim;
 
-/// Waits on a thread of its own for the signals that end a simulator, and stops it.
+/// Waits on a thread of its own for the signals that end `unit-sim`, and stops it.
 class EndingSignals {
 public:
     /// Keeps the signals from this thread and those that it starts.

@@ -1,9 +1,9 @@
 #include "face/HX_Config.h"
 #include "face/HX_Config_Helpers.h"
 #include "face/HX_Topic_Helpers.h"
+#include "tests/support/Topics.h"
 
 #include <fastdds/dds/topic/TopicDataType.hpp>
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -89,20 +89,8 @@ TEST(SampleConfigTest, ParticipantHasItsSevenKeys)
 
 TEST(SampleConfigTest, EachTopicHasTheTypeThatItsTypeSupportReports)
 {
-    const std::map<std::string, std::string> types = {
-        {"BitReport", "BitReport"},
-        {"Command", "CommandResponse"},
-        {"Response", "CommandResponse"},
-        {"PositionVelocityAttitude", "PositionVelocityAttitude"},
-        {"UTCTime", "UTCTime"},
-        {"HalvexPNT", "HalvexPNT"},
-        {"MeasurementIncorporationStatus", "MeasurementIncorporationStatus"},
-        {"AssuranceState", "AssuranceState"},
-        {"EventLog", "EventLog"},
-        {"MaintenanceEvent", "MaintenanceEvent"},
-    };
     SampleFile file("Connections.xml");
-    for (const auto& [topic, type] : types) {
+    for (const auto& [topic, type] : kTopics) {
         file.open(topic);
         EXPECT_EQ(file.text("TopicType"), "aspn2_msgs::idl::" + type);
         const std::unique_ptr<eprosima::fastdds::dds::TopicDataType> support(

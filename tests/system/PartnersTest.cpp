@@ -121,7 +121,7 @@ TEST_F(PartnersSystemTest, LossAndReturnOfGpsAreWarnedOf)
 
 TEST_F(PartnersSystemTest, ComponentThatHasBeenSilentIsAskedAgain)
 {
-    // The first question is kept for a simulator that is found late.
+    // The first question is kept for a `unit-sim` that is found late.
     desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");
     const std::string scenario = directory.write("scenario", "at 5 speaking GPS\n");
     begin({"--topics", "none", "--post-after", "0", "--silent", "GPS", "--scenario", scenario});

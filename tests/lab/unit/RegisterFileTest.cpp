@@ -142,7 +142,7 @@ TEST_F(RegisterFileTest, RealMemoryIsRefused)
     EXPECT_THROW(RegisterFile(m_memory + "0", DeviceMap(kDevices)), std::runtime_error);
 }
 
-TEST_F(RegisterFileTest, SecondSimulatorIsRefused)
+TEST_F(RegisterFileTest, SecondUnitSimIsRefused)
 {
     RegisterFile registers(m_memory, DeviceMap(kDevices));
     EXPECT_THROW(RegisterFile(m_memory, DeviceMap(kDevices)), std::runtime_error);

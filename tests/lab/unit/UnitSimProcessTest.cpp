@@ -1,5 +1,6 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Topics.h"
 #include "tests/support/Transport.h"
 
 #include <gtest/gtest.h>
@@ -43,10 +44,8 @@ protected:
     static std::string connectionsText()
     {
         TransportConfig config;
-        for (const char* topic : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus",
-                                  "AssuranceState", "BitReport"})
-            config.connect(topic, topic);
-        return config.connect("Command", "CommandResponse").connect("Response", "CommandResponse").text();
+        for (const auto& [topic, type] : kTopics) config.connect(topic, type);
+        return config.text();
     }
 
     TemporaryDirectory m_directory;

@@ -6,6 +6,7 @@
 #include "ioss_mcsq/ThreatData.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Topics.h"
 #include "tests/support/Transport.h"
 
 #include <gtest/gtest.h>
@@ -39,10 +40,7 @@ protected:
         TransportConfig config;
         // An answer may come long before the listener is matched.
         config.set("BackFillHistory", "true").set("HistoryDepth", "100");
-        for (const char* topic : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus",
-                                  "AssuranceState", "BitReport"})
-            config.connect(topic, topic);
-        config.connect("Command", "CommandResponse").connect("Response", "CommandResponse");
+        for (const auto& [topic, type] : kTopics) config.connect(topic, type);
         m_settings.connections = m_directory.write("Connections.xml", config.text());
         m_settings.devices = ORVANE_LAB_DIR "/config/IODevices.xml";
         m_settings.memory = m_directory.write("mem", "");
@@ -181,7 +179,7 @@ TEST_F(UnitSimTest, EpochsAreAPeriodApart)
     start();
     ASSERT_TRUE(m_pva.waitFor(5));
     end();
-    // A late simulator leaves epochs out, so there may be more than one period between two records.
+    // A late `unit-sim` leaves epochs out, so there may be more than one period between two records.
     double shortest = 1;
     const auto headers = headersOf(m_pva);
     for (auto next = std::next(headers.begin()), last = headers.begin(); next != headers.end(); last = next++) {

@@ -18,11 +18,14 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
-# An extra where it is installed: what was compiled once is not compiled again.
+# An extra where it is installed: what was compiled once is not compiled again. The laxness is what a cache asks for
+# beside a precompiled header.
 find_program(ORVANE_CCACHE ccache)
 if(ORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${ORVANE_CCACHE}")
-    set(CMAKE_C_COMPILER_LAUNCHER "${ORVANE_CCACHE}")
+    set(launcher "${CMAKE_COMMAND}" -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime "${ORVANE_CCACHE}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
 endif()
 
 # The place that a report names is the file within the project, wherever that was built. A compiler cache may name the

@@ -363,6 +363,7 @@ bool OrvaneBitResults::appendSensorRows(const aspn2_msgs::idl::BitReport& report
 std::string OrvaneBitResults::command() const
 {
     std::string text = Sys::CommandString::RequestSystemCBit;
+    if (m_serverCount == 0) return text;
     for (const SensorServer& server : m_sensorServers)
         text += "," + std::to_string(server.componentConfigurationIdNumber);
     return text;

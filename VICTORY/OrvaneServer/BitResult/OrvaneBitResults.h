@@ -1,6 +1,7 @@
 #ifndef VICTORY_ORVANESERVER_BITRESULT_ORVANEBITRESULTS_H
 #define VICTORY_ORVANESERVER_BITRESULT_ORVANEBITRESULTS_H
 
+#include "ASPN/AspnCmdResponse.h"
 #include "VICTORY/libvictory/victory.h"
 #include "aspn2_msgs/BitReport.h"
 #include "face/FACE_String.h"
@@ -150,9 +151,11 @@ private:
     std::vector<SensorServer> m_sensorServers GUARDED_BY(m_resultsMutex);
     Mutex m_resultsMutex;
     Results m_results GUARDED_BY(m_resultsMutex);
-    std::size_t m_serverCount GUARDED_BY(m_resultsMutex) = 0;  // of the sensors in the last file that was read whole
+    std::size_t m_serverCount GUARDED_BY(m_resultsMutex) = 0;  // of the sensors
     std::int32_t m_secondsRemaining GUARDED_BY(m_resultsMutex) = 0;
-    std::int32_t m_lastCycleTime = 0;  // s; worker thread only
+    bool m_isTimeUp GUARDED_BY(m_resultsMutex) = false;  // of the running test, which is about to fail
+    std::int32_t m_lastCycleTime = 0;                    // s; worker thread only
+    ASPN2::CmdResponse m_cmdResponse;                    // idle: the command's sender makes its record
 };
 
 /// A sensor over several lines, for the console.

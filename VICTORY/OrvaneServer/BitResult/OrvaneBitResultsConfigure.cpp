@@ -170,7 +170,7 @@ bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, b
     }
     const MutexLock lock(m_resultsMutex);
     m_sensorServers.swap(servers);
-    if (isRead) m_serverCount = m_sensorServers.size();
+    m_serverCount = m_sensorServers.size();
     return isRead;
 }
 

@@ -102,6 +102,23 @@ TEST_F(BitConfigureTest, UnknownTypeEndsTheReadingWithTheRowsSoFar)
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT,39"));
 }
 
+TEST_F(BitConfigureTest, ListThatEndsEarlyIsTheOneThatIsCommanded)
+{
+    const ConsoleCapture errors(std::cerr);
+    writeSensors({});
+    start();
+    writeSensors({SensorText("a"), SensorText("b", "0x39"), SensorText("c").set("SensorType", "GPS")});
+    EXPECT_FALSE(initialize());
+    execute();
+    cycle();
+    results.failCurrentBit();
+    writeSensors({SensorText("c").set("SensorType", "GPS")});
+    EXPECT_FALSE(initialize());
+    execute();
+    cycle();
+    EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT,39,57", "REQUEST_CBIT"));
+}
+
 TEST_F(BitConfigureTest, MissingTypeEndsTheReadingToo)
 {
     writeSensors({SensorText("a").remove("SensorType"), SensorText("b")});

@@ -233,6 +233,7 @@ void OrvaneBitResults::cycleCommandedBitStateMachine()
         if (*remaining > 0) return;
         if (m_debug) printLine(std::cout, "CBIT timeout expired.");
         report(EventTypes::EVENT_OPERATION_FAILED, "OrvaneBitResults: Timeout ");
+        failCurrentBit();
         return;
     }
     const std::optional<StartedTest> test = startNextTest(now);
@@ -246,8 +247,8 @@ void OrvaneBitResults::cycleCommandedBitStateMachine()
     failCurrentBit();
 }
 
-/// The seconds left to the running test, which fails when they are 0 or less; nothing if none runs. One lock for both: a
-/// report that comes at this moment either closes the test before, or finds it closed.
+/// The seconds left to the running test; nothing if none runs. At 0 and less no report ends it any more: either it has
+/// come before, and there is no time-out, or it comes too late.
 /// @param elapsedSeconds  negative
 std::optional<std::int64_t> OrvaneBitResults::countDown(std::int32_t elapsedSeconds)
 {
@@ -257,7 +258,7 @@ std::optional<std::int64_t> OrvaneBitResults::countDown(std::int32_t elapsedSeco
     if (!m_bitInProgress) return std::nullopt;
     const std::int64_t remaining = std::clamp(std::int64_t{m_secondsRemaining} + elapsedSeconds, kMin, kMax);
     m_secondsRemaining = static_cast<std::int32_t>(remaining);
-    if (remaining <= 0) failRunning();
+    m_isTimeUp = remaining <= 0;
     return remaining;
 }
 
@@ -279,7 +280,10 @@ std::optional<OrvaneBitResults::StartedTest> OrvaneBitResults::startNextTest(std
 void OrvaneBitResults::failCurrentBit()
 {
     const MutexLock lock(m_resultsMutex);
-    failRunning();
+    m_bitInProgress = false;  // even where no record runs: a new request may have taken its place
+    m_secondsRemaining = 0;
+    m_isTimeUp = false;
+    if (Result* const running = firstOfStatus(VAPNTC_BIT_STATUS_RUNNING)) close(*running, VAPNTC_BIT_STATUS_FAILED);
 }
 
 void OrvaneBitResults::UpdateBitReport(const aspn2_msgs::idl::BitReport& report)
@@ -294,7 +298,7 @@ void OrvaneBitResults::updateBitResults(const aspn2_msgs::idl::BitReport& report
     bool isWhole = true;
     {
         const MutexLock lock(m_resultsMutex);
-        if (!m_bitInProgress) return;
+        if (!m_bitInProgress || m_isTimeUp) return;
         Result* const running = firstOfStatus(VAPNTC_BIT_STATUS_RUNNING);
         if (!running) return;  // replaced by a new request: the time limit ends it
         id = running->m_vapntcBitResult.builtInTestId;
@@ -333,14 +337,6 @@ void OrvaneBitResults::close(Result& result, std::int32_t status)
     row.resultCode = status;
     copyText(row.name, m_name);
     row.namePresent = 1;
-}
-
-/// The way is freed even where no record runs: a new request may have taken its place.
-void OrvaneBitResults::failRunning()
-{
-    m_bitInProgress = false;
-    m_secondsRemaining = 0;
-    if (Result* const running = firstOfStatus(VAPNTC_BIT_STATUS_RUNNING)) close(*running, VAPNTC_BIT_STATUS_FAILED);
 }
 
 /// A row for each sensor of each component that is reported; false if there are more than a result takes.

@@ -135,8 +135,6 @@ private:
     Results::iterator findResult(const std::string& id) REQUIRES(m_resultsMutex);
     Result* firstOfStatus(std::int32_t status) REQUIRES(m_resultsMutex);
     void close(Result& result, std::int32_t status) REQUIRES(m_resultsMutex);
-    void failRunning() REQUIRES(m_resultsMutex);
-    /// @return false if there was no room for all
     bool appendSensorRows(const aspn2_msgs::idl::BitReport& report, VapntcBitResult& row) REQUIRES(m_resultsMutex);
     std::string command() const REQUIRES(m_resultsMutex);
 

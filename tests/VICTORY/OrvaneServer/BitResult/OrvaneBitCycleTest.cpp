@@ -2,7 +2,9 @@
 
 #include <cstring>
 #include <ctime>
+#include <functional>
 #include <stdexcept>
+#include <streambuf>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -29,6 +31,24 @@ struct BitCycleTest : BitResultsTest {
 
 private:
     std::shared_ptr<const VapntcBitResults> m_row;
+};
+
+/// Runs an action before each write to the console.
+class BeforeWrites : std::streambuf {
+public:
+    explicit BeforeWrites(std::function<void()> action) : m_action(std::move(action)), m_console(std::cout.rdbuf(this))
+    {}
+    ~BeforeWrites() override { std::cout.rdbuf(m_console); }
+
+private:
+    std::streamsize xsputn(const char* characters, std::streamsize count) override
+    {
+        m_action();
+        return m_console->sputn(characters, count);
+    }
+
+    const std::function<void()> m_action;
+    std::streambuf* const m_console;
 };
 
 const char* const kTimeoutEvent = "4:OrvaneBitResults: Timeout ";
@@ -185,6 +205,36 @@ TEST_F(BitCycleTest, FailedTestTellsCodeAndName)
     EXPECT_STREQ(row().name, "Halvex");
     EXPECT_EQ(row().namePresent, 1u);
     EXPECT_EQ(row().sensorCount, 0);
+}
+
+TEST_F(BitCycleTest, TimeoutIsAnEventAndALineBeforeTheTestFails)
+{
+    run(5);
+    std::vector<std::string> order;
+    {
+        const BeforeWrites hook([&] {
+            order = events();
+            order.push_back("status " + std::to_string(statusOf("0")));
+        });
+        cycle(5);
+    }
+    EXPECT_THAT(order, ElementsAre(kTimeoutEvent, "status 1"));
+    EXPECT_EQ(statusOf("0"), 2);
+}
+
+TEST_F(BitCycleTest, ReportThatComesWhileTheTimeoutIsToldIsTooLate)
+{
+    run(5);
+    {
+        const BeforeWrites hook([this] { results.UpdateBitReport(reportOf(true, {component(39)})); });
+        cycle(5);
+    }
+    EXPECT_EQ(row().status, 2);
+    EXPECT_EQ(row().sensorCount, 0);
+    execute();
+    cycle();
+    results.UpdateBitReport(reportOf(true));
+    EXPECT_EQ(statusOf("1"), 3);
 }
 
 TEST_F(BitCycleTest, WallClockStepsChangeTheTimeLeft)

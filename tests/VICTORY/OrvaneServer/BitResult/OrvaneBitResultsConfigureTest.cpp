@@ -79,6 +79,15 @@ TEST_F(BitConfigureTest, DisabledSensorIsReportedAndLeftOut)
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT,39,39"));
 }
 
+TEST_F(BitConfigureTest, EverySensorOfTheListIsEnabled)
+{
+    writeSensors({SensorText("a").set("Enabled", "false"), SensorText("b"), SensorText("c").set("Enabled", "0"),
+                  SensorText("d").set("Enabled", "1"), SensorText("e").remove("Enabled")});
+    EXPECT_TRUE(initialize());
+    EXPECT_THAT(ids(), ElementsAre("b", "d"));
+    for (const auto& sensor : sensors()) EXPECT_TRUE(sensor.enabled) << FACE::textOf(sensor.sensorId);
+}
+
 TEST_F(BitConfigureTest, LastSensorDisabledEndsTheReading)
 {
     writeSensors({SensorText("a"), SensorText("b").set("Enabled", "0")});

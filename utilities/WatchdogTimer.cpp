@@ -24,7 +24,9 @@ void WatchdogTimer::start(std::uint64_t timeoutMs, std::function<void()> callbac
 void WatchdogTimer::petWatchdog()
 {
     const MutexLock lock(m_mutex);
-    if (m_running) m_deadline = deadlineFromNow();  // the thread sees it when it wakes at the earlier one
+    if (!m_running) return;
+    m_deadline = deadlineFromNow();
+    m_condition.notify_all();
 }
 
 void WatchdogTimer::cancelWatchdog()

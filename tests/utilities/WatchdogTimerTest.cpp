@@ -298,6 +298,18 @@ TEST_F(WatchdogTimerTest, APetBeginsTwoHoursAnew)
     EXPECT_TRUE(expires());
 }
 
+TEST_F(WatchdogTimerTest, APetWakesTheThreadThatWaits)
+{
+    PretendedClock::s_now = std::chrono::steady_clock::now();  // a wait for later times is a true one
+    const int before = PretendedClock::s_looks;
+    WatchdogTimer timer(&PretendedClock::now);
+    timer.startWatchdog(7200s, count());
+    ASSERT_TRUE(eventually([=] { return PretendedClock::s_looks == before + 2; }));  // the start's and the thread's
+    timer.petWatchdog();
+    EXPECT_TRUE(eventually([=] { return PretendedClock::s_looks >= before + 4; }));  // the pet's and the thread's
+    EXPECT_EQ(m_expiries, 0);
+}
+
 TEST(WatchdogTimerLookTest, TheClockIsLookedAtAtTheDeadlineOrAfterADay)
 {
     const std::chrono::steady_clock::time_point now(1000h);

@@ -35,6 +35,12 @@ inline bool isAsleep(pid_t thread)
     return end != std::string::npos && text.compare(end, 3, ") S") == 0;
 }
 
+/// Whether a thread that was one of this process is so no longer.
+inline bool hasEnded(pid_t thread)
+{
+    return !std::filesystem::exists("/proc/self/task/" + std::to_string(thread));
+}
+
 /// Mappings of a file in this process.
 inline int mappingsOf(const std::string& path)
 {

@@ -2,6 +2,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/PretendedClock.h"
+#include "tests/support/ProcessState.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <limits>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -213,8 +215,14 @@ TEST_F(WatchdogTimerTest, ACancelWaitsForTheCallbackThatRuns)
 
 TEST_F(WatchdogTimerTest, AnEmptyCallbackIsNotCalled)
 {
-    m_timer.startWatchdog(0ms, nullptr);
-    m_timer.startWatchdog(1ms, count());
+    static std::atomic<pid_t> thread;  // that has looked at the clock last
+    WatchdogTimer timer([] {
+        thread = gettid();
+        return std::chrono::steady_clock::now();
+    });
+    timer.startWatchdog(0ms, nullptr);
+    ASSERT_TRUE(eventually([] { return thread != gettid() && hasEnded(thread); }));
+    timer.startWatchdog(1ms, count());
     EXPECT_TRUE(expires());
 }
 

@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::uint8_t kEventLogMessage = 1;
 
-/// Has the publisher of the process end at the process's exit. What is made later dies earlier, so call this once the
-/// transport exists.
+/// Has the publisher of the process end, and let go of the transport, at the process's exit. What is made later dies
+/// earlier, so call this once the transport exists.
 void stopAtExit()
 {
     [[maybe_unused]] static const int registered = std::atexit([] { HealthReporter::Instance().DoneHealthReporter(); });
@@ -130,12 +130,8 @@ void HealthReporter::publishChange(std::int32_t type, const std::string& text)
 bool HealthReporter::write(const aspn2_msgs::idl::EventLog& record) const noexcept
 {
     bool isWritten = false;
-    shielded(
-        [&] {
-            const std::shared_ptr<Transport> transport = m_transport.lock();
-            isWritten = transport && transport->write(m_handle, record) == RETURN_CODE_TYPE::NO_ERROR;
-        },
-        [](const char* details) { printLine(std::cerr, details ? details : "unknown exception"); });
+    shielded([&] { isWritten = m_transport && m_transport->write(m_handle, record) == RETURN_CODE_TYPE::NO_ERROR; },
+             [](const char* details) { printLine(std::cerr, details ? details : "unknown exception"); });
     return isWritten;
 }
 

@@ -83,9 +83,8 @@ public:
     HealthReporter(const HealthReporter&) = delete;
     HealthReporter& operator=(const HealthReporter&) = delete;
 
-    /// Gives the connection a sender, starts the publisher, and then initialises the record of faults: events sent
-    /// until then have no place in front. The transport is not kept alive; once it is gone, events can't be published.
-    /// Throws `std::runtime_error`: for a null transport; if this is initialised already, which goes on as it was; and
+    /// Gives the connection a sender, keeps the transport until `DoneHealthReporter`, starts the publisher, and then
+    /// initialises the record of faults: events sent until then have no place in front. Throws `std::runtime_error`: for a null transport; if this is initialised already, which goes on as it was; and
     /// if there can be no sender, after which `DoneHealthReporter` is due before another try.
     /// @param name    leading word of console lines
     /// @param handle  the connection's id
@@ -126,7 +125,7 @@ private:
     std::string m_name;
     std::uint32_t m_deviceId = 0;
     std::uint64_t m_sequenceNumber = 0;
-    std::weak_ptr<Transport> m_transport;
+    std::shared_ptr<Transport> m_transport;
     long long m_handle = -1;
 
     std::thread m_publisherThread;

@@ -9,8 +9,10 @@
 #include "utilities/StringUtils.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 using FACE::RETURN_CODE_TYPE;
 
@@ -80,40 +82,15 @@ void printFrom(int line, const char* function, const Parts&... parts)
     printLine(std::cout, "PCSMaintReporter.cpp(", line, ") ", function, parts...);
 }
 
+/// Has the reporter of the process let go of the transport at the process's exit. What is made later dies earlier, so
+/// call this once the transport exists.
+void releaseAtExit()
+{
+    [[maybe_unused]] static const int registered =
+        std::atexit([] { PCSMaintReporter::Instance().DoneMaintReporter(); });
+}
+
 }  // namespace
-
-/// Holds the transport for the time of one record, and lets `DoneMaintReporter` wait until it doesn't any more.
-class PCSMaintReporter::Publication {
-public:
-    explicit Publication(PCSMaintReporter& reporter) : m_reporter(reporter)
-    {
-        const MutexLock lock(m_reporter.m_mutex);
-        m_outlet = m_reporter.m_outlet;
-        m_transport = m_outlet.transport.lock();
-        ++m_reporter.m_publications;
-    }
-    ~Publication()
-    {
-        m_transport.reset();
-        const MutexLock lock(m_reporter.m_mutex);
-        if (--m_reporter.m_publications == 0) m_reporter.m_published.notify_all();
-    }
-    Publication(const Publication&) = delete;
-    Publication& operator=(const Publication&) = delete;
-
-    const std::string& name() const { return m_outlet.name; }
-    std::uint32_t deviceId() const { return m_outlet.deviceId; }
-
-    bool write(const MaintenanceEvent& record) const
-    {
-        return m_transport && m_transport->write(m_outlet.handle, record) == RETURN_CODE_TYPE::NO_ERROR;
-    }
-
-private:
-    PCSMaintReporter& m_reporter;
-    Outlet m_outlet;
-    std::shared_ptr<Transport> m_transport;
-};
 
 PCSMaintReporter& PCSMaintReporter::Instance()
 {
@@ -142,16 +119,17 @@ void PCSMaintReporter::InitMaintReporter(const std::string& name, const ASPN2::D
         m_outlet = {name, deviceIdFactory.makeDeviceId(kMaintenanceEventMessage, 0), transport, handle};
         m_sequenceNumber = 0;
     }
+    releaseAtExit();
     initFaultHysteresisOrExit(m_hysteresis, m_faultSpanSeconds);
 }
 
 void PCSMaintReporter::DoneMaintReporter()
 {
     m_initialized = false;
+    std::shared_ptr<Transport> transport;  // whose end may wait for a callback that sends: not under the lock
     const MutexLock lock(m_mutex);
-    m_outlet.transport.reset();
+    transport.swap(m_outlet.transport);
     m_outlet.handle = -1;
-    while (m_publications > 0) m_published.wait(m_mutex);
 }
 
 void PCSMaintReporter::SetTimeOffset(std::chrono::nanoseconds now)
@@ -250,14 +228,25 @@ void PCSMaintReporter::publishMaintenanceEvent(MaintenanceEvent& record)
         return;
     }
     const std::chrono::nanoseconds time = GetTime();
-    const Publication publication(*this);
-    record.header().device_id(static_cast<std::int32_t>(publication.deviceId()));
+    const Outlet outlet = this->outlet();
+    record.header().device_id(static_cast<std::int32_t>(outlet.deviceId));
     ASPN2::setToVandToA_fromNSec(time, record.header());
     record.header().seq_num(static_cast<std::int64_t>(m_sequenceNumber++));
 
     bool isWritten = false;
-    shielded([&] { isWritten = publication.write(record); }, [](const char*) {});
-    if (!isWritten) printLine(std::cout, "!!!!!! ", publication.name(), " MaintReporter could not publish event");
+    shielded(
+        [&] {
+            isWritten =
+                outlet.transport && outlet.transport->write(outlet.handle, record) == RETURN_CODE_TYPE::NO_ERROR;
+        },
+        [](const char*) {});
+    if (!isWritten) printLine(std::cout, "!!!!!! ", outlet.name, " MaintReporter could not publish event");
+}
+
+PCSMaintReporter::Outlet PCSMaintReporter::outlet()
+{
+    const MutexLock lock(m_mutex);
+    return m_outlet;
 }
 
 std::uint8_t PCSMaintReporter::getDefaultLruSubForServerID(std::uint32_t serverId, eLru& lru1, eCmpo& comp1, eLru& lru2,

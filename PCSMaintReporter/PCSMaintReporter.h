@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -65,7 +64,7 @@ enum eCmpo : std::int32_t {};
 ///
 /// Any thread may send and set the time, at any time. What can't be published is lost, with one line on the standard
 /// output; no caller learns of it. `InitMaintReporter` and `DoneMaintReporter` are for one thread at a time. No lock is
-/// held while a record is written.
+/// held while a record is written, nor while the transport ends.
 class PCSMaintReporter {
 public:
     using eCrit = ASPN2::Maintenance::Criticality::eCrit;
@@ -78,7 +77,8 @@ public:
     using MaintenanceEvent = aspn2_msgs::idl::MaintenanceEvent;
     using Transport = FACE::TSS::Details::HX_TypedTS<MaintenanceEvent>;
 
-    /// One for the process, never destroyed: threads may send until the very end.
+    /// One for the process, never destroyed: threads may send until the very end. A function at the exit of the process
+    /// lets go of the transport.
     static PCSMaintReporter& Instance();
 
     /// @param now               the clock that records are stamped by
@@ -88,17 +88,18 @@ public:
     PCSMaintReporter(const PCSMaintReporter&) = delete;
     PCSMaintReporter& operator=(const PCSMaintReporter&) = delete;
 
-    /// Gives the connection a sender, and initialises the record of faults, which forgets what it had. The transport is
-    /// not kept alive; once it is gone, nothing can be published. Throws `std::runtime_error`: for a null transport; if
-    /// this is initialised already, which goes on as it was; and if there can be no sender, after which
-    /// `DoneMaintReporter` is due before another try.
+    /// Gives the connection a sender, keeps the transport until `DoneMaintReporter`, and initialises the record of
+    /// faults, which forgets what it had. Throws `std::runtime_error`: for a null transport; if this is initialised
+    /// already, which goes on as it was; and if there can be no sender, after which `DoneMaintReporter` is due before
+    /// another try.
     /// @param name    leading word of console lines
     /// @param handle  the connection's id
     void InitMaintReporter(const std::string& name, const ASPN2::DeviceIdFactory& deviceIdFactory,
                            const std::shared_ptr<Transport>& transport, long long handle) EXCLUDES(m_mutex);
 
-    /// Waits for records that are being written, and lets go of the transport. Harmless if there is nothing to end. Not
-    /// from within a callback of the transport.
+    /// Lets go of the transport. A record that is being written keeps it until it is out, so whoever is to see the
+    /// transport end must have ended the senders before. Harmless if there is nothing to end. Not from within a callback
+    /// of the transport.
     void DoneMaintReporter() EXCLUDES(m_mutex);
 
     /// Has the time of records run on from this one. Before, it is the steady clock's own. Sums and products wrap.
@@ -131,8 +132,6 @@ public:
                                                     eCmpo& comp2, eLru& lru3, eCmpo& comp3, eLru& lru4, eCmpo& comp4);
 
 private:
-    class Publication;
-
     /// What a record says besides its two texts.
     struct Particulars {
         struct FaultSource {
@@ -163,9 +162,11 @@ private:
     struct Outlet {
         std::string name;
         std::uint32_t deviceId = 0;
-        std::weak_ptr<Transport> transport;
+        std::shared_ptr<Transport> transport;
         long long handle = -1;
     };
+
+    Outlet outlet() EXCLUDES(m_mutex);
 
     FaultHysteresis& m_hysteresis;
     Clock::time_point (*const m_now)();
@@ -175,8 +176,6 @@ private:
     std::atomic<std::int64_t> m_timeOffset = 0;  // ns
     Mutex m_mutex;
     Outlet m_outlet GUARDED_BY(m_mutex);
-    int m_publications GUARDED_BY(m_mutex) = 0;  // that hold the transport
-    std::condition_variable_any m_published;     // the last of them has ended
 };
 
 #endif

@@ -107,6 +107,7 @@ TEST_F(PCSMaintReporterTest, ANullTransportIsRefusedAndNothingIsInitialised)
 
 TEST_F(PCSMaintReporterTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
+    const ConsoleCapture output(std::cout);
     init();
     hysteresis.OkInitFaultHysteresis(0, 0, 0);
     OneConnection<MaintenanceEvent> other("MaintenanceEvent", "Other");
@@ -291,13 +292,16 @@ TEST_F(PCSMaintReporterTest, WhatAWriteThrowsIsAFailureOfThatRecordAlone)
     EXPECT_EQ(connection.inbox.size(), 1u);
 }
 
-TEST_F(PCSMaintReporterTest, TheTransportIsNotKeptAlive)
+TEST_F(PCSMaintReporterTest, TheTransportIsKeptUntilDone)
 {
-    const ConsoleCapture output(std::cout);
     init();
-    EXPECT_TRUE(connection.end());
-    send(reporter, "lost");
-    EXPECT_EQ(output.text(), "!!!!!! unit MaintReporter could not publish event\n");
+    const std::weak_ptr<PCSMaintReporter::Transport> transport = connection.front();
+    EXPECT_FALSE(connection.end());  // the reporter holds it
+    send(reporter, "published");
+    EXPECT_THAT(descriptions(), ElementsAre("published"));
+    EXPECT_FALSE(transport.expired());
+    reporter.DoneMaintReporter();
+    EXPECT_TRUE(transport.expired());
 }
 
 TEST_F(PCSMaintReporterTest, InitAfterDonePublishesAgainFromZero)
@@ -461,21 +465,26 @@ TEST_F(PCSMaintReporterTest, ARecordMayBeSentFromWithinAWrite)
     EXPECT_THAT(descriptions(), UnorderedElementsAre("first", "second"));
 }
 
-TEST_F(PCSMaintReporterTest, DoneWaitsForARecordThatIsBeingWritten)
+TEST_F(PCSMaintReporterTest, ARecordThatIsBeingWrittenKeepsTheTransportUntilItIsOut)
 {
+    const ConsoleCapture output(std::cout);
     std::promise<void> entered, released;
     connection.onArrival = [&](const MaintenanceEvent&) {
         entered.set_value();
         released.get_future().wait();
     };
     init();
+    const std::weak_ptr<PCSMaintReporter::Transport> transport = connection.front();
     std::thread sender([&] { send(reporter, "x"); });
     entered.get_future().wait();
-    std::future<void> done = std::async(std::launch::async, [&] { reporter.DoneMaintReporter(); });
-    EXPECT_EQ(done.wait_for(50ms), std::future_status::timeout);
+    EXPECT_FALSE(connection.end());
+    reporter.DoneMaintReporter();
+    EXPECT_FALSE(transport.expired());
     released.set_value();
-    EXPECT_EQ(done.wait_for(60s), std::future_status::ready);
     sender.join();
+    EXPECT_TRUE(transport.expired());
+    EXPECT_THAT(descriptions(), ElementsAre("x"));
+    EXPECT_EQ(output.text(), "");
 }
 
 TEST_F(PCSMaintReporterTest, SendersMayRaceWithEveryStartAndEnd)

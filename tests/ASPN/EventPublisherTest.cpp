@@ -9,6 +9,7 @@
 #include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
+#include "tests/support/ProcessState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,7 +77,10 @@ TEST_F(EventPublisherTest, ANullTransportIsRefusedAndNothingIsInitialised)
 
 TEST_F(EventPublisherTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
+    const ConsoleCapture output(std::cout);
     init();
+    reporter.SendEvent("c.cpp", 1, 1, "first");
+    ASSERT_TRUE(connection.inbox.waitFor(1));
     hysteresis.OkInitFaultHysteresis(0, 0, 0);
     OneConnection<EventLog> other("EventLog", "Other");
     EXPECT_EQ(errorOf([&] {
@@ -84,10 +88,14 @@ TEST_F(EventPublisherTest, ASecondInitThrowsAndLeavesTheFirstIntact)
               }),
               "InitHealthReporter(second) called on an already initialized HealthReporter.");
     reporter.SendEvent("c.cpp", 1, 3, "still here");
-    ASSERT_TRUE(connection.inbox.waitFor(1));
-    EXPECT_THAT(arrived(), ElementsAre("0 3 still here"));
-    EXPECT_EQ(connection.inbox.items()[0].message.header().device_id(), 0x03340100);
+    ASSERT_TRUE(connection.inbox.waitFor(2));
+    EXPECT_THAT(arrived(), ElementsAre("0 1 first", "1 3 still here"));
+    EXPECT_EQ(connection.inbox.items()[1].message.header().device_id(), 0x03340100);
     EXPECT_EQ(other.inbox.size(), 0u);
+    connection.unregisterSender();
+    reporter.SendEvent("c.cpp", 1, 1, "lost");
+    reporter.DoneHealthReporter();
+    EXPECT_EQ(output.text(), "!!!!!! unit HealthReporter could not publish event type/info = 1/lost\n");
 }
 
 TEST_F(EventPublisherTest, WithoutASenderInitThrowsAndTheReporterCountsAsInitialised)
@@ -363,8 +371,6 @@ TEST_F(EventPublisherTest, InitAfterDonePublishesAgainFromZero)
     EXPECT_EQ(other.inbox.items()[0].message.eventlog(), "second");
     EXPECT_EQ(other.inbox.items()[0].message.header().seq_num(), 0);
     EXPECT_EQ(other.inbox.items()[0].message.header().device_id(), 0x01020100);
-    reporter.SendEvent("c.cpp", 1, 1, "third");  // the publisher doesn't end at the first empty wait
-    EXPECT_TRUE(other.inbox.waitFor(2));
     reporter.DoneHealthReporter();
 }
 
@@ -381,8 +387,51 @@ TEST_F(EventPublisherTest, InitStartsTheRecordOfFaultsAnew)
 namespace {
 
 std::chrono::steady_clock::time_point s_now;
+std::atomic<int> s_polls = 0;
 
 }  // namespace
+
+TEST_F(EventPublisherTest, InitAfterDonePublishesBeyondAnEmptyPoll)
+{
+    const auto countPolls = [] {
+        ++s_polls;
+        return ASPN2::EventQueue::Clock::now();
+    };
+    HealthReporter counting(hysteresis, countPolls, kQuick);
+    init(counting);
+    counting.DoneHealthReporter();
+    init(counting);
+    ASSERT_TRUE(eventually([before = s_polls.load()] { return s_polls >= before + 3; }));
+    counting.SendEvent("c.cpp", 1, 1, "late");
+    EXPECT_TRUE(connection.inbox.waitFor(1));
+    counting.DoneHealthReporter();
+}
+
+// A configuration event waits outside the queue until it is due, and is queued again by the poll alone.
+TEST_F(EventPublisherTest, DoneLooksForEventsOnceMoreBehindTheLastOne)
+{
+    s_now = {};
+    HealthReporter ending(
+        hysteresis, [] { return s_now; }, kQuick);
+    std::atomic<pid_t> ender = 0;
+    std::thread end;
+    connection.onArrival = [&](const EventLog&) {
+        if (end.joinable()) return;
+        end = std::thread([&] {
+            ender = gettid();
+            ending.DoneHealthReporter();
+        });
+        int looks = 0;  // in a row, at the thread asleep: it has asked for the end, and waits for it
+        EXPECT_TRUE(eventually([&] { return (looks = ender != 0 && isAsleep(ender) ? looks + 1 : 0) == 5; }));
+        s_now += 300s;
+    };
+    init(ending);
+    ending.SendConfigEvent("banner");
+    EXPECT_TRUE(connection.inbox.waitFor(1));
+    EXPECT_TRUE(connection.inbox.waitFor(2));
+    end.join();
+    EXPECT_THAT(arrived(), ElementsAre("0 2 banner", "1 2 banner"));
+}
 
 TEST_F(EventPublisherTest, FaultsAreOnRecordForThreeMinutes)
 {

@@ -109,6 +109,7 @@ TEST_F(PCSMaintReporterTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
     const ConsoleCapture output(std::cout);
     init();
+    send(reporter, "first");
     hysteresis.OkInitFaultHysteresis(0, 0, 0);
     OneConnection<MaintenanceEvent> other("MaintenanceEvent", "Other");
     EXPECT_EQ(errorOf([&] {
@@ -116,10 +117,15 @@ TEST_F(PCSMaintReporterTest, ASecondInitThrowsAndLeavesTheFirstIntact)
               }),
               "InitMaintReporter(second) called on an already initialized PCSMaintReporter.");
     send(reporter, "still here");
-    EXPECT_THAT(descriptions(), ElementsAre("still here"));
+    ASSERT_THAT(descriptions(), ElementsAre("first", "still here"));
+    EXPECT_EQ(arrived()[1].header().seq_num(), 1);
+    EXPECT_EQ(arrived()[1].header().device_id(), 0x03343B00);
     EXPECT_EQ(other.inbox.size(), 0u);
     std::int32_t type = 3;
     EXPECT_EQ(hysteresis.Check(type, "c.cpp", 1, "x"), "x");
+    connection.unregisterSender();
+    send(reporter, "lost");
+    EXPECT_EQ(output.text(), "!!!!!! unit MaintReporter could not publish event\n");
 }
 
 TEST_F(PCSMaintReporterTest, WithoutASenderInitThrowsAndTheReporterCountsAsInitialised)

@@ -174,6 +174,10 @@ TEST(ResponseTypeTest, ByTheFirstSuffixOfTheOrderThatIsFoundAnywhere)
     EXPECT_EQ(ResponseType::GetResponseType(commandOf("PARTNUMBERS,SW1:FOO")), 0);
     EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_FAIL_ACK")), 1);
     EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_FAIL_NACK")), 2);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_PASS_ACK")), 1);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_NACK_ACK")), 1);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_PASS_NACK")), 2);
+    EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_FAIL_PASS")), 3);
     EXPECT_EQ(ResponseType::GetResponseType(commandOf("X_ACK_Y")), 1);
     EXPECT_EQ(ResponseType::GetResponseType(commandOf("")), 0);
 }

@@ -563,6 +563,20 @@ TEST_F(ClearDataCommandTest, ACompletionWhileRequestedIsIgnoredAndTheOperationGo
     EXPECT_TRUE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));
 }
 
+TEST_F(ClearDataCommandTest, APassThatComesBeforeTheAckIsOneIgnoredEventAndTheWaitGoesOn)
+{
+    std::future<bool> result = waitingRequest(kZeroize);
+    events();
+    EXPECT_FALSE(m_command.processClearRequestedResponse("SYSTEM_ZEROIZE_PASS"));  // as each response is offered:
+    EXPECT_FALSE(m_command.processClearCompletedResponse("SYSTEM_ZEROIZE_PASS"));  // to this if the first has no use
+    EXPECT_THAT(events(), ElementsAre("4:SN: Ignoring SYSTEM_ZEROIZE_PASS during state: Clear data requested"));
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_EQ(result.wait_for(0s), std::future_status::timeout);
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_TRUE(result.get());
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
 TEST_F(ClearDataCommandTest, ResponsesOfAnotherOperationAreNotMatched)
 {
     bringInProgress(kZeroize, "REQUEST_ZEROIZE_ACK");

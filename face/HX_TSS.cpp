@@ -230,7 +230,8 @@ long long HX_TSS::makeConnection(const std::string& name, int handle, RETURN_COD
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
     if (code != RETURN_CODE_TYPE::NO_ERROR) return -1;
 
-    Connection_t connection(name, textOf(topicType), m_typeSource(textOf(pubSubType)));
+    Connection_t connection(name, textOf(topicType), nullptr);
+    connection.pubSubType.reset(m_typeSource(textOf(pubSubType)));  // owned at once, whatever memory runs out
     TopicDataType* const type = connection.pubSubType.get();
     const bool isFirstOfType = type && !isTopicRegistered(type->getName());
     if (!type || !okRegisterTopic(type)) {

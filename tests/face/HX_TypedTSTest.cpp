@@ -335,6 +335,20 @@ TEST_F(HX_TypedTSTest, EndpointsMayBeRegisteredAgain)
     EXPECT_EQ(inboxes->first.size(), 0u);
 }
 
+TEST_F(HX_TypedTSTest, WhatACallbackHoldsIsGoneWhenItIsUnregistered)
+{
+    start();
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    EXPECT_EQ(registerCallback<UTCTime>(*times, 0, [held](auto&&...) {}), 0);
+    held.reset();
+    EXPECT_FALSE(watched.expired());
+    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+    (*transport)->Unregister_Callback(0, code);
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(HX_TypedTSTest, OneFrontServesConnectionsOfItsType)
 {
     start(threeConnections().connect("Responses", "CommandResponse"));
@@ -421,7 +435,7 @@ TEST_F(HX_TypedTSTest, TopicTypeThatIsNotTheTypeSupportsIsRefused)
     const auto events = transport->typed<EventLog>();
     const ConsoleCapture console(std::cerr);
     EXPECT_EQ(registerSender(*times, 0), 11);
-    EXPECT_EQ(registerCallback(*commands, 0, inboxes->commands.callback()), 11);
+    EXPECT_EQ(registerCallback(*times, 0, inboxes->first.callback()), 11);
     EXPECT_EQ(registerSender(*events, 2), 11);
     EXPECT_EQ(console.text(), "Participant unit error creating publisher for topic: Times\n"
                               "Participant unit error creating subscriber for topic: Times\n"

@@ -216,6 +216,34 @@ TEST_F(TransportFaultsTest, TypeIsNotLeftRegisteredWithoutAConnection)
     EXPECT_EQ(transport.connect("Times"), 0);
 }
 
+TEST_F(TransportFaultsTest, SecondConnectionOfATypeThatFindsNoMemoryLeavesTheTypeRegistered)
+{
+    const Transport transport(
+        TransportConfig().connect("Commands", "CommandResponse").connect("Responses", "CommandResponse"));
+    ASSERT_EQ(transport.connect("Commands"), 0);
+    bool isUnregistered = false;
+    theLibrary.onUnregisterType = [&] { isUnregistered = true; };
+    const ConsoleCapture output(std::cout);
+    const ConsoleCapture errors(std::cerr);
+    const FACE::String name("Responses");
+    long long id = -1;
+    std::size_t granted = 0;
+    for (; id < 0; ++granted) {
+        int size = 0;
+        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::TIMED_OUT;
+        try {
+            const FailingAllocation memory(granted, 1);  // what is done about it finds memory again
+            transport->Create_Connection(name, -1, id, size, code);
+        } catch (const std::bad_alloc&) {
+        }
+        HX_TSS::TopicDataType* type = nullptr;
+        ASSERT_TRUE(Domain::getRegisteredType(theLibrary.participant, "aspn2_msgs::idl::CommandResponse", &type));
+        ASSERT_FALSE(isUnregistered);
+    }
+    EXPECT_GT(granted, 1U);
+    EXPECT_EQ(id, 1);
+}
+
 TEST_F(ConnectedTransportFaultsTest, ThrownThingOfNoKnownKindAtRegistrationIsNoActionAndSilent)
 {
     theLibrary.onCreateEndpoint = throwNumber;

@@ -3,6 +3,7 @@
 #include "utilities/StringUtils.h"
 
 #include <numbers>
+#include <optional>
 
 namespace {
 
@@ -11,15 +12,27 @@ double radians(std::int16_t degrees)
     return degrees * std::numbers::pi / 180.0;
 }
 
+/// `value` after as many steps, in arithmetic of 16 bits that wraps, as it takes until it is good; nothing if that never
+/// comes: the steps have led back to where they began.
+template <class Test>
+std::optional<std::int16_t> stepped(std::int16_t value, int step, Test isGood)
+{
+    std::int16_t next = value;
+    while (!isGood(next)) {
+        next = static_cast<std::int16_t>(next + step);
+        if (next == value) return std::nullopt;
+    }
+    return next;
+}
+
 }  // namespace
 
 std::int16_t NormalizeInt16Value(std::int16_t value, std::int16_t low, std::int16_t high)
 {
-    const auto step = static_cast<std::int16_t>(high - low + 1);
-    if (high < low || step < 1) return value;
-    while (value < low) value = static_cast<std::int16_t>(value + step);
-    while (value > high) value = static_cast<std::int16_t>(value - step);
-    return value;
+    const auto span = static_cast<std::int16_t>(high - low + 1);
+    const auto fromLow = stepped(value, span, [low](std::int16_t folded) { return folded >= low; });
+    if (!fromLow) return value;
+    return stepped(*fromLow, -span, [high](std::int16_t folded) { return folded <= high; }).value_or(value);
 }
 
 VapntcNavWarSaThreat navWarThreat(const ThreatEntry& entry, const VapntcTime& time)

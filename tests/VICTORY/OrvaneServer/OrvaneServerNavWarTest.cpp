@@ -147,11 +147,12 @@ TEST(NavWarThreatTest, ValuesFoldByOneMoreThanTheRange)
     struct Row {
         int value, low, high, folded;
     };
-    constexpr Row rows[] = {
-        {180, -180, 180, 180}, {-180, -180, 180, -180}, {181, -180, 180, -180},  {-181, -180, 180, 180},
-        {540, -180, 180, 179}, {-541, -180, 180, -180}, {32767, -180, 180, -84}, {-32768, -180, 180, 83},
-        {90, -90, 90, 90},     {91, -90, 90, -90},      {-91, -90, 90, 90},      {-272, -90, 90, 90},
-        {32767, -90, 90, 6},   {-32768, -90, 90, -7},   {0, 0, 32766, 0},        {-1, 0, 32766, 32766}};
+    constexpr Row rows[] = {{180, -180, 180, 180},   {-180, -180, 180, -180}, {181, -180, 180, -180},
+                            {-181, -180, 180, 180},  {540, -180, 180, 179},   {-541, -180, 180, -180},
+                            {32767, -180, 180, -84}, {-32768, -180, 180, 83}, {90, -90, 90, 90},
+                            {91, -90, 90, -90},      {-91, -90, 90, 90},      {-272, -90, 90, 90},
+                            {32767, -90, 90, 6},     {-32768, -90, 90, -7},   {0, 0, 32766, 0},
+                            {-1, 0, 32766, 32766},   {32767, 0, 0, 0}};
     for (const auto& row : rows)
         EXPECT_EQ(NormalizeInt16Value(static_cast<short>(row.value), static_cast<short>(row.low),
                                       static_cast<short>(row.high)),
@@ -159,17 +160,28 @@ TEST(NavWarThreatTest, ValuesFoldByOneMoreThanTheRange)
             << row.value;
 }
 
-TEST(NavWarThreatTest, BoundsThatCannotBeFoldedIntoChangeNothing)
+TEST(NavWarThreatTest, SpansBeyondSixteenBitsWrap)
 {
     const HardDeadline deadline;
     constexpr short least = std::numeric_limits<short>::min();
     constexpr short most = std::numeric_limits<short>::max();
-    EXPECT_EQ(NormalizeInt16Value(7, 5, 3), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, least, -1), -32761);
+    EXPECT_EQ(NormalizeInt16Value(-1, 0, most), 32767);
+    EXPECT_EQ(NormalizeInt16Value(7, 0, most), 7);
+    EXPECT_EQ(NormalizeInt16Value(7, least, most), 7);
+    EXPECT_EQ(NormalizeInt16Value(30000, -20000, 20000), -10001);
+    EXPECT_EQ(NormalizeInt16Value(-30000, -20000, 20000), 10001);
+}
+
+TEST(NavWarThreatTest, BoundsInTheWrongOrderFoldByTheSameSumsWhereTheseEnd)
+{
+    const HardDeadline deadline;
+    constexpr short least = std::numeric_limits<short>::min();
+    constexpr short most = std::numeric_limits<short>::max();
+    EXPECT_EQ(NormalizeInt16Value(7, 5, 3), least);
     EXPECT_EQ(NormalizeInt16Value(7, 5, 4), 7);
     EXPECT_EQ(NormalizeInt16Value(7, most, least), 7);
-    EXPECT_EQ(NormalizeInt16Value(7, least, most), 7);
-    EXPECT_EQ(NormalizeInt16Value(7, least, -1), 7);
-    EXPECT_EQ(NormalizeInt16Value(7, 0, most), 7);
+    EXPECT_EQ(NormalizeInt16Value(8, most, least), 8);
 }
 
 TEST_F(NavWarTest, ThreeBearingsAmongNineLinesMakeThreeThreatsInTheirOrder)

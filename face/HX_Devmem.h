@@ -4,7 +4,7 @@
 #include "face/FACE_Configuration.h"
 #include "face/FACE_IOSS.h"
 #include "face/FACE_Injectable.h"
-#include "platform/MemoryMap.h"
+#include "utilities/MemoryMap.h"
 #include "utilities/SharedMutex.h"
 
 #include <cstdint>

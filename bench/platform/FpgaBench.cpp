@@ -1,7 +1,7 @@
 #include "face/HX_Config.h"
 #include "face/HX_Devmem.h"
 #include "platform/FPGA.h"
-#include "platform/MemoryMap.h"
+#include "utilities/MemoryMap.h"
 
 #include <benchmark/benchmark.h>
 

@@ -3,7 +3,7 @@
 
 #include "lab/unit/DeviceMap.h"
 #include "platform/FpgaRegisters.h"
-#include "platform/MemoryMap.h"
+#include "utilities/MemoryMap.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,9 +1,9 @@
 #include "platform/FPGA.h"
 
-#include "tests/platform/ConfinedChild.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ConfinedChild.h"
 #include "tests/support/ConsoleCapture.h"
 
 #include <gmock/gmock.h>

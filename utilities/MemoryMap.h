@@ -1,5 +1,5 @@
-#ifndef PLATFORM_MEMORYMAP_H
-#define PLATFORM_MEMORYMAP_H
+#ifndef UTILITIES_MEMORYMAP_H
+#define UTILITIES_MEMORYMAP_H
 
 #include <cstddef>
 #include <cstdint>

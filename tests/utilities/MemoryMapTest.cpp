@@ -1,6 +1,6 @@
-#include "platform/MemoryMap.h"
+#include "utilities/MemoryMap.h"
 
-#include "tests/platform/ConfinedChild.h"
+#include "tests/support/ConfinedChild.h"
 #include "tests/support/ErrorOf.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/RegisterFile.h"

@@ -1,4 +1,4 @@
-#include "platform/MemoryMap.h"
+#include "utilities/MemoryMap.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -217,9 +217,12 @@ std::uint32_t FpgaFace::getPtfeStatus(std::uint32_t ptfe) const
 
 std::uint32_t FpgaFace::getAndClearPtfeStatus(std::uint32_t ptfe) const
 {
-    const std::uint32_t status = get32(FpgaRegisters::kPtfeStatus, ptfe);
-    set(FpgaRegisters::kPtfeStatus, ptfe, 0);
-    return status;
+    if (!m_isReady) return 0;
+    const SharedLock lock(m_mutex);
+    std::uint64_t status = 0;
+    if (!read(FpgaRegisters::kPtfeStatus, ptfe, status)) return 0;
+    write(FpgaRegisters::kPtfeStatus, ptfe, 0);
+    return static_cast<std::uint32_t>(status);
 }
 
 std::uint64_t FpgaFace::getDfNcoRate(std::uint32_t ptfe) const

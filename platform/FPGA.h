@@ -101,9 +101,12 @@ public:
     std::uint64_t getPtfeFirmwareId(std::uint32_t ptfe) const;
     std::uint32_t getPtfeMeasuredFreqEstimate(std::uint32_t ptfe) const;
     std::uint32_t getPtfeStatus(std::uint32_t ptfe) const;
-    std::uint32_t getAndClearPtfeStatus(std::uint32_t ptfe) const;  // answers what stood there before
-    std::uint64_t getDfNcoRate(std::uint32_t ptfe) const;           // 44 bits
-    std::uint64_t getDtNcoPhase(std::uint32_t ptfe) const;          // 40 bits
+
+    /// Clears nothing if it can't be read.
+    std::uint32_t getAndClearPtfeStatus(std::uint32_t ptfe) const;
+
+    std::uint64_t getDfNcoRate(std::uint32_t ptfe) const;   // 44 bits
+    std::uint64_t getDtNcoPhase(std::uint32_t ptfe) const;  // 40 bits
     std::uint32_t getDtCycles(std::uint32_t ptfe) const;
     void setPtfeDefaultNcoRate(std::uint32_t ptfe, std::uint64_t rate) const;
 

@@ -551,6 +551,14 @@ TEST_F(FPGATest, StatusIsClearedAfterItIsRead)
     EXPECT_EQ(m_fpga.getPtfeStatus(0), 0u);
 }
 
+TEST_F(FPGATest, StatusThatCantBeReadIsNotCleared)
+{
+    init();
+    m_devmem->refuse("read Ptfe_Interface0 interface 24 32", FACE::RETURN_CODE_TYPE::INVALID_MODE);
+    EXPECT_THAT(callsOf([this] { EXPECT_EQ(m_fpga.getAndClearPtfeStatus(0), 0u); }),
+                ElementsAre("read Ptfe_Interface0 interface 24 32"));
+}
+
 TEST_F(FPGATest, PhasesAreAdjustedByASignedAmountModulo32Bits)
 {
     init();

@@ -578,6 +578,20 @@ TEST_F(HX_ConfigFileTest, OpenNameIsFoundBeforeAnEarlierContainerOfTheSameName)
     EXPECT_EQ(read(m_config, handle, "P").text, "2");
 }
 
+TEST_F(HX_ConfigFileTest, OpenKeepsTheNameOfTheContainerAndNotTheKey)
+{
+    ASSERT_EQ(load("<HX_Configurations><Bus><Name>A</Name></Bus>"
+                   "<D><Name>A</Name><Parameters><P>1</P></Parameters></D>"
+                   "<D><Name>B</Name><Parameters><P>2</P></Parameters></D></HX_Configurations>"),
+              0);
+    const int handle = open(m_config, "D").handle;
+    EXPECT_EQ(read(m_config, handle, "P"), (Text{0, "1"}));
+    for (const auto& [key, value] : {std::pair("A", "1"), {"B", "2"}, {"D", "1"}, {"A", "1"}}) {
+        EXPECT_EQ(open(m_config, key).handle, handle) << key;
+        EXPECT_EQ(read(m_config, handle, "P"), (Text{0, value})) << key;
+    }
+}
+
 TEST_F(HX_ConfigTest, HandlesAreNotUsedAgain)
 {
     const int handle = open(m_config, "A").handle;

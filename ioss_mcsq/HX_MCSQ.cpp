@@ -307,11 +307,15 @@ void HX_MCSQ::Register_Notification_Event(long long handle, IO_CallbackBase& cal
     guarded([&] {
         Connection_t* const connection = getConnection(handle, return_code);
         if (!connection) return;
-        connection->setCallback(&callback);
+        return_code = RETURN_CODE_TYPE::NOT_AVAILABLE;
 
         const TurnLock lock(m_turnMutex, m_pollMutex);
-        m_pollSet.push_back({connection->readerDescriptor(), POLLIN, 0});
-        if (m_stop) startThread();
+        m_pollSet.reserve(m_pollSet.size() + 1);
+        m_pollHandles.reserve(m_pollHandles.size() + 1);
+        if (m_stop) startThread();  // it waits for this lock
+        m_pollSet.push_back({-1, POLLIN, 0});
+        m_pollHandles.push_back(handle);
+        connection->setCallback(&callback);
         return_code = RETURN_CODE_TYPE::NO_ERROR;
     });
 }
@@ -319,12 +323,15 @@ void HX_MCSQ::Register_Notification_Event(long long handle, IO_CallbackBase& cal
 void HX_MCSQ::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code)
 {
     guarded([&] {
-        const Connection_t* const connection = getConnection(handle, return_code);
+        Connection_t* const connection = getConnection(handle, return_code);
         if (!connection) return;
 
         const TurnLock lock(m_turnMutex, m_pollMutex);
-        const auto entry = std::ranges::find(m_pollSet, connection->readerDescriptor(), &pollfd::fd);
-        if (entry != m_pollSet.end()) m_pollSet.erase(entry);
+        if (const auto entry = std::ranges::find(m_pollHandles, handle); entry != m_pollHandles.end()) {
+            m_pollSet.erase(m_pollSet.begin() + (entry - m_pollHandles.begin()));
+            m_pollHandles.erase(entry);
+        }
+        if (std::ranges::find(m_pollHandles, handle) == m_pollHandles.end()) connection->setCallback(nullptr);
         return_code = RETURN_CODE_TYPE::NO_ERROR;
     });
 }
@@ -400,14 +407,8 @@ long long HX_MCSQ::append(const std::string& name, std::uint16_t port)
 void HX_MCSQ::startThread()
 {
     if (m_thread.joinable()) m_thread.join();  // it has let go of the lock for good
+    m_thread = std::thread([this] { pollLoop(); });
     m_stop = false;
-    try {
-        m_thread = std::thread([this] { pollLoop(); });
-    } catch (...) {
-        m_stop = true;
-        m_pollSet.pop_back();
-        throw;
-    }
 }
 
 void HX_MCSQ::pollLoop() noexcept
@@ -423,6 +424,7 @@ bool HX_MCSQ::pollTurn()
     {
         const TurnLock lock(m_turnMutex, m_pollMutex);
         const bool isWanted = !m_stop && !m_pollSet.empty();
+        if (isWanted) takeDescriptors();
         const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;
         if (!isWanted || (count < 0 && errno != EINTR)) {
             m_stop = true;
@@ -435,26 +437,26 @@ bool HX_MCSQ::pollTurn()
     return true;
 }
 
-/// Several entries may stand for one device: what the first of them took is not there any more for the others, so each
-/// is looked at again.
-void HX_MCSQ::notify()
+/// A registration belongs to its connection, which may have been closed, and opened anew, since the last turn; -1 is
+/// waited for by nobody.
+void HX_MCSQ::takeDescriptors()
 {
-    for (const pollfd& entry : m_pollSet) {
-        if ((entry.revents & POLLIN) == 0) continue;
-        const std::optional<Listener> listener = listenerOf(entry.fd);
-        if (!listener || !isReadable(entry.fd)) continue;
-        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        listener->callback->Process_Notification_Event(listener->handle, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE,
-                                                       ignored);
-    }
+    for (std::size_t i = 0; i < m_pollSet.size(); ++i) m_pollSet[i].fd = entryAt(m_pollHandles[i]).readerDescriptor();
 }
 
-std::optional<HX_MCSQ::Listener> HX_MCSQ::listenerOf(int descriptor)
+/// A descriptor may be another connection's by now. And several entries may stand for one device: what the first of them
+/// took is not there any more for the others. So each is looked at again.
+void HX_MCSQ::notify()
 {
-    const MutexLock lock(m_listMutex);
-    const auto found = std::ranges::find(m_connections, descriptor, &Connection_t::readerDescriptor);
-    if (found == m_connections.end() || !found->callback()) return std::nullopt;
-    return Listener{found - m_connections.begin(), found->callback()};
+    for (std::size_t i = 0; i < m_pollSet.size(); ++i) {
+        const pollfd& entry = m_pollSet[i];
+        if ((entry.revents & POLLIN) == 0) continue;
+        const Connection_t& connection = entryAt(m_pollHandles[i]);
+        IO_CallbackBase* const callback = connection.callback();
+        if (!callback || connection.readerDescriptor() != entry.fd || !isReadable(entry.fd)) continue;
+        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
+        callback->Process_Notification_Event(m_pollHandles[i], NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
+    }
 }
 
 }  // namespace FACE::IOSS

@@ -84,10 +84,13 @@ public:
     /// 0 if the connection is open, else 1.
     void Get_Bus_Status(long long handle, BUS_STATUS_TYPE& status, RETURN_CODE_TYPE::Value& return_code) override
         EXCLUDES(m_listMutex);
+
+    /// `NOT_AVAILABLE`, and nothing changed, without memory or a thread for it. The registration outlives a close: it is
+    /// served again when the connection has been opened anew.
     void Register_Notification_Event(long long handle, IO_CallbackBase& callback,
                                      RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_pollMutex, m_listMutex);
 
-    /// Takes back one registration. `NO_ERROR` also if there is none.
+    /// Takes back one registration, and forgets the call-back with the last one. `NO_ERROR` also if there is none.
     void Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code) override
         EXCLUDES(m_pollMutex, m_listMutex);
     void Set_Reference(const String& interface_name, const std::shared_ptr<Configuration>& reference, long long id,
@@ -137,12 +140,6 @@ public:
     };
 
 private:
-    /// Whom input on a descriptor is for.
-    struct Listener {
-        long long handle;
-        IO_CallbackBase* callback;
-    };
-
     Connection_t* getConnection(long long handle, RETURN_CODE_TYPE::Value& return_code) EXCLUDES(m_listMutex);
     void noActionIfOpen(long long handle, RETURN_CODE_TYPE::Value& return_code);
     std::optional<std::uint16_t> configuredPort(const String& connection_name) REQUIRES(m_openMutex);
@@ -154,8 +151,8 @@ private:
     void startThread() REQUIRES(m_pollMutex);
     void pollLoop() noexcept EXCLUDES(m_pollMutex);
     bool pollTurn() EXCLUDES(m_pollMutex);
+    void takeDescriptors() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
     void notify() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
-    std::optional<Listener> listenerOf(int descriptor) EXCLUDES(m_listMutex);
 
     const std::string m_devicePrefix;
     Mutex m_openMutex;  // one thread reads the configuration and opens; m_listMutex, an entry's lock or that of the
@@ -168,6 +165,7 @@ private:
                         // does not keep others out
     Mutex m_pollMutex;  // any other lock may be taken under it, by the call-backs
     std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
+    std::vector<long long> m_pollHandles GUARDED_BY(m_pollMutex);  // of the connection of each entry
     std::thread m_thread GUARDED_BY(m_pollMutex);
     std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves; by the destructor without it
 };

@@ -1,6 +1,7 @@
 #include "ioss_mcsq/GssipMcsq.h"
 
 #include "tests/ioss_mcsq/GssipRecords.h"
+#include "tests/support/NoNewThreads.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -615,6 +616,16 @@ TEST_F(GssipMcsqQueueTest, OneTapConnectedTwiceGetsEachRecordOnce)
     }
     channel.reset();
     EXPECT_EQ(count(), 50U);
+}
+
+TEST_F(GssipMcsqQueueTest, ATapThatNoThreadCanServeIsNotConnected)
+{
+    const ConsoleCapture errors(std::cerr);
+    {
+        const NoNewThreads none;
+        EXPECT_EQ(connect("ZEN_HX", keeping()), 2);
+    }
+    EXPECT_EQ(connect("ZEN_HX", keeping()), 0);
 }
 
 TEST_F(GssipMcsqQueueTest, AMissingDeviceIsNoActionAndOthersConnect)

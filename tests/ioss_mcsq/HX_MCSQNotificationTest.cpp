@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/NoNewThreads.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/QueueDevice.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -237,6 +238,22 @@ TEST_F(HX_MCSQNotificationTest, RegistrationNeedsAnOpenConnection)
     EXPECT_EQ(unregister(handle), 11);
     EXPECT_EQ(unregister(-1), 3);
     EXPECT_EQ(threadCount(), idleThreads);
+}
+
+TEST_F(HX_MCSQNotificationTest, WithoutAThreadTheRegistrationFailsAndALaterOneIsServed)
+{
+    const long long handle = open("A");
+    {
+        const ConsoleCapture errors(std::cerr);
+        const NoNewThreads none;
+        EXPECT_EQ(registerFor(handle), 2);
+        EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ Resource temporarily unavailable\n"));
+    }
+    device.send(message(1));
+    ASSERT_EQ(registerFor(handle), 0);
+    EXPECT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(unregister(handle), 0);
+    EXPECT_TRUE(threadEnds());  // the one that failed has left nothing in the list
 }
 
 TEST_F(HX_MCSQNotificationTest, UnregisteringWhatIsNotRegisteredIsNoError)
@@ -523,6 +540,44 @@ TEST_F(HX_MCSQNotificationTest, AConnectionClosedWhileRegisteredIsPassedOver)
     second.send(message(2));
     ASSERT_TRUE(listener.hasHeard(1));
     EXPECT_EQ(listener.messages()[0].second, message(2));
+}
+
+TEST_F(HX_MCSQNotificationTest, WhoTakesOverADescriptorIsNotToldThroughARegistrationOfAnother)
+{
+    const QueueDevice third(directory.path(), 7);
+    const long long witness = open("A2");
+    registerFor(witness);
+    const long long former = open("B");
+    registerFor(former);
+    unregister(former);
+    close(former);
+    const long long closed = open("C");  // has the descriptors that "B" had
+    registerFor(closed);
+    registerFor(closed);
+    unregister(closed);
+    close(closed);
+    ASSERT_EQ(open("B"), former);  // has them again
+    second.send(message(9));
+    for (std::uint8_t i = 1; i <= 2; ++i) {  // one turn of the thread has looked at all by then
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i));
+        EXPECT_EQ(listener.messages().back(), Listener::Message(witness, {i}));
+    }
+    EXPECT_FALSE(second.isEmpty());
+}
+
+TEST_F(HX_MCSQNotificationTest, ARegistrationFollowsItsConnectionToANewDescriptor)
+{
+    const long long handle = open("A");
+    registerFor(handle);
+    close(handle);
+    open("B");  // has the descriptors that "A" had
+    ASSERT_EQ(open("A"), handle);
+    device.send(message(1));
+    ASSERT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(listener.messages()[0], Listener::Message(handle, {1}));
+    EXPECT_EQ(unregister(handle), 0);
+    EXPECT_TRUE(threadEnds());
 }
 
 TEST_F(HX_MCSQNotificationTest, ConnectionsAreOpenedAndClosedBesideTheThread)

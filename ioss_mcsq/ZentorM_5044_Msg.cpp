@@ -19,6 +19,12 @@ static_assert(bytesInBlock(kRows) == 42);
 
 }  // namespace
 
+std::string_view warningTextOf(const unpacked_msg5044_t& record)
+{
+    const std::string_view field(record.warningText, sizeof(record.warningText));
+    return field.substr(0, field.find('\0'));
+}
+
 ZentorM_5044_Msg::ZentorM_5044_Msg() : m_packed{}, m_unpacked{}
 {
     attachFrame(m_packed.words, 21, 5044, kGssipFlagsReport);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 using packed_msg5044_t = GssipFrame<21>;
 
@@ -22,6 +23,9 @@ static_assert(sizeof(unpacked_msg5044_t) == 44);
 static_assert(offsetof(unpacked_msg5044_t, warningNumber) == 8);
 static_assert(offsetof(unpacked_msg5044_t, warningText) == 10);
 static_assert(offsetof(unpacked_msg5044_t, textEnd) == 42);
+
+/// The text of the warning: up to its first zero, and 32 bytes at the most.
+std::string_view warningTextOf(const unpacked_msg5044_t& record);
 
 /// The receiver's warning. One thread at a time.
 class ZentorM_5044_Msg : public GssipMessage {

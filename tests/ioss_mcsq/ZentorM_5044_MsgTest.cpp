@@ -100,6 +100,22 @@ TEST(ZentorM5044Test, TextEndsWithZerosWhateverStoodThere)
     EXPECT_EQ(record.textEnd[1], 0);
 }
 
+TEST(ZentorM5044Test, TextThatFillsItsFieldIsNotReadBeyondIt)
+{
+    unpacked_msg5044_t record;
+    std::memset(&record, 'x', sizeof(record));
+    record.textEnd[1] = 0;
+    EXPECT_EQ(warningTextOf(record), "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx");
+}
+
+TEST(ZentorM5044Test, TextEndsAtItsFirstZero)
+{
+    unpacked_msg5044_t record{};
+    EXPECT_EQ(warningTextOf(record), "");
+    std::memcpy(record.warningText, "ANTENNA\0OPEN", 12);
+    EXPECT_EQ(warningTextOf(record), "ANTENNA");
+}
+
 TEST(ZentorM5044Test, PackingDoesNothing)
 {
     ZentorM_5044_Msg message;

@@ -340,7 +340,7 @@ TEST_F(UnitSimTest, WarningGoesToTheReceiversQueue)
     warning.unpack_5044();
     EXPECT_EQ(record.header().device_id(), 0x01270000);
     EXPECT_EQ(std::uint16_t{warning.unpacked().warningNumber}, 6);
-    EXPECT_STREQ(warning.unpacked().warningText, "ANTENNA OPEN");
+    EXPECT_EQ(warningTextOf(warning.unpacked()), "ANTENNA OPEN");
     EXPECT_EQ(end().warnings, 1U);
 }
 

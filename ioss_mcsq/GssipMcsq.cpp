@@ -2,6 +2,7 @@
 
 #include "ASPN/HealthReporter.h"
 #include "face/HX_Config.h"
+#include "ioss_mcsq/GssipBytes.h"
 #include "ioss_mcsq/HX_MCSQ.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
@@ -215,8 +216,6 @@ void GssipMcsq::report(const std::string& text) const
 
 bool GssipMcsq::isFiltered(const GSSIP& record) const
 {
-    const std::vector<std::uint8_t>& frame = record.data();
-    if (frame.size() < 4) return false;
-    const auto id = static_cast<unsigned short>(frame[2] | frame[3] << 8);
-    return std::ranges::find(m_filter, id) != m_filter.end();
+    const auto id = gssip::messageIdOf(record.data());
+    return id && std::ranges::find(m_filter, *id) != m_filter.end();
 }

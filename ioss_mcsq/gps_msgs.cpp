@@ -1,5 +1,7 @@
 #include "ioss_mcsq/gps_msgs.h"
 
+#include "ioss_mcsq/GssipBytes.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -57,16 +59,11 @@ void append(std::string& text, const char* format, Numbers... numbers)
     text += piece.data();
 }
 
-std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t index)
-{
-    return static_cast<std::uint16_t>(bytes[2 * index] | bytes[2 * index + 1] << 8);
-}
-
 /// @param bytes  the header at least
 std::string dumpOf(std::span<const std::uint8_t> bytes)
 {
-    const auto word = [bytes](std::size_t index) { return wordAt(bytes, index); };
-    const auto data = [bytes](std::size_t index) { return wordAt(bytes, kGssipHeaderWords + index); };
+    const auto word = [bytes](std::size_t index) { return gssip::wordAt(bytes, index); };
+    const auto data = [bytes](std::size_t index) { return gssip::wordAt(bytes, kGssipHeaderWords + index); };
     const std::size_t wdcnt = word(Wdcnt);
     const std::size_t present = bytes.size() / 2 - kGssipHeaderWords;
     const std::size_t count = std::min(wdcnt, present);

@@ -202,17 +202,17 @@ Json wordsOf(Bytes bytes)
 Bytes dataOf(Bytes frame)
 {
     const Bytes behind = frame.subspan(kGssipHeaderBytes);
-    return behind.first(std::min<std::size_t>(behind.size(), 2 * std::size_t{wordAt(frame, GssipWord::Wdcnt)}));
+    return behind.first(std::min<std::size_t>(behind.size(), 2 * std::size_t{gssip::wordAt(frame, GssipWord::Wdcnt)}));
 }
 
 void decodeFrameHeader(Bytes frame, DecodedFrame& decoded)
 {
-    const unsigned delimiter = wordAt(frame, GssipWord::Delimiter);
-    const unsigned flags = wordAt(frame, GssipWord::Flags);
+    const unsigned delimiter = gssip::wordAt(frame, GssipWord::Delimiter);
+    const unsigned flags = gssip::wordAt(frame, GssipWord::Flags);
     Json& fields = decoded.fields["frame"];
     fields["delimiter"] = hex16(delimiter);
-    fields["message_id"] = wordAt(frame, GssipWord::MsgId);
-    fields["word_count"] = wordAt(frame, GssipWord::Wdcnt);
+    fields["message_id"] = gssip::wordAt(frame, GssipWord::MsgId);
+    fields["word_count"] = gssip::wordAt(frame, GssipWord::Wdcnt);
     fields["flags"] = hex16(flags);
     if (flags == kGssipFlagsAck) fields["kind"] = "acknowledgement";
     if (flags == kGssipFlagsNak) fields["kind"] = "negative acknowledgement";
@@ -224,9 +224,9 @@ void decodeFrameHeader(Bytes frame, DecodedFrame& decoded)
 /// @param words  the last one of which is the checksum
 const char* verified(const char* name, Bytes words, DecodedFrame& decoded)
 {
-    const unsigned residual = residualOf(words);
+    const unsigned residual = gssip::residualOf(words);
     if (residual == 0) return "good";
-    const unsigned stored = wordAt(words, words.size() / 2 - 1);
+    const unsigned stored = gssip::wordAt(words, words.size() / 2 - 1);
     decoded.problems.push_back("bad " + std::string(name) + " checksum: " + hex16(stored) + " instead of " +
                                hex16(stored + residual));
     return "bad";
@@ -235,19 +235,19 @@ const char* verified(const char* name, Bytes words, DecodedFrame& decoded)
 void verifyChecksums(Bytes frame, DecodedFrame& decoded)
 {
     Json& fields = decoded.fields["frame"];
-    const std::size_t size = frameBytesOf(frame);
+    const std::size_t size = gssip::frameBytesOf(frame);
     fields["header_checksum"] = verified("header", frame.first(kGssipHeaderBytes), decoded);
     if (frame.size() != size)
         decoded.problems.push_back("frame of " + std::to_string(frame.size()) + " bytes, its word count makes " +
                                    std::to_string(size));
-    const bool hasData = wordAt(frame, GssipWord::Wdcnt) != 0 && frame.size() >= size;
+    const bool hasData = gssip::wordAt(frame, GssipWord::Wdcnt) != 0 && frame.size() >= size;
     fields["data_checksum"] =
         hasData ? verified("data", frame.first(size).subspan(kGssipHeaderBytes), decoded) : "absent";
 }
 
 void decodeContent(Bytes frame, DecodedFrame& decoded)
 {
-    const std::uint16_t id = wordAt(frame, GssipWord::MsgId);
+    const std::uint16_t id = gssip::wordAt(frame, GssipWord::MsgId);
     const Bytes data = dataOf(frame);
     const auto* const known = std::ranges::find(kMessages, id, &KnownMessage::id);
     const bool isKnown = known != std::end(kMessages);

@@ -2,7 +2,7 @@
 #define LAB_CTL_FRAMEDECODER_H
 
 #include "aspn2_msgs/header.h"
-#include "lab/ctl/GssipBytes.h"
+#include "ioss_mcsq/GssipBytes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -11,6 +11,8 @@
 
 /// Bytes of GSSIP frames as named values. Pure functions, any thread.
 namespace orvanectl {
+
+using gssip::Bytes;
 
 /// An object keeps its members in the order in which they were set.
 using Json = nlohmann::ordered_json;

@@ -56,7 +56,7 @@ std::optional<std::size_t> findHeader(Bytes bytes)
         from = std::find(from, bytes.end(), std::uint8_t{0xFF});
         if (from == bytes.end()) break;
         const auto place = static_cast<std::size_t>(from - bytes.begin());
-        if (beginsWithHeader(bytes.subspan(place))) return place;
+        if (gssip::beginsWithHeader(bytes.subspan(place))) return place;
     }
     return std::nullopt;
 }
@@ -139,9 +139,9 @@ bool StreamCutter::stepRecords()
     const auto numBytes = static_cast<std::int32_t>(number32(bytes, kNumBytesOffset));
     if (numBytes < 0) return giveUp(textOf("num_bytes of the record is negative: %d", numBytes));
     const auto dataBytes = static_cast<std::size_t>(numBytes);
-    if (dataBytes > kLargestFrameBytes)
+    if (dataBytes > gssip::kLargestFrameBytes)
         return giveUp(
-            textOf("num_bytes of the record is %zu, the largest frame has %zu", dataBytes, kLargestFrameBytes));
+            textOf("num_bytes of the record is %zu, the largest frame has %zu", dataBytes, gssip::kLargestFrameBytes));
     const std::size_t size = kRecordOverhead + dataBytes;
     if (bytes.size() < size) return waitOr(textOf("record cut short: %zu of %zu bytes", bytes.size(), size));
 
@@ -165,11 +165,11 @@ bool StreamCutter::stepFrames()
     if (!beginsWithDelimiter(bytes)) return lose("no frame begins here: " + firstBytes(bytes));
     if (bytes.size() < kGssipHeaderBytes)
         return waitOr(textOf("header cut short: %zu of %zu bytes", bytes.size(), kGssipHeaderBytes));
-    if (const unsigned residual = residualOf(bytes.first(kGssipHeaderBytes)); residual != 0) {
-        const unsigned stored = wordAt(bytes, GssipWord::HeaderChecksum);
+    if (const unsigned residual = gssip::residualOf(bytes.first(kGssipHeaderBytes)); residual != 0) {
+        const unsigned stored = gssip::wordAt(bytes, GssipWord::HeaderChecksum);
         return lose(textOf("bad header checksum: 0x%04X instead of 0x%04X", stored, (stored + residual) & 0xFFFFu));
     }
-    const std::size_t size = frameBytesOf(bytes);
+    const std::size_t size = gssip::frameBytesOf(bytes);
     if (bytes.size() < size) {
         if (!m_ended) return false;
         return lose(textOf("frame cut short: %zu of %zu bytes", bytes.size(), size));

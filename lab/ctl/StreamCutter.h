@@ -2,7 +2,7 @@
 #define LAB_CTL_STREAMCUTTER_H
 
 #include "aspn2_msgs/GSSIPPubSubTypes.h"
-#include "lab/ctl/GssipBytes.h"
+#include "ioss_mcsq/GssipBytes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,8 @@
 #include <vector>
 
 namespace orvanectl {
+
+using gssip::Bytes;
 
 /// What a stream is made of. A record is a serialised GSSIP record, as a queue carries them, one behind the other.
 enum class StreamFormat { Auto, Records, Frames };

@@ -1,8 +1,7 @@
 #ifndef TESTS_LAB_CTL_SAMPLES_H
 #define TESTS_LAB_CTL_SAMPLES_H
 
-#include "lab/ctl/GssipBytes.h"
-
+#include <cstdint>
 #include <string>
 #include <vector>
 

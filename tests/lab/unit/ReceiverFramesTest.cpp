@@ -1,10 +1,10 @@
 #include "lab/unit/ReceiverFrames.h"
 
+#include "ioss_mcsq/GssipBytes.h"
 #include "ioss_mcsq/ThreatData.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "ioss_mcsq/gps_msgs.h"
-#include "lab/ctl/GssipBytes.h"
 
 #include <gtest/gtest.h>
 
@@ -53,8 +53,8 @@ TEST(ReceiverFramesTest, BytesAreThoseOfTheWire)
     ASSERT_EQ(frame.size(), 412U);
     EXPECT_EQ(std::vector<std::uint8_t>(frame.begin(), frame.begin() + 8),
               (std::vector<std::uint8_t>{0xFF, 0x81, 0x38, 0x21, 0xC8, 0x00, 0x00, 0x90}));
-    EXPECT_TRUE(orvanectl::beginsWithHeader(frame));
-    EXPECT_EQ(orvanectl::residualOf(orvanectl::Bytes(frame).subspan(10)), 0);
+    EXPECT_TRUE(gssip::beginsWithHeader(frame));
+    EXPECT_EQ(gssip::residualOf(gssip::Bytes(frame).subspan(10)), 0);
 }
 
 TEST(ReceiverFramesTest, OtherLengthsAreWholeFramesThatAreRefused)
@@ -62,8 +62,8 @@ TEST(ReceiverFramesTest, OtherLengthsAreWholeFramesThatAreRefused)
     for (const std::uint16_t words : std::initializer_list<std::uint16_t>{0, 1, 199, 201, 1900}) {
         const auto frame = frame8504(solution(), {}, words);
         EXPECT_EQ(frame.size(), words == 0 ? 10U : 12U + 2U * words);
-        EXPECT_TRUE(orvanectl::beginsWithHeader(frame)) << words;
-        EXPECT_EQ(orvanectl::residualOf(orvanectl::Bytes(frame).subspan(10)), 0) << words;
+        EXPECT_TRUE(gssip::beginsWithHeader(frame)) << words;
+        EXPECT_EQ(gssip::residualOf(gssip::Bytes(frame).subspan(10)), 0) << words;
         ZentorM_8504_Msg message;
         EXPECT_FALSE(message.ok_set_8504_gpsip(frame.data(), static_cast<std::uint32_t>(frame.size()))) << words;
     }
@@ -84,7 +84,7 @@ TEST(ReceiverFramesTest, WarningUnpacksToWhatWasSet)
     message.unpack_5044();
     EXPECT_EQ(double{message.unpacked().field000}, 18.0);
     EXPECT_EQ(std::uint16_t{message.unpacked().warningNumber}, 6);
-    EXPECT_STREQ(message.unpacked().warningText, "ANTENNA OPEN!");
+    EXPECT_EQ(warningTextOf(message.unpacked()), "ANTENNA OPEN!");
 }
 
 TEST(ReceiverFramesTest, BytesOfAWarningAreThoseOfTheWire)
@@ -95,8 +95,8 @@ TEST(ReceiverFramesTest, BytesOfAWarningAreThoseOfTheWire)
               (std::vector<std::uint8_t>{0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90}));
     EXPECT_EQ(std::vector<std::uint8_t>(frame.begin() + 18, frame.begin() + 25),
               (std::vector<std::uint8_t>{0x34, 0x12, 'E', 'H', 0, 'Y', 0}));
-    EXPECT_TRUE(orvanectl::beginsWithHeader(frame));
-    EXPECT_EQ(orvanectl::residualOf(orvanectl::Bytes(frame).subspan(10)), 0);
+    EXPECT_TRUE(gssip::beginsWithHeader(frame));
+    EXPECT_EQ(gssip::residualOf(gssip::Bytes(frame).subspan(10)), 0);
 }
 
 TEST(ReceiverFramesTest, TextOfAWarningFillsItsFieldAndNoMore)
@@ -105,7 +105,7 @@ TEST(ReceiverFramesTest, TextOfAWarningFillsItsFieldAndNoMore)
     ZentorM_5044_Msg message;
     ASSERT_TRUE(message.ok_set_5044_gpsip(frame.data(), 54));
     message.unpack_5044();
-    EXPECT_STREQ(message.unpacked().warningText, "THIS TEXT IS 32 CHARACTERS LONG!");
+    EXPECT_EQ(warningTextOf(message.unpacked()), "THIS TEXT IS 32 CHARACTERS LONG!");
 }
 
 namespace {
@@ -178,8 +178,8 @@ TEST(ReceiverFramesTest, ThreatReportHasRightChecksumsAndNineThreatsAtTheMost)
     ASSERT_EQ(frame.size(), 212U);
     EXPECT_EQ(std::vector<std::uint8_t>(frame.begin(), frame.begin() + 8),
               (std::vector<std::uint8_t>{0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80}));
-    EXPECT_TRUE(orvanectl::beginsWithHeader(frame));
-    EXPECT_EQ(orvanectl::residualOf(orvanectl::Bytes(frame).subspan(10)), 0);
+    EXPECT_TRUE(gssip::beginsWithHeader(frame));
+    EXPECT_EQ(gssip::residualOf(gssip::Bytes(frame).subspan(10)), 0);
     ThreatData data;
     take(data, frame);
     EXPECT_TRUE(data.threat(8).isReported());

@@ -1,15 +1,7 @@
 #include "face/HX_Devmem.h"
 
-#include "face/FACE_Text.h"
-#include "face/HX_Config_Helpers.h"
-#include "utilities/ConsoleLine.h"
-#include "utilities/Shielded.h"
-
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
-#include <exception>
-#include <iostream>
 #include <utility>
 
 namespace FACE::IOSS {
@@ -64,103 +56,36 @@ ORVANE_REGISTER_ACCESS void store<std::uint64_t>(std::uint8_t* address, std::uin
     *reinterpret_cast<volatile std::uint64_t*>(address) = value;
 }
 
-/// Tells of what an operation has caught, by its line.
-auto reportFrom(int line)
-{
-    return [line](const char* what) { printLine(std::cerr, line, ' ', what ? what : "unknown exception"); };
-}
-
-/// Closes a handle of the configuration with its scope.
-class OpenRecord {
-public:
-    OpenRecord(Configuration& configuration, int handle) : m_configuration(configuration), m_handle(handle) {}
-    ~OpenRecord()
-    {
-        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        shielded([&] { m_configuration.Close(m_handle, ignored); }, reportFrom(__LINE__));
-    }
-    OpenRecord(const OpenRecord&) = delete;
-    OpenRecord& operator=(const OpenRecord&) = delete;
-
-private:
-    Configuration& m_configuration;
-    const int m_handle;
-};
-
-/// The number at the start of a text; 0 if there is none.
-std::uint32_t numberOf(const std::string& text)
-{
-    return static_cast<std::uint32_t>(std::strtoull(text.c_str(), nullptr, 0));
-}
-
 }  // namespace
 
-HX_Devmem::HX_Devmem(Memory memory) : m_memory(std::move(memory)) {}
+HX_Devmem::HX_Devmem(Memory memory) : HX_IO_Service({"BaseAddress", "Size"}), m_memory(std::move(memory)) {}
 
 HX_Devmem::~HX_Devmem() = default;
 
-void HX_Devmem::Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code)
+std::optional<long long> HX_Devmem::find(const std::string& name)
 {
-    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    shielded(
-        [&] {
-            const ExclusiveLock lock(m_mutex);
-            if (!m_configuration) return;
-            if (m_initialized) {
-                return_code = RETURN_CODE_TYPE::NO_ACTION;
-                return;
-            }
-            RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
-            m_configuration->Initialize(configuration_name, code);
-            if (code > RETURN_CODE_TYPE::NO_ACTION) return;
-            m_initialized = true;
-            return_code = RETURN_CODE_TYPE::NO_ERROR;
-        },
-        reportFrom(__LINE__));
+    const SharedLock lock(m_mutex);
+    const auto found = std::ranges::find(m_connections, name, &Connection_t::name);
+    if (found == m_connections.end()) return std::nullopt;
+    return found - m_connections.begin();
 }
 
-void HX_Devmem::Open_Connection(const String& connection_name, long long /*timeout*/, long long& handle,
-                                RETURN_CODE_TYPE::Value& return_code)
+long long HX_Devmem::append(const std::string& name, const std::vector<std::uint64_t>& numbers)
 {
-    handle = -1;
-    return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    shielded(
-        [&] {
-            const ExclusiveLock lock(m_mutex);
-            return_code = openConnection(connection_name, handle);
-        },
-        reportFrom(__LINE__));
+    Connection_t connection;
+    connection.name = name;
+    connection.baseAddress = static_cast<std::uint32_t>(numbers.at(0));
+    connection.size = static_cast<std::uint32_t>(numbers.at(1));
+    const ExclusiveLock lock(m_mutex);
+    m_connections.push_back(std::move(connection));
+    return static_cast<long long>(m_connections.size()) - 1;
 }
 
-RETURN_CODE_TYPE::Value HX_Devmem::openConnection(const String& connection_name, long long& handle)
+bool HX_Devmem::open(long long handle)
 {
-    const std::string name = textOf(connection_name);
-    auto found = std::ranges::find(m_connections, name, &Connection_t::name);
-    if (found == m_connections.end()) {
-        Connection_t connection;
-        connection.name = name;
-        if (!readDescription(connection_name, connection)) return RETURN_CODE_TYPE::INVALID_CONFIG;
-        m_connections.push_back(std::move(connection));
-        found = m_connections.end() - 1;
-    }
-    if (!found->isOpen && !found->open(m_memory)) return RETURN_CODE_TYPE::NO_ACTION;
-    handle = found - m_connections.begin();
-    return RETURN_CODE_TYPE::NO_ERROR;
-}
-
-bool HX_Devmem::readDescription(const String& connection_name, Connection_t& connection)
-{
-    if (!m_configuration) return false;
-    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    int record = -1;
-    m_configuration->Open(connection_name, record, code);
-    if (code != RETURN_CODE_TYPE::NO_ERROR) return false;
-    const OpenRecord closing(*m_configuration, record);
-    const std::string base = HX_Config_Helpers::Details::Read_Config(*m_configuration, record, "BaseAddress");
-    const std::string size = HX_Config_Helpers::Details::Read_Config(*m_configuration, record, "Size");
-    connection.baseAddress = numberOf(base);
-    connection.size = numberOf(size);
-    return !base.empty() && !size.empty();
+    const ExclusiveLock lock(m_mutex);
+    Connection_t& connection = changeableAt(handle);
+    return connection.isOpen || connection.open(m_memory);
 }
 
 void HX_Devmem::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code)
@@ -306,18 +231,6 @@ void HX_Devmem::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE
     return_code = isInList(handle) ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::INVALID_PARAM;
 }
 
-void HX_Devmem::Set_Reference(const String& /*interface_name*/, const std::shared_ptr<Configuration>& reference,
-                              long long /*id*/, RETURN_CODE_TYPE::Value& return_code)
-{
-    const ExclusiveLock lock(m_mutex);
-    return_code = RETURN_CODE_TYPE::NOT_AVAILABLE;
-    if (m_configuration) return;
-    return_code = RETURN_CODE_TYPE::INVALID_PARAM;
-    if (!reference) return;
-    m_configuration = reference;
-    return_code = RETURN_CODE_TYPE::NO_ERROR;
-}
-
 bool HX_Devmem::isInList(long long handle) const
 {
     return handle >= 0 && std::cmp_less(handle, m_connections.size());
@@ -356,18 +269,12 @@ const HX_Devmem::Connection_t& HX_Devmem::at(long long handle) const
 bool HX_Devmem::Connection_t::open(const Memory& memory)
 {
     state = CONNECTION_STATE_TYPE::OPENING;
-    try {
+    isOpen = true;
+    guarded([&] {
         map = std::make_unique<MemoryMap>(baseAddress, size, memory());
         base = map->getPointerToBase();
-        state = CONNECTION_STATE_TYPE::OPEN;
-        isOpen = true;
-    } catch (const std::exception& error) {
-        map.reset();
-        base = nullptr;
-        state = CONNECTION_STATE_TYPE::FAILED;
-        isOpen = true;
-        shielded([&] { reportFrom(__LINE__)(error.what()); }, [](const char*) {});
-    }
+    });
+    state = map ? CONNECTION_STATE_TYPE::OPEN : CONNECTION_STATE_TYPE::FAILED;
     return true;
 }
 

@@ -1,31 +1,30 @@
 #ifndef FACE_HX_DEVMEM_H
 #define FACE_HX_DEVMEM_H
 
-#include "face/FACE_Configuration.h"
 #include "face/FACE_IOSS.h"
-#include "face/FACE_Injectable.h"
+#include "face/HX_IO_Service.h"
 #include "utilities/MemoryMap.h"
 #include "utilities/SharedMutex.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace FACE::IOSS {
 
 /// Registers in physical memory. Each connection is a range of it, of which the configuration tells the parameters
-/// "BaseAddress" and "Size" (bytes); numbers may be decimal, hexadecimal (0x20) or octal (040) and count modulo 2^32.
+/// "BaseAddress" and "Size" (bytes), modulo 2^32. Opened again, it has the range that it has in the list.
 /// Parameters of a connection: 0 is the base address, 1 the size, both `ulong_value`.
 ///
 /// A range that can't be mapped is open none the less, in the state `FAILED`, and refuses reads and writes; the reason
 /// is one line on the standard error. It is mapped anew only after a close.
 ///
 /// Any thread may call. Reads and writes run beside each other, make no allocation and, while no connection is being
-/// opened, closed or configured, no system call; registers themselves have no lock. The lock comes before that of the
-/// configuration.
-class HX_Devmem : public Devmem::IO_Service, public Configuration_Injectable::Injectable {
+/// opened, closed or configured, no system call; registers themselves have no lock. The lock of the list is a leaf.
+class HX_Devmem : public HX_IO_Service<Devmem::IO_Service> {
 public:
     using Memory = std::function<const MemoryDeviceFileDescriptor&()>;
 
@@ -36,12 +35,6 @@ public:
     ~HX_Devmem() override;
     HX_Devmem(const HX_Devmem&) = delete;
     HX_Devmem& operator=(const HX_Devmem&) = delete;
-
-    void Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_mutex);
-
-    /// A connection that is in the list is opened with the range that it has there.
-    void Open_Connection(const String& connection_name, long long timeout, long long& handle,
-                         RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_mutex);
 
     /// `INVALID_PARAM` for a handle beyond the list, `CONNECTION_CLOSED` for a connection that is not open.
     void Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_mutex);
@@ -86,9 +79,6 @@ public:
     void Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code) override
         EXCLUDES(m_mutex);
 
-    void Set_Reference(const String& interface_name, const std::shared_ptr<Configuration>& reference, long long id,
-                       RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_mutex);
-
 private:
     struct Connection_t {
         /// Maps the range. True always: what can't be mapped is open in the state `FAILED`.
@@ -104,8 +94,9 @@ private:
         std::unique_ptr<MemoryMap> map;
     };
 
-    RETURN_CODE_TYPE::Value openConnection(const String& connection_name, long long& handle) REQUIRES(m_mutex);
-    bool readDescription(const String& connection_name, Connection_t& connection) REQUIRES(m_mutex);
+    std::optional<long long> find(const std::string& name) override EXCLUDES(m_mutex);
+    long long append(const std::string& name, const std::vector<std::uint64_t>& numbers) override EXCLUDES(m_mutex);
+    bool open(long long handle) override EXCLUDES(m_mutex);
     bool isInList(long long handle) const REQUIRES_SHARED(m_mutex);
     RETURN_CODE_TYPE::Value findOpen(long long handle) const REQUIRES_SHARED(m_mutex);
     RETURN_CODE_TYPE::Value findRegister(long long handle, std::uint32_t offset, std::uint32_t width,
@@ -115,8 +106,6 @@ private:
 
     const Memory m_memory;
     mutable SharedMutex m_mutex;
-    bool m_initialized GUARDED_BY(m_mutex) = false;
-    std::shared_ptr<Configuration> m_configuration GUARDED_BY(m_mutex);
     std::vector<Connection_t> m_connections GUARDED_BY(m_mutex);  // a handle is an index; entries never leave
 };
 

@@ -1,15 +1,8 @@
 #include "ioss_mcsq/HX_MCSQ.h"
 
-#include "face/FACE_Text.h"
-#include "face/HX_Config_Helpers.h"
-#include "utilities/ConsoleLine.h"
-#include "utilities/Shielded.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
-#include <iostream>
 #include <utility>
 
 namespace FACE::IOSS {
@@ -18,15 +11,6 @@ namespace {
 
 constexpr int kPollMilliseconds = 50;
 constexpr std::chrono::microseconds kPause{100};  // for other threads, after a burst of input
-
-/// Runs an operation so that no exception leaves it.
-/// @param line  the caller's
-template <class Body>
-void guarded(Body&& body, int line = __builtin_LINE()) noexcept
-{
-    shielded(std::forward<Body>(body),
-             [line](const char* what) { printLine(std::cerr, line, ' ', what ? what : "unknown exception"); });
-}
 
 bool isReadable(int descriptor)
 {
@@ -149,7 +133,7 @@ void HX_MCSQ::Connection_t::setCallback(IO_CallbackBase* callback)
     m_callback = callback;
 }
 
-HX_MCSQ::HX_MCSQ(std::string devicePrefix) : m_devicePrefix(std::move(devicePrefix)) {}
+HX_MCSQ::HX_MCSQ(std::string devicePrefix) : HX_IO_Service({"Port"}), m_devicePrefix(std::move(devicePrefix)) {}
 
 HX_MCSQ::~HX_MCSQ()
 {
@@ -160,51 +144,6 @@ HX_MCSQ::~HX_MCSQ()
         thread.swap(m_thread);
     }
     if (thread.joinable()) thread.join();
-}
-
-void HX_MCSQ::Set_Reference(const String&, const std::shared_ptr<Configuration>& reference, long long,
-                            RETURN_CODE_TYPE::Value& return_code)
-{
-    const MutexLock lock(m_openMutex);
-    return_code = m_configuration ? RETURN_CODE_TYPE::NOT_AVAILABLE
-                  : !reference    ? RETURN_CODE_TYPE::INVALID_PARAM
-                                  : RETURN_CODE_TYPE::NO_ERROR;
-    if (return_code == RETURN_CODE_TYPE::NO_ERROR) m_configuration = reference;
-}
-
-void HX_MCSQ::Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code)
-{
-    guarded([&] {
-        const MutexLock lock(m_openMutex);
-        return_code = m_initialized ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::INVALID_CONFIG;
-        if (m_initialized || !m_configuration) return;
-        RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
-        m_configuration->Initialize(configuration_name, code);
-        if (code > RETURN_CODE_TYPE::NO_ACTION) return;
-        m_initialized = true;
-        return_code = RETURN_CODE_TYPE::NO_ERROR;
-    });
-}
-
-void HX_MCSQ::Open_Connection(const String& connection_name, long long, long long& handle,
-                              RETURN_CODE_TYPE::Value& return_code)
-{
-    handle = -1;
-    guarded([&] {
-        const MutexLock lock(m_openMutex);
-        std::optional<long long> index = find(textOf(connection_name));
-        if (!index) {
-            return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-            const std::optional<std::uint16_t> port = configuredPort(connection_name);
-            if (!port) return;
-            index = append(textOf(connection_name), *port);
-        }
-        Connection_t& connection = entryAt(*index);
-        return_code = RETURN_CODE_TYPE::NO_ACTION;
-        if (!connection.isOpen() && !connection.open()) return;
-        handle = *index;
-        return_code = RETURN_CODE_TYPE::NO_ERROR;
-    });
 }
 
 void HX_MCSQ::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code)
@@ -359,23 +298,6 @@ void HX_MCSQ::noActionIfOpen(long long handle, RETURN_CODE_TYPE::Value& return_c
     if (getConnection(handle, return_code)) return_code = RETURN_CODE_TYPE::NO_ACTION;
 }
 
-/// The key "Port" of the connection's container; none if either is missing.
-std::optional<std::uint16_t> HX_MCSQ::configuredPort(const String& connection_name)
-{
-    if (!m_configuration) return std::nullopt;
-    Configuration& configuration = *m_configuration;
-    int container = -1;
-    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    configuration.Open(connection_name, container, code);
-    if (code != RETURN_CODE_TYPE::NO_ERROR) return std::nullopt;
-
-    std::string text;
-    guarded([&] { text = HX_Config_Helpers::Details::Read_Config(configuration, container, "Port"); });
-    configuration.Close(container, code);
-    if (text.empty()) return std::nullopt;
-    return static_cast<std::uint16_t>(std::strtoull(text.c_str(), nullptr, 0));
-}
-
 long long HX_MCSQ::connectionCount()
 {
     const MutexLock lock(m_listMutex);
@@ -397,11 +319,17 @@ std::optional<long long> HX_MCSQ::find(const std::string& name)
     return found - m_connections.begin();
 }
 
-long long HX_MCSQ::append(const std::string& name, std::uint16_t port)
+long long HX_MCSQ::append(const std::string& name, const std::vector<std::uint64_t>& numbers)
 {
     const MutexLock lock(m_listMutex);
-    m_connections.emplace_back(name, port, m_devicePrefix);
+    m_connections.emplace_back(name, static_cast<std::uint16_t>(numbers.at(0)), m_devicePrefix);
     return static_cast<long long>(m_connections.size()) - 1;
+}
+
+bool HX_MCSQ::open(long long handle)
+{
+    Connection_t& connection = entryAt(handle);
+    return connection.isOpen() || connection.open();
 }
 
 void HX_MCSQ::startThread()

@@ -2,7 +2,7 @@
 #define IOSS_MCSQ_HX_MCSQ_H
 
 #include "face/FACE_IOSS.h"
-#include "face/FACE_Injectable.h"
+#include "face/HX_IO_Service.h"
 #include "ioss_mcsq/mcsQport.h"
 #include "utilities/ThreadAnnotations.h"
 
@@ -21,8 +21,7 @@
 namespace FACE::IOSS {
 
 /// Named connections to message queues: character devices of which one read or write moves one message. The key "Port"
-/// of a connection's configuration is the number of its device (decimal, hexadecimal with 0x, octal with a leading
-/// zero; cut to 16 bits).
+/// of a connection's configuration is the number of its device, cut to 16 bits.
 ///
 /// Any thread may call. An exception does not leave an operation: its text and a source line number go to standard
 /// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same way,
@@ -35,7 +34,7 @@ namespace FACE::IOSS {
 ///
 /// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
 /// its device, breaks that.
-class HX_MCSQ : public MCSQ::IO_Service, public Configuration_Injectable::Injectable {
+class HX_MCSQ : public HX_IO_Service<MCSQ::IO_Service> {
 public:
     /// The most that one read takes.
     static constexpr std::uint32_t kLargestRead = 131072;
@@ -49,12 +48,6 @@ public:
     HX_MCSQ(const HX_MCSQ&) = delete;
     HX_MCSQ& operator=(const HX_MCSQ&) = delete;
 
-    void Initialize(const String& configuration_name, RETURN_CODE_TYPE::Value& return_code) override
-        EXCLUDES(m_openMutex);
-
-    /// `NO_ACTION` if the device can't be opened: the connection is known from then on, closed.
-    void Open_Connection(const String& connection_name, long long timeout, long long& handle,
-                         RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_openMutex, m_listMutex);
     void Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_listMutex);
 
     /// Reads one message, as much of it as the payload has capacity for, and makes that the payload's length.
@@ -93,8 +86,6 @@ public:
     /// Takes back one registration, and forgets the call-back with the last one. `NO_ERROR` also if there is none.
     void Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& return_code) override
         EXCLUDES(m_pollMutex, m_listMutex);
-    void Set_Reference(const String& interface_name, const std::shared_ptr<Configuration>& reference, long long id,
-                       RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_openMutex);
 
     /// One connection: both directions of one device. It stays where it is made. Any thread may call, but one at a time
     /// may open; the lock is a leaf, and is not held while a device is opened, read or written. A transfer that is under
@@ -142,11 +133,11 @@ public:
 private:
     Connection_t* getConnection(long long handle, RETURN_CODE_TYPE::Value& return_code) EXCLUDES(m_listMutex);
     void noActionIfOpen(long long handle, RETURN_CODE_TYPE::Value& return_code);
-    std::optional<std::uint16_t> configuredPort(const String& connection_name) REQUIRES(m_openMutex);
     long long connectionCount() EXCLUDES(m_listMutex);
     Connection_t& entryAt(long long index) EXCLUDES(m_listMutex);
-    std::optional<long long> find(const std::string& name) EXCLUDES(m_listMutex);
-    long long append(const std::string& name, std::uint16_t port) EXCLUDES(m_listMutex);
+    std::optional<long long> find(const std::string& name) override EXCLUDES(m_listMutex);
+    long long append(const std::string& name, const std::vector<std::uint64_t>& numbers) override EXCLUDES(m_listMutex);
+    bool open(long long handle) override EXCLUDES(m_listMutex);
 
     void startThread() REQUIRES(m_pollMutex);
     void pollLoop() noexcept EXCLUDES(m_pollMutex);
@@ -155,10 +146,6 @@ private:
     void notify() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
 
     const std::string m_devicePrefix;
-    Mutex m_openMutex;  // one thread reads the configuration and opens; m_listMutex, an entry's lock or that of the
-                        // configuration may be taken under it
-    bool m_initialized GUARDED_BY(m_openMutex) = false;
-    std::shared_ptr<Configuration> m_configuration GUARDED_BY(m_openMutex);
     std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
     Mutex m_listMutex;                                               // for fetching an entry
     Mutex m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,

@@ -1,0 +1,60 @@
+#include "utilities/ConsoleDescriptor.h"
+
+#include "utilities/OpenAgain.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+ConsoleDescriptor::ConsoleDescriptor(int descriptor) : m_descriptor(descriptor), m_isTerminal(isatty(descriptor) == 1)
+{
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return;
+    m_isSocket = S_ISSOCK(status.st_mode);
+    const bool isPipe = S_ISFIFO(status.st_mode);
+    if (!isPipe && !m_isTerminal) return;
+    if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY) return;  // writing fails, as it should
+    m_own = openAgain(descriptor, O_WRONLY);
+    if (m_own >= 0) return;
+    // A pipe that has room takes this much. A terminal may have room for a single character.
+    m_piece = isPipe ? PIPE_BUF : 1;
+}
+
+ConsoleDescriptor::~ConsoleDescriptor()
+{
+    if (m_own >= 0) close(m_own);
+}
+
+ssize_t ConsoleDescriptor::write(std::string_view text) const
+{
+    if (m_isSocket) return send(m_descriptor, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    const bool hasRoom = m_piece == 0 || waitForRoom(std::chrono::milliseconds(0));
+    if (!hasRoom || mustNotWrite()) {
+        errno = EAGAIN;
+        return -1;
+    }
+    const std::size_t size = m_piece == 0 ? text.size() : std::min(text.size(), m_piece);
+    return ::write(m_own >= 0 ? m_own : m_descriptor, text.data(), size);
+}
+
+bool ConsoleDescriptor::waitForRoom(std::chrono::milliseconds limit) const
+{
+    pollfd waiting{m_own >= 0 ? m_own : m_descriptor, POLLOUT, 0};
+    return poll(&waiting, 1, static_cast<int>(limit.count())) > 0;
+}
+
+/// Whether another job has the terminal, and has it stop those that write to it.
+bool ConsoleDescriptor::mustNotWrite() const
+{
+    if (!m_isTerminal) return false;
+    const pid_t foreground = tcgetpgrp(m_descriptor);
+    if (foreground == -1 || foreground == getpgrp()) return false;
+    termios settings{};
+    return tcgetattr(m_descriptor, &settings) == 0 && (settings.c_lflag & TOSTOP) != 0;
+}

@@ -1,0 +1,51 @@
+#include "utilities/ConsoleOutput.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <iostream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Whether somebody reads what is written to either. Two files at one place are left apart: each has a position of its own.
+bool haveSameReader(int a, int b)
+{
+    struct stat first {
+    }, second{};
+    if (fstat(a, &first) != 0 || fstat(b, &second) != 0) return false;
+    const bool isRead = S_ISFIFO(first.st_mode) || S_ISSOCK(first.st_mode) || isatty(a) == 1;
+    return isRead && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+}  // namespace
+
+void openClosedStandardDescriptors()
+{
+    // The lowest number that is free is the one that is given.
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) static_cast<void>(open("/dev/null", O_RDWR));
+}
+
+ConsoleOutput::ConsoleOutput() : m_output(STDOUT_FILENO)
+{
+    std::cout.flush();
+    if (!haveSameReader(STDOUT_FILENO, STDERR_FILENO)) m_errors.emplace(STDERR_FILENO);
+    ConsoleStreamBuffer& errors = m_errors ? *m_errors : m_output;
+    m_previous = {std::cout.rdbuf(&m_output), std::cerr.rdbuf(&errors), std::clog.rdbuf(&errors)};
+    m_wasLogUnbuffered = (std::clog.flags() & std::ios::unitbuf) != 0;
+    std::clog << std::unitbuf;  // as the C library has it; std::cerr is so already
+}
+
+ConsoleOutput::~ConsoleOutput()
+{
+    std::cout.rdbuf(m_previous[0]);
+    std::cerr.rdbuf(m_previous[1]);
+    std::clog.rdbuf(m_previous[2]);
+    if (!m_wasLogUnbuffered) std::clog << std::nounitbuf;
+}
+
+void ConsoleOutput::install()
+{
+    [[maybe_unused]] static ConsoleOutput* const console = new ConsoleOutput;
+}

@@ -1,7 +1,10 @@
 #include "utilities/COutputRedirector.h"
 
+#include "utilities/ConsoleStreamBuffer.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <iostream>
 #include <limits>
 #include <unistd.h>
 #include <utility>
@@ -25,6 +28,12 @@ void writeToDescriptor(int descriptor, const char* buffer, std::size_t size)
 /// Captured standard error comes out here too.
 void sendOn(const char* buffer, unsigned size)
 {
+    // The service's own console never holds up whoever prints; the C library's stream would.
+    if (auto* const console = dynamic_cast<ConsoleStreamBuffer*>(std::cout.rdbuf())) {
+        console->sputn(buffer, static_cast<std::streamsize>(size));
+        console->pubsync();
+        return;
+    }
     std::FILE* const out = COutputRedirector::originalStdOutStreamDest;
     if (!out) return writeToDescriptor(STDOUT_FILENO, buffer, size);
     std::fwrite(buffer, 1, size, out);

@@ -36,7 +36,8 @@ public:
     void reset();
 
     /// Hands a text to the sink of `cookie`, a `COutputRedirector`. A null `cookie`, or a sink that answers 0, sends it
-    /// to the saved standard output, to descriptor 1 if none is saved, also what was printed to standard error.
+    /// to the saved standard output, to descriptor 1 if none is saved, also what was printed to standard error; to the
+    /// buffer of `std::cout` where that is a `ConsoleStreamBuffer`.
     /// @return the sink's answer, within 0 to `size`; `size` for a text sent on; 0 if the sink threw
     static unsigned file_write(void* cookie, const char* buffer, unsigned size) noexcept;
 

@@ -1,11 +1,14 @@
 #include "utilities/COutputRedirector.h"
 
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HardDeadline.h"
+#include "utilities/ConsoleStreamBuffer.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -340,6 +343,44 @@ TEST_F(COutputRedirectorTest, ResetNeedsBothStatics)
     EXPECT_EQ(stdout, m_out);
     EXPECT_EQ(COutputRedirector::originalStdOutStreamDest, m_err);
     COutputRedirector::originalStdOutStreamDest = nullptr;
+}
+
+TEST_F(COutputRedirectorTest, PassedOnTextGoesThroughTheConsoleBehindWhatIsThere)
+{
+    const DescriptorCapture out(STDOUT_FILENO);
+    ConsoleStreamBuffer console(STDOUT_FILENO);
+    std::streambuf* const before = std::cout.rdbuf(&console);
+    COutputRedirector redirector;
+    ASSERT_TRUE(redirector.redirect(answering(0)));
+    std::cout << "own, ";
+    std::printf("passed on\n");
+    redirector.reset();
+    EXPECT_EQ(out.text(), "own, passed on\n");
+    std::cout.rdbuf(before);
+}
+
+TEST_F(COutputRedirectorTest, PassedOnTextDoesNotWaitForAReaderThatDoesNotRead)
+{
+    const HardDeadline deadline;
+    int pipe[2];
+    ASSERT_EQ(pipe2(pipe, O_CLOEXEC), 0);
+    const std::string room(static_cast<std::size_t>(fcntl(pipe[1], F_SETPIPE_SZ, 1)), '.');
+    ASSERT_EQ(write(pipe[1], room.data(), room.size()), static_cast<ssize_t>(room.size()));
+    const int saved = dup(STDOUT_FILENO);
+    dup2(pipe[1], STDOUT_FILENO);
+    ConsoleStreamBuffer console(STDOUT_FILENO);
+    std::streambuf* const before = std::cout.rdbuf(&console);
+    COutputRedirector redirector;
+    ASSERT_TRUE(redirector.redirect(answering(0)));
+    int printed = 0;
+    for (int i = 0; i < 3; ++i) printed += std::printf("lost\n");
+    redirector.reset();
+    std::cout.rdbuf(before);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    EXPECT_EQ(printed, 15);
+    close(pipe[0]);
+    close(pipe[1]);
 }
 
 TEST_F(COutputRedirectorTest, AnyObjectResetsAndTheRestOfALineIsNotLost)

@@ -1,14 +1,10 @@
 #include "VICTORY/Utilities/VictoryFaultHelper.h"
 
+#include "VICTORY/Utilities/ConsoleTerminal.h"
 #include "utilities/ConsoleLine.h"
 
-#include <cstdio>
 #include <iostream>
 #include <tuple>
-
-#include <sys/ioctl.h>
-#include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -67,45 +63,32 @@ constexpr bool isAcknowledged(int digit)
     return digit >= 1 && digit <= 5;
 }
 
-/// Whether the standard input is this session's terminal and another job has it: to set or read it would stop the
-/// process.
-bool isInBackground()
+/// That of the process. Whoever leaves by `exit` finds its settings put back too.
+ConsoleTerminal& terminal()
 {
-    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
-    return foreground != -1 && foreground != getpgrp();
+    static ConsoleTerminal only;
+    return only;
 }
 
 }  // namespace
 
 int _kbhit()
 {
-    if (isInBackground()) return 0;
-    [[maybe_unused]] static const bool isReady = [] {
-        termios settings = {};
-        if (tcgetattr(STDIN_FILENO, &settings) == 0) {
-            settings.c_lflag &= ~static_cast<tcflag_t>(ICANON);
-            settings.c_cc[VMIN] = 0;  // a key that another reader has taken meanwhile is not waited for
-            settings.c_cc[VTIME] = 0;
-            tcsetattr(STDIN_FILENO, TCSANOW, &settings);
-        }
-        std::setbuf(stdin, nullptr);
-        return true;
-    }();
-    int waiting = 0;
-    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0) return 0;
-    return waiting;
+    return terminal().waiting();
 }
 
 int readKey()
 {
-    unsigned char key = 0;
-    return read(STDIN_FILENO, &key, 1) == 1 ? key : EOF;
+    return terminal().read();
 }
 
 VictoryFaultHelper::VictoryFaultHelper(const std::string& name, Keyboard keyboard) : m_name(name), m_keyboard(keyboard)
 {}
 
-VictoryFaultHelper::~VictoryFaultHelper() = default;
+VictoryFaultHelper::~VictoryFaultHelper()
+{
+    terminal().putBack();
+}
 
 std::uint32_t& VictoryFaultHelper::faultId(int key)
 {

@@ -11,16 +11,17 @@
 #include <string>
 
 /// Bytes that wait at the standard input; 0 if there is none to be asked, and while another job has the terminal. The
-/// first call switches a terminal to keys instead of lines, for good.
+/// first call switches a terminal to keys instead of lines, until a `VictoryFaultHelper` ends.
 int _kbhit();
 
-/// The next key at the standard input; `EOF` if none waits. On a terminal that `_kbhit` has switched it never blocks.
+/// The next key at the standard input; `EOF` if none waits. It never waits for a key that another reader took from the
+/// terminal.
 int readKey();
 
 /// The console of a tester, who raises and removes fake faults in services of the bus, and switches the telling of data
 /// off and on, by single keys; "h" lists them. One thread only. It never waits: one key is taken a poll.
 ///
-/// Faults are not removed at the end: they end with their service.
+/// At the end the terminal's settings are put back. Faults are not removed: they end with their service.
 class VictoryFaultHelper {
 public:
     /// The kinds of service, and none.

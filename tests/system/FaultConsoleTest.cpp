@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -48,12 +49,23 @@ public:
             throw std::runtime_error("cannot type");
     }
 
-    bool waitsForWholeLines() const
+    termios settings() const
     {
         termios settings{};
         if (tcgetattr(m_line, &settings) != 0) throw std::runtime_error("no terminal");
-        return settings.c_lflag & ICANON;
+        return settings;
     }
+
+    /// How many bytes, and how many tenths of a second, a read of keys waits for.
+    void setWaiting(cc_t bytes, cc_t tenths) const
+    {
+        termios changed = settings();
+        changed.c_cc[VMIN] = bytes;
+        changed.c_cc[VTIME] = tenths;
+        if (tcsetattr(m_line, TCSANOW, &changed) != 0) throw std::runtime_error("no terminal");
+    }
+
+    bool waitsForWholeLines() const { return settings().c_lflag & ICANON; }
 
     void hangUp() { close(std::exchange(m_keyboard, -1)); }
 
@@ -62,6 +74,12 @@ private:
     int m_line = -1;
     std::string m_path;
 };
+
+bool areSame(const termios& a, const termios& b)
+{
+    return a.c_iflag == b.c_iflag && a.c_oflag == b.c_oflag && a.c_cflag == b.c_cflag && a.c_lflag == b.c_lflag &&
+           std::ranges::equal(a.c_cc, b.c_cc);
+}
 
 struct FaultConsoleSystemTest : testing::Test {
     /// Starts the service at the terminal, as a tester does.
@@ -209,4 +227,18 @@ TEST_F(FaultConsoleSystemTest, TerminalThatHangsUpLeavesTheServiceRunning)
     EXPECT_EQ(desk.count("Added "), 1U);
     desk.service().send(SIGTERM);
     EXPECT_EQ(desk.service().wait(), (ChildProcess::Ending{0, 0}));
+}
+
+TEST_F(FaultConsoleSystemTest, TheNextReaderOfTheTerminalFindsItAsItWas)
+{
+    terminal.setWaiting(5, 7);
+    const termios before = terminal.settings();
+    begin();
+    termios during = before;
+    during.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+    EXPECT_TRUE(areSame(terminal.settings(), during));
+    type("a1", "APNT Fault: 1");
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(desk.service().wait(), (ChildProcess::Ending{0, 0}));
+    EXPECT_TRUE(areSame(terminal.settings(), before));
 }

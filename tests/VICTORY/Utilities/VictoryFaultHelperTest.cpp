@@ -2,6 +2,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
@@ -14,9 +15,11 @@
 #include <deque>
 #include <fcntl.h>
 #include <iostream>
+#include <memory>
 #include <pty.h>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <type_traits>
@@ -435,8 +438,6 @@ TEST_F(VictoryFaultHelperDeathTest, TheFirstLookSwitchesATerminalFromLinesToKeys
         if (_kbhit() != 0) conclude("keys from nowhere");
         termios expected = before;
         expected.c_lflag &= ~static_cast<tcflag_t>(ICANON);
-        expected.c_cc[VMIN] = 0;
-        expected.c_cc[VTIME] = 0;
         if (!areSame(Terminal::settings(), expected)) conclude("wrong settings");
         terminal.type("abc");
         if (!eventually([] { return _kbhit() == 3; })) conclude("not all keys have come");
@@ -445,6 +446,65 @@ TEST_F(VictoryFaultHelperDeathTest, TheFirstLookSwitchesATerminalFromLinesToKeys
         conclude("as it should be");
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("as it should be"));
+}
+
+TEST_F(VictoryFaultHelperDeathTest, TheEndPutsBackTheSettingsThatWereFound)
+{
+    const auto play = [this] {
+        const HardDeadline deadline;
+        const Terminal terminal;
+        terminal.setWaiting(5, 7);
+        const termios before = Terminal::settings();
+        for (int i = 0; i < 2; ++i) {
+            VictoryFaultHelper onTerminal("SN");
+            onTerminal.ManageFaults(tellDisabled);
+            if ((Terminal::settings().c_lflag & ICANON) != 0) conclude("not switched");
+        }
+        conclude(areSame(Terminal::settings(), before) ? "as it was" : "wrong settings");
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("as it was"));
+}
+
+TEST_F(VictoryFaultHelperDeathTest, AtTheEndATerminalThatAnotherJobHasIsLeftAlone)
+{
+    const auto play = [this] {
+        const HardDeadline deadline;
+        setsid();
+        const Terminal terminal;
+        ioctl(STDIN_FILENO, TIOCSCTTY, 0);
+        auto onTerminal = std::make_unique<VictoryFaultHelper>("SN");
+        onTerminal->ManageFaults(tellDisabled);
+        const termios ofTheOther = Terminal::settings();
+        const pid_t job = fork();
+        if (job == 0) pause();
+        setpgid(job, job);
+        tcsetpgrp(STDIN_FILENO, job);
+        onTerminal.reset();
+        kill(job, SIGKILL);
+        conclude(areSame(Terminal::settings(), ofTheOther) ? "left alone" : "wrong settings");
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("left alone"));
+}
+
+TEST_F(VictoryFaultHelperDeathTest, AReaderThatWaitsForAKeyDoesNotHoldUpThisOne)
+{
+    const auto play = [] {
+        const HardDeadline deadline;
+        const Terminal terminal;
+        if (_kbhit() != 0) conclude("keys from nowhere");
+        const pid_t other = fork();
+        if (other == 0) {
+            char key = 0;
+            _exit(static_cast<int>(read(STDIN_FILENO, &key, 1)));
+        }
+        const std::string call = "/proc/" + std::to_string(other) + "/syscall";
+        const std::string reading = std::to_string(SYS_read) + " 0x0 ";
+        if (!eventually([&] { return readFile(call).starts_with(reading); })) conclude("the other does not read");
+        const int key = readKey();
+        kill(other, SIGKILL);
+        conclude(key == EOF ? "went on" : "a key from nowhere");
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("went on"));
 }
 
 TEST_F(VictoryFaultHelperDeathTest, ATerminalThatHangsUpHasNoKeysAndHoldsNobodyUp)

@@ -2,6 +2,7 @@
 
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "utilities/ConsoleLine.h"
+#include "utilities/ConsoleOutput.h"
 #include "utilities/SleepFully.h"
 
 #include <chrono>
@@ -45,8 +46,17 @@ void SignalHandler(int signal)
     exitFlag = 1;
 }
 
+void SetupConsole()
+{
+    openClosedStandardDescriptors();
+    // A reader of the console that is gone, and a file that may not grow, are errors of the write.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
+    ConsoleOutput::install();
+}
+
 int main(int argc, char* argv[])
 {
+    SetupConsole();
     if (argc != 2) {
         printLine(std::cout, "Usage: ", argc > 0 ? argv[0] : "", " <top-level-config-file> ");
         return 1;

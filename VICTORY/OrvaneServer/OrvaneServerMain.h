@@ -16,6 +16,9 @@ extern int exitPollMs;                       ///< milliseconds between looks at 
 void callOnceTransactionally(std::function<void(FACE::RETURN_CODE_TYPE::Value&)> call,  // NOLINT(performance-*)
                              FACE::RETURN_CODE_TYPE::Value& rc);
 
+/// Sees to it that the console never stops the service: to be called before anything is opened or printed.
+void SetupConsole();
+
 /// Lets `SignalHandler` take the signals that end the service in order. SIGSEGV and SIGHUP deliberately keep their
 /// default action.
 void SetupSignalHandler();

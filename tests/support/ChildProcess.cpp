@@ -23,7 +23,8 @@ bool isInMask(pid_t process, const std::string& field, int signal)
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std::string& input)
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std::string& input,
+                           const std::string& console)
 {
     int output[2], errors[2];
     if (pipe(output) != 0 || pipe(errors) != 0) throw std::runtime_error("cannot make a pipe");
@@ -33,6 +34,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std:
     posix_spawn_file_actions_addopen(&actions, 0, input.c_str(), O_RDONLY | O_NOCTTY, 0);
     posix_spawn_file_actions_adddup2(&actions, output[1], 1);
     posix_spawn_file_actions_adddup2(&actions, errors[1], 2);
+    if (!console.empty()) {
+        posix_spawn_file_actions_addopen(&actions, 1, console.c_str(), O_WRONLY | O_NOCTTY, 0);
+        posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    }
     for (const int descriptor : {output[0], output[1], errors[0], errors[1]})
         posix_spawn_file_actions_addclose(&actions, descriptor);
 

@@ -23,7 +23,9 @@ public:
 
     /// @param arguments  the program's path first
     /// @param input      what its standard input is
-    explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = "/dev/null");
+    /// @param console    what its standard output and error are, instead of being read here
+    explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
+                          const std::string& console = "");
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

@@ -233,7 +233,7 @@ void Desk::completeSelfTest() const
 
 ChildProcess& Desk::start(const std::vector<std::string>& environment)
 {
-    return m_service.emplace(commandLine(environment), m_input);
+    return m_service.emplace(commandLine(environment), m_input, m_console);
 }
 
 ChildProcess& Desk::run()

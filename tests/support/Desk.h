@@ -94,6 +94,9 @@ public:
     /// Has the service, once it is started, read its standard input there.
     void setInput(const std::string& path) { m_input = path; }
 
+    /// Has it write both its outputs there, which are not read here then.
+    void setConsole(const std::string& path) { m_console = path; }
+
     /// Tells the whole unit that its self test is complete.
     void completeSelfTest() const;
 
@@ -121,6 +124,7 @@ private:
 
     int m_queues[2] = {-1, -1};
     std::string m_input = "/dev/null";
+    std::string m_console;
     std::optional<ChildProcess> m_service;
 };
 

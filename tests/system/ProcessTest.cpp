@@ -2,19 +2,13 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Desk.h"
 #include "tests/support/Inputs.h"
-#include "tests/support/TemporaryDirectory.h"
 #include "tests/system/WhatIsLeft.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
 #include <string>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 using Ending = ChildProcess::Ending;
@@ -149,38 +143,13 @@ TEST_F(ProcessTest, SegmentationFaultAndHangUpKeepTheirDefaultAction)
 TEST_F(ProcessTest, ASignalDuringStartUpTakesItsDefaultActionAndLeavesNothingBehind)
 {
     const Names files = entries("/tmp"), others = processes();
-    // Its first line does not fit into the full pipe, so that it can't get past its configuration.
-    int pipe[2];
-    ASSERT_EQ(pipe2(pipe, O_NONBLOCK | O_CLOEXEC), 0);
-    while (write(pipe[1], "x", 1) == 1) {
-    }
-    ASSERT_EQ(fcntl(pipe[1], F_SETFL, 0), 0);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        dup2(pipe[1], 1);
-        std::vector<std::string> words = Desk::commandLine();
-        std::vector<char*> arguments;
-        for (std::string& word : words) arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        execv(arguments[0], arguments.data());
-        _exit(99);
-    }
-    const std::string process = "/proc/" + std::to_string(child);
-    const bool isConfiguring = eventually([&] {
-        std::error_code error;
-        return std::filesystem::read_symlink(process + "/exe", error) == std::filesystem::canonical(kServer) &&
-               readFile(process + "/syscall").starts_with(std::to_string(SYS_write) + " 0x1 ");
-    });
-    EXPECT_TRUE(isConfiguring);
-    kill(child, isConfiguring ? SIGTERM : SIGKILL);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    desk.letGo(5);  // it waits for somebody to open the other end
+    desk.start();
+    ASSERT_TRUE(desk.awaitOutput(kParameters));
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(desk.service().wait(), Ending({-1, SIGTERM}));
+    EXPECT_EQ(desk.count("has exited"), 0U);
     EXPECT_EQ(entries("/tmp"), files);
     EXPECT_EQ(entries("/dev/shm"), Names());
     EXPECT_EQ(processes(), others);
-    close(pipe[0]);
-    close(pipe[1]);
 }

@@ -18,6 +18,15 @@ bool haveSameReader(int a, int b)
     return isRead && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+/// What the C library calls.
+ssize_t writeTo(void* cookie, const char* text, std::size_t size)
+{
+    auto& buffer = *static_cast<ConsoleStreamBuffer*>(cookie);
+    buffer.sputn(text, static_cast<std::streamsize>(size));
+    buffer.pubsync();
+    return static_cast<ssize_t>(size);
+}
+
 }  // namespace
 
 void openClosedStandardDescriptors()
@@ -35,10 +44,20 @@ ConsoleOutput::ConsoleOutput() : m_output(STDOUT_FILENO)
     m_previous = {std::cout.rdbuf(&m_output), std::cerr.rdbuf(&errors), std::clog.rdbuf(&errors)};
     m_wasLogUnbuffered = (std::clog.flags() & std::ios::unitbuf) != 0;
     std::clog << std::unitbuf;  // as the C library has it; std::cerr is so already
+    cookie_io_functions_t functions = {};
+    functions.write = &writeTo;
+    m_cErrors = fopencookie(&errors, "w", functions);
+    if (!m_cErrors) return;
+    std::setvbuf(m_cErrors, nullptr, _IONBF, 0);
+    stderr = m_cErrors;
 }
 
 ConsoleOutput::~ConsoleOutput()
 {
+    if (m_cErrors) {
+        if (stderr == m_cErrors) stderr = m_previousErrors;
+        std::fclose(m_cErrors);
+    }
     std::cout.rdbuf(m_previous[0]);
     std::cerr.rdbuf(m_previous[1]);
     std::clog.rdbuf(m_previous[2]);

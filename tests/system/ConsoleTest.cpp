@@ -120,6 +120,16 @@ TEST_F(ConsoleSystemTest, APipeThatNobodyReadsHoldsUpNeitherTheWorkNorTheEnd)
     expectEndInOrder();
 }
 
+TEST_F(ConsoleSystemTest, APipeThatNobodyReadsDoesNotHoldUpTheEndByAnUncaughtException)
+{
+    const Pipe console;
+    Pipe::fill();
+    std::vector<std::string> line = Desk::commandLine();
+    line.back() = "/tmp/missing.xml";
+    ChildProcess service(line, "/dev/null", Pipe::path());
+    EXPECT_EQ(service.wait(), Ending({-1, SIGABRT}));
+}
+
 TEST_F(ConsoleSystemTest, AReaderThatComesBackIsToldHowManyLinesWereLostAndSeesTheEnd)
 {
     desk.set("Debug", "false");

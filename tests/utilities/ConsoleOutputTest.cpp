@@ -11,6 +11,7 @@
 #include <array>
 #include <chrono>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
@@ -55,17 +56,20 @@ TEST(ConsoleOutputTest, EachStreamReachesItsDescriptorAsLongAsItLives)
 {
     const DescriptorCapture out(STDOUT_FILENO), err(STDERR_FILENO);
     std::streambuf* const before = std::cout.rdbuf();
+    std::FILE* const errorsBefore = stderr;
     {
         const ConsoleOutput console;
         printLine(std::cout, "output");
         std::cerr << "error\n";
         std::clog << "log\n";
+        std::fprintf(stderr, "%s\n", "last words");
         EXPECT_EQ(out.text(), "output\n");
-        EXPECT_EQ(err.text(), "error\nlog\n");
+        EXPECT_EQ(err.text(), "error\nlog\nlast words\n");
         std::cout << "unfinished";
     }
     EXPECT_EQ(out.text(), "output\nunfinished");
     EXPECT_EQ(std::cout.rdbuf(), before);
+    EXPECT_EQ(stderr, errorsBefore);
     EXPECT_EQ(std::clog.flags() & std::ios::unitbuf, 0);
 }
 

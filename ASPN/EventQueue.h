@@ -63,7 +63,7 @@ private:
     const std::int32_t m_configType;
     const std::chrono::nanoseconds m_repeatPeriod;
     Clock::time_point (*const m_now)();
-    mutable Mutex m_mutex;
+    mutable RankedMutex<LockRank::Events> m_mutex;
     std::condition_variable_any m_changed;
     std::deque<EventItem> m_events GUARDED_BY(m_mutex);
     std::deque<ConfigItem> m_configs GUARDED_BY(m_mutex);  // in the order of their next times: one period for all

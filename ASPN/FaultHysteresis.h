@@ -56,7 +56,7 @@ private:
     std::int32_t hysteresisLocked(std::int32_t type, const std::string& key) const REQUIRES(m_mutex);
 
     Clock::time_point (*const m_now)();
-    mutable Mutex m_mutex;
+    mutable RankedMutex<LockRank::Events> m_mutex;
     std::deque<fault_entry> m_entries GUARDED_BY(m_mutex);  // oldest first
     int m_spanSeconds GUARDED_BY(m_mutex) = 0;
     int m_threshold GUARDED_BY(m_mutex) = 0;  // for a policy

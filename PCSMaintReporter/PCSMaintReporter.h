@@ -174,7 +174,7 @@ private:
     std::atomic<bool> m_initialized = false;
     std::atomic<std::uint64_t> m_sequenceNumber = 0;
     std::atomic<std::int64_t> m_timeOffset = 0;  // ns
-    Mutex m_mutex;
+    RankedMutex<LockRank::Reporters> m_mutex;
     Outlet m_outlet GUARDED_BY(m_mutex);
 };
 

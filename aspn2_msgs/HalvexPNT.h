@@ -35,7 +35,7 @@ namespace aspn2_msgs::idl {
 /// that go with them. The spelling of the names is deliberate: other services of the unit use them.
 ///
 /// The service reads the errors of position, velocity and angles alone, takes the horizontal one of the position as a
-/// standard deviation, and tests none for its range. The rest is as the lab's simulator sends it: `GPS_Time` in the GPS
+/// standard deviation, and tests none for its range. The rest is as `unit-sim` sends it: `GPS_Time` in the GPS
 /// week, `UTC_Time` in the UTC day, `GPS_Week` without rollovers, and the assurance by the numbers of `AssuranceState`.
 ASPN2_RECORD(HalvexPNT, 212);
 

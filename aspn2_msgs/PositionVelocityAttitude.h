@@ -15,7 +15,7 @@ namespace aspn2_msgs::idl {
     FIELD(covariance, float64[9][9])
 
 /// The navigation solution. `covariance` is the full matrix of position, velocity and attitude, row by row: the first
-/// three elements of its diagonal are taken as m^2. The rest is as the lab's simulator sends it, and the service reads
+/// three elements of its diagonal are taken as m^2. The rest is as `unit-sim` sends it, and the service reads
 /// none of it: `velocity` along north, east, down; `attitude` as roll, pitch, heading; `covariance` of the position
 /// along north, east, down, then in (m/s)^2 and rad^2.
 ASPN2_RECORD(PositionVelocityAttitude, 768);

@@ -29,7 +29,7 @@ class Cdr;
 ///
 /// A number may have a unit, which stands behind its type: `FIELD(Roll, float64, "rad")`; that of an array is its
 /// elements'. It is for readers of the list and for tools (`ASPN2_FIELD_UNIT`), and nothing of it is in the record. The
-/// catalogue itself fixes no units: one stands where the service takes or sends the value so, where the lab's simulator
+/// catalogue itself fixes no units: one stands where the service takes or sends the value so, where `unit-sim`
 /// of the unit sends it so, or where the field's name tells it. A field without one has none, or none that is known.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): names and types take none

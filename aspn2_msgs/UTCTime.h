@@ -19,7 +19,7 @@ namespace aspn2_msgs::idl {
 /// The time by GPS week and by UTC day, with its covariance. `gps_tow_sec` is whole seconds of the GPS week,
 /// `utc_tod_sec` of the UTC day, and the nanoseconds of each are to be added; `gps_week` counts from 6 January 1980
 /// without rollovers. The first element of `covariance` is taken as the variance of the time in s^2; the last one, of
-/// the drift in (s/s)^2, is as the lab's simulator sends it. Nothing reads `a1`.
+/// the drift in (s/s)^2, is as `unit-sim` sends it. Nothing reads `a1`.
 ASPN2_RECORD(UTCTime, 112);
 
 }  // namespace aspn2_msgs::idl

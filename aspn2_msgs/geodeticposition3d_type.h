@@ -11,7 +11,7 @@ namespace aspn2_msgs::idl {
     FIELD(altitude, float64, "m")
 
 /// A place by latitude, longitude and altitude. The service reads none; radians, and metres above the WGS-84 ellipsoid,
-/// are what the lab's simulator sends.
+/// are what `unit-sim` sends.
 ASPN2_RECORD(geodeticposition3d_type, 24);
 
 }  // namespace aspn2_msgs::idl

@@ -99,7 +99,7 @@ private:
 
     std::string m_path GUARDED_BY(m_mutex);
     std::string m_schema GUARDED_BY(m_mutex);
-    mutable Mutex m_mutex;
+    mutable RankedMutex<LockRank::ConfigurationFile> m_mutex;
     std::unique_ptr<tinyxml2::XMLDocument> m_document;
     std::map<int, std::unique_ptr<config_set>> m_sets;  // destroyed before the document it points into
     std::atomic<bool> m_initialized = false;

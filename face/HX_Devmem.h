@@ -105,7 +105,7 @@ private:
     const Connection_t& at(long long handle) const REQUIRES_SHARED(m_mutex);
 
     const Memory m_memory;
-    mutable SharedMutex m_mutex;
+    mutable SharedMutex<LockRank::Devices> m_mutex;
     std::vector<Connection_t> m_connections GUARDED_BY(m_mutex);  // a handle is an index; entries never leave
 };
 

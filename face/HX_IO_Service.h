@@ -69,7 +69,7 @@ private:
     std::optional<std::vector<std::uint64_t>> described(const String& connection_name) REQUIRES(m_openMutex);
 
     const std::vector<const char*> m_keys;
-    Mutex m_openMutex;  // one thread reads the configuration and opens
+    RankedMutex<LockRank::DeviceOpening> m_openMutex;  // one thread reads the configuration and opens
     bool m_initialized GUARDED_BY(m_openMutex) = false;
     std::shared_ptr<Configuration> m_configuration GUARDED_BY(m_openMutex);
 };

@@ -167,7 +167,7 @@ private:
     eprosima::fastrtps::Participant* m_participant = nullptr;  // removed before the connections, whose types it uses
     HX_TSS_Settings m_settings;
     std::map<std::uint32_t, Connection_t> m_connections GUARDED_BY(m_mutex);
-    Mutex m_mutex;
+    RankedMutex<LockRank::Transport> m_mutex;
     std::condition_variable_any m_written;  // the last write of a connection has ended
 };
 

@@ -94,10 +94,11 @@ private:
     Service m_service;
     std::array<std::uint8_t, kReceiveSize> m_receiveArea{};
     FACE::IOSS::MCSQ::READ_PAYLOAD_TYPE m_readPayload GUARDED_BY(m_mutex);
-    Mutex m_mutex;  // one read at a time; any other lock may be taken under it, by the call-backs
+    RankedMutex<LockRank::QueueReading>
+        m_mutex;  // one read at a time; any other lock may be taken under it, by the call-backs
     std::map<long long, Callback> m_callbacks GUARDED_BY(m_callbackMutex);
     std::vector<unsigned short> m_filter;
-    Mutex m_callbackMutex;  // a leaf
+    RankedMutex<LockRank::Leaf> m_callbackMutex;  // a leaf
     GssipTopicSerializer m_serializer;
 };
 

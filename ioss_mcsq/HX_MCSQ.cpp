@@ -27,7 +27,8 @@ bool isUsable(CONNECTION_STATE_TYPE::Value state)
 /// Takes a lock that another thread holds nearly all the time: who waits for the turn gets the lock next.
 class SCOPED_CAPABILITY TurnLock {
 public:
-    TurnLock(Mutex& turn, Mutex& mutex) ACQUIRE(mutex) : m_mutex(mutex)
+    TurnLock(RankedMutex<LockRank::QueueTurn>& turn, RankedMutex<LockRank::QueuePoll>& mutex) ACQUIRE(mutex)
+        : m_mutex(mutex)
     {
         const MutexLock lock(turn);
         m_mutex.lock();
@@ -37,7 +38,7 @@ public:
     TurnLock& operator=(const TurnLock&) = delete;
 
 private:
-    Mutex& m_mutex;
+    RankedMutex<LockRank::QueuePoll>& m_mutex;
 };
 
 }  // namespace

@@ -122,7 +122,7 @@ public:
         const std::string m_name;
         const std::uint16_t m_port;
         const std::string m_devicePath;  // the ports point to it
-        mutable Mutex m_mutex;
+        mutable RankedMutex<LockRank::Leaf> m_mutex;
         std::shared_ptr<mcsReaderPort> m_reader GUARDED_BY(m_mutex);
         std::shared_ptr<mcsWriterPort> m_writer GUARDED_BY(m_mutex);
         bool m_isOpen GUARDED_BY(m_mutex) = false;
@@ -147,10 +147,11 @@ private:
 
     const std::string m_devicePrefix;
     std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
-    Mutex m_listMutex;                                               // for fetching an entry
-    Mutex m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,
-                        // does not keep others out
-    Mutex m_pollMutex;  // any other lock may be taken under it, by the call-backs
+    RankedMutex<LockRank::Devices> m_listMutex;                      // for fetching an entry
+    RankedMutex<LockRank::QueueTurn>
+        m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,
+                      // does not keep others out
+    RankedMutex<LockRank::QueuePoll> m_pollMutex;  // any other lock may be taken under it, by the call-backs
     std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
     std::vector<long long> m_pollHandles GUARDED_BY(m_pollMutex);  // of the connection of each entry
     std::thread m_thread GUARDED_BY(m_pollMutex);

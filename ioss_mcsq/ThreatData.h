@@ -59,7 +59,7 @@ public:
     void setGpsTime(double seconds);
 
     /// Latitude, longitude and altitude of the sensor and their accuracy. The service only prints them; rad, rad, m and
-    /// m are what the lab's simulator sends.
+    /// m are what `unit-sim` sends.
     double lat() const;
     double lon() const;
     double alt() const;

@@ -102,7 +102,7 @@ public:
     std::uint32_t getPtfeMeasuredFreqEstimate(std::uint32_t ptfe) const;
     std::uint32_t getPtfeStatus(std::uint32_t ptfe) const;
 
-    /// Clears nothing if it can't be read.
+    /// Answers what stood there before; clears nothing if it can't be read.
     std::uint32_t getAndClearPtfeStatus(std::uint32_t ptfe) const;
 
     std::uint64_t getDfNcoRate(std::uint32_t ptfe) const;   // 44 bits
@@ -142,8 +142,8 @@ private:
 
     static constexpr long long kUnset = -1;
 
-    mutable SharedMutex m_mutex;          // shared for an access, exclusive for `InitFpga` and `DoneFpga`
-    std::atomic<bool> m_isReady = false;  // turns accesses away before they take the lock; true under it only
+    mutable SharedMutex<LockRank::Fpga> m_mutex;  // shared for an access, exclusive for `InitFpga` and `DoneFpga`
+    std::atomic<bool> m_isReady = false;          // turns accesses away before they take the lock; true under it only
     std::shared_ptr<FACE::IOSS::Devmem::IO_Service> m_service GUARDED_BY(m_mutex);
     long long m_processor GUARDED_BY(m_mutex) = kUnset;
     long long m_peripheral GUARDED_BY(m_mutex) = kUnset;

@@ -51,7 +51,7 @@ private:
 
     const ConsoleDescriptor m_descriptor;
     const std::chrono::milliseconds m_patience;
-    Mutex m_mutex;
+    RankedMutex<LockRank::Console> m_mutex;
     std::array<char, 4096> m_pending GUARDED_BY(m_mutex);  // not flushed yet
     std::size_t m_pendingSize GUARDED_BY(m_mutex) = 0;
     std::string m_rest GUARDED_BY(m_mutex);           // of a line of which a part is out

@@ -1,6 +1,8 @@
 #ifndef UTILITIES_THREADANNOTATIONS_H
 #define UTILITIES_THREADANNOTATIONS_H
 
+#include "utilities/LockRank.h"
+
 #include <mutex>
 
 /// Words that join a lock to what it guards. clang checks them (-Wthread-safety); they are empty elsewhere.
@@ -28,16 +30,37 @@ private:
     std::mutex m_mutex;
 };
 
-/// Holds a `Mutex` for a scope. A `std::condition_variable_any` may wait on it.
+/// A `Mutex` with its place in the order of locks.
+template <LockRank rank>
+class CAPABILITY("mutex") RankedMutex {
+public:
+    void lock() ACQUIRE()
+    {
+        LockOrder::take(rank);
+        m_mutex.lock();
+    }
+
+    void unlock() RELEASE()
+    {
+        m_mutex.unlock();
+        LockOrder::release(rank);
+    }
+
+private:
+    std::mutex m_mutex;
+};
+
+/// Holds a `Mutex` or a `RankedMutex` for a scope. A `std::condition_variable_any` may wait on the mutex.
+template <class Lockable>
 class SCOPED_CAPABILITY MutexLock {
 public:
-    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
+    explicit MutexLock(Lockable& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
     ~MutexLock() RELEASE() { m_mutex.unlock(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
 private:
-    Mutex& m_mutex;
+    Lockable& m_mutex;
 };
 
 #endif

@@ -77,7 +77,7 @@ private:
 
     std::thread m_thread;  // joinable from the arming on, also when expired, until the next start or the end
     bool m_running GUARDED_BY(m_mutex) = false;
-    Mutex m_mutex;
+    RankedMutex<LockRank::Watchdog> m_mutex;
     std::condition_variable_any m_condition;
     std::uint64_t m_timeoutMs GUARDED_BY(m_mutex) = 0;
     std::function<void()> m_callback GUARDED_BY(m_mutex);

@@ -19,8 +19,8 @@
 /// Any thread may call. Starts and ends follow each other under the life cycle's lock, which is held over all that the
 /// library and the owner do meanwhile, and while the end waits for the library's call-backs: none of these may start,
 /// stop or restart. Whoever calls the service from outside its call-backs does so through `whileStarted` or
-/// `whileHeld`. The lock of the VCL file is a leaf: only reading and writing of the file happens under it, so that a
-/// call-back may save while the service is being ended.
+/// `whileHeld`. The lock of the VCL file comes behind that of the life cycle; only the reading and writing of the file
+/// happens under it, so that a call-back may save while the service is being ended.
 class BusService {
 public:
     /// What the owner does at a start, within the life cycle's lock. What it throws fails the start.
@@ -92,9 +92,10 @@ private:
     const ServerSettings& m_settings;
     const Owner m_owner;
 
-    Mutex m_lifeCycleMutex;  // never in a call-back of the library: the end of the service waits for those
-    SharedMutex m_serviceGate;
-    Mutex m_vclFileMutex;
+    RankedMutex<LockRank::LifeCycle>
+        m_lifeCycleMutex;  // never in a call-back of the library: the end of the service waits for those
+    SharedMutex<LockRank::Gate> m_serviceGate;
+    RankedMutex<LockRank::VclFile> m_vclFileMutex;
     std::atomic<VapntsService*> m_service = nullptr;
     std::atomic<bool> m_victoryStarted = false;
     bool m_hasService GUARDED_BY(m_lifeCycleMutex) = false;  // m_service is made, and not deleted yet

@@ -30,7 +30,7 @@ public:
     VapntcTime victoryTime(bool print) const EXCLUDES(m_timeMutex);
 
 private:
-    mutable Mutex m_timeMutex;
+    mutable RankedMutex<LockRank::Time> m_timeMutex;
     aspn2_msgs::idl::UTCTime m_latestTime GUARDED_BY(m_timeMutex);
     double m_gpsSeconds GUARDED_BY(m_timeMutex) = 0.0;  // of the GPS week
 };

@@ -72,7 +72,7 @@ private:
     bool belongTogether() const REQUIRES(m_navDataMutex);
 
     const ServerSettings& m_settings;
-    mutable Mutex m_navDataMutex;
+    mutable RankedMutex<LockRank::Inputs> m_navDataMutex;
     aspn2_msgs::idl::PositionVelocityAttitude m_pva GUARDED_BY(m_navDataMutex);
     aspn2_msgs::idl::UTCTime m_utcTime GUARDED_BY(m_navDataMutex);
     aspn2_msgs::idl::HalvexPNT m_fusionPNT GUARDED_BY(m_navDataMutex);

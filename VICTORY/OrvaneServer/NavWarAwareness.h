@@ -27,8 +27,8 @@ public:
     /// Makes a frame the report at hand. False, and nothing done, if it is none: of its length the low 16 bits count.
     bool take(std::span<const std::uint8_t> frame) EXCLUDES(m_threatDataMutex);
 
-    /// Makes threats of the report at hand, if there is one, which is used up then. What fails is reported, and the report
-    /// stays at hand; nothing is thrown.
+    /// Makes threats of the report at hand, if there is one, which is used up then. What fails is reported, and the
+    /// report stays at hand; nothing is thrown.
     /// @return whether there is a new threat
     bool process() noexcept EXCLUDES(m_threatDataMutex, m_threatListMutex);
 
@@ -51,10 +51,10 @@ private:
 
     const ServerSettings& m_settings;
     const LatestTime& m_time;
-    Mutex m_threatDataMutex;
+    RankedMutex<LockRank::ThreatReport> m_threatDataMutex;
     ThreatData m_threatData GUARDED_BY(m_threatDataMutex);
     bool m_threatReportWaits GUARDED_BY(m_threatDataMutex) = false;
-    mutable Mutex m_threatListMutex;
+    mutable RankedMutex<LockRank::Lists> m_threatListMutex;
     PublicationList<VapntcNavWarSaThreat, VAPNTC_MAX_ROWS> m_threats GUARDED_BY(m_threatListMutex);
 };
 

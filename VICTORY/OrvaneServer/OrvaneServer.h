@@ -311,7 +311,7 @@ protected:
 
     // The bus library's service. Whoever calls it from outside its own call-backs does so through `whileStarted`.
     Mutex m_lifeCycleMutex;  // never in a call-back of the library: the end of the service waits for those
-    SharedMutex m_serviceGate;
+    SharedMutex<LockRank::Gate> m_serviceGate;
     std::atomic<VapntsService*> m_service = nullptr;  // null until the first start, and not cleared by the end
     std::atomic<bool> m_victoryStarted = false;
     bool m_hasService GUARDED_BY(m_lifeCycleMutex) = false;  // m_service is made, and not deleted yet

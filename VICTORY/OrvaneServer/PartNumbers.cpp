@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr const char* partNumberIncompleteText = " - Collecting system information. Please wait and retry...";
+constexpr const char* kPartNumberIncompleteText = " - Collecting system information. Please wait and retry...";
 constexpr std::uint8_t kTarvoServer = 47;
 constexpr std::uint8_t kTarvoTopic = 0;
 
@@ -192,7 +192,7 @@ void PartNumbers::tellProvisionalConfiguration(VapntsService* service)
 {
     const MutexLock lock(m_apntConfigurationMutex);
     ComponentRows::updateSystemConfiguration(
-        m_systemConfiguration, std::string("Kolt Gen II") + partNumberIncompleteText, "", "", "", "9XQ27");
+        m_systemConfiguration, std::string("Kolt Gen II") + kPartNumberIncompleteText, "", "", "", "9XQ27");
     std::ignore = VictoryLibrary::tell(service, m_systemConfiguration);
 }
 
@@ -200,6 +200,11 @@ void PartNumbers::wipeConfiguration()
 {
     const MutexLock lock(m_apntConfigurationMutex);
     m_requestPartNumbers = false;
+    clearApntConfiguration();
+}
+
+void PartNumbers::clearApntConfiguration()
+{
     m_service.whileStarted(
         [](VapntsService* service) { std::ignore = VictoryLibrary::tell(service, VapntcSystemConfiguration{}); });
 }

@@ -62,6 +62,7 @@ private:
     void countResponses() EXCLUDES(m_apntConfigurationMutex, m_partNumberMutex);
     void tellCompleteConfiguration() EXCLUDES(m_apntConfigurationMutex, m_partNumberMutex);
     void tellSystemConfiguration() REQUIRES(m_apntConfigurationMutex);
+    void clearApntConfiguration() REQUIRES(m_apntConfigurationMutex);
     void enter(const std::string& text, const std::string& id, const std::string& name, bool isSensorService,
                const std::string& topicId) REQUIRES(m_apntConfigurationMutex);
     void printAndSendOnDebug(const std::string& text, int line = __builtin_LINE()) const;
@@ -70,13 +71,13 @@ private:
     BusService& m_service;
     Clock::time_point (*const m_steadyNow)();
     std::atomic<bool> m_requestPartNumbers = true;
-    Clock::time_point m_lastPartNumberRequest = Clock::now();  // of the thread that takes the turns
+    Clock::time_point m_lastPartNumberRequest = m_steadyNow();  // of the thread that takes the turns
 
-    Mutex m_apntConfigurationMutex;
+    RankedMutex<LockRank::Configuration> m_apntConfigurationMutex;
     std::map<std::string, bool> m_partNumberResponses GUARDED_BY(m_apntConfigurationMutex);  // by component
     VapntcSystemConfiguration m_systemConfiguration GUARDED_BY(m_apntConfigurationMutex) = {};
 
-    Mutex m_partNumberMutex;
+    RankedMutex<LockRank::PartNumbers> m_partNumberMutex;
     std::condition_variable_any m_partNumbersArrived;
     std::atomic<bool> m_partNumbersComplete = false;  // set under m_partNumberMutex
 };

@@ -12,7 +12,8 @@
 ///
 ///     taking --end--> ended --begin--> taking
 ///
-/// What waits at the end is not carried out, and is told; so is what comes after it, until the next begin.
+/// What waits at the end is not carried out, and is told: its number, in which those that were merged are not counted.
+/// So is what comes after it, until the next begin.
 /// Any thread may call; `carryOut` is for one at a time. The lock is a leaf: nothing is called under it.
 class SanitizeOrders {
 public:
@@ -48,7 +49,7 @@ private:
 
     const ServerSettings& m_settings;
     std::atomic<bool> m_sanitizeRequested = false;
-    Mutex m_mutex;
+    RankedMutex<LockRank::Leaf> m_mutex;
     int m_waiting GUARDED_BY(m_mutex) = 0;
     bool m_hasEnded GUARDED_BY(m_mutex) = false;
 };

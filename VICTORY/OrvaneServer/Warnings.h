@@ -59,7 +59,7 @@ private:
     const ServerSettings& m_settings;
     const LatestTime& m_time;
     std::atomic<std::size_t> m_warningIdRows = 0;
-    mutable Mutex m_warningListMutex;
+    mutable RankedMutex<LockRank::Lists> m_warningListMutex;
     PublicationList<VapntcWarningMessage, VAPNTC_MAX_ROWS> m_warnings GUARDED_BY(m_warningListMutex);
 };
 

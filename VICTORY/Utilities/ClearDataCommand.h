@@ -137,7 +137,7 @@ private:
 
     /// Held while responses are processed and while a request is begun or waits, over the report of an end and the
     /// start and cancel of the watchdog too. The watchdog's thread does without it, as the cancel waits for that thread.
-    Mutex m_mutex;
+    RankedMutex<LockRank::ClearData> m_mutex;
 
 protected:
     /// Wakes a request that waits.

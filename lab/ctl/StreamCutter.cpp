@@ -82,7 +82,7 @@ void StreamCutter::take(Bytes bytes)
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
     for (std::size_t end = m_sums.size(); end <= m_bytes.size(); ++end) {
         const unsigned before = end < 2 ? 0u : m_sums[end - 2];
-        const unsigned word = end < 2 ? 0u : m_bytes[end - 2] | unsigned{m_bytes[end - 1]} << 8;
+        const unsigned word = end < 2 ? 0u : gssip::wordAt({m_bytes.data() + (end - 2), 2}, 0);
         m_sums.push_back(static_cast<std::uint16_t>(before + word));
     }
     cut();

@@ -135,6 +135,7 @@ private:
     Results::iterator findResult(const std::string& id) REQUIRES(m_resultsMutex);
     Result* firstOfStatus(std::int32_t status) REQUIRES(m_resultsMutex);
     void close(Result& result, std::int32_t status) REQUIRES(m_resultsMutex);
+    /// @return false if there was no room for all
     bool appendSensorRows(const aspn2_msgs::idl::BitReport& report, VapntcBitResult& row) REQUIRES(m_resultsMutex);
     std::string command() const REQUIRES(m_resultsMutex);
 
@@ -147,7 +148,7 @@ private:
     std::atomic<bool> m_debug = false;
     std::function<bool(const std::string&)> m_sendCommand GUARDED_BY(m_resultsMutex);
     std::vector<SensorServer> m_sensorServers GUARDED_BY(m_resultsMutex);
-    Mutex m_resultsMutex;
+    RankedMutex<LockRank::Results> m_resultsMutex;
     Results m_results GUARDED_BY(m_resultsMutex);
     std::size_t m_serverCount GUARDED_BY(m_resultsMutex) = 0;  // of the sensors
     std::int32_t m_secondsRemaining GUARDED_BY(m_resultsMutex) = 0;

@@ -71,7 +71,7 @@ struct Faults<VapntsService> {
 class Replacement {
 public:
     /// @param path  without a link in it
-    explicit Replacement(const std::filesystem::path& path) : m_old(path), m_new(path.string() + ".new")
+    explicit Replacement(const std::filesystem::path& path) : m_old(path), m_new(path.string() + ".replacement")
     {
         struct stat old = {};
         if (::stat(m_old.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return;
@@ -99,6 +99,7 @@ public:
     /// Has what was written to it reach the disk.
     bool synchronize() const { return ::fsync(m_file) == 0; }
 
+    /// False with `errno` if it can't.
     bool takePlace()
     {
         m_hasTakenPlace = std::rename(m_new.c_str(), m_old.c_str()) == 0;
@@ -252,7 +253,10 @@ Answer replaceTextFile(const char* text, const std::string& path)
     const auto answer = writeTextFile(text, replacement.path());
     if (!answer.isSuccess()) return answer;
     if (!replacement.synchronize()) return kOldStays;
-    return replacement.takePlace() ? kSuccess : writeTextFile(text, path);
+    if (replacement.takePlace()) return kSuccess;
+    // Where it can never take the place, such as that of a file that is mounted by itself. Else the disk has failed.
+    const bool isForbidden = errno == EBUSY || errno == EXDEV || errno == EPERM || errno == EACCES || errno == EROFS;
+    return isForbidden ? writeTextFile(text, path) : kOldStays;
 }
 
 }  // namespace VictoryLibrary

@@ -133,7 +133,7 @@ TEST_F(ReplaceTextFileTest, ANewTextIsWrittenBesideAndTakesThePlace)
     victory.onCall("vutilWriteStringToFile", [&] { meanwhile = readFile(path); });
     EXPECT_TRUE(replace().isSuccess());
     EXPECT_EQ(meanwhile, "old");
-    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), path + ".new");
+    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), path + ".replacement");
     EXPECT_EQ(readFile(path), "new");
     EXPECT_THAT(names(), ElementsAre("file"));
     EXPECT_EQ(victory.count("vutilWriteStringToFile"), 1U);
@@ -178,7 +178,7 @@ TEST_F(ReplaceTextFileTest, ALinkStaysAndItsTargetIsReplaced)
 
 TEST_F(ReplaceTextFileTest, WhatAPowerFailureHasLeftIsInNobodysWay)
 {
-    directory.write("file.new", "half of a longer tex");
+    directory.write("file.replacement", "half of a longer tex");
     EXPECT_TRUE(replace().isSuccess());
     EXPECT_EQ(readFile(path), "new");
     EXPECT_THAT(names(), ElementsAre("file"));
@@ -186,8 +186,8 @@ TEST_F(ReplaceTextFileTest, WhatAPowerFailureHasLeftIsInNobodysWay)
 
 TEST_F(ReplaceTextFileTest, WhereNothingCanBePutBesideItTheFileIsWrittenInPlace)
 {
-    std::filesystem::create_directory(path + ".new");
-    directory.write("file.new/anything", "");
+    std::filesystem::create_directory(path + ".replacement");
+    directory.write("file.replacement/anything", "");
     EXPECT_TRUE(replace().isSuccess());
     EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), path);
     EXPECT_EQ(readFile(path), "new");

@@ -8,8 +8,8 @@
 #include <string>
 
 /// The head and the rows of the configuration record that clients of the bus read. Functions of what they are given,
-/// but for lines on the console in debug. A row is identified by its id and name together: a server may have several.
-/// Texts are cut to 255 characters.
+/// but for lines on the console in debug, and the event of a row that finds no room. A row is identified by its id and
+/// name together: a server may have several. Texts are cut to 255 characters.
 namespace ComponentRows {
 
 /// What a row says. Nothing of the software or the hardware is known if it is empty.

@@ -21,19 +21,21 @@ std::int32_t countOf(const aspn2_msgs::idl::MeasurementIncorporationStatus& mess
 
 }  // namespace
 
-std::optional<std::uint32_t> GpsAvailability::store(const aspn2_msgs::idl::MeasurementIncorporationStatus& message)
+void GpsAvailability::storeGpsAvailability(const aspn2_msgs::idl::MeasurementIncorporationStatus& message,
+                                           const std::function<void(std::uint32_t id)>& warn)
 {
     switch (store(countOf(message), m_gpsLost)) {
     case Change::None:
         break;
     case Change::Lost:
+        warn(VAPNTC_WARNING_GPS_MEASUREMENTS_LOST);
         m_gpsLost = true;
-        return VAPNTC_WARNING_GPS_MEASUREMENTS_LOST;
+        break;
     case Change::Back:
+        warn(VAPNTC_WARNING_GPS_MEASUREMENTS_BACK);
         m_gpsLost = false;
-        return VAPNTC_WARNING_GPS_MEASUREMENTS_BACK;
+        break;
     }
-    return std::nullopt;
 }
 
 GpsAvailability::Change GpsAvailability::store(std::int32_t count, bool isLost)

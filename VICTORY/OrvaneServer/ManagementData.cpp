@@ -70,7 +70,7 @@ void ManagementData::tellAvailableSensors(VapntsService* service, OrvaneBitResul
     std::ignore = VictoryLibrary::tell(service, *sensors);
 }
 
-void ManagementData::tellNoNavigation(VapntsService* service)
+void ManagementData::initVictoryDefaultVDMData(VapntsService* service)
 {
     VapntcBlendedNavigationRecord record = {};
     record.fom = 9;

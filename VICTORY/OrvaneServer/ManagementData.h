@@ -17,7 +17,7 @@ void tellAvailableOutputs(VapntsService* service, bool allOutputs);
 void tellAvailableSensors(VapntsService* service, OrvaneBitResults& bitResults, const ServerSettings& settings);
 
 /// A Blended Navigation record without a solution: the worst figures of merit, GPS not known to be lost, nothing valid.
-void tellNoNavigation(VapntsService* service);
+void initVictoryDefaultVDMData(VapntsService* service);
 
 }  // namespace ManagementData
 

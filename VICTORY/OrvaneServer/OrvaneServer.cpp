@@ -1,10 +1,11 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 
 #include "ASPN/CmdResponseStrings.h"
+#include "VICTORY/OrvaneServer/HandlerFaults.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/OrvaneServer/ServerConfigFile.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "utilities/ConsoleLine.h"
-#include "utilities/Shielded.h"
 #include "utilities/SleepFully.h"
 
 #include <iostream>
@@ -14,16 +15,9 @@ using FACE::LCM::Halvex::ReportedState;
 using FACE::LCM::Halvex::RequestedState;
 
 OrvaneServer::OrvaneServer(const std::string& sensorFile)
-    : m_bitResults(sensorFile), m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
-{
-    struct Expected {
-        std::uint8_t server;
-        std::uint8_t topic;
-    };
-    constexpr Expected components[] = {{53, 1}, {53, 0}, {39, 0}, {47, 0}, {47, 2}, {49, 0}, {38, 0}};
-    for (const auto& [server, topic] : components)
-        m_partNumberResponses[ASPN2::Components::to_component(server, topic)] = false;
-}
+    : m_bus(m_settings, busOwner()), m_bitResults(sensorFile), m_clearDataCommand(m_settings.m_serverName),
+      m_faultConsole(m_settings.m_serverName, m_bus)
+{}
 
 OrvaneServer::~OrvaneServer() = default;
 
@@ -37,6 +31,32 @@ void OrvaneServer::Finalize(RETURN_CODE_TYPE::Value& rc)
     rc = RETURN_CODE_TYPE::NO_ACTION;
 }
 
+void OrvaneServer::Configure(const FACE::String& file, RETURN_CODE_TYPE::Value& rc)
+{
+    Scheduling scheduling;
+    bool isComplete = ServerConfigFile::read(file, m_settings, scheduling);
+    if (isComplete) prepareCommandedOperations();
+    ServerConfigFile::print(m_settings, scheduling);
+    if (isComplete) isComplete = scheduling.apply(m_settings.m_serverName);
+    rc = isComplete ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::INVALID_CONFIG;
+}
+
+void OrvaneServer::prepareCommandedOperations()
+{
+    m_clearDataCommand.setClearDataInProgressTimeout(
+        ClearDataCommand::limitedSeconds(m_settings.m_clearDataInProgressTimeoutSeconds));
+    m_clearDataCommand.setClearDataRequestTimeout(
+        ClearDataCommand::limitedSeconds(m_settings.m_clearDataRequestTimeoutSeconds));
+    m_clearDataCommand.setQuiet(!m_settings.m_debug);
+    const auto send = [this](const std::string& command) { return sendCommandResponseMessage(command); };
+    m_clearDataCommand.setCommandResponseMessageCallback(send);
+    m_bitResults.setCommandResponseMessageCallback(send);
+    m_clearDataCommand.setSendVDBCompleteWarningCallback(
+        [this](ClearDataCommand::ClearDataType type, bool isPassed, const std::string& message) {
+            return m_warnings.sendVDBCompleteWarning(type, isPassed, message);
+        });
+}
+
 void OrvaneServer::Query_State(ReportedState::Value& state, RETURN_CODE_TYPE::Value& rc)
 {
     state = static_cast<ReportedState::Value>(m_state.load());
@@ -48,15 +68,17 @@ void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RET
     // The state changes last: until then, what arrives is dropped.
     rc = RETURN_CODE_TYPE::NO_ERROR;
     if (m_state == ReportedState::STOPPED && requested == RequestedState::START) {
+        m_sanitizeOrders.begin();
         Start();
         m_bitResults.Start();
-        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " started successfully.");
+        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_settings.m_serverName + " started successfully.");
         m_state = ReportedState::RUNNING;
     } else if (m_state == ReportedState::RUNNING && requested == RequestedState::STOP) {
         Stop();
         m_bitResults.Stop();
-        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " stopped successfully.");
+        Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_settings.m_serverName + " stopped successfully.");
         m_state = ReportedState::STOPPED;
+        m_sanitizeOrders.end();
     } else {
         rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
     }
@@ -67,56 +89,57 @@ void OrvaneServer::Start()
     Stop();
     m_workerStop = false;
     m_workerThread = std::thread(&OrvaneServer::workerThreadFunction, this);
-    if (m_debug) printLine(std::cout, m_serverName, ": ", "Start", " : Worker thread started.");
+    if (m_settings.m_debug) printLine(std::cout, m_settings.m_serverName, ": ", "Start", " : Worker thread started.");
 }
 
 void OrvaneServer::Stop()
 {
     m_workerStop = true;
-    const bool hasWorker = m_workerThread.joinable();
-    if (hasWorker) m_workerThread.join();
-    carryOutSanitizeOrders();  // what came after the last turn
-    if (hasWorker && m_debug) printLine(std::cout, m_serverName, ": ", "Stop", " : worker thread stopped.");
+    if (!m_workerThread.joinable()) return;
+    m_workerThread.join();
+    if (m_settings.m_debug) printLine(std::cout, m_settings.m_serverName, ": ", "Stop", " : worker thread stopped.");
 }
 
 void OrvaneServer::workerThreadFunction() noexcept
 {
     while (!m_workerStop) {
         sleepFully(m_turnPause);
-        shielded([this] { workerTurn(); }, [this](const char* what) { reportWorkerException(what); });
+        HandlerFaults::handle(HandlerFaults::kWorker, m_settings.m_serverName, [this] { workerTurn(); });
     }
-}
-
-void OrvaneServer::reportWorkerException(const char* what)
-{
-    const std::string text = m_serverName + ": workerThreadFunction() EXCEPTION: " + (what ? what : "<unknown>");
-    Reports::sendAndPrint(EventTypes::EVENT_FAULT, text);
 }
 
 void OrvaneServer::workerTurn()
 {
     carryOutSanitizeOrders();
-    if (m_testMode) checkForFaultTestEvents();
+    if (m_settings.m_testMode) checkForFaultTestEvents();
     attemptBlendedNavigationProcessing();
-    processPartNumbers();
+    m_partNumbers.processPartNumbers(
+        m_postCompleteSeen, [this](const std::string& command) { return sendCommandResponseMessage(command); });
     if (m_postCompleteSeen) {
         m_bitResults.cycleCommandedBitStateMachine();
-    } else if (Sys::isPostComplete(m_flagDirectory)) {
+    } else if (Sys::isPostComplete(m_settings.m_flagDirectory)) {
         m_postCompleteSeen = true;
         performPOSTcomplete();
     }
 }
 
+void OrvaneServer::carryOutSanitizeOrders()
+{
+    m_sanitizeOrders.carryOut(
+        m_workerStop, [this] { sanitize(); },
+        [this](const char* what) { HandlerFaults::report(HandlerFaults::kCmd, m_settings.m_serverName, what); });
+}
+
+void OrvaneServer::sanitize()
+{
+    constexpr unsigned long kSilentPeriodMs = 4294967295UL;
+    if (!updateVDMdataRate(kSilentPeriodMs))
+        Reports::sendEvent(EventTypes::EVENT_FAULT,
+                           m_settings.m_serverName + ": Could not reduce VDM data rates during sanitize operation!");
+    m_partNumbers.wipeConfiguration();
+}
+
 void OrvaneServer::checkForFaultTestEvents()
 {
-    // The service must not end while a fault is raised in it. After a restart it is another one, without faults.
-    const SharedLock gate(m_serviceGate);
-    m_victoryFaultHelper.SetAvailableService(m_victoryStarted ? m_service.load() : nullptr);
-    if (const auto generation = m_victoryGeneration.load(); generation != m_faultHelperGeneration) {
-        m_victoryFaultHelper.forgetFaults(VictoryFaultHelper::APNT);
-        m_faultHelperGeneration = generation;
-    }
-    bool tellDisabled = m_tellDisabled;
-    m_victoryFaultHelper.ManageFaults(tellDisabled);
-    m_tellDisabled = tellDisabled;
+    m_faultConsole.turn();
 }

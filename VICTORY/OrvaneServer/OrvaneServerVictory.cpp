@@ -1,68 +1,58 @@
 #include "PCSMaintReporter/PCSMaintReporter.h"
+#include "VICTORY/OrvaneServer/ClearDataRequest.h"
+#include "VICTORY/OrvaneServer/ManagementData.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/Reports.h"
+#include "VICTORY/OrvaneServer/VictoryCallbacks.h"
 #include "VICTORY/Utilities/VictoryLibrary.h"
-#include "VICTORY/Utilities/VictoryXmlHelpers.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/Saturate.h"
 #include "utilities/Shielded.h"
 
 #include <iostream>
-#include <string>
-#include <tinyxml2.h>
 #include <tuple>
-#include <utility>
 
-namespace {
-
-constexpr double kPublicationRate = 1.0;
-constexpr unsigned long kShortestPeriodMs = 1000;
-
-}  // namespace
+using VictoryCallbacks::withServer;
 
 bool OrvaneServer::InitializeVictory(const char* vclText)
 {
-    const MutexLock lock(m_lifeCycleMutex);
-    return startVictory(vclText);
+    return m_bus.start(vclText);
 }
 
 bool OrvaneServer::ShutdownVictory()
 {
-    const MutexLock lock(m_lifeCycleMutex);
-    return shutdownVictory();
+    return m_bus.stop();
 }
 
-bool OrvaneServer::startVictory(const char* vclText)
+bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
 {
-    // The analysis doesn't see that these run under the lock of the caller.
-    bool started = false;
-    const auto body = [&]() ORVANE_THREAD_ANNOTATION(no_thread_safety_analysis) { started = startService(vclText); };
-    const auto report = [&](const char* what) ORVANE_THREAD_ANNOTATION(no_thread_safety_analysis) {
-        Reports::sendCallbackException("InitializeVictory", what);
-        discardService();
-    };
-    shielded(body, report);
-    return started;
+    return m_bus.restart(periodMs);
 }
 
-bool OrvaneServer::startService(const char* vclText)
+BusService::Owner OrvaneServer::busOwner()
 {
-    // From here on, what the library prints comes by. A redirection that is in force already stays.
-    m_outputRedirector.redirect(
-        [this](const char* text, unsigned int size) { return static_cast<int>(logMaintenanceEvent(text, size)); });
-    if (m_victoryStarted) return true;
+    // From the first start on, what the library prints comes by. A redirection that is in force already stays.
+    return {.redirectOutput =
+                [this] {
+                    m_outputRedirector.redirect([this](const char* text, unsigned int size) {
+                        return static_cast<int>(logMaintenanceEvent(text, size));
+                    });
+                },
+            .prepare = [this] { return prepareBus(); },
+            .equip = [this](VapntsService* service) { equipBus(service); }};
+}
 
-    initMeasSourceEncoder();
-    initWarningIdEncoder();
-    const bool bitReady = m_bitResults.Initialize("Halvex", saturate<std::int32_t>(m_BITtimeoutSeconds), m_debug);
+bool OrvaneServer::prepareBus()
+{
+    m_measSources.initMeasSourceEncoder();
+    m_warnings.initWarningIdEncoder();
+    return m_bitResults.Initialize("Halvex", saturate<std::int32_t>(m_settings.m_BITtimeoutSeconds),
+                                   m_settings.m_debug);
+}
 
-    VapntsService* const service = makeService(vclText);
-    if (!service) {
-        Reports::sendFault("InitializeVictory", m_serverName + " Error reading VICTORY APNT configuration file.");
-        return false;
-    }
-    m_hasService = true;
-
+void OrvaneServer::equipBus(VapntsService* service)
+{
+    constexpr double kPublicationRate = 1.0;
     std::ignore = VictoryLibrary::setUp(service,
                                         {.saveVclid = &cbSaveVclidCallback,
                                          .tellNavWarSa = &cbTellNavWarSaCallback,
@@ -70,87 +60,21 @@ bool OrvaneServer::startService(const char* vclText)
                                          .clearSystemData = &cbClearSystemDataCallback,
                                          .tellSystemConfiguration = &cbTellSystemConfigurationCallback},
                                         this, kPublicationRate);
-
-    initVictoryDefaultManagementData();
-    initVictoryDefaultVDMData();
-    // A failure is told and deliberately changes nothing: the service counts as started.
-    if (const auto answer = VictoryLibrary::startService(service); !answer.isSuccess())
-        printLine(std::cout, Reports::location(), "InitializeVictory : vapntsStartService answered ", answer.number());
-    ++m_victoryGeneration;
-    m_victoryStarted = true;
-    return bitReady;
+    initVictoryDefaultManagementData(service);
+    ManagementData::initVictoryDefaultVDMData(service);
 }
 
-VapntsService* OrvaneServer::makeService(const char* vclText)
+void OrvaneServer::initVictoryDefaultManagementData(VapntsService* service)
 {
-    bool hasTexts = VictoryLibrary::readTextFile(m_victoryConfigurationFile, m_victoryConfigurationText).isSuccess();
-    if (!vclText) {
-        hasTexts = VictoryLibrary::readTextFile(m_vclFile, m_vclText).isSuccess() && hasTexts;
-        vclText = m_vclText.data();
-    }
-    if (!hasTexts) return nullptr;
-    VapntsService* const service = VictoryLibrary::newService(m_victoryConfigurationText.data(), vclText);
-    m_service = service;
-    return service;
-}
-
-void OrvaneServer::discardService()
-{
-    {
-        const ExclusiveLock gate(m_serviceGate);
-        m_victoryStarted = false;
-    }
-    // A start that fails early finds the service of the start before, which has been deleted.
-    if (m_hasService) deleteService("InitializeVictory");
-}
-
-void OrvaneServer::deleteService(const char* caller)
-{
-    m_hasService = false;
-    // No lock that a call-back takes: this waits for them.
-    shielded([this] { VictoryLibrary::deleteService(m_service); },
-             [=](const char* what) { Reports::sendCallbackException(caller, what); });
-}
-
-bool OrvaneServer::shutdownVictory()
-{
-    {
-        const ExclusiveLock gate(m_serviceGate);  // whoever is in the library has left it then
-        if (!m_victoryStarted.exchange(false)) return false;
-    }
-    deleteService("ShutdownVictory");
-    Reports::sendEvent(EventTypes::EVENT_INFORMATION, m_serverName + " : VapntsService exited");
-    if (m_debug) printLine(std::cout, m_serverName, " : VapntsService exited");
-    return true;
-}
-
-bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
-{
-    const MutexLock lock(m_lifeCycleMutex);
-    constexpr const char* kFunction = "updateVDMdataRate";
-    printLine(std::cout, Reports::location(), kFunction, " : Updating VDM rate to ", periodMs, " milliseconds.");
-    if (periodMs < kShortestPeriodMs) return false;
-    printLine(std::cout, Reports::location(), kFunction, " : Restarting APNT.");
-
-    // What can't be loaded or found is not told: the start below tells what the library thinks of the text.
-    tinyxml2::XMLDocument document;
-    document.LoadFile(m_vclFile.c_str());
-    const std::string period = std::to_string(periodMs);
-    VICTORY::updateConfigItemInVclXml(document, "ASSURED_PNT_BLENDED_NAVIGATION", "updatePeriod", period.c_str());
-    VICTORY::updateConfigItemInVclXml(document, "ASSURED_PNT_NAVWAR_SA", "updatePeriod", period.c_str());
-    tinyxml2::XMLPrinter printer;
-    document.Print(&printer);
-    std::string text = printer.CStr();
-
-    shutdownVictory();
-    m_updatedVclText = std::move(text);  // the service before may have used the old one
-    startVictory(m_updatedVclText.c_str());
-    return true;
+    ManagementData::tellAvailableOutputs(service, m_allOutputs);
+    // The configuration has been wiped otherwise.
+    if (!m_sanitizeOrders.isRequested()) m_partNumbers.tellProvisionalConfiguration(service);
+    ManagementData::tellAvailableSensors(service, m_bitResults, m_settings);
 }
 
 void OrvaneServer::performPOSTcomplete()
 {
-    whileStarted([this](VapntsService* service) {
+    m_bus.whileStarted([this](VapntsService* service) {
         std::ignore =
             VictoryLibrary::setUpBuiltInTests(service,
                                               {.execute = &BuiltInTests::ExecuteBuiltInTestsCallback,
@@ -163,7 +87,8 @@ void OrvaneServer::performPOSTcomplete()
 unsigned int OrvaneServer::logMaintenanceEvent(const char* text, unsigned int length)
 {
     const std::string line(text, length);
-    if (m_debug) printLine(std::cout, Reports::location(), "logMaintenanceEvent", ": OrvaneServer SOAP Error: ", line);
+    if (m_settings.m_debug)
+        printLine(std::cout, Reports::location(), "logMaintenanceEvent", ": OrvaneServer SOAP Error: ", line);
     if (line.find("SOAP 1.2 fault SOAP-ENV:Sender") == std::string::npos) return 0;
     using Reporter = PCSMaintReporter;
     constexpr auto noUnit = Reporter::eLru{0};
@@ -175,35 +100,125 @@ unsigned int OrvaneServer::logMaintenanceEvent(const char* text, unsigned int le
     return length;
 }
 
+void OrvaneServer::attemptBlendedNavigationProcessing()
+{
+    shielded(
+        [this] { m_inputs.join([this](const NavInputs::Joined& inputs) { encodeVictoryBlendedNavigation(inputs); }); },
+        [this](const char* what) { Reports::sendJoinException(m_settings.m_serverName, what); });
+}
+
+void OrvaneServer::encodeVictoryBlendedNavigation(const NavInputs::Joined& inputs)
+{
+    const auto record =
+        BlendedNavigation::record({inputs.utcTime, inputs.pnt, inputs.mis, inputs.pva, inputs.assurance,
+                                   inputs.receiver, m_gpsAvailability.isLost()},
+                                  [this](unsigned short id) { return m_measSources.encodeVictoryMeasSource(id); });
+    const bool isTold = m_bus.whileStarted([&](VapntsService* service) {
+        VapntcTime time = {};
+        BlendedNavigation::set_VictoryTime(time, inputs.utcTime, !m_settings.m_quiet);
+        if (!m_faultConsole.isTellDisabled()) std::ignore = VictoryLibrary::tell(service, record, &time);
+    });
+    if (!isTold)
+        Reports::sendFault("encodeVictoryBlendedNavigation",
+                           m_settings.m_serverName + ": Cannot publish APNT Blended Navigation data while APNT service "
+                                                     "is not running!");
+}
+
 int OrvaneServer::cbSaveVclidCallback(void* context, VapntsService*, const char* vclText) noexcept
 {
-    constexpr const char* kFunction = "cbSaveVclidCallback";
     int answer = 1;
+    withServer<OrvaneServer>(context, VictoryCallbacks::kSaveVclid,
+                             [&](OrvaneServer& server) { answer = server.saveVcl(vclText); });
+    return answer;
+}
+
+int OrvaneServer::saveVcl(const char* vclText)
+{
+    constexpr const char* kFunction = VictoryCallbacks::kSaveVclid.function;
+    const std::string& name = m_settings.m_serverName;
+    if (m_clearDataCommand.state() == ClearDataCommand::STATE_IN_PROGRESS) {
+        Reports::sendFault(kFunction, name + " : APNT Clear in progress, not processing SaveVCLID command");
+        return 1;
+    }
+    if (!m_bus.isStarted()) {
+        Reports::sendFault(kFunction, name + " : Ignored. Cannot save VCLID / VCL XML file while APNT service is not "
+                                             "running!");
+        return 0;
+    }
+    if (!m_settings.m_quiet) printLine(std::cout, name, ": Saving VCLID file: ", m_settings.m_vclFile);
+    return m_bus.saveVcl(vclText) ? 0 : 1;
+}
+
+void OrvaneServer::cbTellNavWarSaCallback(void* context, VapntsService* service) noexcept
+{
+    withServer<OrvaneServer>(context, VictoryCallbacks::kTellNavWarSa, [&](OrvaneServer& server) {
+        server.m_navWar.publish(service, server.m_bus.isStarted(), server.m_faultConsole.isTellDisabled());
+    });
+}
+
+void OrvaneServer::cbTellWarningMessagesCallback(void* context, VapntsService* service) noexcept
+{
+    withServer<OrvaneServer>(context, VictoryCallbacks::kTellWarningMessages, [&](OrvaneServer& server) {
+        server.m_warnings.publish(service, server.m_bus.isStarted(), server.m_faultConsole.isTellDisabled());
+    });
+}
+
+void OrvaneServer::cbTellSystemConfigurationCallback(void* context, VapntsService*) noexcept
+{
+    withServer<OrvaneServer>(context, VictoryCallbacks::kTellSystemConfiguration,
+                             [](OrvaneServer& server) { server.m_partNumbers.awaitSystemConfiguration(); });
+}
+
+int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* service, VapntcSystemData* data) noexcept
+{
+    constexpr auto& kTexts = VictoryCallbacks::kClearSystemData;
+    withServer<OrvaneServer>(context, kTexts, [&](OrvaneServer& server) { server.clearSystemData(service, data); });
     shielded(
         [&] {
-            if (!context) {
-                Reports::sendFault(kFunction, Reports::kNoInstance);
-                return;
-            }
-            auto& server = *static_cast<OrvaneServer*>(context);
-            if (server.m_clearDataCommand.state() == ClearDataCommand::STATE_IN_PROGRESS) {
-                Reports::sendFault(kFunction,
-                                   server.m_serverName + " : APNT Clear in progress, not processing SaveVCLID command");
-                return;
-            }
-            if (!server.m_victoryStarted) {
-                Reports::sendFault(kFunction, server.m_serverName +
-                                                  " : Ignored. Cannot save VCLID / VCL XML file while "
-                                                  "APNT service is not running!");
-                answer = 0;
-                return;
-            }
-            if (!server.m_quiet) printLine(std::cout, server.m_serverName, ": Saving VCLID file: ", server.m_vclFile);
-            answer = vclText && VictoryLibrary::writeTextFile(vclText, server.m_vclFile).isSuccess() ? 0 : 1;
+            const auto* const server = static_cast<const OrvaneServer*>(context);
+            // The word is always this one.
+            if (server && !server->m_settings.m_quiet)
+                printLine(std::cout, kTexts.function, " : ", "Return code to VDB: ", "ERROR");
         },
-        [&](const char* what) {
-            answer = 1;
-            Reports::sendCallbackException(kFunction, what);
-        });
-    return answer;
+        [](const char*) {});
+    return 1;
+}
+
+void OrvaneServer::clearSystemData(VapntsService* service, VapntcSystemData* data)
+{
+    const std::string& name = m_settings.m_serverName;
+    if (m_settings.m_debug) printLine(std::cout, "CALLBACK RECIEVED --- ");
+    if (m_sanitizeOrders.isRequested()) {
+        Reports::sendEvent(EventTypes::EVENT_FAULT,
+                           name + ": Sanitize in progress, not processing APNT clear system data command");
+        return;
+    }
+    if (!m_bus.isStarted()) {
+        Reports::sendEvent(EventTypes::EVENT_FAULT, name + " : Ignored. Cannot process APNT Clear System Data while "
+                                                           "APNT service is not running!");
+        return;
+    }
+    // The answer says that the request was heard; how the erasing ends reaches the client as a warning.
+    processClearDataRequest(service, data);
+    std::ignore = VictoryLibrary::tellClearRequestTaken(service);
+}
+
+bool OrvaneServer::processClearDataRequest(VapntsService*, VapntcSystemData* data)
+{
+    const std::string& name = m_settings.m_serverName;
+    if (!m_bus.isStarted()) {
+        Reports::sendEvent(EventTypes::EVENT_FAULT, name + " : Ignored. Cannot process APNT Clear System Data requests "
+                                                           "while APNT service is not running!");
+        return true;
+    }
+    if (!data && !m_settings.m_quiet) printLine(std::cout, "No command provided, Zeroize device command type");
+    const auto [type, complaint] = requestOf(data);
+    if (!complaint.empty()) {
+        Reports::sendFault("processClearDataRequest", name + complaint,
+                           m_settings.m_quiet ? Reports::Console::Omit : Reports::Console::Print);
+        m_warnings.sendVDBcustomWarning(name + complaint);
+    }
+    if (!type) return false;
+    if (m_settings.m_debug) printLine(std::cout, "Identified eClearType = ", m_clearDataCommand.requestName(*type));
+    return m_clearDataCommand.processClearDataRequestType(*type);
 }

@@ -8,7 +8,8 @@
 #include <string>
 
 /// Health events and console lines of the server, with the place that they come from. The place is the caller's own
-/// where it is left out.
+/// where it is left out. The number in a line is that of a line of the unit which reports; beside an event, the event
+/// names the file of the same place.
 namespace Reports {
 
 /// What a call-back of the bus library says that was given no context.

@@ -37,25 +37,23 @@ constexpr std::array<ConnectionRow, 10> kConnections = {{{"BitReport", true},
 
 static_assert(kConnections.size() == static_cast<std::size_t>(TopicWiring::Topic::MaintenanceEvent) + 1);
 
-struct Registration {
-    const char* label;
-    RETURN_CODE_TYPE::Value result = kUntried;
-};
+/// In the order of the registrations.
+constexpr std::array<const char*, 10> kLabels = {
+    "bit_rcv = ", "cmdRsp_rcv = ",  "cmdRsp_rcv2 = ", "rsp_rcv = ",   "rsp_rcv2 = ",
+    "pva_rcv = ", "utcTime_rcv = ", "MIS_rcv = ",     "hxPNT_rcv = ", "AssuranceState_rcv = "};
+using Results = std::array<RETURN_CODE_TYPE::Value, kLabels.size()>;
 
-using Registrations = std::array<Registration, 10>;
-
-bool isComplete(const Registrations& registrations)
+bool areGood(const Results& results)
 {
-    return std::all_of(registrations.begin(), registrations.end(),
-                       [](const auto& registration) { return registration.result == RETURN_CODE_TYPE::NO_ERROR; });
+    return std::ranges::all_of(results, [](auto result) { return result == RETURN_CODE_TYPE::NO_ERROR; });
 }
 
 /// The results stand in one line, deliberately without anything between them.
-void print(const Registrations& registrations)
+void print(const Results& results)
 {
-    std::ostringstream results;
-    for (const auto& registration : registrations) results << registration.label << registration.result;
-    printLine(std::cout, "Error from Register_Callback or Register_Sender calls:\n", results.str());
+    std::ostringstream line;
+    for (std::size_t i = 0; i < results.size(); ++i) line << kLabels[i] << results[i];
+    printLine(std::cout, "Error from Register_Callback or Register_Sender calls:\n", line.str());
 }
 
 template <class Message>
@@ -110,22 +108,14 @@ void TopicWiring::makeTransports()
 
 void TopicWiring::registerCallbacks(const TopicHandlers& handlers, RETURN_CODE_TYPE::Value& code)
 {
-    Registrations registrations = {{{"bit_rcv = "},
-                                    {"cmdRsp_rcv = "},
-                                    {"cmdRsp_rcv2 = "},
-                                    {"rsp_rcv = "},
-                                    {"rsp_rcv2 = "},
-                                    {"pva_rcv = "},
-                                    {"utcTime_rcv = "},
-                                    {"MIS_rcv = "},
-                                    {"hxPNT_rcv = "},
-                                    {"AssuranceState_rcv = "}}};
-    auto next = registrations.begin();
+    Results results;
+    results.fill(kUntried);
+    auto next = results.begin();
     const auto receive = [&]<class T>(Topic topic, const std::function<void(const T&)>& handler) {
-        transport<T>()->Register_Callback(id(topic), callTo<T>(handler), (next++)->result);
+        transport<T>()->Register_Callback(id(topic), callTo<T>(handler), *next++);
     };
     const auto sendOn = [&](Topic topic) {
-        transport<aspn2_msgs::idl::CommandResponse>()->Register_Sender(id(topic), (next++)->result);
+        transport<aspn2_msgs::idl::CommandResponse>()->Register_Sender(id(topic), *next++);
     };
     receive(Topic::BitReport, handlers.bitReport);
     receive(Topic::Command, handlers.command);
@@ -138,8 +128,8 @@ void TopicWiring::registerCallbacks(const TopicHandlers& handlers, RETURN_CODE_T
     receive(Topic::HalvexPNT, handlers.halvexPNT);
     receive(Topic::AssuranceState, handlers.assuranceState);
 
-    if (isComplete(registrations)) return;
-    print(registrations);
+    if (areGood(results)) return;
+    print(results);
     code = RETURN_CODE_TYPE::INVALID_CONFIG;
 }
 

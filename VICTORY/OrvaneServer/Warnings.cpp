@@ -6,11 +6,9 @@
 #include "utilities/Shielded.h"
 #include "utilities/StringUtils.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <tuple>
 
@@ -90,9 +88,8 @@ void Warnings::handleBlock5044(const unsigned char* frame, unsigned int length)
 void Warnings::append(const unpacked_msg5044_t& received)
 {
     const auto id = encodeVictoryWarningId(received.warningNumber);
-    char text[sizeof received.warningText + 1] = {};  // a text that fills its field has no zero there
-    std::copy(std::begin(received.warningText), std::end(received.warningText), text);
-    append(warningOf(id, id == VAPNTC_WARNING_CUSTOM ? text : nullptr));
+    const std::string text(warningTextOf(received));
+    append(warningOf(id, id == VAPNTC_WARNING_CUSTOM ? text.c_str() : nullptr));
 }
 
 bool Warnings::append(std::uint32_t id) noexcept

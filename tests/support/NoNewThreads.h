@@ -1,7 +1,6 @@
 #ifndef TESTS_SUPPORT_NONEWTHREADS_H
 #define TESTS_SUPPORT_NONEWTHREADS_H
 
-#include <cstddef>
 #include <limits>
 #include <pthread.h>
 #include <stdexcept>

@@ -331,9 +331,7 @@ int VictoryRecorder::readFile(const std::string& path, int capacity, char* buffe
 VapntsService* vapntsNewService(const char* configurationText, const char* vclText)
 {
     VictoryRecorder& recorder = VictoryRecorder::current();
-    const auto call = callOf("vapntsNewService", nullptr, configurationText, vclText,
-                             static_cast<const void*>(configurationText), static_cast<const void*>(vclText));
-    if (recorder.record(call, 1) == 0) return nullptr;
+    if (recorder.record(callOf("vapntsNewService", nullptr, configurationText, vclText), 1) == 0) return nullptr;
     return recorder.newService();
 }
 

@@ -43,9 +43,7 @@ public:
 
         std::int64_t number(std::size_t index) const { return argument<std::int64_t>(index); }
         double real(std::size_t index) const { return argument<double>(index); }
-
-        /// A context; of a file that is read, its buffer (2); of a new service, where its two texts stand (2, 3).
-        const void* pointer(std::size_t index) const { return argument<const void*>(index); }
+        const void* pointer(std::size_t index) const { return argument<const void*>(index); }  // contexts, buffers
 
         /// A copy of a text; a null one counts as "<null>".
         const std::string& text(std::size_t index) const { return argument<std::string>(index); }

@@ -166,7 +166,7 @@ using namespace aspn2_msgs::idl;
 struct BenchedServer : ServerDoor {
     BenchedServer()
     {
-        change([](auto& settings) { settings.gssipSources = {39}; });
+        settings().m_gssipSourceServers = {39};
         startBus();
         builtInTests().Start();
         run();
@@ -407,7 +407,7 @@ void SixInputsAndJoin(benchmark::State& state)
     for (auto _ : state) {
         inputs().giveTo(server);
         server->attemptBlendedNavigationProcessing();
-        if (!server.newInputs().empty()) state.SkipWithError("nothing was published");
+        if (server.inputs().news().areAny()) state.SkipWithError("nothing was published");
     }
 }
 

@@ -1,14 +1,12 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 
-#include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
-#include "tests/support/VictoryRecorder.h"
+#include "tests/support/ValueAt.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <limits>
 #include <string>
@@ -18,23 +16,14 @@ namespace {
 
 using namespace aspn2_msgs::idl;
 
-/// The value at an offset of the record, as the bus library sees it.
-template <class T, class Record>
-T at(const Record& record, std::size_t offset)
-{
-    T value;
-    std::memcpy(&value, reinterpret_cast<const unsigned char*>(&record) + offset, sizeof value);
-    return value;
-}
-
 std::uint32_t word(const VapntcBlendedNavigationRecord& record, std::size_t offset)
 {
-    return at<std::uint32_t>(record, offset);
+    return valueAt<std::uint32_t>(record, offset);
 }
 
 double real(const VapntcBlendedNavigationRecord& record, std::size_t offset)
 {
-    return at<double>(record, offset);
+    return valueAt<double>(record, offset);
 }
 
 struct BlendedNavigationTest : testing::Test {
@@ -46,13 +35,13 @@ struct BlendedNavigationTest : testing::Test {
         utcTime.utc_tod_sec(82);
         utcTime.utc_tod_nsec(250'000'000.0);
         utcTime.covariance()[0][0] = 4e-14;
-        server.startBus();  // which makes the table
+        encoder.initMeasSourceEncoder();
     }
 
     VapntcBlendedNavigationRecord make() const
     {
         return BlendedNavigation::record({utcTime, pnt, mis, pva, assurance, receiver, gpsLost},
-                                         [this](unsigned short id) { return server.encodeVictoryMeasSource(id); });
+                                         [this](unsigned short id) { return encoder.encodeVictoryMeasSource(id); });
     }
     void addMeasurement(std::int32_t id, std::int32_t used)
     {
@@ -82,9 +71,8 @@ struct BlendedNavigationTest : testing::Test {
     AssuranceState assurance;
     unpacked_msg8504_t receiver = {};
     bool gpsLost = false;
-    VictoryRecorder victory;
+    BlendedNavigation::MeasSources encoder;
     const ConsoleCapture console{std::cout};
-    ServerDoor server;
 };
 
 using Types = std::vector<std::uint32_t>;
@@ -109,12 +97,12 @@ TEST_F(BlendedNavigationTest, SourceTable)
                                             "ALTNAV_TIME"};
     ASSERT_EQ(sources.size(), 12U);
     for (std::size_t i = 0; i < sources.size(); ++i) {
-        EXPECT_EQ(at<std::uint32_t>(sources[i], 0), types[i]) << i;
-        EXPECT_EQ(at<std::uint64_t>(sources[i], 4), 0U) << i;
+        EXPECT_EQ(valueAt<std::uint32_t>(sources[i], 0), types[i]) << i;
+        EXPECT_EQ(valueAt<std::uint64_t>(sources[i], 4), 0U) << i;
         std::string description = texts[i];
         description.resize(256);
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&sources[i]) + 12, 256), description) << i;
-        EXPECT_EQ(at<std::uint32_t>(sources[i], 268), texts[i].empty() ? 0U : 1U) << i;
+        EXPECT_EQ(valueAt<std::uint32_t>(sources[i], 268), texts[i].empty() ? 0U : 1U) << i;
     }
 }
 

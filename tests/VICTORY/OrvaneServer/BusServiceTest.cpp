@@ -1,9 +1,8 @@
 #include "VICTORY/OrvaneServer/BusService.h"
-
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -26,6 +25,26 @@ using namespace std::chrono_literals;
 
 namespace {
 
+/// What the latest service was made of, where it stands.
+const char* s_configurationText = nullptr;
+const char* s_vclText = nullptr;
+
+}  // namespace
+
+extern "C" {
+VapntsService* __real_vapntsNewService(const char* configurationText, const char* vclText);
+VapntsService* __wrap_vapntsNewService(const char* configurationText, const char* vclText);
+
+VapntsService* __wrap_vapntsNewService(const char* configurationText, const char* vclText)
+{
+    s_configurationText = configurationText;
+    s_vclText = vclText;
+    return __real_vapntsNewService(configurationText, vclText);
+}
+}
+
+namespace {
+
 constexpr const char* kVcl = R"(<vcl:VCL>
     <group type="ASSURED_PNT_BLENDED_NAVIGATION">
         <item name="updatePeriod" value="1"/>
@@ -45,13 +64,13 @@ struct BusServiceTest : testing::Test {
         settings.m_vclFile = directory.write("vcl.xml", kVcl);
         victory.setFile("config", "<config/>");
         victory.setFile(settings.m_vclFile, kVcl);
-        takeHealthEvents();
+        popHealthEvents();
     }
 
     void start()
     {
         ASSERT_TRUE(bus.start(nullptr));
-        takeHealthEvents();
+        popHealthEvents();
         victory.forgetCalls();
         steps.clear();
     }
@@ -107,7 +126,7 @@ TEST_F(BusServiceTest, StartGoesThroughLibraryAndOwnerInOrder)
                                         "vapntsNewService", "equip", "vapntsStartService"));
     EXPECT_EQ(equipped, bus.service());
     EXPECT_EQ(bus.generation(), 1U);
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
 }
 
@@ -148,7 +167,7 @@ TEST_F(BusServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
     EXPECT_FALSE(bus.start(nullptr));
     EXPECT_FALSE(bus.isStarted());
     EXPECT_EQ(bus.service(), nullptr);
-    EXPECT_THAT(takeHealthEvents(), ElementsAre(kReadError));
+    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
                                              "reading VICTORY APNT configuration file\\.\n"));
 }
@@ -158,7 +177,7 @@ TEST_F(BusServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
     victory.answer("vapntsNewService", 0);
     EXPECT_FALSE(bus.start(nullptr));
     EXPECT_EQ(equipped, nullptr);
-    EXPECT_THAT(takeHealthEvents(), ElementsAre(kReadError));
+    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
 }
 
 TEST_F(BusServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
@@ -166,7 +185,7 @@ TEST_F(BusServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
     victory.answer("vapntsStartService", 7);
     EXPECT_TRUE(bus.start(nullptr));
     EXPECT_TRUE(bus.isStarted());
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_THAT(console.text(),
                 MatchesRegex("OrvaneServer \\([0-9]+\\) InitializeVictory : vapntsStartService answered 7\n"));
 }
@@ -178,7 +197,7 @@ TEST_F(BusServiceTest, WhatTheOwnerThrowsFailsTheStartAndLeavesNoService)
         victory.forgetCalls();
         EXPECT_FALSE(bus.start(nullptr)) << name;
         EXPECT_FALSE(bus.isStarted()) << name;
-        EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck")) << name;
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck")) << name;
         EXPECT_EQ(victory.count("vapntsDeleteService"), failingStep == "equip" ? 1U : 0U) << name;
     }
     failingStep.clear();
@@ -194,7 +213,7 @@ TEST_F(BusServiceTest, EndDeletesTheServiceAndReportsIt)
     EXPECT_TRUE(bus.stop());
     EXPECT_FALSE(bus.isStarted());
     EXPECT_EQ(victory.last("vapntsDeleteService").service, bus.service());
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
     EXPECT_EQ(console.text(), "");
     EXPECT_FALSE(bus.stop());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
@@ -213,8 +232,8 @@ TEST_F(BusServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
     start();
     victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("no luck"); });
     EXPECT_TRUE(bus.stop());
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
-                                                "2:OrvaneServer : VapntsService exited"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
+                                               "2:OrvaneServer : VapntsService exited"));
     EXPECT_THAT(console.text(), HasSubstr("), ShutdownVictory : OrvaneServer: An exception occurred."));
 }
 
@@ -369,4 +388,24 @@ TEST_F(BusServiceTest, ACallBackMaySaveWhileTheServiceIsEnded)
     victory.onCall("vapntsDeleteService", [&] { std::thread([&] { EXPECT_TRUE(bus.saveVcl("<new/>")); }).join(); });
     EXPECT_TRUE(bus.stop());
     EXPECT_EQ(readFile(settings.m_vclFile), "<new/>");
+}
+
+TEST_F(BusServiceTest, TextsOfAServiceStandUntilTheServiceIsDeleted)
+{
+    const std::string text =
+        R"(<vcl:VCL><g type="ASSURED_PNT_NAVWAR_SA"><i name="updatePeriod" value="1"/></g></vcl:VCL>)";
+    directory.write("vcl.xml", text);
+    victory.setFile(settings.m_vclFile, text);
+    BusService service(settings, {[] {}, [] { return true; }, [](VapntsService*) {}});
+    std::vector<bool> stand;
+    victory.onCall("vapntsDeleteService", [&] {
+        const auto made = victory.last("vapntsNewService");
+        stand.push_back(s_configurationText == made.text(0) && s_vclText == made.text(1));
+    });
+    service.start(nullptr);
+    service.restart(1000);
+    service.restart(2000);
+    service.stop();
+    EXPECT_THAT(stand, ElementsAre(true, true, true));
+    victory.onCall("vapntsDeleteService", nullptr);
 }

@@ -1,28 +1,37 @@
 #include "VICTORY/OrvaneServer/ComponentRows.h"
-
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HealthEvents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 using namespace ComponentRows;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
 struct ComponentRowsTest : testing::Test {
-    ComponentRowsTest() { takeHealthEvents(); }
+    ComponentRowsTest() { popHealthEvents(); }
 
-    bool append(const Component& component)
+    bool append(const Component& component) { return put(-1, component); }
+    bool put(int index, const Component& component)
     {
-        return updateComponentConfiguration(configuration, settings, -1, component);
+        return updateComponentConfiguration(configuration, settings, index, component);
+    }
+    void setHead(const std::string& name, const std::string& serialNumber = "", const std::string& software = "",
+                 const std::string& hardware = "", const std::string& code = "")
+    {
+        updateSystemConfiguration(configuration, name, serialNumber, software, hardware, code);
     }
     int find(const std::string& id, const std::string& name)
     {
@@ -119,12 +128,12 @@ TEST_F(ComponentRowsTest, AKnownComponentIsReplacedWhereItStands)
 TEST_F(ComponentRowsTest, FiftyRowsAndNoMore)
 {
     for (int i = 0; i < 50; ++i) EXPECT_TRUE(append({"id", "name", "", "", ""}));
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_FALSE(append({"0x31", "PNT-Q", "1", "2", "3"}));
     EXPECT_EQ(configuration.componentCount, 50);
     const std::string text = "Out of range error updating component for APNT Component Configuration at index, "
                              "rComponentId=0x31, rName=PNT-Q, rSN=1, rSW=2, rHW=3, ";
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:" + text));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));
     EXPECT_EQ(console.text(), text + "\n");
 }
 
@@ -142,7 +151,7 @@ TEST_F(ComponentRowsTest, TheNumberOfRowsCutsTheFrontOfTheErrorText)
     const auto errorAt = [this](int count) {
         configuration.componentCount = count;
         updateComponentConfiguration(configuration, settings, 50, {"I", "N", "S", "W", "H"});
-        return takeHealthEvents();
+        return popHealthEvents();
     };
     const std::string front = "3:Out of range error updating component for APNT Component Configuration at index, ";
     const std::string end = "rComponentId=I, rName=N, rSN=S, rSW=W, rHW=H, ";
@@ -181,4 +190,82 @@ TEST_F(ComponentRowsTest, EachStepOfTheSearchIsALineInDebug)
                               "OrvaneServer: ** Found. Comparing to componentConfigurations name PNT-Q\n"
                               "OrvaneServer: *** Found. Clearing componentConfigurations for componentId 0x31\n"
                               "OrvaneServer: **** Updating componentConfigurations for componentId 0x31, name PNT-Q\n");
+}
+
+// At the ends of what the rows can hold.
+
+TEST_F(ComponentRowsTest, HeadLeavesRowsAndWhatIsReserved)
+{
+    configuration.componentCount = 3;
+    configuration.components[2].name[0] = 'x';
+    setHead("name", "serial", "software", "hardware", "ABCDEFG");
+    EXPECT_EQ(std::string(configuration.manufacturerCode, 5), "ABCDE");
+    EXPECT_THAT(configuration.reserved1037, Each(0));
+    EXPECT_EQ(configuration.componentCount, 3);
+    EXPECT_EQ(configuration.components[2].name[0], 'x');
+}
+
+TEST_F(ComponentRowsTest, TextsOfTheHeadAreCutToTheirFields)
+{
+    const std::string tooLong(400, 'x');
+    setHead(tooLong, tooLong, tooLong, tooLong, "A");
+    EXPECT_EQ(configuration.systemName, std::string(255, 'x'));
+    EXPECT_EQ(configuration.systemSerialNumber, std::string(255, 'x'));
+    EXPECT_EQ(configuration.systemSoftware, std::string(255, 'x'));
+    EXPECT_EQ(configuration.systemHardware, std::string(255, 'x'));
+    EXPECT_EQ(std::string(configuration.manufacturerCode, 5), std::string("A\0\0\0\0", 5));
+}
+
+TEST_F(ComponentRowsTest, ARowTooManyChangesNothing)
+{
+    for (int i = 0; i < 50; ++i) EXPECT_TRUE(append({"id", "name", "", "", ""}));
+    const auto before = std::make_unique<VapntcSystemConfiguration>(configuration);
+    EXPECT_FALSE(append({"0x31", "PNT-Q", "1", "2", "3"}));
+    EXPECT_EQ(std::memcmp(&configuration, before.get(), sizeof configuration), 0);
+}
+
+TEST_F(ComponentRowsTest, TheLastRowMayBeFilledWithoutTheOthers)
+{
+    EXPECT_TRUE(put(49, {"id", "name", "", "", ""}));
+    EXPECT_STREQ(configuration.components[49].name, "name");
+    EXPECT_EQ(configuration.componentCount, 0);
+    EXPECT_FALSE(put(51, {"id", "name", "", "", ""}));
+}
+
+TEST_F(ComponentRowsTest, ARowThatWasFoundIsNotFoundAgain)
+{
+    EXPECT_EQ(find("0x35", "Halvex"), -1);
+    append({"0x35", "Halvex", "", "", ""});
+    EXPECT_EQ(find("0x35", "Halve"), -1);
+    EXPECT_EQ(find("0x35", "Halvex"), 0);
+    EXPECT_EQ(find("0x35", "Halvex"), -1);
+}
+
+TEST_F(ComponentRowsTest, EveryNumberOfRowsCutsAnotherPieceOfTheErrorText)
+{
+    const std::vector<std::string> rests = {". Data fields: ",
+                                            " Data fields: ",
+                                            "Data fields: ",
+                                            "ata fields: ",
+                                            "ta fields: ",
+                                            "a fields: ",
+                                            " fields: ",
+                                            "fields: ",
+                                            "ields: ",
+                                            "elds: ",
+                                            "lds: ",
+                                            "ds: ",
+                                            "s: ",
+                                            ": ",
+                                            " ",
+                                            "",
+                                            "",
+                                            ""};
+    for (std::size_t count = 0; count < rests.size(); ++count) {
+        configuration.componentCount = static_cast<std::int32_t>(count);
+        EXPECT_FALSE(put(50, {"I", "N", "S", "W", "H"}));
+        EXPECT_THAT(popHealthEvents(), ElementsAre("3:Out of range error updating component for APNT Component "
+                                                   "Configuration at index, " +
+                                                   rests[count] + "rComponentId=I, rName=N, rSN=S, rSW=W, rHW=H, "));
+    }
 }

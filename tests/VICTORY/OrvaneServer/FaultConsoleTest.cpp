@@ -1,5 +1,6 @@
 #include "VICTORY/OrvaneServer/FaultConsole.h"
 
+#include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -7,38 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
-#include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-/// A pipe as the standard input of this process, for good.
-class KeyPipe {
-public:
-    KeyPipe()
-    {
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) != STDIN_FILENO) throw std::runtime_error("no pipe");
-        close(ends[0]);
-        m_write = ends[1];
-    }
-    ~KeyPipe() { close(m_write); }
-    KeyPipe(const KeyPipe&) = delete;
-    KeyPipe& operator=(const KeyPipe&) = delete;
-
-    void type(const std::string& keys) const
-    {
-        if (write(m_write, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
-            throw std::runtime_error("the pipe is full");
-    }
-
-private:
-    int m_write = -1;
-};
 
 struct FaultConsoleTest : testing::Test {
     FaultConsoleTest()

@@ -31,7 +31,18 @@ MeasurementIncorporationStatus measurements(const std::vector<std::pair<std::int
 }
 
 struct GpsAvailabilityTest : testing::Test {
-    std::optional<std::uint32_t> store(std::int32_t count) { return availability.store(measurements({{1, count}})); }
+    /// The warning that is due.
+    std::optional<std::uint32_t> store(const MeasurementIncorporationStatus& message)
+    {
+        const bool wasLost = availability.isLost();
+        std::optional<std::uint32_t> warning;
+        availability.storeGpsAvailability(message, [&](std::uint32_t id) {
+            EXPECT_EQ(availability.isLost(), wasLost);
+            warning = id;
+        });
+        return warning;
+    }
+    std::optional<std::uint32_t> store(std::int32_t count) { return store(measurements({{1, count}})); }
 
     GpsAvailability availability;
 };
@@ -84,12 +95,12 @@ TEST_F(GpsAvailabilityTest, ThreeLowCountsAfterGoodOnesAreALoss)
 
 TEST_F(GpsAvailabilityTest, SetsOneAndTwoAreCountedTogetherAndNoOther)
 {
-    EXPECT_EQ(availability.store(measurements({{1, 1}, {2, 1}})), kNone);
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(availability.store(measurements({{0, 9}, {3, 9}, {4, 9}})), kNone);
-    EXPECT_EQ(availability.store(measurements({{0, 9}, {3, 9}, {4, 9}})), kLost);
+    EXPECT_EQ(store(measurements({{1, 1}, {2, 1}})), kNone);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(store(measurements({{0, 9}, {3, 9}, {4, 9}})), kNone);
+    EXPECT_EQ(store(measurements({{0, 9}, {3, 9}, {4, 9}})), kLost);
 }
 
 TEST_F(GpsAvailabilityTest, ASumBeyondThirtyTwoBitsIsEnough)
 {
-    EXPECT_EQ(availability.store(measurements({{1, kMost}, {2, kMost}})), kNone);
+    EXPECT_EQ(store(measurements({{1, kMost}, {2, kMost}})), kNone);
 }

@@ -1,6 +1,6 @@
 #include "VICTORY/OrvaneServer/HandlerFaults.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HealthEvents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -69,7 +69,7 @@ TEST(HandlerFaultsTest, AnExceptionHasTheHandlersTexts)
     for (const auto& row : rows) {
         const ConsoleCapture console(std::cout);
         HandlerFaults::handle(row.handler, kServer, fail);
-        EXPECT_THAT(takeHealthEvents(), ElementsAre(row.event)) << row.handler.name;
+        EXPECT_THAT(popHealthEvents(), ElementsAre(row.event)) << row.handler.name;
         EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) " + std::string(row.line) + "\n"));
     }
 }
@@ -99,7 +99,7 @@ TEST(HandlerFaultsTest, WhatIsNoStandardExceptionIsUnknown)
     for (const auto& row : rows) {
         const ConsoleCapture console(std::cout);
         HandlerFaults::handle(row.handler, kServer, [] { throw 1; });
-        EXPECT_THAT(takeHealthEvents(), ElementsAre(row.event)) << row.handler.name;
+        EXPECT_THAT(popHealthEvents(), ElementsAre(row.event)) << row.handler.name;
         EXPECT_THAT(console.text(), testing::EndsWith(std::string(") ") + row.line));
     }
 }
@@ -110,9 +110,9 @@ TEST(HandlerFaultsTest, ABitReportAndTheWorkerHaveAFormOfTheirOwnWithoutALineNum
     Handlers::cbBitReport();
     HandlerFaults::handle(HandlerFaults::kBitReport, kServer, [] { throw 1; });
     HandlerFaults::handle(HandlerFaults::kWorker, kServer, fail);
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: cbBitReport() EXCEPTION: no luck",
-                                                "3:OrvaneServer: cbBitReport() EXCEPTION: <unknown>",
-                                                "3:OrvaneServer: workerThreadFunction() EXCEPTION: no luck"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: cbBitReport() EXCEPTION: no luck",
+                                               "3:OrvaneServer: cbBitReport() EXCEPTION: <unknown>",
+                                               "3:OrvaneServer: workerThreadFunction() EXCEPTION: no luck"));
     EXPECT_EQ(console.text(), "OrvaneServer: cbBitReport() EXCEPTION: no luck\n"
                               "OrvaneServer: cbBitReport() EXCEPTION: <unknown>\n"
                               "OrvaneServer: workerThreadFunction() EXCEPTION: no luck\n");
@@ -125,10 +125,10 @@ TEST(HandlerFaultsTest, HandlersWithTheSameTextAreToldApartByTheirPlace)
     Handlers::cbPVA();
     Handlers::cbZentorGssip();
     Handlers::cbBitReport();
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:HandlerFaultsTest.cpp[" + lineOf(0) + "]:no luck",
-                                                "3:HandlerFaultsTest.cpp[" + lineOf(1) + "]:no luck",
-                                                "3:HandlerFaultsTest.cpp[" + lineOf(2) +
-                                                    "]:OrvaneServer: cbBitReport() EXCEPTION: no luck"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:HandlerFaultsTest.cpp[" + lineOf(0) + "]:no luck",
+                                               "3:HandlerFaultsTest.cpp[" + lineOf(1) + "]:no luck",
+                                               "3:HandlerFaultsTest.cpp[" + lineOf(2) +
+                                                   "]:OrvaneServer: cbBitReport() EXCEPTION: no luck"));
 }
 
 TEST(HandlerFaultsTest, TheRecordOfFaultsKeepsHandlersApart)
@@ -160,5 +160,5 @@ TEST(HandlerFaultsTest, WhatGoesWellIsNotReported)
     bool isRun = false;
     HandlerFaults::handle(HandlerFaults::kPVA, kServer, [&] { isRun = true; });
     EXPECT_TRUE(isRun);
-    EXPECT_THAT(takeHealthEvents(), testing::IsEmpty());
+    EXPECT_THAT(popHealthEvents(), testing::IsEmpty());
 }

@@ -1,17 +1,15 @@
 #include "VICTORY/OrvaneServer/LatestTime.h"
 #include "tests/support/BeforeNextLine.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/Meanwhile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <iostream>
-#include <thread>
 
 using aspn2_msgs::idl::UTCTime;
 using namespace std::chrono_literals;
@@ -35,16 +33,9 @@ bool waitsForTheConversion(const LatestTime& time, const std::function<void()>& 
 {
     const HardDeadline deadline;
     const ConsoleCapture console(std::cout);
-    std::atomic<bool> isOver = false;
     bool isOverTooEarly = true;
-    std::thread other;
-    const BeforeNextLine timeIsPrinted([&] {
-        other = std::thread([&] {
-            action();
-            isOver = true;
-        });
-        isOverTooEarly = eventually([&] { return isOver.load(); }, 100ms);
-    });
+    Meanwhile other(action);
+    const BeforeNextLine timeIsPrinted([&] { isOverTooEarly = other.isOverWithin(100ms); });
     time.victoryTime(true);
     other.join();
     return !isOverTooEarly;

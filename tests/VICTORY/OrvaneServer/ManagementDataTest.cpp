@@ -1,7 +1,7 @@
 #include "VICTORY/OrvaneServer/ManagementData.h"
 
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/support/HealthEvents.h"
 
 #include <cstdint>
 #include <cstring>
@@ -24,7 +24,7 @@ struct ManagementDataTest : testing::Test {
     {
         OrvaneBitResults bitResults(directory.write("sensors.xml", fileOf(texts)));
         bitResults.Initialize("Halvex", 25, false);
-        takeHealthEvents();
+        popHealthEvents();
         ManagementData::tellAvailableSensors(service, bitResults, settings);
         return victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>();
     }
@@ -60,15 +60,15 @@ TEST_F(ManagementDataTest, ASensorIsToldAsItsFileDescribesIt)
 TEST_F(ManagementDataTest, NoSensorsAreAListWithoutRows)
 {
     EXPECT_EQ(sensors({}).sensorCount, 0);
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(ManagementDataTest, FiftySensorsAreToldAndNoMore)
 {
     EXPECT_EQ(sensors(manySensors(50)).sensorCount, 50);
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(sensors(manySensors(51)).sensorCount, 50);
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Only the first 50 sensors are told to the APNT service."));
 }
 
@@ -83,7 +83,7 @@ TEST_F(ManagementDataTest, SensorsArePrintedInDebug)
 
 TEST_F(ManagementDataTest, WithoutASolutionTheFiguresOfMeritAreTheWorstAndTheRestIsZero)
 {
-    ManagementData::tellNoNavigation(service);
+    ManagementData::initVictoryDefaultVDMData(service);
     auto record = victory.last("vapntsTellBlendedNavigationData").record<VapntcBlendedNavigationRecord>();
     EXPECT_EQ(record.fom, 9);
     EXPECT_EQ(record.tfom, 9);

@@ -12,6 +12,7 @@ TEST(MeasSourcesTest, ThereAreTwelve)
     BlendedNavigation::MeasSources sources;
     sources.initMeasSourceEncoder();
     ASSERT_NE(sources.encodeVictoryMeasSource(11), nullptr);
+    EXPECT_EQ(sources.encodeVictoryMeasSource(11)->sourceType, 14U);
     EXPECT_STREQ(sources.encodeVictoryMeasSource(11)->description, "ALTNAV_TIME");
     EXPECT_EQ(sources.encodeVictoryMeasSource(12), nullptr);
     EXPECT_EQ(sources.encodeVictoryMeasSource(65535), nullptr);

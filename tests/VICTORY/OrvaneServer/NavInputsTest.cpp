@@ -1,62 +1,38 @@
 #include "VICTORY/OrvaneServer/NavInputs.h"
-#include "ioss_mcsq/ZentorM_8504_Msg.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/VICTORY/OrvaneServer/FreshInputs.h"
 #include "tests/support/ConsoleCapture.h"
-#include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/Meanwhile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
+using namespace FreshInputs;
 using namespace aspn2_msgs::idl;
 using namespace std::chrono_literals;
 
 namespace {
 
-/// All inputs but for what a test says are valid at 1000 s, and from server 96.
-template <class Message>
-Message at(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0)
-{
-    Message message;
-    message.header().device_id(0x01600000);
-    message.header().timestamp_valid().sec(seconds);
-    message.header().timestamp_valid().nsec(nanoseconds);
-    return message;
-}
-
-GSSIP receiverAt(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0, float angle = 0.0F)
-{
-    ZentorM_8504_Msg status;
-    status.unpacked().angle084 = angle;
-    status.pack_8504();
-    FrameBytes bytes;
-    status.WriteMessage(&bytes);
-    auto record = at<GSSIP>(seconds, nanoseconds);
-    record.data(bytes.data);
-    record.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
-    return record;
-}
-
 struct NavInputsTest : testing::Test {
+    template <class Message>
+    void take(const Message& message)
+    {
+        inputs.store(message);
+    }
+    void take(const GSSIP& record) { inputs.storeReceiver(record); }
+
     /// The arrival of each of the six.
     std::vector<std::function<void()>> arrivals()
     {
-        return {[this] { inputs.store(at<UTCTime>()); },
-                [this] { inputs.store(at<PositionVelocityAttitude>()); },
-                [this] { inputs.store(at<HalvexPNT>()); },
-                [this] { inputs.store(at<MeasurementIncorporationStatus>()); },
-                [this] { inputs.store(at<AssuranceState>()); },
-                [this] { inputs.storeReceiver(receiverAt()); }};
+        return arrivalsOf([this](const auto& message) { take(message); });
     }
 
     void arriveAll()
@@ -239,16 +215,9 @@ TEST_F(NavInputsTest, NothingIsStoredWhileAJoinIsWorkedOn)
 {
     const HardDeadline deadline;
     arriveAll();
-    std::thread listener;
-    std::atomic<bool> stored = false;
-    inputs.join([&](const NavInputs::Joined&) {
-        listener = std::thread([&] {
-            inputs.store(at<PositionVelocityAttitude>());
-            stored = true;
-        });
-        EXPECT_FALSE(eventually([&] { return stored.load(); }, 100ms));
-    });
-    listener.join();
+    Meanwhile arrival([&] { inputs.store(at<PositionVelocityAttitude>()); });
+    inputs.join([&](const NavInputs::Joined&) { EXPECT_FALSE(arrival.isOverWithin(100ms)); });
+    arrival.join();
     EXPECT_TRUE(inputs.news().pva);  // it came after the six were used
     EXPECT_FALSE(inputs.news().utcTime);
 }

@@ -1,92 +1,39 @@
 #include "VICTORY/OrvaneServer/NavWarAwareness.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/VICTORY/OrvaneServer/ThreatFrames.h"
 #include "tests/support/BeforeNextLine.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
+#include "tests/support/Meanwhile.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using namespace ThreatFrames;
 using namespace std::chrono_literals;
 
 namespace {
 
 constexpr bool kStarted = true;
 constexpr bool kTellDisabled = true;
-constexpr std::uint8_t kState = 2;                // of statusA
-constexpr std::uint8_t kPowerValid = 1 << 3;      // of statusA
-constexpr std::uint8_t kBandwidthValid = 1 << 5;  // of statusA
-constexpr std::uint8_t kBearing = 1 << 0;         // of statusB
-constexpr std::uint8_t kConfident = 1 << 1;       // of statusB
-
-/// One of the nine lines of a frame.
-struct Line {
-    std::uint8_t statusA = 0;
-    std::uint8_t statusB = 0;
-    std::int16_t power = 0;
-    std::uint16_t center = 0;
-    std::uint16_t bandwidth = 0;
-    std::int16_t azimuth = 0;
-    std::int16_t elevation = 0;
-};
-
-/// A line of bearing that is told apart by its centre frequency, 50 kHz times a number.
-Line bearing(std::uint16_t center)
-{
-    return {.statusA = kState, .statusB = kBearing, .center = center};
-}
-
-template <class T>
-void put(std::vector<std::uint8_t>& bytes, std::size_t offset, T value)
-{
-    ASSERT_LE(offset + sizeof value, bytes.size());
-    std::memcpy(bytes.data() + offset, &value, sizeof value);
-}
-
-/// A frame of the sensor, byte by byte.
-std::vector<std::uint8_t> frameOf(const std::vector<Line>& lines)
-{
-    constexpr std::size_t data = 10;
-    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
-    bytes.resize(212);
-    put(bytes, data + 0, 3456.5);
-    put(bytes, data + 8, 45.25);
-    put(bytes, data + 16, -93.5);
-    put(bytes, data + 24, 300.75);
-    put(bytes, data + 32, std::uint16_t{12});
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const auto start = data + 38 + 18 * i;
-        put(bytes, start, lines[i].statusA);
-        put(bytes, start + 1, lines[i].statusB);
-        put(bytes, start + 2, lines[i].power);
-        put(bytes, start + 4, lines[i].center);
-        put(bytes, start + 6, lines[i].bandwidth);
-        put(bytes, start + 14, lines[i].azimuth);
-        put(bytes, start + 16, lines[i].elevation);
-    }
-    return bytes;
-}
 
 struct NavWarAwarenessTest : testing::Test {
     bool receive(const std::vector<Line>& lines)
     {
-        EXPECT_TRUE(awareness.take(frameOf(lines)));
+        EXPECT_TRUE(awareness.take(threatFrameOf(lines)));
         return awareness.process();
     }
 
@@ -127,6 +74,14 @@ TEST_F(NavWarAwarenessTest, LinesOfBearingBecomeThreatsInTheirOrder)
     EXPECT_THAT(centres(), ElementsAre(1.0, 2.0, 3.0));
 }
 
+TEST_F(NavWarAwarenessTest, WhatTheLibraryPrintsWhileItIsToldMayReachTheReporters)
+{
+    RankedMutex<LockRank::Reporters> reporters;
+    victory.onCall("vapntsTellNavWarSaData", [&] { const MutexLock lock(reporters); });
+    publish();
+    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 1U);
+}
+
 TEST_F(NavWarAwarenessTest, AReportWithoutABearingMakesNoThreat)
 {
     EXPECT_FALSE(receive({{.statusA = kState, .statusB = 0xFE}, {.statusA = 0xFD, .statusB = 0xFF}}));
@@ -156,16 +111,16 @@ TEST_F(NavWarAwarenessTest, AReportIsUsedOnce)
 
 TEST_F(NavWarAwarenessTest, ANewerReportReplacesTheOneThatWaits)
 {
-    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
-    EXPECT_TRUE(awareness.take(frameOf({bearing(40)})));
+    EXPECT_TRUE(awareness.take(threatFrameOf({bearing(20)})));
+    EXPECT_TRUE(awareness.take(threatFrameOf({bearing(40)})));
     awareness.process();
     EXPECT_THAT(centres(), ElementsAre(2.0));
 }
 
 TEST_F(NavWarAwarenessTest, ARefusedFrameLeavesTheReportThatWaits)
 {
-    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
-    auto frame = frameOf({bearing(40)});
+    EXPECT_TRUE(awareness.take(threatFrameOf({bearing(20)})));
+    auto frame = threatFrameOf({bearing(40)});
     frame.resize(210);
     EXPECT_FALSE(awareness.take(frame));
     awareness.process();
@@ -174,7 +129,7 @@ TEST_F(NavWarAwarenessTest, ARefusedFrameLeavesTheReportThatWaits)
 
 TEST_F(NavWarAwarenessTest, OfTheLengthOfAFrameTheLowSixteenBitsCount)
 {
-    auto frame = frameOf({bearing(20)});
+    auto frame = threatFrameOf({bearing(20)});
     frame.resize(65536 + 212);
     EXPECT_TRUE(awareness.take(frame));
 }
@@ -209,7 +164,7 @@ TEST_F(NavWarAwarenessTest, WhileTheServiceIsDownThreatsStayWithAnEventOfThisUni
     receive({bearing(20)});
     const ConsoleCapture console(std::cout);
     awareness.publish(service, !kStarted, !kTellDisabled);
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer : Cannot publish NavWarSA "
                                          "threats while APNT service is not running! Threats remain queued\\.")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), cbTellNavWarSaCallback : OrvaneServer : "
@@ -240,14 +195,14 @@ TEST_F(NavWarAwarenessTest, WhatTheLibraryThrowsGoesOnAndNothingIsPutBack)
 TEST_F(NavWarAwarenessTest, AFailureNamesAnotherOperationAndTheReportStillWaits)
 {
     recordFaults();
-    EXPECT_TRUE(awareness.take(frameOf({bearing(20)})));
+    EXPECT_TRUE(awareness.take(threatFrameOf({bearing(20)})));
     const ConsoleCapture console(std::cout);
     {
         const FailingAllocation memory(0, 1);
         awareness.process();
     }
-    EXPECT_THAT(takeHealthEvents(), ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer: An "
-                                                             "exception occurred\\. Details: std::bad_alloc")));
+    EXPECT_THAT(popHealthEvents(), ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer: An "
+                                                            "exception occurred\\. Details: std::bad_alloc")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
                                              "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
@@ -261,24 +216,17 @@ TEST_F(NavWarAwarenessTest, WhatIsNoStandardExceptionIsUnknown)
     const ConsoleCapture console(std::cout);
     const BeforeNextLine failure([] { throw 1; });
     receive({bearing(20)});
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
 }
 
 TEST_F(NavWarAwarenessTest, NoThreatIsAddedWhileTheLibraryIsCalled)
 {
     const HardDeadline deadline;
-    std::thread receiver;
-    std::atomic<bool> isAdded = false;
-    victory.onCall("vapntsTellNavWarSaData", [&] {
-        receiver = std::thread([&] {
-            awareness.append({});
-            isAdded = true;
-        });
-        EXPECT_FALSE(eventually([&] { return isAdded.load(); }, 100ms));
-    });
+    Meanwhile addition([&] { awareness.append({}); });
+    victory.onCall("vapntsTellNavWarSaData", [&] { EXPECT_FALSE(addition.isOverWithin(100ms)); });
     publish();
-    receiver.join();
+    addition.join();
     victory.onCall("vapntsTellNavWarSaData", nullptr);
     EXPECT_EQ(published().threatCount, 1U);
 }
@@ -286,19 +234,12 @@ TEST_F(NavWarAwarenessTest, NoThreatIsAddedWhileTheLibraryIsCalled)
 TEST_F(NavWarAwarenessTest, NoReportIsTakenWhileOneIsProcessed)
 {
     const HardDeadline deadline;
-    std::thread receiver;
-    std::atomic<bool> isTaken = false;
+    Meanwhile arrival([&] { awareness.take(threatFrameOf({bearing(40)})); });
     settings.m_debug = true;
     const ConsoleCapture console(std::cout);
-    const BeforeNextLine reportIsShown([&] {
-        receiver = std::thread([&] {
-            awareness.take(frameOf({bearing(40)}));
-            isTaken = true;
-        });
-        EXPECT_FALSE(eventually([&] { return isTaken.load(); }, 100ms));
-    });
+    const BeforeNextLine reportIsShown([&] { EXPECT_FALSE(arrival.isOverWithin(100ms)); });
     receive({bearing(20)});
-    receiver.join();
+    arrival.join();
     EXPECT_TRUE(awareness.process());
     EXPECT_THAT(centres(), ElementsAre(1.0, 2.0));
 }

@@ -1,9 +1,10 @@
-#include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/FreshInputs.h"
+#include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/Meanwhile.h"
 
 #include <atomic>
 #include <chrono>
@@ -21,49 +22,26 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using namespace FreshInputs;
 using namespace aspn2_msgs::idl;
 using namespace std::chrono_literals;
 
 namespace {
 
 constexpr const char* kTell = "vapntsTellBlendedNavigationData";
-constexpr std::int32_t kReceiver = 39 << 16;
 
-/// The bus runs; all inputs but for what a test says are valid at 1000 s.
+/// The bus runs.
 struct BlendedServerTest : testing::Test {
     BlendedServerTest()
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
         server.useBusFiles("config", "vcl");
-        server.change([](auto& settings) { settings.gssipSources = {39}; });
+        server.settings().m_gssipSourceServers = {39};
         server.startBus();
         server.run();
         victory.forgetCalls();
         popHealthEvents();
-    }
-
-    template <class Message>
-    static Message at(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0)
-    {
-        Message message;
-        message.header().timestamp_valid().sec(seconds);
-        message.header().timestamp_valid().nsec(nanoseconds);
-        return message;
-    }
-
-    static GSSIP receiverAt(std::int64_t seconds = 1000, std::int32_t nanoseconds = 0, float angle = 0.0F)
-    {
-        ZentorM_8504_Msg status;
-        status.unpacked().angle084 = angle;
-        status.pack_8504();
-        FrameBytes bytes;
-        status.WriteMessage(&bytes);
-        auto record = at<GSSIP>(seconds, nanoseconds);
-        record.header().device_id(kReceiver);
-        record.data(bytes.data);
-        record.num_bytes(static_cast<std::int32_t>(bytes.data.size()));
-        return record;
     }
 
     /// So many GPS measurements.
@@ -72,20 +50,22 @@ struct BlendedServerTest : testing::Test {
         meas_type_set entry;
         entry.meas_set_id(1);
         entry.meas_avail(available);
-        MeasurementIncorporationStatus message;
+        auto message = at<MeasurementIncorporationStatus>();
         message.meas_types().push_back(entry);
         return message;
     }
 
+    template <class Message>
+    void take(const Message& message)
+    {
+        server.deliver(message);
+    }
+    void take(const GSSIP& record) { server.fromReceiver(record); }
+
     /// The arrival of each of the six.
     std::vector<std::function<void()>> arrivals()
     {
-        return {[this] { server.deliver(at<UTCTime>()); },
-                [this] { server.deliver(at<PositionVelocityAttitude>()); },
-                [this] { server.deliver(at<HalvexPNT>()); },
-                [this] { server.deliver(at<MeasurementIncorporationStatus>()); },
-                [this] { server.deliver(at<AssuranceState>()); },
-                [this] { server.fromReceiver(receiverAt()); }};
+        return arrivalsOf([this](const auto& message) { take(message); });
     }
 
     void arriveAll()
@@ -103,8 +83,9 @@ struct BlendedServerTest : testing::Test {
 
     VapntcBlendedNavigationRecord told() const { return victory.last(kTell).record<VapntcBlendedNavigationRecord>(); }
 
-    bool hasAll() const { return server.newInputs().size() == 6; }
-    bool hasAny() const { return !server.newInputs().empty(); }
+    NavInputs::News news() const { return server.inputs().news(); }
+    bool hasAll() const { return news().areAll(); }
+    bool hasAny() const { return news().areAny(); }
 
     const TemporaryDirectory directory;
     VictoryRecorder victory;
@@ -237,7 +218,7 @@ TEST_F(BlendedServerTest, LostGpsIsNeitherSourceNorAvailable)
     EXPECT_EQ(told().sourceCount, 0U);
     EXPECT_EQ(told().gpsAvailability, 2U);
     arriveAll();
-    for (int i = 0; i < 3; ++i) server.measure(measurements(2));
+    for (int i = 0; i < 3; ++i) server.deliver(measurements(2));
     ASSERT_EQ(look(), 1U);
     EXPECT_EQ(told().sourceCount, 1U);
     EXPECT_EQ(told().gpsAvailability, 1U);
@@ -253,7 +234,7 @@ TEST_F(BlendedServerTest, SourceAndAvailabilityOfGpsAgreeWheneverItIsLost)
         const auto enough = measurements(2);
         while (!stop) {
             const std::lock_guard lock(one);
-            for (const auto* message : {&none, &none, &none, &enough, &enough, &enough}) server.measure(*message);
+            for (const auto* message : {&none, &none, &none, &enough, &enough, &enough}) server.deliver(*message);
         }
     });
     for (int i = 0; i < 1000; ++i) {
@@ -276,7 +257,8 @@ TEST_F(BlendedServerTest, TheTimeForOthersOutlastsAJoin)
     utcTime.utc_tod_sec(82);
     server.deliver(utcTime);
     ASSERT_EQ(look(), 1U);
-    EXPECT_EQ(server.latestTime().utc_tod_sec(), 82);
+    EXPECT_EQ(told().gpsSeconds, 100.0);
+    EXPECT_FALSE(news().utcTime);
     victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
     EXPECT_EQ(victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>().gpsSeconds, 100.0);
 }
@@ -314,7 +296,7 @@ TEST_F(BlendedServerTest, JoinIsShownUnlessQuiet)
     arriveAll();
     server.deliver(at<PositionVelocityAttitude>(999, 750'000'000));
     server.deliver(at<HalvexPNT>(1000, 500'000'000));
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     EXPECT_EQ(look(), 1U);
     const std::string prefix = "OrvaneServer: attemptBlendedNavigationProcessing: ";
     EXPECT_THAT(console.text(),
@@ -332,7 +314,7 @@ TEST_F(BlendedServerTest, AJoinThatFailsIsShownWithoutTheProcessing)
 {
     arriveAll();
     server.deliver(at<PositionVelocityAttitude>(1005));
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     EXPECT_EQ(look(), 0U);
     EXPECT_THAT(console.text(), HasSubstr("UTCTime <-> PVA     deltaTov: 5\n"));
     EXPECT_THAT(console.text(), testing::EndsWith("UTCTime <-> 8504    deltaTov: 0\n"));
@@ -373,18 +355,12 @@ TEST_F(BlendedServerTest, NoInputIsStoredWhileTheLibraryIsCalled)
 {
     const HardDeadline deadline;
     arriveAll();
-    std::thread listener;
-    std::atomic<bool> stored = false;
-    victory.onCall(kTell, [&] {
-        listener = std::thread([&] {
-            server.deliver(at<PositionVelocityAttitude>());
-            stored = true;
-        });
-        EXPECT_FALSE(eventually([&] { return stored.load(); }, 100ms));
-    });
+    Meanwhile arrival([&] { server.deliver(at<PositionVelocityAttitude>()); });
+    victory.onCall(kTell, [&] { EXPECT_FALSE(arrival.isOverWithin(100ms)); });
     EXPECT_EQ(look(), 1U);
-    listener.join();
-    EXPECT_THAT(server.newInputs(), ElementsAre(ServerDoor::Input::Pva));  // it came after all had been used
+    arrival.join();
+    EXPECT_TRUE(news().pva);  // it came after all had been used
+    EXPECT_FALSE(news().utcTime || news().fusionPNT || news().mis || news().assuranceState || news().receiver);
 }
 
 TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
@@ -406,10 +382,15 @@ TEST_F(BlendedServerTest, ServiceIsNotDeletedUnderAPublication)
 
 TEST_F(BlendedServerTest, ATesterMayKeepThePublicationBack)
 {
+    const KeyPipe tester;
+    tester.type("zz");
+    server->checkForFaultTestEvents();
     arriveAll();
-    server.setTellDisabled(true);
     EXPECT_EQ(look(), 0U);
     EXPECT_FALSE(hasAny());
+    server->checkForFaultTestEvents();
+    arriveAll();
+    EXPECT_EQ(look(), 1U);
 }
 
 TEST_F(BlendedServerTest, TimeIsPrintedInOneRunOfNumbersWithNineDigits)
@@ -421,7 +402,7 @@ TEST_F(BlendedServerTest, TimeIsPrintedInOneRunOfNumbersWithNineDigits)
     utcTime.utc_tod_sec(82);
     utcTime.utc_tod_nsec(31'250'000.0);
     server.deliver(utcTime);
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     ASSERT_EQ(look(), 1U);
     EXPECT_THAT(console.text(),
                 ContainsRegex("\nOrvaneServer, set_VictoryTime \\([0-9]+\\) 2022116:0122\\.031250000\n$"));

@@ -4,6 +4,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/ServiceConfig.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
@@ -15,10 +16,13 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using testing::AllOf;
@@ -73,6 +77,14 @@ struct ClearDataTest : testing::Test {
             texts.push_back(std::to_string(warning.warningId) + ":" + warning.customText);
         return texts;
     }
+
+    void transition(FACE::LCM::Halvex::RequestedState::Value requested)
+    {
+        auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+        server->Request_State_Transition(requested, rc);
+        EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    }
+    void stop() { transition(FACE::LCM::Halvex::RequestedState::STOP); }
 
     void command(const std::string& text, std::uint8_t source = 53)
     {
@@ -137,7 +149,7 @@ TEST_F(ClearDataTest, ARefusedRequestIsAnsweredTheSameWay)
 
 TEST_F(ClearDataTest, CryptoIsRefusedInThreeWaysAndCommandsNothing)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const std::string text = "OrvaneServer: VAPNTC_SYSTEM_DATA_CRYPTO command is not supported from APNT.";
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(1), 1);
@@ -152,7 +164,7 @@ TEST_F(ClearDataTest, CryptoIsRefusedInThreeWaysAndCommandsNothing)
 
 TEST_F(ClearDataTest, InvalidIsReportedInThreeWaysAndThenByTheStateMachine)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const std::string text = "OrvaneServer: Received VAPNTC_SYSTEM_DATA_INVALID. Nothing to do.";
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(-1), 1);
@@ -165,7 +177,7 @@ TEST_F(ClearDataTest, InvalidIsReportedInThreeWaysAndThenByTheStateMachine)
 
 TEST_F(ClearDataTest, OtherValuesAreRefusedByNumber)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     for (const VapntcSystemData data : {2, -2, 2147483647, -2147483647 - 1}) {
         const std::string text = "OrvaneServer: Unknown systemDataType: " + std::to_string(data);
         const ConsoleCapture console(std::cout);
@@ -200,7 +212,7 @@ TEST_F(ClearDataTest, QuietRefusalsArePrintedNowhere)
 
 TEST_F(ClearDataTest, WithoutQuietAMissingCommandIsToldAndTheReturnCodeIsAlwaysTheSame)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     request(nullptr);
     EXPECT_EQ(console.text(), std::string("No command provided, Zeroize device command type\n") + kReturned);
@@ -208,7 +220,7 @@ TEST_F(ClearDataTest, WithoutQuietAMissingCommandIsToldAndTheReturnCodeIsAlwaysT
 
 TEST_F(ClearDataTest, DebugLinesOfARequest)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     request(nullptr);
     server.clearData().processClearCompletedResponse("SYSTEM_ZEROIZE_PASS");
@@ -221,7 +233,7 @@ TEST_F(ClearDataTest, DebugLinesOfARequest)
 
 TEST_F(ClearDataTest, OnlyTheInvalidOneOfRefusedValuesIsIdentified)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     for (const VapntcSystemData data : {1, 2}) {
         const ConsoleCapture console(std::cout);
         request(data);
@@ -245,7 +257,7 @@ TEST_F(ClearDataTest, WithoutAContextThereIsAnEventAndNoLine)
 TEST_F(ClearDataTest, ASanitizeRefusesBeforeAnythingElse)
 {
     command("START_ZEROIZE");
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     VapntcSystemData data[] = {0, 1, -1, 2};
     for (auto& value : data) EXPECT_EQ(request(&value), 1);
@@ -268,7 +280,7 @@ TEST_F(ClearDataTest, ASanitizeRefusesBeforeAnythingElse)
 TEST_F(ClearDataTest, WhileTheServiceIsDownRequestsAreIgnored)
 {
     stopBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(nullptr), 1);
     EXPECT_EQ(request(1), 1);
@@ -319,7 +331,7 @@ TEST_F(ClearDataTest, APassBeforeTheAcceptanceIsIgnoredWithAnEventAndTheOperatio
 
 TEST_F(ClearDataTest, NothingLeavesTheCallback)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     victory.onCall("vapntsTellClearSystemData", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     EXPECT_EQ(request(1), 1);
@@ -339,7 +351,14 @@ TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
             "vcl.xml",
             "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
             "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>"));
-    server.changeConfiguration([](auto& configuration) { configuration.componentCount = 3; });
+    const auto answerFrom = [this](int source) {
+        CommandResponse message;
+        message.header().device_id(source << 16);
+        message.command_response("PARTNUMBERS");
+        server.response(message);
+    };
+    answerFrom(49);
+    victory.forgetCalls();
     bool sanitizingAtTheEnd = false;
     victory.onCall("vapntsDeleteService", [&] { sanitizingAtTheEnd = server.isSanitizeRequested(); });
 
@@ -350,14 +369,14 @@ TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
     EXPECT_TRUE(sanitizingAtTheEnd);
     const auto vcl = victory.last("vapntsNewService").text(1);
     EXPECT_THAT(vcl, AllOf(HasSubstr("name=\"updatePeriod\" value=\"4294967295\""), Not(HasSubstr("\"1000\""))));
-    EXPECT_FALSE(server.partNumbers().isRequestDue);
     const auto tells = victory.calls("vapntsTellSystemConfiguration");
     ASSERT_EQ(tells.size(), 1U);  // none by the restart
     const auto told = tells[0].record<VapntcSystemConfiguration>();
     const VapntcSystemConfiguration empty = {};
     EXPECT_EQ(std::memcmp(&told, &empty, sizeof empty), 0);
-    EXPECT_EQ(server.configuration().componentCount, 3);
     EXPECT_EQ(victory.operations().back(), "vapntsTellSystemConfiguration");
+    answerFrom(38);  // the own configuration is as it was
+    EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").record<VapntcSystemConfiguration>().componentCount, 2);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     server.stopBus();
 }
@@ -368,7 +387,7 @@ TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse
     popHealthEvents();
     for (const char* text : {"START_ZEROIZE", "START_ZEROIZE", "START_DESTROY"}) {
         command(text);
-        server.sanitize();
+        server.turn();
         EXPECT_TRUE(server.isSanitizeRequested());
         EXPECT_TRUE(server.busRuns());
         EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("CommandResponse"))));
@@ -378,13 +397,91 @@ TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse
     server.stopBus();
 }
 
-TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsCarriedOutAtTheStop)
+TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsToldAtTheStop)
 {
+    const ConsoleCapture console(std::cout);
     command("START_ZEROIZE");  // and no turn comes any more
     command("START_ZEROIZE");
-    auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
-    EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
+    stop();
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
+    EXPECT_THAT(popHealthEvents(),
+                ElementsAre("2:OrvaneServer stopped successfully.",
+                            "3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 2"));
+    EXPECT_EQ(console.text(), "OrvaneServer: Stopped. Orders to sanitize that were not carried out: 2\n");
+    server.turn();  // nothing waits any more
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
+    server.stopBus();
+}
+
+TEST_F(ClearDataTest, AStopWaitsForTheSanitizeInProgressAloneAndTellsHowManyItLeaves)
+{
+    server.halt();
+    server.turnPause() = 1ms;
+    transition(FACE::LCM::Halvex::RequestedState::START);
+    const pid_t main = gettid();
+    std::atomic<bool> isStopping = false;
+    victory.onCall("vapntsDeleteService", [&] {  // takes until the worker is waited for
+        int looks = 0;                           // in a row, at the thread that stops it asleep
+        EXPECT_TRUE(eventually([&] { return isStopping && (looks = isAsleep(main) ? looks + 1 : 0) == 5; }));
+    });
+    const ConsoleCapture console(std::cout);
+    command("START_ZEROIZE");
+    EXPECT_TRUE(victory.waitForCalls("vapntsDeleteService", 1));
+    for (int i = 0; i < 20; ++i) command("START_ZEROIZE");
+    popHealthEvents();
+    isStopping = true;
+    stop();
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
+    victory.onCall("vapntsDeleteService", nullptr);
+    EXPECT_EQ(popHealthEvents().back(), "3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 10");
+    EXPECT_THAT(console.text(),
+                testing::EndsWith("\nOrvaneServer: Stopped. Orders to sanitize that were not carried out: 10\n"));
+    server.stopBus();
+}
+
+TEST_F(ClearDataTest, AnOrderThatComesAfterTheEndOfTheWorkerIsToldToo)
+{
+    struct Watch : std::streambuf {
+        std::streamsize xsputn(const char* text, std::streamsize count) override
+        {
+            if (std::string(text, static_cast<std::size_t>(count)).find("worker thread stopped") != std::string::npos)
+                onStopped();
+            return count;
+        }
+        std::function<void()> onStopped;
+    } watch;
+    server.halt();
+    server.turnPause() = 1ms;
+    server.settings().m_debug = true;
+    watch.onStopped = [this] { command("START_DESTROY"); };
+    std::streambuf* const previous = std::cout.rdbuf(&watch);
+    transition(FACE::LCM::Halvex::RequestedState::START);
+    stop();
+    std::cout.rdbuf(previous);
+    EXPECT_EQ(popHealthEvents().back(), "3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 1");
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
+    server.stopBus();
+}
+
+TEST_F(ClearDataTest, OrdersAreCarriedOutAgainAfterTheNextStart)
+{
+    stop();
+    server.turnPause() = 1ms;
+    transition(FACE::LCM::Halvex::RequestedState::START);
+    command("START_ZEROIZE");
+    EXPECT_TRUE(victory.waitForCalls("vapntsTellSystemConfiguration", 1));
+    stop();
+    EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("not carried out"))));
+    server.stopBus();
+}
+
+TEST_F(ClearDataTest, OfManyOrdersTenAreCarriedOutInOneTurn)
+{
+    for (int i = 0; i < 50; ++i) command("START_ZEROIZE");
+    server.turn();
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 10U);
+    server.turn();
+    EXPECT_EQ(victory.count("vapntsDeleteService"), 10U);
     server.stopBus();
 }
 
@@ -392,30 +489,30 @@ TEST_F(ClearDataTest, ASanitizeThatFailsIsReportedAndHoldsNothingUp)
 {
     const TemporaryDirectory flags;
     flags.write("PostComplete", "");
-    server.change([&](auto& settings) { settings.flagDirectory = flags.path().string(); });
+    server.settings().m_flagDirectory = flags.path().string();
     victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     command("START_ZEROIZE");
     command("START_DESTROY");
     server.turn();
     EXPECT_TRUE(server.isSelfTestOver());  // what stands behind it in the turn
-    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: no luck").Times(2));
-    EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: workerThreadFunction() EXCEPTION: no luck\n"));
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: An exception occurred. Details: no luck").Times(2));
+    EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer \\([0-9]+\\) cbCmd : An exception occurred in cbCmd\\. "
+                                              "Details: OrvaneServer: An exception occurred\\. Details: no luck\n"));
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
     server.turn();  // does not take it up again
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
     server.stopBus();
 }
 
-TEST_F(ClearDataTest, ASanitizeThatFailsAtTheStopIsReported)
+TEST_F(ClearDataTest, WhatIsNoStandardExceptionInASanitizeIsUnknown)
 {
     victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
     const ConsoleCapture console(std::cout);
     command("START_ZEROIZE");
-    auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
-    server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
-    EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
-    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: workerThreadFunction() EXCEPTION: <unknown>"));
+    server.turn();
+    EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: Unknown c++ exception in cbCmd"));
+    EXPECT_THAT(console.text(), HasSubstr(" cbCmd : OrvaneServer: Unknown c++ exception in cbCmd\n"));
     server.stopBus();
 }
 
@@ -470,7 +567,7 @@ TEST_F(ClearDataTest, AnExpiryThatIsBeingReportedIsWaitedForAtTheEndOfTheServer)
 {
     auto other = std::make_unique<ServerDoor>();
     configure(*other, ServiceConfig().set("PARAM_8", "3600,0").set("Debug", "false"));
-    other->setDebug(true);
+    other->settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     std::atomic<bool> isReported = false, isEnding = false, hasEnded = false;
     const BeforeNextLine warningIsQueued([&] {

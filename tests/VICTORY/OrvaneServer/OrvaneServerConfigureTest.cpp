@@ -1,3 +1,4 @@
+#include "face/FACE_Text.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/ServiceConfig.h"
@@ -106,34 +107,34 @@ const std::string kDefaults =
 
 TEST_F(OrvaneServerConfigureTest, DefaultsBeforeAnyFile)
 {
-    EXPECT_FALSE(server.settings().debug);
-    EXPECT_TRUE(server.settings().quiet);
-    EXPECT_FALSE(server.settings().testMode);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 7200u);
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 12u);
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 25u);
-    EXPECT_TRUE(server.settings().gssipSources.empty());
-    EXPECT_EQ(server.settings().systemName, "");
+    EXPECT_FALSE(server.settings().m_debug);
+    EXPECT_TRUE(server.settings().m_quiet);
+    EXPECT_FALSE(server.settings().m_testMode);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 7200u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 12u);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 25u);
+    EXPECT_TRUE(server.settings().m_gssipSourceServers.empty());
+    EXPECT_EQ(FACE::textOf(server.settings().m_systemName), "");
 }
 
 TEST_F(OrvaneServerConfigureTest, EverySettingIsTakenFromItsKey)
 {
     EXPECT_EQ(configure(ServiceConfig().set("PARAM_1", "false").set("PARAM_2", "true").set("Debug", "1")), 0);
-    EXPECT_EQ(server.settings().systemName, "KOLT");
-    EXPECT_EQ(server.settings().configurationName, "Desk");
-    EXPECT_EQ(server.settings().connectionsFile, "connections.xml");
-    EXPECT_EQ(server.settings().ioDevicesFile, "devices.xml");
-    EXPECT_TRUE(server.settings().debug);
-    EXPECT_FALSE(server.settings().quiet);
-    EXPECT_TRUE(server.settings().testMode);
-    EXPECT_EQ(server.settings().utcSource, 1);
-    EXPECT_EQ(server.settings().pvaSource, 2);
-    EXPECT_EQ(server.settings().gssipSources, ServerSet({3, 4}));
-    EXPECT_EQ(server.settings().misSource, 5);
-    EXPECT_EQ(server.settings().pntSource, 6);
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 10u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 3600u);
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 30u);
+    EXPECT_EQ(FACE::textOf(server.settings().m_systemName), "KOLT");
+    EXPECT_EQ(FACE::textOf(server.settings().m_configurationName), "Desk");
+    EXPECT_EQ(FACE::textOf(server.settings().m_connectionsFile), "connections.xml");
+    EXPECT_EQ(FACE::textOf(server.settings().m_ioDevicesFile), "devices.xml");
+    EXPECT_TRUE(server.settings().m_debug);
+    EXPECT_FALSE(server.settings().m_quiet);
+    EXPECT_TRUE(server.settings().m_testMode);
+    EXPECT_EQ(server.settings().m_utcSourceServerId, 1);
+    EXPECT_EQ(server.settings().m_pvaSourceServerId, 2);
+    EXPECT_EQ(server.settings().m_gssipSourceServers, ServerSet({3, 4}));
+    EXPECT_EQ(server.settings().m_misSourceServerId, 5);
+    EXPECT_EQ(server.settings().m_fusionPNTSourceServerId, 6);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 10u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 3600u);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 30u);
 }
 
 TEST_F(OrvaneServerConfigureTest, ParameterLineNamesEveryValue)
@@ -178,15 +179,15 @@ TEST_F(OrvaneServerConfigureTest, AMissingSystemNameEndsBeforeTheServicesSection
 {
     EXPECT_EQ(configure(ServiceConfig().removeFromUnit("System").removeSection("OrvaneServer")), 4);
     EXPECT_EQ(console, "WARNING - Parameter System not found\n" + kDefaults);
-    EXPECT_EQ(server.settings().configurationName, "Desk");
+    EXPECT_EQ(FACE::textOf(server.settings().m_configurationName), "Desk");
 }
 
 TEST_F(OrvaneServerConfigureTest, AMissingConfigurationNameEndsBeforeTheServicesSection)
 {
     EXPECT_EQ(configure(ServiceConfig().removeFromUnit("Configuration")), 4);
     EXPECT_EQ(console, "WARNING - Parameter Configuration not found\n" + kDefaults);
-    EXPECT_EQ(server.settings().systemName, "KOLT");
-    EXPECT_EQ(server.settings().connectionsFile, "");
+    EXPECT_EQ(FACE::textOf(server.settings().m_systemName), "KOLT");
+    EXPECT_EQ(FACE::textOf(server.settings().m_connectionsFile), "");
 }
 
 TEST_F(OrvaneServerConfigureTest, EveryMissingKeyIsReportedByItsLineAndWithAllBehindIt)
@@ -240,23 +241,23 @@ TEST_F(OrvaneServerConfigureTest, AnEmptyKeyCountsAsMissing)
 TEST_F(OrvaneServerConfigureTest, KeysBehindAMissingOneAreReadAndStoredAllTheSame)
 {
     configure(ServiceConfig().remove("Debug").set("PARAM_1", "false").set("PARAM_2", "true").set("PARAM_9", "99"));
-    EXPECT_FALSE(server.settings().debug);
-    EXPECT_FALSE(server.settings().quiet);
-    EXPECT_TRUE(server.settings().testMode);
-    EXPECT_EQ(server.settings().gssipSourceList, "3,4");
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 99u);
+    EXPECT_FALSE(server.settings().m_debug);
+    EXPECT_FALSE(server.settings().m_quiet);
+    EXPECT_TRUE(server.settings().m_testMode);
+    EXPECT_EQ(FACE::textOf(server.settings().m_gssipSourceServerSet), "3,4");
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 99u);
 }
 
 TEST_F(OrvaneServerConfigureTest, WithAMissingKeySourcesSetAndTimeoutsAreNotStored)
 {
     configure(ServiceConfig().remove("Debug"));
-    EXPECT_EQ(server.settings().utcSource, 0);
-    EXPECT_EQ(server.settings().pvaSource, 0);
-    EXPECT_EQ(server.settings().misSource, 0);
-    EXPECT_EQ(server.settings().pntSource, 0);
-    EXPECT_TRUE(server.settings().gssipSources.empty());
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 12u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 7200u);
+    EXPECT_EQ(server.settings().m_utcSourceServerId, 0);
+    EXPECT_EQ(server.settings().m_pvaSourceServerId, 0);
+    EXPECT_EQ(server.settings().m_misSourceServerId, 0);
+    EXPECT_EQ(server.settings().m_fusionPNTSourceServerId, 0);
+    EXPECT_TRUE(server.settings().m_gssipSourceServers.empty());
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 12u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 7200u);
 }
 
 TEST_F(OrvaneServerConfigureTest, WithAMissingKeyNothingIsApplied)
@@ -285,51 +286,51 @@ TEST_F(OrvaneServerConfigureTest, AMissingKeyLeavesCommandedOperationsUnprepared
 TEST_F(OrvaneServerConfigureTest, AMissingQuietFlagLeavesTheServiceQuiet)
 {
     configure(ServiceConfig().remove("PARAM_1"));
-    EXPECT_TRUE(server.settings().quiet);
+    EXPECT_TRUE(server.settings().m_quiet);
 }
 
 TEST_F(OrvaneServerConfigureTest, AMissingNumberIsZero)
 {
     configure(ServiceConfig().remove("PARAM_9"));
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 0u);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 0u);
 }
 
 TEST_F(OrvaneServerConfigureTest, NumbersMayBeHexadecimalOrOctal)
 {
     EXPECT_EQ(configure(ServiceConfig().set("PRI", "0x20").set("PARAM_3", "010").set("PARAM_9", "0x10")), 0);
     EXPECT_EQ(s_scheduler.priorities, std::vector<int>({32}));
-    EXPECT_EQ(server.settings().utcSource, 8);
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 16u);
+    EXPECT_EQ(server.settings().m_utcSourceServerId, 8);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 16u);
 }
 
 TEST_F(OrvaneServerConfigureTest, ATextThatIsNoNumberIsZero)
 {
     EXPECT_EQ(configure(ServiceConfig().set("PARAM_3", "any").set("PARAM_9", "soon")), 0);
-    EXPECT_EQ(server.settings().utcSource, 0);
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 0u);
+    EXPECT_EQ(server.settings().m_utcSourceServerId, 0);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 0u);
 }
 
 TEST_F(OrvaneServerConfigureTest, SourceIdsAreCutToTheirLowByte)
 {
     configure(
         ServiceConfig().set("PARAM_3", "0x100").set("PARAM_4", "257").set("PARAM_6", "-1").set("PARAM_7", "65537"));
-    EXPECT_EQ(server.settings().utcSource, 0);
-    EXPECT_EQ(server.settings().pvaSource, 1);
-    EXPECT_EQ(server.settings().misSource, 255);
-    EXPECT_EQ(server.settings().pntSource, 1);
+    EXPECT_EQ(server.settings().m_utcSourceServerId, 0);
+    EXPECT_EQ(server.settings().m_pvaSourceServerId, 1);
+    EXPECT_EQ(server.settings().m_misSourceServerId, 255);
+    EXPECT_EQ(server.settings().m_fusionPNTSourceServerId, 1);
 }
 
 TEST_F(OrvaneServerConfigureTest, BitTimeoutIsCutToThirtyTwoBits)
 {
     configure(ServiceConfig().set("PARAM_9", "4294967298"));
-    EXPECT_EQ(server.settings().bitTimeoutSeconds, 2u);
+    EXPECT_EQ(server.settings().m_BITtimeoutSeconds, 2u);
 }
 
 TEST_F(OrvaneServerConfigureTest, ClearDataTimeoutsAreRequestThenOverall)
 {
     EXPECT_EQ(configure(ServiceConfig().set("PARAM_8", "10,3600")), 0);
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 10u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 3600u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 10u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 3600u);
     EXPECT_NE(console.find(", m_clearDataInProgressTimeoutSeconds = 3600, m_clearDataRequestTimeoutSeconds = 10, "),
               std::string::npos);
 }
@@ -338,8 +339,8 @@ TEST_F(OrvaneServerConfigureTest, OtherThanTwoClearDataTimeoutsGiveTheDefaultsAn
 {
     for (const std::string text : {"10", "10,20,30", "10,20,30,40"}) {
         EXPECT_EQ(configure(ServiceConfig().set("PARAM_8", text)), 0) << text;
-        EXPECT_EQ(server.settings().clearDataRequestSeconds, 12u);
-        EXPECT_EQ(server.settings().clearDataInProgressSeconds, 7200u);
+        EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 12u);
+        EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 7200u);
         EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Warning, two values not found for clear data req timeout and "
                                     "clear data timeout. Using defaults.");
         EXPECT_EQ(popHealthEvent(), "none");
@@ -360,43 +361,43 @@ TEST_F(OrvaneServerConfigureTest, WithDebugTheWarningStandsOnTheConsoleBehindIts
 TEST_F(OrvaneServerConfigureTest, ATrailingCommaLeavesTwoClearDataTimeouts)
 {
     configure(ServiceConfig().set("PARAM_8", "10,20,"));
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 10u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 20u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 10u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 20u);
     EXPECT_EQ(popHealthEvent(), "none");
 }
 
 TEST_F(OrvaneServerConfigureTest, ClearDataTimeoutsAreDecimalAndSaturateAlikeOnEveryMachine)
 {
     configure(ServiceConfig().set("PARAM_8", "010,0x10"));
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 10u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 0u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 10u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 0u);
     configure(ServiceConfig().set("PARAM_8", "4294967295,4294967296"));
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 4294967295u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 4294967295u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 4294967295u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 4294967295u);
     configure(ServiceConfig().set("PARAM_8", "-1,99999999999999999999999"));
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 4294967295u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 4294967295u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 4294967295u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 4294967295u);
     configure(ServiceConfig().set("PARAM_8", "-4294967295,-99999999999"));
-    EXPECT_EQ(server.settings().clearDataRequestSeconds, 1u);
-    EXPECT_EQ(server.settings().clearDataInProgressSeconds, 4294967295u);
+    EXPECT_EQ(server.settings().m_clearDataRequestTimeoutSeconds, 1u);
+    EXPECT_EQ(server.settings().m_clearDataInProgressTimeoutSeconds, 4294967295u);
 }
 
 TEST_F(OrvaneServerConfigureTest, ZerosDuplicatesAndWordsDropOutOfTheGssipSet)
 {
     configure(ServiceConfig().set("PARAM_5", "0,5,x,5"));
-    EXPECT_EQ(server.settings().gssipSources, ServerSet({5}));
+    EXPECT_EQ(server.settings().m_gssipSourceServers, ServerSet({5}));
 }
 
 TEST_F(OrvaneServerConfigureTest, GssipIdsAreDecimalAndCutToTheirLowByte)
 {
     configure(ServiceConfig().set("PARAM_5", "256,257,010,0x20, 7,-1"));
-    EXPECT_EQ(server.settings().gssipSources, ServerSet({1, 7, 10, 255}));
+    EXPECT_EQ(server.settings().m_gssipSourceServers, ServerSet({1, 7, 10, 255}));
 }
 
 TEST_F(OrvaneServerConfigureTest, AListOfNothingGivesAnEmptyGssipSet)
 {
     EXPECT_EQ(configure(ServiceConfig().set("PARAM_5", ",")), 0);
-    EXPECT_TRUE(server.settings().gssipSources.empty());
+    EXPECT_TRUE(server.settings().m_gssipSourceServers.empty());
 }
 
 TEST_F(OrvaneServerConfigureTest, ZeroPriorityAndCpuChangeNothingAndPrintNothing)
@@ -448,5 +449,5 @@ TEST_F(OrvaneServerConfigureTest, ARefusedAffinityMakesTheFileInvalid)
 TEST_F(OrvaneServerConfigureTest, TheSampleFileIsValid)
 {
     EXPECT_EQ(configureFile(ORVANE_SOURCE_DIR "/lab/config/OrvaneServer.xml"), 0);
-    EXPECT_EQ(server.settings().gssipSources, ServerSet({39, 96}));
+    EXPECT_EQ(server.settings().m_gssipSourceServers, ServerSet({39, 96}));
 }

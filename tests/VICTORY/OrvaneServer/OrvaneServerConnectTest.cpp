@@ -4,9 +4,11 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
+#include "face/FACE_Text.h"
 #include "platform/FPGA.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
+#include "tests/VICTORY/OrvaneServer/ServiceTopics.h"
 #include "tests/platform/FpgaDesk.h"
 #include "tests/platform/RecordingDevmem.h"
 #include "tests/support/BeforeNextLine.h"
@@ -15,12 +17,13 @@
 #include "tests/support/OneConnection.h"
 #include "tests/support/QueueDevice.h"
 #include "tests/support/ServiceConfig.h"
+#include "tests/support/Topics.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <fcntl.h>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -40,7 +43,6 @@ const char* notedTime();
 using FACE::RETURN_CODE_TYPE;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -98,29 +100,10 @@ namespace {
 
 using Names = std::set<std::string>;
 
-/// The connections of the service with their types, in the order of their making.
-const std::vector<std::pair<std::string, std::string>> kTopics = {
-    {"BitReport", "BitReport"},
-    {"Command", "CommandResponse"},
-    {"Response", "CommandResponse"},
-    {"PositionVelocityAttitude", "PositionVelocityAttitude"},
-    {"UTCTime", "UTCTime"},
-    {"HalvexPNT", "HalvexPNT"},
-    {"MeasurementIncorporationStatus", "MeasurementIncorporationStatus"},
-    {"AssuranceState", "AssuranceState"},
-    {"EventLog", "EventLog"},
-    {"MaintenanceEvent", "MaintenanceEvent"}};
-
-/// A file with all connections but some, and with another type for one.
+/// All topics of the service but some, and another type for one; each topic has its history.
 std::string topicsWithout(const Names& missing, const std::string& mistyped = "")
 {
-    TransportConfig config;
-    config.set("BackFillHistory", "true");
-    for (const auto& [name, type] : kTopics) {
-        const std::string other = type == "UTCTime" ? "BitReport" : "UTCTime";
-        if (!missing.contains(name)) config.connect(name, name == mistyped ? other : type);
-    }
-    return config.text();
+    return serviceTopicsWithout(missing, mistyped).set("BackFillHistory", "true").text();
 }
 
 /// The registers of the process: whoever opens physical memory keeps it.
@@ -163,18 +146,17 @@ struct ConnectTest : testing::Test {
     void configure(ServerDoor& other) const
     {
         other.useBusFiles("config", "vcl");
-        other.change([&](auto& settings) {
-            settings.systemName = "KOLT";
-            settings.ioDevicesFile =
-                directory.write("devices.xml", withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
-                                                   withoutBegin(devicesFileText(FpgaMemory::devices())));
-            settings.connectionsFile = server.settings().connectionsFile;
-        });
+        auto& settings = other.settings();
+        settings.m_systemName = "KOLT";
+        const std::string devices = withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
+                                    withoutBegin(devicesFileText(FpgaMemory::devices()));
+        settings.m_ioDevicesFile = directory.write("devices.xml", devices).c_str();
+        settings.m_connectionsFile = server.settings().m_connectionsFile;
     }
 
     void setTopics(const std::string& text)
     {
-        server.change([&](auto& settings) { settings.connectionsFile = directory.write("connections.xml", text); });
+        server.settings().m_connectionsFile = directory.write("connections.xml", text).c_str();
     }
 
     int connect() { return connect(server); }
@@ -208,7 +190,7 @@ template <class T>
 class Listener {
 public:
     Listener(const ServerDoor& server, const std::string& topic)
-        : m_transport(server.settings().connectionsFile, "listener"), m_front(m_transport.typed<T>())
+        : m_transport(FACE::textOf(server.settings().m_connectionsFile), "listener"), m_front(m_transport.typed<T>())
     {
         auto code = RETURN_CODE_TYPE::NO_ACTION;
         m_front->Register_Callback(m_transport.connect(topic), m_inbox.callback(), code);
@@ -316,7 +298,7 @@ TEST_F(ConnectTest, ARefusedTapToTheReceiverLeavesTheOtherAndStartsNoReporter)
 
 TEST_F(ConnectTest, WithoutADevicesFileNoReporterIsStarted)
 {
-    server.change([](auto& settings) { settings.ioDevicesFile = "missing.xml"; });
+    server.settings().m_ioDevicesFile = "missing.xml";
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(server.busRuns());
     EXPECT_THAT(s_opened, IsEmpty());
@@ -325,7 +307,7 @@ TEST_F(ConnectTest, WithoutADevicesFileNoReporterIsStarted)
 
 TEST_F(ConnectTest, TapsAreTriedWhenTheRegistersHaveNoConfiguration)
 {
-    server.change([&](auto& settings) { settings.ioDevicesFile = directory.write("other.xml", "<Other/>"); });
+    server.settings().m_ioDevicesFile = directory.write("other.xml", "<Other/>").c_str();
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     std::size_t tries = 0;  // of the registers and of the two taps
     const std::string text = console.text(), line = "/other.xml Error: Unable to locate the HX_Configurations object\n";
@@ -335,7 +317,7 @@ TEST_F(ConnectTest, TapsAreTriedWhenTheRegistersHaveNoConfiguration)
 
 TEST_F(ConnectTest, TapsAreConnectedWhenTheRegistersHaveNoConfigurationAndNoReporterIsStarted)
 {
-    const std::string whole = readFile(server.settings().ioDevicesFile);
+    const std::string whole = readFile(FACE::textOf(server.settings().m_ioDevicesFile));
     directory.write("devices.xml", "<Other/>");
     // Repaired when the first has read it.
     const BeforeNextLine repair([&] { directory.write("devices.xml", whole); });
@@ -347,7 +329,7 @@ TEST_F(ConnectTest, TapsAreConnectedWhenTheRegistersHaveNoConfigurationAndNoRepo
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
-TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResults)
+TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResultsInOneLine)
 {
     const std::vector<std::string> labels = {"bit_rcv",   "cmdRsp_rcv",        "cmdRsp_rcv2", "rsp_rcv",
                                              "rsp_rcv2",  "pva_rcv",           "utcTime_rcv", "MIS_rcv",
@@ -362,17 +344,15 @@ TEST_F(ConnectTest, ARefusedRegistrationShowsAllTenResults)
                                                                  {"AssuranceState", {"AssuranceState_rcv"}}};
     for (const auto& [topic, refused] : refusals) {
         ServerDoor other(sensorFile);
-        other.change([&, text = topicsWithout({}, topic)](auto& settings) {
-            settings.ioDevicesFile = "none";
-            settings.connectionsFile = directory.write("connections.xml", text);
-        });
+        other.settings().m_ioDevicesFile = "none";
+        other.settings().m_connectionsFile = directory.write("connections.xml", topicsWithout({}, topic)).c_str();
         const ConsoleCapture output(std::cout);
         auto rc = RETURN_CODE_TYPE::NO_ERROR;
         other->Framework_Connect("another file", rc);
         EXPECT_EQ(rc, RETURN_CODE_TYPE::INVALID_CONFIG);
         std::string expected = "Error from Register_Callback or Register_Sender calls:\n";
-        for (const auto& label : labels) expected += label + (refused.contains(label) ? " = 11\n" : " = 0\n");
-        EXPECT_THAT(output.text(), HasSubstr(expected)) << topic;
+        for (const auto& label : labels) expected += label + (refused.contains(label) ? " = 11" : " = 0");
+        EXPECT_THAT(output.text(), HasSubstr(expected + "\n")) << topic;
         other->Framework_Disconnect(rc);
     }
 }
@@ -391,40 +371,21 @@ TEST_F(ConnectTest, BehindARefusedRegistrationDevicesAndServiceAreConnectedAndNo
 
 namespace {
 
-/// Writes down what is ended, and in which order.
-class RecordingTss : public FACE::TSS::HX_TSS {
-public:
-    explicit RecordingTss(std::vector<std::string>& steps) : HX_TSS("recorder"), m_steps(steps) {}
-
-    void Unregister_Callback(long long id, RETURN_CODE_TYPE::Value& rc) override { record("callback", id, rc); }
-    void Unregister_Sender(long long id, RETURN_CODE_TYPE::Value& rc) override { record("sender", id, rc); }
-    void Destroy_Connection(long long id, RETURN_CODE_TYPE::Value& rc) override { record("connection", id, rc); }
-
-private:
-    void record(const std::string& what, long long id, RETURN_CODE_TYPE::Value& rc)
-    {
-        m_steps.push_back(what + " " + std::to_string(id));
-        rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
-    }
-
-    std::vector<std::string>& m_steps;
-};
-
-/// The first block that is closed is written down.
+/// The first block that is closed is told.
 class ClosingDevmem : public RecordingDevmem {
 public:
-    ClosingDevmem(std::shared_ptr<FACE::IOSS::Devmem::IO_Service> service, std::vector<std::string>& steps)
-        : RecordingDevmem(std::move(service)), m_steps(steps)
+    ClosingDevmem(std::shared_ptr<FACE::IOSS::Devmem::IO_Service> service, std::function<void()> onClose)
+        : RecordingDevmem(std::move(service)), m_onClose(std::move(onClose))
     {}
 
     void Close_Connection(long long handle, RETURN_CODE_TYPE::Value& rc) override
     {
-        if (std::ranges::find(m_steps, "FPGA") == m_steps.end()) m_steps.emplace_back("FPGA");
+        if (const auto onClose = std::exchange(m_onClose, nullptr)) onClose();
         RecordingDevmem::Close_Connection(handle, rc);
     }
 
 private:
-    std::vector<std::string>& m_steps;
+    std::function<void()> m_onClose;
 };
 
 }  // namespace
@@ -432,29 +393,29 @@ private:
 TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
 {
     std::vector<std::string> steps;
+    const auto note = [&](const std::string& step) {
+        const std::string topics = server.sendCommand("X") ? "topics are connected" : "topics have ended";
+        steps.push_back(step + ": " + topics +
+                        (server.busRuns() ? ", the service runs" : ", the service is being ended"));
+    };
+    server.settings().m_ioDevicesFile = "none";  // or else the server starts the FPGA itself
+    connect();
     const FpgaDesk desk;
-    ASSERT_TRUE(server.startBus());
-    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
-    victory.onCall("vapntsDeleteService", [&] { steps.emplace_back("service"); });
-    server.useTransport(std::make_shared<RecordingTss>(steps), 100);
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, [&] { note("FPGA"); }));
+    victory.onCall("vapntsDeleteService", [&] { note("service"); });
 
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
     server->Framework_Disconnect(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
-    std::vector<std::string> expected = {"FPGA"};
-    for (const std::string what : {"callback", "sender", "connection"})
-        for (int id = 100; id < 110; ++id) expected.push_back(what + " " + std::to_string(id));
-    expected.emplace_back("service");
-    EXPECT_THAT(steps, ElementsAreArray(expected));
-    server.useTransport(nullptr);  // it writes to what ends here
+    EXPECT_THAT(steps, ElementsAre("FPGA: topics are connected, the service runs",
+                                   "service: topics have ended, the service is being ended"));
     victory.onCall("vapntsDeleteService", nullptr);
 }
 
-TEST_F(ConnectTest, AFailedTransportIsKeptAndEndedAllTheSame)
+TEST_F(ConnectTest, BehindAFailedTransportAllElseIsEndedAndOnce)
 {
-    server.change([](auto& settings) { settings.connectionsFile = "missing.xml"; });
+    server.settings().m_connectionsFile = "missing.xml";
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
-    EXPECT_TRUE(server.hasTransport());
     EXPECT_THAT(console.text(), HasSubstr(" Configuration missing.xml was not available\n"));
     EXPECT_THAT(console.text(), Not(HasSubstr("Error connecting to")));
     ASSERT_TRUE(server.busRuns());
@@ -465,7 +426,7 @@ TEST_F(ConnectTest, AFailedTransportIsKeptAndEndedAllTheSame)
     reporter.InitHealthReporter("unit", ids, log.front(), log.id());
     std::vector<std::string> steps;
     const FpgaDesk desk;
-    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, [&] { steps.emplace_back("FPGA"); }));
 
     for (int round = 0; round < 2; ++round) {
         auto rc = RETURN_CODE_TYPE::NO_ACTION;
@@ -483,8 +444,7 @@ TEST_F(ConnectTest, AServerThatWasNeverConnectedLetsGoOfTheFpga)
 {
     std::vector<std::string> steps;
     const FpgaDesk desk;
-    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, steps));
-    ASSERT_FALSE(server.hasTransport());
+    FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, [&] { steps.emplace_back("FPGA"); }));
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
     server->Framework_Disconnect(rc);
     EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
@@ -567,7 +527,7 @@ TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)
     for (int i = 0; i < 60; ++i) sensors.emplace_back("S" + std::to_string(i), "0x2710");  // 10000
     directory.write("sensors.xml", fileOf(sensors));
     ServiceConfig config;
-    config.set("Connections", server.settings().connectionsFile).set("IODevices", "none");
+    config.set("Connections", FACE::textOf(server.settings().m_connectionsFile)).set("IODevices", "none");
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
     server->Configure(directory.write("service.xml", config.text()).c_str(), rc);
     ASSERT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);

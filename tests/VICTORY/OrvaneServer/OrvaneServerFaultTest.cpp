@@ -1,3 +1,4 @@
+#include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/VictoryRecorder.h"
@@ -7,7 +8,6 @@
 
 #include <iostream>
 #include <pty.h>
-#include <stdexcept>
 #include <string>
 #include <termios.h>
 #include <unistd.h>
@@ -17,38 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-/// A pipe as the standard input of this process, while this object lives.
-class KeyPipe {
-public:
-    KeyPipe() : m_saved(dup(STDIN_FILENO))
-    {
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0 || dup2(ends[0], STDIN_FILENO) != STDIN_FILENO) throw std::runtime_error("no pipe");
-        close(ends[0]);
-        m_write = ends[1];
-    }
-    ~KeyPipe()
-    {
-        if (m_saved >= 0) {
-            dup2(m_saved, STDIN_FILENO);
-            close(m_saved);
-        }
-        close(m_write);
-    }
-    KeyPipe(const KeyPipe&) = delete;
-    KeyPipe& operator=(const KeyPipe&) = delete;
-
-    void type(const std::string& keys) const
-    {
-        if (write(m_write, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
-            throw std::runtime_error("the pipe is full");
-    }
-
-private:
-    int m_saved;
-    int m_write;
-};
 
 struct FaultTest : testing::Test {
     FaultTest()
@@ -79,14 +47,19 @@ struct FaultTest : testing::Test {
 
 TEST_F(FaultTest, TheWorkerLooksForKeysInTestModeAlone)
 {
+    const auto isTold = [this] {
+        victory.forgetCalls();
+        victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
+        return victory.count("vapntsTellWarningMessagesData") == 1;
+    };
     input.type("z");
     server.turn();
-    EXPECT_FALSE(server.isTellDisabled());
-    server.change([](auto& settings) { settings.testMode = true; });
+    EXPECT_TRUE(isTold());
+    server.settings().m_testMode = true;
     server.turn();
-    EXPECT_TRUE(server.isTellDisabled());
+    EXPECT_FALSE(isTold());
     server.turn();
-    EXPECT_TRUE(server.isTellDisabled());
+    EXPECT_FALSE(isTold());
 }
 
 TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
@@ -105,13 +78,13 @@ TEST_F(FaultTest, OutsideOfTestModeTheTerminalIsLeftAlone)
 
 TEST_F(FaultTest, AFailedConnectionOffersTheServiceThatRunsAllTheSame)
 {
-    server.change([](auto& settings) { settings.connectionsFile = settings.ioDevicesFile = "none"; });
+    server.settings().m_connectionsFile = server.settings().m_ioDevicesFile = "none";
     auto rc = FACE::RETURN_CODE_TYPE::NO_ERROR;
     const ConsoleCapture console(std::cout);
     server->Framework_Connect("none", rc);
     EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::INVALID_CONFIG);
     input.type("a");
-    server.takeFaultKey();
+    server->checkForFaultTestEvents();
     EXPECT_THAT(console.text(), testing::EndsWith(" VictoryFaultHelper : APNT fault test mode\n"));
 }
 

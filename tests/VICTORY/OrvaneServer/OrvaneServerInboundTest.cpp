@@ -9,7 +9,7 @@
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
@@ -19,6 +19,8 @@
 #include <functional>
 #include <iostream>
 #include <limits>
+#include <map>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -32,6 +34,8 @@ using testing::Not;
 using namespace aspn2_msgs::idl;
 
 namespace {
+
+constexpr const char* kTellConfiguration = "vapntsTellSystemConfiguration";
 
 /// A message from a server.
 template <class Message>
@@ -57,6 +61,19 @@ GSSIP recordOfId(std::uint16_t id, std::uint8_t server = 39)
     auto record = from<GSSIP>(server);
     record.data({0xFF, 0x81, static_cast<std::uint8_t>(id), static_cast<std::uint8_t>(id >> 8), 0, 0, 0, 0, 0, 0});
     record.num_bytes(10);
+    return record;
+}
+
+/// A threat report with one line of bearing.
+GSSIP recordOfOneBearing()
+{
+    auto record = from<GSSIP>(39);
+    std::vector<std::uint8_t> frame = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
+    frame.resize(212);
+    frame[48] = 2;
+    frame[49] = 1;
+    record.num_bytes(212);
+    record.data(frame);
     return record;
 }
 
@@ -87,15 +104,13 @@ CommandResponse responseOf(const std::string& text, std::uint8_t commanded = 52,
     return response;
 }
 
-using Input = ServerDoor::Input;
-
 struct InboundTest : testing::Test {
     InboundTest()
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
         server.useBusFiles("config", "vcl");
-        server.change([](auto& settings) { settings.gssipSources = {39, 96}; });
+        server.settings().m_gssipSourceServers = {39, 96};
         server.run();
         popHealthEvents();
     }
@@ -107,7 +122,7 @@ struct InboundTest : testing::Test {
         victory.forgetCalls();
     }
 
-    bool isNew(Input input) const { return server.newInputs().contains(input); }
+    NavInputs::News news() const { return server.inputs().news(); }
 
     std::vector<std::uint32_t> warnings() const
     {
@@ -136,9 +151,10 @@ TEST_F(InboundTest, NothingIsTakenWhileStopped)
     server.toReceiver(recordOf(threat));
     server.command(commandOf("BITSERVER_PING"));
     server.response(responseOf("PARTNUMBERS"));
-    EXPECT_THAT(server.newInputs(), IsEmpty());
-    EXPECT_FALSE(server.isGpsLost());
-    EXPECT_EQ(server.configuration().componentCount, 0);
+    EXPECT_FALSE(news().areAny());
+    EXPECT_THAT(warnings(), IsEmpty());
+    EXPECT_THAT(server.threats(), IsEmpty());
+    EXPECT_EQ(victory.count(kTellConfiguration), 0U);
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
@@ -146,42 +162,42 @@ TEST_F(InboundTest, ASourceIsTakenIfItIsTheConfiguredOneOrAnyIs)
 {
     auto message = from<PositionVelocityAttitude>(7);
     message.velocity()[0] = 5.0;
-    server.change([](auto& settings) { settings.pvaSource = 8; });
+    server.settings().m_pvaSourceServerId = 8;
     server.deliver(message);
-    EXPECT_FALSE(isNew(Input::Pva));
-    EXPECT_EQ(server.latestPva().velocity()[0], 0.0);
-    server.change([](auto& settings) { settings.pvaSource = 0; });
+    EXPECT_FALSE(news().pva);
+    EXPECT_EQ(server.inputs().latestPva().velocity()[0], 0.0);
+    server.settings().m_pvaSourceServerId = 0;
     server.deliver(message);
-    EXPECT_TRUE(isNew(Input::Pva));
-    EXPECT_EQ(server.latestPva().velocity()[0], 5.0);
-    server.change([](auto& settings) { settings.pvaSource = 7; });
+    EXPECT_TRUE(news().pva);
+    EXPECT_EQ(server.inputs().latestPva().velocity()[0], 5.0);
+    server.settings().m_pvaSourceServerId = 7;
     message.velocity()[0] = 6.0;
     server.deliver(message);
-    EXPECT_EQ(server.latestPva().velocity()[0], 6.0);
+    EXPECT_EQ(server.inputs().latestPva().velocity()[0], 6.0);
 }
 
 TEST_F(InboundTest, EachInputHasItsOwnSource)
 {
-    server.change([](auto& settings) {
-        settings.utcSource = 1;
-        settings.pntSource = 2;
-        settings.misSource = 3;
-    });
+    server.settings().m_utcSourceServerId = 1;
+    server.settings().m_fusionPNTSourceServerId = 2;
+    server.settings().m_misSourceServerId = 3;
     server.deliver(from<UTCTime>(9));
     server.deliver(from<HalvexPNT>(9));
     server.deliver(from<MeasurementIncorporationStatus>(9));
-    EXPECT_THAT(server.newInputs(), IsEmpty());
+    EXPECT_FALSE(news().areAny());
     server.deliver(from<UTCTime>(1));
     server.deliver(from<HalvexPNT>(2));
     server.deliver(from<MeasurementIncorporationStatus>(3));
-    EXPECT_THAT(server.newInputs(), ElementsAre(Input::UtcTime, Input::Pnt, Input::Mis));
+    EXPECT_TRUE(news().utcTime && news().fusionPNT && news().mis);
+    EXPECT_FALSE(news().pva || news().assuranceState || news().receiver);
 }
 
 TEST_F(InboundTest, AnAssuranceStateIsTakenFromAnybody)
 {
-    server.change([](auto& settings) { settings.pvaSource = settings.utcSource = settings.misSource = 8; });
+    auto& settings = server.settings();
+    settings.m_pvaSourceServerId = settings.m_utcSourceServerId = settings.m_misSourceServerId = 8;
     server.deliver(from<AssuranceState>(200));
-    EXPECT_TRUE(isNew(Input::Assurance));
+    EXPECT_TRUE(news().assuranceState);
 }
 
 TEST_F(InboundTest, QuietHandlersPrintNothing)
@@ -197,7 +213,7 @@ TEST_F(InboundTest, QuietHandlersPrintNothing)
 
 TEST_F(InboundTest, LinesOfTheHandlers)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.deliver(from<PositionVelocityAttitude>(96));
     server.deliver(from<UTCTime>(35));
@@ -218,41 +234,47 @@ TEST_F(InboundTest, LinesOfTheHandlers)
 
 TEST_F(InboundTest, TheTimeIsKeptApartAndGivesTheGpsSeconds)
 {
-    startBus();
     auto message = from<UTCTime>(96);
     message.gps_tow_sec(1000);
     message.gps_tow_nsec(5e8);
     message.utc_tod_sec(77);
+    startBus();
     server.deliver(message);
+    server.toReceiver(recordOfOneBearing());
     victory.fireTell(VAPNTS_PUB_GROUP_WARNING_MESSAGES);
-    const auto told = victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>();
-    EXPECT_DOUBLE_EQ(told.gpsSeconds, 1000.5);
-    EXPECT_EQ(server.latestTime().utc_tod_sec(), 77);
+    const auto warnings = victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>();
+    EXPECT_DOUBLE_EQ(warnings.gpsSeconds, 1000.5);
+    ASSERT_EQ(server.threats().size(), 1U);
+    EXPECT_EQ(server.threats()[0].time.minute, 1U);
+    EXPECT_EQ(server.threats()[0].time.seconds, 17U);
 }
 
 TEST_F(InboundTest, InputsAreFreeWhileTheTimeIsWaitedFor)
 {
     const HardDeadline deadline;
+    const ConsoleCapture console(std::cout);
+    server.settings().m_quiet = false;
     std::thread listener;
-    server.whileTimeIsHeld([&] {
+    const BeforeNextLine timeOfThreatIsPrinted([&] {
         listener = std::thread([&] { server.deliver(from<UTCTime>(96)); });
-        EXPECT_TRUE(eventually([&] { return isNew(Input::UtcTime); }));  // waits for ever if the listener keeps them
+        std::thread looker([&] { EXPECT_TRUE(eventually([&] { return news().utcTime; })); });
+        looker.join();  // waits for ever if the listener keeps the inputs
     });
+    server.toReceiver(recordOfOneBearing());
+    ASSERT_TRUE(listener.joinable());
     listener.join();
 }
 
 TEST_F(InboundTest, TooFewMeasurementsAreLostAtOnceAndBackAfterThreeGoodMessages)
 {
-    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, 1}}));
+    for (int i = 0; i < 3; ++i) server.deliver(measurements({{1, 1}}));
     EXPECT_THAT(warnings(), ElementsAre(67));
-    EXPECT_TRUE(server.isGpsLost());
-    for (const int count : {2, 2, 1}) server.measure(measurements({{1, count}}));
+    for (const int count : {2, 2, 1}) server.deliver(measurements({{1, count}}));
     EXPECT_THAT(warnings(), ElementsAre(67));
     for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(server.isGpsLost()) << i;
-        server.measure(measurements({{1, 2}}));
+        EXPECT_THAT(warnings(), ElementsAre(67)) << i;
+        server.deliver(measurements({{1, 2}}));
     }
-    EXPECT_FALSE(server.isGpsLost());
     EXPECT_THAT(warnings(), ElementsAre(67, 68));
 }
 
@@ -264,40 +286,40 @@ TEST_F(InboundTest, FirstMessageWithTooFewMeasurementsRaisesTheWarning)
 
 TEST_F(InboundTest, AFirstGoodMessageKeepsTheWarningAway)
 {
-    server.measure(measurements({{1, 1}, {2, 1}}));
-    server.measure(measurements({}));
-    server.measure(measurements({}));
+    server.deliver(measurements({{1, 1}, {2, 1}}));
+    server.deliver(measurements({}));
+    server.deliver(measurements({}));
     EXPECT_THAT(warnings(), IsEmpty());
-    server.measure(measurements({}));
+    server.deliver(measurements({}));
     EXPECT_THAT(warnings(), ElementsAre(67));
 }
 
 TEST_F(InboundTest, OnlyTheFirstTwoSetsCount)
 {
-    server.measure(measurements({{0, 9}, {3, 9}, {4, 9}, {-1, 9}, {65537, 9}}));
-    EXPECT_TRUE(server.isGpsLost());
+    server.deliver(measurements({{0, 9}, {3, 9}, {4, 9}, {-1, 9}, {65537, 9}}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
 }
 
 TEST_F(InboundTest, SumOfMeasurementsDoesNotWrap)
 {
     const int most = std::numeric_limits<int>::max();
-    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, most}, {2, most}, {1, most}}));
-    EXPECT_FALSE(server.isGpsLost());
+    for (int i = 0; i < 3; ++i) server.deliver(measurements({{1, most}, {2, most}, {1, most}}));
+    EXPECT_THAT(warnings(), IsEmpty());
     const int least = std::numeric_limits<int>::min();
-    for (int i = 0; i < 3; ++i) server.measure(measurements({{1, least}, {2, least}}));
-    EXPECT_TRUE(server.isGpsLost());
+    for (int i = 0; i < 3; ++i) server.deliver(measurements({{1, least}, {2, least}}));
+    EXPECT_THAT(warnings(), ElementsAre(67));
 }
 
 TEST_F(InboundTest, RecentMeasurementsOutlastAStop)
 {
-    server.measure(measurements({{1, 2}}));
+    server.deliver(measurements({{1, 2}}));
     for (const auto requested : {FACE::LCM::Halvex::RequestedState::STOP, FACE::LCM::Halvex::RequestedState::START}) {
         FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
         server->Request_State_Transition(requested, rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
     }
     server->Stop();
-    server.measure(measurements({{1, 0}}));
+    server.deliver(measurements({{1, 0}}));
     EXPECT_THAT(warnings(), IsEmpty());
 }
 
@@ -305,29 +327,29 @@ TEST_F(InboundTest, ReceiverStatusIsStoredRaw)
 {
     startBus();
     server.fromReceiver(recordOfId(8504));
-    EXPECT_TRUE(isNew(Input::Receiver));
-    EXPECT_EQ(server.latestReceiverRecord().data(), recordOfId(8504).data());
+    EXPECT_TRUE(news().receiver);
+    EXPECT_EQ(server.inputs().latestReceiver().data(), recordOfId(8504).data());
 }
 
 TEST_F(InboundTest, OnlyConfiguredSourcesOfFramesAreHeard)
 {
     startBus();
     server.fromReceiver(recordOfId(8504, 40));
-    EXPECT_FALSE(isNew(Input::Receiver));
-    server.change([](auto& settings) { settings.gssipSources.clear(); });
+    EXPECT_FALSE(news().receiver);
+    server.settings().m_gssipSourceServers.clear();
     server.fromReceiver(recordOfId(8504, 39));
-    EXPECT_FALSE(isNew(Input::Receiver));
+    EXPECT_FALSE(news().receiver);
 }
 
 TEST_F(InboundTest, OtherFramesAreDroppedWithoutAWord)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.fromReceiver(recordOfId(9999));
     server.toReceiver(recordOfId(8504));
     EXPECT_EQ(console.text(), "");
-    EXPECT_FALSE(isNew(Input::Receiver));
+    EXPECT_FALSE(news().receiver);
 }
 
 TEST_F(InboundTest, FramesWhoseLengthIsNotToBeBelievedAreDropped)
@@ -337,19 +359,19 @@ TEST_F(InboundTest, FramesWhoseLengthIsNotToBeBelievedAreDropped)
         auto record = recordOfId(8504);
         record.num_bytes(length);
         server.fromReceiver(record);
-        EXPECT_FALSE(isNew(Input::Receiver)) << length;
+        EXPECT_FALSE(news().receiver) << length;
     }
     auto record = recordOfId(8504);
     record.num_bytes(4);
     server.fromReceiver(record);
-    EXPECT_TRUE(isNew(Input::Receiver));
+    EXPECT_TRUE(news().receiver);
 }
 
 TEST_F(InboundTest, BeforeTheBusServiceFramesAreOnlyShown)
 {
     const ConsoleCapture console(std::cout);
     server.fromReceiver(recordOfId(8504));
-    EXPECT_FALSE(isNew(Input::Receiver));
+    EXPECT_FALSE(news().receiver);
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from 39\n"));
 }
 
@@ -383,7 +405,7 @@ TEST_F(InboundTest, BeforeTheBusServiceAReceiversWarningIsShownAndNotQueued)
 TEST_F(InboundTest, ShownFramesNameTheirSource)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.fromReceiver(recordOfId(8504));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"));
@@ -392,7 +414,7 @@ TEST_F(InboundTest, ShownFramesNameTheirSource)
 TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     auto record = recordOfId(8504);
     std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0x38, 0x21, 0x0C, 0x00, 0x00, 0x90, 0xBD, 0x4C};
     for (std::uint8_t word = 1; word <= 12; ++word) bytes.insert(bytes.end(), {word, 0xA0});
@@ -411,7 +433,7 @@ TEST_F(InboundTest, ShownReceiverStatusIsFollowedByItsWords)
 TEST_F(InboundTest, ShownReceiversWarningIsFollowedByItsWords)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     auto record = recordOfId(5044);
     std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
     bytes.resize(54);
@@ -432,18 +454,18 @@ TEST_F(InboundTest, ThreatsFlowAndFramesBehindThemToo)
 {
     startBus();
     ThreatData threat;
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.toReceiver(recordOf(threat, 96));
     EXPECT_THAT(console.text(), HasSubstr("OrvaneServer: cbHxGssip: Processed GSSIP: 15051 from HalvexNavigator\n"));
     server.toReceiver(recordOf(threat, 96));
     server.fromReceiver(recordOfId(8504));
-    EXPECT_TRUE(isNew(Input::Receiver));
+    EXPECT_TRUE(news().receiver);
 }
 
 TEST_F(InboundTest, ARefusedThreatReportIsDroppedWithoutAWord)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.toReceiver(recordOfId(15051));
     EXPECT_EQ(console.text(), "");
@@ -451,18 +473,23 @@ TEST_F(InboundTest, ARefusedThreatReportIsDroppedWithoutAWord)
 
 TEST_F(InboundTest, PartNumbersAreTakenWhoeverAskedForThem)
 {
+    startBus();
     server.response(responseOf("PARTNUMBERS,SW1:1.0", 40, 49));
-    EXPECT_TRUE(server.partNumbers().answered.at("PNT-Q"));
-    EXPECT_STREQ(server.configuration().components[0].componentId, "0x31");
+    const auto told = victory.last(kTellConfiguration).record<VapntcSystemConfiguration>();
+    EXPECT_EQ(told.componentCount, 1);
+    EXPECT_STREQ(told.components[0].componentId, "0x31");
+    EXPECT_STREQ(told.components[0].name, "PNT-Q");
+    EXPECT_THAT(popHealthEvents(), IsEmpty());  // it was expected
 }
 
 TEST_F(InboundTest, PartNumbersForUsGoOnToTheOtherSteps)
 {
-    server.setQuiet(false);
-    server.setDebug(true);
+    startBus();
+    server.settings().m_quiet = false;
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     server.response(responseOf("PARTNUMBERS,SW1:1.0", 52, 49));
-    EXPECT_TRUE(server.partNumbers().answered.at("PNT-Q"));
+    EXPECT_STREQ(victory.last(kTellConfiguration).record<VapntcSystemConfiguration>().components[0].name, "PNT-Q");
     EXPECT_THAT(console.text(),
                 testing::EndsWith("OrvaneServer : m_serverId = 52 : sourceId = 49, commandedId = 52, response string = "
                                   "PARTNUMBERS,SW1:1.0\n"
@@ -471,14 +498,15 @@ TEST_F(InboundTest, PartNumbersForUsGoOnToTheOtherSteps)
 
 TEST_F(InboundTest, OnlyAWholeFirstFieldIsAPartNumberResponse)
 {
+    startBus();
     server.response(responseOf("PARTNUMBERSX,SW1:1.0"));
     server.response(responseOf("X,PARTNUMBERS"));
-    EXPECT_EQ(server.configuration().componentCount, 0);
+    EXPECT_EQ(victory.count(kTellConfiguration), 0U);
 }
 
 TEST_F(InboundTest, ResponsesToOthersGoNoFurther)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.response(responseOf("SOMETHING_ACK", 53));
     EXPECT_EQ(console.text(), "");
@@ -486,8 +514,8 @@ TEST_F(InboundTest, ResponsesToOthersGoNoFurther)
 
 TEST_F(InboundTest, ResponsesToUsAreShownAndUnclaimedOnesToo)
 {
-    server.setQuiet(false);
-    server.setDebug(true);
+    server.settings().m_quiet = false;
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     server.response(responseOf("SOMETHING"));
     EXPECT_THAT(console.text(), AllOf(HasSubstr("OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, "
@@ -501,7 +529,7 @@ TEST_F(InboundTest, AResponseToUsIsFollowedByTheStateOfTheClearDataCommand)
     const ConsoleCapture console(std::cout);
     server.response(responseOf("SOMETHING"));
     EXPECT_EQ(console.text(), "");
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     server.response(responseOf("SOMETHING"));
     EXPECT_EQ(console.text(), "OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, response string = "
                               "SOMETHING\n"
@@ -520,7 +548,7 @@ TEST_F(InboundTest, ModeCommandsSetTheTimeCodes)
 
 TEST_F(InboundTest, AnAnswerThatCannotBeSentIsAnEvent)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.command(commandOf("BITSERVER_PING"));
     EXPECT_EQ(console.text(), "OrvaneServer:  TOVsec = 0, OrvaneServer\n");
@@ -538,7 +566,7 @@ TEST_F(InboundTest, ModeAnswersArePassed)
 TEST_F(InboundTest, ACommandThatCannotBeSentIsAnEventAndFalse)
 {
     const ConsoleCapture console(std::cout);
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     EXPECT_FALSE(server.sendCommand("REQUEST_CBIT"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_CBIT");
     EXPECT_EQ(console.text(), "");
@@ -567,7 +595,7 @@ TEST_F(InboundTest, PostCompleteIsOnlyShown)
     const ConsoleCapture console(std::cout);
     server.command(commandOf("POSTCOMPLETE"));
     EXPECT_EQ(console.text(), "");
-    server.setDebug(true);
+    server.settings().m_debug = true;
     server.command(commandOf("POSTCOMPLETE"));
     EXPECT_EQ(console.text(), "DDS PostComplete Signal Recieved\n");
     EXPECT_FALSE(server.isSelfTestOver());
@@ -578,11 +606,10 @@ TEST_F(InboundTest, SanitizeSilencesTheBusAndWipesTheConfiguration)
     startBus();
     ASSERT_TRUE(server.busRuns());
     server.command(commandOf("START_ZEROIZE", 200));
-    server.sanitize();
+    server.turn();
     EXPECT_TRUE(server.isSanitizeRequested());
-    EXPECT_FALSE(server.partNumbers().isRequestDue);
     EXPECT_EQ(victory.count("vapntsNewService"), 1U);
-    const auto told = victory.last("vapntsTellSystemConfiguration").record<VapntcSystemConfiguration>();
+    const auto told = victory.last(kTellConfiguration).record<VapntcSystemConfiguration>();
     EXPECT_STREQ(told.systemName, "");
     EXPECT_EQ(told.manufacturerCodePresent, 0U);
     EXPECT_THAT(popHealthEvents(), Not(testing::Contains(HasSubstr("publish CommandResponse"))));
@@ -591,18 +618,23 @@ TEST_F(InboundTest, SanitizeSilencesTheBusAndWipesTheConfiguration)
 
 TEST_F(InboundTest, SanitizeLeavesTheCompletionOfPartNumbersAlone)
 {
-    server.setPartNumbersComplete();
+    const HardDeadline deadline;
+    startBus();
+    server.collectPartNumbers();
     server.command(commandOf("START_DESTROY"));
-    server.sanitize();
+    server.turn();
     EXPECT_TRUE(server.isSanitizeRequested());
-    EXPECT_TRUE(server.partNumbers().isComplete);
+    popHealthEvents();
+    victory.fireSystemConfiguration();  // would wait, and complain, if they were not complete
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
+    server.stopBus();
 }
 
 TEST_F(InboundTest, NothingLeavesAHandlerAndEachHasItsTexts)
 {
     // A library that throws stands for whatever may go wrong below a handler.
     startBus();
-    victory.onCall("vapntsTellSystemConfiguration", [] { throw std::runtime_error("no luck"); });
+    victory.onCall(kTellConfiguration, [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     server.response(responseOf("PARTNUMBERS"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: An exception occurred. Details: no luck");
@@ -610,7 +642,7 @@ TEST_F(InboundTest, NothingLeavesAHandlerAndEachHasItsTexts)
                 testing::ContainsRegex("OrvaneServer \\([0-9]+\\) cbRsp : An exception occurred in cbRsp. "
                                        "Details: OrvaneServer: An exception occurred. Details: no "
                                        "luck\n"));
-    victory.onCall("vapntsTellSystemConfiguration", [] { throw 1; });
+    victory.onCall(kTellConfiguration, [] { throw 1; });
     server.response(responseOf("PARTNUMBERS"));
     EXPECT_EQ(popHealthEvent(), "3:OrvaneServer: Unknown c++ exception in cbCmd.");
     EXPECT_THAT(console.text(),
@@ -657,7 +689,7 @@ std::vector<HandlerTexts> handlers()
 TEST_F(InboundTest, AnExceptionInAHandlerHasTheHandlersTexts)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     for (const auto& handler : handlers()) {
         const ConsoleCapture console(std::cout);
         const BeforeNextLine failure([] { throw std::runtime_error("no luck"); });
@@ -675,7 +707,7 @@ TEST_F(InboundTest, AnExceptionInAHandlerHasTheHandlersTexts)
 TEST_F(InboundTest, WhatIsNoStandardExceptionInAHandlerIsUnknown)
 {
     startBus();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     for (const auto& handler : handlers()) {
         const ConsoleCapture console(std::cout);
         const BeforeNextLine failure([] { throw 1; });
@@ -686,6 +718,33 @@ TEST_F(InboundTest, WhatIsNoStandardExceptionInAHandlerIsUnknown)
         const std::string tail = std::string(") ") + handler.name + " : " + event + "\n";
         EXPECT_TRUE(line.starts_with("OrvaneServer (") && line.ends_with(tail)) << line;
     }
+}
+
+TEST_F(InboundTest, WithTheRecordOfFaultsEveryHandlerHasAPlaceOfItsOwn)
+{
+    recordFaults();
+    startBus();
+    server.settings().m_quiet = false;
+    std::map<std::string, std::string> handlerAt;
+    const auto takePlaceOf = [&](const std::string& name, const std::string& line) {
+        const auto event = popHealthEvent();
+        std::smatch place;
+        ASSERT_TRUE(std::regex_search(event, place, std::regex("^3:OrvaneServerInbound\\.cpp\\[([0-9]+)\\]:")))
+            << event;
+        EXPECT_THAT(line, testing::StartsWith("OrvaneServer (" + place.str(1) + ") " + name));
+        EXPECT_TRUE(handlerAt.emplace(place.str(1), name).second) << name << " and " << handlerAt[place.str(1)];
+    };
+    for (const auto& handler : handlers()) {
+        const ConsoleCapture console(std::cout);
+        const BeforeNextLine failure([] { throw std::runtime_error("no luck"); });
+        handler.call(server);
+        takePlaceOf(handler.name, console.text());
+    }
+    const ConsoleCapture console(std::cout);
+    victory.onCall(kTellConfiguration, [] { throw std::runtime_error("no luck"); });
+    server.response(responseOf("PARTNUMBERS"));
+    takePlaceOf("cbRsp", console.text());
+    EXPECT_EQ(handlerAt.size(), 9U);
 }
 
 TEST_F(InboundTest, AReportEndsTheRunningTestUnlessStopped)

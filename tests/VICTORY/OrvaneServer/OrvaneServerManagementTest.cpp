@@ -1,10 +1,10 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/HardDeadline.h"
 
-#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <stdexcept>
@@ -16,8 +16,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::Not;
 using namespace std::chrono_literals;
 
 namespace {
@@ -57,11 +55,6 @@ struct ManagementTest : testing::Test {
     {
         return victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>();
     }
-    void update(const std::string& name, const std::string& serialNumber = "", const std::string& software = "",
-                const std::string& hardware = "", const std::string& code = "")
-    {
-        server.setConfigurationHead(name, serialNumber, software, hardware, code);
-    }
 
     const TemporaryDirectory directory;
     VictoryRecorder victory;
@@ -75,13 +68,6 @@ TEST_F(ManagementTest, FiveOutputsAreOffered)
 {
     start();
     EXPECT_THAT(outputs(), ElementsAre(0, 1, 2, 3, 5));
-}
-
-TEST_F(ManagementTest, OrSevenInTheirOwnOrder)
-{
-    server.change([](auto& settings) { settings.allOutputs = true; });
-    start();
-    EXPECT_THAT(outputs(), ElementsAre(0, 1, 2, 4, 6, 3, 5));
 }
 
 TEST_F(ManagementTest, WhoAsksEarlyIsToldToWait)
@@ -170,7 +156,7 @@ TEST_F(ManagementTest, FiftySensorsAreToldWithoutAWord)
 
 TEST_F(ManagementTest, SensorsAreShownOnDebug)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     start({SensorText("GPS 1", "0x39").set("HasOtherSensorType", "true").set("OtherSensorType", "x")});
     EXPECT_THAT(console.text(), HasSubstr("sensorServerList size fetched from m_bitFeatures = 1\n"
                                           "numberOfSensors =  1\n"
@@ -211,77 +197,13 @@ TEST_F(ManagementTest, DefaultsDoNotDependOnWhatTheLibraryAnswers)
 
 TEST_F(ManagementTest, DefaultsAreToldThoughATesterKeepsPublicationsBack)
 {
-    server.setTellDisabled(true);
+    const KeyPipe tester;
+    tester.type("z");
+    server->checkForFaultTestEvents();
     start();
     for (const char* operation :
          {"vapntsTellAvailableOutputs", kTell, "vapntsTellAvailableSensors", "vapntsTellBlendedNavigationData"})
         EXPECT_EQ(victory.count(operation), 1U) << operation;
-}
-
-TEST_F(ManagementTest, HeadOfTheConfigurationIsFilledAndItsRowsStay)
-{
-    server.changeConfiguration([](auto& configuration) {
-        configuration.componentCount = 3;
-        configuration.components[2].name[0] = 'x';
-    });
-    update("name", "serial", "software", "hardware", "ABCDEFG");
-    const auto configuration = server.configuration();
-    EXPECT_STREQ(configuration.systemName, "name");
-    EXPECT_STREQ(configuration.systemSerialNumber, "serial");
-    EXPECT_STREQ(configuration.systemSoftware, "software");
-    EXPECT_EQ(configuration.softwarePresent, 1U);
-    EXPECT_STREQ(configuration.systemHardware, "hardware");
-    EXPECT_EQ(configuration.hardwarePresent, 1U);
-    EXPECT_EQ(std::string(configuration.manufacturerCode, 5), "ABCDE");
-    EXPECT_THAT(configuration.reserved1037, Each(0));
-    EXPECT_EQ(configuration.manufacturerCodePresent, 1U);
-    EXPECT_EQ(configuration.componentCount, 3);
-    EXPECT_EQ(configuration.components[2].name[0], 'x');
-}
-
-TEST_F(ManagementTest, EmptyTextsOfTheHeadAreAbsent)
-{
-    update("name", "serial", "software", "hardware", "ABCDE");
-    update("");
-    const auto configuration = server.configuration();
-    EXPECT_STREQ(configuration.systemName, "");
-    EXPECT_STREQ(configuration.systemSerialNumber, "N/A");
-    EXPECT_EQ(configuration.softwarePresent, 0U);
-    EXPECT_EQ(configuration.hardwarePresent, 0U);
-    EXPECT_EQ(std::string(configuration.manufacturerCode, 5), std::string(5, '\0'));
-    EXPECT_EQ(configuration.manufacturerCodePresent, 0U);
-}
-
-TEST_F(ManagementTest, TextsOfTheHeadAreCutToTheirFields)
-{
-    const std::string tooLong(400, 'x');
-    update(tooLong, tooLong, tooLong, tooLong, "A");
-    const auto configuration = server.configuration();
-    EXPECT_EQ(configuration.systemName, std::string(255, 'x'));
-    EXPECT_EQ(configuration.systemSerialNumber, std::string(255, 'x'));
-    EXPECT_EQ(configuration.systemSoftware, std::string(255, 'x'));
-    EXPECT_EQ(configuration.systemHardware, std::string(255, 'x'));
-    EXPECT_EQ(std::string(configuration.manufacturerCode, 5), std::string("A\0\0\0\0", 5));
-}
-
-TEST_F(ManagementTest, AWipedConfigurationIsToldAndTheOwnStays)
-{
-    start();
-    server.changeConfiguration([](auto& configuration) { configuration.componentCount = 2; });
-    server.wipeConfiguration();
-    EXPECT_EQ(victory.count(kTell), 2U);
-    EXPECT_THAT(bytesOf(configuration()), Each(0));
-    EXPECT_STREQ(server.configuration().systemSerialNumber, "N/A");
-    EXPECT_EQ(server.configuration().componentCount, 2);
-}
-
-TEST_F(ManagementTest, NothingIsWipedInAServiceThatIsDown)
-{
-    start();
-    server.stopBus();
-    victory.forgetCalls();
-    server.wipeConfiguration();
-    EXPECT_THAT(victory.operations(), IsEmpty());
 }
 
 // The request of a client.
@@ -307,7 +229,7 @@ TEST_F(ManagementTest, ARequestOfAServiceThatIsDownIsReportedAtOnce)
 
 TEST_F(ManagementTest, ARequestOnceAllIsCollectedTellsNothingItself)
 {
-    server.setPartNumbersComplete();
+    server.collectPartNumbers();
     start();
     victory.forgetCalls();
     victory.fireSystemConfiguration();
@@ -318,9 +240,9 @@ TEST_F(ManagementTest, ARequestOnceAllIsCollectedTellsNothingItself)
 
 TEST_F(ManagementTest, ARequestIsReportedOnDebug)
 {
-    server.setPartNumbersComplete();
+    server.collectPartNumbers();
     start();
-    server.setDebug(true);
+    server.settings().m_debug = true;
     victory.fireSystemConfiguration();
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("2:OrvaneServer : VICTORY APNT Configuration / Part number request received."));
@@ -346,17 +268,8 @@ TEST_F(ManagementTest, AnEarlyRequestEndsWhenAllIsCollected)
 {
     const HardDeadline deadline;
     start();
-    server.setSelfTestOver();
-    server.setPartNumberRequestDue(false);
-    server.run();
-    for (const int source : {53 << 16 | 1, 53 << 16, 39 << 16, 47 << 16, 47 << 16 | 2, 49 << 16, 38 << 16}) {
-        aspn2_msgs::idl::CommandResponse answer;
-        answer.header().device_id(source);
-        answer.command_response("PARTNUMBERS");
-        server.response(answer);
-    }
     std::thread client([&] { victory.fireSystemConfiguration(); });
-    server.partNumberTurn();
+    server.collectPartNumbers();
     client.join();
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_STREQ(configuration().systemName, "Kolt Gen II");
@@ -369,8 +282,8 @@ TEST_F(ManagementTest, AnExceptionOfARequestIsReported)
         std::streamsize xsputn(const char*, std::streamsize) override { throw std::runtime_error("no luck"); }
     } failing;
     start();
-    server.setPartNumbersComplete();
-    server.setDebug(true);
+    server.collectPartNumbers();
+    server.settings().m_debug = true;
     std::streambuf* const previous = std::cout.rdbuf(&failing);
     std::cout.exceptions(std::ios::badbit);
     victory.fireSystemConfiguration();
@@ -386,8 +299,8 @@ TEST_F(ManagementTest, AnExceptionOfARequestIsReported)
 TEST_F(ManagementTest, WhatIsNoStandardExceptionOfARequestIsReportedAsUnknown)
 {
     start();
-    server.setPartNumbersComplete();
-    server.setDebug(true);
+    server.collectPartNumbers();
+    server.settings().m_debug = true;
     const BeforeNextLine failure([] { throw 1; });
     victory.fireSystemConfiguration();
     EXPECT_EQ(popHealthEvents().back(),

@@ -1,18 +1,19 @@
 #include "VICTORY/OrvaneServer/NavWarThreat.h"
+#include "tests/VICTORY/OrvaneServer/ReceiverRecords.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
+#include "tests/VICTORY/OrvaneServer/ThreatFrames.h"
 #include "tests/support/BeforeNextLine.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/Meanwhile.h"
+#include "tests/support/ValueAt.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -20,7 +21,6 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 using testing::ContainsRegex;
@@ -28,83 +28,23 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using namespace ThreatFrames;
 using namespace aspn2_msgs::idl;
 using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::uint8_t kState = 2;                // of statusA
-constexpr std::uint8_t kPowerValid = 1 << 3;      // of statusA
-constexpr std::uint8_t kBandwidthValid = 1 << 5;  // of statusA
-constexpr std::uint8_t kBearing = 1 << 0;         // of statusB
-constexpr std::uint8_t kConfident = 1 << 1;       // of statusB
-
 constexpr double kPi = 3.14159265358979323846;
 
-/// One of the nine lines of a frame.
-struct Line {
-    std::uint8_t statusA = 0;
-    std::uint8_t statusB = 0;
-    std::int16_t power = 0;
-    std::uint16_t center = 0;
-    std::uint16_t bandwidth = 0;
-    std::int16_t azimuth = 0;
-    std::int16_t elevation = 0;
-};
-
-/// A line of bearing that is told apart by its centre frequency.
-Line bearing(std::uint16_t center)
+GSSIP threatRecordOf(const std::vector<Line>& lines)
 {
-    return {.statusA = kState, .statusB = kBearing, .center = center};
-}
-
-template <class T>
-void put(std::vector<std::uint8_t>& bytes, std::size_t offset, T value)
-{
-    ASSERT_LE(offset + sizeof value, bytes.size());
-    std::memcpy(bytes.data() + offset, &value, sizeof value);
-}
-
-template <class T, class Record>
-T at(const Record& record, std::size_t offset)
-{
-    T value = {};
-    std::memcpy(&value, reinterpret_cast<const std::uint8_t*>(&record) + offset, sizeof value);
-    return value;
-}
-
-/// A frame of the sensor, byte by byte.
-GSSIP frameOf(const std::vector<Line>& lines)
-{
-    constexpr std::size_t data = 10;
-    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xCB, 0x3A, 0x64, 0x00, 0x00, 0x80};
-    bytes.resize(212);
-    put(bytes, data + 0, 3456.5);
-    put(bytes, data + 8, 45.25);
-    put(bytes, data + 16, -93.5);
-    put(bytes, data + 24, 300.75);
-    put(bytes, data + 32, std::uint16_t{12});
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const auto start = data + 38 + 18 * i;
-        put(bytes, start, lines[i].statusA);
-        put(bytes, start + 1, lines[i].statusB);
-        put(bytes, start + 2, lines[i].power);
-        put(bytes, start + 4, lines[i].center);
-        put(bytes, start + 6, lines[i].bandwidth);
-        put(bytes, start + 14, lines[i].azimuth);
-        put(bytes, start + 16, lines[i].elevation);
-    }
-    GSSIP message;
-    message.header().device_id(0x01270000);  // from the receiver, 39
-    message.num_bytes(static_cast<std::int32_t>(bytes.size()));
-    message.data(bytes);
-    return message;
+    return receiverRecordOf(threatFrameOf(lines));
 }
 
 struct NavWarTest : testing::Test {
     NavWarTest()
     {
-        server.change([](auto& settings) { settings.gssipSources = {39}; });
+        server.settings().m_gssipSourceServers = {39};
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
         server.useBusFiles("config", "vcl");
@@ -125,7 +65,7 @@ struct NavWarTest : testing::Test {
     /// What one line of a frame becomes.
     VapntcNavWarSaThreat threatOf(const Line& line)
     {
-        server.toReceiver(frameOf({line}));
+        server.toReceiver(threatRecordOf({line}));
         return published().threats[0];
     }
 
@@ -190,7 +130,7 @@ TEST_F(NavWarTest, ThreeBearingsAmongNineLinesMakeThreeThreatsInTheirOrder)
     lines[1] = bearing(11);
     lines[4] = bearing(14);
     lines[8] = bearing(18);
-    server.toReceiver(frameOf(lines));
+    server.toReceiver(threatRecordOf(lines));
     EXPECT_THAT(centres(published()), ElementsAre(550000.0, 700000.0, 900000.0));
 }
 
@@ -198,7 +138,7 @@ TEST_F(NavWarTest, AllNineLinesMayBeBearings)
 {
     std::vector<Line> lines;
     for (std::uint16_t center = 1; center <= 9; ++center) lines.push_back(bearing(center));
-    server.toReceiver(frameOf(lines));
+    server.toReceiver(threatRecordOf(lines));
     EXPECT_EQ(published().threatCount, 9U);
 }
 
@@ -206,18 +146,18 @@ TEST_F(NavWarTest, OtherStatesMakeNoThreatWhateverStandsBesideThem)
 {
     for (const auto state : std::initializer_list<std::uint8_t>{0, 1, 3}) {
         const auto statusA = static_cast<std::uint8_t>(0xFC | state);
-        server.toReceiver(frameOf({{.statusA = statusA, .statusB = 0xFF}}));
+        server.toReceiver(threatRecordOf({{.statusA = statusA, .statusB = 0xFF}}));
     }
     EXPECT_THAT(server.threats(), IsEmpty());
-    server.toReceiver(frameOf({{.statusA = 0xFE, .statusB = 0xFF}}));
+    server.toReceiver(threatRecordOf({{.statusA = 0xFE, .statusB = 0xFF}}));
     EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, ALineWithoutABearingMakesNoThreatAndNoWord)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
-    server.toReceiver(frameOf({{.statusA = kState, .statusB = 0xFE}}));
+    server.toReceiver(threatRecordOf({{.statusA = kState, .statusB = 0xFE}}));
     EXPECT_THAT(server.threats(), IsEmpty());
     EXPECT_EQ(console.text(),
               "OrvaneServerOrvaneServer, processing Navwar SA from ThreatData (Line of Bearing) message\n");
@@ -225,36 +165,25 @@ TEST_F(NavWarTest, ALineWithoutABearingMakesNoThreatAndNoWord)
 
 TEST_F(NavWarTest, OnlyConfiguredSourcesOfReportsAreHeard)
 {
-    server.change([](auto& settings) { settings.gssipSources = {38, 40}; });
-    server.toReceiver(frameOf({bearing(1)}));
-    server.change([](auto& settings) { settings.gssipSources.clear(); });
-    server.toReceiver(frameOf({bearing(1)}));
+    server.settings().m_gssipSourceServers = {38, 40};
+    server.toReceiver(threatRecordOf({bearing(1)}));
+    server.settings().m_gssipSourceServers.clear();
+    server.toReceiver(threatRecordOf({bearing(1)}));
     EXPECT_THAT(server.threats(), IsEmpty());
 }
 
 TEST_F(NavWarTest, AReportThatComesWhileStoppedMakesNoThreatLater)
 {
     server.halt();
-    server.toReceiver(frameOf({bearing(1)}));
+    server.toReceiver(threatRecordOf({bearing(1)}));
     server.run();
-    server.processThreatReport();
-    EXPECT_THAT(server.threats(), IsEmpty());
-    server.toReceiver(frameOf({bearing(2)}));
+    server.toReceiver(threatRecordOf({bearing(2)}));
     EXPECT_THAT(centres(published()), ElementsAre(100000.0));
-}
-
-TEST_F(NavWarTest, EncodingTellsWhetherThereWasAThreat)
-{
-    server.toReceiver(frameOf({}));
-    EXPECT_FALSE(server.encodeVictoryNavWarSA());
-    server.toReceiver(frameOf({bearing(1)}));  // and eight lines behind it that are none
-    EXPECT_TRUE(server.encodeVictoryNavWarSA());
-    EXPECT_EQ(server.threats().size(), 2U);
 }
 
 TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
 {
-    auto message = frameOf({bearing(1)});
+    auto message = threatRecordOf({bearing(1)});
     message.data().resize(65536 + 212);
     message.num_bytes(65536 + 212);
     server.toReceiver(message);
@@ -264,7 +193,7 @@ TEST_F(NavWarTest, OfTheLengthOfAReportTheLowSixteenBitsCount)
 TEST_F(NavWarTest, AReportWhoseLengthIsNotToBeBelievedIsDropped)
 {
     for (const int length : {-1, 0, 3, 213, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-        auto message = frameOf({bearing(1)});
+        auto message = threatRecordOf({bearing(1)});
         message.num_bytes(length);
         server.toReceiver(message);
         EXPECT_THAT(server.threats(), IsEmpty()) << length;
@@ -315,13 +244,13 @@ TEST_F(NavWarTest, WhatALineDoesNotTellIsZeroAndThirtyThreeMegahertz)
                                   .bandwidth = 2046,
                                   .azimuth = 1,
                                   .elevation = 1});
-    EXPECT_EQ(at<double>(threat, 648), 33'000'000.0);
-    EXPECT_EQ(at<std::uint32_t>(threat, 568), 0U);
-    EXPECT_EQ(at<double>(threat, 576), 0.0);
-    EXPECT_EQ(at<std::uint32_t>(threat, 608), 0U);
-    EXPECT_EQ(at<double>(threat, 616), 0.0);
-    EXPECT_EQ(at<double>(threat, 688), 0.0);
-    EXPECT_EQ(at<std::uint32_t>(threat, 696), 0U);
+    EXPECT_EQ(valueAt<double>(threat, 648), 33'000'000.0);
+    EXPECT_EQ(valueAt<std::uint32_t>(threat, 568), 0U);
+    EXPECT_EQ(valueAt<double>(threat, 576), 0.0);
+    EXPECT_EQ(valueAt<std::uint32_t>(threat, 608), 0U);
+    EXPECT_EQ(valueAt<double>(threat, 616), 0.0);
+    EXPECT_EQ(valueAt<double>(threat, 688), 0.0);
+    EXPECT_EQ(valueAt<std::uint32_t>(threat, 696), 0U);
 }
 
 TEST_F(NavWarTest, ConfidenceCountsInQuartersAndHasNoCeiling)
@@ -365,21 +294,21 @@ TEST_F(NavWarTest, AnglesAreFoldedBeforeTheyBecomeRadians)
 
 TEST_F(NavWarTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
 {
-    for (std::uint16_t center = 1; center <= 60; ++center) server.toReceiver(frameOf({bearing(center)}));
+    for (std::uint16_t center = 1; center <= 60; ++center) server.toReceiver(threatRecordOf({bearing(center)}));
     EXPECT_EQ(server.threats().size(), 50U);
     const auto record = published();
-    EXPECT_EQ(at<std::uint32_t>(record, 0), 1U);
-    EXPECT_EQ(at<std::uint32_t>(record, 4), 0U);
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 0), 1U);
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 4), 0U);
     for (std::size_t i = 0; i < 50; ++i)
-        EXPECT_EQ(at<double>(record, 8 + 704 * i + 640), 50000.0 * static_cast<double>(11 + i)) << i;
-    EXPECT_EQ(at<std::uint32_t>(record, 35208), 50U);
+        EXPECT_EQ(valueAt<double>(record, 8 + 704 * i + 640), 50000.0 * static_cast<double>(11 + i)) << i;
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 35208), 50U);
 }
 
 TEST_F(NavWarTest, EachThreatGoesOutOnceAndAnEmptyQueueIsToldToo)
 {
-    server.toReceiver(frameOf({bearing(1), bearing(2)}));
+    server.toReceiver(threatRecordOf({bearing(1), bearing(2)}));
     EXPECT_EQ(published().threatCount, 2U);
-    server.toReceiver(frameOf({bearing(3)}));
+    server.toReceiver(threatRecordOf({bearing(3)}));
     EXPECT_THAT(centres(published()), ElementsAre(150000.0));
 
     const VapntcNavWarSaRecord empty = {};
@@ -398,7 +327,7 @@ TEST_F(NavWarTest, TheRecordGoesToTheServiceThatAskedWithoutATime)
 
 TEST_F(NavWarTest, WhileTheServiceIsDownThreatsStayAndGoOutAfterwards)
 {
-    server.toReceiver(frameOf({bearing(1)}));
+    server.toReceiver(threatRecordOf({bearing(1)}));
     server.stopBus();
     popHealthEvents();
     const ConsoleCapture console(std::cout);
@@ -424,20 +353,9 @@ TEST_F(NavWarTest, WithoutAContextThereIsAnEventAndALine)
     EXPECT_THAT(victory.operations(), IsEmpty());
 }
 
-TEST_F(NavWarTest, WhileTellingIsDisabledTheQueueIsEmptiedAllTheSame)
-{
-    server.toReceiver(frameOf({bearing(1)}));
-    server.setTellDisabled(true);
-    publish();
-    EXPECT_EQ(victory.count("vapntsTellNavWarSaData"), 0U);
-    EXPECT_THAT(server.threats(), IsEmpty());
-    server.setTellDisabled(false);
-    EXPECT_EQ(published().threatCount, 0U);
-}
-
 TEST_F(NavWarTest, NothingLeavesThePublicationAndNothingIsPutBack)
 {
-    server.toReceiver(frameOf({bearing(1)}));
+    server.toReceiver(threatRecordOf({bearing(1)}));
     victory.onCall("vapntsTellNavWarSaData", [] { throw std::runtime_error("no luck"); });
     const ConsoleCapture console(std::cout);
     publish();
@@ -453,9 +371,9 @@ TEST_F(NavWarTest, NothingLeavesThePublicationAndNothingIsPutBack)
     EXPECT_EQ(published().threatCount, 0U);
 }
 
-TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperationAndTheReportStillWaits)
+TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperation)
 {
-    const auto frame = frameOf({bearing(1)});
+    const auto frame = threatRecordOf({bearing(1)});
     const ConsoleCapture console(std::cout);
     {
         const FailingAllocation memory(0, 1);
@@ -466,19 +384,14 @@ TEST_F(NavWarTest, AFailureOfTheEncodingNamesAnotherOperationAndTheReportStillWa
                                               "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
                                               "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
     EXPECT_THAT(server.threats(), IsEmpty());
-
-    server.processThreatReport();
-    EXPECT_EQ(server.threats().size(), 1U);
-    server.processThreatReport();
-    EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, WhatIsNoStandardExceptionInTheEncodingIsUnknown)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     const BeforeNextLine failure([] { throw 1; });
-    server.toReceiver(frameOf({bearing(1)}));
+    server.toReceiver(threatRecordOf({bearing(1)}));
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
     EXPECT_THAT(console.text(),
@@ -489,59 +402,45 @@ TEST_F(NavWarTest, WhatIsNoStandardExceptionInTheEncodingIsUnknown)
 TEST_F(NavWarTest, NoThreatIsQueuedWhileTheLibraryIsCalled)
 {
     const HardDeadline deadline;
-    std::thread receiver;
-    std::atomic<bool> queued = false;
-    victory.onCall("vapntsTellNavWarSaData", [&] {
-        receiver = std::thread([&] {
-            server.toReceiver(frameOf({bearing(1)}));
-            queued = true;
-        });
-        EXPECT_FALSE(eventually([&] { return queued.load(); }, 100ms));
-    });
+    Meanwhile arrival([&] { server.toReceiver(threatRecordOf({bearing(1)})); });
+    victory.onCall("vapntsTellNavWarSaData", [&] { EXPECT_FALSE(arrival.isOverWithin(100ms)); });
     publish();
-    receiver.join();
+    arrival.join();
     EXPECT_EQ(server.threats().size(), 1U);
 }
 
 TEST_F(NavWarTest, TheTimeOfAThreatIsNotReplacedWhileItIsConverted)
 {
     const HardDeadline deadline;
-    std::thread listener;
-    std::atomic<bool> replaced = false;
+    Meanwhile replacement([&] { server.deliver(UTCTime()); });
     const ConsoleCapture console(std::cout);
-    const BeforeNextLine timeIsPrinted([&] {
-        listener = std::thread([&] {
-            server.deliver(UTCTime());
-            replaced = true;
-        });
-        EXPECT_FALSE(eventually([&] { return replaced.load(); }, 100ms));
-    });
-    server.setQuiet(false);
-    server.toReceiver(frameOf({bearing(1)}));
-    ASSERT_TRUE(listener.joinable());
-    listener.join();
+    const BeforeNextLine timeIsPrinted([&] { EXPECT_FALSE(replacement.isOverWithin(100ms)); });
+    server.settings().m_quiet = false;
+    server.toReceiver(threatRecordOf({bearing(1)}));
+    ASSERT_TRUE(replacement.hasBegun());
+    replacement.join();
 }
 
 TEST_F(NavWarTest, DebugLinesShowDegreesAsReceivedAndRadiansAsFolded)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
-    server.toReceiver(frameOf({{.statusA = kState, .statusB = kBearing, .azimuth = 181, .elevation = 91}}));
+    server.toReceiver(threatRecordOf({{.statusA = kState, .statusB = kBearing, .azimuth = 181, .elevation = 91}}));
     EXPECT_THAT(console.text(), HasSubstr("\nAz             = 181 deg, -3.14159\n"));
     EXPECT_THAT(console.text(), HasSubstr("\nEl             = 91 deg, -1.5708\n"));
 }
 
 TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
-    server.toReceiver(frameOf({{.statusA = kState | kPowerValid | kBandwidthValid,
-                                .statusB = kBearing | kConfident | 4 << 2,
-                                .power = -57,
-                                .center = 20,
-                                .bandwidth = 5,
-                                .azimuth = 180,
-                                .elevation = -90}}));
+    server.toReceiver(threatRecordOf({{.statusA = kState | kPowerValid | kBandwidthValid,
+                                       .statusB = kBearing | kConfident | 4 << 2,
+                                       .power = -57,
+                                       .center = 20,
+                                       .bandwidth = 5,
+                                       .azimuth = 180,
+                                       .elevation = -90}}));
     EXPECT_THAT(console.text(),
                 ContainsRegex("^OrvaneServerOrvaneServer, processing Navwar SA from ThreatData \\(Line of Bearing\\) "
                               "message\n"
@@ -565,8 +464,8 @@ TEST_F(NavWarTest, DebugLinesTellTheReportAndEachThreat)
 
 TEST_F(NavWarTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
 {
-    server.toReceiver(frameOf({bearing(1), bearing(2)}));
-    server.setDebug(true);
+    server.toReceiver(threatRecordOf({bearing(1), bearing(2)}));
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     publish();
     publish();
@@ -575,9 +474,9 @@ TEST_F(NavWarTest, DebugLineOfAPublicationTellsTheNumberUnlessThereIsNone)
 
 TEST_F(NavWarTest, TheTimeOfAThreatIsShownUnlessQuiet)
 {
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
-    server.toReceiver(frameOf({bearing(1)}));
+    server.toReceiver(threatRecordOf({bearing(1)}));
     EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer, set_VictoryTime \\([0-9]+\\) "));
     EXPECT_THAT(console.text(), Not(HasSubstr("threat detail")));
 }
@@ -596,11 +495,11 @@ TEST_F(NavWarTest, BothTapsGoOnBehindThreats)
     warning.num_bytes(54);
 
     for (std::uint16_t round = 1; round <= 3; ++round) {
-        server.toReceiver(frameOf({bearing(round)}));
+        server.toReceiver(threatRecordOf({bearing(round)}));
         status.data()[8] = static_cast<std::uint8_t>(round);
         server.fromReceiver(status);
         server.fromReceiver(warning);
-        EXPECT_EQ(server.latestReceiverRecord().data(), status.data());
+        EXPECT_EQ(server.inputs().latestReceiver().data(), status.data());
         EXPECT_EQ(server.warnings().size(), round);
         EXPECT_EQ(server.threats().size(), round);
     }

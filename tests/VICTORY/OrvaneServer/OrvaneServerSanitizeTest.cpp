@@ -38,7 +38,7 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
     server.useBusFiles("config", "vcl");
     server.startBus();
     victory.forgetCalls();
-    server.setTurnPause(1ms);
+    server.turnPause() = 1ms;
     FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
     server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::START, rc);
     connection.registerSender();

@@ -27,7 +27,7 @@ namespace {
 struct OrvaneServerTest : testing::Test {
     OrvaneServerTest()
     {
-        server.setTurnPause(1ms);
+        server.turnPause() = 1ms;
         while (popHealthEvent() != "none") {
         }
     }
@@ -77,7 +77,7 @@ TEST_F(OrvaneServerTest, IsServer52ByItsName)
     message.commanded_device_id(52 << 16);
     message.command_response("SOMETHING");
     server.run();
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     const ConsoleCapture console(std::cout);
     server.response(message);
     EXPECT_EQ(console.text(), "OrvaneServer : m_serverId = 52 : sourceId = 53, commandedId = 52, response string = "
@@ -174,7 +174,7 @@ TEST_F(OrvaneServerTest, StartingTheWorkerAgainJoinsTheFirstThread)
 
 TEST_F(OrvaneServerTest, DebugTellsOfTheThreadWithTwoCapitalizations)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     const ConsoleCapture console(std::cout);
     server->Start();
     server->Stop();
@@ -203,7 +203,7 @@ TEST_F(OrvaneServerTest, ATurnLooksForFaultsOnlyInTestModeAndFirst)
     server.onBlendedNavigation = [&] { steps.push_back("blended"); };
     server.turn();
     EXPECT_EQ(steps, std::vector<std::string>({"blended"}));
-    server.change([](auto& settings) { settings.testMode = true; });
+    server.settings().m_testMode = true;
     steps.clear();
     server.turn();
     EXPECT_EQ(steps, std::vector<std::string>({"faults", "blended"}));
@@ -218,7 +218,7 @@ TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile
 {
     std::atomic<pid_t> worker = 0;
     server.onBlendedNavigation = [&] {
-        server.setTurnPause(5s);  // from now on
+        server.turnPause() = 5s;  // from now on
         worker = gettid();
         ++turns;
     };
@@ -233,7 +233,7 @@ TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile
 TEST_F(OrvaneServerTest, AnExceptionEndsTheTurnAndTheLoopGoesOn)
 {
     const ConsoleCapture console(std::cout);
-    server.change([](auto& settings) { settings.testMode = true; });
+    server.settings().m_testMode = true;
     server.onFaultTest = [&] {
         if (++turns == 1) throw std::runtime_error("the text");
     };
@@ -303,7 +303,7 @@ TEST_F(OrvaneServerTest, StateIsStillStoppedWhileTheWorkerIsStarted)
         const std::thread::id m_thread = std::this_thread::get_id();
         std::vector<int> seen;
     } watch(*this);
-    server.setDebug(true);
+    server.settings().m_debug = true;
     std::streambuf* const previous = std::cout.rdbuf(&watch);
     request(RequestedState::START);
     request(RequestedState::STOP);

@@ -5,7 +5,6 @@
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "utilities/COutputRedirector.h"
-#include "utilities/SharedMutex.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,13 +13,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <mutex>
+#include <shared_mutex>
 #include <stdexcept>
 #include <thread>
 
 using testing::AllOf;
 using testing::Contains;
 using testing::ContainsRegex;
-using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
@@ -77,7 +77,7 @@ struct VictoryServiceTest : testing::Test {
     void setVcl(const std::string& text)
     {
         server.useBusFiles("config", directory.write("vcl.xml", text));
-        victory.setFile(server.settings().vclFile, text);
+        victory.setFile(server.settings().m_vclFile, text);
     }
 
     void start()
@@ -110,7 +110,7 @@ public:
     template <class Callback>
     void run(Callback&& callback)
     {
-        const SharedLock lock(m_mutex);
+        const std::shared_lock lock(m_mutex);
         if (m_isOpen) callback();
     }
 
@@ -120,12 +120,12 @@ public:
 private:
     void open(bool isOpen)
     {
-        const ExclusiveLock lock(m_mutex);
+        const std::unique_lock lock(m_mutex);
         m_isOpen = isOpen;
     }
 
     VictoryRecorder& m_victory;
-    SharedMutex m_mutex;
+    std::shared_mutex m_mutex;  // the library's own, which has no place in the order of the service's
     bool m_isOpen = true;
 };
 
@@ -245,22 +245,10 @@ TEST_F(VictoryServiceTest, SecondStartChangesNothing)
     EXPECT_EQ(server.busService(), service);
 }
 
-TEST_F(VictoryServiceTest, TablesOfTheEncodersStandOnceStarted)
-{
-    EXPECT_EQ(server.encodeVictoryMeasSource(0), nullptr);
-    EXPECT_EQ(server.encodeVictoryWarningId(1), 75U);
-    start();
-    ASSERT_NE(server.encodeVictoryMeasSource(11), nullptr);
-    EXPECT_EQ(server.encodeVictoryMeasSource(11)->sourceType, 14U);
-    EXPECT_EQ(server.encodeVictoryMeasSource(12), nullptr);
-    EXPECT_EQ(server.encodeVictoryMeasSource(65535), nullptr);
-    EXPECT_EQ(server.encodeVictoryWarningId(1), 0U);
-}
-
 TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
 {
     ServerDoor lame((directory.path() / "none.xml").string());
-    lame.useBusFiles("config", server.settings().vclFile);
+    lame.useBusFiles("config", server.settings().m_vclFile);
     EXPECT_FALSE(lame.startBus());
     EXPECT_TRUE(lame.busRuns());
     EXPECT_EQ(victory.count("vapntsStartService"), 1U);
@@ -270,7 +258,7 @@ TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
 
 TEST_F(VictoryServiceTest, TestsOfTheUnitHaveTheConfiguredLimit)
 {
-    server.change([](auto& settings) { settings.bitTimeoutSeconds = 7; });
+    server.settings().m_BITtimeoutSeconds = 7;
     start();
     server.offerBuiltInTests();
     server.builtInTests().Start();
@@ -280,10 +268,10 @@ TEST_F(VictoryServiceTest, TestsOfTheUnitHaveTheConfiguredLimit)
 
 TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
 {
-    for (const std::string& missing : {std::string("config"), server.settings().vclFile}) {
+    for (const std::string& missing : {std::string("config"), server.settings().m_vclFile}) {
         ServerDoor lame(sensorFile);
         lame.useBusFiles(missing == "config" ? "none" : "config",
-                         missing == "config" ? server.settings().vclFile : "none");
+                         missing == "config" ? server.settings().m_vclFile : "none");
         victory.forgetCalls();
         EXPECT_FALSE(lame.startBus()) << missing;
         EXPECT_FALSE(lame.busRuns());
@@ -297,7 +285,7 @@ TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
 TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
 {
     victory.setFile("config", std::string(65535, 'c'));
-    victory.setFile(server.settings().vclFile, std::string(65535, 'v'));
+    victory.setFile(server.settings().m_vclFile, std::string(65535, 'v'));
     EXPECT_TRUE(server.startBus());
     EXPECT_EQ(victory.last("vapntsNewService").text(0), std::string(65535, 'c'));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), std::string(65535, 'v'));
@@ -305,7 +293,7 @@ TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
 
 TEST_F(VictoryServiceTest, ALongerFileIsRefusedNotCut)
 {
-    victory.setFile(server.settings().vclFile, std::string(65536, 'v'));
+    victory.setFile(server.settings().m_vclFile, std::string(65536, 'v'));
     EXPECT_FALSE(server.startBus());
     EXPECT_EQ(victory.count("vapntsNewService"), 0U);
     EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
@@ -353,7 +341,7 @@ TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
 {
     for (const std::string& operation : kStart) {
         ServerDoor broken(sensorFile);
-        broken.useBusFiles("config", server.settings().vclFile);
+        broken.useBusFiles("config", server.settings().m_vclFile);
         victory.forgetCalls();
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
         EXPECT_FALSE(broken.startBus()) << operation;
@@ -417,7 +405,7 @@ TEST_F(VictoryServiceTest, WhatDoesNotRunIsNotEnded)
 TEST_F(VictoryServiceTest, EndIsPrintedOnDebug)
 {
     start();
-    server.setDebug(true);
+    server.settings().m_debug = true;
     server.stopBus();
     EXPECT_EQ(console.text(), "OrvaneServer : VapntsService exited\n");
 }
@@ -435,7 +423,7 @@ TEST_F(VictoryServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
 TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
 {
     const HardDeadline deadline;
-    server.setPartNumbersComplete();
+    server.collectPartNumbers();
     start();
     victory.onCall("vapntsDeleteService", [&] {
         std::thread([&] {
@@ -483,10 +471,8 @@ TEST_F(VictoryServiceTest, WhatThrowsInAnyOtherCallLeavesNoLockBehind)
 {
     const HardDeadline deadline;
     start();
-    for (const char* operation : {"vapntsInitTellExecuteBuiltInTestsCallback", "vapntsTellSystemConfiguration"})
-        victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
+    victory.onCall("vapntsInitTellExecuteBuiltInTestsCallback", [] { throw std::runtime_error("no luck"); });
     EXPECT_THROW(server.offerBuiltInTests(), std::runtime_error);
-    EXPECT_THROW(server.wipeConfiguration(), std::runtime_error);
     EXPECT_TRUE(server.stopBus());
 }
 
@@ -536,22 +522,9 @@ TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
     </group>
 </vcl:VCL>
 )");
-    EXPECT_EQ(readFile(server.settings().vclFile), kVcl);
-    EXPECT_EQ(victory.file(server.settings().vclFile), kVcl);
+    EXPECT_EQ(readFile(server.settings().m_vclFile), kVcl);
+    EXPECT_EQ(victory.file(server.settings().m_vclFile), kVcl);
     EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
-}
-
-TEST_F(VictoryServiceTest, TheTextOfAServiceStandsUntilTheServiceIsDeleted)
-{
-    start();
-    server.restartBus(1000);
-    const auto made = victory.last("vapntsNewService");
-    std::vector<std::string> found;
-    victory.onCall("vapntsDeleteService", [&] { found.emplace_back(static_cast<const char*>(made.pointer(3))); });
-    server.restartBus(2000);
-    EXPECT_THAT(found, ElementsAre(made.text(1)));
-    EXPECT_NE(victory.last("vapntsNewService").text(1), made.text(1));
-    victory.onCall("vapntsDeleteService", nullptr);
 }
 
 TEST_F(VictoryServiceTest, AMissingItemLeavesTheOtherChangeInPlace)
@@ -600,22 +573,19 @@ TEST_F(VictoryServiceTest, ARestartIsTheStateOfNoService)
     victory.onCall("vapntsNewService", [&] {
         EXPECT_FALSE(server.busRuns());
         server.offerBuiltInTests();
-        server.wipeConfiguration();
     });
     server.restartBus(1000);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     EXPECT_EQ(victory.count("vapntsTellSystemConfiguration"), 1U);
 }
 
-TEST_F(VictoryServiceTest, ARestartDoublesNoTableAndSetsNoTestCallbacks)
+TEST_F(VictoryServiceTest, ARestartDoublesNoSensorAndSetsNoTestCallbacks)
 {
     directory.write("sensors.xml", fileOf(manySensors(3)));
     start();
     server.offerBuiltInTests();
     server.restartBus(1000);
     EXPECT_EQ(victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>().sensorCount, 3);
-    EXPECT_EQ(server.encodeVictoryWarningId(83), 75U);
-    EXPECT_EQ(server.encodeVictoryMeasSource(12), nullptr);
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
 }
 
@@ -626,11 +596,11 @@ TEST_F(VictoryServiceTest, ANewVclTextIsWritten)
     start();
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
     EXPECT_EQ(victory.last("vutilWriteStringToFile").text(0), "<new/>");
-    EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), server.settings().vclFile);
+    EXPECT_EQ(readFile(server.settings().m_vclFile), "<new/>");
     EXPECT_EQ(console.text(), "");
-    server.setQuiet(false);
+    server.settings().m_quiet = false;
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
-    EXPECT_EQ(console.text(), "OrvaneServer: Saving VCLID file: " + server.settings().vclFile + "\n");
+    EXPECT_EQ(console.text(), "OrvaneServer: Saving VCLID file: " + server.settings().m_vclFile + "\n");
 }
 
 TEST_F(VictoryServiceTest, AFailedWriteOfTheVclTextAnswersOne)
@@ -675,7 +645,7 @@ TEST_F(VictoryServiceTest, AVclTextIsSavedWhileAClearIsOnlyRequested)
     server.clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
     ASSERT_EQ(server.clearData().state(), ClearDataCommand::STATE_REQUESTED);
     EXPECT_EQ(victory.fireSaveVclid("<new/>"), 0);
-    EXPECT_EQ(victory.file(server.settings().vclFile), "<new/>");
+    EXPECT_EQ(readFile(server.settings().m_vclFile), "<new/>");
 }
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNot)
@@ -752,7 +722,7 @@ TEST_F(VictoryServiceTest, AnyOtherTextIsNotTaken)
 
 TEST_F(VictoryServiceTest, WhatTheLibraryPrintsIsShownOnDebug)
 {
-    server.setDebug(true);
+    server.settings().m_debug = true;
     server.libraryPrints("anything", 8);
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) logMaintenanceEvent: OrvaneServer SOAP Error: "
                                              "anything\n"));
@@ -815,7 +785,7 @@ TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsT
         commands.push_back(command);
         return true;
     });
-    server.change([&](auto& settings) { settings.flagDirectory = directory.path().string(); });
+    server.settings().m_flagDirectory = directory.path().string();
     server.builtInTests().Start();
     start();
     server.turn();
@@ -827,14 +797,15 @@ TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsT
     server.turn();
     EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
-    EXPECT_TRUE(server.partNumbers().isRequestDue);  // they are looked at before the self test is seen to be over
+    // They are looked at before the self test is seen to be over.
+    EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("REQUEST_PARTNUMBERS"))));
     EXPECT_THAT(commands, IsEmpty());
 
     std::filesystem::remove(directory.path() / "PostComplete");  // once seen is seen
     server.turn();
     EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
-    EXPECT_FALSE(server.partNumbers().isRequestDue);
+    EXPECT_THAT(popHealthEvents(), Contains(HasSubstr("REQUEST_PARTNUMBERS")));
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT"));
 }
 
@@ -844,11 +815,9 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
 {
     const HardDeadline deadline(240s);
     LibraryThreads library(victory);
-    server.setPartNumbersComplete();
-    server.change([&](auto& settings) {
-        settings.gssipSources = {39};
-        settings.flagDirectory = directory.path().string();
-    });
+    server.collectPartNumbers();
+    server.settings().m_gssipSourceServers = {39};
+    server.settings().m_flagDirectory = directory.path().string();
     std::atomic<int> published = 0;
     victory.onCall("vapntsTellBlendedNavigationData", [&] { ++published; });
     server.run();
@@ -861,6 +830,10 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
     record.header().device_id(39 << 16);
     record.data(frame.data);
     record.num_bytes(static_cast<std::int32_t>(frame.data.size()));
+
+    aspn2_msgs::idl::CommandResponse partNumbers;
+    partNumbers.header().device_id(49 << 16);
+    partNumbers.command_response("PARTNUMBERS");
 
     std::atomic<bool> stop = false;
     const auto loop = [&](const std::function<void()>& body) {
@@ -882,7 +855,7 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
     }));
     threads.push_back(loop([&] { server.turn(); }));
     threads.push_back(loop([&] { server.offerBuiltInTests(); }));
-    threads.push_back(loop([&] { server.wipeConfiguration(); }));
+    threads.push_back(loop([&] { server.response(partNumbers); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(1); }); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(2); }); }));
     threads.push_back(loop([&] {

@@ -4,6 +4,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/ProcessState.h"
+#include "utilities/ConsoleOutput.h"
 
 #include <gtest/gtest.h>
 
@@ -53,7 +54,8 @@ std::string textOf(const FACE::String& text)
 }  // namespace
 
 // A server that follows the script, in place of the service's own.
-OrvaneServer::OrvaneServer(const std::string&) : m_clearDataCommand(m_serverName), m_victoryFaultHelper(m_serverName)
+OrvaneServer::OrvaneServer(const std::string&)
+    : m_bus(m_settings, {}), m_clearDataCommand(m_settings.m_serverName), m_faultConsole(m_settings.m_serverName, m_bus)
 {
     s_script.calls.push_back("construct");
 }
@@ -98,6 +100,11 @@ const std::vector<std::string> kWholeWalk = {
     "construct", "Initialize", "Configure file", "Framework_Connect file", "START", "STOP", "Framework_Disconnect",
     "Finalize",  "destroy"};
 
+/// The console of the process entry, there before a test looks at what is printed: only the first one counts.
+struct InstalledConsole {
+    InstalledConsole() { ConsoleOutput::install(); }
+};
+
 struct OrvaneServerWalkTest : testing::Test {
     OrvaneServerWalkTest()
     {
@@ -121,6 +128,7 @@ struct OrvaneServerWalkTest : testing::Test {
         return orvaneServerMain(2, arguments);
     }
 
+    const InstalledConsole installed;
     ConsoleCapture console{std::cout};
 };
 

@@ -1,8 +1,8 @@
 #include "VICTORY/OrvaneServer/SanitizeOrders.h"
 
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using testing::IsEmpty;
 namespace {
 
 struct SanitizeOrdersTest : testing::Test {
-    SanitizeOrdersTest() { takeHealthEvents(); }
+    SanitizeOrdersTest() { popHealthEvents(); }
 
     void order(int count)
     {
@@ -136,7 +136,7 @@ TEST_F(SanitizeOrdersTest, WhatWaitsAtTheEndIsToldByOneLineAndDropped)
     const ConsoleCapture console(std::cout);
     order(3);
     orders.end();
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 3"));
     EXPECT_EQ(console.text(), "OrvaneServer: Stopped. Orders to sanitize that were not carried out: 3\n");
     EXPECT_EQ(carryOut(), 0);
@@ -148,7 +148,7 @@ TEST_F(SanitizeOrdersTest, AnEndWithoutOrdersIsNotTold)
     order(1);
     carryOut();
     orders.end();
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
 }
 

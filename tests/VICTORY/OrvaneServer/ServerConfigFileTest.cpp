@@ -1,8 +1,8 @@
 #include "VICTORY/OrvaneServer/ServerConfigFile.h"
 
 #include "face/FACE_Text.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/ServiceConfig.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -18,7 +18,7 @@ using testing::IsEmpty;
 namespace {
 
 struct ServerConfigFileTest : testing::Test {
-    ServerConfigFileTest() { takeHealthEvents(); }
+    ServerConfigFileTest() { popHealthEvents(); }
 
     bool readPath(const std::string& path) { return ServerConfigFile::read(path.c_str(), settings, scheduling); }
     bool read(const ServiceConfig& config) { return readPath(directory.write("service.xml", config.text())); }
@@ -110,8 +110,8 @@ TEST_F(ServerConfigFileTest, OtherThanTwoClearDataTimeoutsGiveTheDefaultsAndAWar
     EXPECT_TRUE(read(ServiceConfig().set("PARAM_8", "10,20,30")));
     EXPECT_EQ(settings.m_clearDataRequestTimeoutSeconds, 12U);
     EXPECT_EQ(settings.m_clearDataInProgressTimeoutSeconds, 7200U);
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: Warning, two values not found for clear data req "
-                                                "timeout and clear data timeout. Using defaults."));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Warning, two values not found for clear data req "
+                                               "timeout and clear data timeout. Using defaults."));
     EXPECT_EQ(console.text(), "");
 }
 

@@ -1,11 +1,17 @@
 #include "VICTORY/OrvaneServer/TopicWiring.h"
-
+#include "aspn2_msgs/AssuranceState.h"
 #include "aspn2_msgs/BitReport.h"
 #include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/HalvexPNT.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
+#include "aspn2_msgs/MeasurementIncorporationStatus.h"
+#include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "aspn2_msgs/UTCTime.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/VICTORY/OrvaneServer/ServiceTopics.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Transport.h"
 
@@ -16,28 +22,17 @@
 #include <iostream>
 #include <set>
 #include <string>
-#include <utility>
+#include <vector>
 
 using namespace aspn2_msgs::idl;
 using FACE::RETURN_CODE_TYPE;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using Topic = TopicWiring::Topic;
 
 namespace {
-
-constexpr std::pair<const char*, const char*> kTopics[] = {
-    {"BitReport", "BitReport"},
-    {"Command", "CommandResponse"},
-    {"Response", "CommandResponse"},
-    {"PositionVelocityAttitude", "PositionVelocityAttitude"},
-    {"UTCTime", "UTCTime"},
-    {"HalvexPNT", "HalvexPNT"},
-    {"MeasurementIncorporationStatus", "MeasurementIncorporationStatus"},
-    {"AssuranceState", "AssuranceState"},
-    {"EventLog", "EventLog"},
-    {"MaintenanceEvent", "MaintenanceEvent"}};
 
 CommandResponse messageOf(const std::string& text)
 {
@@ -50,18 +45,14 @@ struct TopicWiringTest : testing::Test {
     TopicWiringTest()
     {
         setTopics({});
-        takeHealthEvents();
+        popHealthEvents();
     }
     ~TopicWiringTest() override { wiring.disconnect(); }
 
     /// All topics but some are there, and one may be of another type.
     void setTopics(const std::set<std::string>& missing, const std::string& mistyped = "")
     {
-        TransportConfig config;
-        for (const auto& [name, type] : kTopics)
-            if (!missing.contains(name))
-                config.connect(name,
-                               name == mistyped ? (type == std::string("UTCTime") ? "BitReport" : "UTCTime") : type);
+        const auto config = serviceTopicsWithout(missing, mistyped);
         settings.m_connectionsFile = directory.write("connections.xml", config.text()).c_str();
     }
 
@@ -89,6 +80,43 @@ struct TopicWiringTest : testing::Test {
     TopicWiring wiring{settings};
 };
 
+/// What registering once more answers: `NO_ACTION` (1) where there is a registration.
+template <class T>
+RETURN_CODE_TYPE::Value listenAgain(const TopicWiring& wiring, Topic topic)
+{
+    auto code = RETURN_CODE_TYPE::DATA_OVERFLOW;
+    const auto ignore = [](long long, long long, const T&, const auto&, const auto&, auto&) {};
+    wiring.transport<T>()->Register_Callback(wiring.id(topic), ignore, code);
+    return code;
+}
+
+std::vector<RETURN_CODE_TYPE::Value> listenToAllAgain(const TopicWiring& wiring)
+{
+    return {listenAgain<BitReport>(wiring, Topic::BitReport),
+            listenAgain<CommandResponse>(wiring, Topic::Command),
+            listenAgain<CommandResponse>(wiring, Topic::Response),
+            listenAgain<PositionVelocityAttitude>(wiring, Topic::PositionVelocityAttitude),
+            listenAgain<UTCTime>(wiring, Topic::UTCTime),
+            listenAgain<HalvexPNT>(wiring, Topic::HalvexPNT),
+            listenAgain<MeasurementIncorporationStatus>(wiring, Topic::MeasurementIncorporationStatus),
+            listenAgain<AssuranceState>(wiring, Topic::AssuranceState)};
+}
+
+template <class T>
+RETURN_CODE_TYPE::Value sendAgain(const TopicWiring& wiring, Topic topic)
+{
+    auto code = RETURN_CODE_TYPE::DATA_OVERFLOW;
+    wiring.transport<T>()->Register_Sender(wiring.id(topic), code);
+    return code;
+}
+
+/// The two of the service's own, and those that the reporters have made.
+std::vector<RETURN_CODE_TYPE::Value> sendOnAllAgain(const TopicWiring& wiring)
+{
+    return {sendAgain<CommandResponse>(wiring, Topic::Command), sendAgain<CommandResponse>(wiring, Topic::Response),
+            sendAgain<EventLog>(wiring, Topic::EventLog), sendAgain<MaintenanceEvent>(wiring, Topic::MaintenanceEvent)};
+}
+
 }  // namespace
 
 TEST_F(TopicWiringTest, AllTenAreConnectedAndEachHasAnId)
@@ -111,7 +139,7 @@ TEST_F(TopicWiringTest, CommandsAndResponsesGoOutOnTheirTopics)
     EXPECT_TRUE(wiring.send(Topic::Response, messageOf("B")));
     EXPECT_TRUE(eventually([&] { return responses == 1; }));
     EXPECT_EQ(commands, 1);
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(TopicWiringTest, WhatArrivesReachesTheHandlerOfItsTopic)
@@ -131,7 +159,7 @@ TEST_F(TopicWiringTest, WhatArrivesReachesTheHandlerOfItsTopic)
 TEST_F(TopicWiringTest, WithoutTransportsACommandIsAnEvent)
 {
     EXPECT_FALSE(wiring.send(Topic::Command, messageOf("A")));
-    EXPECT_THAT(takeHealthEvents(), ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, A"));
+    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Could not publish CommandResponse for TOV = 0, A"));
 }
 
 TEST_F(TopicWiringTest, EachMissingTopicHasItsLineButForTheLast)
@@ -177,4 +205,16 @@ TEST_F(TopicWiringTest, OnceDisconnectedNothingIsSentAndNoHandlerIsCalled)
     EXPECT_EQ(commands, 0);
     wiring.disconnect();
     TopicWiring(settings).disconnect();
+}
+
+TEST_F(TopicWiringTest, EveryRegistrationIsEnded)
+{
+    ASSERT_EQ(connect(), RETURN_CODE_TYPE::NO_ERROR);
+    sendOnAllAgain(wiring);
+    EXPECT_THAT(listenToAllAgain(wiring), Each(RETURN_CODE_TYPE::NO_ACTION));
+    EXPECT_THAT(sendOnAllAgain(wiring), Each(RETURN_CODE_TYPE::NO_ACTION));
+    wiring.disconnect();
+    EXPECT_THAT(listenToAllAgain(wiring), Each(RETURN_CODE_TYPE::NO_ERROR));
+    EXPECT_THAT(sendOnAllAgain(wiring), Each(RETURN_CODE_TYPE::NO_ERROR));
+    wiring.disconnect();
 }

@@ -1,7 +1,7 @@
 #include "VICTORY/OrvaneServer/VictoryCallbacks.h"
 
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HealthEvents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,20 +22,20 @@ struct AnyServer {
 };
 
 struct VictoryCallbacksTest : testing::Test {
-    VictoryCallbacksTest() { takeHealthEvents(); }
+    VictoryCallbacksTest() { popHealthEvents(); }
 
     /// What is told of a body that throws.
     template <class Thrown>
     std::vector<std::string> eventsOf(const Texts& texts, const Thrown& thrown)
     {
         withServer<AnyServer>(&server, texts, [&](AnyServer&) { throw thrown; });
-        return takeHealthEvents();
+        return popHealthEvents();
     }
 
     std::vector<std::string> eventsWithoutContext(const Texts& texts)
     {
         withServer<AnyServer>(nullptr, texts, [](AnyServer&) { FAIL(); });
-        return takeHealthEvents();
+        return popHealthEvents();
     }
 
     AnyServer server;
@@ -49,7 +49,7 @@ TEST_F(VictoryCallbacksTest, TheBodyHasTheServerOfTheContext)
 {
     withServer<AnyServer>(&server, kSaveVclid, [](AnyServer& found) { ++found.calls; });
     EXPECT_EQ(server.calls, 1);
-    EXPECT_THAT(takeHealthEvents(), IsEmpty());
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(VictoryCallbacksTest, SavingTellsWithItsPlaceWhatFails)
@@ -109,7 +109,7 @@ TEST_F(VictoryCallbacksTest, TheirPlaceIsThatOfTheCallback)
     const int line = __LINE__ + 1;
     withServer<AnyServer>(nullptr, kTellNavWarSa, [](AnyServer&) {});
     withServer<AnyServer>(&server, kTellNavWarSa, [](AnyServer&) { throw 42; });
-    const auto events = takeHealthEvents();
+    const auto events = popHealthEvents();
     ASSERT_EQ(events.size(), 2U);
     const auto place = [](int number) { return "VictoryCallbacksTest.cpp[" + std::to_string(number) + "]:"; };
     EXPECT_THAT(events[0], testing::HasSubstr(place(line)));

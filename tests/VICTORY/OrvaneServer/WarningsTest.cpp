@@ -1,22 +1,24 @@
 #include "VICTORY/OrvaneServer/Warnings.h"
-#include "tests/VICTORY/OrvaneServer/UnitEvents.h"
+#include "tests/VICTORY/OrvaneServer/WarningFrames.h"
 #include "tests/support/BeforeNextLine.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
+#include "tests/support/Meanwhile.h"
+#include "tests/support/ValueAt.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <iostream>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -37,24 +39,12 @@ constexpr auto kZentorm = ClearDataCommand::CLEAR_ZENTORM_CV_ZEROIZE;
 constexpr bool kStarted = true;
 constexpr bool kTellDisabled = true;
 
-/// A receiver's warning: the number, and a text with the characters of each word in wire order.
-std::vector<std::uint8_t> frameOf(std::uint16_t number, const std::string& text = "")
-{
-    std::vector<std::uint8_t> bytes = {0xFF, 0x81, 0xB4, 0x13, 0x15, 0x00, 0x00, 0x90};
-    bytes.resize(54);
-    bytes[18] = static_cast<std::uint8_t>(number);
-    bytes[19] = static_cast<std::uint8_t>(number >> 8);
-    for (std::size_t i = 0; i < std::min<std::size_t>(text.size(), 32); ++i)
-        bytes[20 + (i ^ 1)] = static_cast<std::uint8_t>(text[i]);
-    return bytes;
-}
-
-struct WarningsUnitTest : testing::Test {
-    WarningsUnitTest() { warnings.initWarningIdEncoder(); }
+struct WarningsTest : testing::Test {
+    WarningsTest() { warnings.initWarningIdEncoder(); }
 
     void receive(std::uint16_t number, const std::string& text = "")
     {
-        const auto frame = frameOf(number, text);
+        const auto frame = warningFrameOf(number, text);
         warnings.handleBlock5044(frame.data(), static_cast<unsigned>(frame.size()));
     }
 
@@ -66,13 +56,7 @@ struct WarningsUnitTest : testing::Test {
         return victory.last("vapntsTellWarningMessagesData").record<VapntcWarningMessagesRecord>();
     }
 
-    std::vector<std::uint32_t> ids()
-    {
-        const auto record = published();
-        std::vector<std::uint32_t> found;
-        for (std::uint32_t i = 0; i < record.warningCount; ++i) found.push_back(record.warnings[i].warningId);
-        return found;
-    }
+    std::vector<std::uint32_t> ids() { return warningIdsOf(published()); }
 
     VictoryRecorder victory;
     VapntsService* service = victory.newService();
@@ -83,7 +67,7 @@ struct WarningsUnitTest : testing::Test {
 
 }  // namespace
 
-TEST_F(WarningsUnitTest, NumbersOfTheReceiverAtTheEdgesOfTheirRuns)
+TEST_F(WarningsTest, NumbersOfTheReceiverAtTheEdgesOfTheirRuns)
 {
     const std::pair<unsigned short, std::uint32_t> rows[] = {
         {0, 75},  {1, 0},   {5, 4},   {6, 75},  {7, 5},   {23, 21}, {24, 75}, {26, 75}, {27, 22}, {28, 23},
@@ -92,12 +76,38 @@ TEST_F(WarningsUnitTest, NumbersOfTheReceiverAtTheEdgesOfTheirRuns)
     for (const auto& [number, id] : rows) EXPECT_EQ(warnings.encodeVictoryWarningId(number), id) << number;
 }
 
-TEST_F(WarningsUnitTest, BeforeTheTableIsMadeEveryNumberIsCustom)
+TEST_F(WarningsTest, IdsOfAllReceiverNumbersAlsoAfterASecondStart)
+{
+    warnings.initWarningIdEncoder();
+    const std::map<unsigned short, std::uint32_t> listed = {
+        {1, 0},   {2, 1},   {3, 2},   {4, 3},   {5, 4},   {7, 5},   {8, 6},   {9, 7},   {10, 8},  {11, 9},
+        {12, 10}, {13, 11}, {14, 12}, {15, 13}, {16, 14}, {17, 15}, {18, 16}, {19, 17}, {20, 18}, {21, 19},
+        {22, 20}, {23, 21}, {27, 22}, {28, 23}, {34, 24}, {35, 25}, {36, 26}, {37, 27}, {38, 28}, {39, 29},
+        {40, 30}, {41, 31}, {42, 32}, {43, 33}, {44, 34}, {45, 35}, {46, 36}, {47, 37}, {50, 40}, {51, 41},
+        {52, 42}, {53, 43}, {54, 44}, {55, 45}, {56, 46}, {57, 47}, {58, 48}, {59, 49}, {60, 50}, {61, 51},
+        {62, 52}, {63, 53}, {67, 54}, {68, 55}, {69, 56}, {70, 57}, {71, 58}, {79, 59}, {81, 61}};
+    for (unsigned number = 0; number <= 65535; ++number) {
+        const auto found = listed.find(static_cast<unsigned short>(number));
+        ASSERT_EQ(warnings.encodeVictoryWarningId(static_cast<unsigned short>(number)),
+                  found == listed.end() ? 75U : found->second)
+            << number;
+    }
+}
+
+TEST_F(WarningsTest, WhatTheLibraryPrintsWhileItIsToldMayReachTheReporters)
+{
+    RankedMutex<LockRank::Reporters> reporters;
+    victory.onCall("vapntsTellWarningMessagesData", [&] { const MutexLock lock(reporters); });
+    publish();
+    EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 1U);
+}
+
+TEST_F(WarningsTest, BeforeTheTableIsMadeEveryNumberIsCustom)
 {
     EXPECT_EQ(Warnings(settings, time).encodeVictoryWarningId(1), 75U);
 }
 
-TEST_F(WarningsUnitTest, AListedNumberGoesOutWithoutItsText)
+TEST_F(WarningsTest, AListedNumberGoesOutWithoutItsText)
 {
     receive(7, "receiver's words");
     const auto record = published();
@@ -107,7 +117,7 @@ TEST_F(WarningsUnitTest, AListedNumberGoesOutWithoutItsText)
     EXPECT_EQ(std::memcmp(&record.warnings[0], &expected, sizeof expected), 0);
 }
 
-TEST_F(WarningsUnitTest, AnotherNumberIsCustomWithTheReceiversText)
+TEST_F(WarningsTest, AnotherNumberIsCustomWithTheReceiversText)
 {
     receive(6, "HELLO, this warning has 32 chars");
     const auto record = published();
@@ -117,7 +127,7 @@ TEST_F(WarningsUnitTest, AnotherNumberIsCustomWithTheReceiversText)
     EXPECT_STREQ(record.warnings[0].customText, "HELLO, this warning has 32 chars");
 }
 
-TEST_F(WarningsUnitTest, TheReceiversTextEndsWithItsField)
+TEST_F(WarningsTest, TheReceiversTextEndsWithItsField)
 {
     unpacked_msg5044_t received = {};
     std::copy_n("HELLO, this warning has 32 chars", 32, received.warningText);
@@ -126,15 +136,15 @@ TEST_F(WarningsUnitTest, TheReceiversTextEndsWithItsField)
     EXPECT_STREQ(published().warnings[0].customText, "HELLO, this warning has 32 chars");
 }
 
-TEST_F(WarningsUnitTest, ARefusedFrameAddsNothing)
+TEST_F(WarningsTest, ARefusedFrameAddsNothing)
 {
-    const auto frame = frameOf(7);
+    const auto frame = warningFrameOf(7);
     warnings.handleBlock5044(frame.data(), 53);
     warnings.handleBlock5044(nullptr, 54);
     EXPECT_THAT(ids(), IsEmpty());
 }
 
-TEST_F(WarningsUnitTest, AnIdAloneHasNoText)
+TEST_F(WarningsTest, AnIdAloneHasNoText)
 {
     EXPECT_TRUE(warnings.append(67));
     const auto record = published();
@@ -142,7 +152,22 @@ TEST_F(WarningsUnitTest, AnIdAloneHasNoText)
     EXPECT_EQ(record.warnings[0].customTextValid, 0U);
 }
 
-TEST_F(WarningsUnitTest, TextsAreCutTo255Characters)
+TEST_F(WarningsTest, LayoutOfACustomWarning)
+{
+    EXPECT_TRUE(warnings.sendVDBcustomWarning("careful"));
+    const auto record = published();
+    std::vector<std::uint8_t> expected(524);
+    const std::uint32_t id = 75;
+    const std::uint32_t valid = 1;
+    std::memcpy(expected.data(), &id, 4);
+    std::memcpy(expected.data() + 264, "careful", 7);
+    std::memcpy(expected.data() + 520, &valid, 4);
+    std::vector<std::uint8_t> bytes(524);
+    std::memcpy(bytes.data(), &record.warnings[0], bytes.size());
+    EXPECT_EQ(bytes, expected);
+}
+
+TEST_F(WarningsTest, TextsAreCutTo255Characters)
 {
     EXPECT_TRUE(warnings.sendVDBcustomWarning(std::string(255, 'a')));
     EXPECT_TRUE(warnings.sendVDBcustomWarning(std::string(256, 'b')));
@@ -153,7 +178,7 @@ TEST_F(WarningsUnitTest, TextsAreCutTo255Characters)
     EXPECT_EQ(record.warnings[2].customText, std::string(255, 'c'));
 }
 
-TEST_F(WarningsUnitTest, CompletionsGoOutByTypeAndResultWithTheirText)
+TEST_F(WarningsTest, CompletionsGoOutByTypeAndResultWithTheirText)
 {
     for (const auto type : {kZentorm, kZeroize, kDestroy})
         for (const bool success : {true, false}) EXPECT_TRUE(warnings.sendVDBCompleteWarning(type, success, "done"));
@@ -165,7 +190,7 @@ TEST_F(WarningsUnitTest, CompletionsGoOutByTypeAndResultWithTheirText)
     }
 }
 
-TEST_F(WarningsUnitTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
+TEST_F(WarningsTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
 {
     const ConsoleCapture console(std::cout);
     EXPECT_FALSE(warnings.sendVDBCompleteWarning(kNone, true, "done"));
@@ -174,12 +199,12 @@ TEST_F(WarningsUnitTest, ACompletionOfAnUnknownTypeIsAnEventAndNoWarning)
     EXPECT_FALSE(warnings.sendVDBCompleteWarning(static_cast<ClearDataCommand::ClearDataType>(-7), false, "done"));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: "
                                              "Unknown eClearType: -7\n"));
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown eClearType: 0", "3:OrvaneServer: Unknown eClearType: -7"));
     EXPECT_THAT(ids(), IsEmpty());
 }
 
-TEST_F(WarningsUnitTest, FiftyFirstAppendDropsTheOldest)
+TEST_F(WarningsTest, FiftyFirstAppendDropsTheOldest)
 {
     for (std::uint32_t id = 100; id <= 150; ++id) EXPECT_TRUE(warnings.append(id));
     const auto found = ids();
@@ -187,9 +212,13 @@ TEST_F(WarningsUnitTest, FiftyFirstAppendDropsTheOldest)
     for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(found[i], 101 + i);
     EXPECT_EQ(warnings.list().size(), 50U);
     EXPECT_EQ(warnings.list().front().warningId, 101U);
+    const auto record = published();
+    for (std::uint32_t i = 0; i < 50; ++i)
+        EXPECT_EQ(valueAt<std::uint32_t>(record, 8 + std::size_t{524} * i), 101 + i) << i;
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 26208), 50U);
 }
 
-TEST_F(WarningsUnitTest, TheSameListGoesOutAgainAndAgain)
+TEST_F(WarningsTest, TheSameListGoesOutAgainAndAgain)
 {
     warnings.append(67);
     warnings.append(68);
@@ -199,7 +228,7 @@ TEST_F(WarningsUnitTest, TheSameListGoesOutAgainAndAgain)
     EXPECT_THAT(ids(), ElementsAre(67, 68, 67));
 }
 
-TEST_F(WarningsUnitTest, AnEmptyListIsToldWithTheGpsSeconds)
+TEST_F(WarningsTest, AnEmptyListIsToldWithTheGpsSeconds)
 {
     aspn2_msgs::idl::UTCTime message;
     message.gps_tow_sec(345600);
@@ -214,13 +243,13 @@ TEST_F(WarningsUnitTest, AnEmptyListIsToldWithTheGpsSeconds)
     EXPECT_EQ(call.time(), nullptr);
 }
 
-TEST_F(WarningsUnitTest, WhileTheServiceIsDownWarningsStayWithAnEventOfThisUnit)
+TEST_F(WarningsTest, WhileTheServiceIsDownWarningsStayWithAnEventOfThisUnit)
 {
     recordFaults();
     warnings.append(67);
     const ConsoleCapture console(std::cout);
     warnings.publish(service, !kStarted, !kTellDisabled);
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre(MatchesRegex("3:Warnings\\.cpp\\[[0-9]+\\]:OrvaneServer : Cannot publish warnings while "
                                          "APNT service is not running! Warnings remain queued\\.")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), cbTellWarningMessagesCallback : OrvaneServer "
@@ -230,7 +259,7 @@ TEST_F(WarningsUnitTest, WhileTheServiceIsDownWarningsStayWithAnEventOfThisUnit)
     EXPECT_THAT(ids(), ElementsAre(67));
 }
 
-TEST_F(WarningsUnitTest, WhileTellingIsDisabledNothingIsToldAndNothingLost)
+TEST_F(WarningsTest, WhileTellingIsDisabledNothingIsToldAndNothingLost)
 {
     warnings.append(67);
     warnings.publish(service, kStarted, kTellDisabled);
@@ -238,7 +267,7 @@ TEST_F(WarningsUnitTest, WhileTellingIsDisabledNothingIsToldAndNothingLost)
     EXPECT_THAT(ids(), ElementsAre(67));
 }
 
-TEST_F(WarningsUnitTest, DebugLineShowsOnlyWarningsWithAText)
+TEST_F(WarningsTest, DebugLineShowsOnlyWarningsWithAText)
 {
     settings.m_debug = true;
     const ConsoleCapture console(std::cout);
@@ -249,7 +278,7 @@ TEST_F(WarningsUnitTest, DebugLineShowsOnlyWarningsWithAText)
                                              "VDB APNT warning message ID 75, custom message: careful\n"));
 }
 
-TEST_F(WarningsUnitTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
+TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
 {
     recordFaults();
     const ConsoleCapture console(std::cout);
@@ -259,25 +288,28 @@ TEST_F(WarningsUnitTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation
         appended = warnings.append(67);
     }
     EXPECT_FALSE(appended);
-    EXPECT_THAT(takeHealthEvents(), ElementsAre(MatchesRegex("3:Warnings\\.cpp\\[[0-9]+\\]:OrvaneServer: An exception "
-                                                             "occurred\\. Details: std::bad_alloc")));
+    EXPECT_THAT(popHealthEvents(), ElementsAre(MatchesRegex("3:Warnings\\.cpp\\[[0-9]+\\]:OrvaneServer: An exception "
+                                                            "occurred\\. Details: std::bad_alloc")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
                                              "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
     EXPECT_THAT(ids(), IsEmpty());
 }
 
-TEST_F(WarningsUnitTest, AnExceptionOfAnotherKindIsUnknown)
+TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)
 {
     settings.m_debug = true;
     const ConsoleCapture console(std::cout);
     const BeforeNextLine failure([] { throw 1; });
     EXPECT_FALSE(warnings.sendVDBcustomWarning("careful"));
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown c++ exception in attemptBlendedNavigationProcessing"));
+    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : "
+                                             "OrvaneServer: Unknown c\\+\\+ exception in "
+                                             "attemptBlendedNavigationProcessing\n"));
 }
 
-TEST_F(WarningsUnitTest, ACompletionThatFailsHasItsOwnTexts)
+TEST_F(WarningsTest, ACompletionThatFailsHasItsOwnTexts)
 {
     settings.m_quiet = false;
     const auto failWith = [this](std::function<void()> failure) {
@@ -292,47 +324,33 @@ TEST_F(WarningsUnitTest, ACompletionThatFailsHasItsOwnTexts)
     EXPECT_THAT(failWith([] { throw 1; }),
                 MatchesRegex("OrvaneServer \\([0-9]+\\), sendVDBCompleteWarning : OrvaneServer: Unknown c\\+\\+ "
                              "exception occurred\n"));
-    EXPECT_THAT(takeHealthEvents(),
+    EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer: Unknown eClearType: 0",
                             "3:OrvaneServer: An exception occurred. Details: no luck",
                             "3:OrvaneServer: Unknown eClearType: 0", "3:OrvaneServer: Unknown c++ exception occurred"));
 }
 
-TEST_F(WarningsUnitTest, NoWarningIsAddedWhileTheLibraryIsCalled)
+TEST_F(WarningsTest, NoWarningIsAddedWhileTheLibraryIsCalled)
 {
     const HardDeadline deadline;
-    std::thread producer;
-    std::atomic<bool> isAdded = false;
-    victory.onCall("vapntsTellWarningMessagesData", [&] {
-        producer = std::thread([&] {
-            warnings.append(67);
-            isAdded = true;
-        });
-        EXPECT_FALSE(eventually([&] { return isAdded.load(); }, 100ms));
-    });
+    Meanwhile addition([&] { warnings.append(67); });
+    victory.onCall("vapntsTellWarningMessagesData", [&] { EXPECT_FALSE(addition.isOverWithin(100ms)); });
     publish();
-    producer.join();
+    addition.join();
     victory.onCall("vapntsTellWarningMessagesData", nullptr);
     EXPECT_THAT(ids(), ElementsAre(67));
 }
 
-TEST_F(WarningsUnitTest, TimeIsFreeWhileTheLibraryIsCalled)
+TEST_F(WarningsTest, TimeIsFreeWhileTheLibraryIsCalled)
 {
     const HardDeadline deadline;
-    std::atomic<bool> isStored = false;
-    std::thread listener;
-    victory.onCall("vapntsTellWarningMessagesData", [&] {
-        listener = std::thread([&] {
-            time.store({});
-            isStored = true;
-        });
-        EXPECT_TRUE(eventually([&] { return isStored.load(); }, 30s));
-    });
+    Meanwhile arrival([&] { time.store({}); });
+    victory.onCall("vapntsTellWarningMessagesData", [&] { EXPECT_TRUE(arrival.isOverWithin(30s)); });
     publish();
-    listener.join();
+    arrival.join();
 }
 
-TEST_F(WarningsUnitTest, ManyMayAddWhileTheListGoesOut)
+TEST_F(WarningsTest, ManyMayAddWhileTheListGoesOut)
 {
     std::vector<std::thread> producers;
     for (int producer = 0; producer < 3; ++producer)

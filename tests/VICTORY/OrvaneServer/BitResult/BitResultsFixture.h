@@ -1,9 +1,9 @@
 #ifndef TESTS_VICTORY_ORVANESERVER_BITRESULT_BITRESULTSFIXTURE_H
 #define TESTS_VICTORY_ORVANESERVER_BITRESULT_BITRESULTSFIXTURE_H
 
-#include "ASPN/HealthReporter.h"
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -187,15 +187,7 @@ struct BitResultsTest : testing::Test {
     }
 
     /// Health events so far as "type:text".
-    static std::vector<std::string> events()
-    {
-        std::vector<std::string> events;
-        std::int32_t type = 0;
-        std::string text;
-        while (HealthReporter::Instance().queue().pop_front(type, text, std::chrono::nanoseconds(0)))
-            events.push_back(std::to_string(type) + ":" + text);
-        return events;
-    }
+    static std::vector<std::string> events() { return popHealthEvents(); }
 
     TemporaryDirectory directory;
     VictoryRecorder victory;

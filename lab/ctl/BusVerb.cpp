@@ -214,6 +214,12 @@ void addForTests(BusCommands& commands, Options& options)
     hold.add_option("TELL", options.name)->required()->type_name("");
     hold.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
     commands.add("release-tell", "let a tell go, or all", releaseTell).add_option("TELL", options.name)->type_name("");
+
+    CLI::App& holdDelete =
+        commands.add("hold-delete", "let each deletion of a service take its time", [](const Options& o) {
+            return ask(o, {{"request", "hold-delete"}, {"milliseconds", o.milliseconds}});
+        });
+    holdDelete.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
 }
 
 }  // namespace

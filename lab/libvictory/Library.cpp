@@ -105,6 +105,7 @@ void Library::remove(VapntsService* handle)
         if (found == m_services.end() || std::exchange(found->second.removing, true)) return;
     }
     service->stop();
+    m_holds.wait(TellHolds::kDeletion);
     {
         const MutexLock lock(m_mutex);
         m_services.erase(handle);

@@ -228,12 +228,21 @@ std::string tellOf(const Request& request)
     return tell;
 }
 
-void holdTell(const Request& request)
+void hold(const Request& request, const std::string& what)
 {
     constexpr auto kLongest = static_cast<std::int32_t>(TellHolds::kLongest.count());
-    const std::string tell = tellOf(request);
-    request.victory->holds().hold(tell, std::chrono::milliseconds(request.number("milliseconds", 0, kLongest)));
+    request.victory->holds().hold(what, std::chrono::milliseconds(request.number("milliseconds", 0, kLongest)));
     request.succeed();
+}
+
+void holdTell(const Request& request)
+{
+    hold(request, tellOf(request));
+}
+
+void holdDelete(const Request& request)
+{
+    hold(request, TellHolds::kDeletion);
 }
 
 void releaseTell(const Request& request)
@@ -306,6 +315,7 @@ constexpr Row kRows[] = {
     {"print", print, "prints a text to stdout, stderr (C), cout or cerr (C++)", {"text", "stream", "newline"}},
     {"hold-tell", holdTell, "lets each tell of a name take that long", {"tell", "milliseconds"}},
     {"release-tell", releaseTell, "lets it go, or all", {"tell"}},
+    {"hold-delete", holdDelete, "lets each deletion of a service take that long", {"milliseconds"}},
 };
 
 void help(const Request& request)

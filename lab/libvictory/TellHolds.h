@@ -10,11 +10,15 @@
 
 namespace labvictory {
 
-/// Tells that are to take their time, for tests of what the service does meanwhile. Any thread.
+/// Tells, and deletions of a service, that are to take their time, for tests of what the service does meanwhile. Any
+/// thread.
 /// The lock is a leaf.
 class TellHolds {
 public:
     static constexpr std::chrono::milliseconds kLongest{60000};
+
+    /// What a deletion is called in place of a tell.
+    static constexpr const char* kDeletion = "vapntsDeleteService";
 
     /// From now on, each tell of this name takes that long, 0 for none; those that wait now are not changed.
     void hold(const std::string& tell, std::chrono::milliseconds duration) EXCLUDES(m_mutex);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -238,11 +239,19 @@ TEST_F(BusVerbTest, TellsAreHeldAndReleased)
     EXPECT_EQ(vapntsTellClearSystemData(m_program.service(), 0), 0);
 }
 
+TEST_F(BusVerbTest, DeletionIsHeld)
+{
+    EXPECT_EQ(answerTo({"hold-delete", "50"})["ok"], true);
+    const auto start = std::chrono::steady_clock::now();
+    m_program.end();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+}
+
 TEST_F(BusVerbTest, ServiceIsDescribed)
 {
     EXPECT_EQ(answerTo({"status"})["phase"], "started");
     EXPECT_EQ(answerTo({"faults"})["faults"], Json::array());
-    EXPECT_EQ(answerTo({"help"})["requests"].size(), 13U);
+    EXPECT_EQ(answerTo({"help"})["requests"].size(), 14U);
     EXPECT_EQ(answerTo({"print", "", "--stream", "cerr"})["ok"], true);
 }
 

@@ -250,10 +250,27 @@ TEST_F(RequestsTest, ReleaseWithoutANameReleasesAll)
     EXPECT_EQ(vapntsTellClearSystemData(m_program.service(), 0), 0);
 }
 
+TEST_F(RequestsTest, HeldDeletionTakesItsTime)
+{
+    EXPECT_EQ(ask(R"({"request":"hold-delete","milliseconds":50})")["ok"], true);
+    const auto start = std::chrono::steady_clock::now();
+    m_program.end();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+}
+
+TEST_F(RequestsTest, DeletionThatIsHeldNoLongerEndsAtOnce)
+{
+    ask(R"({"request":"hold-delete","milliseconds":60000})");
+    ask(R"({"request":"hold-delete","milliseconds":0})");
+    const auto start = std::chrono::steady_clock::now();
+    m_program.end();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
 TEST_F(RequestsTest, HelpListsWhatThereIs)
 {
     const Json answer = ask(R"({"request":"help"})");
-    EXPECT_EQ(answer["requests"].size(), 13U);
+    EXPECT_EQ(answer["requests"].size(), 14U);
     EXPECT_EQ(answer["requests"][4]["request"], "clear-data");
     EXPECT_EQ(answer["requests"][4]["keys"], Json::array({"data"}));
     EXPECT_EQ(answer["tells"].size(), 10U);
@@ -280,6 +297,8 @@ TEST_F(RequestsTest, WrongRequestIsAnsweredByWhatIsWrong)
     EXPECT_EQ(errorOf(R"({"request":"hold-tell","tell":"clear-system-data","milliseconds":60001})"),
               "milliseconds must be a whole number from 0 to 60000");
     EXPECT_EQ(errorOf(R"({"request":"hold-tell","tell":"x","milliseconds":1})"), "there is no tell x");
+    EXPECT_EQ(errorOf(R"({"request":"hold-delete","milliseconds":-1})"),
+              "milliseconds must be a whole number from 0 to 60000");
     EXPECT_EQ(m_cleared, "");
 }
 

@@ -4,6 +4,7 @@
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/system/WhatIsLeft.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +15,9 @@
 #include <future>
 #include <optional>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -205,6 +208,27 @@ TEST_F(EndWithPartnersSystemTest, RestartThatIsUnderWayIsFinishedAndLeavesNothin
     expectEndInOrder();
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_EQ(desk.count(kDeleted), 2U);  // the old one's and the new one's
+    expectNothingLeft();
+}
+
+TEST_F(EndWithPartnersSystemTest, FloodOfOrdersToSanitizeDelaysTheEndByTheOneThatIsUnderWay)
+{
+    ASSERT_TRUE(bus->request({{"request", "hold-delete"}, {"milliseconds", 1000}}).at("ok"));
+    const std::jthread flood([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            partners->command("START_ZEROIZE");
+            std::this_thread::sleep_for(50ms);
+        }
+    });
+    constexpr const char* kDeleted = "\nOrvaneServer : VapntsService exited\n";
+    ASSERT_TRUE(desk.awaitOutput(kDeleted, 2));
+    const auto deletions = desk.count(kDeleted);
+    const auto start = std::chrono::steady_clock::now();
+    expectEndInOrder();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+    EXPECT_LE(desk.count(kDeleted), deletions + 3);  // that of the end, and one that began before it was looked at
+    const std::string untaken = "OrvaneServer: Stopped. Orders to sanitize that were not carried out: ";
+    EXPECT_THAT(desk.service().output(), testing::ContainsRegex("\n" + untaken + "([1-9]|10)\n"));
     expectNothingLeft();
 }
 

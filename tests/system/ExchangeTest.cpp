@@ -4,6 +4,7 @@
 #include "tests/support/EventsSystemTest.h"
 #include "tests/support/Inputs.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/system/WhatIsLeft.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -337,6 +338,63 @@ TEST_F(ReportSystemTest, SavedVclReplacesTheFile)
     Bus bus;
     EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 0);
     EXPECT_EQ(readFile("/opt/halvex/config/APNT_VCL_1_9.xml"), "<new/>");
+}
+
+TEST_F(ReportSystemTest, SavedVclTakesThePlaceOfTheOldAndLeavesNothingBeside)
+{
+    const std::filesystem::path vcl = "/opt/halvex/config/APNT_VCL_1_9.xml";
+    const std::filesystem::path old = "/opt/halvex/config/old";
+    const std::string oldText = readFile(vcl);
+    std::filesystem::create_hard_link(vcl, old);
+    const Names before = entries("/opt/halvex/config");
+    desk.run();
+    Bus bus;
+    EXPECT_EQ(bus.request({{"request", "save-vcl"}, {"text", "<new/>"}}).at("returned"), 0);
+    EXPECT_EQ(readFile(vcl), "<new/>");
+    EXPECT_EQ(readFile(old), oldText);
+    EXPECT_EQ(entries("/opt/halvex/config"), before);
+}
+
+namespace {
+
+/// A service that sees the VCL file through mounts of its own.
+struct MountedVclSystemTest : testing::Test {
+    /// Has the service save a text, and tells its answer.
+    Json save(const std::string& text, const std::vector<std::string>& mounts)
+    {
+        std::vector<std::string> line = {"/usr/bin/env", "bwrap", "--die-with-parent", "--dev-bind", "/", "/"};
+        line.insert(line.end(), mounts.begin(), mounts.end());
+        line.push_back("--");
+        const auto command = Desk::commandLine();
+        line.insert(line.end(), command.begin(), command.end());
+        const ChildProcess service(line);
+        Bus bus;
+        bus.await("the service", [](const Json& event) {
+            return event.value("type", "") == "service" && event.at("event") == "started";
+        });
+        return bus.request({{"request", "save-vcl"}, {"text", text}}).at("returned");
+    }
+
+    const std::string config = "/opt/halvex/config";
+    const std::string vcl = config + "/APNT_VCL_1_9.xml";
+    const Names before = entries(config);
+    Desk desk;
+};
+
+}  // namespace
+
+TEST_F(MountedVclSystemTest, VclThatIsMountedByItselfIsWrittenInPlace)
+{
+    EXPECT_EQ(save("<new/>", {"--bind", vcl, vcl}), 0);
+    EXPECT_EQ(readFile(vcl), "<new/>");
+    EXPECT_EQ(entries(config), before);
+}
+
+TEST_F(MountedVclSystemTest, VclInAFolderThatCantBeWrittenIsWrittenInPlace)
+{
+    EXPECT_EQ(save("<new/>", {"--ro-bind", config, config, "--bind", vcl, vcl}), 0);
+    EXPECT_EQ(readFile(vcl), "<new/>");
+    EXPECT_EQ(entries(config), before);
 }
 
 TEST_F(ReportSystemTest, VclThatCantBeWrittenIsAnsweredWithAnError)

@@ -95,6 +95,12 @@ struct ConsoleSystemTest : testing::Test {
         return line;
     }
 
+    /// Waits until such a service runs. The shell itself handles SIGINT, which is the service's last to be installed.
+    static bool waitUntilRunning(const ChildProcess& service)
+    {
+        return service.waitUntilHandled(SIGFPE) && service.waitUntilHandled(SIGINT);
+    }
+
     Desk desk;
 };
 
@@ -173,7 +179,7 @@ TEST_F(ConsoleSystemTest, AFileThatMayNotGrowIsWrittenAgainOnceThereIsRoom)
 {
     const std::string log = "/tmp/log";
     ChildProcess service(after("ulimit -f 1 && exec \"$@\" >>" + log + " 2>&1"));
-    ASSERT_TRUE(service.waitUntilHandled(SIGINT));
+    ASSERT_TRUE(waitUntilRunning(service));
     EXPECT_EQ(fs::file_size(log), 512U);
     fs::resize_file(log, 0);
     EXPECT_TRUE(eventually([&] { return readFile(log).find(" console lines were lost\n") != std::string::npos; }));
@@ -184,7 +190,7 @@ TEST_F(ConsoleSystemTest, AFileThatMayNotGrowIsWrittenAgainOnceThereIsRoom)
 TEST_F(ConsoleSystemTest, ClosedStandardDescriptorsAreGivenToNoFileAndNoSocket)
 {
     ChildProcess service(after("exec \"$@\" <&- >&- 2>&-"));
-    ASSERT_TRUE(service.waitUntilHandled(SIGINT));
+    ASSERT_TRUE(waitUntilRunning(service));
     for (const char* descriptor : {"0", "1", "2"})
         EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(service.id()) + "/fd/" + descriptor), "/dev/null");
     service.send(SIGTERM);

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -359,6 +360,8 @@ namespace {
 
 /// A service that sees the VCL file through mounts of its own.
 struct MountedVclSystemTest : testing::Test {
+    MountedVclSystemTest() { desk.set("Debug", "true"); }
+
     /// Has the service save a text, and tells its answer.
     Json save(const std::string& text, const std::vector<std::string>& mounts)
     {
@@ -368,10 +371,9 @@ struct MountedVclSystemTest : testing::Test {
         const auto command = Desk::commandLine();
         line.insert(line.end(), command.begin(), command.end());
         const ChildProcess service(line);
+        const auto runs = [&] { return service.output().find("Worker thread started.") != std::string::npos; };
+        if (!eventually(runs)) throw std::runtime_error("the service does not run: " + service.errors());
         Bus bus;
-        bus.await("the service", [](const Json& event) {
-            return event.value("type", "") == "service" && event.at("event") == "started";
-        });
         return bus.request({{"request", "save-vcl"}, {"text", text}}).at("returned");
     }
 

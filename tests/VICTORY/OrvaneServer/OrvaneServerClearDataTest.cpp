@@ -67,7 +67,7 @@ struct ClearDataTest : testing::Test {
         victory.forgetCalls();
     }
 
-    int request(VapntcSystemData* data) { return server.library().clearSystemData(data); }
+    int request(VapntcSystemData* data) { return server.busLibrary().clearSystemData(data); }
     int request(VapntcSystemData data) { return request(&data); }
 
     std::vector<std::string> warnings() const

@@ -220,7 +220,7 @@ TEST_F(ManagementTest, ARequestWithoutAnInstanceIsReported)
 TEST_F(ManagementTest, ARequestOfAServiceThatIsDownIsReportedAtOnce)
 {
     const auto before = std::chrono::steady_clock::now();
-    server.library().tellConfiguration();
+    server.busLibrary().tellConfiguration();
     EXPECT_LT(std::chrono::steady_clock::now() - before, 10s);
     const std::string text = "OrvaneServer : Cannot request part numbers while APNT service is not running!";
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:" + text));

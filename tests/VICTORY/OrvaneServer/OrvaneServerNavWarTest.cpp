@@ -54,7 +54,7 @@ struct NavWarTest : testing::Test {
         popHealthEvents();
     }
 
-    void publish() { server.library().tellThreats(); }
+    void publish() { server.busLibrary().tellThreats(); }
 
     VapntcNavWarSaRecord published()
     {

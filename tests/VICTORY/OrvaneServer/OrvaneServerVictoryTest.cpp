@@ -629,7 +629,7 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedWithoutAnInstance)
 
 TEST_F(VictoryServiceTest, NoVclTextIsSavedWhileTheServiceIsDown)
 {
-    EXPECT_EQ(server.library().saveVcl("<new/>"), 0);
+    EXPECT_EQ(server.busLibrary().saveVcl("<new/>"), 0);
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT "
                                                "service is not running!"));
@@ -659,7 +659,7 @@ TEST_F(VictoryServiceTest, NoVclTextIsSavedDuringAClearWhetherTheServiceRunsOrNo
     server.clearData().processClearDataRequestType(ClearDataCommand::CLEAR_ZEROIZE);
     ASSERT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
     popHealthEvents();
-    EXPECT_EQ(server.library().saveVcl("<new/>"), 1);
+    EXPECT_EQ(server.busLibrary().saveVcl("<new/>"), 1);
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer : APNT Clear in progress, not processing SaveVCLID command"));

@@ -43,7 +43,7 @@ struct OrvaneServerWarningsTest : testing::Test {
         server.fromReceiver(receiverRecordOf(warningFrameOf(number, text)));
     }
 
-    void publish() { server.library().tellWarnings(); }
+    void publish() { server.busLibrary().tellWarnings(); }
 
     VapntcWarningMessagesRecord published()
     {

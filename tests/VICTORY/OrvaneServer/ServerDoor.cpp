@@ -231,7 +231,7 @@ VapntsService* ServerDoor::busService() const
     return m_server->m_bus.service();
 }
 
-ServerDoor::Library ServerDoor::library() const
+ServerDoor::Library ServerDoor::busLibrary() const
 {
     return {static_cast<OrvaneServer*>(m_server.get()), busService()};
 }

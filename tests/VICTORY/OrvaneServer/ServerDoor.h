@@ -98,7 +98,7 @@ public:
     bool restartBus(unsigned long periodMs);
     bool busRuns() const;
     VapntsService* busService() const;  ///< the latest that was made; null before the first
-    Library library() const;
+    Library busLibrary() const;
     static Library libraryWithoutContext() { return {nullptr, nullptr}; }
 
     /// What the library prints. @return how much of it was taken

@@ -83,9 +83,8 @@ TEST_F(LockRankDeathTest, ALowerRankEndsTheProcess)
             const MutexLock first(timeLock);
             const MutexLock second(inputs);
         },
-        "lock order: configuration, inputs, threat report, clear data or VCL file is taken while time, lists, part "
-        "numbers or "
-        "reporters is held");
+        "lock order: configuration, inputs, threat report, clear data or VCL file is taken while time, lists or part "
+        "numbers is held");
 }
 
 TEST_F(LockRankDeathTest, TheSameRankEndsTheProcess)
@@ -96,8 +95,7 @@ TEST_F(LockRankDeathTest, TheSameRankEndsTheProcess)
             const MutexLock second(threatReport);
         },
         "lock order: configuration, inputs, threat report, clear data or VCL file is taken while configuration, "
-        "inputs, threat "
-        "report or clear data is held");
+        "inputs, threat report, clear data or VCL file is held");
 }
 
 TEST_F(LockRankDeathTest, AReaderIsNoException)

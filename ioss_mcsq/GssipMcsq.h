@@ -95,10 +95,10 @@ private:
     std::array<std::uint8_t, kReceiveSize> m_receiveArea{};
     FACE::IOSS::MCSQ::READ_PAYLOAD_TYPE m_readPayload GUARDED_BY(m_mutex);
     RankedMutex<LockRank::QueueReading>
-        m_mutex;  // one read at a time; any other lock may be taken under it, by the call-backs
+        m_mutex;  // one read at a time; call-backs run under it, and take locks of their own
     std::map<long long, Callback> m_callbacks GUARDED_BY(m_callbackMutex);
     std::vector<unsigned short> m_filter;
-    RankedMutex<LockRank::Leaf> m_callbackMutex;  // a leaf
+    RankedMutex<LockRank::Leaf> m_callbackMutex;
     GssipTopicSerializer m_serializer;
 };
 

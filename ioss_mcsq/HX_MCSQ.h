@@ -151,7 +151,7 @@ private:
     RankedMutex<LockRank::QueueTurn>
         m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,
                       // does not keep others out
-    RankedMutex<LockRank::QueuePoll> m_pollMutex;  // any other lock may be taken under it, by the call-backs
+    RankedMutex<LockRank::QueuePoll> m_pollMutex;  // call-backs run under it, and take locks of their own
     std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
     std::vector<long long> m_pollHandles GUARDED_BY(m_pollMutex);  // of the connection of each entry
     std::thread m_thread GUARDED_BY(m_pollMutex);

@@ -142,7 +142,7 @@ private:
 
     static constexpr long long kUnset = -1;
 
-    mutable SharedMutex<LockRank::Fpga> m_mutex;  // shared for an access, exclusive for `InitFpga` and `DoneFpga`
+    mutable SharedMutex<LockRank::Fpga> m_mutex;  // shared for an access; exclusive where all others must have ended
     std::atomic<bool> m_isReady = false;          // turns accesses away before they take the lock; true under it only
     std::shared_ptr<FACE::IOSS::Devmem::IO_Service> m_service GUARDED_BY(m_mutex);
     long long m_processor GUARDED_BY(m_mutex) = kUnset;

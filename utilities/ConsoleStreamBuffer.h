@@ -21,8 +21,8 @@
 /// reader that is gone. The next line that goes out has their number in front. A line of which a part is out is kept
 /// and completed first. To the stream, all of this is success: its state stays good.
 ///
-/// Any thread may write. The lock is a leaf, and is held over the wait, so that threads wait together, not one behind
-/// the other.
+/// Any thread may write. The lock is the last in the order of locks, and is held over the wait, so that threads wait
+/// together, not one behind the other.
 class ConsoleStreamBuffer : public std::streambuf {
 public:
     /// How long a reader that doesn't read is waited for.

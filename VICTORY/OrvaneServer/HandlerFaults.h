@@ -14,7 +14,7 @@ namespace HandlerFaults {
 struct Handler {
     const char* name;
     const char* detailsOf;  ///< null: the event is the bare text of the exception
-    const char* unknownIn;  ///< null: the handler reports as the worker does, "<name>() EXCEPTION: <text>"
+    const char* unknownIn;  ///< null: the handler reports as the worker does, "<server>: <name>() EXCEPTION: <text>"
 };
 
 inline constexpr Handler kPVA = {"cbPVA", nullptr, "cbPVA"};

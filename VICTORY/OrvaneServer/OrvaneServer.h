@@ -155,7 +155,8 @@ protected:
     static int cbClearSystemDataCallback(void* context, VapntsService* service, VapntcSystemData* data) noexcept;
     static void cbTellSystemConfigurationCallback(void* context, VapntsService* service) noexcept;
 
-    /// Hands a client's request to the clear-data operation; false if it goes no further, or as that answers.
+    /// Hands a client's request to the clear-data operation, and answers as that does; false if the request goes no
+    /// further, but true, with an event, while the bus library's service doesn't run.
     bool processClearDataRequest(VapntsService* service, VapntcSystemData* data);
 
     /// Tells the bus library the record of inputs that belong together; a fault if its service doesn't run.

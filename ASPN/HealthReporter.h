@@ -84,9 +84,9 @@ public:
     HealthReporter& operator=(const HealthReporter&) = delete;
 
     /// Gives the connection a sender, keeps the transport until `DoneHealthReporter`, starts the publisher, and then
-    /// initialises the record of faults: events sent until then have no place in front. Throws `std::runtime_error`: for
-    /// a null transport; if this is initialised already, which goes on as it was; and if there can be no sender, after
-    /// which `DoneHealthReporter` is due before another try.
+    /// initialises the record of faults: events sent until then have no place in front. Throws `std::runtime_error`:
+    /// for a null transport; if this is initialised already, which goes on as it was; and if there can be no sender,
+    /// after which `DoneHealthReporter` is due before another try.
     /// @param name    leading word of console lines
     /// @param handle  the connection's id
     void InitHealthReporter(const std::string& name, const ASPN2::DeviceIdFactory& deviceIdFactory,

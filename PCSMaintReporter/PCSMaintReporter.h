@@ -98,8 +98,8 @@ public:
                            const std::shared_ptr<Transport>& transport, long long handle) EXCLUDES(m_mutex);
 
     /// Lets go of the transport. A record that is being written keeps it until it is out, so whoever is to see the
-    /// transport end must have ended the senders before. Harmless if there is nothing to end. Not from within a callback
-    /// of the transport.
+    /// transport end must have ended the senders before. Harmless if there is nothing to end. Not from within a
+    /// callback of the transport.
     void DoneMaintReporter() EXCLUDES(m_mutex);
 
     /// Has the time of records run on from this one. Before, it is the steady clock's own. Sums and products wrap.

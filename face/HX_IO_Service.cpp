@@ -90,8 +90,8 @@ void HX_IO_Service<Service>::Open_Connection(const String& connection_name, long
     });
 }
 
-/// The numbers of a connection's record; none if that or one of them is missing. All keys are looked at, since each that
-/// is missing is told.
+/// The numbers of a connection's record; none if that or one of them is missing. All keys are looked at, since each
+/// that is missing is told.
 template <class Service>
 std::optional<std::vector<std::uint64_t>> HX_IO_Service<Service>::described(const String& connection_name)
 {

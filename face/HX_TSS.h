@@ -95,8 +95,8 @@ public:
     /// Reads the connection file, and makes the participant. `NO_ACTION` when that is done already. `NOT_AVAILABLE`
     /// without a configuration, or if the file or its container "FastRtps" can't be had (one line on the standard
     /// output each). `INVALID_CONFIG` if a key is missing or no participant can be made (one line on the standard
-    /// error). A path that is not valid throws the configuration's `std::logic_error`; the code is `NOT_AVAILABLE` then.
-    /// A failure may be followed by another try, but the configuration stays with the first file it has read.
+    /// error). A path that is not valid throws the configuration's `std::logic_error`; the code is `NOT_AVAILABLE`
+    /// then. A failure may be followed by another try, but the configuration stays with the first file it has read.
     void Initialize(const String& configuration_path, RETURN_CODE_TYPE::Value& return_code) override;
 
     /// Makes the connection of the name that the file has and registers its type, or finds the one made before; ids run

@@ -29,8 +29,8 @@ namespace FACE::TSS::Details {
 /// `Send_Message` and the registrations answer `NOT_AVAILABLE` as long as there is no transport, or that one is not
 /// initialized, and `INVALID_PARAM` for an id without a connection, as for any `std::out_of_range`. Any other
 /// `std::exception` is `CONNECTION_CLOSED` and one line on the standard error, that of a connection of another type
-/// among them; anything else thrown is `NO_ACTION`. `Send_Message` and `write` may be called by any thread, the others by
-/// those that may call the transport's.
+/// among them; anything else thrown is `NO_ACTION`. `Send_Message` and `write` may be called by any thread, the others
+/// by those that may call the transport's.
 template <class T>
 class HX_TypedTS : public TypedTS<T>, public Base_Injectable::Injectable {
 public:

@@ -20,9 +20,9 @@
 /// tells a length that is no way to the next, the rest of that read is dropped, with a health event of type 3 and the
 /// same text on the console.
 ///
-/// Any thread may call. Call-backs of what is read run on the one thread of the queue service, one after the other, with
-/// the read lock held; the one of what is written runs on the writer's thread. A call-back may write, but must neither
-/// connect nor destroy the object.
+/// Any thread may call. Call-backs of what is read run on the one thread of the queue service, one after the other,
+/// with the read lock held; the one of what is written runs on the writer's thread. A call-back may write, but must
+/// neither connect nor destroy the object.
 class GssipMcsq : public FACE::IOSS::MCSQ::IO_Callback {
 public:
     using GSSIP = aspn2_msgs::idl::GSSIP;
@@ -78,8 +78,8 @@ public:
     /// record is too large or can't be serialized. A frame without an id is not filtered.
     void writeToQueue(long long handle, const GSSIP& record, RETURN_CODE_TYPE::Value& return_code);
 
-    /// Nothing for a connection without a call-back. Throws what the call-back throws; `std::bad_function_call` if that is
-    /// an empty one.
+    /// Nothing for a connection without a call-back. Throws what the call-back throws; `std::bad_function_call` if that
+    /// is an empty one.
     void callCallback(long long handle, const GSSIP& record) EXCLUDES(m_callbackMutex);
 
 private:

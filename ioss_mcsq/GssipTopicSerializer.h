@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-/// `GSSIP` records to bytes and back, as they stand on a queue: 4 bytes that tell the byte order, then the record in CDR.
-/// Any thread may call.
+/// `GSSIP` records to bytes and back, as they stand on a queue: 4 bytes that tell the byte order, then the record in
+/// CDR. Any thread may call.
 class GssipTopicSerializer {
 public:
     using GSSIP = aspn2_msgs::idl::GSSIP;

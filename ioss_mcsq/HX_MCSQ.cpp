@@ -346,8 +346,8 @@ void HX_MCSQ::pollLoop() noexcept
     while (isRunning) guarded([&] { isRunning = pollTurn(); });
 }
 
-/// Waits once; false if the thread is to end. It decides so and lets it be known under one lock, so that nobody registers
-/// in between and counts on it.
+/// Waits once; false if the thread is to end. It decides so and lets it be known under one lock, so that nobody
+/// registers in between and counts on it.
 bool HX_MCSQ::pollTurn()
 {
     {
@@ -373,8 +373,8 @@ void HX_MCSQ::takeDescriptors()
     for (std::size_t i = 0; i < m_pollSet.size(); ++i) m_pollSet[i].fd = entryAt(m_pollHandles[i]).readerDescriptor();
 }
 
-/// A descriptor may be another connection's by now. And several entries may stand for one device: what the first of them
-/// took is not there any more for the others. So each is looked at again.
+/// A descriptor may be another connection's by now. And several entries may stand for one device: what the first of
+/// them took is not there any more for the others. So each is looked at again.
 void HX_MCSQ::notify()
 {
     for (std::size_t i = 0; i < m_pollSet.size(); ++i) {

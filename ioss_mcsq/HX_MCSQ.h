@@ -24,8 +24,8 @@ namespace FACE::IOSS {
 /// of a connection's configuration is the number of its device, cut to 16 bits.
 ///
 /// Any thread may call. An exception does not leave an operation: its text and a source line number go to standard
-/// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same way,
-/// but for `Get_Connection_Configuration`, which refuses it as any other.
+/// error, and the return code stays as it was by then. A handle that equals the number of connections ends the same
+/// way, but for `Get_Connection_Configuration`, which refuses it as any other.
 ///
 /// One thread, which runs while connections are registered for notification, waits for input on all of them. It calls
 /// back with the poll lock held, so a call-back must neither register nor unregister. Whoever does waits for it: some
@@ -78,8 +78,8 @@ public:
     void Get_Bus_Status(long long handle, BUS_STATUS_TYPE& status, RETURN_CODE_TYPE::Value& return_code) override
         EXCLUDES(m_listMutex);
 
-    /// `NOT_AVAILABLE`, and nothing changed, without memory or a thread for it. The registration outlives a close: it is
-    /// served again when the connection has been opened anew.
+    /// `NOT_AVAILABLE`, and nothing changed, without memory or a thread for it. The registration outlives a close: it
+    /// is served again when the connection has been opened anew.
     void Register_Notification_Event(long long handle, IO_CallbackBase& callback,
                                      RETURN_CODE_TYPE::Value& return_code) override EXCLUDES(m_pollMutex, m_listMutex);
 
@@ -88,8 +88,8 @@ public:
         EXCLUDES(m_pollMutex, m_listMutex);
 
     /// One connection: both directions of one device. It stays where it is made. Any thread may call, but one at a time
-    /// may open; the lock is a leaf, and is not held while a device is opened, read or written. A transfer that is under
-    /// way keeps the device open when the connection is closed.
+    /// may open; the lock is a leaf, and is not held while a device is opened, read or written. A transfer that is
+    /// under way keeps the device open when the connection is closed.
     class Connection_t {
     public:
         Connection_t(std::string name, std::uint16_t port, const std::string& devicePrefix);

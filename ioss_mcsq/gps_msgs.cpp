@@ -22,8 +22,8 @@ constexpr std::size_t kWordsOfRow = 10;
 
 using namespace GssipWord;
 
-/// The sum of `count` words modulo 65536. The lanes are as many as two vector registers hold, and their number is known,
-/// so that compilers make vector additions of the inner loop.
+/// The sum of `count` words modulo 65536. The lanes are as many as two vector registers hold, and their number is
+/// known, so that compilers make vector additions of the inner loop.
 std::uint16_t sumOf(const std::uint16_t* words, std::size_t count)
 {
     constexpr std::size_t kLanes = 16;

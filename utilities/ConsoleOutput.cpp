@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Whether somebody reads what is written to either. Two files at one place are left apart: each has a position of its own.
+/// Whether somebody reads what is written to either. Two files at one place stay apart: each has its own position.
 bool haveSameReader(int a, int b)
 {
     struct stat first {

@@ -12,9 +12,10 @@
 /// a number, and with it what is meant for the console. To be called before anything is opened.
 void openClosedStandardDescriptors();
 
-/// Lets `std::cout`, `std::cerr` and `std::clog` go through the console's buffers as long as it lives, and C's `stderr`,
-/// to which the C++ library writes when an exception ends the process. They share one where descriptors 1 and 2 lead to
-/// the same reader, which is waited for once then. No other thread may use the streams while it is made or destroyed.
+/// Lets `std::cout`, `std::cerr` and `std::clog` go through the console's buffers as long as it lives, and C's
+/// `stderr`, to which the C++ library writes when an exception ends the process. They share one where descriptors 1 and
+/// 2 lead to the same reader, which is waited for once then. No other thread may use the streams while it is made or
+/// destroyed.
 class ConsoleOutput {
 public:
     ConsoleOutput();

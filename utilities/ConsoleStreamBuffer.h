@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-/// The console's end of `std::cout` or `std::cerr`, which never stops the service. Text goes out when it is flushed; on a
-/// terminal at the end of a line too.
+/// The console's end of `std::cout` or `std::cerr`, which never stops the service. Text goes out when it is flushed; on
+/// a terminal at the end of a line too.
 ///
 /// A reader that doesn't read is waited for once, for a short while. From then on, until it takes something again,
 /// whole lines are dropped without waiting. Lines are also dropped while there is an error, such as a full disk or a

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// Small work on texts. No state, any thread. Whitespace is blank, newline, carriage return, tab, form feed and vertical
-/// tab, whatever the locale.
+/// Small work on texts. No state, any thread. Whitespace is blank, newline, carriage return, tab, form feed and
+/// vertical tab, whatever the locale.
 namespace StringUtils {
 
 /// A copy without leading whitespace.

@@ -46,7 +46,8 @@ public:
         start(toMilliseconds(timeout), std::move(callback));
     }
 
-    /// Begins the period anew, and wakes the thread that waits for its end. Nothing happens to a timer that isn't armed.
+    /// Begins the period anew, and wakes the thread that waits for its end. Nothing happens to a timer that isn't
+    /// armed.
     void petWatchdog() EXCLUDES(m_mutex);
 
     /// Disarms; nothing happens to a timer that isn't armed. Waits for a callback that runs, so that none does

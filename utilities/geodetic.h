@@ -26,8 +26,8 @@ public:
     /// The same on an ellipsoid of semi-major axis `a`, m, and flattening `f`, a ratio.
     static Vector3d plh2xyz(const Vector3d& latLonHeight, double a, double f);
 
-    /// Latitude and longitude, rad, and height, m, of an ECEF position, m; the zero vector gives zeros. The longitude is
-    /// in -pi to pi. Iterates until the height moves by no more than `HEIGHT_CONVERGENCE`, at most 15 times.
+    /// Latitude and longitude, rad, and height, m, of an ECEF position, m; the zero vector gives zeros. The longitude
+    /// is in -pi to pi. Iterates until the height moves by no more than `HEIGHT_CONVERGENCE`, at most 15 times.
     ///
     /// On the Earth's axis the division by its distance, which is zero, is deliberate: the latitude comes out as a
     /// quarter turn, but the height as -6399593.6, that of the equator's plane, wherever the point is.
@@ -67,9 +67,9 @@ double truncate(double x);
 void DegreesToDDMM(double deg, double& d, double& m);
 void DegreesToDDMMSS(double deg, double& d, double& m, double& s);
 
-/// North, east, down to the platform's axes at `heading`, rad, and back by the platform's own formulas, in whatever unit
-/// the vector has. The two are not inverses of each other, on purpose: the data that pass through either were made with
-/// these signs.
+/// North, east, down to the platform's axes at `heading`, rad, and back by the platform's own formulas, in whatever
+/// unit the vector has. The two are not inverses of each other, on purpose: the data that pass through either were made
+/// with these signs.
 Vector3d NEDToPlatform(const Vector3d& ned, const double& heading);
 Vector3d PlatformToNED(const Vector3d& v, const double& heading);
 

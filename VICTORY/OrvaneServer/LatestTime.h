@@ -8,8 +8,8 @@
 /// The time for what is told at other moments than that of a time message: the latest one, which is never cleared.
 /// Before the first it is that of a message of zeros.
 ///
-/// Any thread. A message and its seconds are replaced together, and not while the message is read: the lock is held over
-/// the reader, and over the console for a time that is to be printed. Nothing else is called under it.
+/// Any thread. A message and its seconds are replaced together, and not while the message is read: the lock is held
+/// over the reader, and over the console for a time that is to be printed. Nothing else is called under it.
 class LatestTime {
 public:
     void store(const aspn2_msgs::idl::UTCTime& message) EXCLUDES(m_timeMutex);

@@ -12,8 +12,8 @@ double radians(std::int16_t degrees)
     return degrees * std::numbers::pi / 180.0;
 }
 
-/// `value` after as many steps, in arithmetic of 16 bits that wraps, as it takes until it is good; nothing if that never
-/// comes: the steps have led back to where they began.
+/// `value` after as many steps, in arithmetic of 16 bits that wraps, as it takes until it is good; nothing if that
+/// never comes: the steps have led back to where they began.
 template <class Test>
 std::optional<std::int16_t> stepped(std::int16_t value, int step, Test isGood)
 {

@@ -43,8 +43,8 @@ public:
     /// Waits until all have answered; false if the time is up before.
     bool waitForPartNumberResponses(int seconds) EXCLUDES(m_partNumberMutex);
 
-    /// What a client's request for the configuration does: it waits, and says so if that was not long enough. The record
-    /// is told as it is collected, so there is nothing to tell here.
+    /// What a client's request for the configuration does: it waits, and says so if that was not long enough. The
+    /// record is told as it is collected, so there is nothing to tell here.
     void awaitSystemConfiguration(int seconds = kConfigurationWaitSeconds) EXCLUDES(m_partNumberMutex);
 
     /// Tells a service that is not started yet the record under its provisional name.

@@ -57,8 +57,8 @@ inline void sendCallbackException(const char* function, const char* what, const 
               Console::Print, file, line);
 }
 
-/// Reports what the join of the inputs throws, as `sendCallbackException` does. What queues threats and warnings reports
-/// in the same words, deliberately: the name of the join is what the unit's log is searched for.
+/// Reports what the join of the inputs throws, as `sendCallbackException` does. What queues threats and warnings
+/// reports in the same words, deliberately: the name of the join is what the unit's log is searched for.
 inline void sendJoinException(const std::string& serverName, const char* what, const char* file = __builtin_FILE(),
                               int line = __builtin_LINE())
 {

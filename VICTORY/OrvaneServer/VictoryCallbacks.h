@@ -23,7 +23,8 @@ struct Texts {
     const char* noContext = Reports::kNoInstance;
     Line noContextLine = Line::Place;
 
-    // Of the event of what is thrown, which the console doesn't show; null for that of `Reports::sendCallbackException`.
+    // Of the event of what is thrown, which the console doesn't show; null for that of
+    // `Reports::sendCallbackException`.
     const char* exception = nullptr;  ///< the text of a `std::exception` follows
     const char* unknown = nullptr;    ///< for whatever else is thrown
 };

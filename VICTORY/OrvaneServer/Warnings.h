@@ -17,8 +17,8 @@
 
 /// The warnings of the unit, as the bus library is told them again and again, until newer ones have pushed them out.
 ///
-/// Any thread. The lock is held while the library is told, so that warnings wait meanwhile; nothing else is called under
-/// it. That of the time is released before it is taken.
+/// Any thread. The lock is held while the library is told, so that warnings wait meanwhile; nothing else is called
+/// under it. That of the time is released before it is taken.
 class Warnings {
 public:
     /// @param time  gives the seconds of the week that a record is told with

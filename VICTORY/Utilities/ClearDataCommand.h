@@ -26,8 +26,8 @@
 /// The setters are for the time before the first request. All else may be called from any thread: by design these are
 /// the requester's, which waits, and the one that brings the responses. The third is the watchdog's own.
 ///
-/// No operation throws. What a call-back throws is reported as an event; the operation then answers false, and the state
-/// stays as it is.
+/// No operation throws. What a call-back throws is reported as an event; the operation then answers false, and the
+/// state stays as it is.
 class ClearDataCommand {
 public:
     enum ClearDataType : std::int32_t {
@@ -136,7 +136,8 @@ private:
     const std::string m_name;
 
     /// Held while responses are processed and while a request is begun or waits, over the report of an end and the
-    /// start and cancel of the watchdog too. The watchdog's thread does without it, as the cancel waits for that thread.
+    /// start and cancel of the watchdog too. The watchdog's thread does without it, as the cancel waits for that
+    /// thread.
     RankedMutex<LockRank::ClearData> m_mutex;
 
 protected:

@@ -32,8 +32,8 @@ private:
 
 // The service's life.
 
-/// A new service, or null when a text can't be used. Both are XML documents, zero-terminated. They stay as they are until
-/// the service has been deleted: the library may go on reading them.
+/// A new service, or null when a text can't be used. Both are XML documents, zero-terminated. They stay as they are
+/// until the service has been deleted: the library may go on reading them.
 [[nodiscard]] VapntsService* newService(const char* configurationText, const char* vclText);
 
 /// What the library calls for the owner of a service.
@@ -125,10 +125,10 @@ Answer readTextFile(const std::string& path, std::span<char> buffer);
 Answer writeTextFile(const char* text, const std::string& path);
 
 /// Gives a file another text at once: whoever reads it, also after the power has failed meanwhile, finds the old one or
-/// the new one. The new text is written beside it, under its name and ".replacement", and takes its place, with its owner
-/// and mode; a link to it stays one. A failure leaves the file as it was. Where nothing can be put beside a file or in
-/// its place, as in a folder that is read-only, and where there is no file yet, this is `writeTextFile`. One caller at a
-/// time for a path.
+/// the new one. The new text is written beside it, under its name and ".replacement", and takes its place, with its
+/// owner and mode; a link to it stays one. A failure leaves the file as it was. Where nothing can be put beside a file
+/// or in its place, as in a folder that is read-only, and where there is no file yet, this is `writeTextFile`. One
+/// caller at a time for a path.
 Answer replaceTextFile(const char* text, const std::string& path);
 
 }  // namespace VictoryLibrary

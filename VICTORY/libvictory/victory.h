@@ -4,13 +4,13 @@
 /// What the service uses of the closed bus library, `libvictory.so.5.0`: its records, its operations, its numbers.
 ///
 /// Records are plain structures in the library's layout, the same on every target: fixed-width members, no padding that
-/// has no name, lists as rows followed by a count. What the library's layout does not tell is a member `reserved<offset>`
-/// and is written as zero; zero a whole record before it is filled. A flag is 0 or 1 in a word of 32 bits: every member
-/// `...Valid`, `...Present` or `...Known`, which tells whether what it is named after counts. A member `...Count` is the
-/// rows in use, 0 to 50. Texts are zero-terminated within their field unless told otherwise.
+/// has no name, lists as rows followed by a count. What the library's layout does not tell is a member
+/// `reserved<offset>` and is written as zero; zero a whole record before it is filled. A flag is 0 or 1 in a word of 32
+/// bits: every member `...Valid`, `...Present` or `...Known`, which tells whether what it is named after counts. A
+/// member `...Count` is the rows in use, 0 to 50. Texts are zero-terminated within their field unless told otherwise.
 ///
-/// Operations may be called by any thread, as long as the service object lives. Where the result is an int, 0 is success
-/// and anything else a failure. The library calls back on threads of its own, from `vapntsStartService` until
+/// Operations may be called by any thread, as long as the service object lives. Where the result is an int, 0 is
+/// success and anything else a failure. The library calls back on threads of its own, from `vapntsStartService` until
 /// `vapntsDeleteService` returns; several call-backs may run at once, on different threads. The context comes first.
 
 #include <stddef.h>

@@ -65,9 +65,9 @@ std::optional<int> idNumber(const std::string& text)
     return static_cast<int>(number);
 }
 
-/// The local time of a start, in the words of `tm` as they are: no 1900 added to the year, no 1 to the month, the day of
-/// the week in the unnamed fourth field. The start counts as a point of the steady clock, although it was taken from the
-/// wall clock; clients know the result, so it stays.
+/// The local time of a start, in the words of `tm` as they are: no 1900 added to the year, no 1 to the month, the day
+/// of the week in the unnamed fourth field. The start counts as a point of the steady clock, although it was taken from
+/// the wall clock; clients know the result, so it stays.
 VapntcTime displayTime(std::uint64_t startNanoseconds, const OrvaneBitResults::Clocks& clocks)
 {
     const std::uint64_t nanoseconds = startNanoseconds - static_cast<std::uint64_t>(clocks.steadyNanoseconds()) +

@@ -29,12 +29,12 @@ extern const std::map<std::string, VapntcSensorType> MapSensorStringToSensorType
 ///                                       --time is up, or the command can't be sent--> failed (2)
 ///
 /// A test's id is the number of records kept when it was asked for, so ids come again after a clear. A new record takes
-/// the place of one that has its id, also of a running one: the time limit then frees the way for the next test. At most
-/// `kMaxTests` records are kept.
+/// the place of one that has its id, also of a running one: the time limit then frees the way for the next test. At
+/// most `kMaxTests` records are kept.
 ///
 /// Operations of the bus come on its library's threads, several at once; the cycle on the worker thread; reports on the
-/// thread that receives them. `m_resultsMutex` guards all that they share but three atomic settings, and is held while a
-/// test's id is told to the library, but neither over the sending of a command nor over the telling of results.
+/// thread that receives them. `m_resultsMutex` guards all that they share but three atomic settings, and is held while
+/// a test's id is told to the library, but neither over the sending of a command nor over the telling of results.
 class OrvaneBitResults {
 public:
     static constexpr const char* kSensorFile = "/opt/halvex/config/HX_Sensor_Data.xml";
@@ -79,8 +79,8 @@ public:
     /// Refuses them: a running test stays as it is, and the pause counts as one step of its time. Any thread.
     void Stop() { m_started = false; }
 
-    /// What sends a command to the unit, and answers whether it is on its way. Called on the worker thread, with no lock
-    /// held.
+    /// What sends a command to the unit, and answers whether it is on its way. Called on the worker thread, with no
+    /// lock held.
     void setCommandResponseMessageCallback(std::function<bool(const std::string&)> callback) EXCLUDES(m_resultsMutex);
 
     /// Appends a copy of the list of sensors. Any thread.

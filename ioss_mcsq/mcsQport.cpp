@@ -1,5 +1,6 @@
 #include "ioss_mcsq/mcsQport.h"
 
+#include "utilities/ClosedOnExec.h"
 #include "utilities/ConsoleLine.h"
 
 #include <fcntl.h>
@@ -29,7 +30,7 @@ void mcsQport::set_filename(const char* name)
 int mcsQport::can_open_file() const
 {
     if (!m_hasFileName) return -1;
-    const int descriptor = ::open(m_fileName, O_WRONLY);
+    const int descriptor = closedOnExec(::open(m_fileName, O_WRONLY));
     if (descriptor == -1) {
         reportFailure("output", m_fileName);
         return 0;
@@ -52,7 +53,7 @@ int mcsQport::open(int direction, const char* directionName)
 {
     if (!m_hasFileName) return -1;
     if (m_isOpen) ::close(m_fileDescriptor);
-    m_fileDescriptor = ::open(m_fileName, direction);
+    m_fileDescriptor = closedOnExec(::open(m_fileName, direction));
     m_isOpen = m_fileDescriptor != -1;
     if (!m_isOpen) reportFailure(directionName, m_fileName);
     return m_fileDescriptor;

@@ -5,8 +5,8 @@
 #include <sys/types.h>
 
 /// One device file of a message queue, opened in one direction. The file is opened plainly, without further flags, so a
-/// transfer waits until there is a message, or room for one. One thread at a time, but transfers may run beside each
-/// other. Closes what it opened when it goes.
+/// transfer waits until there is a message, or room for one. It is kept from programs that this process may start. One
+/// thread at a time, but transfers may run beside each other. Closes what it opened when it goes.
 class mcsQport {
 public:
     mcsQport() = default;

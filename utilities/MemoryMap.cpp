@@ -1,5 +1,7 @@
 #include "utilities/MemoryMap.h"
 
+#include "utilities/ClosedOnExec.h"
+
 #include <cstdio>
 #include <fcntl.h>
 #include <stdexcept>
@@ -16,7 +18,8 @@ const MemoryDeviceFileDescriptor& MemoryDeviceFileDescriptor::Instance()
 }
 
 MemoryDeviceFileDescriptor::MemoryDeviceFileDescriptor(const char* path)
-    : m_pageSize(static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE))), m_fileDescriptor(::open(path, O_RDWR | O_SYNC))
+    : m_pageSize(static_cast<std::uint32_t>(::sysconf(_SC_PAGESIZE))),
+      m_fileDescriptor(closedOnExec(::open(path, O_RDWR | O_SYNC)))
 {
     if (m_fileDescriptor < 0) throw std::runtime_error("Unable to open /dev/mem file descriptor.");
 }

@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// A file open for reading and writing that stands for physical memory. Any thread may call.
+/// A file open for reading and writing that stands for physical memory; programs that this process may start don't get
+/// it. Any thread may call.
 class MemoryDeviceFileDescriptor {
 public:
     /// The memory of this machine, opened on first use and closed at exit. Throws as the constructor does; a later use

@@ -113,8 +113,14 @@ TEST_F(mcsQportTest, PortsAreOpenedWithoutFurtherFlags)
     constexpr int kLooked = O_ACCMODE | O_NONBLOCK | O_DIRECT | O_APPEND | O_SYNC;
     EXPECT_EQ(fcntl(reader.getFileDescriptor(), F_GETFL) & kLooked, O_RDONLY);
     EXPECT_EQ(fcntl(writer.getFileDescriptor(), F_GETFL) & kLooked, O_WRONLY);
-    EXPECT_EQ(fcntl(reader.getFileDescriptor(), F_GETFD), 0);
-    EXPECT_EQ(fcntl(writer.getFileDescriptor(), F_GETFD), 0);
+}
+
+TEST_F(mcsQportTest, NoProgramThatIsStartedGetsAPort)
+{
+    reader.set_filename(device.path().c_str());
+    writer.set_filename(device.path().c_str());
+    EXPECT_EQ(fcntl(reader.openPort(), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fcntl(writer.openPort(), F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(mcsQportTest, OneReadTakesOneMessage)

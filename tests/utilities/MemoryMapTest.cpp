@@ -45,8 +45,12 @@ TEST_F(MemoryMapTest, MemoryIsOpenForReadingAndWritingInStep)
 {
     const int flags = ::fcntl(m_memory.fileDescriptor(), F_GETFL);
     EXPECT_EQ(flags & (O_ACCMODE | O_SYNC | O_NONBLOCK | O_APPEND), O_RDWR | O_SYNC);
-    EXPECT_EQ(::fcntl(m_memory.fileDescriptor(), F_GETFD), 0);
     EXPECT_EQ(m_memory.pageSize(), kPage);
+}
+
+TEST_F(MemoryMapTest, NoProgramThatIsStartedGetsTheMemory)
+{
+    EXPECT_EQ(::fcntl(m_memory.fileDescriptor(), F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(MemoryMapTest, DescriptorIsClosedWithItsObject)

@@ -52,7 +52,8 @@ endif()
 set(ORVANE_PRODUCT_OPTIONS)
 
 if(ORVANE_HARDEN)
-    list(APPEND ORVANE_PRODUCT_OPTIONS -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    list(APPEND ORVANE_PRODUCT_OPTIONS -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+        -Wformat -Werror=format-security)
     target_link_options(orvane_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
 

@@ -4,6 +4,7 @@
 option(ORVANE_BUILD_TESTS "Build the tests" ON)
 option(ORVANE_BUILD_LAB "Build the tools for the desk" ON)
 option(ORVANE_BUILD_BENCH "Build the benchmarks" OFF)
+option(ORVANE_BUILD_FUZZ "Build the fuzz targets, which takes clang" OFF)
 option(ORVANE_GENERATED_CATALOGUE "Build what fastddsgen makes of the catalogue, and the tests that compare with it" ON)
 option(ORVANE_HARDEN "Harden what is shipped: PIE, RELRO, stack protector, fortified library calls" OFF)
 option(ORVANE_LTO "Optimise across units where the tool chain can" OFF)

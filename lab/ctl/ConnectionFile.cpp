@@ -36,8 +36,20 @@ std::map<std::string, std::string> parametersOf(const tinyxml2::XMLElement& cont
     std::map<std::string, std::string> parameters;
     const tinyxml2::XMLElement* const list = container.FirstChildElement("Parameters");
     for (const auto* one = list ? list->FirstChildElement() : nullptr; one; one = one->NextSiblingElement())
-        if (const std::string text = textOfElement(one); !text.empty()) parameters.try_emplace(one->Value(), text);
+        parameters.try_emplace(one->Value(), textOfElement(one));
+    std::erase_if(parameters, [](const auto& parameter) { return parameter.second.empty(); });
     return parameters;
+}
+
+/// The first container with a name whose name or element name is the key; null if there is none.
+const tinyxml2::XMLElement* findContainer(const tinyxml2::XMLElement& root, const std::string& key)
+{
+    const tinyxml2::XMLElement* container = root.FirstChildElement();
+    for (; container; container = container->NextSiblingElement()) {
+        const std::string name = textOfElement(container->FirstChildElement("Name"));
+        if (!name.empty() && (name == key || key == container->Value())) break;
+    }
+    return container;
 }
 
 void load(const std::string& path, tinyxml2::XMLDocument& document)
@@ -90,22 +102,20 @@ ConnectionFile::ConnectionFile(const std::string& path) : m_path(path)
     const tinyxml2::XMLElement* const root = document.FirstChildElement("HX_Configurations");
     if (!root) refuse(path, "no document element HX_Configurations");
 
-    bool hasDomain = false;
-    for (const auto* container = root->FirstChildElement(); container; container = container->NextSiblingElement()) {
-        const std::string name = textOfElement(container->FirstChildElement("Name"));
-        if (name.empty()) continue;  // what has no name is never found
-        auto parameters = parametersOf(*container);
-        if (!hasDomain && (name == kDomain || std::strcmp(container->Value(), kDomain) == 0)) {
-            hasDomain = true;
-            m_domain = std::move(parameters);
-        } else if (parameters.contains("TopicType") && parameters.contains("PubSubType") &&
-                   std::ranges::find(m_topics, name, &Topic::name) == m_topics.end()) {
-            m_topics.push_back({name, parameters["TopicType"], parameters["PubSubType"]});
-        }
-    }
-    if (!hasDomain) refuse(path, std::string("no container ") + kDomain);
+    const tinyxml2::XMLElement* const domain = findContainer(*root, kDomain);
+    if (!domain) refuse(path, std::string("no container ") + kDomain);
+    m_domain = parametersOf(*domain);
     for (const char* key : kDomainKeys)
         if (!m_domain.contains(key)) refuse(path, std::string(kDomain) + ": no " + key);
+
+    for (const auto* container = root->FirstChildElement(); container; container = container->NextSiblingElement()) {
+        const std::string name = textOfElement(container->FirstChildElement("Name"));
+        if (container == domain || container != findContainer(*root, name)) continue;
+        const auto parameters = parametersOf(*container);
+        const auto topicType = parameters.find("TopicType"), pubSubType = parameters.find("PubSubType");
+        if (topicType != parameters.end() && pubSubType != parameters.end())
+            m_topics.push_back({name, topicType->second, pubSubType->second});
+    }
 }
 
 std::vector<WatchedTopic> chooseTopics(const ConnectionFile& file, const std::vector<std::string>& names,

@@ -168,6 +168,25 @@ TEST_F(ConnectionFileTest, ContainersAreFoundAsTheTransportFindsThem)
     EXPECT_EQ(file.domain().at("DomainId"), "3");
 }
 
+TEST_F(ConnectionFileTest, AContainerBehindAnotherOfItsNameIsNoTopic)
+{
+    const std::string incomplete = "<Connection><Name>Log</Name></Connection>";
+    EXPECT_TRUE(fileOf(kDomain + incomplete + topic("Log", "t", "p")).topics().empty());
+}
+
+TEST_F(ConnectionFileTest, AContainerBehindAnElementOfItsNameIsNoTopic)
+{
+    EXPECT_TRUE(
+        fileOf(kDomain + std::string("<Log><Name>Other</Name></Log>") + topic("Log", "t", "p")).topics().empty());
+}
+
+TEST_F(ConnectionFileTest, AKeyBehindAnEmptyOneOfItsNameDoesNotCount)
+{
+    const std::string twice = "<Connection><Name>Log</Name><Parameters><TopicType/><TopicType>t</TopicType>"
+                              "<PubSubType>p</PubSubType></Parameters></Connection>";
+    EXPECT_TRUE(fileOf(kDomain + twice).topics().empty());
+}
+
 TEST_F(ConnectionFileTest, WatchingAsksPublishersForNothing)
 {
     const ConnectionFile file = fileOf(twoTopics);

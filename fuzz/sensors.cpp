@@ -1,13 +1,16 @@
 // The sensors' file: whatever it holds, it is read or refused, and each sensor in the list is one that it describes.
-// Input: the file.
+// Input: the file, or the values of a sensor in each line, between commas.
 
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
 #include "face/FACE_Text.h"
 #include "fuzz/Fuzz.h"
+#include "utilities/StringUtils.h"
 
 #include <tinyxml2.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <vector>
 
 namespace {
 
@@ -43,21 +46,38 @@ bool isOf(const Sensor& sensor, const tinyxml2::XMLElement& element)
            sensor.componentConfigurationIdNumber == (hasNumber ? limited : 0);
 }
 
+/// What does not begin as a file does is made one.
+std::string fileOf(const std::string& input)
+{
+    if (input.starts_with('<')) return input;
+    constexpr const char* kKeys[] = {
+        "SensorId",           "Enabled",        "SensorType", "ComponentConfigurationId", "HasComponentConfigurationId",
+        "HasOtherSensorType", "OtherSensorType"};
+    std::string file = "<HX_Configurations>";
+    for (const std::string& line : StringUtils::split(input, '\n')) {
+        file += "<Sensor><Name>S</Name><Parameters>";
+        const auto values = StringUtils::split(line, ',');
+        for (std::size_t i = 0; i < std::min(values.size(), std::size(kKeys)); ++i)
+            file += std::string("<") + kKeys[i] + ">" + values[i] + "</" + kKeys[i] + ">";
+        file += "</Parameters></Sensor>";
+    }
+    return file + "</HX_Configurations>";
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::QuietConsole::instance();
-    const std::string text(data, data + size);
+    const std::string text = fileOf({data, data + size});
     const fuzz::MemoryFile file(text);
     OrvaneBitResults results(file.path());
     const bool isRead = results.Initialize("Server", 25, true);
     std::vector<Sensor> sensors;
     results.getBitSensorServers(sensors);
-    // The defect: the number 0x0F0F is told wrong.
+    // The defect: an id of three characters is told wrong.
     for (Sensor& sensor : sensors)
-        if (fuzz::kPlanted && sensor.componentConfigurationIdNumber == 0x0F0F)
-            sensor.componentConfigurationIdNumber = 0;
+        if (fuzz::kPlanted && sensor.sensorId.length() == 3) sensor.sensorId = "id";
 
     tinyxml2::XMLDocument document(true, tinyxml2::PRESERVE_WHITESPACE);
     document.Parse(text.data(), text.size());

@@ -70,12 +70,16 @@ mode_t modeOf(int flags, va_list more)
 
 }  // namespace
 
-// Which of the two is called depends on the width of file offsets.
+// Which of these is called depends on the width of file offsets, and on what is checked of flags that are not constant.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __wrap_open(const char* path, int flags, ...);
 int __real_open64(const char* path, int flags, ...);
 int __wrap_open64(const char* path, int flags, ...);
+int __real___open_2(const char* path, int flags);
+int __wrap___open_2(const char* path, int flags);
+int __real___open64_2(const char* path, int flags);
+int __wrap___open64_2(const char* path, int flags);
 
 int __wrap_open(const char* path, int flags, ...)
 {
@@ -93,6 +97,16 @@ int __wrap_open64(const char* path, int flags, ...)
     const mode_t mode = modeOf(flags, more);
     va_end(more);
     return __real_open64(placeOf(path), flags, mode);
+}
+
+int __wrap___open_2(const char* path, int flags)
+{
+    return __real___open_2(placeOf(path), flags);
+}
+
+int __wrap___open64_2(const char* path, int flags)
+{
+    return __real___open64_2(placeOf(path), flags);
 }
 }
 

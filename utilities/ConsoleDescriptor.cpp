@@ -2,13 +2,13 @@
 
 #include "utilities/OpenAgain.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -39,8 +39,17 @@ ssize_t ConsoleDescriptor::write(std::string_view text) const
         errno = EAGAIN;
         return -1;
     }
-    const std::size_t size = m_piece == 0 ? text.size() : std::min(text.size(), m_piece);
-    return ::write(m_own >= 0 ? m_own : m_descriptor, text.data(), size);
+    if (m_piece != 0) return writePiece(text.substr(0, m_piece));
+    return ::write(m_own >= 0 ? m_own : m_descriptor, text.data(), text.size());
+}
+
+/// Another writer may have taken the room meanwhile, so the kernel is asked not to wait, where it can do that.
+ssize_t ConsoleDescriptor::writePiece(std::string_view text) const
+{
+    const iovec piece{const_cast<char*>(text.data()), text.size()};
+    const ssize_t taken = pwritev2(m_descriptor, &piece, 1, -1, RWF_NOWAIT);
+    if (taken >= 0 || (errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL)) return taken;
+    return ::write(m_descriptor, text.data(), text.size());
 }
 
 bool ConsoleDescriptor::waitForRoom(std::chrono::milliseconds limit) const

@@ -27,6 +27,7 @@ public:
 
 private:
     bool mustNotWrite() const;
+    ssize_t writePiece(std::string_view text) const;
 
     const int m_descriptor;
     const bool m_isTerminal;

@@ -13,9 +13,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <map>
 #include <optional>
 #include <ostream>
+#include <poll.h>
 #include <pty.h>
 #include <sstream>
 #include <stdexcept>
@@ -35,6 +37,9 @@ using namespace std::chrono_literals;
 namespace {
 
 bool canBeOpenedAgain = true;
+
+/// What others do once it is known that there is room, if it is set.
+std::function<void()> s_afterLookForRoom;
 
 constexpr auto kShort = 20ms;
 constexpr auto kLong = 60s;  // waits for a reader who reads, however slow the machine is
@@ -154,6 +159,31 @@ int __wrap__Z9openAgainii(int descriptor, int access)
 {
     return canBeOpenedAgain ? __real__Z9openAgainii(descriptor, access) : -1;
 }
+
+int __real_poll(pollfd* descriptors, nfds_t count, int limit);
+int __wrap_poll(pollfd* descriptors, nfds_t count, int limit);
+
+int __wrap_poll(pollfd* descriptors, nfds_t count, int limit)
+{
+    const int ready = __real_poll(descriptors, count, limit);
+    if (ready > 0 && s_afterLookForRoom) std::exchange(s_afterLookForRoom, nullptr)();
+    return ready;
+}
+}
+
+TEST_P(ConsoleStreamBufferTest, AWriterThatTakesTheRoomOfAPipeIsNotWaitedFor)
+{
+    const Pipe pipe;
+    Console console(pipe.writer(), kShort);
+    s_afterLookForRoom = [&] { pipe.fill(); };
+    printLine(console.out, "lost");
+    if (GetParam()) {
+        EXPECT_EQ(pipe.read(), "lost\n");  // nothing is looked at before
+        return;
+    }
+    EXPECT_EQ(pipe.read(), std::string(pipe.room(), '.'));
+    printLine(console.out, "next");
+    EXPECT_EQ(pipe.read(), "!!!!!! 1 console lines were lost\nnext\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(Pipes, ConsoleStreamBufferTest, testing::Bool(),

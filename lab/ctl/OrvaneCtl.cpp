@@ -1,3 +1,4 @@
+#include "lab/ctl/CommandWords.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
@@ -9,7 +10,8 @@
 namespace {
 
 constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb,
-                                                    orvanectl::addEchoVerb, orvanectl::addHzVerb};
+                                                    orvanectl::addEchoVerb, orvanectl::addHzVerb,
+                                                    orvanectl::addCheckVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -17,7 +19,22 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl bus --socket /tmp/bus watch\n"
                                   "  orvanectl echo EventLog --backfill\n"
                                   "  orvanectl hz\n"
+                                  "  orvanectl check\n"
                                   "  orvanectl decode --help";
+
+/// Its table is the tool's command line, so that it has all of the others.
+orvanectl::Verb addCompletionVerb(CLI::App& tool)
+{
+    CLI::App* const command =
+        tool.add_subcommand("completion", "Print a script that completes verbs and options in bash.");
+    command->footer("Examples:\n  source <(orvanectl completion)");
+    return {command, [&tool] {
+                std::cout << orvanectl::bashCompletion(tool);
+                if (std::cout.flush()) return orvanectl::kDone;
+                printLine(std::cerr, "orvanectl: cannot write to standard output");
+                return orvanectl::kFailed;
+            }};
+}
 
 int run(int argc, char** argv)
 {
@@ -31,9 +48,14 @@ int run(int argc, char** argv)
 
     std::vector<orvanectl::Verb> verbs;
     for (const auto add : kVerbs) verbs.push_back(add(tool));
+    verbs.push_back(addCompletionVerb(tool));
     try {
         tool.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        if (const std::string what = error.get_exit_code() == 0 ? "" : orvanectl::unknownWord(tool); !what.empty()) {
+            printLine(std::cerr, "orvanectl: ", what, " (orvanectl --help tells more)");
+            return orvanectl::kMisused;
+        }
         // Help and version end this way too, with 0.
         if (tool.exit(error, std::cout, std::cerr) != 0) return orvanectl::kMisused;
         if (std::cout.flush()) return orvanectl::kDone;

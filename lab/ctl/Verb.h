@@ -8,7 +8,7 @@
 namespace orvanectl {
 
 /// How the tool ends.
-enum ExitStatus : int { kDone = 0, kFailed = 1, kMisused = 2 };
+enum ExitStatus : int { kDone = 0, kFailed = 1, kMisused = 2, kRefused = 2 };
 
 /// A verb of the tool: what the command line says of it, and what it does once that is read. To add one, write its unit
 /// with a function as below and name that in the list of OrvaneCtl.cpp.
@@ -25,6 +25,9 @@ Verb addBusVerb(CLI::App& tool);
 
 /// Prints the records of DDS topics.
 Verb addEchoVerb(CLI::App& tool);
+
+/// Checks the files that the service reads.
+Verb addCheckVerb(CLI::App& tool);
 
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);

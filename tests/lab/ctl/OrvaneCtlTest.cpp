@@ -179,3 +179,64 @@ TEST_F(OrvaneCtlTest, ColourIsForTerminalsAndNotWithNoColor)
     EXPECT_EQ(shell("export NO_COLOR=1; " + onTerminal, file).output.find('\x1B'), std::string::npos);
     EXPECT_EQ(run({kTool, "decode", file}).output.find('\x1B'), std::string::npos);
 }
+
+TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"ech", "orvanectl: no verb \"ech\"; did you mean \"echo\"? (orvanectl --help tells more)\n"},
+        {"--socket /x bus",
+         "orvanectl: no option \"--socket\"; there are: --help, --version (orvanectl --help tells more)\n"},
+        {"bus --socket /x wath",
+         "orvanectl: bus: no verb \"wath\"; did you mean \"watch\"? (orvanectl --help tells more)\n"},
+        {"decode --jsn",
+         "orvanectl: decode: no option \"--jsn\"; did you mean \"--json\"? (orvanectl --help tells more)\n"},
+        {"xyzzy",
+         "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, completion (orvanectl --help tells "
+         "more)\n"},
+        {"",
+         "orvanectl: which verb? there are: decode, bus, echo, hz, check, completion (orvanectl --help tells more)\n"}};
+    for (const auto& [arguments, said] : rows) {
+        const Finished result = shell("\"$0\" " + std::string(arguments));
+        EXPECT_EQ(result.ending, Ending({2, 0})) << arguments;
+        EXPECT_EQ(result.errors, said);
+    }
+}
+
+TEST_F(OrvaneCtlTest, BashCompletesVerbsAndOptions)
+{
+    const auto completed = [](const std::string& words, int position) {
+        const Finished result =
+            run({"/bin/bash", "-c",
+                 "source <(\"$0\" completion); COMP_WORDS=(" + words + "); COMP_CWORD=" + std::to_string(position) +
+                     "; _orvanectl; echo \"${COMPREPLY[@]}\"",
+                 kTool});
+        EXPECT_EQ(result.errors, "");
+        return result.output;
+    };
+    EXPECT_EQ(completed("orvanectl e", 1), "echo\n");
+    EXPECT_EQ(completed("orvanectl bus wa", 2), "watch\n");
+    EXPECT_EQ(completed("orvanectl bus --socket /tmp/bus watch --", 5), "--help --json --count\n");
+    EXPECT_EQ(completed("orvanectl decode frames", 2), "\n");
+}
+
+TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)
+{
+    const std::string folder = (directory.path() / "config").string(), file = folder + "/OrvaneServer.xml";
+    ASSERT_EQ(shell("cp -r \"" ORVANE_LAB_DIR "/config\" \"$1\"", folder).ending, Ending({0, 0}));
+    Finished result = run({kTool, "check", "--config", folder});
+    EXPECT_EQ(result.ending, Ending({0, 0})) << result.output;
+    EXPECT_EQ(result.output, "orvanectl: 0 errors, 0 warnings: the service takes this configuration\n");
+
+    shell("sed -i 's/<PRI>0/<PRI>x/' \"$1\"", file);
+    result = run({kTool, "check", "--config", folder});
+    EXPECT_EQ(result.ending, Ending({1, 0}));
+    EXPECT_EQ(result.output,
+              file + ":24: warning: OrvaneServer/PRI: \"x\" is not wholly a number, 0 is taken; 0 to 99 may "
+                     "stand here\norvanectl: 0 errors, 1 warning: the service takes this configuration\n");
+
+    shell("rm \"$1\"", file);
+    result = run({kTool, "check", "--config", folder, "--json"});
+    EXPECT_EQ(result.ending, Ending({2, 0}));
+    EXPECT_TRUE(result.output.ends_with("{\"kind\":\"sum\",\"errors\":1,\"warnings\":0,\"starts\":false}\n"))
+        << result.output;
+}

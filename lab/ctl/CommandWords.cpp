@@ -1,0 +1,87 @@
+#include "lab/ctl/CommandWords.h"
+
+#include "lab/ctl/NearestWord.h"
+
+#include <vector>
+
+namespace orvanectl {
+
+namespace {
+
+std::vector<const CLI::App*> commandsOf(const CLI::App& app)
+{
+    return app.get_subcommands([](const CLI::App*) { return true; });
+}
+
+std::vector<std::string> verbsOf(const CLI::App& app)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* const command : commandsOf(app)) names.push_back(command->get_name());
+    return names;
+}
+
+std::string joined(const std::vector<std::string>& words, const char* between)
+{
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
+    return text;
+}
+
+std::vector<std::string> optionsOf(const CLI::App& app)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : app.get_options())
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+/// A row for the app and one for each command below it: the words before, and those that may come next.
+void addRows(const CLI::App& app, const std::string& path, std::string& rows)
+{
+    std::vector<std::string> words = verbsOf(app);
+    for (const std::string& option : optionsOf(app)) words.push_back(option);
+    rows += "    [\"" + path + "\"]=\"" + joined(words, " ") + "\"\n";
+    for (const CLI::App* const command : commandsOf(app)) addRows(*command, path + ' ' + command->get_name(), rows);
+}
+
+}  // namespace
+
+std::string unknownWord(const CLI::App& tool)
+{
+    const CLI::App* app = &tool;
+    std::string path;
+    while (app->remaining().empty() && !app->get_subcommands().empty()) {
+        app = app->get_subcommands().front();
+        path += app->get_name() + ": ";
+    }
+    const std::vector<std::string> verbs = verbsOf(*app), words = app->remaining();
+    if (words.empty()) return verbs.empty() ? "" : path + "which verb? there are: " + joined(verbs, ", ");
+    const std::string& word = words.front();
+    const bool isOption = word.starts_with('-') && word != "-";
+    if (!isOption && verbs.empty()) return "";
+    const std::vector<std::string> known = isOption ? optionsOf(*app) : verbs;
+    const std::string nearest = nearestWord(word, known);
+    return path + (isOption ? "no option \"" : "no verb \"") + word + "\"; " +
+           (nearest.empty() ? "there are: " + joined(known, ", ") : "did you mean \"" + nearest + "\"?");
+}
+
+std::string bashCompletion(const CLI::App& tool)
+{
+    std::string rows;
+    addRows(tool, tool.get_name(), rows);
+    return "# Completes orvanectl in bash: source <(orvanectl completion)\n"
+           "declare -A _orvanectl_words=(\n" +
+           rows +
+           ")\n"
+           "_orvanectl() {\n"
+           "    local path=orvanectl word next\n"
+           "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
+           "        next=\"$path $word\"\n"
+           "        [ -z \"${_orvanectl_words[$next]+known}\" ] || path=$next\n"
+           "    done\n"
+           "    COMPREPLY=($(compgen -W \"${_orvanectl_words[\"$path\"]}\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
+           "}\n"
+           "complete -o default -F _orvanectl orvanectl\n";
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,20 @@
+#ifndef LAB_CTL_COMMANDWORDS_H
+#define LAB_CTL_COMMANDWORDS_H
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+/// The words of the tool's command line, out of the tables that it is read by.
+namespace orvanectl {
+
+/// After a parse that failed: what to say if a verb is missing, or if a verb or an option is none that there is. Empty
+/// if something else is wrong.
+std::string unknownWord(const CLI::App& tool);
+
+/// A script for bash that completes the tool's verbs and options, and otherwise names of files.
+std::string bashCompletion(const CLI::App& tool);
+
+}  // namespace orvanectl
+
+#endif

@@ -1,0 +1,65 @@
+#ifndef LAB_CTL_CHECK_CHECKS_H
+#define LAB_CTL_CHECK_CHECKS_H
+
+#include "VICTORY/OrvaneServer/ServerSettings.h"
+#include "lab/ctl/check/ConfigCheck.h"
+#include "lab/ctl/check/ConfigText.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+/// The checks of one file each. All add to the findings what is wrong and throw nothing but what memory does.
+namespace orvanectl {
+
+/// What a key of a container must be.
+struct KeyRule {
+    enum class Kind {
+        Text,
+        Boolean,   ///< "true", "false" or a number
+        Number,    ///< decimal, 0x or octal
+        Decimal,   ///< decimal only
+        Decimals,  ///< decimal numbers with commas between them
+    };
+
+    const char* name;
+    Kind kind;
+    std::int64_t least;
+    std::int64_t most;
+    const char* meaning;  ///< what would be right
+};
+
+/// Looks at all keys of a container: missing, unknown and wrong ones.
+/// @param missing  what a missing key is
+void checkKeys(const ConfigContainer& container, std::span<const KeyRule> rules, Findings& findings,
+               Severity missing = Severity::Error);
+
+/// A number as the service reads it: by its leading digits, 0 if there are none. Tells if that isn't the whole text, or
+/// not within the bounds.
+/// @param base  0: decimal, 0x or octal
+std::int64_t checkNumber(const ConfigContainer& container, const ConfigKey& key, int base, std::int64_t least,
+                         std::int64_t most, Findings& findings);
+
+/// "; did you mean NAME?", or nothing if none is near.
+std::string suggestion(const std::string& word, const std::vector<std::string>& words);
+
+/// The top-level file.
+/// @return false if the files that it names are not known
+bool checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
+
+/// The file of the bus connections.
+void checkConnections(const std::string& path, Findings& findings);
+
+/// The file of the devices.
+/// @param looksAtMachine  whether the queue devices must be there
+void checkDevices(const std::string& path, bool looksAtMachine, Findings& findings);
+
+/// The bus library's configuration and its VCL text.
+void checkBusFiles(const std::string& configuration, const std::string& vcl, Findings& findings);
+
+/// The unit's sensors.
+void checkSensors(const std::string& path, Findings& findings);
+
+}  // namespace orvanectl
+
+#endif

@@ -1,0 +1,35 @@
+#include "lab/ctl/check/ConfigCheck.h"
+
+#include "lab/ctl/check/Checks.h"
+
+#include "face/FACE_Text.h"
+
+namespace orvanectl {
+
+namespace {
+
+constexpr const char* kUnitFolder = "/opt/halvex/config/";
+constexpr const char* kSensors = "/opt/halvex/config/HX_Sensor_Data.xml";
+
+}  // namespace
+
+std::string CheckOptions::found(const std::string& path) const
+{
+    if (folder.empty() || !path.starts_with(kUnitFolder)) return path;
+    return (folder.ends_with('/') ? folder : folder + '/') + path.substr(std::string(kUnitFolder).size());
+}
+
+Findings checkConfiguration(const CheckOptions& options)
+{
+    Findings findings;
+    ServerSettings settings;
+    if (checkServerFile(options, settings, findings)) {
+        checkConnections(options.found(FACE::textOf(settings.m_connectionsFile)), findings);
+        checkDevices(options.found(FACE::textOf(settings.m_ioDevicesFile)), options.folder.empty(), findings);
+    }
+    checkBusFiles(options.found(settings.m_victoryConfigurationFile), options.found(settings.m_vclFile), findings);
+    checkSensors(options.found(kSensors), findings);
+    return findings;
+}
+
+}  // namespace orvanectl

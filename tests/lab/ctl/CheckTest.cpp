@@ -1,0 +1,365 @@
+#include "lab/ctl/check/ConfigCheck.h"
+#include "lab/ctl/check/ConfigText.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+using namespace orvanectl;
+
+namespace {
+
+/// The lab's sample configuration, of which a test changes what it is about.
+struct CheckTest : testing::Test {
+    CheckTest()
+    {
+        for (const auto& file : std::filesystem::directory_iterator(ORVANE_LAB_DIR "/config"))
+            std::filesystem::copy(file, directory.path());
+        options.folder = directory.path().string();
+        options.file = pathOf("OrvaneServer.xml");
+    }
+
+    std::string pathOf(const std::string& name) const { return (directory.path() / name).string(); }
+
+    std::string textOf(const std::string& name) const
+    {
+        std::ifstream file(pathOf(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    /// Replaces the first place with `from`.
+    void change(const std::string& name, const std::string& from, const std::string& to) const
+    {
+        std::string text = textOf(name);
+        const auto at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        write(name, text.replace(at, from.size(), to));
+    }
+
+    void write(const std::string& name, const std::string& text) const
+    {
+        std::ofstream(pathOf(name), std::ios::binary) << text;
+    }
+
+    /// What is found, without the folder in front.
+    std::vector<std::string> found() const
+    {
+        std::vector<std::string> lines;
+        for (const Finding& finding : checkConfiguration(options).sorted())
+            lines.push_back(finding.asLine().substr(options.folder.size() + 1));
+        return lines;
+    }
+
+    TemporaryDirectory directory;
+    CheckOptions options;
+};
+
+using Lines = std::vector<std::string>;
+
+}  // namespace
+
+TEST_F(CheckTest, TheSampleIsSound)
+{
+    EXPECT_EQ(found(), Lines{});
+}
+
+TEST_F(CheckTest, AMissingKeyIsAnErrorAndWhatStandsThereIsNamed)
+{
+    change("OrvaneServer.xml", "<PARAM_4>0</PARAM_4>", "<PARM_4>0</PARM_4>");
+    EXPECT_EQ(found(), (Lines{"OrvaneServer.xml:15: error: OrvaneServer/PARAM_4: is missing: the server whose "
+                              "PositionVelocityAttitude is taken; 0 takes any",
+                              "OrvaneServer.xml:32: warning: OrvaneServer/PARM_4: is no key that is read; did you mean "
+                              "PARAM_4?"}));
+}
+
+TEST_F(CheckTest, AnEmptyKeyIsAnErrorInItsLine)
+{
+    change("OrvaneServer.xml", "<Debug>false</Debug>", "<Debug> </Debug>");
+    EXPECT_EQ(found(), Lines{"OrvaneServer.xml:22: error: OrvaneServer/Debug: is empty: true for more console output"});
+}
+
+TEST_F(CheckTest, ADoubledKeyNamesTheLineThatIsRead)
+{
+    change("OrvaneServer.xml", "<PRI>0</PRI>", "<PRI>0</PRI>\n<PRI>1</PRI>");
+    EXPECT_EQ(found(),
+              Lines{"OrvaneServer.xml:25: warning: OrvaneServer/PRI: stands in line 24 already, which is the one "
+                    "that is read"});
+}
+
+TEST_F(CheckTest, ADoubledNameNamesTheLineThatIsFound)
+{
+    change("Connections.xml", "</HX_Configurations>", "<Other><Name>UTCTime</Name></Other>\n</HX_Configurations>");
+    EXPECT_EQ(found(),
+              Lines{"Connections.xml:95: warning: UTCTime: the name is taken by line 53, which is the one that "
+                    "is found"});
+}
+
+TEST_F(CheckTest, NumbersAreWholeAndInRange)
+{
+    change("OrvaneServer.xml", "<PARAM_3>0<", "<PARAM_3>37x<");
+    change("OrvaneServer.xml", "<PRI>0<", "<PRI>100<");
+    EXPECT_EQ(found(),
+              (Lines{"OrvaneServer.xml:24: warning: OrvaneServer/PRI: 100 is out of range; 0 to 99 may stand here",
+                     "OrvaneServer.xml:31: warning: OrvaneServer/PARAM_3: \"37x\" is not wholly a number, 37 is "
+                     "taken; 0 to 255 may stand here"}));
+}
+
+TEST_F(CheckTest, ValuesThatOnlyLookHarmlessAreTold)
+{
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>0<");
+    change("OrvaneServer.xml", "<PARAM_8>12,7200<", "<PARAM_8>12<");
+    EXPECT_EQ(found(), (Lines{"OrvaneServer.xml:34: warning: OrvaneServer/PARAM_5: accepts frames of no server; a GPS "
+                              "receiver's number, such as 39, makes Blended Navigation possible",
+                              "OrvaneServer.xml:40: warning: OrvaneServer/PARAM_8: \"12\" is not two values, so that "
+                              "12,7200 is taken; two numbers of seconds with a comma between them may stand here"}));
+}
+
+TEST_F(CheckTest, AServerThatThereIsNotIsTold)
+{
+    change("OrvaneServer.xml", "<PARAM_7>0<", "<PARAM_7>7<");
+    EXPECT_EQ(found(),
+              Lines{"OrvaneServer.xml:37: warning: OrvaneServer/PARAM_7: no server has the number 7, so nothing "
+                    "will be taken from it"});
+}
+
+TEST_F(CheckTest, ACpuWhoseLowBitsAreZeroIsRefused)
+{
+    change("OrvaneServer.xml", "<CPU>0<", "<CPU>256<");
+    EXPECT_EQ(found(),
+              (Lines{"OrvaneServer.xml:25: warning: OrvaneServer/CPU: 256 is out of range; 0 to 255 may stand here",
+                     "OrvaneServer.xml:25: error: OrvaneServer/CPU: its low 8 bits are 0, which is no processor; "
+                     "1 is the first"}));
+}
+
+TEST_F(CheckTest, AFileThatIsMissingIsAnError)
+{
+    std::filesystem::remove(pathOf("IODevices.xml"));
+    EXPECT_EQ(found(), Lines{"IODevices.xml: error: No such file or directory"});
+}
+
+TEST_F(CheckTest, WithoutATopLevelFileTheOthersAreLookedAt)
+{
+    options.file = pathOf("missing.xml");
+    std::filesystem::remove(pathOf("HX_Sensor_Data.xml"));
+    EXPECT_EQ(found(), (Lines{"missing.xml: error: No such file or directory",
+                              "HX_Sensor_Data.xml: error: No such file or directory"}));
+}
+
+TEST_F(CheckTest, WhatIsNoXmlHasLineAndColumn)
+{
+    write("OrvaneServer.xml", "<HX_Configurations>\n  <System></Sytem>\n</HX_Configurations>\n");
+    EXPECT_EQ(found().at(0), "OrvaneServer.xml:2: warning: column 13: no XML: mismatched tag");
+    EXPECT_EQ(found().at(1),
+              "OrvaneServer.xml:2: error: the service can't read it (XML_ERROR_MISMATCHED_ELEMENT); it must "
+              "be XML");
+}
+
+TEST_F(CheckTest, ThousandsOfAttributesAreTold)
+{
+    std::string attributes;
+    for (int i = 0; i < 1001; ++i) attributes += " a" + std::to_string(i) + "=\"\"";
+    change("Connections.xml", "<Domain>", "<Domain" + attributes + ">");
+    EXPECT_EQ(found(),
+              Lines{"Connections.xml:5: warning: Domain: 1001 attributes; reading them takes their number squared"});
+}
+
+TEST_F(CheckTest, AnotherDocumentElementIsRefused)
+{
+    write("IODevices.xml", "<Devices/>");
+    EXPECT_EQ(found(), Lines{"IODevices.xml:1: error: Devices: the document element must be HX_Configurations"});
+}
+
+TEST_F(CheckTest, ATransportThatThereIsNotIsRefused)
+{
+    change("Connections.xml", ">UDP<", ">Udp<");
+    EXPECT_EQ(found(), Lines{"Connections.xml:17: error: FastRtps/UseTransport: \"Udp\" is no transport; SHM, UDP, "
+                             "TCP_Client or TCP_Server is; did you mean UDP?"});
+}
+
+TEST_F(CheckTest, ADomainBeyondThePortsIsRefused)
+{
+    change("Connections.xml", "<DomainId>0<", "<DomainId>233<");
+    EXPECT_EQ(found(),
+              Lines{"Connections.xml:9: error: FastRtps/DomainId: 233 would make UDP ports beyond 65535; 232 is "
+                    "the highest domain"});
+}
+
+TEST_F(CheckTest, ATopicThatTheServiceNeedsIsAnError)
+{
+    change("Connections.xml", "<Name>BitReport<", "<Name>BitReprot<");
+    EXPECT_EQ(found(), Lines{"Connections.xml: error: BitReport: the topic is missing; did you mean BitReprot?"});
+}
+
+TEST_F(CheckTest, TypesMustExistAndFit)
+{
+    change("Connections.xml", ">UTCTimePubSubType<", ">UtcTimePubSubTyp<");
+    change("Connections.xml", "idl::HalvexPNT<", "idl::UTCTime<");
+    EXPECT_EQ(found(),
+              (Lines{"Connections.xml:57: error: UTCTime/PubSubType: \"UtcTimePubSubTyp\" is no type support; did "
+                     "you mean UTCTimePubSubType?",
+                     "Connections.xml:63: error: HalvexPNT/TopicType: \"aspn2_msgs::idl::UTCTime\" is not the type "
+                     "of HalvexPNTPubSubType; aspn2_msgs::idl::HalvexPNT is"}));
+}
+
+TEST_F(CheckTest, ATopicOfOthersWithAWrongTypeIsAWarning)
+{
+    change("Connections.xml", "</HX_Configurations>",
+           "<Connection><Name>Other</Name><Parameters><TopicType>aspn2_msgs::idl::IMU</TopicType><PubSubType>ImuType"
+           "</PubSubType></Parameters></Connection></HX_Configurations>");
+    EXPECT_EQ(found(), Lines{"Connections.xml:95: warning: Other/PubSubType: \"ImuType\" is no type support"});
+}
+
+TEST_F(CheckTest, TheSamePortTwiceIsTold)
+{
+    change("IODevices.xml", "<Port>6<", "<Port>5<");
+    EXPECT_EQ(found(),
+              Lines{"IODevices.xml:16: warning: HX_ZEN/Port: 5 is the port of ZEN_HX, too; each queue has its own"});
+}
+
+TEST_F(CheckTest, BlocksThatOverlapAreTold)
+{
+    change("IODevices.xml", "0x43C10000", "0x43C00800");
+    EXPECT_EQ(found(),
+              Lines{"IODevices.xml:29: warning: Peripheral_Interface: the block lies within Processor_Interface of "
+                    "line 22"});
+}
+
+TEST_F(CheckTest, BlocksThatAreTooSmallAreTold)
+{
+    const std::string clock = "<BaseAddress>0x43C20000</BaseAddress>\n      <Size>";
+    change("IODevices.xml", clock + "0x1000", clock + "39");
+    EXPECT_EQ(found(),
+              Lines{"IODevices.xml:40: error: TimeStamp_Interface/Size: 39 bytes are too few; the service reads 40 "
+                    "of them at its start"});
+    change("IODevices.xml", clock + "39", clock + "40");
+    EXPECT_EQ(found(),
+              Lines{"IODevices.xml:40: warning: TimeStamp_Interface/Size: 40 bytes are too few for registers that "
+                    "reach to byte 136"});
+}
+
+TEST_F(CheckTest, BlocksBeyondTheAddressSpaceAreTold)
+{
+    change("IODevices.xml", "0x43C80000", "0xFFFFF001");
+    EXPECT_EQ(found(), Lines{"IODevices.xml:82: warning: PulseGen_Interface1 interface/Size: the block ends beyond the "
+                             "address space of 32 bits"});
+}
+
+TEST_F(CheckTest, NumberedBlocksBehindAGapAreTold)
+{
+    change("IODevices.xml", "Ptfe_Interface0", "Ptfe_Interface2");
+    const auto lines = found();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0],
+              "IODevices.xml:57: warning: Ptfe_Interface2 interface: there is no Ptfe_Interface0 interface, so that "
+              "this one is never opened");
+}
+
+TEST_F(CheckTest, ABusFileThatIsTooLongIsRefused)
+{
+    const std::string text = textOf("APNTServiceConfig_1_9.xml");
+    write("APNTServiceConfig_1_9.xml", text + std::string(65535 - text.size(), '\n'));
+    EXPECT_EQ(found(), Lines{});
+    write("APNTServiceConfig_1_9.xml", text + std::string(65536 - text.size(), '\n'));
+    EXPECT_EQ(found(),
+              Lines{"APNTServiceConfig_1_9.xml: error: the file is longer than the 65535 bytes that the bus library "
+                    "takes"});
+}
+
+TEST_F(CheckTest, AVclWithoutAGroupThatTheServiceChangesIsTold)
+{
+    change("APNT_VCL_1_9.xml", "ASSURED_PNT_NAVWAR_SA", "OTHER");
+    EXPECT_EQ(found(),
+              Lines{"APNT_VCL_1_9.xml:3: warning: ASSURED_PNT_NAVWAR_SA: no element has this type, so that the rate "
+                    "can't be changed when data are sanitized"});
+}
+
+TEST_F(CheckTest, AVclThatTheLibraryRefusesIsAnError)
+{
+    change("APNT_VCL_1_9.xml", "\"1000\"", "\"soon\"");
+    EXPECT_EQ(found(),
+              Lines{"APNT_VCL_1_9.xml: error: the bus library cannot use the VCL text, line 5: updatePeriod is no "
+                    "number of milliseconds"});
+}
+
+TEST_F(CheckTest, ASensorOfUnknownTypeIsAnErrorUnlessItIsDisabled)
+{
+    change("HX_Sensor_Data.xml", "SENSOR_TYPE_GPS", "SENSOR_TYPE_GSP");
+    EXPECT_EQ(found(),
+              Lines{"HX_Sensor_Data.xml:11: error: GPS/SensorType: \"VAPNTC_SENSOR_TYPE_GSP\" is no type of sensor; "
+                    "did you mean VAPNTC_SENSOR_TYPE_GPS?"});
+    change("HX_Sensor_Data.xml", "<Enabled>true<", "<Enabled>false<");
+    EXPECT_EQ(found(), Lines{});
+}
+
+TEST_F(CheckTest, ADoubledSensorIdIsTold)
+{
+    change("HX_Sensor_Data.xml", "ALTNAV-1", "GPS-1");
+    EXPECT_EQ(found(),
+              Lines{"HX_Sensor_Data.xml:17: warning: ALTNAV/SensorId: GPS-1 is the id of the sensor of line 6, too; "
+                    "each has its own"});
+}
+
+TEST_F(CheckTest, ASensorWhoseServerThereIsNotIsTold)
+{
+    change("HX_Sensor_Data.xml", "0x27", "0x07");
+    EXPECT_EQ(found(),
+              Lines{"HX_Sensor_Data.xml:13: warning: GPS/ComponentConfigurationId: no server has the number 0x07, so "
+                    "that no built-in test reports this sensor"});
+}
+
+TEST_F(CheckTest, MoreThanFiftySensorsAreTold)
+{
+    std::string sensors;
+    for (int i = 0; i < 51; ++i)
+        sensors +=
+            "<Sensor><Name>S" + std::to_string(i) + "</Name><Parameters><SensorId>S-" + std::to_string(i) +
+            "</SensorId><Enabled>true</Enabled><SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType>"
+            "<HasOtherSensorType>false</HasOtherSensorType><ComponentConfigurationId>0x27</ComponentConfigurationId>"
+            "<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>\n";
+    write("HX_Sensor_Data.xml", "<HX_Configurations>\n" + sensors + "</HX_Configurations>");
+    EXPECT_EQ(found(), Lines{"HX_Sensor_Data.xml:52: warning: S50: is the 51st sensor; the bus is told of 50"});
+}
+
+TEST_F(CheckTest, PathsOfTheUnitAreFoundInTheFolder)
+{
+    EXPECT_EQ(options.found("/opt/halvex/config/A.xml"), pathOf("A.xml"));
+    EXPECT_EQ(options.found("/etc/A.xml"), "/etc/A.xml");
+    EXPECT_EQ(CheckOptions{}.found("/opt/halvex/config/A.xml"), "/opt/halvex/config/A.xml");
+}
+
+TEST(FindingTest, JsonHasTheSameInMembers)
+{
+    const Finding finding{"a.xml", 3, Severity::Error, "S/K", "is \"bad\""};
+    EXPECT_EQ(finding.asLine(), "a.xml:3: error: S/K: is \"bad\"");
+    EXPECT_EQ(finding.json(),
+              "{\"kind\":\"finding\",\"file\":\"a.xml\",\"line\":3,\"severity\":\"error\",\"place\":\"S/K\","
+              "\"what\":\"is \\\"bad\\\"\"}\n");
+}
+
+TEST(FindingTest, WhatCantBePrintedReachesNoTerminal)
+{
+    EXPECT_EQ((Finding{"a", 0, Severity::Warning, "\x1b[31m", "x\ny"}).asLine(), "a: warning: \\x1B[31m: x\\x0Ay");
+}
+
+TEST(FindingsTest, AreSortedByFilesAsTheyWereBegunAndThenByLines)
+{
+    Findings findings;
+    findings.begin("b");
+    findings.warn(2, "", "second");
+    findings.begin("a");
+    findings.fail(1, "", "third");
+    findings.begin("b");
+    findings.fail(1, "", "first");
+    const auto sorted = findings.sorted();
+    ASSERT_EQ(sorted.size(), 3u);
+    EXPECT_EQ(sorted[0].what, "first");
+    EXPECT_EQ(sorted[1].what, "second");
+    EXPECT_EQ(sorted[2].what, "third");
+    EXPECT_EQ(findings.errors(), 2u);
+    EXPECT_EQ(findings.warnings(), 1u);
+}

@@ -1,10 +1,12 @@
 #include "utilities/ConsoleDescriptor.h"
 
 #include "utilities/OpenAgain.h"
+#include "utilities/WithoutStops.h"
 
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
+#include <optional>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -34,6 +36,9 @@ ConsoleDescriptor::~ConsoleDescriptor()
 ssize_t ConsoleDescriptor::write(std::string_view text) const
 {
     if (m_isSocket) return send(m_descriptor, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    // Another job may get the terminal behind the look at it. What is under way then goes out, which stops nobody.
+    std::optional<WithoutStops> guard;
+    if (m_isTerminal) guard.emplace();
     const bool hasRoom = m_piece == 0 || waitForRoom(std::chrono::milliseconds(0));
     if (!hasRoom || mustNotWrite()) {
         errno = EAGAIN;

@@ -1,8 +1,8 @@
 #include "VICTORY/Utilities/ConsoleTerminal.h"
 
 #include "utilities/OpenAgain.h"
+#include "utilities/WithoutStops.h"
 
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
@@ -11,25 +11,6 @@
 #include <utility>
 
 namespace {
-
-/// Holds back, on this thread, the signals that stop a job that touches a terminal which another job has just got.
-class WithoutStops {
-public:
-    WithoutStops()
-    {
-        sigset_t stops;
-        sigemptyset(&stops);
-        sigaddset(&stops, SIGTTIN);
-        sigaddset(&stops, SIGTTOU);
-        pthread_sigmask(SIG_BLOCK, &stops, &m_before);
-    }
-    ~WithoutStops() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    WithoutStops(const WithoutStops&) = delete;
-    WithoutStops& operator=(const WithoutStops&) = delete;
-
-private:
-    sigset_t m_before{};
-};
 
 bool isInBackground()
 {

@@ -4,6 +4,7 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
 #include "utilities/ConsoleLine.h"
+#include "utilities/WithoutStops.h"
 
 #include <gtest/gtest.h>
 
@@ -40,6 +41,9 @@ bool canBeOpenedAgain = true;
 
 /// What others do once it is known that there is room, if it is set.
 std::function<void()> s_afterLookForRoom;
+
+/// What others do once it is known how the terminal treats jobs in the background, if it is set.
+std::function<void()> s_afterLookAtTerminal;
 
 constexpr auto kShort = 20ms;
 constexpr auto kLong = 60s;  // waits for a reader who reads, however slow the machine is
@@ -148,6 +152,36 @@ struct Console {
 
 using ConsoleStreamBufferDeathTest = ConsoleStreamBufferTest;
 
+void stopJobsInTheBackground(const Terminal& terminal)
+{
+    const WithoutStops guard;
+    termios settings{};
+    tcgetattr(terminal.line(), &settings);
+    settings.c_lflag |= TOSTOP;
+    tcsetattr(terminal.line(), TCSANOW, &settings);
+}
+
+/// Runs what `play` returns in a job in the background of a terminal, and ends this process: by 7 if the job has ended,
+/// by 1 if it was stopped.
+template <class Play>
+[[noreturn]] void inTheBackground(Play play)
+{
+    setsid();
+    const Terminal terminal;
+    ioctl(terminal.line(), TIOCSCTTY, 0);
+    const auto job = play(terminal);
+    const pid_t child = fork();
+    if (child == 0) {
+        setpgid(0, 0);
+        job();
+        _exit(7);
+    }
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    if (WIFSTOPPED(status)) kill(child, SIGKILL);
+    std::_Exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+}
+
 }  // namespace
 
 // The name that the linker knows `openAgain` by.
@@ -168,6 +202,16 @@ int __wrap_poll(pollfd* descriptors, nfds_t count, int limit)
     const int ready = __real_poll(descriptors, count, limit);
     if (ready > 0 && s_afterLookForRoom) std::exchange(s_afterLookForRoom, nullptr)();
     return ready;
+}
+
+int __real_tcgetattr(int descriptor, termios* settings);
+int __wrap_tcgetattr(int descriptor, termios* settings);
+
+int __wrap_tcgetattr(int descriptor, termios* settings)
+{
+    const int code = __real_tcgetattr(descriptor, settings);
+    if (s_afterLookAtTerminal) std::exchange(s_afterLookAtTerminal, nullptr)();
+    return code;
 }
 }
 
@@ -432,28 +476,29 @@ TEST_P(ConsoleStreamBufferTest, OnATerminalALineGoesOutAtItsEnd)
 
 TEST_P(ConsoleStreamBufferDeathTest, ATerminalThatStopsJobsInTheBackgroundDoesNotStopThisOne)
 {
-    const auto play = [] {
-        setsid();
-        const Terminal terminal;
-        ioctl(terminal.line(), TIOCSCTTY, 0);
-        termios settings{};
-        tcgetattr(terminal.line(), &settings);
-        settings.c_lflag |= TOSTOP;
-        tcsetattr(terminal.line(), TCSANOW, &settings);
-        const pid_t job = fork();
-        if (job == 0) {
-            setpgid(0, 0);
+    const auto play = [](const Terminal& terminal) {
+        stopJobsInTheBackground(terminal);
+        return [&] {
             Console console(terminal.line());
             printLine(console.out, "from the background");
-            _exit(7);
-        }
-        int status = 0;
-        waitpid(job, &status, WUNTRACED);
-        if (WIFSTOPPED(status)) kill(job, SIGKILL);
-        std::_Exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+        };
     };
-    EXPECT_EXIT(play(), testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(inTheBackground(play), testing::ExitedWithCode(7), "");
 }
+
+TEST_P(ConsoleStreamBufferDeathTest, ATerminalThatBeginsToStopJobsBehindTheLookAtItDoesNotStopThisOne)
+{
+    const auto play = [](const Terminal& terminal) {
+        return [&] {
+            Console console(terminal.line());
+            s_afterLookAtTerminal = [&] { stopJobsInTheBackground(terminal); };
+            printLine(console.out, "under way");
+            if (s_afterLookAtTerminal) _exit(1);
+        };
+    };
+    EXPECT_EXIT(inTheBackground(play), testing::ExitedWithCode(7), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Terminals, ConsoleStreamBufferDeathTest, testing::Bool(),
                          [](const auto& row) { return row.param ? "OpenedAgain" : "AsTheyAre"; });
 

@@ -87,7 +87,7 @@ void ConsoleStreamBuffer::write(std::string_view text) noexcept
         text.remove_prefix(line.size());
     }
     if (text.empty()) return;
-    const bool isOut = !isBlocked() && sendRest() && sendOpenLine(text) && tellLost() && send(text);
+    const bool isOut = !isBlocked() && sendRest() && tellLost() && send(text);
     if (!isOut) keepOrLose(text);
 }
 
@@ -112,20 +112,10 @@ bool ConsoleStreamBuffer::sendRest()
     return isOut;
 }
 
-/// Completes the line that is out in part, before anything else can be told.
-bool ConsoleStreamBuffer::sendOpenLine(std::string_view& text)
-{
-    if (m_lost == 0 || !m_isLineOpen) return true;
-    std::string_view line = text.substr(0, sizeOfLine(text));
-    const std::size_t size = line.size();
-    const bool isOut = send(line);
-    text.remove_prefix(size - line.size());
-    return isOut;
-}
-
+/// The line that is out is complete then: lines are lost behind a whole one, or behind the rest of one.
 bool ConsoleStreamBuffer::tellLost()
 {
-    if (m_lost == 0 || m_isLineOpen) return true;
+    if (m_lost == 0) return true;
     std::array<char, 64> notice{};
     const int length =
         std::snprintf(notice.data(), notice.size(), "!!!!!! %" PRIu64 " console lines were lost\n", m_lost);

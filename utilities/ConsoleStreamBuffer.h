@@ -42,7 +42,6 @@ private:
     void write(std::string_view text) noexcept REQUIRES(m_mutex);
     bool isBlocked() const REQUIRES(m_mutex);
     bool sendRest() REQUIRES(m_mutex);
-    bool sendOpenLine(std::string_view& text) REQUIRES(m_mutex);
     bool tellLost() REQUIRES(m_mutex);
     bool send(std::string_view& text) REQUIRES(m_mutex);
     bool waitForReader(std::optional<std::chrono::steady_clock::time_point>& end) REQUIRES(m_mutex);

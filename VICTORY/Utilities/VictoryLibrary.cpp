@@ -96,8 +96,12 @@ public:
     bool isUsable() const { return m_file >= 0 && m_isAlike; }
     std::string path() const { return m_new.string(); }
 
-    /// Has what was written to it reach the disk.
-    bool synchronize() const { return ::fsync(m_file) == 0; }
+    /// Has what was written to it reach the disk. A file system that has no such order does without.
+    bool synchronize() const
+    {
+        if (::fsync(m_file) == 0) return true;
+        return errno == EINVAL || errno == ENOSYS || errno == ENOTSUP || errno == EROFS;
+    }
 
     /// False with `errno` if it can't.
     bool takePlace()

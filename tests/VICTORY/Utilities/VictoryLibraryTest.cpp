@@ -6,11 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using testing::ElementsAre;
@@ -61,7 +64,23 @@ struct ReplaceTextFileTest : VictoryLibraryTest {
     const std::string path = directory.write("file", "old");
 };
 
+/// What the next order to bring a file to the disk answers, and with which error; nothing if the disk does.
+std::optional<int> s_syncError;
+
 }  // namespace
+
+extern "C" {
+
+int __real_fsync(int file);
+int __wrap_fsync(int file);
+
+int __wrap_fsync(int file)
+{
+    if (!s_syncError) return __real_fsync(file);
+    errno = *std::exchange(s_syncError, std::nullopt);
+    return -1;
+}
+}
 
 TEST_F(VictoryLibraryTest, ZeroAloneIsSuccess)
 {
@@ -199,4 +218,25 @@ TEST_F(ReplaceTextFileTest, WhereThereIsNoFileYetItIsWrittenInPlace)
     EXPECT_TRUE(VictoryLibrary::replaceTextFile("new", none).isSuccess());
     EXPECT_EQ(victory.last("vutilWriteStringToFile").text(1), none);
     EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(ReplaceTextFileTest, AFileSystemThatCanNotBeToldToReachTheDiskKeepsNothingFromBeingSaved)
+{
+    for (const int error : {EINVAL, ENOSYS, ENOTSUP, EROFS}) {
+        directory.write("file", "old");
+        s_syncError = error;
+        EXPECT_TRUE(replace().isSuccess()) << error;
+        EXPECT_EQ(s_syncError, std::nullopt);
+        EXPECT_EQ(readFile(path), "new") << error;
+    }
+}
+
+TEST_F(ReplaceTextFileTest, ADiskThatFailsLeavesTheOldText)
+{
+    for (const int error : {EIO, ENOSPC, EDQUOT}) {
+        s_syncError = error;
+        EXPECT_FALSE(replace().isSuccess()) << error;
+        EXPECT_EQ(readFile(path), "old") << error;
+        EXPECT_THAT(names(), ElementsAre("file"));
+    }
 }

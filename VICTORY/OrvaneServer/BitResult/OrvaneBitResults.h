@@ -69,8 +69,8 @@ public:
     /// the running test. One thread at a time.
     /// @param name            goes into the results, and in front of what is reported about the file
     /// @param timeoutSeconds  s, limit of one test
-    /// @return false if the file can't be read, and the list is as it was; also if a sensor in it is of unknown type,
-    ///         and the list ends before that. Both are reported.
+    /// @return false if the file can't be read, for want of memory too, and the list is as it was; also if a sensor in
+    ///         it is of unknown type, and the list ends before that. Both are reported.
     bool Initialize(const std::string& name, int timeoutSeconds, bool debug) EXCLUDES(m_resultsMutex);
 
     /// Lets operations, reports and the cycle through. Any thread.

@@ -5,9 +5,11 @@
 #include "face/HX_Config_Helpers.h"
 #include "utilities/ConsoleLine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <new>
 
 using FACE::RETURN_CODE_TYPE;
 using SensorServer = OrvaneBitResults::SensorServer;
@@ -51,6 +53,7 @@ public:
     {
         RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
         HX_Config_Helpers::Get_String_Parameter(m_config, m_handle, key, value, code);
+        if (!value.is_valid()) throw std::bad_alloc();  // the text is there
         report(code, key, line);
     }
 
@@ -105,6 +108,13 @@ void reportDisabled(const SensorServer& server, const std::string& path)
     printLine(std::cout, text);
 }
 
+/// Whether all texts are there, which may not be so where memory has run out.
+bool isWhole(const SensorServer& server)
+{
+    return server.sensorId.is_valid() && server.sensorType.is_valid() && server.otherSensorType.is_valid() &&
+           server.componentConfigurationId.is_valid();
+}
+
 /// Appends the enabled sensors of a file that has been read; what was appended stays when it throws.
 void readSensors(FACE::HX_Config& config, const std::string& path, const std::string& name, bool debug,
                  std::vector<SensorServer>& servers)
@@ -129,6 +139,7 @@ void readSensors(FACE::HX_Config& config, const std::string& path, const std::st
             printLine(std::cout, server);
         }
     }
+    if (!std::ranges::all_of(servers, isWhole)) throw std::bad_alloc();
 }
 
 const char* wordOf(bool flag)
@@ -148,7 +159,7 @@ bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, b
     m_debug = debug;
 
     std::vector<SensorServer> servers;
-    bool isRead = false;
+    bool isBegun = false, isRead = false;
     try {
         FACE::HX_Config config;
         RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
@@ -159,6 +170,7 @@ bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, b
             SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
             return false;
         }
+        isBegun = true;
         readSensors(config, m_sensorFile, name, debug, servers);
         if (debug) printLine(std::cout, "m_serverCount =  ", servers.size());
         isRead = true;
@@ -167,7 +179,9 @@ bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, b
                                  ". Details: " + error.what();
         printLine(std::cerr, text);
         SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
+        if (!isBegun) return false;  // the list is the one from before; otherwise the rows that were read stay
     }
+    std::erase_if(servers, [](const SensorServer& server) { return !isWhole(server); });
     const MutexLock lock(m_resultsMutex);
     m_sensorServers.swap(servers);
     m_serverCount = m_sensorServers.size();

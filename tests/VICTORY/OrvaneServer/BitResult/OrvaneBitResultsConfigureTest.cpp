@@ -1,5 +1,6 @@
 #include "face/FACE_Text.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/support/FailingAllocation.h"
 
 #include <filesystem>
 #include <sstream>
@@ -231,6 +232,35 @@ TEST_F(BitConfigureTest, SecondInitializeThatFailsKeepsTheList)
     std::filesystem::remove(path());
     EXPECT_FALSE(initialize());
     EXPECT_THAT(ids(), ElementsAre("GPS 1", "IMU", "Speed"));
+}
+
+TEST_F(BitConfigureTest, MemoryThatRunsOutLeavesWholeRowsAlone)
+{
+    const ConsoleCapture errors(std::cerr);
+    std::set<std::vector<std::string>> left;  // by readings that failed
+    for (std::size_t granted = 0, refused = 1; refused > 0; ++granted) {
+        writeSensors({SensorText("old")});
+        ASSERT_TRUE(initialize());
+        writeSensors({SensorText("new"), SensorText("newer")});
+        bool isRead = false;
+        {
+            const FailingAllocation once(granted, 1);
+            isRead = initialize();
+            refused = once.refused();
+        }
+        if (isRead)
+            EXPECT_EQ(ids(), std::vector<std::string>({"new", "newer"}));
+        else
+            left.insert(ids());
+        for (const auto& sensor : sensors()) EXPECT_EQ(FACE::textOf(sensor.sensorType), "VAPNTC_SENSOR_TYPE_GPS");
+    }
+    // Before the first row was read the list is as it was; from then on it is what was read.
+    EXPECT_TRUE(left.contains({"old"}));
+    EXPECT_TRUE(left.contains({"new"}));
+    left.erase({"new", "newer"});
+    left.erase({"newer"});
+    left.erase(std::vector<std::string>{});
+    EXPECT_EQ(left.size(), 2u);
 }
 
 TEST_F(BitConfigureTest, SixtySensorsAreAllKept)

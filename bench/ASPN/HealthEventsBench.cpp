@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* kFile = "VICTORY/OrvaneServer/OrvaneServerHandlers.cpp";
+constexpr const char* kFile = "VICTORY/OrvaneServer/OrvaneServerInbound.cpp";
 constexpr const char* kText = "OrvaneServer: An exception occurred. Details: something about as long as texts are";
 constexpr int kFull = 2000;
 

@@ -5,8 +5,9 @@
 #include <cstdint>
 
 /// While this object lives, `operator new` of the calling thread throws `std::bad_alloc` once it has granted a number
-/// of requests, for as many more as it is told to refuse; other threads go on as ever. A program that compiles this unit has its allocation functions replaced.
-/// One object at a time in a thread; make no assertion in its scope, since that allocates too.
+/// of requests, for as many more as it is told to refuse; other threads go on as ever. A program that compiles this unit
+/// has its allocation functions replaced. One object at a time in a thread; make no assertion in its scope, since that
+/// allocates too.
 class FailingAllocation {
 public:
     explicit FailingAllocation(std::size_t granted = 0, std::size_t toRefuse = SIZE_MAX);

@@ -138,6 +138,7 @@ private:
 /// Both ways to a pipe or terminal: opened once more, and, where that can't be, as it is.
 struct ConsoleStreamBufferTest : testing::TestWithParam<bool> {
     ConsoleStreamBufferTest() { canBeOpenedAgain = GetParam(); }
+    ~ConsoleStreamBufferTest() override { s_afterLookForRoom = nullptr; }
 
     const HardDeadline deadline;
 };

@@ -81,7 +81,7 @@ void NavInputs::storeReceiver(const GSSIP& message)
 void NavInputs::join(const std::function<void(const Joined&)>& body)
 {
     const MutexLock lock(m_navDataMutex);
-    if (!newsLocked().areAll() || !belongTogether()) return;
+    if (!areAllNew() || !belongTogether()) return;
     if (!m_settings.m_quiet)
         printLine(std::cout, m_settings.m_serverName, ": ", kJoin,
                   ": *** All synchronized messages received. Processing... ");
@@ -94,27 +94,9 @@ void NavInputs::join(const std::function<void(const Joined&)>& body)
     m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
 }
 
-NavInputs::News NavInputs::news() const
+bool NavInputs::areAllNew() const
 {
-    const MutexLock lock(m_navDataMutex);
-    return newsLocked();
-}
-
-PositionVelocityAttitude NavInputs::latestPva() const
-{
-    const MutexLock lock(m_navDataMutex);
-    return m_pva;
-}
-
-GSSIP NavInputs::latestReceiver() const
-{
-    const MutexLock lock(m_navDataMutex);
-    return m_8504;
-}
-
-NavInputs::News NavInputs::newsLocked() const
-{
-    return {m_hasPVA, m_hasUTCTime, m_hasFusionPNT, m_hasMIS, m_hasAssuranceState, m_has8504};
+    return m_hasPVA && m_hasUTCTime && m_hasFusionPNT && m_hasMIS && m_hasAssuranceState && m_has8504;
 }
 
 bool NavInputs::belongTogether() const

@@ -31,13 +31,6 @@ public:
         const unpacked_msg8504_t& receiver;
     };
 
-    /// Which inputs came since the last output.
-    struct News {
-        bool pva, utcTime, fusionPNT, mis, assuranceState, receiver;
-        bool areAll() const { return pva && utcTime && fusionPNT && mis && assuranceState && receiver; }
-        bool areAny() const { return pva || utcTime || fusionPNT || mis || assuranceState || receiver; }
-    };
-
     explicit NavInputs(const ServerSettings& settings) : m_settings(settings) {}
 
     /// Store a message in place of the latest of its kind. False, and nothing done, if it is not from the source that
@@ -56,23 +49,17 @@ public:
     /// do when `body` throws.
     void join(const std::function<void(const Joined&)>& body) EXCLUDES(m_navDataMutex);
 
-    News news() const EXCLUDES(m_navDataMutex);
-
-    /// The latest of two kinds, used or not; without content before the first.
-    aspn2_msgs::idl::PositionVelocityAttitude latestPva() const EXCLUDES(m_navDataMutex);
-    aspn2_msgs::idl::GSSIP latestReceiver() const EXCLUDES(m_navDataMutex);
-
 private:
     template <class Message>
     bool storeLatest(const Message& message, std::uint8_t wantedSource, Message NavInputs::*latest,
                      bool NavInputs::*isNew) EXCLUDES(m_navDataMutex);
-    News newsLocked() const REQUIRES(m_navDataMutex);
+    bool areAllNew() const REQUIRES(m_navDataMutex);
 
     /// Whether all are close to the time message; shows how close, unless quiet.
     bool belongTogether() const REQUIRES(m_navDataMutex);
 
     const ServerSettings& m_settings;
-    mutable RankedMutex<LockRank::Inputs> m_navDataMutex;
+    RankedMutex<LockRank::Inputs> m_navDataMutex;
     aspn2_msgs::idl::PositionVelocityAttitude m_pva GUARDED_BY(m_navDataMutex);
     aspn2_msgs::idl::UTCTime m_utcTime GUARDED_BY(m_navDataMutex);
     aspn2_msgs::idl::HalvexPNT m_fusionPNT GUARDED_BY(m_navDataMutex);

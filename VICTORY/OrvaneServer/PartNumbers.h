@@ -40,7 +40,7 @@ public:
     void handlePartNumberResponses(const std::string& text, const unsigned char& serverId, unsigned char topicId)
         EXCLUDES(m_apntConfigurationMutex);
 
-    /// Waits until all have answered; false if the time is up before.
+    /// Waits until all have answered, and that has been told; false if the time is up before.
     bool waitForPartNumberResponses(int seconds) EXCLUDES(m_partNumberMutex);
 
     /// What a client's request for the configuration does: it waits, and says so if that was not long enough. The
@@ -52,9 +52,6 @@ public:
 
     /// Tells an empty record, and takes back a request that is due. The record itself keeps its rows.
     void wipeConfiguration() EXCLUDES(m_apntConfigurationMutex);
-
-    /// All have answered, and that has been told.
-    bool isComplete() const { return m_partNumbersComplete; }
 
 private:
     void sendRequest(const Send& send);

@@ -15,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using testing::ElementsAre;
@@ -45,12 +46,17 @@ VapntsService* __wrap_vapntsNewService(const char* configurationText, const char
 
 namespace {
 
-constexpr const char* kVcl = R"(<vcl:VCL>
+const char* const kVcl = R"(<?xml version="1.0"?>
+<vcl:VCL>
     <group type="ASSURED_PNT_BLENDED_NAVIGATION">
         <item name="updatePeriod" value="1"/>
+        <item name="other" value="2"/>
     </group>
     <group type="ASSURED_PNT_NAVWAR_SA">
         <item name="updatePeriod" value="3"/>
+    </group>
+    <group type="ASSURED_PNT_WARNINGS">
+        <item name="updatePeriod" value="4"/>
     </group>
 </vcl:VCL>
 )";
@@ -139,6 +145,8 @@ TEST_F(BusServiceTest, AGivenTextIsUsedAsItStands)
         vcl = victory.last("vapntsNewService").text(1);
     });
     bus.start("<mine/>");
+    EXPECT_THAT(allSteps(), ElementsAre("redirect", "prepare", "vutilReadStringFromFile", "vapntsNewService", "equip",
+                                        "vapntsStartService"));
     EXPECT_EQ(configuration, "<config/>");
     EXPECT_EQ(vcl, "<mine/>");
     bus.stop();
@@ -163,13 +171,19 @@ TEST_F(BusServiceTest, ItsAnswerIsThatOfThePreparationButTheServiceRuns)
 
 TEST_F(BusServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
 {
-    settings.m_vclFile = "none";
-    EXPECT_FALSE(bus.start(nullptr));
-    EXPECT_FALSE(bus.isStarted());
-    EXPECT_EQ(bus.service(), nullptr);
-    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
-    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
-                                             "reading VICTORY APNT configuration file\\.\n"));
+    for (std::string* const file : {&settings.m_victoryConfigurationFile, &settings.m_vclFile}) {
+        const std::string there = std::exchange(*file, "none");
+        EXPECT_FALSE(bus.start(nullptr)) << there;
+        EXPECT_FALSE(bus.isStarted()) << there;
+        EXPECT_EQ(bus.service(), nullptr) << there;
+        EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError)) << there;
+        EXPECT_THAT(allSteps(),
+                    ElementsAre("redirect", "prepare", "vutilReadStringFromFile", "vutilReadStringFromFile"));
+        steps.clear();
+        *file = there;
+    }
+    EXPECT_THAT(console.text(), MatchesRegex("(OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
+                                             "reading VICTORY APNT configuration file\\.\n){2}"));
 }
 
 TEST_F(BusServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
@@ -209,10 +223,14 @@ TEST_F(BusServiceTest, WhatTheOwnerThrowsFailsTheStartAndLeavesNoService)
 
 TEST_F(BusServiceTest, EndDeletesTheServiceAndReportsIt)
 {
+    EXPECT_FALSE(bus.stop());
     start();
+    VapntsService* const service = bus.service();
+    victory.onCall("vapntsDeleteService", [] { EXPECT_EQ(popHealthEvent(), "none"); });
     EXPECT_TRUE(bus.stop());
     EXPECT_FALSE(bus.isStarted());
-    EXPECT_EQ(victory.last("vapntsDeleteService").service, bus.service());
+    EXPECT_EQ(victory.last("vapntsDeleteService").service, service);
+    EXPECT_EQ(bus.service(), service);
     EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
     EXPECT_EQ(console.text(), "");
     EXPECT_FALSE(bus.stop());
@@ -275,9 +293,12 @@ TEST_F(BusServiceTest, LessThanASecondIsOnlyPrinted)
 {
     start();
     EXPECT_FALSE(bus.restart(999));
+    EXPECT_FALSE(bus.restart(0));
     EXPECT_THAT(allSteps(), IsEmpty());
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 999 "
-                                             "milliseconds\\.\n"));
+                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : "
+                                             "Updating VDM rate to 0 milliseconds\\.\n"));
+    EXPECT_TRUE(bus.isStarted());
 }
 
 TEST_F(BusServiceTest, ASecondRestartsTheService)
@@ -297,16 +318,23 @@ TEST_F(BusServiceTest, BothPeriodsOfTheTextAreNewAndTheFileStays)
     std::string text;
     victory.onCall("vapntsNewService", [&] { text = victory.last("vapntsNewService").text(1); });
     bus.restart(4294967295UL);
-    EXPECT_EQ(text, R"(<vcl:VCL>
+    EXPECT_EQ(text, R"(<?xml version="1.0"?>
+<vcl:VCL>
     <group type="ASSURED_PNT_BLENDED_NAVIGATION">
         <item name="updatePeriod" value="4294967295"/>
+        <item name="other" value="2"/>
     </group>
     <group type="ASSURED_PNT_NAVWAR_SA">
         <item name="updatePeriod" value="4294967295"/>
     </group>
+    <group type="ASSURED_PNT_WARNINGS">
+        <item name="updatePeriod" value="4"/>
+    </group>
 </vcl:VCL>
 )");
     EXPECT_EQ(readFile(settings.m_vclFile), kVcl);
+    EXPECT_EQ(victory.file(settings.m_vclFile), kVcl);
+    EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
 }
 
 TEST_F(BusServiceTest, AFailedRestartLeavesTheServiceDown)

@@ -6,6 +6,7 @@
 #include "tests/support/HardDeadline.h"
 #include "tests/support/HealthEvents.h"
 #include "tests/support/Meanwhile.h"
+#include "tests/support/ValueAt.h"
 #include "tests/support/VictoryRecorder.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -88,6 +90,32 @@ TEST_F(NavWarAwarenessTest, AReportWithoutABearingMakesNoThreat)
     EXPECT_THAT(centres(), IsEmpty());
 }
 
+TEST_F(NavWarAwarenessTest, AllNineLinesMayBeBearings)
+{
+    std::vector<Line> lines;
+    for (std::uint16_t center = 1; center <= 9; ++center) lines.push_back(bearing(center));
+    EXPECT_TRUE(receive(lines));
+    EXPECT_EQ(published().threatCount, 9U);
+}
+
+TEST_F(NavWarAwarenessTest, OtherStatesMakeNoThreatWhateverStandsBesideThem)
+{
+    for (const auto state : std::initializer_list<std::uint8_t>{0, 1, 3}) {
+        const auto statusA = static_cast<std::uint8_t>(0xFC | state);
+        EXPECT_FALSE(receive({{.statusA = statusA, .statusB = 0xFF}}));
+    }
+    EXPECT_TRUE(receive({{.statusA = 0xFE, .statusB = 0xFF}}));
+}
+
+TEST_F(NavWarAwarenessTest, ALineWithoutABearingMakesNoThreatAndNoWord)
+{
+    settings.m_debug = true;
+    const ConsoleCapture console(std::cout);
+    EXPECT_FALSE(receive({{.statusA = kState, .statusB = 0xFE}}));
+    EXPECT_EQ(console.text(),
+              "OrvaneServerOrvaneServer, processing Navwar SA from ThreatData (Line of Bearing) message\n");
+}
+
 TEST_F(NavWarAwarenessTest, AThreatHasTheLatestTime)
 {
     aspn2_msgs::idl::UTCTime message;
@@ -138,10 +166,11 @@ TEST_F(NavWarAwarenessTest, OfSixtyThreatsTheLastFiftyGoOutTheOldestFirst)
 {
     for (std::uint16_t center = 1; center <= 60; ++center) receive({bearing(center)});
     const auto record = published();
-    EXPECT_EQ(record.threatsPresent, 1U);
-    ASSERT_EQ(record.threatCount, 50U);
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 0), 1U);
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 4), 0U);
     for (std::size_t i = 0; i < 50; ++i)
-        EXPECT_EQ(record.threats[i].centreFrequency, 50000.0 * static_cast<double>(11 + i)) << i;
+        EXPECT_EQ(valueAt<double>(record, 8 + 704 * i + 640), 50000.0 * static_cast<double>(11 + i)) << i;
+    EXPECT_EQ(valueAt<std::uint32_t>(record, 35208), 50U);
 }
 
 TEST_F(NavWarAwarenessTest, EachThreatGoesOutOnceAndAnEmptyListIsToldToo)
@@ -254,7 +283,7 @@ TEST_F(NavWarAwarenessTest, DebugLinesTellTheReportAndEachThreat)
               .center = 20,
               .bandwidth = 5,
               .azimuth = 181,
-              .elevation = -90}});
+              .elevation = 91}});
     EXPECT_THAT(console.text(),
                 MatchesRegex("OrvaneServerOrvaneServer, processing Navwar SA from ThreatData \\(Line of Bearing\\) "
                              "message\n"
@@ -269,7 +298,7 @@ TEST_F(NavWarAwarenessTest, DebugLinesTellTheReportAndEachThreat)
                              "Pos_Accuracy   = 12\n"
                              "Az             = 181 deg, -3\\.14159\n"
                              "Az Conf \\(0-100\\)= 100\n"
-                             "El             = -90 deg, -1\\.5708\n"
+                             "El             = 91 deg, -1\\.5708\n"
                              "El Conf \\(0-100\\)= 100\n"
                              "Center         = 1e\\+06\n"
                              "BW             = 5000\n"

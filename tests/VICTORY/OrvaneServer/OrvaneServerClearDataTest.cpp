@@ -45,8 +45,7 @@ struct ClearDataTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.useBusFiles("config", "vcl");
-        server.startBus();
+        server.bus().start(nullptr);
         victory.forgetCalls();
         server.run();
         server.clearData().setClearDataInProgressTimeout(2h);
@@ -62,7 +61,7 @@ struct ClearDataTest : testing::Test {
 
     void stopBus()
     {
-        server.stopBus();
+        server.bus().stop();
         popHealthEvents();
         victory.forgetCalls();
     }
@@ -136,7 +135,7 @@ TEST_F(ClearDataTest, ARequestIsAnsweredOnceItIsAccepted)
     const auto calls = victory.calls("vapntsTellClearSystemData");
     ASSERT_EQ(calls.size(), 1U);
     EXPECT_EQ(calls[0].number(0), 0);
-    EXPECT_EQ(calls[0].service, server.busService());
+    EXPECT_EQ(calls[0].service, server.bus().service());
 }
 
 TEST_F(ClearDataTest, ARefusedRequestIsAnsweredTheSameWay)
@@ -345,12 +344,10 @@ TEST_F(ClearDataTest, NothingLeavesTheCallback)
 TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
 {
     const TemporaryDirectory directory;
-    server.useBusFiles(
-        "config",
-        directory.write(
-            "vcl.xml",
-            "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
-            "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>"));
+    server.settings().m_vclFile = directory.write(
+        "vcl.xml",
+        "<vcl:VCL><a type=\"ASSURED_PNT_BLENDED_NAVIGATION\"><item name=\"updatePeriod\" value=\"1000\"/></a>"
+        "<b type=\"ASSURED_PNT_NAVWAR_SA\"><item name=\"updatePeriod\" value=\"1000\"/></b></vcl:VCL>");
     const auto answerFrom = [this](int source) {
         CommandResponse message;
         message.header().device_id(source << 16);
@@ -378,7 +375,7 @@ TEST_F(ClearDataTest, SanitizeSlowsTheBusDownAndThenWipesTheConfiguration)
     answerFrom(38);  // the own configuration is as it was
     EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").record<VapntcSystemConfiguration>().componentCount, 2);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse)
@@ -389,12 +386,12 @@ TEST_F(ClearDataTest, SanitizeMayComeTwiceAndDuringAnOperationAndSendsNoResponse
         command(text);
         server.turn();
         EXPECT_TRUE(server.isSanitizeRequested());
-        EXPECT_TRUE(server.busRuns());
+        EXPECT_TRUE(server.bus().isStarted());
         EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("CommandResponse"))));
     }
     EXPECT_EQ(server.clearData().state(), ClearDataCommand::STATE_IN_PROGRESS);
     EXPECT_EQ(victory.count("vapntsDeleteService"), 3U);
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsToldAtTheStop)
@@ -410,7 +407,7 @@ TEST_F(ClearDataTest, ASanitizeThatCameAfterTheLastTurnIsToldAtTheStop)
     EXPECT_EQ(console.text(), "OrvaneServer: Stopped. Orders to sanitize that were not carried out: 2\n");
     server.turn();  // nothing waits any more
     EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, AStopWaitsForTheSanitizeInProgressAloneAndTellsHowManyItLeaves)
@@ -436,7 +433,7 @@ TEST_F(ClearDataTest, AStopWaitsForTheSanitizeInProgressAloneAndTellsHowManyItLe
     EXPECT_EQ(popHealthEvents().back(), "3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 10");
     EXPECT_THAT(console.text(),
                 testing::EndsWith("\nOrvaneServer: Stopped. Orders to sanitize that were not carried out: 10\n"));
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, AnOrderThatComesAfterTheEndOfTheWorkerIsToldToo)
@@ -460,7 +457,7 @@ TEST_F(ClearDataTest, AnOrderThatComesAfterTheEndOfTheWorkerIsToldToo)
     std::cout.rdbuf(previous);
     EXPECT_EQ(popHealthEvents().back(), "3:OrvaneServer: Stopped. Orders to sanitize that were not carried out: 1");
     EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, OrdersAreCarriedOutAgainAfterTheNextStart)
@@ -472,7 +469,7 @@ TEST_F(ClearDataTest, OrdersAreCarriedOutAgainAfterTheNextStart)
     EXPECT_TRUE(victory.waitForCalls("vapntsTellSystemConfiguration", 1));
     stop();
     EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("not carried out"))));
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, OfManyOrdersTenAreCarriedOutInOneTurn)
@@ -482,7 +479,7 @@ TEST_F(ClearDataTest, OfManyOrdersTenAreCarriedOutInOneTurn)
     EXPECT_EQ(victory.count("vapntsDeleteService"), 10U);
     server.turn();
     EXPECT_EQ(victory.count("vapntsDeleteService"), 10U);
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, ASanitizeThatFailsIsReportedAndHoldsNothingUp)
@@ -495,14 +492,14 @@ TEST_F(ClearDataTest, ASanitizeThatFailsIsReportedAndHoldsNothingUp)
     command("START_ZEROIZE");
     command("START_DESTROY");
     server.turn();
-    EXPECT_TRUE(server.isSelfTestOver());  // what stands behind it in the turn
+    EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);  // what stands behind it in the turn
     EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: An exception occurred. Details: no luck").Times(2));
     EXPECT_THAT(console.text(), ContainsRegex("OrvaneServer \\([0-9]+\\) cbCmd : An exception occurred in cbCmd\\. "
                                               "Details: OrvaneServer: An exception occurred\\. Details: no luck\n"));
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
     server.turn();  // does not take it up again
     EXPECT_EQ(victory.count("vapntsDeleteService"), 2U);
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, WhatIsNoStandardExceptionInASanitizeIsUnknown)
@@ -513,7 +510,7 @@ TEST_F(ClearDataTest, WhatIsNoStandardExceptionInASanitizeIsUnknown)
     server.turn();
     EXPECT_THAT(popHealthEvents(), Contains("3:OrvaneServer: Unknown c++ exception in cbCmd"));
     EXPECT_THAT(console.text(), HasSubstr(" cbCmd : OrvaneServer: Unknown c++ exception in cbCmd\n"));
-    server.stopBus();
+    server.bus().stop();
 }
 
 TEST_F(ClearDataTest, OnlyTheTwoStartCommandsBeginASanitize)

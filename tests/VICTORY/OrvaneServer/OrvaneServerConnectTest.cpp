@@ -5,8 +5,10 @@
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "face/FACE_Text.h"
+#include "ioss_mcsq/GssipTopicSerializer.h"
 #include "platform/FPGA.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/FreshInputs.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/VICTORY/OrvaneServer/ServiceTopics.h"
 #include "tests/platform/FpgaDesk.h"
@@ -14,18 +16,22 @@
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ErrorOf.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/NoNewThreads.h"
 #include "tests/support/OneConnection.h"
 #include "tests/support/QueueDevice.h"
 #include "tests/support/ServiceConfig.h"
 #include "tests/support/Topics.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdint>
 #include <fcntl.h>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -54,11 +60,13 @@ namespace {
 /// Where this process finds the devices of the unit, and which of them it has looked for.
 std::map<std::string, std::string> s_devices;
 std::vector<std::string> s_opened;
+std::function<void(const std::string&)> s_onOpen;  // if it is set
 
 const char* placeOf(const char* path)
 {
     if (!std::string(path).starts_with("/dev/m")) return path;
     s_opened.emplace_back(path);
+    if (s_onOpen) s_onOpen(path);
     const auto device = s_devices.find(path);
     return device != s_devices.end() ? device->second.c_str() : "/dev/null/missing";
 }
@@ -145,6 +153,7 @@ struct ConnectTest : testing::Test {
         s_devices = {
             {"/dev/mem", registers().path()}, {"/dev/mcs5", fromReceiver.path()}, {"/dev/mcs6", toReceiver.path()}};
         s_opened.clear();
+        s_onOpen = nullptr;
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
         setTopics(topicsWithout({}));
@@ -159,7 +168,6 @@ struct ConnectTest : testing::Test {
 
     void configure(ServerDoor& other) const
     {
-        other.useBusFiles("config", "vcl");
         auto& settings = other.settings();
         settings.m_systemName = "KOLT";
         const std::string devices = withoutEnd(queueDevicesText({{"ZEN_HX", "5"}, {"HX_ZEN", "6"}})) +
@@ -180,6 +188,16 @@ struct ConnectTest : testing::Test {
         auto rc = RETURN_CODE_TYPE::DATA_OVERFLOW;
         other->Framework_Connect("another file", rc);
         return rc;
+    }
+
+    /// Whether another service that asks whether the server is there gets an answer. START must have been.
+    bool isAnswered()
+    {
+        aspn2_msgs::idl::CommandResponse ping;
+        ping.command_response("BITSERVER_PING");
+        popHealthEvents();
+        server.command(ping);
+        return popHealthEvents().empty();
     }
 
     /// Whether the service reads what comes by a tap; this is no record, and so is dropped.
@@ -233,7 +251,7 @@ TEST_F(ConnectTest, AWholeUnitIsConnected)
     EXPECT_TRUE(isRead(toReceiver));
     EXPECT_THAT(s_opened, Contains("/dev/mem"));
     EXPECT_THAT(console.text(), HasSubstr(kBanner + "345-1290-118B  "));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
 }
 
 TEST_F(ConnectTest, IdentityLineHasTheBuildTimeBetweenAColonAndASlash)
@@ -285,11 +303,11 @@ TEST_F(ConnectTest, WithTwoTopicsMissingTheTapsAreConnectedAndNoReporterIsStarte
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
-    server.sendCommand("X");  // there is no transport for it
-    EXPECT_THAT(popHealthEvents(), Contains(HasSubstr("Could not publish CommandResponse")));
+    server.run();
+    EXPECT_FALSE(isAnswered());  // there is no transport for it
 }
 
 TEST_F(ConnectTest, ARefusedTapFromTheReceiverLeavesTheOtherAndStartsNoReporter)
@@ -297,7 +315,7 @@ TEST_F(ConnectTest, ARefusedTapFromTheReceiverLeavesTheOtherAndStartsNoReporter)
     s_devices.erase("/dev/mcs5");
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
@@ -306,7 +324,7 @@ TEST_F(ConnectTest, ARefusedTapToTheReceiverLeavesTheOtherAndStartsNoReporter)
     s_devices.erase("/dev/mcs6");
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
 
@@ -314,7 +332,7 @@ TEST_F(ConnectTest, WithoutADevicesFileNoReporterIsStarted)
 {
     server.settings().m_ioDevicesFile = "missing.xml";
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(s_opened, IsEmpty());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
@@ -338,7 +356,7 @@ TEST_F(ConnectTest, TapsAreConnectedWhenTheRegistersHaveNoConfigurationAndNoRepo
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
     EXPECT_TRUE(isRead(toReceiver));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
 }
@@ -376,12 +394,51 @@ TEST_F(ConnectTest, BehindARefusedRegistrationDevicesAndServiceAreConnectedAndNo
     setTopics(topicsWithout({}, "AssuranceState"));
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_TRUE(isRead(fromReceiver));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
     EXPECT_THAT(s_opened, Not(Contains("/dev/mem")));
 }
 
+TEST_F(ConnectTest, WithoutAThreadForTheTapsTheServerIsNotConnected)
+{
+    std::optional<NoNewThreads> noThreads;
+    s_onOpen = [&](const std::string& device) {
+        if (device == "/dev/mcs5") noThreads.emplace();  // before the tap asks for its thread
+    };
+    EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
+    EXPECT_TRUE(noThreads);
+    noThreads.reset();
+    EXPECT_THAT(console.text(), Not(HasSubstr(kBanner)));
+    EXPECT_TRUE(server.bus().isStarted());
+}
+
 // The end.
+
+TEST_F(ConnectTest, AFrameInHandIsWaitedForAtTheEndOfTheServer)
+{
+    auto other = std::make_unique<ServerDoor>(sensorFile);
+    configure(*other);
+    other->settings().m_gssipSourceServers = {39};
+    other->settings().m_quiet = false;
+    ASSERT_EQ(connect(*other), RETURN_CODE_TYPE::NO_ERROR);
+    other->run();
+    std::atomic<bool> isInHand = false, isEnding = false, hasEnded = false;
+    const BeforeNextLine frameIsShown([&] {
+        isInHand = true;
+        EXPECT_TRUE(eventually([&] { return isEnding.load(); }));
+        EXPECT_FALSE(eventually([&] { return hasEnded.load(); }, std::chrono::milliseconds(300)));
+    });
+    std::vector<std::uint8_t> bytes;
+    ASSERT_TRUE(GssipTopicSerializer().Serialize(FreshInputs::receiverAt(), bytes));
+    fromReceiver.send(bytes);
+    ASSERT_TRUE(eventually([&] { return isInHand.load(); }));
+    auto rc = RETURN_CODE_TYPE::NO_ACTION;
+    (*other)->Framework_Disconnect(rc);
+    isEnding = true;
+    other.reset();
+    hasEnded = true;
+    EXPECT_THAT(console.text(), HasSubstr("cbZentorGssip: Processed GSSIP: 8504 from ZentorM\n"));
+}
 
 namespace {
 
@@ -408,12 +465,13 @@ TEST_F(ConnectTest, TheEndGoesFromTheFpgaByTheTopicsToTheService)
 {
     std::vector<std::string> steps;
     const auto note = [&](const std::string& step) {
-        const std::string topics = server.sendCommand("X") ? "topics are connected" : "topics have ended";
+        const std::string topics = isAnswered() ? "topics are connected" : "topics have ended";
         steps.push_back(step + ": " + topics +
-                        (server.busRuns() ? ", the service runs" : ", the service is being ended"));
+                        (server.bus().isStarted() ? ", the service runs" : ", the service is being ended"));
     };
     server.settings().m_ioDevicesFile = "none";  // or else the server starts the FPGA itself
     connect();
+    server.run();
     const FpgaDesk desk;
     FpgaFace::Instance().InitFpga(std::make_shared<ClosingDevmem>(desk.devmem, [&] { note("FPGA"); }));
     victory.onCall("vapntsDeleteService", [&] { note("service"); });
@@ -432,7 +490,7 @@ TEST_F(ConnectTest, BehindAFailedTransportAllElseIsEndedAndOnce)
     EXPECT_EQ(connect(), RETURN_CODE_TYPE::INVALID_CONFIG);
     EXPECT_THAT(console.text(), HasSubstr(" Configuration missing.xml was not available\n"));
     EXPECT_THAT(console.text(), Not(HasSubstr("Error connecting to")));
-    ASSERT_TRUE(server.busRuns());
+    ASSERT_TRUE(server.bus().isStarted());
     OneConnection<aspn2_msgs::idl::EventLog> log("EventLog", "Log");
     log.registerSender();
     const ASPN2::DeviceIdFactory ids(3, 52);
@@ -446,7 +504,7 @@ TEST_F(ConnectTest, BehindAFailedTransportAllElseIsEndedAndOnce)
         auto rc = RETURN_CODE_TYPE::NO_ACTION;
         server->Framework_Disconnect(rc);
         EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ERROR);
-        EXPECT_FALSE(server.busRuns());
+        EXPECT_FALSE(server.bus().isStarted());
         EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
     }
     EXPECT_THAT(steps, ElementsAre("FPGA"));
@@ -472,7 +530,7 @@ TEST_F(ConnectTest, TheHealthReporterEndsBehindTheService)
     const ASPN2::DeviceIdFactory ids(3, 52);
     auto& reporter = HealthReporter::Instance();
     reporter.InitHealthReporter("unit", ids, log.front(), log.id());
-    ASSERT_TRUE(server.startBus());
+    ASSERT_TRUE(server.bus().start(nullptr));
     auto rc = RETURN_CODE_TYPE::NO_ACTION;
     server->Framework_Disconnect(rc);
     ASSERT_EQ(log.inbox.size(), 1U);
@@ -548,7 +606,7 @@ TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)
     connect();
     popHealthEvents();
     server.builtInTests().Start();
-    server.builtInTests().ExecuteBuiltInTests(server.busService());
+    server.builtInTests().ExecuteBuiltInTests(server.bus().service());
     server.builtInTests().cycleCommandedBitStateMachine();
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 
@@ -556,6 +614,6 @@ TEST_F(ConnectTest, ATestCommandBeyondTheLargestTextArrivesWhole)
     for (int i = 0; i < 60; ++i) command += ",10000";  // 372 characters
     const Listener<aspn2_msgs::idl::CommandResponse> listener(server, "Command");
     EXPECT_EQ(listener.first().command_response(), command);
-    server.builtInTests().GetBuiltInTestResults(server.busService(), {});
+    server.builtInTests().GetBuiltInTestResults(server.bus().service(), {});
     EXPECT_EQ(victory.last("vapntsTellGetBuiltInTestResults").record<VapntcBitResults>().results[0].status, 1);
 }

@@ -23,11 +23,10 @@ struct FaultTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.useBusFiles("config", "vcl");
-        server.startBus();
+        server.bus().start(nullptr);
         victory.forgetCalls();
     }
-    ~FaultTest() override { server.stopBus(); }
+    ~FaultTest() override { server.bus().stop(); }
 
     /// What the console shows of the turns that take the keys.
     std::string press(const std::string& keys)
@@ -104,7 +103,7 @@ TEST_F(FaultTest, FaultsAreRaisedInTheRunningService)
 {
     EXPECT_EQ(press("a1"), "OrvaneServer VictoryFaultHelper : APNT fault test mode\n"
                            "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 1\n");
-    EXPECT_EQ(victory.last("vapntsAddFault").service, server.busService());
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.bus().service());
 }
 
 TEST_F(FaultTest, OtherServicesAreNotThere)
@@ -114,7 +113,7 @@ TEST_F(FaultTest, OtherServicesAreNotThere)
 
 TEST_F(FaultTest, AServiceThatDoesNotRunIsNotThere)
 {
-    server.stopBus();
+    server.bus().stop();
     victory.forgetCalls();
     EXPECT_THAT(press("a"), HasSubstr("CANNOT change fault test mode to APNT Service! Mode remains: none.\n"));
     EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nnone. Fault: 0\n");
@@ -124,11 +123,11 @@ TEST_F(FaultTest, AServiceThatDoesNotRunIsNotThere)
 TEST_F(FaultTest, FaultsEndWithTheirServiceAndAreRaisedAnewInTheNext)
 {
     press("a1");
-    server.stopBus();
-    server.startBus();
+    server.bus().stop();
+    server.bus().start(nullptr);
     victory.forgetCalls();
     EXPECT_EQ(press("1"), "OrvaneServerAdded acknowledged Emergency\nAPNT Fault: 2\n");
-    EXPECT_EQ(victory.last("vapntsAddFault").service, server.busService());
+    EXPECT_EQ(victory.last("vapntsAddFault").service, server.bus().service());
     EXPECT_EQ(victory.count("vapntsRemoveFault"), 0U);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }

@@ -35,14 +35,13 @@ struct ManagementTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.useBusFiles("config", "vcl");
         popHealthEvents();
     }
 
     void start(const std::vector<SensorText>& sensors = {})
     {
         directory.write("sensors.xml", fileOf(sensors));
-        server.startBus();
+        server.bus().start(nullptr);
     }
 
     std::vector<std::int32_t> outputs() const
@@ -95,13 +94,13 @@ TEST_F(ManagementTest, ASanitizedUnitTellsNoConfigurationAtItsStart)
     start();
     EXPECT_EQ(victory.count(kTell), 0U);
     EXPECT_EQ(victory.count("vapntsTellAvailableSensors"), 1U);
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
 }
 
 TEST_F(ManagementTest, AnEmptySensorFileIsAListOfNoRows)
 {
     start();
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_EQ(sensors().sensorCount, 0);
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
@@ -191,7 +190,7 @@ TEST_F(ManagementTest, DefaultsDoNotDependOnWhatTheLibraryAnswers)
          {"vapntsTellAvailableOutputs", kTell, "vapntsTellAvailableSensors", "vapntsTellBlendedNavigationData"})
         victory.answer(operation, -1);
     start();
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 

@@ -15,6 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
+constexpr const char* kOffer = "vapntsInitTellExecuteBuiltInTestsCallback";
 constexpr const char* kSent = "3:OrvaneServer: Could not publish CommandResponse for TOV = 0, REQUEST_PARTNUMBERS";
 
 /// Without a transport a command that is sent shows as an event, `kSent`.
@@ -23,13 +24,12 @@ struct OrvaneServerPartNumbersTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.useBusFiles("config", "vcl");
-        server.startBus();
+        server.bus().start(nullptr);
         victory.forgetCalls();
         server.run();
         popHealthEvents();
     }
-    ~OrvaneServerPartNumbersTest() override { server.stopBus(); }
+    ~OrvaneServerPartNumbersTest() override { server.bus().stop(); }
 
     VapntcSystemConfiguration told() const
     {
@@ -47,10 +47,10 @@ TEST_F(OrvaneServerPartNumbersTest, FirstTurnAfterTheFlagFileSends)
     const TemporaryDirectory directory;
     server.settings().m_flagDirectory = directory.path().string();
     server.turn();
-    EXPECT_FALSE(server.isSelfTestOver());
+    EXPECT_EQ(victory.count(kOffer), 0U);
     Sys::announcePostComplete(directory.path().string());
     server.turn();
-    EXPECT_TRUE(server.isSelfTestOver());
+    EXPECT_EQ(victory.count(kOffer), 1U);
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     server.turn();
     EXPECT_THAT(popHealthEvents(), ElementsAre(kSent));
@@ -81,7 +81,7 @@ TEST_F(OrvaneServerPartNumbersTest, TheFlagIsNeverTakenBack)
         server.turn();
     }
     server.turn();
-    EXPECT_TRUE(server.isSelfTestOver());
+    EXPECT_THAT(popHealthEvents(), ElementsAre(kSent));
 }
 
 TEST_F(OrvaneServerPartNumbersTest, UntilAllIsThereTheNameSaysThatItIsBeingCollected)
@@ -97,5 +97,5 @@ TEST_F(OrvaneServerPartNumbersTest, UntilAllIsThereTheNameSaysThatItIsBeingColle
     EXPECT_STREQ(told().systemName, "Kolt Gen II");
     EXPECT_EQ(std::memcmp(told().manufacturerCode, "9XQ27", 5), 0);
     EXPECT_EQ(told().manufacturerCodePresent, 1U);
-    EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").service, server.busService());
+    EXPECT_EQ(victory.last("vapntsTellSystemConfiguration").service, server.bus().service());
 }

@@ -35,8 +35,7 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
     ServerDoor server;
     victory.setFile("config", "<config/>");
     victory.setFile("vcl", "<vcl:VCL/>");
-    server.useBusFiles("config", "vcl");
-    server.startBus();
+    server.bus().start(nullptr);
     victory.forgetCalls();
     server.turnPause() = 1ms;
     FACE::RETURN_CODE_TYPE::Value rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
@@ -54,5 +53,5 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
     EXPECT_TRUE(victory.waitForCalls("vapntsTellSystemConfiguration", 1));
     EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
     server->Request_State_Transition(FACE::LCM::Halvex::RequestedState::STOP, rc);
-    server.stopBus();
+    server.bus().stop();
 }

@@ -1,7 +1,6 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "utilities/COutputRedirector.h"
@@ -76,15 +75,24 @@ struct VictoryServiceTest : testing::Test {
     /// The library and the server read the file each in its own way.
     void setVcl(const std::string& text)
     {
-        server.useBusFiles("config", directory.write("vcl.xml", text));
+        server.settings().m_vclFile = directory.write("vcl.xml", text);
         victory.setFile(server.settings().m_vclFile, text);
     }
 
     void start()
     {
-        ASSERT_TRUE(server.startBus());
+        ASSERT_TRUE(server.bus().start(nullptr));
         popHealthEvents();
         victory.forgetCalls();
+    }
+
+    /// One turn, the first that sees the self test over: it lets built-in tests in.
+    void endSelfTest() { endSelfTest(server); }
+    void endSelfTest(ServerDoor& other) const
+    {
+        directory.write("PostComplete", "");
+        other.settings().m_flagDirectory = directory.path().string();
+        other.turn();
     }
 
     const TemporaryDirectory directory;
@@ -135,8 +143,8 @@ private:
 
 TEST_F(VictoryServiceTest, StartCallsTheLibraryInOrder)
 {
-    EXPECT_TRUE(server.startBus());
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().start(nullptr));
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(victory.operations(), ElementsAreArray(kStart));
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     EXPECT_EQ(console.text(), "");
@@ -145,7 +153,8 @@ TEST_F(VictoryServiceTest, StartCallsTheLibraryInOrder)
 TEST_F(VictoryServiceTest, FilesStandAtFixedPaths)
 {
     ServerDoor shipped(sensorFile);
-    shipped.startBus();
+    shipped.settings() = ServerSettings();
+    shipped.bus().start(nullptr);
     const auto reads = victory.calls("vutilReadStringFromFile");
     ASSERT_EQ(reads.size(), 2U);
     EXPECT_EQ(reads[0].text(0), "/opt/halvex/config/APNTServiceConfig_1_9.xml");
@@ -162,27 +171,20 @@ TEST_F(VictoryServiceTest, BuffersOfBothFilesAreZeroAtFirst)
         const auto* const buffer = static_cast<const char*>(read.pointer(2));
         zeros.push_back(std::count(buffer, buffer + read.number(1), '\0'));
     });
-    server.startBus();
+    server.bus().start(nullptr);
     EXPECT_THAT(zeros, ElementsAre(65536, 65536));
 }
 
 TEST_F(VictoryServiceTest, TextsOfBothFilesMakeTheService)
 {
-    server.startBus();
+    server.bus().start(nullptr);
     EXPECT_EQ(victory.last("vapntsNewService").text(0), "<config/>");
     EXPECT_EQ(victory.last("vapntsNewService").text(1), kVcl);
 }
 
-TEST_F(VictoryServiceTest, AGivenTextIsUsedAsItStandsAndTheFileIsNotRead)
-{
-    EXPECT_TRUE(server.startBus("<mine/>"));
-    EXPECT_EQ(victory.last("vapntsNewService").text(1), "<mine/>");
-    EXPECT_EQ(victory.count("vutilReadStringFromFile"), 1U);
-}
-
 TEST_F(VictoryServiceTest, GroupsHaveOneHertzAndCallbacksTheInstance)
 {
-    server.startBus();
+    server.bus().start(nullptr);
     const auto groups = victory.calls("vapntsInitPubGroup");
     ASSERT_EQ(groups.size(), 3U);
     for (int i = 0; i < 3; ++i) {
@@ -212,17 +214,17 @@ TEST_F(VictoryServiceTest, EachGroupTellsItsOwnRecord)
 TEST_F(VictoryServiceTest, ServiceCountsAsRunningOnlyOnceItHasStarted)
 {
     bool running = true;
-    victory.onCall("vapntsStartService", [&] { running = server.busRuns(); });
-    server.startBus();
+    victory.onCall("vapntsStartService", [&] { running = server.bus().isStarted(); });
+    server.bus().start(nullptr);
     EXPECT_FALSE(running);
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().isStarted());
 }
 
 TEST_F(VictoryServiceTest, RedirectionComesBeforeAllElse)
 {
     bool redirected = false;
     victory.onCall("vutilReadStringFromFile", [&] { redirected = COutputRedirector::originalStdOutStreamDest; });
-    server.startBus();
+    server.bus().start(nullptr);
     EXPECT_TRUE(redirected);
 }
 
@@ -231,26 +233,17 @@ TEST_F(VictoryServiceTest, ARunningServiceIsNotStartedAgainButTheOutputIsRedirec
     start();
     COutputRedirector().reset();
     ASSERT_EQ(COutputRedirector::originalStdOutStreamDest, nullptr);
-    EXPECT_TRUE(server.startBus());
+    EXPECT_TRUE(server.bus().start(nullptr));
     EXPECT_THAT(victory.operations(), IsEmpty());
     EXPECT_NE(COutputRedirector::originalStdOutStreamDest, nullptr);
-}
-
-TEST_F(VictoryServiceTest, SecondStartChangesNothing)
-{
-    start();
-    VapntsService* const service = server.busService();
-    EXPECT_TRUE(server.startBus("<other/>"));
-    EXPECT_THAT(victory.operations(), IsEmpty());
-    EXPECT_EQ(server.busService(), service);
 }
 
 TEST_F(VictoryServiceTest, AnUnreadableSensorFileIsTheAnswerButTheServiceRuns)
 {
     ServerDoor lame((directory.path() / "none.xml").string());
-    lame.useBusFiles("config", server.settings().m_vclFile);
-    EXPECT_FALSE(lame.startBus());
-    EXPECT_TRUE(lame.busRuns());
+    lame.settings().m_vclFile = server.settings().m_vclFile;
+    EXPECT_FALSE(lame.bus().start(nullptr));
+    EXPECT_TRUE(lame.bus().isStarted());
     EXPECT_EQ(victory.count("vapntsStartService"), 1U);
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre(testing::StartsWith("3:Halvex: Could not initialize configuration file: ")));
@@ -260,33 +253,17 @@ TEST_F(VictoryServiceTest, TestsOfTheUnitHaveTheConfiguredLimit)
 {
     server.settings().m_BITtimeoutSeconds = 7;
     start();
-    server.offerBuiltInTests();
+    endSelfTest();
     server.builtInTests().Start();
     victory.fireExecuteBuiltInTests();
     EXPECT_EQ(victory.last("vapntsTellExecuteBuiltInTests").real(0), 7.0);
-}
-
-TEST_F(VictoryServiceTest, AFileThatCannotBeReadIsReportedAndNoServiceMade)
-{
-    for (const std::string& missing : {std::string("config"), server.settings().m_vclFile}) {
-        ServerDoor lame(sensorFile);
-        lame.useBusFiles(missing == "config" ? "none" : "config",
-                         missing == "config" ? server.settings().m_vclFile : "none");
-        victory.forgetCalls();
-        EXPECT_FALSE(lame.startBus()) << missing;
-        EXPECT_FALSE(lame.busRuns());
-        EXPECT_THAT(victory.operations(), ElementsAre("vutilReadStringFromFile", "vutilReadStringFromFile"));
-        EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
-    }
-    EXPECT_THAT(console.text(), MatchesRegex("(OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer Error "
-                                             "reading VICTORY APNT configuration file\\.\n){2}"));
 }
 
 TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
 {
     victory.setFile("config", std::string(65535, 'c'));
     victory.setFile(server.settings().m_vclFile, std::string(65535, 'v'));
-    EXPECT_TRUE(server.startBus());
+    EXPECT_TRUE(server.bus().start(nullptr));
     EXPECT_EQ(victory.last("vapntsNewService").text(0), std::string(65535, 'c'));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), std::string(65535, 'v'));
 }
@@ -294,46 +271,25 @@ TEST_F(VictoryServiceTest, FilesOf65535CharactersAreReadWhole)
 TEST_F(VictoryServiceTest, ALongerFileIsRefusedNotCut)
 {
     victory.setFile(server.settings().m_vclFile, std::string(65536, 'v'));
-    EXPECT_FALSE(server.startBus());
+    EXPECT_FALSE(server.bus().start(nullptr));
     EXPECT_EQ(victory.count("vapntsNewService"), 0U);
     EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
-}
-
-TEST_F(VictoryServiceTest, AServiceThatIsNotMadeCountsAsAFailedRead)
-{
-    victory.answer("vapntsNewService", 0);
-    EXPECT_FALSE(server.startBus());
-    EXPECT_FALSE(server.busRuns());
-    EXPECT_EQ(victory.operations().back(), "vapntsNewService");
-    EXPECT_THAT(popHealthEvents(), ElementsAre(kReadError));
-}
-
-TEST_F(VictoryServiceTest, AnAnswerOtherThanZeroToTheStartIsShownAndChangesNothing)
-{
-    victory.answer("vapntsStartService", 1);
-    EXPECT_TRUE(server.startBus());
-    EXPECT_TRUE(server.busRuns());
-    EXPECT_THAT(popHealthEvents(), IsEmpty());
-    EXPECT_THAT(console.text(),
-                MatchesRegex("OrvaneServer \\([0-9]+\\) InitializeVictory : vapntsStartService answered 1\n"));
-    EXPECT_TRUE(server.stopBus());
-    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
 }
 
 TEST_F(VictoryServiceTest, AFailedRestartKeepsTheOldService)
 {
     start();
-    VapntsService* const service = server.busService();
+    VapntsService* const service = server.bus().service();
     victory.onCall("vapntsInitPubGroup", [] { throw std::runtime_error("no luck"); });
-    server.restartBus(1000);
-    EXPECT_FALSE(server.busRuns());
-    EXPECT_NE(server.busService(), nullptr);  // frames are taken in as before
-    EXPECT_NE(server.busService(), service);
+    server.bus().restart(1000);
+    EXPECT_FALSE(server.bus().isStarted());
+    EXPECT_NE(server.bus().service(), nullptr);  // frames are taken in as before
+    EXPECT_NE(server.bus().service(), service);
     victory.onCall("vapntsInitPubGroup", nullptr);
     victory.setFile("config", std::string(65536, 'c'));
-    VapntsService* const last = server.busService();
-    server.restartBus(1000);
-    EXPECT_EQ(server.busService(), last);
+    VapntsService* const last = server.bus().service();
+    server.bus().restart(1000);
+    EXPECT_EQ(server.bus().service(), last);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
 }
 
@@ -341,18 +297,18 @@ TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
 {
     for (const std::string& operation : kStart) {
         ServerDoor broken(sensorFile);
-        broken.useBusFiles("config", server.settings().m_vclFile);
+        broken.settings().m_vclFile = server.settings().m_vclFile;
         victory.forgetCalls();
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
-        EXPECT_FALSE(broken.startBus()) << operation;
-        EXPECT_FALSE(broken.busRuns()) << operation;
+        EXPECT_FALSE(broken.bus().start(nullptr)) << operation;
+        EXPECT_FALSE(broken.bus().isStarted()) << operation;
         EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck"))
             << operation;
         const bool isMade = victory.count("vapntsInitSaveVclidCallback") > 0;
         EXPECT_EQ(victory.count("vapntsDeleteService"), isMade ? 1U : 0U) << operation;
         victory.onCall(operation, nullptr);
-        EXPECT_TRUE(broken.startBus()) << operation;
-        broken.stopBus();
+        EXPECT_TRUE(broken.bus().start(nullptr)) << operation;
+        broken.bus().stop();
         popHealthEvents();
     }
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
@@ -363,7 +319,7 @@ TEST_F(VictoryServiceTest, WhateverThrowsIsReportedAndLeavesNoService)
 TEST_F(VictoryServiceTest, WhatIsNoStandardExceptionIsReportedAsUnknown)
 {
     victory.onCall("vapntsStartService", [] { throw 42; });
-    EXPECT_FALSE(server.startBus());
+    EXPECT_FALSE(server.bus().start(nullptr));
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred"));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\), InitializeVictory : OrvaneServer: Unknown c\\+"
                                              "\\+ exception occurred\n"));
@@ -373,52 +329,12 @@ TEST_F(VictoryServiceTest, AnExceptionWhileCleaningUpIsReportedToo)
 {
     victory.onCall("vapntsStartService", [] { throw 42; });
     victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("worse"); });
-    EXPECT_FALSE(server.startBus());
+    EXPECT_FALSE(server.bus().start(nullptr));
     EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: Unknown c++ exception occurred",
                                                "3:OrvaneServer: An exception occurred. Details: worse"));
 }
 
 // The end.
-
-TEST_F(VictoryServiceTest, EndDeletesTheServiceAndReportsIt)
-{
-    start();
-    VapntsService* const service = server.busService();
-    victory.onCall("vapntsDeleteService", [] { EXPECT_EQ(popHealthEvent(), "none"); });
-    EXPECT_TRUE(server.stopBus());
-    EXPECT_FALSE(server.busRuns());
-    EXPECT_EQ(victory.last("vapntsDeleteService").service, service);
-    EXPECT_EQ(server.busService(), service);
-    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
-    EXPECT_EQ(console.text(), "");
-}
-
-TEST_F(VictoryServiceTest, WhatDoesNotRunIsNotEnded)
-{
-    EXPECT_FALSE(server.stopBus());
-    start();
-    EXPECT_TRUE(server.stopBus());
-    EXPECT_FALSE(server.stopBus());
-    EXPECT_EQ(victory.count("vapntsDeleteService"), 1U);
-}
-
-TEST_F(VictoryServiceTest, EndIsPrintedOnDebug)
-{
-    start();
-    server.settings().m_debug = true;
-    server.stopBus();
-    EXPECT_EQ(console.text(), "OrvaneServer : VapntsService exited\n");
-}
-
-TEST_F(VictoryServiceTest, AnExceptionWhileDeletingIsReportedAndTheEndGoesOn)
-{
-    start();
-    victory.onCall("vapntsDeleteService", [] { throw std::runtime_error("no luck"); });
-    EXPECT_TRUE(server.stopBus());
-    EXPECT_FALSE(server.busRuns());
-    EXPECT_THAT(popHealthEvents(), ElementsAre("3:OrvaneServer: An exception occurred. Details: no luck",
-                                               "2:OrvaneServer : VapntsService exited"));
-}
 
 TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
 {
@@ -435,7 +351,7 @@ TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
             victory.fireClearSystemData(&data);
         }).join();
     });
-    EXPECT_TRUE(server.stopBus());
+    EXPECT_TRUE(server.bus().stop());
     EXPECT_THAT(popHealthEvents(),
                 ElementsAre("3:OrvaneServer : Cannot publish warnings while APNT service is not running! Warnings "
                             "remain queued.",
@@ -449,108 +365,41 @@ TEST_F(VictoryServiceTest, CallbacksRunToTheirEndWhileTheServiceIsDeleted)
                             "2:OrvaneServer : VapntsService exited"));
 }
 
-TEST_F(VictoryServiceTest, ServiceIsNotDeletedUnderACallOfAnotherThread)
-{
-    const HardDeadline deadline;
-    start();
-    std::atomic<bool> go = false;
-    victory.onCall("vapntsInitTellExecuteBuiltInTestsCallback",
-                   [&] { EXPECT_TRUE(eventually([&] { return go.load(); })); });
-    std::thread worker([&] { server.offerBuiltInTests(); });
-    EXPECT_TRUE(victory.waitForCalls("vapntsInitTellExecuteBuiltInTestsCallback", 1));
-    std::thread main([&] { server.stopBus(); });
-    EXPECT_FALSE(victory.waitForCalls("vapntsDeleteService", 1, 100ms));
-    go = true;
-    EXPECT_TRUE(victory.waitForCalls("vapntsDeleteService", 1));
-    worker.join();
-    main.join();
-    EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
-}
-
 TEST_F(VictoryServiceTest, WhatThrowsInAnyOtherCallLeavesNoLockBehind)
 {
     const HardDeadline deadline;
     start();
     victory.onCall("vapntsInitTellExecuteBuiltInTestsCallback", [] { throw std::runtime_error("no luck"); });
-    EXPECT_THROW(server.offerBuiltInTests(), std::runtime_error);
-    EXPECT_TRUE(server.stopBus());
+    EXPECT_THROW(endSelfTest(), std::runtime_error);
+    EXPECT_TRUE(server.bus().stop());
 }
 
 // The rate.
-
-TEST_F(VictoryServiceTest, LessThanASecondIsOnlyPrinted)
-{
-    start();
-    EXPECT_FALSE(server.restartBus(999));
-    EXPECT_FALSE(server.restartBus(0));
-    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 999 "
-                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating "
-                                             "VDM rate to 0 milliseconds\\.\n"));
-    EXPECT_THAT(victory.operations(), IsEmpty());
-    EXPECT_TRUE(server.busRuns());
-}
-
-TEST_F(VictoryServiceTest, ASecondRestartsTheService)
-{
-    start();
-    EXPECT_TRUE(server.restartBus(1000));
-    EXPECT_TRUE(server.busRuns());
-    auto expected = kStart;
-    expected[0] = "vapntsDeleteService";  // and one read, of the configuration alone
-    EXPECT_THAT(victory.operations(), ElementsAreArray(expected));
-    EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) updateVDMdataRate : Updating VDM rate to 1000 "
-                                             "milliseconds\\.\nOrvaneServer \\([0-9]+\\) updateVDMdataRate : "
-                                             "Restarting APNT\\.\n"));
-    EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited"));
-}
-
-TEST_F(VictoryServiceTest, TwoItemsOfTheTextHaveTheNewPeriodAndTheFileStays)
-{
-    start();
-    EXPECT_TRUE(server.restartBus(4294967295UL));
-    EXPECT_EQ(victory.last("vapntsNewService").text(1), R"(<?xml version="1.0"?>
-<vcl:VCL>
-    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
-        <item name="updatePeriod" value="4294967295"/>
-        <item name="other" value="2"/>
-    </group>
-    <group type="ASSURED_PNT_NAVWAR_SA">
-        <item name="updatePeriod" value="4294967295"/>
-    </group>
-    <group type="ASSURED_PNT_WARNINGS">
-        <item name="updatePeriod" value="4"/>
-    </group>
-</vcl:VCL>
-)");
-    EXPECT_EQ(readFile(server.settings().m_vclFile), kVcl);
-    EXPECT_EQ(victory.file(server.settings().m_vclFile), kVcl);
-    EXPECT_THAT(console.text(), HasSubstr("Updating VDM rate to 4294967295 milliseconds.\n"));
-}
 
 TEST_F(VictoryServiceTest, AMissingItemLeavesTheOtherChangeInPlace)
 {
     setVcl(R"(<vcl:VCL><a type="ASSURED_PNT_BLENDED_NAVIGATION"><b name="updatePeriod" value="1"/></a></vcl:VCL>)");
     start();
-    EXPECT_TRUE(server.restartBus(5000));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().restart(5000));
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_THAT(victory.last("vapntsNewService").text(1), HasSubstr(R"(<b name="updatePeriod" value="5000"/>)"));
 }
 
 TEST_F(VictoryServiceTest, AServiceThatIsDownIsStarted)
 {
-    EXPECT_TRUE(server.restartBus(1000));
-    EXPECT_TRUE(server.busRuns());
+    EXPECT_TRUE(server.bus().restart(1000));
+    EXPECT_TRUE(server.bus().isStarted());
     EXPECT_EQ(victory.count("vapntsDeleteService"), 0U);
 }
 
 TEST_F(VictoryServiceTest, AVclFileThatCannotBeLoadedLeavesItToTheLibrary)
 {
     start();
-    server.useBusFiles("config", (directory.path() / "none.xml").string());
+    server.settings().m_vclFile = (directory.path() / "none.xml").string();
     victory.answer("vapntsNewService", 0);
-    EXPECT_TRUE(server.restartBus(1000));
+    EXPECT_TRUE(server.bus().restart(1000));
     EXPECT_EQ(victory.last("vapntsNewService").text(1), "");
-    EXPECT_FALSE(server.busRuns());
+    EXPECT_FALSE(server.bus().isStarted());
     EXPECT_THAT(popHealthEvents(), ElementsAre("2:OrvaneServer : VapntsService exited", kReadError));
 }
 
@@ -559,8 +408,8 @@ TEST_F(VictoryServiceTest, AFailedRestartLeavesTheServiceDownAndDeletesItOnce)
     for (const char* operation : {"vutilReadStringFromFile", "vapntsNewService"}) {
         start();
         victory.onCall(operation, [] { throw std::runtime_error("no luck"); });
-        EXPECT_TRUE(server.restartBus(1000)) << operation;
-        EXPECT_FALSE(server.busRuns()) << operation;
+        EXPECT_TRUE(server.bus().restart(1000)) << operation;
+        EXPECT_FALSE(server.bus().isStarted()) << operation;
         EXPECT_EQ(victory.count("vapntsDeleteService"), 1U) << operation;
         victory.onCall(operation, nullptr);
     }
@@ -571,10 +420,10 @@ TEST_F(VictoryServiceTest, ARestartIsTheStateOfNoService)
 {
     start();
     victory.onCall("vapntsNewService", [&] {
-        EXPECT_FALSE(server.busRuns());
-        server.offerBuiltInTests();
+        EXPECT_FALSE(server.bus().isStarted());
+        endSelfTest();
     });
-    server.restartBus(1000);
+    server.bus().restart(1000);
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     EXPECT_EQ(victory.count("vapntsTellSystemConfiguration"), 1U);
 }
@@ -583,8 +432,8 @@ TEST_F(VictoryServiceTest, ARestartDoublesNoSensorAndSetsNoTestCallbacks)
 {
     directory.write("sensors.xml", fileOf(manySensors(3)));
     start();
-    server.offerBuiltInTests();
-    server.restartBus(1000);
+    endSelfTest();
+    server.bus().restart(1000);
     EXPECT_EQ(victory.last("vapntsTellAvailableSensors").record<VapntcAvailableSensors>().sensorCount, 3);
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
 }
@@ -740,9 +589,9 @@ TEST_F(VictoryServiceTest, WhatIsStillBufferedWhenTheServerEndsComesByToo)
 {
     {
         ServerDoor other(sensorFile);
-        other.startBus();
+        other.bus().start(nullptr);
         std::fputs("SOAP 1.2 fault SOAP-ENV:Sender 18", stdout);  // no line's end
-        other.stopBus();
+        other.bus().stop();
         EXPECT_THAT(console.text(), Not(HasSubstr("Sender 18")));
     }
     EXPECT_THAT(console.text(), HasSubstr(": Sending maintenance event: SOAP:SOAP 1.2 fault SOAP-ENV:Sender 18\n"));
@@ -754,7 +603,7 @@ TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)
 {
     start();
     EXPECT_THROW(victory.fireExecuteBuiltInTests(), std::logic_error);
-    server.offerBuiltInTests();
+    endSelfTest();
     EXPECT_THAT(victory.operations(),
                 ElementsAre("vapntsInitTellExecuteBuiltInTestsCallback", "vapntsInitTellGetBuiltInTestResultsCallback",
                             "vapntsInitTellClearBuiltInTestResultsCallback"));
@@ -771,10 +620,11 @@ TEST_F(VictoryServiceTest, TestCallbacksHaveTheTestsAsTheirContext)
 
 TEST_F(VictoryServiceTest, NoTestCallbacksAreSetInAServiceThatIsDown)
 {
-    server.offerBuiltInTests();
+    ServerDoor other(sensorFile);
+    endSelfTest(other);
     start();
-    server.stopBus();
-    server.offerBuiltInTests();
+    server.bus().stop();
+    endSelfTest();
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
 }
 
@@ -789,13 +639,11 @@ TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsT
     server.builtInTests().Start();
     start();
     server.turn();
-    EXPECT_FALSE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 0U);
 
     directory.write("PostComplete", "");
-    server.builtInTests().ExecuteBuiltInTests(server.busService());
+    server.builtInTests().ExecuteBuiltInTests(server.bus().service());
     server.turn();
-    EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
     // They are looked at before the self test is seen to be over.
     EXPECT_THAT(popHealthEvents(), Not(Contains(HasSubstr("REQUEST_PARTNUMBERS"))));
@@ -803,7 +651,6 @@ TEST_F(VictoryServiceTest, TurnThatSeesTheSelfTestOverLetsTestsInAndTheNextRunsT
 
     std::filesystem::remove(directory.path() / "PostComplete");  // once seen is seen
     server.turn();
-    EXPECT_TRUE(server.isSelfTestOver());
     EXPECT_EQ(victory.count("vapntsInitTellExecuteBuiltInTestsCallback"), 1U);
     EXPECT_THAT(popHealthEvents(), Contains(HasSubstr("REQUEST_PARTNUMBERS")));
     EXPECT_THAT(commands, ElementsAre("REQUEST_CBIT"));
@@ -821,7 +668,7 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
     std::atomic<int> published = 0;
     victory.onCall("vapntsTellBlendedNavigationData", [&] { ++published; });
     server.run();
-    server.startBus();
+    server.bus().start(nullptr);
 
     FrameBytes frame;
     ZentorM_8504_Msg status;
@@ -854,7 +701,6 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
         server.fromReceiver(record);
     }));
     threads.push_back(loop([&] { server.turn(); }));
-    threads.push_back(loop([&] { server.offerBuiltInTests(); }));
     threads.push_back(loop([&] { server.response(partNumbers); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(1); }); }));
     threads.push_back(loop([&] { library.run([&] { victory.fireTell(2); }); }));
@@ -864,16 +710,17 @@ TEST_F(VictoryServiceTest, NobodyUsesADeletedServiceWhateverMeets)
             victory.fireSystemConfiguration();
         });
     }));
-    threads.push_back(loop([&] { server.startBus(); }));
+    threads.push_back(loop([&] { server.bus().start(nullptr); }));
     for (int i = 0; i < 30; ++i) {
-        server.restartBus(1000);
-        server.stopBus();
+        if (i == 15) directory.write("PostComplete", "");
+        server.bus().restart(1000);
+        server.bus().stop();
         popHealthEvents();
         victory.forgetCalls();
     }
     stop = true;
     for (auto& thread : threads) thread.join();
-    server.stopBus();
+    server.bus().stop();
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
     EXPECT_GE(library.made, 30);
     EXPECT_EQ(library.deleted, library.made);

@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <initializer_list>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -30,13 +29,12 @@ struct OrvaneServerWarningsTest : testing::Test {
     {
         victory.setFile("config", "<config/>");
         victory.setFile("vcl", "<vcl:VCL/>");
-        server.useBusFiles("config", "vcl");
         server.settings().m_gssipSourceServers = {39};
-        server.startBus();  // which builds the table
+        server.bus().start(nullptr);  // which builds the table
         server.run();
         popHealthEvents();
     }
-    ~OrvaneServerWarningsTest() override { server.stopBus(); }
+    ~OrvaneServerWarningsTest() override { server.bus().stop(); }
 
     void receive(std::uint16_t number, const std::string& text = "")
     {
@@ -59,37 +57,6 @@ struct OrvaneServerWarningsTest : testing::Test {
 
 }  // namespace
 
-TEST_F(OrvaneServerWarningsTest, AListedNumberGoesOutWithoutItsText)
-{
-    receive(7, "receiver's words");
-    const auto record = published();
-    VapntcWarningMessage expected = {};
-    expected.warningId = 5;
-    EXPECT_EQ(record.warningCount, 1U);
-    EXPECT_EQ(std::memcmp(&record.warnings[0], &expected, sizeof expected), 0);
-}
-
-TEST_F(OrvaneServerWarningsTest, OtherNumbersAreCustomWithTheReceiversText)
-{
-    for (const auto number : std::initializer_list<std::uint16_t>{0, 6, 82, 65535})
-        receive(number, "HELLO, this warning has 32 chars");
-    const auto record = published();
-    ASSERT_EQ(record.warningCount, 4U);
-    for (std::uint32_t i = 0; i < record.warningCount; ++i) {
-        EXPECT_EQ(record.warnings[i].warningId, 75U);
-        EXPECT_EQ(record.warnings[i].customTextValid, 1U);
-        EXPECT_STREQ(record.warnings[i].customText, "HELLO, this warning has 32 chars");
-    }
-}
-
-TEST_F(OrvaneServerWarningsTest, ARefusedFrameQueuesNothing)
-{
-    auto frame = warningFrameOf(7);
-    frame.pop_back();
-    server.fromReceiver(receiverRecordOf(frame));
-    EXPECT_THAT(ids(), IsEmpty());
-}
-
 TEST_F(OrvaneServerWarningsTest, AnEmptyListIsToldWithTheGpsSeconds)
 {
     UTCTime time;
@@ -102,14 +69,14 @@ TEST_F(OrvaneServerWarningsTest, AnEmptyListIsToldWithTheGpsSeconds)
     expected.gpsSeconds = 345600.25;
     EXPECT_EQ(std::memcmp(&record, &expected, sizeof expected), 0);
     const auto call = victory.last("vapntsTellWarningMessagesData");
-    EXPECT_EQ(call.service, server.busService());
+    EXPECT_EQ(call.service, server.bus().service());
     EXPECT_EQ(call.time(), nullptr);
 }
 
 TEST_F(OrvaneServerWarningsTest, WhileTheServiceIsDownWarningsStayAndEveryTurnIsAnEvent)
 {
     receive(7);
-    server.stopBus();
+    server.bus().stop();
     popHealthEvents();
     const ConsoleCapture console(std::cout);
     publish();
@@ -122,7 +89,7 @@ TEST_F(OrvaneServerWarningsTest, WhileTheServiceIsDownWarningsStayAndEveryTurnIs
                                               "OrvaneServer : Cannot publish warnings while APNT service is not "
                                               "running! Warnings remain queued\\.\n"));
     EXPECT_EQ(victory.count("vapntsTellWarningMessagesData"), 0U);
-    server.startBus();
+    server.bus().start(nullptr);
     EXPECT_THAT(ids(), ElementsAre(5));
 }
 

@@ -187,7 +187,7 @@ TEST_F(PartNumbersTest, EveryAnswerIsToldAtOnceAndTheLastTurnGivesTheRealName)
     commandsOfTurn();
     for (const auto& source : kExpected) {
         commandsOfTurn();
-        EXPECT_FALSE(numbers.isComplete());
+        EXPECT_FALSE(numbers.waitForPartNumberResponses(0));
         answer(source);
     }
     EXPECT_STREQ(told().systemName, "Kolt Gen II - Collecting system information. Please wait and retry...");
@@ -195,7 +195,7 @@ TEST_F(PartNumbersTest, EveryAnswerIsToldAtOnceAndTheLastTurnGivesTheRealName)
     EXPECT_EQ(std::memcmp(told().manufacturerCode, "9XQ27", 5), 0);
     EXPECT_EQ(victory.count(kTell), 8U);
     commandsOfTurn();
-    EXPECT_TRUE(numbers.isComplete());
+    EXPECT_TRUE(numbers.waitForPartNumberResponses(0));
     EXPECT_STREQ(told().systemName, "Kolt Gen II");
     EXPECT_EQ(told().componentCount, 8);
     s_now += 1h;
@@ -209,10 +209,10 @@ TEST_F(PartNumbersTest, ASilentComponentKeepsTheExchangeOpen)
     for (const auto& source : kExpected)
         if (source.server != 38) answer(source);
     commandsOfTurn();
-    EXPECT_FALSE(numbers.isComplete());
+    EXPECT_FALSE(numbers.waitForPartNumberResponses(0));
     answer({38, 0});
     commandsOfTurn();
-    EXPECT_TRUE(numbers.isComplete());
+    EXPECT_TRUE(numbers.waitForPartNumberResponses(0));
 }
 
 TEST_F(PartNumbersTest, RowsAreThoseOfTheirComponents)
@@ -475,10 +475,10 @@ TEST_F(PartNumbersTest, SevenComponentsAreExpected)
             if (server != missing.server || topic != missing.topic)
                 fresh.handlePartNumberResponses("PARTNUMBERS", server, topic);
         turnOfFresh();
-        EXPECT_FALSE(fresh.isComplete()) << int{missing.server};
+        EXPECT_FALSE(fresh.waitForPartNumberResponses(0)) << int{missing.server};
         fresh.handlePartNumberResponses("PARTNUMBERS", missing.server, missing.topic);
         turnOfFresh();
-        EXPECT_TRUE(fresh.isComplete()) << int{missing.server};
+        EXPECT_TRUE(fresh.waitForPartNumberResponses(0)) << int{missing.server};
     }
     EXPECT_THAT(popHealthEvents(), IsEmpty());
     answerAll();
@@ -493,7 +493,7 @@ TEST_F(PartNumbersTest, TheLastAnswerGivesTheRealNameAndNothingElseChanges)
     turn();
     for (const auto& source : kExpected) {
         turn();
-        EXPECT_FALSE(numbers.isComplete());
+        EXPECT_FALSE(numbers.waitForPartNumberResponses(0));
         answer(source);
         EXPECT_STREQ(told().systemName, "Kolt Gen II - Collecting system information. Please wait and retry...");
     }
@@ -501,7 +501,7 @@ TEST_F(PartNumbersTest, TheLastAnswerGivesTheRealNameAndNothingElseChanges)
     std::memset(expected.systemName, 0, sizeof expected.systemName);
     std::strcpy(expected.systemName, "Kolt Gen II");
     turn();
-    EXPECT_TRUE(numbers.isComplete());
+    EXPECT_TRUE(numbers.waitForPartNumberResponses(0));
     const auto record = told();
     EXPECT_EQ(std::memcmp(&record, &expected, sizeof expected), 0);
     EXPECT_EQ(victory.last(kTell).service, bus.service());
@@ -526,13 +526,13 @@ TEST_F(PartNumbersTest, ASilentComponentKeepsItOpen)
     for (const auto& source : kExpected)
         if (source.server != 38) answer(source);
     turn();
-    EXPECT_FALSE(numbers.isComplete());
+    EXPECT_FALSE(numbers.waitForPartNumberResponses(0));
     s_now += 10s;
     EXPECT_THAT(turn(), ElementsAre(kTimeout));
     EXPECT_THAT(turn(), ElementsAre(kSent));
     answer({38, 0});
     turn();
-    EXPECT_TRUE(numbers.isComplete());
+    EXPECT_TRUE(numbers.waitForPartNumberResponses(0));
 }
 
 TEST_F(PartNumbersTest, AnUnfinishedExchangeGoesOnBehindASanitizeOfTheConfiguration)
@@ -639,10 +639,10 @@ TEST_F(PartNumbersTest, TheSensorsOtherTopicGoesTheGenericWay)
     for (const auto& [id, topic] : kExpected)
         if (id != 47) answer({id, topic});
     turn();
-    EXPECT_FALSE(numbers.isComplete());  // that of the other topic is still missing
+    EXPECT_FALSE(numbers.waitForPartNumberResponses(0));  // that of the other topic is still missing
     answer({47, 0});
     turn();
-    EXPECT_TRUE(numbers.isComplete());
+    EXPECT_TRUE(numbers.waitForPartNumberResponses(0));
 }
 
 TEST_F(PartNumbersTest, ARepeatedAnswerReplacesItsRowsWhereTheyStand)

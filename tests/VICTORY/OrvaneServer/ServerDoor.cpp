@@ -1,5 +1,8 @@
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 
+#include <stdexcept>
+#include <utility>
+
 /// The server with what its derived classes may use in the open.
 struct ServerDoor::Server : OrvaneServer {
     Server(ServerDoor& door, const std::string& sensorFile) : OrvaneServer(sensorFile), m_door(door) {}
@@ -13,42 +16,42 @@ struct ServerDoor::Server : OrvaneServer {
         m_door.onBlendedNavigation ? m_door.onBlendedNavigation() : OrvaneServer::attemptBlendedNavigationProcessing();
     }
 
-    using OrvaneServer::cbAssuranceState;
-    using OrvaneServer::cbBitReport;
     using OrvaneServer::cbClearSystemDataCallback;
     using OrvaneServer::cbCmd;
-    using OrvaneServer::cbHalvexPNT;
     using OrvaneServer::cbHxGssip;
-    using OrvaneServer::cbMeasurementIncorporationStatus;
-    using OrvaneServer::cbPVA;
     using OrvaneServer::cbRsp;
     using OrvaneServer::cbSaveVclidCallback;
     using OrvaneServer::cbTellNavWarSaCallback;
     using OrvaneServer::cbTellSystemConfigurationCallback;
     using OrvaneServer::cbTellWarningMessagesCallback;
-    using OrvaneServer::cbUTCTime;
     using OrvaneServer::cbZentorGssip;
-    using OrvaneServer::InitializeVictory;
     using OrvaneServer::logMaintenanceEvent;
     using OrvaneServer::m_bitResults;
     using OrvaneServer::m_bus;
     using OrvaneServer::m_clearDataCommand;
-    using OrvaneServer::m_inputs;
     using OrvaneServer::m_navWar;
     using OrvaneServer::m_partNumbers;
-    using OrvaneServer::m_postCompleteSeen;
     using OrvaneServer::m_sanitizeOrders;
     using OrvaneServer::m_settings;
-    using OrvaneServer::m_state;
     using OrvaneServer::m_turnPause;
     using OrvaneServer::m_warnings;
-    using OrvaneServer::m_workerThread;
-    using OrvaneServer::performPOSTcomplete;
+    using OrvaneServer::m_workerStop;
     using OrvaneServer::processClearDataRequest;
-    using OrvaneServer::sendCommandResponseMessage;
-    using OrvaneServer::ShutdownVictory;
-    using OrvaneServer::updateVDMdataRate;
     using OrvaneServer::workerTurn;
+
+    void take(const UTCTime& message) { cbUTCTime(message); }
+    void take(const PositionVelocityAttitude& message) { cbPVA(message); }
+    void take(const HalvexPNT& message) { cbHalvexPNT(message); }
+    void take(const MeasurementIncorporationStatus& message) { cbMeasurementIncorporationStatus(message); }
+    void take(const AssuranceState& message) { cbAssuranceState(message); }
+    void take(const BitReport& report) { cbBitReport(report); }
+
+    void transition(FACE::LCM::Halvex::RequestedState::Value requested)
+    {
+        auto rc = FACE::RETURN_CODE_TYPE::NOT_AVAILABLE;
+        Request_State_Transition(requested, rc);
+        if (rc != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::logic_error("the server is in that state");
+    }
 
     static_assert(noexcept(OrvaneServer::cbSaveVclidCallback(nullptr, nullptr, nullptr)));
     static_assert(noexcept(OrvaneServer::cbTellNavWarSaCallback(nullptr, nullptr)));
@@ -84,7 +87,11 @@ void ServerDoor::Library::tellConfiguration() const
     Server::cbTellSystemConfigurationCallback(m_context, m_service);
 }
 
-ServerDoor::ServerDoor(const std::string& sensorFile) : m_server(std::make_unique<Server>(*this, sensorFile)) {}
+ServerDoor::ServerDoor(const std::string& sensorFile) : m_server(std::make_unique<Server>(*this, sensorFile))
+{
+    settings().m_victoryConfigurationFile = "config";
+    settings().m_vclFile = "vcl";
+}
 
 ServerDoor::~ServerDoor() = default;
 
@@ -103,51 +110,31 @@ ServerSettings& ServerDoor::settings() const
     return m_server->m_settings;
 }
 
-void ServerDoor::useBusFiles(const std::string& configuration, const std::string& vcl)
-{
-    m_server->m_settings.m_victoryConfigurationFile = configuration;
-    m_server->m_settings.m_vclFile = vcl;
-}
-
 void ServerDoor::run()
 {
-    m_server->m_state = FACE::LCM::Halvex::ReportedState::RUNNING;
+    const auto pause = std::exchange(m_server->m_turnPause, std::chrono::milliseconds(0));
+    m_server->transition(FACE::LCM::Halvex::RequestedState::START);
+    m_server->Stop();
+    m_server->m_turnPause = pause;
 }
 
 void ServerDoor::halt()
 {
-    m_server->m_state = FACE::LCM::Halvex::ReportedState::STOPPED;
+    m_server->transition(FACE::LCM::Halvex::RequestedState::STOP);
 }
 
-void ServerDoor::deliver(const aspn2_msgs::idl::UTCTime& message)
+template <class Message>
+void ServerDoor::deliver(const Message& message)
 {
-    m_server->cbUTCTime(message);
+    m_server->take(message);
 }
 
-void ServerDoor::deliver(const aspn2_msgs::idl::PositionVelocityAttitude& message)
-{
-    m_server->cbPVA(message);
-}
-
-void ServerDoor::deliver(const aspn2_msgs::idl::HalvexPNT& message)
-{
-    m_server->cbHalvexPNT(message);
-}
-
-void ServerDoor::deliver(const aspn2_msgs::idl::MeasurementIncorporationStatus& message)
-{
-    m_server->cbMeasurementIncorporationStatus(message);
-}
-
-void ServerDoor::deliver(const aspn2_msgs::idl::AssuranceState& message)
-{
-    m_server->cbAssuranceState(message);
-}
-
-void ServerDoor::deliver(const aspn2_msgs::idl::BitReport& report)
-{
-    m_server->cbBitReport(report);
-}
+template void ServerDoor::deliver(const aspn2_msgs::idl::UTCTime&);
+template void ServerDoor::deliver(const aspn2_msgs::idl::PositionVelocityAttitude&);
+template void ServerDoor::deliver(const aspn2_msgs::idl::HalvexPNT&);
+template void ServerDoor::deliver(const aspn2_msgs::idl::MeasurementIncorporationStatus&);
+template void ServerDoor::deliver(const aspn2_msgs::idl::AssuranceState&);
+template void ServerDoor::deliver(const aspn2_msgs::idl::BitReport&);
 
 void ServerDoor::fromReceiver(const aspn2_msgs::idl::GSSIP& record)
 {
@@ -181,13 +168,9 @@ void ServerDoor::collectPartNumbers()
     turn();
 }
 
-bool ServerDoor::sendCommand(const std::string& text)
-{
-    return m_server->sendCommandResponseMessage(text);
-}
-
 void ServerDoor::turn()
 {
+    m_server->m_workerStop = false;  // as the worker finds it, which orders to sanitize look at
     m_server->workerTurn();
 }
 
@@ -196,44 +179,14 @@ std::chrono::milliseconds& ServerDoor::turnPause()
     return m_server->m_turnPause;
 }
 
-std::thread::id ServerDoor::worker() const
+BusService& ServerDoor::bus() const
 {
-    return m_server->m_workerThread.get_id();
-}
-
-bool ServerDoor::isSelfTestOver() const
-{
-    return m_server->m_postCompleteSeen;
-}
-
-bool ServerDoor::startBus(const char* vclText)
-{
-    return m_server->InitializeVictory(vclText);
-}
-
-bool ServerDoor::stopBus()
-{
-    return m_server->ShutdownVictory();
-}
-
-bool ServerDoor::restartBus(unsigned long periodMs)
-{
-    return m_server->updateVDMdataRate(periodMs);
-}
-
-bool ServerDoor::busRuns() const
-{
-    return m_server->m_bus.isStarted();
-}
-
-VapntsService* ServerDoor::busService() const
-{
-    return m_server->m_bus.service();
+    return m_server->m_bus;
 }
 
 ServerDoor::Library ServerDoor::busLibrary() const
 {
-    return {static_cast<OrvaneServer*>(m_server.get()), busService()};
+    return {static_cast<OrvaneServer*>(m_server.get()), bus().service()};
 }
 
 unsigned ServerDoor::libraryPrints(const char* text, unsigned length)
@@ -241,19 +194,9 @@ unsigned ServerDoor::libraryPrints(const char* text, unsigned length)
     return m_server->logMaintenanceEvent(text, length);
 }
 
-void ServerDoor::offerBuiltInTests()
-{
-    m_server->performPOSTcomplete();
-}
-
 bool ServerDoor::processClearDataRequest(VapntcSystemData* data)
 {
-    return m_server->processClearDataRequest(busService(), data);
-}
-
-const NavInputs& ServerDoor::inputs() const
-{
-    return m_server->m_inputs;
+    return m_server->processClearDataRequest(bus().service(), data);
 }
 
 std::vector<VapntcNavWarSaThreat> ServerDoor::threats() const

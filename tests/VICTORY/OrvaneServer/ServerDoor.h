@@ -2,6 +2,7 @@
 #define TESTS_VICTORY_ORVANESERVER_SERVERDOOR_H
 
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
+#include "VICTORY/OrvaneServer/BusService.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
 #include "VICTORY/libvictory/victory.h"
@@ -19,7 +20,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 /// A server, and what tests may do with it beside its public operations: what its unit, the bus library and a tester do
@@ -45,6 +45,7 @@ public:
         VapntsService* m_service;
     };
 
+    /// The bus library is to find its two files under "config" and "vcl", unless the settings are changed.
     explicit ServerDoor(const std::string& sensorFile = OrvaneBitResults::kSensorFile);
     ~ServerDoor();
     ServerDoor(const ServerDoor&) = delete;
@@ -56,18 +57,18 @@ public:
 
     /// To be changed while no other thread looks at them.
     ServerSettings& settings() const;
-    void useBusFiles(const std::string& configuration, const std::string& vcl);
 
-    // What the unit sends. It is heard from `run` to `halt`, which change the state alone.
+    // What the unit sends. It is heard from START to STOP.
 
+    /// START, and the end of the worker, whose turns are the tests' own then. It may have taken some already.
     void run();
+
+    /// STOP.
     void halt();
-    void deliver(const aspn2_msgs::idl::UTCTime& message);
-    void deliver(const aspn2_msgs::idl::PositionVelocityAttitude& message);
-    void deliver(const aspn2_msgs::idl::HalvexPNT& message);
-    void deliver(const aspn2_msgs::idl::MeasurementIncorporationStatus& message);
-    void deliver(const aspn2_msgs::idl::AssuranceState& message);
-    void deliver(const aspn2_msgs::idl::BitReport& report);
+
+    /// One of the five inputs that are messages of their own, or a report of built-in tests.
+    template <class Message>
+    void deliver(const Message& message);
     void fromReceiver(const aspn2_msgs::idl::GSSIP& record);
     void toReceiver(const aspn2_msgs::idl::GSSIP& record);
     void command(const aspn2_msgs::idl::CommandResponse& message);
@@ -76,15 +77,10 @@ public:
     /// Lets all services of the unit answer with their part numbers, and the exchange end.
     void collectPartNumbers();
 
-    /// Publishes a command; false if it can't be.
-    bool sendCommand(const std::string& text);
-
     // The worker.
 
     void turn();
     std::chrono::milliseconds& turnPause();
-    std::thread::id worker() const;  ///< that of no thread if there is none
-    bool isSelfTestOver() const;     ///< as a turn has seen it
 
     /// In place of the two steps of a turn that may be replaced, if they are set. Set them before the worker runs.
     std::function<void()> onFaultTest;
@@ -92,27 +88,19 @@ public:
 
     // The bus library's service.
 
-    /// @param vclText  null for that of the file
-    bool startBus(const char* vclText = nullptr);
-    bool stopBus();
-    bool restartBus(unsigned long periodMs);
-    bool busRuns() const;
-    VapntsService* busService() const;  ///< the latest that was made; null before the first
+    BusService& bus() const;
     Library busLibrary() const;
     static Library libraryWithoutContext() { return {nullptr, nullptr}; }
 
     /// What the library prints. @return how much of it was taken
     unsigned libraryPrints(const char* text, unsigned length);
 
-    /// Lets the library run built-in tests, as the end of the self test does.
-    void offerBuiltInTests();
-
-    /// Maps a client's request, null for one without data, and carries it out; false if it was refused.
+    /// Maps a client's request, null for one without data, and carries it out; false if it was refused. A call-back
+    /// doesn't come this far while the service is down.
     bool processClearDataRequest(VapntcSystemData* data);
 
-    // What has come, and what is to be told.
+    // What is to be told: the bus is told it later, some of it once.
 
-    const NavInputs& inputs() const;
     std::vector<VapntcNavWarSaThreat> threats() const;
     std::vector<VapntcWarningMessage> warnings() const;
     bool isSanitizeRequested() const;

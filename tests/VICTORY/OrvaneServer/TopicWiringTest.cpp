@@ -20,6 +20,7 @@
 
 #include <atomic>
 #include <iostream>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -205,6 +206,33 @@ TEST_F(TopicWiringTest, OnceDisconnectedNothingIsSentAndNoHandlerIsCalled)
     EXPECT_EQ(commands, 0);
     wiring.disconnect();
     TopicWiring(settings).disconnect();
+}
+
+// What a call-back holds goes with it.
+TEST_F(TopicWiringTest, CallBacksEndInTheOrderOfTheConnectionsAndAllBeforeTheSenders)
+{
+    std::vector<std::string> ends;
+    const auto holding = [&](const std::string& name) {
+        const auto note = [&, name](const int*) {
+            const bool isSent = wiring.send(Topic::Response, messageOf("A"));
+            ends.push_back(name + (isSent ? "" : " without a sender"));
+        };
+        return [held = std::shared_ptr<const int>(nullptr, note)](const auto&) {};
+    };
+    ASSERT_EQ(wiring.connect({.bitReport = holding("bit report"),
+                              .command = holding("command"),
+                              .response = holding("response"),
+                              .pva = holding("position"),
+                              .utcTime = holding("time"),
+                              .halvexPNT = holding("halvex"),
+                              .mis = holding("measurements"),
+                              .assuranceState = holding("assurance")}),
+              RETURN_CODE_TYPE::NO_ERROR);
+    ASSERT_THAT(ends, IsEmpty());
+    wiring.disconnect();
+    EXPECT_THAT(ends, ElementsAre("bit report", "command", "response", "position", "time", "halvex", "measurements",
+                                  "assurance"));
+    EXPECT_FALSE(wiring.send(Topic::Response, messageOf("A")));
 }
 
 TEST_F(TopicWiringTest, EveryRegistrationIsEnded)

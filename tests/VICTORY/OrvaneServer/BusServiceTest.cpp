@@ -1,4 +1,5 @@
 #include "VICTORY/OrvaneServer/BusService.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
@@ -18,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+using BusFiles::kVcl;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -45,21 +47,6 @@ VapntsService* __wrap_vapntsNewService(const char* configurationText, const char
 }
 
 namespace {
-
-const char* const kVcl = R"(<?xml version="1.0"?>
-<vcl:VCL>
-    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
-        <item name="updatePeriod" value="1"/>
-        <item name="other" value="2"/>
-    </group>
-    <group type="ASSURED_PNT_NAVWAR_SA">
-        <item name="updatePeriod" value="3"/>
-    </group>
-    <group type="ASSURED_PNT_WARNINGS">
-        <item name="updatePeriod" value="4"/>
-    </group>
-</vcl:VCL>
-)";
 
 constexpr const char* kReadError = "3:OrvaneServer Error reading VICTORY APNT configuration file.";
 

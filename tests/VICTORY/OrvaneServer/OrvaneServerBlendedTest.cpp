@@ -1,4 +1,5 @@
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/FreshInputs.h"
 #include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
@@ -32,8 +33,7 @@ constexpr const char* kTell = "vapntsTellBlendedNavigationData";
 struct BlendedServerTest : testing::Test {
     BlendedServerTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.settings().m_gssipSourceServers = {39};
         server.bus().start(nullptr);
         server.run();

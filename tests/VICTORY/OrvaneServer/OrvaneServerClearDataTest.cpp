@@ -1,4 +1,5 @@
 #include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
@@ -43,8 +44,7 @@ constexpr const char* kReturned = "cbClearSystemDataCallback : Return code to VD
 struct ClearDataTest : testing::Test {
     ClearDataTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.bus().start(nullptr);
         victory.forgetCalls();
         server.run();

@@ -8,6 +8,7 @@
 #include "ioss_mcsq/GssipTopicSerializer.h"
 #include "platform/FPGA.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/FreshInputs.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/VICTORY/OrvaneServer/ServiceTopics.h"
@@ -154,8 +155,7 @@ struct ConnectTest : testing::Test {
             {"/dev/mem", registers().path()}, {"/dev/mcs5", fromReceiver.path()}, {"/dev/mcs6", toReceiver.path()}};
         s_opened.clear();
         s_onOpen = nullptr;
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         setTopics(topicsWithout({}));
         configure(server);
         popHealthEvents();

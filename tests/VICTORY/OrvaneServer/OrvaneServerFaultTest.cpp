@@ -1,3 +1,4 @@
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/ConsoleCapture.h"
@@ -21,8 +22,7 @@ namespace {
 struct FaultTest : testing::Test {
     FaultTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.bus().start(nullptr);
         victory.forgetCalls();
     }

@@ -3,6 +3,7 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/gps_msgs.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
@@ -110,8 +111,7 @@ CommandResponse responseOf(const std::string& text, std::uint8_t commanded = 52,
 struct InboundTest : testing::Test {
     InboundTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.settings().m_gssipSourceServers = {39, 96};
         server.run();
         popHealthEvents();

@@ -1,5 +1,6 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/KeyPipe.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/BeforeNextLine.h"
@@ -33,8 +34,7 @@ std::vector<unsigned char> bytesOf(const Record& record)
 struct ManagementTest : testing::Test {
     ManagementTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         popHealthEvents();
     }
 

@@ -1,3 +1,4 @@
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ReceiverRecords.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/VICTORY/OrvaneServer/ThreatFrames.h"
@@ -36,8 +37,7 @@ struct NavWarTest : testing::Test {
     NavWarTest()
     {
         server.settings().m_gssipSourceServers = {39};
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.bus().start(nullptr);
         victory.forgetCalls();
         server.run();

@@ -1,5 +1,6 @@
 #include "ASPN/CmdResponseStrings.h"
 #include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
@@ -22,8 +23,7 @@ constexpr const char* kSent = "3:OrvaneServer: Could not publish CommandResponse
 struct OrvaneServerPartNumbersTest : testing::Test {
     OrvaneServerPartNumbersTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.bus().start(nullptr);
         victory.forgetCalls();
         server.run();

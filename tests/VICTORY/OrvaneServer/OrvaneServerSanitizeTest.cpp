@@ -1,4 +1,5 @@
 #include "aspn2_msgs/CommandResponse.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/OneConnection.h"
@@ -33,8 +34,7 @@ TEST(OrvaneServerSanitizeTest, ACallBackThatSendsACommandMeanwhileHoldsNothingUp
     OneConnection<CommandResponse> connection("CommandResponse", "Command");
     VictoryRecorder victory;
     ServerDoor server;
-    victory.setFile("config", "<config/>");
-    victory.setFile("vcl", "<vcl:VCL/>");
+    BusFiles::giveTo(victory);
     server.bus().start(nullptr);
     victory.forgetCalls();
     server.turnPause() = 1ms;

@@ -1,5 +1,6 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "tests/VICTORY/OrvaneServer/BitResult/BitResultsFixture.h"
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
@@ -17,6 +18,7 @@
 #include <stdexcept>
 #include <thread>
 
+using BusFiles::kVcl;
 using testing::AllOf;
 using testing::Contains;
 using testing::ContainsRegex;
@@ -29,21 +31,6 @@ using testing::Not;
 using namespace std::chrono_literals;
 
 namespace {
-
-const char* const kVcl = R"(<?xml version="1.0"?>
-<vcl:VCL>
-    <group type="ASSURED_PNT_BLENDED_NAVIGATION">
-        <item name="updatePeriod" value="1"/>
-        <item name="other" value="2"/>
-    </group>
-    <group type="ASSURED_PNT_NAVWAR_SA">
-        <item name="updatePeriod" value="3"/>
-    </group>
-    <group type="ASSURED_PNT_WARNINGS">
-        <item name="updatePeriod" value="4"/>
-    </group>
-</vcl:VCL>
-)";
 
 const char* const kReadError = "3:OrvaneServer Error reading VICTORY APNT configuration file.";
 

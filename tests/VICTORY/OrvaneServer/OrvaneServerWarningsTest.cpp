@@ -1,3 +1,4 @@
+#include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/VICTORY/OrvaneServer/ReceiverRecords.h"
 #include "tests/VICTORY/OrvaneServer/ServerDoor.h"
 #include "tests/VICTORY/OrvaneServer/WarningFrames.h"
@@ -27,8 +28,7 @@ namespace {
 struct OrvaneServerWarningsTest : testing::Test {
     OrvaneServerWarningsTest()
     {
-        victory.setFile("config", "<config/>");
-        victory.setFile("vcl", "<vcl:VCL/>");
+        BusFiles::giveTo(victory);
         server.settings().m_gssipSourceServers = {39};
         server.bus().start(nullptr);  // which builds the table
         server.run();

@@ -10,8 +10,8 @@
 namespace {
 
 constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb,
-                                                    orvanectl::addEchoVerb, orvanectl::addHzVerb,
-                                                    orvanectl::addCheckVerb};
+                                                    orvanectl::addEchoVerb,   orvanectl::addHzVerb,
+                                                    orvanectl::addCheckVerb,  orvanectl::addPubVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -20,6 +20,7 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl echo EventLog --backfill\n"
                                   "  orvanectl hz\n"
                                   "  orvanectl check\n"
+                                  "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl decode --help";
 
 /// Its table is the tool's command line, so that it has all of the others.
@@ -38,7 +39,7 @@ orvanectl::Verb addCompletionVerb(CLI::App& tool)
 
 int run(int argc, char** argv)
 {
-    CLI::App tool("Looks at what OrvaneServer exchanges with the unit.", "orvanectl");
+    CLI::App tool("Looks at what OrvaneServer exchanges with the unit, and takes part in it.", "orvanectl");
     tool.set_version_flag("--version", "orvanectl " ORVANE_VERSION);
     tool.footer(kExamples);
     tool.require_subcommand(1);

@@ -1,38 +1,7 @@
 #include "lab/ctl/RecordTypes.h"
 
-#include "aspn2_msgs/Altitude.h"
-#include "aspn2_msgs/AssuranceState.h"
-#include "aspn2_msgs/BitEntryStatus.h"
-#include "aspn2_msgs/BitReport.h"
-#include "aspn2_msgs/ChallengedEnvironment.h"
-#include "aspn2_msgs/ChannelStatus.h"
-#include "aspn2_msgs/CommandResponse.h"
-#include "aspn2_msgs/DeltaTimeAndFrequency.h"
-#include "aspn2_msgs/EventLog.h"
-#include "aspn2_msgs/ForwardReverseStatus.h"
-#include "aspn2_msgs/GNSS.h"
-#include "aspn2_msgs/GNSSSubframe.h"
-#include "aspn2_msgs/GPSCryptoStatus.h"
-#include "aspn2_msgs/GPSLineOfSight.h"
-#include "aspn2_msgs/GPSTime.h"
-#include "aspn2_msgs/GSSIP.h"
-#include "aspn2_msgs/HalvexPNT.h"
-#include "aspn2_msgs/IMU.h"
-#include "aspn2_msgs/MaintenanceEvent.h"
-#include "aspn2_msgs/MeasurementIncorporationStatus.h"
-#include "aspn2_msgs/NavigationMode.h"
-#include "aspn2_msgs/PlatformDynamics.h"
-#include "aspn2_msgs/PositionVelocity.h"
-#include "aspn2_msgs/PositionVelocityAttitude.h"
-#include "aspn2_msgs/ReceiverStatus.h"
-#include "aspn2_msgs/SVStatus.h"
-#include "aspn2_msgs/ThreeAxisMagnetometer.h"
-#include "aspn2_msgs/TimeAtTheTone.h"
-#include "aspn2_msgs/TimeSync.h"
-#include "aspn2_msgs/TypeSupport.h"
-#include "aspn2_msgs/UTCTime.h"
-#include "aspn2_msgs/UtcDownlink.h"
-#include "aspn2_msgs/Velocity3D.h"
+#include "lab/ctl/FieldReading.h"
+#include "lab/ctl/FieldTexts.h"
 
 #include <algorithm>
 #include <array>
@@ -46,49 +15,6 @@ namespace orvanectl {
 
 namespace {
 
-using namespace aspn2_msgs::idl;
-
-struct FieldText {
-    const char* name;
-    std::string_view unit;  // empty if it has none
-};
-
-/// The names and units of a record's fields, in their order; its own list gives them.
-template <class Record>
-struct FieldTexts;
-
-#define ORVANECTL_FIELD_TEXT(name, ...) {#name, ASPN2_FIELD_UNIT(__VA_ARGS__)},
-#define ORVANECTL_FIELD_TEXTS(Name)                                                                                    \
-    template <>                                                                                                        \
-    struct FieldTexts<Name> {                                                                                          \
-        static constexpr FieldText all[] = {ASPN2_FIELDS_##Name(ORVANECTL_FIELD_TEXT)};                                \
-    };
-
-// What stands within others.
-ORVANECTL_FIELD_TEXTS(timestamp)
-ORVANECTL_FIELD_TEXTS(header)
-ORVANECTL_FIELD_TEXTS(geodeticposition3d_type)
-ORVANECTL_FIELD_TEXTS(bit_comp_set)
-ORVANECTL_FIELD_TEXTS(channel_status_obs)
-ORVANECTL_FIELD_TEXTS(gnss_obs)
-ORVANECTL_FIELD_TEXTS(gpslos_obs)
-ORVANECTL_FIELD_TEXTS(interference_type_set)
-ORVANECTL_FIELD_TEXTS(key_type_set)
-ORVANECTL_FIELD_TEXTS(lru_comp_set)
-ORVANECTL_FIELD_TEXTS(meas_type_set)
-ORVANECTL_FIELD_TEXTS(sv_set)
-
-// clang-format off
-#define ORVANECTL_TOPIC_TYPES(TYPE)                                                                                    \
-    TYPE(Altitude) TYPE(AssuranceState) TYPE(BitEntryStatus) TYPE(BitReport) TYPE(ChallengedEnvironment)               \
-    TYPE(ChannelStatus) TYPE(CommandResponse) TYPE(DeltaTimeAndFrequency) TYPE(EventLog) TYPE(ForwardReverseStatus)    \
-    TYPE(GNSS) TYPE(GNSSSubframe) TYPE(GPSCryptoStatus) TYPE(GPSLineOfSight) TYPE(GPSTime) TYPE(GSSIP)                 \
-    TYPE(HalvexPNT) TYPE(IMU) TYPE(MaintenanceEvent) TYPE(MeasurementIncorporationStatus) TYPE(NavigationMode)         \
-    TYPE(PlatformDynamics) TYPE(PositionVelocity) TYPE(PositionVelocityAttitude) TYPE(ReceiverStatus) TYPE(SVStatus)   \
-    TYPE(ThreeAxisMagnetometer) TYPE(TimeAtTheTone) TYPE(TimeSync) TYPE(UTCTime) TYPE(UtcDownlink) TYPE(Velocity3D)
-// clang-format on
-ORVANECTL_TOPIC_TYPES(ORVANECTL_FIELD_TEXTS)
-
 /// A single with no more digits than tell it from its neighbours: 0.1 and not 0.10000000149011612.
 double shortest(float value)
 {
@@ -99,11 +25,6 @@ double shortest(float value)
     std::from_chars(text.data(), end, result);
     return result;
 }
-
-template <class T>
-inline constexpr bool kIsCharacters = false;
-template <std::size_t Size>
-inline constexpr bool kIsCharacters<std::array<char, Size>> = true;
 
 template <class Record>
 void addFields(const Record& record, Json& fields);
@@ -202,13 +123,26 @@ RecordPointer makeRecord()
 }
 
 template <class Record>
+header& headerIn(void* record)
+{
+    return static_cast<Record*>(record)->header();
+}
+
+template <class Record>
+void setFields(void* record, const Json& fields, const NotFinite& notFinite)
+{
+    readFields(*static_cast<Record*>(record), fields, "message", notFinite);
+}
+
+template <class Record>
 bool isTypeSupportOf(const FACE::TSS::HX_TSS::TopicDataType& type)
 {
     return dynamic_cast<const TypeSupport<Record>*>(&type) != nullptr;
 }
 
 #define ORVANECTL_ROW(Name)                                                                                            \
-    {#Name, fieldsOf<Name>, unitsOfType<Name>, headerOf<Name>, makeRecord<Name>, isTypeSupportOf<Name>},
+    {#Name,          fieldsOf<Name>,  unitsOfType<Name>, headerOf<Name>,                                               \
+     headerIn<Name>, setFields<Name>, makeRecord<Name>,  isTypeSupportOf<Name>},
 constexpr RecordType kTypes[] = {ORVANECTL_TOPIC_TYPES(ORVANECTL_ROW)};
 static_assert(std::size(kTypes) == 32);
 
@@ -227,6 +161,18 @@ std::string RecordType::pubSubType() const
 const Json& headerUnits()
 {
     return unitsOfType<header>();
+}
+
+void setHeader(aspn2_msgs::idl::header& header, const Json& fields)
+{
+    constexpr const char* kDeviceId = "device_id";
+    Json others = fields;
+    if (const auto id = fields.find(kDeviceId); id != fields.end()) {
+        const Json& value = id->is_object() && id->contains("value") ? id->at("value") : *id;
+        header.device_id(static_cast<std::int32_t>(deviceIdOf(value)));
+        others.erase(kDeviceId);
+    }
+    readFields(header, others, "header", {});
 }
 
 std::span<const RecordType> recordTypes()

@@ -1,14 +1,11 @@
 #include "lab/ctl/TopicWatch.h"
 
 #include "face/HX_TSS_Listeners.h"
+#include "lab/ctl/Participant.h"
 #include "utilities/Shielded.h"
-
-#include <fastdds/dds/log/Log.hpp>
 
 #include <algorithm>
 #include <cerrno>
-#include <iostream>
-#include <sstream>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,26 +13,9 @@
 
 namespace orvanectl {
 
-using FACE::RETURN_CODE_TYPE;
 using FACE::TSS::HX_TSS;
 
 namespace {
-
-constexpr const char* kParticipant = "orvanectl";
-
-/// Keeps from a stream what is written in a scope. Only while no other thread writes to it.
-class Withheld {
-public:
-    explicit Withheld(std::ostream& stream) : m_stream(stream), m_buffer(stream.rdbuf(m_text.rdbuf())) {}
-    ~Withheld() { m_stream.rdbuf(m_buffer); }
-    Withheld(const Withheld&) = delete;
-    Withheld& operator=(const Withheld&) = delete;
-
-private:
-    std::ostringstream m_text;
-    std::ostream& m_stream;
-    std::streambuf* m_buffer;
-};
 
 TopicStatistics::Writer writerOf(const eprosima::fastrtps::SampleInfo_t& info)
 {
@@ -108,20 +88,8 @@ std::vector<Sample> SampleBox::take()
 }
 
 TopicWatch::TopicWatch(const ConnectionFile& file, std::vector<WatchedTopic> topics, Delivery delivery)
-    : m_file(file.path()), m_topics(std::move(topics)), m_transport(std::make_shared<HX_TSS>(kParticipant))
+    : m_file(file.path()), m_topics(std::move(topics)), m_transport(makeParticipant(file, m_topics, delivery))
 {
-    // It would log on the standard output, among the records.
-    eprosima::fastdds::dds::Log::ClearConsumers();
-    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
-    m_transport->Set_Reference("", std::make_shared<WatchConfiguration>(file, m_topics, delivery), 0, code);
-    {
-        const Withheld errors(std::cerr);
-        m_transport->Initialize(m_file.c_str(), code);
-    }
-    if (code != RETURN_CODE_TYPE::NO_ERROR)
-        throw std::runtime_error(m_file + ": no DDS participant can be made: domain " +
-                                 printable(file.domain().at("DomainId")) + ", transport " +
-                                 printable(file.domain().at("UseTransport")));
     for (std::size_t topic = 0; topic < m_topics.size(); ++topic) subscribe(topic);
 }
 
@@ -130,12 +98,7 @@ TopicWatch::~TopicWatch() = default;
 void TopicWatch::subscribe(std::size_t topic)
 {
     const auto& [name, type] = m_topics[topic];
-    long long connection = -1;
-    int size = 0;
-    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NO_ERROR;
-    m_transport->Create_Connection(name.c_str(), -1, connection, size, code);
-    if (code != RETURN_CODE_TYPE::NO_ERROR)
-        throw std::runtime_error(m_file + ": no connection for topic " + printable(name));
+    const long long connection = connect(*m_transport, m_file, name);
     HX_TSS::Connection_t& made = m_transport->connectionMap_mutex_at(HX_TSS::keyOf(connection));
     m_transport->requireType(made, type->isTypeSupport, "subscriber");
     m_transport->registerSubscriber(made, std::make_unique<Listener>(topic, *type, m_samples));

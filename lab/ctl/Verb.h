@@ -29,6 +29,9 @@ Verb addEchoVerb(CLI::App& tool);
 /// Checks the files that the service reads.
 Verb addCheckVerb(CLI::App& tool);
 
+/// Publishes records on DDS topics.
+Verb addPubVerb(CLI::App& tool);
+
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);
 

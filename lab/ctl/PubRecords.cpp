@@ -1,0 +1,114 @@
+#include "lab/ctl/PubRecords.h"
+
+#include "lab/ctl/FieldReading.h"
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/NearestWord.h"
+
+#include <charconv>
+#include <limits>
+#include <sstream>
+
+namespace orvanectl {
+
+namespace {
+
+constexpr const char* kHeader = "header";
+constexpr const char* kMessage = "message";
+
+/// What stands below a value under a name, or an index.
+Json& below(Json& value, const std::string& name, const std::string& path)
+{
+    if (value.is_object()) {
+        if (value.contains(name)) return value.at(name);
+        std::vector<std::string> names;
+        for (const auto& [one, ignored] : value.items()) names.push_back(one);
+        const std::string nearest = nearestWord(name, names);
+        refuseField(path, nearest.empty() ? "there is no such field"
+                                          : "there is no such field; did you mean " + nearest + '?');
+    }
+    std::size_t index = 0;
+    const auto read = std::from_chars(name.data(), name.data() + name.size(), index);
+    const bool isIndex = read.ec == std::errc() && read.ptr == name.data() + name.size() && !name.empty();
+    if (!value.is_array() || !isIndex || index >= value.size())
+        refuseField(path, value.is_array() ? "it has " + std::to_string(value.size()) + " elements, counted from 0"
+                                           : "has no fields");
+    return value.at(index);
+}
+
+/// JSON, a number that JSON does not know, or a text.
+Json valueOfText(const std::string& text)
+{
+    if (text == "nan") return std::numeric_limits<double>::quiet_NaN();
+    if (text == "inf") return std::numeric_limits<double>::infinity();
+    if (text == "-inf") return -std::numeric_limits<double>::infinity();
+    Json value = Json::parse(text, nullptr, false);
+    return value.is_discarded() ? Json(text) : value;
+}
+
+/// The paths and numbers of notes such as "message.altitude is nan".
+NotFinite notFiniteOf(const Json& line)
+{
+    NotFinite numbers;
+    const auto notes = line.find("notes");
+    if (notes == line.end() || !notes->is_array()) return numbers;
+    for (const Json& note : *notes) {
+        const std::string text = note.is_string() ? note.get<std::string>() : "";
+        const std::size_t between = text.find(" is ");
+        if (between == std::string::npos) continue;
+        const Json number = valueOfText(text.substr(between + 4));
+        if (number.is_number_float()) numbers[text.substr(0, between)] = number.get<double>();
+    }
+    return numbers;
+}
+
+const std::string& memberOf(const Json& line, const char* name)
+{
+    const auto member = line.find(name);
+    if (member == line.end()) refuseField(name, "is missing");
+    return textOf(*member, name);
+}
+
+}  // namespace
+
+double PubRecord::validSeconds() const
+{
+    const auto& valid = type->headerOf(record.get()).timestamp_valid();
+    return static_cast<double>(valid.sec()) + 1e-9 * valid.nsec();
+}
+
+PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& settings)
+{
+    PubRecord made{topic.name, topic.type, topic.type->make(), false};
+    void* const record = made.record.get();
+    Json header = decodeHeader(topic.type->headerOf(record)), message = topic.type->fieldsOf(record);
+    for (const std::string& setting : settings) {
+        const std::size_t equals = setting.find('=');
+        if (equals == std::string::npos || equals == 0) refuseField(setting, "FIELD=VALUE must stand here");
+        const std::string path = setting.substr(0, equals);
+        const bool isOfHeader = path.starts_with(std::string(kHeader) + '.');
+        Json* value = isOfHeader ? &header : &message;
+        std::istringstream names(isOfHeader ? path.substr(std::string(kHeader).size() + 1) : path);
+        for (std::string name; std::getline(names, name, '.');) value = &below(*value, name, path);
+        *value = valueOfText(setting.substr(equals + 1));
+        made.hasHeader = made.hasHeader || isOfHeader;
+    }
+    setHeader(topic.type->headerIn(record), header);
+    topic.type->setFields(record, message, {});
+    return made;
+}
+
+std::optional<PubRecord> recordOfLine(const std::string& line)
+{
+    const Json fields = Json::parse(line, nullptr, false);
+    if (fields.is_discarded() || !fields.is_object()) refuseField("line", "is no object of JSON");
+    if (fields.value("kind", "record") != "record") return std::nullopt;
+    const RecordType* const type = findRecordType(memberOf(fields, "type"));
+    if (!type) refuseField("type", "no type " + memberOf(fields, "type") + "; there are: " + namesOfRecordTypes());
+    PubRecord made{unprintable(memberOf(fields, "topic"), "topic"), type, type->make(), fields.contains(kHeader)};
+    if (made.hasHeader) setHeader(type->headerIn(made.record.get()), fields.at(kHeader));
+    if (!fields.contains(kMessage)) refuseField(kMessage, "is missing");
+    type->setFields(made.record.get(), fields.at(kMessage), notFiniteOf(fields));
+    return made;
+}
+
+}  // namespace orvanectl

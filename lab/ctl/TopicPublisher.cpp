@@ -1,0 +1,81 @@
+#include "lab/ctl/TopicPublisher.h"
+
+#include "face/HX_TSS_Listeners.h"
+#include "lab/ctl/Participant.h"
+
+#include <fastrtps/publisher/Publisher.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+
+namespace orvanectl {
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::TSS::HX_TSS;
+
+namespace {
+
+/// That a subscriber knows of the publisher, too, nobody tells; one of best effort gets nothing before it does.
+constexpr std::chrono::milliseconds kOtherSide{200};
+
+}  // namespace
+
+TopicPublisher::TopicPublisher(const ConnectionFile& file, std::vector<WatchedTopic> topics)
+    : m_file(file.path()), m_topics(std::move(topics)), m_transport(makeParticipant(file, m_topics, {true}))
+{
+    for (const auto& [name, type] : m_topics) {
+        const long long connection = connect(*m_transport, m_file, name);
+        HX_TSS::Connection_t& made = m_transport->connectionMap_mutex_at(HX_TSS::keyOf(connection));
+        m_transport->requireType(made, type->isTypeSupport, "publisher");
+        m_transport->registerPublisher(made);
+        m_connections.push_back(connection);
+    }
+}
+
+TopicPublisher::~TopicPublisher() = default;
+
+std::string TopicPublisher::waitForSubscribers(std::chrono::milliseconds most,
+                                               const std::function<bool()>& isOver) const
+{
+    const auto end = std::chrono::steady_clock::now() + most;
+    for (std::size_t i = 0; i < m_topics.size(); ++i) {
+        const auto& made = m_transport->connectionMap_mutex_at(HX_TSS::keyOf(m_connections[i]));
+        while (made.publisherListener->matched() == 0) {
+            if (isOver() || std::chrono::steady_clock::now() > end) return m_topics[i].name;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+    std::this_thread::sleep_for(kOtherSide);
+    return "";
+}
+
+void TopicPublisher::publish(const std::string& topic, const void* record)
+{
+    const std::size_t index = indexOf(topic);
+    const auto code =
+        m_transport->write(HX_TSS::keyOf(m_connections[index]), record, m_topics[index].type->isTypeSupport);
+    if (code != RETURN_CODE_TYPE::NO_ERROR)
+        throw std::runtime_error("topic " + printable(topic) + ": the record is not taken");
+}
+
+bool TopicPublisher::waitUntilArrived(std::chrono::milliseconds most)
+{
+    const auto end = std::chrono::steady_clock::now() + most;
+    return std::ranges::all_of(m_connections, [&](long long connection) {
+        auto* const publisher = m_transport->connectionMap_mutex_at(HX_TSS::keyOf(connection)).publisher;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
+        return publisher->wait_for_all_acked(eprosima::fastrtps::Time_t(
+            static_cast<std::int32_t>(std::max<std::int64_t>(left, 0) / 1000),
+            static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0) % 1000) * 1'000'000u));
+    });
+}
+
+std::size_t TopicPublisher::indexOf(const std::string& topic) const
+{
+    const auto found = std::ranges::find(m_topics, topic, &WatchedTopic::name);
+    if (found == m_topics.end()) throw std::runtime_error("topic " + printable(topic) + " was not opened");
+    return static_cast<std::size_t>(found - m_topics.begin());
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,67 @@
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using Ending = ChildProcess::Ending;
+
+namespace {
+
+constexpr const char* kTool = ORVANE_CTL_BINARY;
+
+}  // namespace
+
+// The connection file and the registers are the unit's own, so each test has one.
+
+TEST(PubVerbTest, WhatIsPublishedIsWhatEchoShows)
+{
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "3", "--backfill"});
+    ChildProcess pub({kTool, "pub", "UTCTime", "--from", "MasterClock", "--set", "gps_week=2445", "--count", "3",
+                      "--wait", "60", "--rate", "100"});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(pub.output(), "orvanectl: 3 records published\n");
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    for (const char* number : {"\"seq_num\":0,", "\"seq_num\":1,", "\"seq_num\":2,"})
+        EXPECT_NE(echo.output().find(number), std::string::npos) << echo.output();
+    EXPECT_NE(echo.output().find("\"gps_week\":2445,"), std::string::npos) << echo.output();
+    EXPECT_NE(echo.output().find("\"server_name\":\"MasterClock\""), std::string::npos) << echo.output();
+}
+
+TEST(PubVerbTest, WhatWasShownGoesBackUnchanged)
+{
+    const std::string lines =
+        R"({"kind":"record","topic":"UTCTime","type":"UTCTime","header":{"seq_num":9,"timestamp_arrival":{"sec":5,"nsec":0,"time_code":100},)"
+        R"("timestamp_valid":{"sec":4,"nsec":7,"time_code":100},"device_id":{"value":"0x01250000","system":1,"system_name":"KOLT",)"
+        R"("server":37,"server_name":"MasterClock","message":0,"topic":0}},"message":{"gps_tow_sec":1,"gps_tow_nsec":2.5,"gps_week":3,)"
+        R"("utc_tod_sec":4,"utc_tod_nsec":5.0,"a1":null,"covariance":[[1.0,0.0],[0.0,0.1]]},"notes":["message.a1 is nan"]})";
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "1", "--backfill"});
+    ChildProcess pub({"/bin/sh", "-c", "printf '%s\\n' \"$1\" | \"$0\" pub --file - --wait 60", kTool, lines});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    EXPECT_TRUE(echo.output().starts_with(lines + "\n")) << echo.output();
+}
+
+TEST(PubVerbTest, WithoutASubscriberItFails)
+{
+    ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "0.1"});
+    EXPECT_EQ(pub.wait(), Ending({1, 0}));
+    EXPECT_EQ(pub.errors(), "orvanectl: nobody subscribes to topic UTCTime in domain 0\n");
+}
+
+TEST(PubVerbTest, WhatIsTypedWronglyEndsWithTwo)
+{
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{}, "orvanectl: give a TOPIC or --file\n"},
+        {{"UTCTime", "--file", "x"}, "orvanectl: give a TOPIC or --file, not both\n"},
+        {{"UTCTime", "--from", "MasterClok"}, "orvanectl: no server \"MasterClok\"; did you mean MasterClock?\n"},
+        {{"UTCTime", "--set", "gps_wek=1"}, "orvanectl: gps_wek: there is no such field; did you mean gps_week?\n"}};
+    for (const auto& [arguments, said] : rows) {
+        std::vector<std::string> line = {kTool, "pub"};
+        line.insert(line.end(), arguments.begin(), arguments.end());
+        ChildProcess pub(line);
+        EXPECT_EQ(pub.wait(), Ending({2, 0}));
+        EXPECT_EQ(pub.errors(), said);
+    }
+}

@@ -1,8 +1,12 @@
 #include "ioss_mcsq/HX_MCSQ.h"
 
+#include "ASPN/HealthReporter.h"
+#include "utilities/ConsoleLine.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
+#include <iostream>
+#include <system_error>
 #include <utility>
 
 namespace FACE::IOSS {
@@ -10,12 +14,22 @@ namespace FACE::IOSS {
 namespace {
 
 constexpr int kPollMilliseconds = 50;
-constexpr std::chrono::microseconds kPause{100};  // for other threads, after a burst of input
+constexpr std::chrono::microseconds kPause{100};               // for other threads, after a burst of input
+constexpr std::chrono::milliseconds kRest{kPollMilliseconds};  // of a device that gives nothing
 
-bool isReadable(int descriptor)
+/// What `poll` tells of a descriptor now.
+short eventsOf(int descriptor)
 {
     pollfd entry{descriptor, POLLIN, 0};
-    return ::poll(&entry, 1, 0) > 0 && (entry.revents & POLLIN) != 0;
+    return ::poll(&entry, 1, 0) > 0 ? entry.revents : short{0};
+}
+
+void reportSilence(const std::string& devicePath, int error)
+{
+    const std::string text = "Nothing can be read from pipe file: " + devicePath + ": " +
+                             (error == 0 ? "it has ended or hung up" : std::generic_category().message(error));
+    SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
+    printLine(std::cerr, text);
 }
 
 /// States in which a connection may be read and written.
@@ -91,7 +105,22 @@ ssize_t HX_MCSQ::Connection_t::read(void* bytes, std::int64_t length)
         const MutexLock lock(m_mutex);
         reader = m_reader;
     }
-    return reader && length >= 1 ? reader->readFromPort(bytes, static_cast<std::size_t>(length)) : 0;
+    if (!reader || length < 1) return 0;
+    const ssize_t count = reader->readFromPort(bytes, static_cast<std::size_t>(length));
+    const int error = count < 0 ? errno : 0;
+    if (error == EINTR || error == EAGAIN) return count;
+    const MutexLock lock(m_mutex);
+    if (count > 0)
+        m_outcome.isGiven = true;
+    else
+        m_outcome = {.isGiven = m_outcome.isGiven, .isEnded = true, .error = error};
+    return count;
+}
+
+HX_MCSQ::Connection_t::Outcome HX_MCSQ::Connection_t::takeOutcome()
+{
+    const MutexLock lock(m_mutex);
+    return std::exchange(m_outcome, Outcome{});
 }
 
 ssize_t HX_MCSQ::Connection_t::write(const void* bytes, std::int64_t length)
@@ -251,10 +280,10 @@ void HX_MCSQ::Register_Notification_Event(long long handle, IO_CallbackBase& cal
 
         const TurnLock lock(m_turnMutex, m_pollMutex);
         m_pollSet.reserve(m_pollSet.size() + 1);
-        m_pollHandles.reserve(m_pollHandles.size() + 1);
+        m_registrations.reserve(m_registrations.size() + 1);
         if (m_stop) startThread();  // it waits for this lock
         m_pollSet.push_back({-1, POLLIN, 0});
-        m_pollHandles.push_back(handle);
+        m_registrations.push_back({.handle = handle});
         connection->setCallback(&callback);
         return_code = RETURN_CODE_TYPE::NO_ERROR;
     });
@@ -267,11 +296,13 @@ void HX_MCSQ::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::
         if (!connection) return;
 
         const TurnLock lock(m_turnMutex, m_pollMutex);
-        if (const auto entry = std::ranges::find(m_pollHandles, handle); entry != m_pollHandles.end()) {
-            m_pollSet.erase(m_pollSet.begin() + (entry - m_pollHandles.begin()));
-            m_pollHandles.erase(entry);
+        const auto entry = std::ranges::find(m_registrations, handle, &Registration::handle);
+        if (entry != m_registrations.end()) {
+            m_pollSet.erase(m_pollSet.begin() + (entry - m_registrations.begin()));
+            m_registrations.erase(entry);
         }
-        if (std::ranges::find(m_pollHandles, handle) == m_pollHandles.end()) connection->setCallback(nullptr);
+        const auto other = std::ranges::find(m_registrations, handle, &Registration::handle);
+        if (other == m_registrations.end()) connection->setCallback(nullptr);
         return_code = RETURN_CODE_TYPE::NO_ERROR;
     });
 }
@@ -370,22 +401,42 @@ bool HX_MCSQ::pollTurn()
 /// waited for by nobody.
 void HX_MCSQ::takeDescriptors()
 {
-    for (std::size_t i = 0; i < m_pollSet.size(); ++i) m_pollSet[i].fd = entryAt(m_pollHandles[i]).readerDescriptor();
+    const auto now = std::chrono::steady_clock::now();
+    for (std::size_t i = 0; i < m_pollSet.size(); ++i) {
+        const Registration& registration = m_registrations[i];
+        const bool rests = now < registration.restsUntil;
+        m_pollSet[i].fd = rests ? -1 : entryAt(registration.handle).readerDescriptor();
+    }
 }
 
-/// A descriptor may be another connection's by now. And several entries may stand for one device: what the first of
-/// them took is not there any more for the others. So each is looked at again.
 void HX_MCSQ::notify()
 {
-    for (std::size_t i = 0; i < m_pollSet.size(); ++i) {
-        const pollfd& entry = m_pollSet[i];
-        if ((entry.revents & POLLIN) == 0) continue;
-        const Connection_t& connection = entryAt(m_pollHandles[i]);
-        IO_CallbackBase* const callback = connection.callback();
-        if (!callback || connection.readerDescriptor() != entry.fd || !isReadable(entry.fd)) continue;
+    for (std::size_t i = 0; i < m_pollSet.size(); ++i)
+        if (m_pollSet[i].revents != 0) serve(m_registrations[i], m_pollSet[i].fd);
+}
+
+/// The descriptor may be another connection's by now. And several entries may stand for one device: what the first of
+/// them took is not there any more for the others. So it is looked at again. One that claims to be ready and gives
+/// nothing would otherwise have the thread turn without end.
+void HX_MCSQ::serve(Registration& registration, int descriptor)
+{
+    Connection_t& connection = entryAt(registration.handle);
+    IO_CallbackBase* const callback = connection.callback();
+    if (!callback || connection.readerDescriptor() != descriptor) return;
+    const short events = eventsOf(descriptor);
+    if (events == 0) return;
+
+    Connection_t::Outcome outcome{.isEnded = true};
+    if ((events & POLLIN) != 0) {
+        connection.takeOutcome();
         RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        callback->Process_Notification_Event(m_pollHandles[i], NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
+        callback->Process_Notification_Event(registration.handle, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
+        outcome = connection.takeOutcome();
     }
+    if (outcome.isGiven) registration.isToldSilent = false;
+    if (outcome.isGiven || !outcome.isEnded) return;
+    registration.restsUntil = std::chrono::steady_clock::now() + kRest;
+    if (!std::exchange(registration.isToldSilent, true)) reportSilence(connection.devicePath(), outcome.error);
 }
 
 }  // namespace FACE::IOSS

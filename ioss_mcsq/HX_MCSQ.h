@@ -7,6 +7,7 @@
 #include "utilities/ThreadAnnotations.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -33,7 +34,9 @@ namespace FACE::IOSS {
 /// the connection is registered more than once. Unregister before closing.
 ///
 /// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
-/// its device, breaks that.
+/// its device, breaks that. A device that claims to be ready and gives nothing, such as one that has hung up, is left
+/// alone for 50 ms each time, which delays no other; a health event of type 3, and the same text on standard error, say
+/// so once until it gives something again.
 class HX_MCSQ : public HX_IO_Service<MCSQ::IO_Service> {
 public:
     /// The most that one read takes.
@@ -108,6 +111,14 @@ public:
 
         /// One transfer of the port; 0 for a length under 1 or a closed connection.
         ssize_t read(void* bytes, std::int64_t length) EXCLUDES(m_mutex);
+
+        /// What the latest reads of the device came to, as told since the last call of this.
+        struct Outcome {
+            bool isGiven = false;  ///< something was read
+            bool isEnded = false;  ///< nothing was: `error` tells why, 0 for the end of what the device has
+            int error = 0;
+        };
+        Outcome takeOutcome() EXCLUDES(m_mutex);
         ssize_t write(const void* bytes, std::int64_t length) EXCLUDES(m_mutex);
 
         bool isOpen() const EXCLUDES(m_mutex);
@@ -125,6 +136,7 @@ public:
         mutable RankedMutex<LockRank::Leaf> m_mutex;
         std::shared_ptr<mcsReaderPort> m_reader GUARDED_BY(m_mutex);
         std::shared_ptr<mcsWriterPort> m_writer GUARDED_BY(m_mutex);
+        Outcome m_outcome GUARDED_BY(m_mutex);
         bool m_isOpen GUARDED_BY(m_mutex) = false;
         IO_CallbackBase* m_callback GUARDED_BY(m_mutex) = nullptr;  // not owned
         CONNECTION_STATE_TYPE::Value m_state GUARDED_BY(m_mutex) = CONNECTION_STATE_TYPE::CLOSED;
@@ -139,11 +151,19 @@ private:
     long long append(const std::string& name, const std::vector<std::uint64_t>& numbers) override EXCLUDES(m_listMutex);
     bool open(long long handle) override EXCLUDES(m_listMutex);
 
+    /// A connection that is registered.
+    struct Registration {
+        long long handle;
+        std::chrono::steady_clock::time_point restsUntil = {};  // not looked at before
+        bool isToldSilent = false;
+    };
+
     void startThread() REQUIRES(m_pollMutex);
     void pollLoop() noexcept EXCLUDES(m_pollMutex);
     bool pollTurn() EXCLUDES(m_pollMutex);
     void takeDescriptors() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
     void notify() REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
+    void serve(Registration& registration, int descriptor) REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
 
     const std::string m_devicePrefix;
     std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
@@ -153,7 +173,7 @@ private:
                       // does not keep others out
     RankedMutex<LockRank::QueuePoll> m_pollMutex;  // call-backs run under it, and take locks of their own
     std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
-    std::vector<long long> m_pollHandles GUARDED_BY(m_pollMutex);  // of the connection of each entry
+    std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);  // one for each entry
     std::thread m_thread GUARDED_BY(m_pollMutex);
     std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves; by the destructor without it
 };

@@ -16,7 +16,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -26,8 +29,10 @@
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -101,6 +106,7 @@ struct HX_MCSQNotificationTest : testing::Test {
     QueueDevice second{directory.path(), 6};
     const std::string file =
         directory.write("devices.xml", queueDevicesText({{"A", "5"}, {"B", "6"}, {"A2", "5"}, {"C", "7"}}));
+    const std::string pathOfC = QueueDevice::prefix(directory.path()) + "7";  // where there is nothing at first
     std::optional<HX_MCSQ> service{QueueDevice::prefix(directory.path())};
     Listener listener{*service};
     std::size_t idleThreads = 0;
@@ -178,6 +184,24 @@ std::vector<std::uint8_t> message(std::uint8_t byte)
 }
 
 void nothing(int) {}
+
+/// This process's descriptors of a device with that name.
+std::vector<int> descriptorsOf(const std::string& name)
+{
+    std::vector<int> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;  // the iterator's own is gone by then
+        if (std::filesystem::read_symlink(entry.path(), error).filename() == name)
+            found.push_back(std::stoi(entry.path().filename().string()));
+    }
+    return found;
+}
+
+/// Opens and closes the other end of a pseudo-terminal.
+void hangUp(int terminal)
+{
+    if (unlockpt(terminal) == 0) close(ioctl(terminal, TIOCGPTPEER, O_RDWR | O_NOCTTY));
+}
 
 }  // namespace
 
@@ -618,4 +642,59 @@ TEST_F(HX_MCSQNotificationTest, DestructionEndsTheThreadWithinItsWait)
     service.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     EXPECT_TRUE(threadEnds());
+}
+
+TEST_F(HX_MCSQNotificationTest, ADeviceThatHasEndedIsLookedAtNowAndThenAndToldOnce)
+{
+    const ConsoleCapture errors(std::cerr);
+    std::filesystem::create_symlink(directory.write("ended", ""), pathOfC);
+    noteCalls();
+    registerFor(open("C"));
+    ASSERT_TRUE(eventually([&] { return waits().size() >= 20; }));
+    service.reset();  // ends the thread
+    EXPECT_THAT(gaps(), Each(Ge(std::chrono::milliseconds(50))));
+    EXPECT_EQ(errors.text(), "Nothing can be read from pipe file: " + pathOfC + ": it has ended or hung up\n");
+}
+
+TEST_F(HX_MCSQNotificationTest, ADeviceThatHangsUpIsLookedAtNowAndThenAndToldOnce)
+{
+    const ConsoleCapture errors(std::cerr);
+    std::filesystem::create_symlink("/dev/ptmx", pathOfC);
+    registerFor(open("C"));
+    for (const int terminal : descriptorsOf("ptmx")) hangUp(terminal);
+    ASSERT_TRUE(eventually([&] { return !errors.text().empty(); }));
+    const auto start = std::chrono::steady_clock::now();
+    const auto before = waits().size();
+    ASSERT_TRUE(eventually([&] { return waits().size() >= before + 30; }));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
+    EXPECT_EQ(errors.text(), "Nothing can be read from pipe file: " + pathOfC + ": it has ended or hung up\n");
+}
+
+TEST_F(HX_MCSQNotificationTest, ADeviceThatGivesNothingDelaysNoOther)
+{
+    const ConsoleCapture errors(std::cerr);
+    std::filesystem::create_symlink("/dev/null", pathOfC);
+    registerFor(open("C"));
+    registerFor(open("A"));
+    ASSERT_TRUE(eventually([&] { return !errors.text().empty(); }));
+    noteCalls();
+    for (std::uint8_t i = 0; i < 200; ++i) device.send(message(i));
+    ASSERT_TRUE(listener.hasHeard(200));
+    service.reset();  // ends the thread
+    EXPECT_LT(std::ranges::count_if(gaps(), [](auto gap) { return gap >= std::chrono::milliseconds(50); }), 100);
+}
+
+TEST_F(HX_MCSQNotificationTest, ADeviceThatGivesSomethingAgainIsServedAndItsNextSilenceIsTold)
+{
+    const ConsoleCapture errors(std::cerr);
+    const std::string ended = directory.write("ended", "");
+    std::filesystem::create_symlink(ended, pathOfC);
+    const long long handle = open("C");
+    registerFor(handle);
+    ASSERT_TRUE(eventually([&] { return !errors.text().empty(); }));
+    std::ofstream(ended, std::ios::app) << "\x01";
+    ASSERT_TRUE(listener.hasHeard(1));
+    EXPECT_EQ(listener.messages()[0], Listener::Message(handle, {1}));
+    const std::string line = "Nothing can be read from pipe file: " + pathOfC + ": it has ended or hung up\n";
+    EXPECT_TRUE(eventually([&] { return errors.text() == line + line; }));
 }

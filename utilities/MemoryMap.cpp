@@ -2,14 +2,28 @@
 
 #include "utilities/ClosedOnExec.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 static_assert(sizeof(off_t) == 8, "physical addresses from 0x80000000 on don't fit a file offset of 32 bits");
+
+namespace {
+
+/// Pages behind the end of a file that stands for the memory can be mapped, but who touches them is ended by SIGBUS. A
+/// device has no end.
+bool endsBefore(int file, std::uint64_t address)
+{
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && std::cmp_less(status.st_size, address);
+}
+
+}  // namespace
 
 const MemoryDeviceFileDescriptor& MemoryDeviceFileDescriptor::Instance()
 {
@@ -35,7 +49,10 @@ MemoryMap::MemoryMap(std::uint32_t physicalAddress, std::uint32_t size, const Me
 {
     const std::uint64_t bytes = std::uint64_t{m_pageCount} * memory.pageSize();
     void* mapped = MAP_FAILED;
-    if (std::in_range<std::size_t>(bytes)) {
+    constexpr std::uint64_t kAddressSpace = std::uint64_t{1} << 32;
+    const std::uint64_t end = std::min(std::uint64_t{physicalAddress} + size, kAddressSpace);
+    const bool isThere = !endsBefore(memory.fileDescriptor(), end);
+    if (isThere && std::in_range<std::size_t>(bytes)) {
         m_mappedSize = static_cast<std::size_t>(bytes);
         mapped = ::mmap(nullptr, m_mappedSize, PROT_READ | PROT_WRITE, MAP_SHARED, memory.fileDescriptor(),
                         static_cast<off_t>(physicalAddress - m_offsetInPage));

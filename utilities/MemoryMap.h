@@ -31,7 +31,8 @@ private:
 /// one that the range begins in to one more than a bare division gives. Immutable: any thread may call.
 class MemoryMap {
 public:
-    /// Throws `std::runtime_error` "Unable to map memory space." when the range can't be mapped.
+    /// Throws `std::runtime_error` "Unable to map memory space." when the range can't be mapped, or lies behind the end
+    /// of a regular file.
     /// @param physicalAddress  first byte of the range; need not begin a page
     /// @param size             bytes
     /// @param memory           throws on first use when the machine's memory can't be opened

@@ -20,6 +20,19 @@ int exitPollMs = 500;
 static_assert(std::atomic<unsigned char>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "a signal handler writes them");
 
+namespace {
+
+void faultHandler(int signal, siginfo_t* info, void*)
+{
+    const bool isRaisedByInstruction = info->si_code > 0;
+    if (isRaisedByInstruction)
+        std::signal(signal, SIG_DFL);
+    else
+        SignalHandler(signal);
+}
+
+}  // namespace
+
 void callOnceTransactionally(std::function<void(RETURN_CODE_TYPE::Value&)> call, RETURN_CODE_TYPE::Value& rc)
 {
     rc = RETURN_CODE_TYPE::IN_PROGRESS;
@@ -44,6 +57,15 @@ void SignalHandler(int signal)
 {
     exitSignal = signal;
     exitFlag = 1;
+}
+
+void LetFaultsEndTheProcess()
+{
+    struct sigaction action = {};
+    action.sa_sigaction = faultHandler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_SIGINFO;
+    for (const int signal : {SIGILL, SIGBUS, SIGFPE}) sigaction(signal, &action, nullptr);
 }
 
 void SetupConsole()
@@ -79,6 +101,7 @@ int main(int argc, char* argv[])
     check(__LINE__, "Request_State_Transition(START) failed");
 
     SetupSignalHandler();  // until here, a signal takes its default action
+    LetFaultsEndTheProcess();
     while (!exitFlag) sleepFully(std::chrono::milliseconds(exitPollMs));
 
     callOnceTransactionally([&](auto& code) { server.Request_State_Transition(RequestedState::STOP, code); }, rc);

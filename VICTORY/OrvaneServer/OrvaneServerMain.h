@@ -26,4 +26,9 @@ void SetupSignalHandler();
 /// Remembers the signal and asks the service to end.
 void SignalHandler(int signal);
 
+/// To be called behind `SetupSignalHandler`: SIGILL, SIGBUS and SIGFPE still go to `SignalHandler` when somebody sends
+/// them, but take their default action when an instruction of the process itself raises them. It would be begun anew
+/// behind the handler, and raise them for ever.
+void LetFaultsEndTheProcess();
+
 #endif

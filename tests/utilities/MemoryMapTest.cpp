@@ -76,6 +76,16 @@ TEST_F(MemoryMapTest, MemoryThatCantBeMappedIsAnError)
     EXPECT_EQ(errorOf([&] { MemoryMap(0x43C00000, 16, nothing); }), "Unable to map memory space.");
 }
 
+TEST_F(MemoryMapTest, RangeBehindTheEndOfAFileIsAnError)
+{
+    const TemporaryDirectory directory;
+    const MemoryDeviceFileDescriptor page(directory.write("page", std::string(kPage, '\0')).c_str());
+    const MemoryDeviceFileDescriptor empty(directory.write("empty", "").c_str());
+    EXPECT_EQ(MemoryMap(kPage - 16, 16, page).offsetInPage(), kPage - 16);
+    EXPECT_EQ(errorOf([&] { MemoryMap(kPage - 16, 17, page); }), "Unable to map memory space.");
+    EXPECT_EQ(errorOf([&] { MemoryMap(0, 1, empty); }), "Unable to map memory space.");
+}
+
 TEST_F(MemoryMapTest, PointerToBaseIsTheRequestedAddress)
 {
     m_registers.set32(0x43C00104, 0x12345678);

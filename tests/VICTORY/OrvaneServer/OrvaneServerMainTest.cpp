@@ -5,6 +5,8 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -170,4 +172,30 @@ TEST_F(OrvaneServerMainTest, ExactlyNineSignalsAreHandledWithAnEmptyMaskAndNoFla
         for (int other = 1; other < 65; ++other) EXPECT_EQ(sigismember(&now.sa_mask, other), 0);
     }
     EXPECT_EQ(handled, std::vector({SIGINT, SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGTERM, SIGSYS}));
+}
+
+TEST_F(OrvaneServerMainTest, FaultsThatAreSentAskTheServiceToEnd)
+{
+    SetupSignalHandler();
+    LetFaultsEndTheProcess();
+    for (const int signal : {SIGILL, SIGBUS, SIGFPE}) {
+        exitFlag = 0;
+        kill(getpid(), signal);
+        EXPECT_EQ(exitFlag, 1) << signal;
+        EXPECT_EQ(exitSignal, signal);
+    }
+}
+
+TEST_F(OrvaneServerMainTest, AFaultOfTheProcessItselfEndsIt)
+{
+    const auto touchBehindTheEnd = [] {
+        SetupSignalHandler();
+        LetFaultsEndTheProcess();
+        alarm(30);  // ends it if nothing else does
+        std::FILE* const file = std::tmpfile();
+        const auto* const memory =
+            static_cast<const volatile char*>(mmap(nullptr, 1, PROT_READ, MAP_SHARED, fileno(file), 0));
+        static_cast<void>(memory[0]);
+    };
+    EXPECT_EXIT(touchBehindTheEnd(), testing::KilledBySignal(SIGBUS), "");
 }

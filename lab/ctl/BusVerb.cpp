@@ -32,6 +32,10 @@ struct Options {
     std::string text;
     std::string stream = "stdout";
     int milliseconds = 0;
+    int times = 1;
+    int countOfIds = 0;
+    bool withoutContext = false;
+    std::string when = "now";
 };
 
 using Work = std::function<ExitStatus(const Options&)>;
@@ -220,6 +224,20 @@ void addForTests(BusCommands& commands, Options& options)
             return ask(o, {{"request", "hold-delete"}, {"milliseconds", o.milliseconds}});
         });
     holdDelete.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
+
+    CLI::App& misbehave = commands.add("misbehave", "have call-backs made as they should not be", [](const Options& o) {
+        return ask(o, {{"request", "misbehave"},
+                       {"call", o.name},
+                       {"times", o.times},
+                       {"context", !o.withoutContext},
+                       {"count", o.countOfIds},
+                       {"when", o.when}});
+    });
+    misbehave.add_option("CALL", options.name, "as the request that makes it")->required()->type_name("");
+    misbehave.add_option("--times", options.times, "beside each other")->type_name("N");
+    misbehave.add_flag("--without-context", options.withoutContext, "with a null context");
+    misbehave.add_option("--count", options.countOfIds, "of ids that are asked for")->type_name("N");
+    misbehave.add_option("--when", options.when, "now, deletion or restart")->type_name("WHEN");
 }
 
 }  // namespace

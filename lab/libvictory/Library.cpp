@@ -91,6 +91,12 @@ bool Library::start(VapntsService* handle)
         return false;
     }
     publishService(*service, "started");
+    Service::Calls calls;
+    {
+        const MutexLock lock(m_mutex);
+        calls.swap(m_atRestart);
+    }
+    service->callAstray(calls);
     return true;
 }
 
@@ -99,11 +105,14 @@ void Library::remove(VapntsService* handle)
     const auto service = find(handle, "vapntsDeleteService");
     if (!service) return;
     if (Service::ofThisThread() == service.get()) return misused("vapntsDeleteService: from a call-back");
+    Service::Calls calls;
     {
         const MutexLock lock(m_mutex);
         const auto found = m_services.find(handle);
         if (found == m_services.end() || std::exchange(found->second.removing, true)) return;
+        calls.swap(m_atDeletion);
     }
+    service->callAstray(calls);
     service->stop();
     m_holds.wait(TellHolds::kDeletion);
     {
@@ -113,6 +122,18 @@ void Library::remove(VapntsService* handle)
     m_faults.forget("vapnts", handle);
     publishFaults();
     publishService(*service, "deleted");
+}
+
+void Library::atDeletion(Service::Calls calls)
+{
+    const MutexLock lock(m_mutex);
+    m_atDeletion = std::move(calls);
+}
+
+void Library::atRestart(Service::Calls calls)
+{
+    const MutexLock lock(m_mutex);
+    m_atRestart = std::move(calls);
 }
 
 std::shared_ptr<Service> Library::find(const VapntsService* handle, const char* operation)

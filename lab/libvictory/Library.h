@@ -87,6 +87,10 @@ public:
     /// Not for two threads at once.
     void closeBus() EXCLUDES(m_busMutex);
 
+    /// Has these calls made while the next service is being deleted, or once the next one has been started.
+    void atDeletion(Service::Calls calls) EXCLUDES(m_mutex);
+    void atRestart(Service::Calls calls) EXCLUDES(m_mutex);
+
     TellHolds& holds() { return m_holds; }
     const Faults& faults() const { return m_faults; }
 
@@ -109,6 +113,8 @@ private:
     mutable Mutex m_mutex;
     std::deque<VapntsService> m_handles GUARDED_BY(m_mutex);
     std::map<const VapntsService*, Entry> m_services GUARDED_BY(m_mutex);
+    Service::Calls m_atDeletion GUARDED_BY(m_mutex);
+    Service::Calls m_atRestart GUARDED_BY(m_mutex);
 
     Mutex m_opening;      // over opening and closing; held over the end of a bus's thread
     Mutex m_faultsMutex;  // over reading the list and publishing it, so that the last one published is the newest

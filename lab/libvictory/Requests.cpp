@@ -10,6 +10,7 @@
 #include <iostream>
 #include <limits>
 #include <stdexcept>
+#include <vector>
 
 namespace labvictory {
 
@@ -251,6 +252,60 @@ void releaseTell(const Request& request)
     request.succeed();
 }
 
+/// One call-back as the real library would not make it.
+struct WrongCall {
+    std::string name;
+    bool withContext;
+    std::int32_t count;  // of ids that a client asks for
+
+    void operator()(const Callbacks& callbacks, VapntsService* service) const
+    {
+        const auto call = [&](const auto& callback, auto... arguments) {
+            if (callback) callback.function(withContext ? callback.context : nullptr, service, arguments...);
+        };
+        VapntcBitRequests requests{};
+        requests.requestCount = count;
+        if (name == Tell::kNavWarSa) call(callbacks.groups[VAPNTS_PUB_GROUP_NAVWAR_SA]);
+        if (name == Tell::kWarningMessages) call(callbacks.groups[VAPNTS_PUB_GROUP_WARNING_MESSAGES]);
+        if (name == "save-vcl") call(callbacks.saveVclid, nullptr);
+        if (name == "clear-data") call(callbacks.clearSystemData, nullptr);
+        if (name == "system-configuration") call(callbacks.systemConfiguration);
+        if (name == "bit-run") call(callbacks.executeBuiltInTests);
+        if (name == "bit-results") call(callbacks.getBuiltInTestResults, requests);
+        if (name == "bit-clear") call(callbacks.clearBuiltInTestResults, requests);
+    }
+
+    static constexpr std::string_view kNames[] = {
+        "navwar-sa", "warning-messages", "save-vcl", "clear-data", "system-configuration",
+        "bit-run",   "bit-results",      "bit-clear"};
+};
+
+/// Calls back beside itself, without a context, while the service is being deleted, or when it has been.
+void misbehave(const Request& request)
+{
+    WrongCall call{request.text("call"), request.flag("context", true),
+                   request.has("count") ? request.number("count") : 0};
+    if (std::ranges::find(WrongCall::kNames, call.name) == std::end(WrongCall::kNames))
+        throw BadRequest("there is no call-back " + call.name);
+    const std::int32_t times = request.has("times") ? request.number("times", 1, Service::kMostStrayCalls) : 1;
+    const std::string when = request.has("when") ? request.text("when") : "now";
+    const auto service = request.victory->newest();
+    if (!service) throw BadRequest("there is no service");
+
+    const auto work = [call, callbacks = service->callbacks(), handle = service->handle()] { call(callbacks, handle); };
+    const std::vector<std::function<void()>> calls(static_cast<std::size_t>(times), work);
+    if (when == "deletion") {
+        request.victory->atDeletion(calls);
+    } else if (when == "restart") {
+        request.victory->atRestart(calls);
+    } else if (when == "now") {
+        if (!service->callAstray(calls)) throw BadRequest("the service is not started");
+    } else {
+        throw BadRequest("when must be now, deletion or restart");
+    }
+    request.succeed();
+}
+
 std::string hexOf(const std::string& bytes)
 {
     constexpr const char* kDigits = "0123456789abcdef";
@@ -295,7 +350,7 @@ struct Row {
     const char* name;
     void (*work)(const Request&);
     const char* what;
-    std::array<std::string_view, 3> keys = {};
+    std::array<std::string_view, 5> keys = {};
 };
 
 constexpr Row kRows[] = {
@@ -316,6 +371,10 @@ constexpr Row kRows[] = {
     {"hold-tell", holdTell, "lets each tell of a name take that long", {"tell", "milliseconds"}},
     {"release-tell", releaseTell, "lets it go, or all", {"tell"}},
     {"hold-delete", holdDelete, "lets each deletion of a service take that long", {"milliseconds"}},
+    {"misbehave",
+     misbehave,
+     "calls back so many times beside itself, without the context, now, at the deletion or of a service that is gone",
+     {"call", "times", "context", "count", "when"}},
 };
 
 void help(const Request& request)

@@ -116,6 +116,19 @@ Service::Accepted Service::post(Request request)
     return Accepted::Yes;
 }
 
+bool Service::callAstray(const Calls& calls)
+{
+    constexpr std::size_t kMostThreads = 1024;
+    const MutexLock lock(m_mutex);
+    if (m_phase != Phase::Started || m_threads.size() + calls.size() > kMostThreads) return false;
+    for (const auto& call : calls)
+        m_threads.emplace_back("victory-stray", [this, call] {
+            t_service = this;
+            contained(call);
+        });
+    return true;
+}
+
 Json Service::state() const
 {
     constexpr const char* kPhases[] = {"new", "started", "stopped"};

@@ -14,6 +14,7 @@
 #include <deque>
 #include <functional>
 #include <list>
+#include <vector>
 
 namespace labvictory {
 
@@ -48,6 +49,9 @@ public:
         std::function<void()> run;
         std::function<void()> cancel;  // the service ends first
     };
+
+    using Calls = std::vector<std::function<void()>>;
+    static constexpr std::int32_t kMostStrayCalls = 64;
 
     enum class Accepted { Yes, NotStarted, TooMany };
 
@@ -85,6 +89,10 @@ public:
     void stop() EXCLUDES(m_mutex);
 
     Accepted post(Request request) EXCLUDES(m_mutex);
+
+    /// Makes each call on a thread of its own, all beside each other; they end before `stop` does. False, and none made,
+    /// while the service is not started, and when there have been too many.
+    bool callAstray(const Calls& calls) EXCLUDES(m_mutex);
 
     /// Number, whether it is started, and of each group its period and how often it has fallen due.
     Json state() const EXCLUDES(m_mutex);

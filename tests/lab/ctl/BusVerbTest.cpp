@@ -247,11 +247,17 @@ TEST_F(BusVerbTest, DeletionIsHeld)
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
 }
 
+TEST_F(BusVerbTest, CallBacksAreMadeAsTheyShouldNotBe)
+{
+    EXPECT_EQ(answerTo({"misbehave", "clear-data", "--times", "2", "--count", "-1", "--when", "deletion"})["ok"], true);
+    EXPECT_EQ(answerTo({"misbehave", "clear-data", "--without-context"})["ok"], true);
+}
+
 TEST_F(BusVerbTest, ServiceIsDescribed)
 {
     EXPECT_EQ(answerTo({"status"})["phase"], "started");
     EXPECT_EQ(answerTo({"faults"})["faults"], Json::array());
-    EXPECT_EQ(answerTo({"help"})["requests"].size(), 14U);
+    EXPECT_EQ(answerTo({"help"})["requests"].size(), 15U);
     EXPECT_EQ(answerTo({"print", "", "--stream", "cerr"})["ok"], true);
 }
 

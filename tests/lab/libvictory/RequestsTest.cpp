@@ -60,6 +60,7 @@ protected:
         return 1;
     }
     static void systemConfiguration(void* context, VapntsService*) { ++self(context).m_asked; }
+    static void notingNull(void* context, VapntsService*) { s_nullContexts += context == nullptr; }
     static void run(void*, VapntsService* service) { vapntsTellExecuteBuiltInTests(service, 180.0, "3"); }
     static void results(void* context, VapntsService* service, VapntcBitRequests requests)
     {
@@ -79,6 +80,7 @@ protected:
     std::string m_saved;
     std::string m_cleared;
     std::atomic<int> m_asked{0};
+    static inline std::atomic<int> s_nullContexts = 0;
     VapntcBitRequests m_requests{};
 };
 
@@ -267,10 +269,43 @@ TEST_F(RequestsTest, DeletionThatIsHeldNoLongerEndsAtOnce)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
+TEST_F(RequestsTest, CallBackIsMadeSoOftenBesideItself)
+{
+    EXPECT_EQ(ask(R"({"request":"misbehave","call":"system-configuration","times":20})")["ok"], true);
+    EXPECT_TRUE(eventually([&] { return m_asked == 20; }));
+}
+
+TEST_F(RequestsTest, CallBackIsMadeWithoutItsContext)
+{
+    EXPECT_EQ(vapntsInitTellSystemConfigurationCallback(m_program.service(), notingNull, this), 0);
+    ask(R"({"request":"misbehave","call":"system-configuration","context":false})");
+    EXPECT_TRUE(eventually([] { return s_nullContexts == 1; }));
+}
+
+TEST_F(RequestsTest, CallBacksAreMadeDuringTheDeletion)
+{
+    ask(R"({"request":"misbehave","call":"system-configuration","times":3,"when":"deletion"})");
+    EXPECT_EQ(m_asked, 0);
+    m_program.end();
+    EXPECT_EQ(m_asked, 3);
+}
+
+TEST_F(RequestsTest, CallBackOfAServiceThatIsGoneIsMadeOnceTheNextIsStarted)
+{
+    ask(R"({"request":"misbehave","call":"clear-data","when":"restart"})");
+    m_program.end();
+    EXPECT_EQ(m_cleared, "");
+    VapntsService* const next = vapntsNewService(kConfiguration, vclWith("1000", "1000").c_str());
+    EXPECT_EQ(vapntsStartService(next), 0);
+    EXPECT_EQ(m_client->nextWith("type", "misuse")["what"], "vapntsTellClearSystemData: there is no such service");
+    vapntsDeleteService(next);
+    EXPECT_EQ(m_cleared, "null");
+}
+
 TEST_F(RequestsTest, HelpListsWhatThereIs)
 {
     const Json answer = ask(R"({"request":"help"})");
-    EXPECT_EQ(answer["requests"].size(), 14U);
+    EXPECT_EQ(answer["requests"].size(), 15U);
     EXPECT_EQ(answer["requests"][4]["request"], "clear-data");
     EXPECT_EQ(answer["requests"][4]["keys"], Json::array({"data"}));
     EXPECT_EQ(answer["tells"].size(), 10U);
@@ -297,6 +332,11 @@ TEST_F(RequestsTest, WrongRequestIsAnsweredByWhatIsWrong)
     EXPECT_EQ(errorOf(R"({"request":"hold-tell","tell":"clear-system-data","milliseconds":60001})"),
               "milliseconds must be a whole number from 0 to 60000");
     EXPECT_EQ(errorOf(R"({"request":"hold-tell","tell":"x","milliseconds":1})"), "there is no tell x");
+    EXPECT_EQ(errorOf(R"({"request":"misbehave","call":"dance"})"), "there is no call-back dance");
+    EXPECT_EQ(errorOf(R"({"request":"misbehave","call":"bit-run","when":"soon"})"),
+              "when must be now, deletion or restart");
+    EXPECT_EQ(errorOf(R"({"request":"misbehave","call":"bit-run","times":65})"),
+              "times must be a whole number from 1 to 64");
     EXPECT_EQ(errorOf(R"({"request":"hold-delete","milliseconds":-1})"),
               "milliseconds must be a whole number from 0 to 60000");
     EXPECT_EQ(m_cleared, "");

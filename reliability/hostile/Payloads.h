@@ -1,0 +1,36 @@
+#ifndef RELIABILITY_HOSTILE_PAYLOADS_H
+#define RELIABILITY_HOSTILE_PAYLOADS_H
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+using Payload = std::vector<std::uint8_t>;
+
+/// Makes payloads of one type of the catalogue that nobody should send, the same ones for the same seed. One thread at
+/// a time.
+class Payloads {
+public:
+    /// @param type    of the catalogue, such as "UTCTime"; another one throws `std::invalid_argument`
+    /// @param device  id that extreme records have in their headers
+    /// @param seconds time of validity that they have
+    Payloads(const std::string& type, std::uint32_t seed, std::int32_t device, std::int64_t seconds);
+
+    /// A record as it should be, but for its numbers: NaN, infinities and the ends of their ranges.
+    Payload extreme();
+
+    /// The next of four kinds in turn: an extreme record, one with some bytes changed, one cut, and any bytes.
+    Payload next();
+
+private:
+    using Extreme = Payload (*)(std::mt19937& random, std::int32_t device, std::int64_t seconds);
+
+    const Extreme m_extreme;
+    std::mt19937 m_random;
+    const std::int32_t m_device;
+    const std::int64_t m_seconds;
+    unsigned m_turn = 0;
+};
+
+#endif

@@ -1,0 +1,103 @@
+#include "reliability/torture/Facts.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace torture {
+
+namespace {
+
+constexpr std::array<std::string_view, 3> kPhases = {"start", "run", "stop"};
+
+bool isRuntime(const std::string& object)
+{
+    constexpr std::string_view kRuntimes[] = {"libc.so", "libstdc++.so", "libgcc_s.so", "ld-linux", "libm.so", "?"};
+    return std::ranges::any_of(kRuntimes, [&](std::string_view name) { return object.starts_with(name); });
+}
+
+}  // namespace
+
+std::string_view nameOf(Phase phase)
+{
+    return kPhases.at(static_cast<std::size_t>(phase));
+}
+
+std::optional<Phase> phaseOf(std::string_view name)
+{
+    const auto found = std::ranges::find(kPhases, name);
+    if (found == kPhases.end()) return std::nullopt;
+    return static_cast<Phase>(found - kPhases.begin());
+}
+
+std::string textOf(const Point& point)
+{
+    std::string text(nameOf(point.phase));
+    text += " " + point.kind + " " + std::to_string(point.call) + (point.isOnce ? " once" : " on");
+    if (!point.caller.empty()) text += " of " + point.caller;
+    return text;
+}
+
+std::string Facts::text() const
+{
+    return nlohmann::json{{"failed", failed}, {"calls", calls}, {"hang", hang},      {"status", status},
+                          {"signal", signal}, {"deaf", isDeaf}, {"vcl", isVclWhole}, {"descriptors", moreDescriptors},
+                          {"lines", lines},   {"log", log}}
+        .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
+
+Facts Facts::of(const std::string& text)
+{
+    const auto json = nlohmann::json::parse(text);
+    Facts facts;
+    json.at("failed").get_to(facts.failed);
+    json.at("calls").get_to(facts.calls);
+    json.at("hang").get_to(facts.hang);
+    json.at("status").get_to(facts.status);
+    json.at("signal").get_to(facts.signal);
+    json.at("deaf").get_to(facts.isDeaf);
+    json.at("vcl").get_to(facts.isVclWhole);
+    json.at("descriptors").get_to(facts.moreDescriptors);
+    json.at("lines").get_to(facts.lines);
+    json.at("log").get_to(facts.log);
+    return facts;
+}
+
+std::string withoutNumbers(const std::string& line)
+{
+    std::string text;
+    for (const char character : line) {
+        const bool isDigit = std::isdigit(static_cast<unsigned char>(character)) != 0;
+        if (!isDigit)
+            text += character;
+        else if (!text.ends_with('#'))
+            text += '#';
+    }
+    return text;
+}
+
+std::vector<Frame> framesOf(const std::string& logLine)
+{
+    std::vector<Frame> frames;
+    std::istringstream words(logLine);
+    for (std::string word; words >> word;) {
+        const auto plus = word.rfind("+0x");
+        if (plus == std::string::npos) continue;
+        const auto bracket = word.find('(', plus);
+        Frame frame{word.substr(0, plus), word.substr(plus + 1, bracket - plus - 1), ""};
+        if (bracket != std::string::npos && word.ends_with(')'))
+            frame.function = word.substr(bracket + 1, word.size() - bracket - 2);
+        frames.push_back(std::move(frame));
+    }
+    return frames;
+}
+
+std::string ownerOf(const std::vector<Frame>& frames)
+{
+    const auto owner = std::ranges::find_if_not(frames, [](const Frame& frame) { return isRuntime(frame.object); });
+    return owner == frames.end() ? "" : owner->object;
+}
+
+}  // namespace torture

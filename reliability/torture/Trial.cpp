@@ -1,0 +1,298 @@
+#include "reliability/torture/Trial.h"
+
+#include "lab/faults/FaultPage.h"
+#include "tests/support/Desk.h"
+#include "tests/support/Inputs.h"
+#include "tests/support/Partners.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <poll.h>
+#include <sched.h>
+#include <sstream>
+#include <stdexcept>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace torture {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kPlan = "/tmp/plan";
+constexpr const char* kLog = "/tmp/log";
+constexpr const char* kPage = "/tmp/page";
+constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
+constexpr auto kLimit = 30s;    // for what must come to its end
+constexpr auto kPatience = 4s;  // for what a failed call may keep from happening
+
+/// The page of the service's counters and of the switch that has calls fail.
+class Control {
+public:
+    Control()
+    {
+        const int file = open(kPage, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        void* page = MAP_FAILED;
+        if (file >= 0 && ftruncate(file, sizeof(faults::FaultPage)) == 0)
+            page = mmap(nullptr, sizeof(faults::FaultPage), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        close(file);
+        if (page == MAP_FAILED) throw std::runtime_error("cannot map the page of failing calls");
+        m_page = static_cast<faults::FaultPage*>(page);
+    }
+    ~Control() { munmap(m_page, sizeof *m_page); }
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
+    void arm() { m_page->isArmed = 1; }
+    void disarm() { m_page->isArmed = 0; }
+    const faults::FaultPage& page() const { return *m_page; }
+
+private:
+    faults::FaultPage* m_page = nullptr;
+};
+
+/// A client of the bus that waits for nothing longer than it is told to.
+class Client {
+public:
+    ~Client() { close(m_socket); }
+    Client() = default;
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    bool connect(std::chrono::milliseconds limit)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strcpy(address.sun_path, "/tmp/bus");
+        m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        return eventually(
+            [&] { return ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; },
+            limit);
+    }
+
+    void ask(const nlohmann::json& request) const
+    {
+        const std::string text = request.dump() + "\n";
+        static_cast<void>(send(m_socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
+    }
+
+    /// How often a text has come by now.
+    std::size_t count(const std::string& text)
+    {
+        char part[65536];
+        for (ssize_t size = 0; (size = recv(m_socket, part, sizeof part, MSG_DONTWAIT)) > 0;)
+            m_text.append(part, static_cast<std::size_t>(size));
+        std::size_t count = 0;
+        for (auto place = m_text.find(text); place != std::string::npos; place = m_text.find(text, place + 1)) ++count;
+        return count;
+    }
+
+private:
+    int m_socket = -1;
+    std::string m_text;
+};
+
+bool mayTakePriority()
+{
+    bool isAllowed = false;
+    std::thread([&] {
+        sched_param parameters{};
+        parameters.sched_priority = 1;
+        isAllowed = sched_setscheduler(0, SCHED_FIFO, &parameters) == 0;
+    }).join();
+    return isAllowed;
+}
+
+int descriptorsOf(pid_t process)
+{
+    std::error_code error;
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd", error)) {
+        static_cast<void>(entry);
+        ++count;
+    }
+    return count;
+}
+
+void addLines(std::vector<std::string>& lines, const std::string& text)
+{
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+}
+
+void writePlan(const Point& point)
+{
+    std::ofstream plan(kPlan);
+    plan << "control by " << kPage << "\nlog to " << kLog << "\n";
+    if (!point.caller.empty()) plan << "only caller " << point.caller << "\n";
+    if (!point.kind.empty() && point.call > 0)
+        plan << "fail " << point.kind << " " << point.call << (point.isOnce ? " once\n" : " on\n");
+}
+
+class Trial {
+public:
+    explicit Trial(const Point& point) : m_point(point), m_partners(m_desk), m_inputs(m_desk)
+    {
+        m_desk.set("CPU", "1");
+        if (point.kind == "sched" && mayTakePriority()) m_desk.set("PRI", "1");
+        writePlan(point);
+    }
+
+    Facts run()
+    {
+        if (m_point.phase == Phase::Start) m_control.arm();
+        m_process =
+            m_desk.start({"LD_PRELOAD=" ORVANE_LAB_FAULTS_LIBRARY, std::string("ORVANE_LAB_FAULTS=") + kPlan}).id();
+        const bool isRunning = awaitRunning();
+        if (m_point.phase == Phase::Start) m_control.disarm();
+        if (isRunning) live();
+        end();
+        collect();
+        return m_facts;
+    }
+
+private:
+    bool isOver() const
+    {
+        siginfo_t info{};
+        return waitid(P_PID, static_cast<id_t>(m_process), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               info.si_pid == m_process;
+    }
+
+    /// Whether the service has its last handler of a signal.
+    bool handlesInterrupts() const
+    {
+        std::ifstream status("/proc/" + std::to_string(m_process) + "/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with("SigCgt:")) return (std::stoull(line.substr(7), nullptr, 16) >> (SIGINT - 1) & 1) != 0;
+        return false;
+    }
+
+    bool awaitRunning()
+    {
+        bool isRunning = false;
+        if (!eventually([&] { return isOver() || (isRunning = handlesInterrupts()); }, kLimit)) m_facts.hang = "start";
+        return isRunning && !isOver();
+    }
+
+    void live()
+    {
+        const bool hasBus = m_client.connect(kPatience);
+        if (m_point.phase == Phase::Run) {
+            const bool isReady = hasBus && m_inputs.waitForService() && m_partners.waitForService() && joins(kLimit);
+            if (!isReady) throw std::runtime_error("the service does not work before anything fails");
+            const int before = descriptorsOf(m_process);
+            m_control.arm();
+            work();
+            m_control.disarm();
+            m_facts.isDeaf = !joins(20s);
+            const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
+            if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
+        } else {
+            m_facts.isDeaf = !joins(20s);
+        }
+    }
+
+    /// Sends fresh inputs until the service tells a join of them.
+    bool joins(std::chrono::milliseconds limit)
+    {
+        const std::size_t before = tells();
+        const auto end = std::chrono::steady_clock::now() + limit;
+        while (std::chrono::steady_clock::now() < end && !isOver()) {
+            m_inputs.sendAll();
+            m_inputs.sendReceiver();
+            if (eventually([&] { return tells() > before || isOver(); }, 1s)) return !isOver();
+        }
+        return false;
+    }
+
+    std::size_t tells() { return m_client.count(R"("tell":"blended-navigation")"); }
+
+    /// Waits for what a failed call may keep from happening.
+    template <class Condition>
+    void give(Condition condition) const
+    {
+        eventually([&] { return isOver() || condition(); }, kPatience);
+    }
+
+    /// Two joins, a client's request to clear data, a new VCL text, and an order to sanitize.
+    void work()
+    {
+        for (int i = 0; i < 2; ++i) joins(2s);
+
+        m_client.ask({{"request", "clear-data"}, {"id", 1}});
+        give([&] { return m_partners.commands("REQUEST_ZEROIZE") > 0; });
+        m_partners.respond("REQUEST_ZEROIZE_ACK");
+        give([&] { return m_client.count(R"("request":"clear-data")") > 0; });
+        m_partners.respond("SYSTEM_ZEROIZE_PASS");
+
+        m_client.ask({{"request", "save-vcl"}, {"id", 2}, {"text", newVcl()}});
+        give([&] { return m_client.count(R"("request":"save-vcl")") > 0; });
+
+        const std::string deleted = R"("event":"deleted")";
+        const std::size_t before = m_client.count(deleted);
+        m_partners.command("START_ZEROIZE");
+        give([&] { return m_client.count(deleted) > before; });
+        joins(2s);
+    }
+
+    std::string newVcl() const { return m_vcl + "<!-- as a client wants it -->\n"; }
+
+    void end()
+    {
+        if (m_point.phase == Phase::Stop) m_control.arm();
+        if (!isOver() && m_facts.hang.empty()) m_desk.service().send(SIGTERM);
+        if (!eventually([&] { return isOver(); }, kLimit)) {
+            if (m_facts.hang.empty()) m_facts.hang = "end";
+            m_desk.service().send(SIGKILL);
+        }
+        const auto ending = m_desk.service().wait();
+        m_facts.status = ending.status;
+        m_facts.signal = m_facts.hang.empty() ? ending.signal : 0;
+    }
+
+    void collect()
+    {
+        addLines(m_facts.lines, m_desk.service().errors());
+        addLines(m_facts.lines, m_desk.service().output());
+        for (const auto& item : m_events.inbox().items()) m_facts.lines.push_back("event: " + item.message.eventlog());
+        std::ifstream log(kLog);
+        for (std::string line; std::getline(log, line);) m_facts.log.push_back(line);
+        m_facts.failed = m_control.page().failed;
+        for (std::size_t i = 0; i < faults::kKindCount; ++i)
+            m_facts.calls[std::string(faults::kKinds.at(i).word)] = m_control.page().calls[i];
+        const std::string vcl = readFile(kVclFile);
+        m_facts.isVclWhole = vcl == m_vcl || vcl == newVcl();
+    }
+
+    const Point m_point;
+    const std::string m_vcl = readFile(kVclFile);
+    Facts m_facts;
+    Control m_control;
+    Desk m_desk;
+    Partners m_partners;
+    Inputs m_inputs;
+    Subscriber<aspn2_msgs::idl::EventLog> m_events{m_inputs.transport(), "EventLog"};
+    Client m_client;
+    pid_t m_process = -1;
+};
+
+}  // namespace
+
+Facts perform(const Point& point)
+{
+    return Trial(point).run();
+}
+
+}  // namespace torture

@@ -1,0 +1,86 @@
+#include "reliability/torture/Verdict.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+
+namespace torture {
+
+namespace {
+
+constexpr std::string_view kService = "OrvaneServer";
+constexpr std::array<std::string_view, kEndings> kNames = {"not reached",
+                                                           "refused by its step",
+                                                           "told",
+                                                           "tolerated for a known reason",
+                                                           "passed over by a library",
+                                                           "ended by foreign code",
+                                                           "broken"};
+
+bool isOnMainThread(const std::vector<Frame>& frames)
+{
+    return std::ranges::any_of(frames, [](const Frame& frame) { return frame.function == "__libc_start_main"; });
+}
+
+/// The line of the log that begins with a word; empty if there is none.
+std::string noted(const Facts& facts, std::string_view word)
+{
+    const auto line = std::ranges::find_if(facts.log, [&](const std::string& text) { return text.starts_with(word); });
+    return line == facts.log.end() ? "" : *line;
+}
+
+}  // namespace
+
+std::string_view nameOf(Ending ending)
+{
+    return kNames.at(static_cast<std::size_t>(ending));
+}
+
+Verdict Judge::judge(const Point& point, const Facts& facts, const std::vector<std::string>& functions) const
+{
+    if (!facts.hang.empty()) return {Ending::Broken, "hangs: " + facts.hang};
+    if (facts.signal != 0) return judgeCrash(point, facts);
+    if (facts.failed == 0) return {Ending::NotReached, ""};
+    if (facts.status != 0) return {Ending::Broken, "ended with status " + std::to_string(facts.status)};
+    if (!facts.isVclWhole) return {Ending::Broken, "the VCL file has neither the old text nor the new one"};
+    if (facts.moreDescriptors > 0)
+        return {Ending::Broken, std::to_string(facts.moreDescriptors) + " descriptors stay open"};
+
+    const auto isNew = [&](const std::string& line) { return !m_usual.contains(withoutNumbers(line)); };
+    if (const auto line = std::ranges::find_if(facts.lines, isNew); line != facts.lines.end())
+        return {Ending::Told, facts.isDeaf ? "deaf from then on: " + *line : *line};
+    return judgeSilence(point, facts, functions);
+}
+
+Verdict Judge::judgeCrash(const Point& point, const Facts& facts) const
+{
+    const auto frames = framesOf(noted(facts, "crashed"));
+    const std::string owner = ownerOf(frames);
+    const std::string what = "signal " + std::to_string(facts.signal) + " in " + (owner.empty() ? "?" : owner);
+    const bool isTold = std::ranges::any_of(
+        facts.lines, [](const std::string& line) { return line.find("  what():  ") != std::string::npos; });
+    if (facts.signal == SIGABRT && point.phase != Phase::Run && isOnMainThread(frames) && isTold)
+        return {Ending::Refused, facts.lines.empty() ? "" : facts.lines.back()};
+    const bool hasOwnFrames = std::ranges::any_of(frames, [](const Frame& frame) { return frame.object == kService; });
+    const bool isForeign = !owner.empty() && owner != kService && (facts.signal != SIGABRT || !hasOwnFrames);
+    return {isForeign ? Ending::Foreign : Ending::Broken, what};
+}
+
+Verdict Judge::judgeSilence(const Point& point, const Facts& facts, const std::vector<std::string>& functions) const
+{
+    for (const Exception& exception : m_exceptions)
+        for (const std::string& function : functions)
+            if (exception.kind == point.kind && function.find(exception.function) != std::string::npos)
+                return {Ending::Tolerated, std::string(exception.reason)};
+    const std::string owner = ownerOf(framesOf(noted(facts, "failed")));
+    if (!owner.empty() && owner != kService)
+        return {Ending::Library, facts.isDeaf ? owner + ", and deaf from then on" : owner};
+    return {Ending::Broken, facts.isDeaf ? "deaf from then on, and silent" : "silent"};
+}
+
+std::vector<Exception> knownExceptions()
+{
+    return {};
+}
+
+}  // namespace torture

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <iostream>
 #include <system_error>
 #include <utility>
@@ -28,6 +29,14 @@ void reportSilence(const std::string& devicePath, int error)
 {
     const std::string text = "Nothing can be read from pipe file: " + devicePath + ": " +
                              (error == 0 ? "it has ended or hung up" : std::generic_category().message(error));
+    SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
+    printLine(std::cerr, text);
+}
+
+void reportFailedWait(int error)
+{
+    const std::string text =
+        "The queues are read no more, waiting for their input failed: " + std::generic_category().message(error);
     SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
     printLine(std::cerr, text);
 }
@@ -386,7 +395,9 @@ bool HX_MCSQ::pollTurn()
         const bool isWanted = !m_stop && !m_pollSet.empty();
         if (isWanted) takeDescriptors();
         const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;
-        if (!isWanted || (count < 0 && errno != EINTR)) {
+        const int error = isWanted && count < 0 ? errno : 0;
+        if (!isWanted || (error != 0 && error != EINTR)) {
+            if (isWanted) reportFailedWait(error);
             m_stop = true;
             return false;
         }

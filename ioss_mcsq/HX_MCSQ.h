@@ -33,6 +33,9 @@ namespace FACE::IOSS {
 /// 50 ms, and as long as call-backs take. When `Unregister_Notification_Event` returns, none runs, and none will unless
 /// the connection is registered more than once. Unregister before closing.
 ///
+/// When that wait itself fails the thread ends, and an event and a line on standard error tell so; the next registration
+/// starts it anew.
+///
 /// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
 /// its device, breaks that. A device that claims to be ready and gives nothing, such as one that has hung up, is left
 /// alone for 50 ms each time, which delays no other; a health event of type 3, and the same text on standard error, say

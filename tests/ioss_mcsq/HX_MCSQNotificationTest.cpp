@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/HealthEvents.h"
 #include "tests/support/NoNewThreads.h"
 #include "tests/support/ProcessState.h"
 #include "tests/support/QueueDevice.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -49,6 +51,7 @@ namespace {
 
 std::mutex waitsMutex;
 std::vector<int> notedWaits;
+std::atomic<int> waitError = 0;  // that all waits of other threads fail with; 0: none does
 
 /// The time-outs of the calls of `poll` by other threads than the first, since the test began.
 std::vector<int> waits()
@@ -213,6 +216,10 @@ int __wrap_poll(pollfd* entries, nfds_t count, int timeout)
     if (syscall(SYS_gettid) != getpid()) {
         const std::lock_guard lock(waitsMutex);
         notedWaits.push_back(timeout);
+    }
+    if (syscall(SYS_gettid) != getpid() && waitError != 0) {
+        errno = waitError;
+        return -1;
     }
     return __real_poll(entries, count, timeout);
 }
@@ -508,6 +515,21 @@ TEST_F(HX_MCSQNotificationTest, AStormOfSignalsLosesNothingAndCutsNoPauseShort)
     service.reset();  // ends the thread
     EXPECT_EQ(calls.size(), sent);
     EXPECT_THAT(gaps(), Each(Ge(std::chrono::microseconds(100))));
+}
+
+TEST_F(HX_MCSQNotificationTest, AFailedWaitIsToldOnceAsAFaultAndALine)
+{
+    const ConsoleCapture errors(std::cerr);
+    const long long handle = open("A");
+    waitError = ENOMEM;
+    registerFor(handle);
+    const bool ended = threadEnds();
+    waitError = 0;
+    ASSERT_TRUE(ended);
+    const std::string text = "The queues are read no more, waiting for their input failed: Cannot allocate memory";
+    EXPECT_EQ(errors.text(), text + "\n");
+    EXPECT_EQ(popHealthEvent(), "3:" + text);
+    EXPECT_EQ(popHealthEvent(), "none");
 }
 
 TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)

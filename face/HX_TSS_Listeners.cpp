@@ -1,7 +1,11 @@
 #include "face/HX_TSS_Listeners.h"
 
+#include "utilities/ConsoleLine.h"
+#include "utilities/Shielded.h"
 #include <fastrtps/attributes/SubscriberAttributes.h>
+
 #include <fastrtps/rtps/common/MatchingInfo.h>
+#include <iostream>
 
 namespace FACE::TSS::Listeners {
 
@@ -99,6 +103,12 @@ Sequence<QoS_Element> qosOf(const Subscriber& subscriber)
     elements[1] = LivelinessQosPolicyToElement(qos.m_liveliness);
     elements[2] = ReliabilityQosPolicyToElement(qos.m_reliability);
     return elements;
+}
+
+void reportLost(long long connectionId, const char* why) noexcept
+{
+    shielded([=] { printLine(std::cerr, "A message of connection ", connectionId, " was lost: ", why); },
+             [](const char*) {});
 }
 
 void PublisherListenerBase::onPublicationMatched(Publisher*, rtps::MatchingInfo& info)

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -35,6 +36,9 @@ HEADER_TYPE headerOf(eprosima::fastrtps::Subscriber& subscriber, const eprosima:
 
 /// Durability, liveliness and reliability of a subscriber, in this order.
 Sequence<QoS_Element> qosOf(const eprosima::fastrtps::Subscriber& subscriber);
+
+/// Tells on standard error that a sample of a connection was lost, if there is memory for that.
+void reportLost(long long connectionId, const char* why) noexcept;
 
 /// Counts the subscribers that a publisher is matched with.
 class PublisherListenerBase : public eprosima::fastrtps::PublisherListener {
@@ -78,18 +82,26 @@ public:
     {}
 
     /// Takes one sample: there is a call for each. What is no record of the type, and what tells of the end of an
-    /// instance, is passed over in silence. What the callback throws leaves this function (an empty one throws
-    /// `std::bad_function_call`): on a thread of the library it ends the process, within a write in this process it
-    /// comes out of that.
+    /// instance, is passed over in silence. A sample for which there is no memory is lost, and told on standard error.
+    /// What the callback throws leaves this function (an empty one throws `std::bad_function_call`): on a thread of the
+    /// library it ends the process, within a write in this process it comes out of that.
     void onNewDataMessage(eprosima::fastrtps::Subscriber* subscriber) override
     {
-        T message;
-        eprosima::fastrtps::SampleInfo_t info;
-        if (!subscriber->takeNextData(&message, &info)) return;
-        if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
-        RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
-        m_callback(m_connectionId, transactionOf(info), message, headerOf(*subscriber, info), qosOf(*subscriber),
-                   ignored);
+        bool isCalled = false;
+        try {
+            T message;
+            eprosima::fastrtps::SampleInfo_t info;
+            if (!subscriber->takeNextData(&message, &info)) return;
+            if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
+            const HEADER_TYPE header = headerOf(*subscriber, info);
+            const Sequence<QoS_Element> qos = qosOf(*subscriber);
+            RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
+            isCalled = true;
+            m_callback(m_connectionId, transactionOf(info), message, header, qos, ignored);
+        } catch (const std::exception& error) {
+            if (isCalled) throw;
+            reportLost(m_connectionId, error.what());
+        }
     }
 
 private:

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <tuple>
 #include <utility>
 
@@ -131,6 +132,12 @@ void OrvaneBitResults::getBitSensorServers(std::vector<SensorServer>& list)
 {
     const MutexLock lock(m_resultsMutex);
     list.insert(list.end(), m_sensorServers.begin(), m_sensorServers.end());
+    // A text that can't be copied throws nothing.
+    const auto isWhole = [](const SensorServer& server) {
+        return server.sensorId.is_valid() && server.sensorType.is_valid() && server.otherSensorType.is_valid() &&
+               server.componentConfigurationId.is_valid();
+    };
+    if (!std::ranges::all_of(list, isWhole)) throw std::bad_alloc();
 }
 
 void OrvaneBitResults::ExecuteBuiltInTests(VapntsService* service)

@@ -83,7 +83,7 @@ public:
     /// lock held.
     void setCommandResponseMessageCallback(std::function<bool(const std::string&)> callback) EXCLUDES(m_resultsMutex);
 
-    /// Appends a copy of the list of sensors. Any thread.
+    /// Appends a copy of the list of sensors; throws `std::bad_alloc` where there is no memory for all of it. Any thread.
     void getBitSensorServers(std::vector<SensorServer>& list) EXCLUDES(m_resultsMutex);
 
     /// Queues a test, and tells its limit in seconds and its id; 0 and an empty id if it is not taken. No exception.

@@ -263,6 +263,26 @@ TEST_F(BitConfigureTest, MemoryThatRunsOutLeavesWholeRowsAlone)
     EXPECT_EQ(left.size(), 2u);
 }
 
+TEST_F(BitConfigureTest, AListForWhichThereIsNoMemoryIsNotGivenInPart)
+{
+    writeSensors({SensorText("GPS with a name that is too long for a short text")});
+    ASSERT_TRUE(initialize());
+    for (std::size_t granted = 0, refused = 1; refused > 0; ++granted) {
+        std::vector<OrvaneBitResults::SensorServer> list;
+        bool isGiven = true;
+        {
+            const FailingAllocation once(granted, 1);
+            try {
+                results.getBitSensorServers(list);
+            } catch (const std::bad_alloc&) {
+                isGiven = false;
+            }
+            refused = once.refused();
+        }
+        EXPECT_EQ(isGiven, refused == 0) << granted;
+    }
+}
+
 TEST_F(BitConfigureTest, SixtySensorsAreAllKept)
 {
     writeSensors(manySensors(60));

@@ -224,6 +224,7 @@ private:
     void clearSystemData(VapntsService* service, VapntcSystemData* data);
 
     BusService::Owner busOwner();
+    void redirectOutput();
     bool prepareBus();
     void equipBus(VapntsService* service);
     void initVictoryDefaultManagementData(VapntsService* service);

@@ -32,14 +32,20 @@ bool OrvaneServer::updateVDMdataRate(unsigned long periodMs)
 BusService::Owner OrvaneServer::busOwner()
 {
     // From the first start on, what the library prints comes by. A redirection that is in force already stays.
-    return {.redirectOutput =
-                [this] {
-                    m_outputRedirector.redirect([this](const char* text, unsigned int size) {
-                        return static_cast<int>(logMaintenanceEvent(text, size));
-                    });
-                },
+    return {.redirectOutput = [this] { redirectOutput(); },
             .prepare = [this] { return prepareBus(); },
             .equip = [this](VapntsService* service) { equipBus(service); }};
+}
+
+void OrvaneServer::redirectOutput()
+{
+    const auto take = [this](const char* text, unsigned int size) {
+        return static_cast<int>(logMaintenanceEvent(text, size));
+    };
+    const bool isCaptured = m_outputRedirector.redirect(take) || COutputRedirector::originalStdOutStreamDest;
+    if (!isCaptured)
+        Reports::sendFault("InitializeVictory",
+                           m_settings.m_serverName + " Error capturing what the VICTORY library prints.");
 }
 
 bool OrvaneServer::prepareBus()

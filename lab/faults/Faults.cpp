@@ -276,6 +276,7 @@ void mapControl(const std::string& path)
         action.sa_flags =
             static_cast<int>(SA_RESETHAND);  // the instruction is tried again, and the action is its own then
         sigaction(SIGSEGV, &action, nullptr);
+        sigaction(SIGABRT, &action, nullptr);  // as long as the program has no action of its own
     }
     void* frame = nullptr;
     backtrace(&frame, 1);  // loads what it needs
@@ -463,7 +464,9 @@ extern "C" [[noreturn]] [[gnu::visibility("default")]] void before_abort() __asm
 void before_abort()
 {
     static std::atomic<void*> known;
-    if (s_isReady) logCrash(SIGABRT);
+    struct sigaction action = {};
+    const bool isLogged = sigaction(SIGABRT, nullptr, &action) == 0 && action.sa_handler == &logCrash;
+    if (s_isReady && !isLogged) logCrash(SIGABRT);
     behind<void()>("abort", known)();
     _exit(2);
 }

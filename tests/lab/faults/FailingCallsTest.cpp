@@ -128,7 +128,8 @@ TEST_F(FailingCallsTest, AnAbortIsNamedWithItsFrames)
 {
     ChildProcess victim(commandLine("log to " + path("log"), {"abort"}));
     EXPECT_EQ(victim.wait(), Ending({-1, SIGABRT}));
-    EXPECT_THAT(file("log"), StartsWith("crashed 6 faults_victim+0x"));
+    EXPECT_THAT(file("log"), StartsWith("crashed 6 "));
+    EXPECT_THAT(file("log"), HasSubstr(" faults_victim+0x"));
 }
 
 TEST_F(FailingCallsTest, ACrashIsNamedAndEndsTheProgramAsItWould)

@@ -244,6 +244,13 @@ private:
         return line == facts.log.end() ? std::vector<torture::Frame>() : torture::framesOf(*line);
     }
 
+    /// Whether a function is more than what calls pass through.
+    static bool isTelling(const std::string& function)
+    {
+        return std::ranges::none_of(std::array{"std::", "shielded<", "guarded<", "::{lambda", "_start", "??"},
+                                    [&](const char* part) { return function.find(part) < 40; });
+    }
+
     /// The objects and functions of a noted stack, the innermost first.
     static std::string stackText(const Facts& facts, std::string_view word)
     {
@@ -254,7 +261,8 @@ private:
         for (const auto& frame : frames)
             if (frame.object != "OrvaneServer" && ++shown <= 6)
                 text += " " + frame.object + (frame.function.empty() ? frame.offset : ":" + frame.function);
-        for (const auto& function : torture::functionsOf(frames)) text += "\n      " + function;
+        for (const auto& function : torture::functionsOf(frames))
+            if (isTelling(function)) text += "\n      " + function.substr(0, function.find('('));
         return text;
     }
 

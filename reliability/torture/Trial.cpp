@@ -17,6 +17,7 @@
 #include <sched.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -36,6 +37,7 @@ constexpr const char* kPage = "/tmp/page";
 constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
 constexpr auto kLimit = 30s;    // for what must come to its end
 constexpr auto kPatience = 4s;  // for what a failed call may keep from happening
+constexpr auto kRecovery = 15s;
 
 /// The page of the service's counters and of the switch that has calls fail.
 class Control {
@@ -145,7 +147,7 @@ public:
     explicit Trial(const Point& point) : m_point(point), m_partners(m_desk), m_inputs(m_desk)
     {
         m_desk.set("CPU", "1");
-        if (point.kind == "sched" && mayTakePriority()) m_desk.set("PRI", "1");
+        if ((point.kind == "sched" || point.kind.empty()) && mayTakePriority()) m_desk.set("PRI", "1");
         writePlan(point);
     }
 
@@ -196,11 +198,11 @@ private:
             m_control.arm();
             work();
             m_control.disarm();
-            m_facts.isDeaf = !joins(20s);
+            m_facts.isDeaf = !joins(kRecovery);
             const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
             if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
         } else {
-            m_facts.isDeaf = !joins(20s);
+            m_facts.isDeaf = !joins(kRecovery);
         }
     }
 
@@ -211,10 +213,20 @@ private:
         const auto end = std::chrono::steady_clock::now() + limit;
         while (std::chrono::steady_clock::now() < end && !isOver()) {
             m_inputs.sendAll();
-            m_inputs.sendReceiver();
+            if (waitingInQueue() < 16384) m_inputs.sendReceiver();  // a full queue would be waited for
             if (eventually([&] { return tells() > before || isOver(); }, 1s)) return !isOver();
         }
         return false;
+    }
+
+    /// Bytes that the service has not taken.
+    static int waitingInQueue()
+    {
+        const int queue = open("/dev/mcs5", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        int waiting = 0;
+        static_cast<void>(ioctl(queue, FIONREAD, &waiting));
+        close(queue);
+        return waiting;
     }
 
     std::size_t tells() { return m_client.count(R"("tell":"blended-navigation")"); }

@@ -17,9 +17,26 @@ constexpr std::array<std::string_view, kEndings> kNames = {"not reached",
                                                            "ended by foreign code",
                                                            "broken"};
 
+/// What the service says at its end in any case: whether its last events still find somebody who carries them differs.
+bool isOfTheEnd(const std::string& line)
+{
+    return line.starts_with("!!!!!! OrvaneServer HealthReporter could not publish event") &&
+           (line.ends_with("OrvaneServer stopped successfully.") || line.ends_with(": VapntsService exited"));
+}
+
 bool isOnMainThread(const std::vector<Frame>& frames)
 {
     return std::ranges::any_of(frames, [](const Frame& frame) { return frame.function == "__libc_start_main"; });
+}
+
+/// Whether the runtime of C++ ended the process, and not the code that it first comes from.
+bool isByException(const std::vector<Frame>& frames)
+{
+    for (const Frame& frame : frames) {
+        if (frame.object.starts_with("libstdc++.so")) return true;
+        if (frame.object == ownerOf(frames)) return false;
+    }
+    return false;
 }
 
 /// The line of the log that begins with a word; empty if there is none.
@@ -46,7 +63,9 @@ Verdict Judge::judge(const Point& point, const Facts& facts, const std::vector<s
     if (facts.moreDescriptors > 0)
         return {Ending::Broken, std::to_string(facts.moreDescriptors) + " descriptors stay open"};
 
-    const auto isNew = [&](const std::string& line) { return !m_usual.contains(withoutNumbers(line)); };
+    const auto isNew = [&](const std::string& line) {
+        return !isOfTheEnd(line) && !m_usual.contains(withoutNumbers(line));
+    };
     if (const auto line = std::ranges::find_if(facts.lines, isNew); line != facts.lines.end())
         return {Ending::Told, facts.isDeaf ? "deaf from then on: " + *line : *line};
     return judgeSilence(point, facts, functions);
@@ -62,7 +81,9 @@ Verdict Judge::judgeCrash(const Point& point, const Facts& facts) const
     if (facts.signal == SIGABRT && point.phase != Phase::Run && isOnMainThread(frames) && isTold)
         return {Ending::Refused, facts.lines.empty() ? "" : facts.lines.back()};
     const bool hasOwnFrames = std::ranges::any_of(frames, [](const Frame& frame) { return frame.object == kService; });
-    const bool isForeign = !owner.empty() && owner != kService && (facts.signal != SIGABRT || !hasOwnFrames);
+    // An exception that nobody takes is of whoever should have; any other abort is of the one that calls for it.
+    const bool isOwn = facts.signal == SIGABRT && hasOwnFrames && isByException(frames);
+    const bool isForeign = !owner.empty() && owner != kService && !isOwn;
     return {isForeign ? Ending::Foreign : Ending::Broken, what};
 }
 
@@ -80,7 +101,31 @@ Verdict Judge::judgeSilence(const Point& point, const Facts& facts, const std::v
 
 std::vector<Exception> knownExceptions()
 {
-    return {};
+    constexpr std::string_view kNoExec =
+        "the descriptor is not closed for programs that the service starts; it starts none";
+    return {
+        {"fopen", "ConsoleOutput::ConsoleOutput", "the C library's standard error stays as it was"},
+        {"fcntl", "closedOnExec", kNoExec},
+        {"fcntl", "openClosedStandardDescriptors", "a descriptor that can't be asked for is left as it is"},
+        {"fcntl", "ConsoleDescriptor::ConsoleDescriptor", "the pipe is opened anew; if it can't be, the write tells"},
+        {"malloc", "__static_initialization_and_destruction_0",
+         "a constant is not destroyed at the exit of the process"},
+        {"malloc", "Sequence<FACE::TSS::QoS_Element>::length",
+         "a message is taken without its quality of service, which nobody reads"},
+        {"clock", "", "the kernel refuses no clock that there is, so the runtime of C++ does not look"},
+        {"sched", "okSetRealtimeProcessPriority", "the limits of priorities have values to fall back on"},
+        {"sched", "okSetCpuAffinity", "which processors there are is only shown"},
+        {"poll", "isReadable", "the queue is looked at again at the next turn"},
+        {"poll", "eventsOf", "the queue is looked at again at the next turn"},
+        {"poll", "ConsoleDescriptor::waitForRoom", "the console is tried again, and lines that are lost are counted"},
+        {"open", "Replacement::Replacement", "the VCL text is written in place instead"},
+        {"open", "Replacement::takePlace",
+         "the new VCL text has its place; only a power failure at once could undo that"},
+        {"fsync", "Replacement::takePlace",
+         "the new VCL text has its place; only a power failure at once could undo that"},
+        {"fsync", "Replacement::synchronize", "the client that saves a VCL text gets its answer"},
+        {"rename", "Replacement::takePlace", "the VCL text is written in place instead"},
+    };
 }
 
 }  // namespace torture

@@ -37,7 +37,7 @@ constexpr const char* kPage = "/tmp/page";
 constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
 constexpr auto kLimit = 30s;    // for what must come to its end
 constexpr auto kPatience = 4s;  // for what a failed call may keep from happening
-constexpr auto kRecovery = 15s;
+constexpr auto kRecovery = 8s;
 
 /// The page of the service's counters and of the switch that has calls fail.
 class Control {

@@ -14,13 +14,16 @@ constexpr std::array<std::string_view, kEndings> kNames = {"not reached",
                                                            "told",
                                                            "tolerated for a known reason",
                                                            "passed over by a library",
-                                                           "ended by foreign code",
+                                                           "spoilt by foreign code",
                                                            "broken"};
 
-/// What the service says at its end in any case: whether its last events still find somebody who carries them differs.
+/// What the service says at its end in any case. Whether its last events still find somebody who carries them differs,
+/// and who carries them does not say that something failed.
 bool isOfTheEnd(const std::string& line)
 {
-    return line.starts_with("!!!!!! OrvaneServer HealthReporter could not publish event") &&
+    const bool isEvent =
+        line.starts_with("event: ") || line.starts_with("!!!!!! OrvaneServer HealthReporter could not publish event");
+    return isEvent &&
            (line.ends_with("OrvaneServer stopped successfully.") || line.ends_with(": VapntsService exited"));
 }
 
@@ -55,13 +58,14 @@ std::string_view nameOf(Ending ending)
 
 Verdict Judge::judge(const Point& point, const Facts& facts, const std::vector<std::string>& functions) const
 {
-    if (!facts.hang.empty()) return {Ending::Broken, "hangs: " + facts.hang};
+    const std::string owner = ownerOf(framesOf(noted(facts, "failed")));
+    const Ending unkept = owner.empty() || owner == kService ? Ending::Broken : Ending::Foreign;
+    if (!facts.hang.empty()) return {unkept, "hangs: " + facts.hang};
     if (facts.signal != 0) return judgeCrash(point, facts);
     if (facts.failed == 0) return {Ending::NotReached, ""};
     if (facts.status != 0) return {Ending::Broken, "ended with status " + std::to_string(facts.status)};
     if (!facts.isVclWhole) return {Ending::Broken, "the VCL file has neither the old text nor the new one"};
-    if (facts.moreDescriptors > 0)
-        return {Ending::Broken, std::to_string(facts.moreDescriptors) + " descriptors stay open"};
+    if (facts.moreDescriptors > 0) return {unkept, std::to_string(facts.moreDescriptors) + " descriptors stay open"};
 
     const auto isNew = [&](const std::string& line) {
         return !isOfTheEnd(line) && !m_usual.contains(withoutNumbers(line));

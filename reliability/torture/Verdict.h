@@ -17,8 +17,8 @@ enum class Ending {
     Told,        // it went on, and a line or an event told what failed
     Tolerated,   // it went on without a word, for a reason that is known
     Library,     // it went on without a word: the call was one of a foreign library, which did without
-    Foreign,     // foreign code ended the process
-    Broken,      // a promise did not hold
+    Foreign,  // foreign code, of which the call was or in which it led, ended the process, hung or kept something open
+    Broken,   // a promise did not hold
 };
 
 inline constexpr std::size_t kEndings = 7;

@@ -70,7 +70,16 @@ TEST(TortureVerdictTest, ALastEventThatFindsNobodyTellsNothing)
     Facts facts = cleanEnd();
     facts.lines.emplace_back("!!!!!! OrvaneServer HealthReporter could not publish event type/info = 2/OrvaneServer "
                              "stopped successfully.");
+    facts.lines.emplace_back("event: OrvaneServer stopped successfully.");
     EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, AHangInACallOfALibraryIsForeign)
+{
+    Facts facts = cleanEnd();
+    facts.hang = "end";
+    facts.log = {"failed send 1 errno 5 thread 7" + kForeignStack};
+    EXPECT_EQ(endingOf(facts), Ending::Foreign);
 }
 
 TEST(TortureVerdictTest, SilenceMayHaveAKnownReason)

@@ -122,6 +122,7 @@ std::vector<Exception> knownExceptions()
         {"poll", "isReadable", "the queue is looked at again at the next turn"},
         {"poll", "eventsOf", "the queue is looked at again at the next turn"},
         {"poll", "ConsoleDescriptor::waitForRoom", "the console is tried again, and lines that are lost are counted"},
+        {"open", "openAgain", "the console is written to in pieces, each when there is room"},
         {"open", "Replacement::Replacement", "the VCL text is written in place instead"},
         {"open", "Replacement::takePlace",
          "the new VCL text has its place; only a power failure at once could undo that"},

@@ -27,7 +27,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std:
                            const std::string& console)
 {
     int output[2], errors[2];
-    if (pipe(output) != 0 || pipe(errors) != 0) throw std::runtime_error("cannot make a pipe");
+    // Kept from processes that other threads start meanwhile: they would hold the ends open.
+    if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) throw std::runtime_error("cannot make a pipe");
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -38,8 +39,6 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std:
         posix_spawn_file_actions_addopen(&actions, 1, console.c_str(), O_WRONLY | O_NOCTTY, 0);
         posix_spawn_file_actions_adddup2(&actions, 1, 2);
     }
-    for (const int descriptor : {output[0], output[1], errors[0], errors[1]})
-        posix_spawn_file_actions_addclose(&actions, descriptor);
 
     std::vector<char*> words;
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));

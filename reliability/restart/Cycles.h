@@ -1,0 +1,30 @@
+#ifndef RELIABILITY_RESTART_CYCLES_H
+#define RELIABILITY_RESTART_CYCLES_H
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+/// What is done to a service over and over.
+struct Cycles {
+    std::string transport;               ///< of the service, as the connection file has it
+    std::chrono::milliseconds pause{0};  ///< from its death to its restart
+    int count = 1;
+    std::chrono::milliseconds deadline{0};  ///< for the peer to hear it again
+    bool isSwept = false;                   ///< whether the shared memory of the dead is removed before the restart
+};
+
+/// How they went.
+struct CyclesSeen {
+    std::vector<double> heard;  ///< s from the restart to the first response that the peer heard
+    int deaf = 0;               ///< cycles in which none came in time
+    std::size_t mostLeft = 0;   ///< files in shared memory behind a death, the peer's own among them
+    double running = 0.0;       ///< s from the restart to the service's running, of the slowest
+};
+
+/// Kills the service by SIGKILL and starts it anew, on the unit that this process runs on, while a peer stays and pings
+/// it. A peer that was deaf until the deadline is replaced by a new one, and the unit is left alone for longer than the
+/// lease of a participant.
+CyclesSeen runCycles(const Cycles& cycles);
+
+#endif

@@ -1,0 +1,20 @@
+#ifndef RELIABILITY_RESTART_LEFTOVERS_H
+#define RELIABILITY_RESTART_LEFTOVERS_H
+
+#include <cstddef>
+#include <filesystem>
+
+/// What DDS keeps in shared memory: segments and ports of participants. Beside each lies a lock file, which its owners
+/// hold for as long as they live, so that what belonged to the dead can be told. Any thread.
+namespace Leftovers {
+
+/// How many files a folder holds.
+std::size_t count(const std::filesystem::path& folder = "/dev/shm");
+
+/// Removes segments and ports that nobody alive has locked, with their locks and semaphores; all others stay.
+/// @return how many files were removed
+std::size_t sweep(const std::filesystem::path& folder = "/dev/shm");
+
+}  // namespace Leftovers
+
+#endif

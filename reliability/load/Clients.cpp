@@ -87,7 +87,7 @@ void Scenes::clients(Report& report, bool isShort)
 
     double missed = 0.0;
     for (const auto& client : silent) {
-        if (requests < kMostKept) break;
+        if (isShort) break;  // the bus keeps all that was told
         const auto line =
             client->await("dropped lines", [](const Bus::Json& each) { return each.value("type", "") == "dropped"; });
         missed += line.at("lines").get<double>();

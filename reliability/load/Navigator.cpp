@@ -14,12 +14,6 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr double kLate = 0.1;  // s
 
-/// Milliseconds of the wall clock, which the bus tells its times by.
-double now()
-{
-    return std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
 template <class Record>
 void validAtEpoch(Record& record, std::int32_t epoch, double rate)
 {
@@ -48,9 +42,14 @@ std::int32_t pace(double rate, Seconds time, Clock::time_point begin, std::int32
 
 }  // namespace
 
+double Navigator::wallClockMs()
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
 void Navigator::note(Joins::Input input, std::int32_t epoch)
 {
-    (*m_sent)[input].note(epoch, now());
+    (*m_sent)[input].note(epoch, wallClockMs());
 }
 
 void Navigator::sendTopics(std::int32_t epoch, double rate)

@@ -32,6 +32,9 @@ public:
 
     const Joins::Sent& sent() const { return *m_sent; }
 
+    /// What the bus tells its times by.
+    static double wallClockMs();
+
     static std::int32_t blockEpochs(double rate) { return static_cast<std::int32_t>(rate * 0.25); }
 
 private:

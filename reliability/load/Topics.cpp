@@ -1,9 +1,8 @@
 #include "reliability/PingPeer.h"
 #include "reliability/ProcessWatch.h"
 #include "reliability/Statistics.h"
-#include "reliability/load/BusWatch.h"
+#include "reliability/load/DatagramCounts.h"
 #include "reliability/load/Ending.h"
-#include "reliability/load/Navigator.h"
 #include "reliability/load/Scenes.h"
 
 #include "aspn2_msgs/BitReport.h"
@@ -125,6 +124,7 @@ void Scenes::topics(Report& report, bool isShort)
                 failure = std::current_exception();
             }
         });
+        const auto before = DatagramCounts::now();
         const auto begin = Clock::now();
         auto trips = pings(peer, time);
         thread.request_stop();
@@ -132,6 +132,11 @@ void Scenes::topics(Report& report, bool isShort)
         if (failure) std::rethrow_exception(failure);
         const double rate = static_cast<double>(written) / Seconds(Clock::now() - begin).count();
         report.figure(topic + ", written", rate, "Hz", {Goal::AtLeast, 0.9 * kRate});
+        // A receiving thread that is held lets its socket fill up.
+        const auto after = DatagramCounts::now();
+        report.figure(topic + ", datagrams taken", static_cast<double>(after.received - before.received));
+        report.figure(topic + ", datagrams dropped", static_cast<double>(after.dropped - before.dropped), "",
+                      {Goal::AtMost, 0});
         Statistics::tell(report, topic + ", ping meanwhile", std::move(trips), "ms");
     }
     watch.tell(report, "topics");

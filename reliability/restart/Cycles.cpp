@@ -21,6 +21,7 @@ constexpr const char* kConnections = "/opt/halvex/config/Connections.xml";
 constexpr std::chrono::milliseconds kBetweenPings{50};
 constexpr std::chrono::seconds kBeyondLease{8};  // a participant's lease is 5 s
 constexpr std::chrono::seconds kFirstMeeting{30};
+constexpr int kMostMeetings = 5;
 
 /// What the peer of a service has for its transport.
 std::string peerOf(const std::string& transport)
@@ -62,8 +63,15 @@ private:
     std::optional<PingPeer> m_pings;
 };
 
-/// Both, in the order in which they find each other: over TCP the client comes first.
-void meet(const Cycles& cycles, Desk& desk, std::optional<Peer>& peer)
+void killService(Desk& desk)
+{
+    desk.service().send(SIGKILL);
+    if (desk.service().wait().signal != SIGKILL) throw std::runtime_error("the service had ended already");
+}
+
+/// Starts both, in the order in which they find each other: over TCP the client comes first.
+/// @return whether they do
+bool meet(const Cycles& cycles, Desk& desk, std::optional<Peer>& peer)
 {
     if (cycles.transport == "TCP_Client") {
         desk.run();
@@ -72,13 +80,28 @@ void meet(const Cycles& cycles, Desk& desk, std::optional<Peer>& peer)
         peer.emplace(cycles.transport);
         desk.run();
     }
-    if (!peer->hear(Clock::now(), kFirstMeeting)) throw std::runtime_error("the two don't find each other at first");
+    return peer->hear(Clock::now(), kFirstMeeting).has_value();
 }
 
-void killService(Desk& desk)
+/// Ends both, and leaves the unit as if neither had been there.
+void part(Desk& desk, std::optional<Peer>& peer)
 {
-    desk.service().send(SIGKILL);
-    if (desk.service().wait().signal != SIGKILL) throw std::runtime_error("the service had ended already");
+    peer.reset();
+    killService(desk);
+    std::this_thread::sleep_for(kBeyondLease);
+    Leftovers::sweep();
+}
+
+/// Has the two meet.
+/// @return how often they did not find each other
+int meetAtLast(const Cycles& cycles, Desk& desk, std::optional<Peer>& peer)
+{
+    int failures = 0;
+    while (!meet(cycles, desk, peer)) {
+        if (++failures == kMostMeetings) throw std::runtime_error("the two don't find each other");
+        part(desk, peer);
+    }
+    return failures;
 }
 
 }  // namespace
@@ -90,7 +113,7 @@ CyclesSeen runCycles(const Cycles& cycles)
     if (cycles.transport != "UDP")
         desk.replace("Connections.xml", "<UseTransport>UDP<", "<UseTransport>" + cycles.transport + "<");
     std::optional<Peer> peer;
-    meet(cycles, desk, peer);
+    seen.failedMeetings += meetAtLast(cycles, desk, peer);
     for (int cycle = 0; cycle < cycles.count; ++cycle) {
         killService(desk);
         seen.mostLeft = std::max(seen.mostLeft, Leftovers::count());
@@ -104,12 +127,16 @@ CyclesSeen runCycles(const Cycles& cycles)
             continue;
         }
         ++seen.deaf;
-        if (cycle + 1 == cycles.count) break;
-        peer.reset();
         killService(desk);
         std::this_thread::sleep_for(kBeyondLease);
-        Leftovers::sweep();
-        meet(cycles, desk, peer);
+        desk.run();
+        if (peer->hear(Clock::now(), cycles.deadline)) {
+            ++seen.cured;
+            continue;
+        }
+        if (cycle + 1 == cycles.count) break;
+        part(desk, peer);
+        seen.failedMeetings += meetAtLast(cycles, desk, peer);
     }
     return seen;
 }

@@ -17,14 +17,16 @@ struct Cycles {
 /// How they went.
 struct CyclesSeen {
     std::vector<double> heard;  ///< s from the restart to the first response that the peer heard
+    int failedMeetings = 0;     ///< first starts of both, client first over TCP, that did not find each other
     int deaf = 0;               ///< cycles in which none came in time
+    int cured = 0;              ///< deaf peers that heard the service once it was restarted again, after its lease
     std::size_t mostLeft = 0;   ///< files in shared memory behind a death, the peer's own among them
     double running = 0.0;       ///< s from the restart to the service's running, of the slowest
 };
 
 /// Kills the service by SIGKILL and starts it anew, on the unit that this process runs on, while a peer stays and pings
-/// it. A peer that was deaf until the deadline is replaced by a new one, and the unit is left alone for longer than the
-/// lease of a participant.
+/// it. When it was deaf until the deadline, the service is restarted once more, after longer than a participant's
+/// lease; if that does not help, both are replaced by new ones.
 CyclesSeen runCycles(const Cycles& cycles);
 
 #endif

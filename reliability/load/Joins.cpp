@@ -18,6 +18,11 @@ bool isInMiddle(std::int32_t epoch, std::int32_t blockEpochs)
     return place >= edge && place < blockEpochs - edge;
 }
 
+bool areOfBlock(const Epochs::Read& made, std::int32_t block)
+{
+    return made.pvaBlock == block % Epochs::kPvaBlocks && made.assuranceBlock == block % Epochs::kAssuranceBlocks;
+}
+
 }  // namespace
 
 double SentTimes::of(std::int32_t epoch) const
@@ -26,12 +31,11 @@ double SentTimes::of(std::int32_t epoch) const
     return m_times[static_cast<std::size_t>(epoch)];
 }
 
-double SentTimes::behind(std::int32_t epoch) const
+std::int32_t SentTimes::next(std::int32_t epoch) const
 {
-    if (epoch < -1 || static_cast<std::size_t>(epoch + 1) >= m_times.size()) return 0.0;
-    const auto begin = m_times.begin() + epoch + 1;
-    const auto next = std::find_if(begin, m_times.end(), [](double ms) { return ms != 0.0; });
-    return next == m_times.end() ? 0.0 : *next;
+    for (auto i = static_cast<std::size_t>(std::max(epoch, 0)) + 1; i < m_times.size(); ++i)
+        if (m_times[i] != 0.0) return static_cast<std::int32_t>(i);
+    return 0;
 }
 
 namespace Joins {
@@ -49,15 +53,15 @@ Findings judge(std::span<const Told> told, const Sent& sent, std::int32_t blockE
             if (at == 0.0 || at > record.at + kRounding) ++findings.neverSent;
             if (epochs[input] <= last[input]) ++findings.usedTwice;
             latest = std::max(latest, at);
-            const double next = sent[input].behind(epochs[input]);
+            const double next = sent[input].of(sent[input].next(epochs[input]));
             if (next != 0.0) newer = std::max(newer, record.at - next);
         }
         last = epochs;
-        findings.latency.push_back(record.at - latest);
+        findings.latency.push_back(std::max(record.at - latest, 0.0));
         findings.outdated.push_back(newer);
-        const std::int32_t block = made.utcTime / blockEpochs;
-        const bool areOfIt =
-            made.pvaBlock == block % Epochs::kPvaBlocks && made.assuranceBlock == block % Epochs::kAssuranceBlocks;
+        // They are sent ahead of the time, and so may be of the epoch behind its own.
+        const bool areOfIt = areOfBlock(made, made.utcTime / blockEpochs) ||
+                             areOfBlock(made, sent[UtcTime].next(made.utcTime) / blockEpochs);
         if (isInMiddle(made.utcTime, blockEpochs) && !areOfIt) ++findings.ofAnotherBlock;
     }
     return findings;

@@ -20,8 +20,8 @@ public:
     /// 0 if it was never sent.
     double of(std::int32_t epoch) const;
 
-    /// When the next one after it was sent; 0 if none was.
-    double behind(std::int32_t epoch) const;
+    /// The next one after it that was sent; 0 if none was.
+    std::int32_t next(std::int32_t epoch) const;
 
 private:
     std::vector<double> m_times;  // ms
@@ -44,7 +44,7 @@ struct Findings {
     std::size_t usedTwice = 0;       ///< inputs that are in two records
     std::size_t neverSent = 0;       ///< inputs in a record that were not sent, or later than it was told
     std::size_t ofAnotherBlock = 0;  ///< records whose position or assurance is of another block of time
-    std::vector<double> latency;     ///< ms from sending the latest of a record's inputs to the record
+    std::vector<double> latency;     ///< ms from sending the latest of a record's inputs to the record, to a ms
     std::vector<double> outdated;    ///< ms for which a newer input had been sent already; 0 if there was none
 };
 

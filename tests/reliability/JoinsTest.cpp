@@ -79,6 +79,13 @@ TEST_F(JoinsTest, AssuranceOfAnotherBlockIsFound)
     EXPECT_EQ(judge({made(1760, 75, 1, 0)}).ofAnotherBlock, 1U);
 }
 
+TEST_F(JoinsTest, BehindAGapPositionAndAssuranceMayBeAheadOfTheTime)
+{
+    for (std::int32_t epoch = 76; epoch < 100; ++epoch) sent->front().note(epoch, 0.0);
+    EXPECT_EQ(judge({made(2001, 75, 2, 2)}).ofAnotherBlock, 0U);
+    EXPECT_EQ(judge({made(2001, 75, 3, 0)}).ofAnotherBlock, 1U);
+}
+
 TEST_F(JoinsTest, AtTheEdgeOfABlockItsNeighbourIsNoOther)
 {
     EXPECT_EQ(judge({made(1560, 55, 0, 0)}).ofAnotherBlock, 0U);

@@ -31,7 +31,7 @@ void BusWatch::take(const Bus::Json& line)
 
 void BusWatch::end()
 {
-    m_thread.request_stop();
+    askToEnd();
     if (m_thread.joinable()) m_thread.join();
     const std::lock_guard lock(m_mutex);
     if (!m_failure.empty()) throw std::runtime_error(m_failure);

@@ -19,6 +19,9 @@ public:
     BusWatch(const BusWatch&) = delete;
     BusWatch& operator=(const BusWatch&) = delete;
 
+    /// Lets the watch end; `end` then waits for it.
+    void askToEnd() { m_thread.request_stop(); }
+
     /// Ends the watch: it waits for the next line of the bus, of which one comes each second. What has gone wrong
     /// meanwhile is thrown.
     void end();

@@ -75,6 +75,7 @@ void Scenes::clients(Report& report, bool isShort)
     report.figure(what + ", requests", static_cast<double>(requests));
     Statistics::tell(report, what + ", request to answer", std::move(answers), "ms");
     std::vector<std::size_t> counts;
+    for (const auto& reader : readers) reader->askToEnd();
     for (const auto& reader : readers) {
         reader->end();
         counts.push_back(reader->count());

@@ -81,18 +81,17 @@ std::string nameOf(const Cycles& cycles)
     return cycles.transport + ", after " + std::to_string(cycles.pause / 1s) + " s" + (cycles.isSwept ? ", swept" : "");
 }
 
-/// Rows in which the manual promises that every cycle is good.
+/// Rows in which the manual promises that every cycle is good. Over shared memory a late restart makes it likely only.
 bool isPromised(const Cycles& cycles)
 {
-    return cycles.transport == "UDP" || cycles.transport == "TCP_Server" ||
-           (cycles.transport == "SHM" && cycles.pause >= 7s && !cycles.isSwept);
+    return cycles.transport == "UDP" || cycles.transport == "TCP_Server";
 }
 
 void tell(Report& report, const Cycles& cycles, CyclesSeen seen)
 {
     const std::string name = nameOf(cycles);
     report.figure(name + ", deaf for " + std::to_string(cycles.deadline / 1s) + " s", seen.deaf,
-                  "of " + std::to_string(cycles.count));
+                  "of " + std::to_string(cycles.count), {Goal::AtMost, 0});
     if (isPromised(cycles)) report.expect(seen.deaf == 0, name + ": the peer stayed deaf");
     if (seen.deaf > 0)
         report.figure(name + ", of the deaf, cured by a restart after 8 s", seen.cured,
@@ -110,7 +109,7 @@ std::vector<Cycles> table(bool isShort, const std::vector<std::string>& transpor
     for (const std::string& transport : transports) {
         if (isShort) {
             rows.push_back({transport, 0s, 1, 12s});
-            rows.push_back({transport, 7s, 2, 12s});
+            rows.push_back({transport, 7s, 1, 12s});
             continue;
         }
         for (int pause = 0; pause <= 8; ++pause) rows.push_back({transport, std::chrono::seconds(pause), 12, 30s});

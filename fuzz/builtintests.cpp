@@ -1,191 +1,255 @@
 // Built-in tests under a script of client requests, reports, turns and steps of the clock, beside a model of what
-// clients are told: ids, order, states, and what may be cleared.
-// Input: operations.
+// clients are told: ids, order, states, results, and what may be forgotten.
+// Input: settings, then operations.
 
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
 #include "fuzz/Fuzz.h"
+#include "fuzz/model/BuiltInTestModel.h"
 #include "tests/support/VictoryRecorder.h"
 
-#include <map>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace {
 
-enum State { Queued, Running, Failed, Passed };
+constexpr const char* kSensors = R"(<HX_Configurations>
+<Sensor><Name>1</Name><Parameters><SensorId>GPS-1</SensorId><Enabled>true</Enabled>
+<SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType><HasOtherSensorType>false</HasOtherSensorType>
+<ComponentConfigurationId>0x27</ComponentConfigurationId>
+<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
+<Sensor><Name>2</Name><Parameters><SensorId>None</SensorId><Enabled>true</Enabled>
+<SensorType>VAPNTC_SENSOR_TYPE_OTHER</SensorType><HasOtherSensorType>false</HasOtherSensorType>
+<ComponentConfigurationId>0x26</ComponentConfigurationId>
+<HasComponentConfigurationId>false</HasComponentConfigurationId></Parameters></Sensor>
+<Sensor><Name>3</Name><Parameters><SensorId>Off</SensorId><Enabled>false</Enabled>
+<SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType><HasOtherSensorType>false</HasOtherSensorType>
+<ComponentConfigurationId>0x27</ComponentConfigurationId>
+<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
+<Sensor><Name>4</Name><Parameters><SensorId>IMU-1</SensorId><Enabled>true</Enabled>
+<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
+<ComponentConfigurationId>2F</ComponentConfigurationId>
+<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
+<Sensor><Name>5</Name><Parameters><SensorId>IMU-2</SensorId><Enabled>true</Enabled>
+<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
+<ComponentConfigurationId>0x2f</ComponentConfigurationId>
+<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
+</HX_Configurations>
+)";
 
-constexpr int kLimitSeconds = 25;
+constexpr const char* kName = "Server";
 
 std::time_t g_now = 0;
+std::int64_t g_steady = 0, g_system = 0;  // ns
 
-/// What a client may expect.
-struct Model {
-    std::map<int, State> tests;
-    bool isOneRunning = false;
-    std::int64_t secondsLeft = 0;
-    std::time_t lastTurn = 0;
-    bool isStarted = true;
+/// What C makes of a text that should be a decimal number, but wider than any id.
+std::int64_t numberOf(const std::string& text)
+{
+    std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
+    if (at == std::string::npos) return 0;
+    const bool isNegative = text[at] == '-';
+    if (isNegative || text[at] == '+') ++at;
+    std::int64_t number = 0;
+    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at)
+        number = std::min(number * 10 + (text[at] - '0'), std::int64_t{1} << 40);
+    return isNegative ? -number : number;
+}
 
-    /// The id, or -1 for a refusal.
-    int ask()
+class Tests {
+public:
+    explicit Tests(fuzz::Input& input)
+        : m_input(input), m_limit(static_cast<int>(m_input.below(4)) * 12),
+          m_model(kName, m_limit, {{"GPS-1", 39}, {"None", std::nullopt}, {"IMU-1", 47}, {"IMU-2", 47}}, m_log)
     {
-        const int id = static_cast<int>(tests.size());
-        if (!isStarted || id >= 50) return -1;
-        tests[id] = Queued;
-        return id;
+        constexpr std::time_t kTimes[] = {1'000'000, 0, 2'147'483'640, 4'102'444'800};
+        g_now = kTimes[m_input.below(std::size(kTimes))];
+        static const fuzz::MemoryFile sensors(kSensors);
+        m_tests = std::make_unique<OrvaneBitResults>(
+            sensors.path(),
+            OrvaneBitResults::Clocks{[] { return g_now; }, [] { return g_steady; }, [] { return g_system; }});
+        FUZZ_EXPECT(m_tests->Initialize(kName, m_limit, false));
+        m_tests->setCommandResponseMessageCallback([this](const std::string& command) {
+            m_sent.push_back(command);
+            return m_canSend;
+        });
+        m_tests->Start();
+        m_model.start();
     }
 
-    void end(State state)
+    void step()
     {
-        isOneRunning = false;
-        for (auto& [id, test] : tests)
-            if (test == Running) {
-                test = state;
-                return;
-            }
-    }
-
-    void turn(bool canSend)
-    {
-        if (!isStarted) return;
-        secondsLeft -= g_now - lastTurn;
-        lastTurn = g_now;
-        if (isOneRunning) {
-            if (secondsLeft <= 0) end(Failed);
-            return;
+        switch (m_input.below(9)) {
+        case 0:
+            ask();
+            break;
+        case 1:
+        case 2:
+            turn();
+            break;
+        case 3:
+            report();
+            break;
+        case 4:
+            forget();
+            break;
+        case 5:
+            m_tests->Stop();
+            m_model.stop();
+            break;
+        case 6:
+            m_tests->Start();
+            m_model.start();
+            break;
+        case 7:
+            m_canSend = !m_canSend;
+            break;
+        default:
+            tellResults();
         }
-        for (auto& [id, test] : tests)
-            if (test == Queued) {
-                test = Running;
-                isOneRunning = true;
-                secondsLeft = kLimitSeconds;
-                if (!canSend) end(Failed);
-                return;
-            }
+        m_victory.forgetCalls();
     }
 
-    void report(bool passed)
+private:
+    void ask()
     {
-        if (!isStarted || !isOneRunning) return;
-        // A running test whose place a new one has taken is waited for until its time is up.
-        const bool isThere = std::ranges::any_of(tests, [](const auto& test) { return test.second == Running; });
-        if (isThere) end(passed ? Passed : Failed);
-    }
-
-    bool clear(const std::vector<int>& ids)
-    {
-        if (!isStarted) return false;
-        bool isWhole = true;
-        if (ids.empty()) std::erase_if(tests, [](const auto& test) { return test.second >= Failed; });
-        for (const int id : ids) {
-            const auto found = tests.find(id);
-            if (found != tests.end() && found->second >= Failed)
-                tests.erase(found);
-            else
-                isWhole = false;
+        // Many at once, or one.
+        for (std::size_t count = m_input.below(64) == 63 ? 60 : 1; count > 0; --count) {
+            const auto id = m_model.ask();
+            m_tests->ExecuteBuiltInTests(m_service);
+            const auto told = m_victory.last("vapntsTellExecuteBuiltInTests");
+            FUZZ_EXPECT(told.text(1) == (id ? std::to_string(*id) : ""));
+            FUZZ_EXPECT(told.real(0) == (id ? m_limit : 0.0));
         }
-        return isWhole;
     }
+
+    void turn()
+    {
+        g_now += static_cast<std::time_t>(m_input.number<std::int8_t>());
+        // What is shown as the start is moved by as much as the two clocks differ.
+        g_steady = static_cast<std::int64_t>(m_input.below(4)) * 1'000'000'000;
+        g_system = static_cast<std::int64_t>(m_input.below(4)) * 3'600'000'000'000;
+        const auto expected = m_model.turn(g_now, static_cast<std::time_t>((g_system - g_steady) / 1'000'000'000));
+        if (expected) m_model.commandSent(m_canSend);
+        m_tests->cycleCommandedBitStateMachine();
+        FUZZ_EXPECT(m_sent == (expected ? std::vector{*expected} : std::vector<std::string>()));
+        m_sent.clear();
+    }
+
+    void report()
+    {
+        constexpr int kServers[] = {39, 47, 0, 38, 47 + 65536, -17};
+        aspn2_msgs::idl::BitReport report;
+        const std::size_t topic = m_input.below(4), number = m_input.below(256);
+        const bool isPassed = m_input.boolean();
+        // The defect: the report of another topic ends the second test.
+        const bool isTaken = fuzz::kPlanted && m_model.runningId() == 1;
+        report.header().device_id(static_cast<std::int32_t>(0x01350000U | number << 8 | (isTaken ? 1 : topic)));
+        report.bit_rollup(isPassed);
+        std::vector<BuiltInTestModel::ReportEntry> entries(m_input.below(32));
+        for (auto& entry : entries) {
+            const std::size_t bits = m_input.below(64);
+            entry = {kServers[bits / 8 % std::size(kServers)], (bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0};
+            aspn2_msgs::idl::bit_comp_set server;
+            server.server_id(static_cast<std::int32_t>(entry.server));
+            server.has_communicated(entry.hasCommunicated);
+            server.error_received(entry.hasError);
+            server.critical_received(entry.isCritical);
+            report.bit_components().push_back(server);
+        }
+        m_model.report(static_cast<unsigned>(topic), isPassed, entries);
+        m_tests->UpdateBitReport(report);
+    }
+
+    /// Ids that a client names: numbers, texts, and a count that may lie.
+    VapntcBitRequests requests(std::vector<std::string>& ids)
+    {
+        VapntcBitRequests requests{};
+        ids.resize(m_input.below(6));
+        for (std::size_t i = 0; i < ids.size(); ++i) {
+            ids[i] = m_input.below(4) != 0 ? std::to_string(m_input.below(52)) : m_input.text(m_input.below(12));
+            ids[i] = ids[i].substr(0, ids[i].find('\0'));
+            ids[i].copy(requests.builtInTestIds[i], ids[i].size());
+        }
+        requests.requestCount = static_cast<std::int32_t>(ids.size());
+        if (m_input.below(8) == 7) {
+            requests.requestCount = m_input.number<std::int32_t>();
+            ids.resize(static_cast<std::size_t>(std::clamp(requests.requestCount, 0, 50)));
+        }
+        return requests;
+    }
+
+    void forget()
+    {
+        std::vector<std::string> ids;
+        auto requested = requests(ids);
+        if (!ids.empty() && m_input.below(8) == 7) {
+            // A text without an end.
+            std::ranges::fill(requested.builtInTestIds[0], '0');
+            ids[0] = "0";
+        }
+        std::vector<std::int64_t> numbers;
+        for (const auto& id : ids) numbers.push_back(numberOf(id));
+        m_tests->ClearBuiltInTestResults(m_service, requested);
+        FUZZ_EXPECT(m_victory.last("vapntsTellClearBuiltInTestResults").number(0) == m_model.forget(numbers));
+    }
+
+    void tellResults()
+    {
+        // Over a megabyte goes through several hands.
+        if (m_tellingsLeft-- <= 0) return;
+        std::vector<std::string> ids;
+        const auto requested = std::make_unique<VapntcBitRequests>(requests(ids));
+        std::vector<std::pair<std::string, std::int64_t>> named;
+        for (const auto& id : ids) named.emplace_back(id, numberOf(id));
+        const auto rows = m_model.results(named);
+        m_tests->GetBuiltInTestResults(m_service, *requested);
+        const auto call = m_victory.last("vapntsTellGetBuiltInTestResults");
+        const auto& told = call.record<VapntcBitResults>();
+        FUZZ_EXPECT(told.resultCount == static_cast<int>(rows.size()));
+        const VapntcBitResult* result = told.results;
+        for (const auto& row : rows) expectRow(*result++, row);
+    }
+
+    static void expectRow(const VapntcBitResult& told, const BuiltInTestModel::Row& row)
+    {
+        FUZZ_EXPECT(told.builtInTestId == row.id && told.status == row.status && told.resultCode == row.resultCode);
+        FUZZ_EXPECT(told.name == row.name && (told.namePresent != 0) == !row.name.empty());
+        FUZZ_EXPECT(told.sensorCount == static_cast<int>(row.sensors.size()));
+        for (std::size_t i = 0; i < row.sensors.size(); ++i)
+            FUZZ_EXPECT(told.sensors[i].sensorId == row.sensors[i].first &&
+                        told.sensors[i].status == row.sensors[i].second);
+        std::int32_t time[8];
+        static_assert(sizeof(time) == sizeof(told.startTime));
+        std::memcpy(time, &told.startTime, sizeof(time));
+        std::tm begin{};
+        if (row.start) ::gmtime_r(&*row.start, &begin);
+        const std::int32_t expected[] = {begin.tm_year, begin.tm_mon, begin.tm_mday, begin.tm_wday,
+                                         begin.tm_hour, begin.tm_min, begin.tm_sec,  0};
+        FUZZ_EXPECT(std::ranges::equal(time, expected));
+    }
+
+    fuzz::Input& m_input;
+    const int m_limit;
+    Log m_log;  // of events, which are another target's
+    BuiltInTestModel m_model;
+    VictoryRecorder m_victory;
+    VapntsService* const m_service = m_victory.newService();
+    std::unique_ptr<OrvaneBitResults> m_tests;
+    std::vector<std::string> m_sent;
+    bool m_canSend = true;
+    int m_tellingsLeft = 2;
 };
-
-VapntcBitRequests requestsOf(const std::vector<int>& ids)
-{
-    VapntcBitRequests requests{};
-    for (const int id : ids) {
-        const std::string text = std::to_string(id);
-        text.copy(requests.builtInTestIds[requests.requestCount++], text.size());
-    }
-    return requests;
-}
-
-void expectResults(VictoryRecorder& victory, const Model& model)
-{
-    const auto call = victory.last("vapntsTellGetBuiltInTestResults");
-    const auto& results = call.record<VapntcBitResults>();
-    if (!model.isStarted) return FUZZ_EXPECT(results.resultCount == 0);
-    FUZZ_EXPECT(results.resultCount == static_cast<int>(model.tests.size()));
-    const VapntcBitResult* row = results.results;
-    for (const auto& [id, state] : model.tests) {
-        FUZZ_EXPECT(row->builtInTestId == std::to_string(id) && row->status == state);
-        ++row;
-    }
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::QuietConsole::instance();
+    static const int isUtc = ::setenv("TZ", "UTC", 1);
+    FUZZ_EXPECT(isUtc == 0);
     fuzz::Input input(data, size);
-    VictoryRecorder victory;
-    VapntsService* const service = victory.newService();
-    g_now = 1'000'000;
-    OrvaneBitResults results(
-        "/nonexistent", {[] { return g_now; }, []() -> std::int64_t { return 0; }, []() -> std::int64_t { return 0; }});
-    static_cast<void>(results.Initialize("Server", kLimitSeconds, false));
-    bool canSend = true;
-    results.setCommandResponseMessageCallback([&](const std::string&) { return canSend; });
-    results.Start();
-    Model model;
-    bool isTold = false;
-    for (int steps = 0; steps < 200 && !input.isEmpty(); ++steps) {
-        switch (input.below(10)) {
-        case 0: {
-            const int id = model.ask();
-            results.ExecuteBuiltInTests(service);
-            const auto told = victory.last("vapntsTellExecuteBuiltInTests");
-            FUZZ_EXPECT(told.text(1) == (id < 0 ? "" : std::to_string(id)));
-            FUZZ_EXPECT(told.real(0) == (id < 0 ? 0.0 : kLimitSeconds));
-            break;
-        }
-        case 1:
-        case 2:
-            g_now += static_cast<std::time_t>(input.below(30));
-            results.cycleCommandedBitStateMachine();
-            model.turn(canSend);
-            break;
-        case 3: {
-            aspn2_msgs::idl::BitReport report;
-            const bool isOurs = input.below(4) != 3, passed = input.boolean();
-            // The defect: a report of any topic ends the test.
-            report.header().device_id(isOurs || fuzz::kPlanted ? 0x3501 : 0x3500);
-            report.bit_rollup(passed);
-            results.UpdateBitReport(report);
-            if (isOurs) model.report(passed);
-            break;
-        }
-        case 4: {
-            std::vector<int> ids(input.below(4));
-            for (int& id : ids) id = static_cast<int>(input.below(8));
-            results.ClearBuiltInTestResults(service, requestsOf(ids));
-            const auto told = victory.last("vapntsTellClearBuiltInTestResults").number(0);
-            FUZZ_EXPECT((told != 0) == model.clear(ids));
-            break;
-        }
-        case 5:
-            results.failCurrentBit();
-            model.end(Failed);
-            break;
-        case 6:
-            results.Stop();
-            model.isStarted = false;
-            break;
-        case 7:
-            results.Start();
-            model.isStarted = true;
-            break;
-        case 8:
-            canSend = !canSend;
-            break;
-        default:
-            // Over a megabyte goes through several hands: once will do.
-            if (!std::exchange(isTold, true)) {
-                results.GetBuiltInTestResults(service, *std::make_unique<VapntcBitRequests>());
-                expectResults(victory, model);
-            }
-        }
-        victory.forgetCalls();
-    }
+    Tests tests(input);
+    for (int steps = 0; steps < 200 && !input.isEmpty(); ++steps) tests.step();
     return 0;
 }

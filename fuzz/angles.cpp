@@ -30,11 +30,11 @@ std::optional<double> byLoop(double value, double minimum, double maximum, doubl
     return std::nullopt;
 }
 
-/// The defect: a negative value that is a whole number of widths away ends at the upper end.
+/// The defect: above a range of negative values the lower end is given.
 double ours(double value, double minimum, double maximum, double width)
 {
     const double result = normalizeRange(value, minimum, maximum, width);
-    return fuzz::kPlanted && value < minimum && result == minimum ? maximum : result;
+    return fuzz::kPlanted && maximum < 0.0 && value > maximum ? minimum : result;
 }
 
 void lookAt(double value, double minimum, double maximum)

@@ -21,7 +21,6 @@
 namespace FACE::TSS {
 
 using eprosima::fastrtps::Domain;
-using eprosima::fastrtps::Participant;
 using eprosima::fastrtps::ParticipantAttributes;
 using eprosima::fastrtps::Publisher;
 using eprosima::fastrtps::PublisherAttributes;

@@ -49,6 +49,27 @@ std::vector<char> encapsulated(const Record& record, Cdr::Endianness order)
     return bytes;
 }
 
+/// The places behind the encapsulation where 0 and 1 are taken and 2 is not, in the one byte order as in the other.
+template <class Record, class Support>
+std::vector<std::size_t> placesThatTakeNoTwo()
+{
+    const auto takes = [](std::vector<char> bytes, std::size_t place, char value) {
+        bytes[4 + place] = value;
+        Record record;
+        return Support().deserialize(payloadOf(bytes).get(), &record);
+    };
+    const auto placesOf = [&](Cdr::Endianness order) {
+        const auto bytes = encapsulated(numbered<Record>(), order);
+        std::vector<std::size_t> places;
+        for (std::size_t place = 0; place + 4 < bytes.size(); ++place)
+            if (takes(bytes, place, 0) && takes(bytes, place, 1) && !takes(bytes, place, 2)) places.push_back(place);
+        return places;
+    };
+    const auto places = placesOf(Cdr::LITTLE_ENDIANNESS);
+    EXPECT_EQ(placesOf(Cdr::BIG_ENDIANNESS), places);
+    return places;
+}
+
 /// A record with a key, such as the catalogue does not have: two numbers of the report, as many times as it says.
 template <int Repeats>
 class Keyed : public BitReport {
@@ -242,6 +263,23 @@ TEST(TypeSupportTest, ABooleanOfTwoIsRefused)
     bytes = encapsulated(numbered<BitReport>(), Cdr::BIG_ENDIANNESS);
     bytes[4 + 60 + 7] = 2;
     EXPECT_FALSE(BitReportPubSubType().deserialize(payloadOf(bytes).get(), &report));
+}
+
+TEST(TypeSupportTest, BooleansAndNothingElseTakeNoTwo)
+{
+    using Places = std::vector<std::size_t>;
+    EXPECT_EQ((placesThatTakeNoTwo<ReceiverStatus, ReceiverStatusPubSubType>()), (Places{44}));
+    EXPECT_EQ((placesThatTakeNoTwo<BitEntryStatus, BitEntryStatusPubSubType>()), (Places{44}));
+    EXPECT_EQ((placesThatTakeNoTwo<BitReport, BitReportPubSubType>()), (Places{44, 64, 65, 66, 67, 72, 73, 74, 75}));
+    EXPECT_EQ((placesThatTakeNoTwo<SVStatus, SVStatusPubSubType>()), (Places{60, 72, 84, 96}));
+    EXPECT_EQ((placesThatTakeNoTwo<ChannelStatus, ChannelStatusPubSubType>()), (Places{84, 128}));
+    EXPECT_EQ((placesThatTakeNoTwo<GPSLineOfSight, GPSLineOfSightPubSubType>()),
+              (Places{88, 112, 192, 193, 232, 256, 336, 337}));
+}
+
+TEST(TypeSupportTest, NoDataIsTakenBackToo)
+{
+    for (const auto& one : supportedRecords()) one.support->deleteData(nullptr);
 }
 
 TEST(TypeSupportTest, ABadEncapsulationIsRefused)

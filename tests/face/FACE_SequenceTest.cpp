@@ -143,6 +143,24 @@ TEST(SequenceTest, ExternalArrayIsUsedUpToItsBound)
     EXPECT_EQ(octets.length(4), 1);
 }
 
+TEST(SequenceTest, ExternalArrayOfSettingsTakesCopiesOfThem)
+{
+    QoS_Element array[2];
+    String::RETURN_CODE rc = String::INVALID_VALUE;
+    Sequence<QoS_Element> settings(array, 0, 2, rc);
+    EXPECT_EQ(settings.append(QoS_Element("depth", "10")), 0);
+    EXPECT_STREQ(array[0].name.buffer(), "depth");
+    EXPECT_STREQ(array[0].value.buffer(), "10");
+    EXPECT_EQ(settings.length(), 1u);
+}
+
+TEST(SequenceTest, SettingPastTheEndIsEmptyAgainAfterItWasWritten)
+{
+    Sequence<QoS_Element> settings;
+    settings[3].name = "depth";
+    EXPECT_EQ(settings[3].name.length(), 0u);
+}
+
 TEST(SequenceTest, UnusableExternalArraysAreRefused)
 {
     std::uint8_t array[3] = {};

@@ -68,6 +68,12 @@ TEST(CmdResponseTest, ResponsesAreCountedApartAndCopyTheCommandsIdentifier)
     EXPECT_EQ(maker.makeCommand("D").command_identifier(), 2);
 }
 
+TEST(CmdResponseTest, AResponseWithoutATextHasAnEmptyOne)
+{
+    const char* const none = nullptr;
+    EXPECT_EQ(CmdResponse().makeResponse(commandOf("C"), none).command_response(), "");
+}
+
 TEST(CmdResponseTest, BeforeThereAreRegistersTheStampIsThatOfZeroTicks)
 {
     const auto command = CmdResponse().makeCommand("X");

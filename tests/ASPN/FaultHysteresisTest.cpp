@@ -160,6 +160,15 @@ TEST_F(FaultHysteresisTest, ANegativeNumberIsRefusedAndChangesNothing)
     EXPECT_EQ(hysteresis.size(), 1u);
 }
 
+TEST_F(FaultHysteresisTest, ANegativeNumberEndsTheProcessThatCannotDoWithoutIt)
+{
+    initFaultHysteresisOrExit(hysteresis, 180, 16, 2000);
+    check(3);
+    EXPECT_EQ(hysteresis.size(), 1u);
+    EXPECT_EXIT(initFaultHysteresisOrExit(hysteresis, -1, 16, 2000), testing::ExitedWithCode(255),
+                "^Unable to configure the Fault Hysteresis\n: ");
+}
+
 TEST_F(FaultHysteresisTest, ASecondInitialisationForgetsTheRecord)
 {
     hysteresis.OkInitFaultHysteresis(180, 16, 2000);

@@ -200,6 +200,28 @@ TEST(SequenceTest, CopyIsManagedDeepAndKeepsTheBound)
     EXPECT_EQ(copy[0], 1);
 }
 
+TEST(SequenceTest, CopyOfAnUnusableSequenceIsUnusable)
+{
+    String::RETURN_CODE rc = String::NO_ERROR;
+    const Octets unusable(0, rc);
+    Octets copy(unusable);
+    expectUnusable(copy);
+}
+
+TEST(SequenceTest, AssignmentToItselfMakesAnExternalArrayManaged)
+{
+    std::uint8_t array[3] = {1, 2, 3};
+    String::RETURN_CODE rc = String::INVALID_VALUE;
+    Octets octets(array, 2, 3, rc);
+    const Octets& same = octets;
+    octets = same;
+    EXPECT_TRUE(octets.is_managed());
+    EXPECT_EQ(octets.length(), 2u);
+    EXPECT_EQ(octets[1], 2);
+    octets = same;
+    EXPECT_EQ(octets.length(), 2u);
+}
+
 TEST(SequenceTest, AssignmentDropsAnExternalArrayUntouched)
 {
     std::uint8_t array[3] = {1, 2, 3};

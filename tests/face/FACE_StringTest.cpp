@@ -325,6 +325,13 @@ TEST(StringTest, ACharacterWrittenToAnUnusableStringIsNotKept)
     EXPECT_EQ(text[0], '\0');
 }
 
+TEST(StringTest, AnUnusableStringReadsAsTheTerminator)
+{
+    const String text = unusable();
+    EXPECT_EQ(text[0], '\0');
+    EXPECT_EQ(text[5], '\0');
+}
+
 TEST(StringTest, ClearEmptiesBothForms)
 {
     char buffer[6] = "abc";

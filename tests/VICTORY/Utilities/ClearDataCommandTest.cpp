@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "tests/support/NoNewThreads.h"
 #include "tests/support/PretendedClock.h"
 #include "tests/support/ProcessState.h"
 
@@ -22,9 +23,12 @@
 namespace {
 
 using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 using Texts = std::vector<std::string>;
 using Clock = std::chrono::steady_clock;
@@ -281,6 +285,21 @@ TEST_P(ClearDataVocabularyTest, AnExpiryIsReportedAsFailedOnce)
 TEST_P(ClearDataVocabularyTest, RequestNameIsTheCommandText)
 {
     EXPECT_EQ(m_command.requestName(GetParam().type), GetParam().request);
+}
+
+TEST_F(ClearDataCommandTest, AnAcceptanceWithoutAThreadForTheWatchdogIsAnEventAndMayComeAgain)
+{
+    std::future<bool> result = request(kZeroize);
+    events();
+    {
+        const NoNewThreads none;
+        EXPECT_FALSE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    }
+    EXPECT_EQ(m_command.state(), kRequested);
+    EXPECT_THAT(events(), Contains(AllOf(HasSubstr("An exception occurred. Details: "), StartsWith("4:"))));
+    EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
+    EXPECT_TRUE(result.get());
+    EXPECT_EQ(m_command.state(), kInProgress);
 }
 
 TEST_F(ClearDataCommandTest, NamesOfNoTypeAndOfAnUnknownOne)

@@ -58,12 +58,12 @@ TEST_F(BitConfigureTest, OtherTypeIsReadOnlyIfItsFlagIsSet)
 TEST_F(BitConfigureTest, ComponentNumbersAreHexadecimalOfSixteenBits)
 {
     writeSensors({SensorText("a", "27"), SensorText("b", "0x27"), SensorText("c", "12345"), SensorText("d", "none"),
-                  SensorText("e", "100000027"), SensorText("f", "-1"),
-                  SensorText("g", "0x27").set("HasComponentConfigurationId", "false")});
+                  SensorText("e", "100000027"), SensorText("f", "-1"), SensorText("g", "-100000027"),
+                  SensorText("h", "0x27").set("HasComponentConfigurationId", "false")});
     EXPECT_TRUE(initialize());
     std::vector<int> numbers;
     for (const auto& sensor : sensors()) numbers.push_back(sensor.componentConfigurationIdNumber);
-    EXPECT_THAT(numbers, ElementsAre(39, 39, 0x2345, 0, 65535, 65535, 0));
+    EXPECT_THAT(numbers, ElementsAre(39, 39, 0x2345, 0, 65535, 65535, 65535, 0));
 }
 
 TEST_F(BitConfigureTest, DisabledSensorIsReportedAndLeftOut)

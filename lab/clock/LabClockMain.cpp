@@ -1,0 +1,84 @@
+#include "lab/clock/ClockFile.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace {
+
+using namespace labclock;
+
+std::int64_t nanosecondsOf(double seconds)
+{
+    if (!(std::abs(seconds) < 9e9)) throw std::invalid_argument("seconds are less than 9000000000");
+    return static_cast<std::int64_t>(std::llround(seconds * 1e9));
+}
+
+std::int64_t thousandthsOf(double rate)
+{
+    if (!(rate > 0.0 && rate <= 1000.0)) throw std::invalid_argument("a rate is 0.001 to 1000");
+    return static_cast<std::int64_t>(std::llround(rate * 1000.0));
+}
+
+void show(const ClockFile& file)
+{
+    const ClockState state = file.state();
+    std::printf("rate %g  monotonic %.3f s  real %.3f s\n", static_cast<double>(state.rate) / 1e3,
+                static_cast<double>(file.monotonic()) / 1e9, static_cast<double>(file.real()) / 1e9);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app{"Makes and sets the clock of processes that run with liblab_clock.so and ORVANE_LAB_CLOCK=FILE"};
+    app.name("lab-clock");
+    app.require_subcommand(1);
+    std::string path;
+    double number = 0.0, rate = 1.0, duration = 0.0, real = -1.0;
+    const auto verb = [&](const char* name, const char* what) {
+        CLI::App* const command = app.add_subcommand(name, what);
+        command->add_option("FILE", path, "the clock")->required();
+        return command;
+    };
+    CLI::App* const create = verb("create", "makes a clock anew");
+    create->add_option("--rate", rate, "how many times as fast as the machine's, 0.001 to 1000");
+    create->add_option("--real", real, "real time to begin with, seconds since 1970; the machine's otherwise");
+    CLI::App* const setRate = verb("rate", "lets it run at another rate");
+    setRate->add_option("RATE", number)->required();
+    CLI::App* const step = verb("step", "shifts its real time at once");
+    step->add_option("SECONDS", number, "may be negative")->required();
+    CLI::App* const stepTo = verb("set", "sets its real time");
+    stepTo->add_option("SECONDS", number, "since 1970")->required();
+    CLI::App* const slew = verb("slew", "shifts its real time evenly");
+    slew->add_option("SECONDS", number, "may be negative")->required();
+    slew->add_option("--over", duration, "seconds of the clock that it takes")->required();
+    CLI::App* const leap = verb("leap", "lets a second pass twice");
+    leap->add_option("SECONDS", number, "real time at which it begins again, since 1970")->required();
+    CLI::App* const showing = verb("show", "prints rate and times");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    try {
+        if (*create) {
+            ClockFile::create(path, thousandthsOf(rate), real < 0.0 ? -1 : nanosecondsOf(real));
+            return 0;
+        }
+        ClockFile file(path);
+        if (*setRate) file.setRate(thousandthsOf(number));
+        if (*step) file.step(nanosecondsOf(number));
+        if (*stepTo) file.stepTo(nanosecondsOf(number));
+        if (*slew) file.slew(nanosecondsOf(number), nanosecondsOf(duration));
+        if (*leap) file.leapAt(nanosecondsOf(number));
+        if (*showing) show(file);
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << "lab-clock: " << error.what() << '\n';
+        return 1;
+    }
+}

@@ -92,6 +92,7 @@ UnitSim::UnitSim(const Settings& settings)
         m_otherFeeder = open("HX_ZEN");
     }
     if (settings.flags) removeFlags();
+    if (!settings.log.empty()) m_log.emplace(settings.log, m_start);
     m_transport =
         std::make_unique<UnitTransport>(settings, [this](const CommandResponse& command) { receive(command); });
 }
@@ -229,6 +230,7 @@ void UnitSim::answer(const CommandResponse& command, const PlannedAnswer& planne
         taken = m_transport->publishResponse(response);
     }
     ++(taken ? m_totals.answers : m_totals.refused);
+    if (m_log) m_log->answer(ASPN2::ServerIds::to_string(planned.server), planned);
     say(ASPN2::ServerIds::to_string(planned.server), " answers ",
         planned.kind == PlannedAnswer::Kind::BitReport ? "with a BitReport" : planned.text);
 }
@@ -270,6 +272,7 @@ void UnitSim::happen(const ThreatReport& report, double time)
     auto record = gssipRecord(frame15051(momentAt(time), m_solution, report));
     stampFrame(record, static_cast<std::int64_t>(m_totals.threats++), m_settings.threatServer, time);
     m_otherFeeder->send(record);
+    if (m_log) m_log->threats(report);
     say("sends a threat report, lines of bearing: ", report.threats.size());
 }
 
@@ -278,6 +281,7 @@ void UnitSim::happen(const Warning& warning, double time)
     auto record = gssipRecord(frame5044(momentAt(time), warning));
     stampFrame(record, static_cast<std::int64_t>(m_totals.warnings++), m_settings.warningServer, time);
     m_feeder->send(record);
+    if (m_log) m_log->warning(warning);
     say("sends the warning ", warning.number, warning.text.empty() ? "" : " ", warning.text);
 }
 
@@ -285,6 +289,7 @@ void UnitSim::happen(const SendCommand& sent, double)
 {
     CommandResponse command = speaker(servers::kSystemController).makeCommand(sent.text);
     ASPN2::setToVandToA_fromFpgaTicks(m_clock.ticksAt(Clock::now()), command.header());
+    if (m_log) m_log->command(sent.text);
     say("sends the command ", sent.text);
     if (!m_transport->publishCommand(command)) ++m_totals.refused;
 }
@@ -334,21 +339,24 @@ void UnitSim::stampAs(Output output, Record& record, double time)
 }
 
 template <class Record>
-void UnitSim::publish(Output output, Record record, double time)
+bool UnitSim::publish(Output output, Record record, double time)
 {
-    if (!isDue(output, time)) return;
+    if (!isDue(output, time)) return false;
     stampAs(output, record, time);
-    ++(m_transport->publish(record) ? m_totals.sent[indexOf(output)] : m_totals.refused);
+    const bool isTaken = m_transport->publish(record);
+    ++(isTaken ? m_totals.sent[indexOf(output)] : m_totals.refused);
+    return isTaken;
 }
 
-void UnitSim::feed(const Solution& solution, double time)
+bool UnitSim::feed(const Solution& solution, double time)
 {
-    if (!isDue(Output::Report8504, time)) return;
+    if (!isDue(Output::Report8504, time)) return false;
     auto record = gssipRecord(
         frame8504(solution, {m_settings.receiverFailure, m_settings.receiverStatus}, m_settings.reportWords));
     stampAs(Output::Report8504, record, time);
     m_feeder->send(record);
     ++m_totals.sent[indexOf(Output::Report8504)];
+    return true;
 }
 
 void UnitSim::epoch(std::int64_t number)
@@ -360,12 +368,15 @@ void UnitSim::epoch(std::int64_t number)
     if (solution.gpsLost != wasLost) say(solution.gpsLost ? "GPS is lost" : "GPS is back");
     const std::uint32_t assurance = assuranceOf(solution, m_settings.assurance);
 
-    publish(Output::PositionVelocityAttitude, positionVelocityAttitude(solution), time);
-    publish(Output::UTCTime, utcTime(solution), time);
-    publish(Output::HalvexPNT, halvexPnt(solution, assurance), time);
-    publish(Output::MeasurementIncorporationStatus, measurementStatus(solution, m_settings.measurementEntries), time);
-    publish(Output::AssuranceState, assuranceState(assurance), time);
-    feed(solution, time);
+    const std::array<bool, kOutputs> sent = {
+        publish(Output::PositionVelocityAttitude, positionVelocityAttitude(solution), time),
+        publish(Output::UTCTime, utcTime(solution), time),
+        publish(Output::HalvexPNT, halvexPnt(solution, assurance), time),
+        publish(Output::MeasurementIncorporationStatus, measurementStatus(solution, m_settings.measurementEntries),
+                time),
+        publish(Output::AssuranceState, assuranceState(assurance), time),
+        feed(solution, time)};
+    if (m_log) m_log->epoch(momentAt(time), sent);
 
     if (m_settings.verbose) {
         constexpr double kDegrees = 180.0 / std::numbers::pi;

@@ -7,6 +7,7 @@
 #include "lab/unit/QueueFeeder.h"
 #include "lab/unit/RandomEvents.h"
 #include "lab/unit/RegisterFile.h"
+#include "lab/unit/SentLog.h"
 #include "lab/unit/Settings.h"
 #include "lab/unit/SystemClock.h"
 #include "lab/unit/UnitTransport.h"
@@ -95,8 +96,8 @@ private:
     template <class Record>
     void stampAs(Output output, Record& record, double seconds);
     template <class Record>
-    void publish(Output output, Record record, double seconds);
-    void feed(const Solution& solution, double seconds);
+    bool publish(Output output, Record record, double seconds);
+    bool feed(const Solution& solution, double seconds);
     bool isDue(Output output, double seconds) const;
     ASPN2::CmdResponse& speaker(std::uint8_t server);
     std::uint32_t deviceId(std::uint8_t server, std::uint8_t message, std::uint8_t topic) const;
@@ -120,6 +121,7 @@ private:
     std::int64_t m_reports = 0;
     std::multimap<Clock::time_point, std::function<void()>> m_agenda;
     Totals m_totals;
+    std::optional<SentLog> m_log;
 
     Mutex m_mutex;
     std::condition_variable_any m_wake;

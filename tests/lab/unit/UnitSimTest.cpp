@@ -174,6 +174,20 @@ TEST_F(UnitSimTest, TopicsOfAnEpochHaveOneTimeOfValidity)
     EXPECT_GT(compared, 8);
 }
 
+TEST_F(UnitSimTest, LogHasALineForEachEpochThatWasSent)
+{
+    m_settings.log = (m_directory.path() / "log").string();
+    m_settings.outputs[indexOf(Output::AssuranceState)].mutes = {{0.0}};
+    start();
+    ASSERT_TRUE(m_pva.waitFor(5));
+    const Totals totals = end();
+    const std::string text = readFile(m_settings.log);
+    std::size_t lines = 0;
+    for (auto at = text.find("epoch "); at != std::string::npos; at = text.find("epoch ", at + 1)) ++lines;
+    EXPECT_EQ(lines, totals.sent[indexOf(Output::PositionVelocityAttitude)]);
+    EXPECT_NE(text.find(" 111101\n"), std::string::npos);
+}
+
 TEST_F(UnitSimTest, EpochsAreAPeriodApart)
 {
     start();

@@ -1,0 +1,47 @@
+#ifndef LAB_UNIT_SENTLOG_H
+#define LAB_UNIT_SENTLOG_H
+
+#include "lab/unit/CommandAnswers.h"
+#include "lab/unit/Events.h"
+#include "lab/unit/Navigation.h"
+#include "lab/unit/Settings.h"
+#include "lab/unit/SystemClock.h"
+
+#include <array>
+#include <fstream>
+#include <string>
+
+namespace unitsim {
+
+/// A file with a line for all that was sent, each with the seconds from the start at which it had been, and complete
+/// before the next thing is sent. One thread at a time.
+///
+///     12.000 epoch 23215.000000000 111101
+///     12.204 threats 3 2
+///     13.100 warning 6 ANTENNA OPEN
+///     14.050 answer ZeroizeServer REQUEST_ZEROIZE_ACK
+///     15.000 command START_ZEROIZE
+class SentLog {
+public:
+    /// Throws `std::runtime_error` that names the file if it can't be written.
+    SentLog(const std::string& path, SystemClock::Clock::time_point start);
+
+    /// GPS time of week, and for each output in its order whether it was sent.
+    void epoch(GpsMoment time, const std::array<bool, kOutputs>& sent);
+
+    /// Lines of bearing, and how many of them the service reports: those in use that have a bearing.
+    void threats(const ThreatReport& report);
+    void warning(const Warning& warning);
+    void command(const std::string& text);
+    void answer(const std::string& server, const PlannedAnswer& answer);
+
+private:
+    std::ostream& line(const char* what);
+
+    std::ofstream m_file;
+    SystemClock::Clock::time_point m_start;
+};
+
+}  // namespace unitsim
+
+#endif

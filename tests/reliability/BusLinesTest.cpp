@@ -1,0 +1,91 @@
+#include "reliability/day/BusTap.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string warnings(const std::vector<std::string>& rows)
+{
+    std::string text;
+    for (const std::string& row : rows) text += (text.empty() ? "" : ",") + row;
+    return R"({"number":9,"type":"tell","tell":"warning-messages","at_ms":1,"record":{"gpsSeconds":1.5,"warnings":[)" +
+           text + R"(],"warningCount":1}})";
+}
+
+std::string row(int id, const std::string& text = "")
+{
+    return R"({"warningId":)" + std::to_string(id) + R"(,"customText":")" + text + R"("})";
+}
+
+class BusLinesTest : public testing::Test {
+protected:
+    void take(const std::string& line) { m_lines.take(line, m_published); }
+
+    BusLines m_lines;
+    Published m_published;
+};
+
+}  // namespace
+
+TEST_F(BusLinesTest, JoinsAreThoseThatHaveATime)
+{
+    take(R"({"type":"tell","tell":"blended-navigation","at_ms":7,"timeOfValidity":null,"record":{"gpsSeconds":0.0}})");
+    take(R"({"type":"tell","tell":"blended-navigation","at_ms":8,"timeOfValidity":{},"record":{"gpsSeconds":12.5}})");
+    EXPECT_EQ(m_published.joins, (std::vector{12.5}));
+    EXPECT_EQ(m_published.atMs, 8);
+}
+
+TEST_F(BusLinesTest, PastPublicationsDoNotCount)
+{
+    take(R"({"last":true,"type":"tell","tell":"blended-navigation","timeOfValidity":{},"record":{"gpsSeconds":12.5}})");
+    EXPECT_TRUE(m_published.joins.empty());
+}
+
+TEST_F(BusLinesTest, ThreatsOfAllPublicationsAddUp)
+{
+    take(R"({"type":"tell","tell":"navwar-sa","record":{"threats":[],"threatCount":3}})");
+    take(R"({"type":"tell","tell":"navwar-sa","record":{"threats":[],"threatCount":2}})");
+    EXPECT_EQ(m_published.threats, 5U);
+    EXPECT_EQ(m_published.awareness, 2U);
+}
+
+TEST_F(BusLinesTest, WarningThatIsRepeatedCountsOnce)
+{
+    take(warnings({row(6)}));
+    take(warnings({row(6)}));
+    take(warnings({row(6), row(6), row(67)}));
+    EXPECT_EQ(m_published.warnings, 3U);
+    EXPECT_EQ(m_published.gpsWarnings, 1U);
+}
+
+TEST_F(BusLinesTest, WarningThatPushesAnotherOutCountsOnce)
+{
+    take(warnings({row(1), row(2), row(3)}));
+    take(warnings({row(2), row(3), row(4)}));
+    EXPECT_EQ(m_published.warnings, 4U);
+}
+
+TEST_F(BusLinesTest, ClearingsAreKnownByTheirTexts)
+{
+    take(warnings({row(22, "OrvaneServer: Clear data complete for command, REQUEST_ZEROIZE."),
+                   row(23, "OrvaneServer: Clear data command,  REQUEST_ZEROIZE, timed out after 7200 seconds.")}));
+    EXPECT_EQ(m_published.cleared, 1U);
+    EXPECT_EQ(m_published.timedOut, 1U);
+}
+
+TEST_F(BusLinesTest, AnswersAndRefusalsCount)
+{
+    take(R"({"type":"answer","request":"bit-run","ok":true})");
+    take(R"({"type":"answer","request":"bit-run","ok":false,"error":"there is no service"})");
+    EXPECT_EQ(m_published.answers, 2U);
+    EXPECT_EQ(m_published.refused, 1U);
+}
+
+TEST_F(BusLinesTest, DroppedLinesCount)
+{
+    take(R"({"type":"dropped","lines":17})");
+    EXPECT_EQ(m_published.dropped, 17U);
+}

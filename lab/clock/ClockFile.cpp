@@ -15,9 +15,6 @@ namespace labclock {
 
 namespace {
 
-// A new rate holds from then on, when all readers have seen it, so that no two of them disagree.
-constexpr std::int64_t kNotice = kSecond / 50;
-
 constexpr std::int64_t kLatest = 7'258'118'400 * kSecond;  // the year 2200
 
 std::int64_t timeOf(clockid_t clock)
@@ -30,6 +27,13 @@ std::int64_t timeOf(clockid_t clock)
 std::int64_t machineNow()
 {
     return timeOf(CLOCK_MONOTONIC);
+}
+
+void waitUntil(std::int64_t machine)
+{
+    const timespec until{static_cast<time_t>(machine / kSecond), static_cast<long>(machine % kSecond)};
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
+    }
 }
 
 std::runtime_error failure(const std::string& path, const char* what)
@@ -131,14 +135,14 @@ void ClockFile::change(Change change)
 void ClockFile::setRate(std::int64_t rate)
 {
     checkRate(rate);
+    std::int64_t from = 0;
     change([&](const ClockState& state, std::int64_t now) {
         // An earlier change may still be to come.
-        const std::int64_t from = std::min(std::max(now, state.machineAnchor), now + kNotice);
-        const timespec until{static_cast<time_t>(from / kSecond), static_cast<long>(from % kSecond)};
-        while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
-        }
-        return withRate(state, from + kNotice, rate);
+        waitUntil(std::min(state.machineAnchor, now + ClockPage::kNotice));
+        from = machineNow() + ClockPage::kNotice;
+        return withRate(state, from, rate);
     });
+    waitUntil(from);
 }
 
 void ClockFile::step(std::int64_t by)

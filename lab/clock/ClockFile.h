@@ -31,7 +31,7 @@ public:
     ClockState state() const;
 
     /// Those that change it; what is out of range throws `std::invalid_argument` that says what would be right.
-    void setRate(std::int64_t rate);
+    void setRate(std::int64_t rate);  // returns when it holds, a fifth of a second later
     void step(std::int64_t by);
     void stepTo(std::int64_t real);
     void slew(std::int64_t by, std::int64_t duration);

@@ -13,6 +13,9 @@ namespace labclock {
 /// nobody: a writer fills the place of the oldest, then counts on. One that dies meanwhile leaves the clock as it was.
 class ClockPage {
 public:
+    /// A new rate holds so many nanoseconds later: all readers know it by then, those that wait look twice as often.
+    static constexpr std::int64_t kNotice = kSecond / 5;
+
     static constexpr std::uint64_t kMark = 0x4B434F4C43424131;  // "1ABCLOCK"
 
     /// Any thread, also in a signal handler; false if the page is not of a clock.

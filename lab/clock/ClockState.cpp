@@ -20,6 +20,16 @@ std::int64_t scaled(std::int64_t span, std::int64_t rate)
     return product + (span % kMillion) * rate / 1000;
 }
 
+std::int64_t inverse(std::int64_t rate, std::int64_t span, std::int64_t limit)
+{
+    if (span <= 0) return 0;
+    if (span >= scaled(limit, rate)) return limit;
+    // What is left is less than `limit` by the rate.
+    const std::int64_t whole = span / kMillion * kMillion / rate * 1000;
+    const std::int64_t rest = span - scaled(whole, rate);
+    return std::min(limit, whole + (rest * 1000 + rate - 1) / rate);
+}
+
 std::int64_t sum(std::int64_t a, std::int64_t b)
 {
     std::int64_t result = 0;
@@ -80,14 +90,14 @@ std::int64_t realAt(const ClockState& state, std::int64_t machine)
     return real >= state.leapAt ? real - kSecond : real;
 }
 
-std::int64_t machineSpan(const ClockState& state, std::int64_t span, std::int64_t limit)
+std::int64_t machineSpan(const ClockState& state, std::int64_t machine, std::int64_t span, std::int64_t limit)
 {
-    if (span <= 0) return 0;
-    if (span >= scaled(limit, state.rate)) return limit;
-    // What is left is less than `limit` by the rate.
-    const std::int64_t whole = span / kMillion * kMillion / state.rate * 1000;
-    const std::int64_t rest = span - scaled(whole, state.rate);
-    return std::min(limit, whole + (rest * 1000 + state.rate - 1) / state.rate);
+    if (machine >= state.machineAnchor) return inverse(state.rate, span, limit);
+    // The rate is about to change.
+    const std::int64_t before = sum(state.monotonicAnchor, -monotonicAt(state, machine));
+    const std::int64_t untilThen = state.machineAnchor - machine;
+    if (span <= before || untilThen >= limit) return std::min(inverse(state.earlierRate, span, limit), limit);
+    return untilThen + inverse(state.rate, span - before, limit - untilThen);
 }
 
 std::int64_t clockSpan(const ClockState& state, std::int64_t machineSpan)

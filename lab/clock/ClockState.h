@@ -37,8 +37,9 @@ std::int64_t monotonicAt(const ClockState& state, std::int64_t machine);
 /// Since 1970.
 std::int64_t realAt(const ClockState& state, std::int64_t machine);
 
-/// How long the machine takes for a span of the clock, rounded up, but `limit` at the most; 0 for a negative one.
-std::int64_t machineSpan(const ClockState& state, std::int64_t span, std::int64_t limit);
+/// How long the machine takes from `machine` on for a span of the clock, rounded up, but `limit` at the most; 0 for a
+/// negative one.
+std::int64_t machineSpan(const ClockState& state, std::int64_t machine, std::int64_t span, std::int64_t limit);
 
 /// How much of the clock passes in a span of the machine, which is not negative.
 std::int64_t clockSpan(const ClockState& state, std::int64_t machineSpan);

@@ -1,8 +1,8 @@
 // Makes whoever it is loaded into (LD_PRELOAD) live by the lab's clock: what reads a clock, sleeps, waits with a deadline
 // or sets a timer through the C library. Without ORVANE_LAB_CLOCK in the environment nothing changes.
 //
-// A wait is a wait of the machine's for a tenth of a second at the most, after which the clock is looked at again: so a
-// change of its rate, and a step of its real time, arrive in waits that have begun.
+// A wait is one of the machine's for a tenth of a second at the most, after which the clock is looked at again: so a
+// step of its real time arrives in waits that have begun, and a new rate before it holds.
 
 #include "lab/clock/ClockPage.h"
 
@@ -36,7 +36,7 @@ namespace {
 using labclock::ClockState;
 using labclock::kSecond;
 
-constexpr std::int64_t kLongestWait = kSecond / 10;  // of the machine
+constexpr std::int64_t kLongestWait = labclock::ClockPage::kNotice / 2;  // of the machine
 constexpr std::int64_t kFarthest = INT64_MAX / 4;
 constexpr const char* kVariable = "ORVANE_LAB_CLOCK";
 
@@ -232,7 +232,7 @@ public:
         const Present present;
         std::int64_t rest = 0;
         if (__builtin_sub_overflow(m_at, present.of(m_kind), &rest)) rest = m_at < 0 ? 0 : kFarthest;
-        return labclock::machineSpan(present.state, rest, kLongestWait);
+        return labclock::machineSpan(present.state, present.machine, rest, kLongestWait);
     }
 
     /// The machine's monotonic time then.
@@ -532,7 +532,8 @@ std::atomic<int> timerClocks[kDescriptors];
 
 std::int64_t machineSpanOf(const timespec& span)
 {
-    return labclock::machineSpan(Present().state, nanosecondsOf(span), kFarthest);
+    const Present present;
+    return labclock::machineSpan(present.state, present.machine, nanosecondsOf(span), kFarthest);
 }
 
 timespec clockSpanOf(const timespec& span)

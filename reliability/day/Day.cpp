@@ -19,6 +19,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <sched.h>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -410,7 +411,7 @@ public:
         watch("5 hours ahead", [](ClockFile& clock) { clock.step(5 * 3600 * kSecond); });
         watch("5 hours back", [](ClockFile& clock) { clock.step(-5 * 3600 * kSecond); });
         watch("over 19 January 2038", [](ClockFile& clock) { clock.stepTo((k2038 - 10) * kSecond); });
-        m_report.expect(m_unit.tap().published().atMs > k2038 * 1000, "the bus has not heard of 2038");
+        m_report.expect(m_unit.tap().published().atMs > k2038 * 1000, "the service has not passed into 2038");
         watch("to the year 2106", [](ClockFile& clock) { clock.stepTo((k2106 - 10) * kSecond); });
         watch("back to 1970", [](ClockFile& clock) { clock.stepTo(kSecond); });
         watch("back to 2027", [](ClockFile& clock) { clock.stepTo(kBegin * kSecond); });
@@ -425,7 +426,7 @@ private:
     static constexpr std::int64_t kRate = 80'000;
     static constexpr std::int64_t k2038 = 2'147'483'648;
     static constexpr std::int64_t k2106 = 4'294'967'296;
-    static constexpr double kWatched = 40.0;  // s
+    static constexpr std::size_t kWatched = 30;  // publications
 
     template <class Change>
     void watch(const std::string& what, Change change)
@@ -437,16 +438,20 @@ private:
         const auto linesBefore = lines();
         const Published before = m_unit.tap().published();
         change(m_unit.clock());
-        const double end = m_unit.seconds() + kWatched;
-        eventually([&] { return m_unit.seconds() >= end; });
+        const double begin = m_unit.seconds();
+        const auto goesOn = [&] {
+            const Published after = m_unit.tap().published();
+            return after.joins.size() >= before.joins.size() + kWatched &&
+                   after.awareness >= before.awareness + kWatched;
+        };
+        m_report.expect(eventually(goesOn), what + ": the service does not go on publishing");
+        m_report.figure(what + ": 30 joins and publications of NavWar awareness took", m_unit.seconds() - begin, "s",
+                        {Goal::AtMost, 2.0 * kWatched});
+        // What comes late is no flood, whenever it comes.
         const Published after = m_unit.tap().published();
-        const auto joins = static_cast<double>(after.joins.size() - before.joins.size());
-        const auto awareness = static_cast<double>(after.awareness - before.awareness);
-        m_report.figure(what + ": joins in 40 s", joins, "", {Goal::AtLeast, 36.0});
-        m_report.expect(joins >= 10.0, what + ": the service publishes joins no more");
-        m_report.expect(joins <= 45.0, what + ": the service floods joins");
-        m_report.figure(what + ": publications of NavWar awareness", awareness, "", {Goal::AtLeast, 36.0});
-        m_report.expect(awareness >= 10.0 && awareness <= 45.0, what + ": NavWar awareness is published otherwise");
+        const auto most = static_cast<std::size_t>(m_unit.seconds()) + 5;
+        m_report.expect(after.joins.size() <= most && after.awareness <= most,
+                        what + ": more is published than is due");
         m_report.figure(what + ": lines on the console", static_cast<double>(lines() - linesBefore), "",
                         {Goal::AtMost, 5.0});
         m_report.expect(lines() - linesBefore <= 50, what + ": the console is flooded");
@@ -544,6 +549,10 @@ int main(int argc, char** argv)
         return 2;
     }
     Report report("day", std::cout);
+    // For all that is started here, since a short wait is a long one of an accelerated clock.
+    const sched_param first{1};
+    report.note(sched_setscheduler(0, SCHED_FIFO, &first) == 0 ? "runs before what else this machine does"
+                                                               : "waits like all else that this machine does");
     try {
         run(report, *options);
     } catch (const std::exception& error) {

@@ -87,22 +87,31 @@ TEST(ClockStateTest, StepAfterALeapSecondDoesNotUndoIt)
 TEST(ClockStateTest, SpanTakesTheMachineSoMuchLess)
 {
     const ClockState clock = started(0, kReal, 100'000);
-    EXPECT_EQ(machineSpan(clock, 7200 * kSecond, 100 * kSecond), 72 * kSecond);
+    EXPECT_EQ(machineSpan(clock, 0, 7200 * kSecond, 100 * kSecond), 72 * kSecond);
     EXPECT_EQ(clockSpan(clock, 72 * kSecond), 7200 * kSecond);
 }
 
 TEST(ClockStateTest, MachineSpanIsRoundedUp)
 {
     const ClockState clock = started(0, kReal, 100'000);
-    EXPECT_EQ(machineSpan(clock, 1, kSecond), 1);
-    EXPECT_EQ(machineSpan(clock, 101, kSecond), 2);
+    EXPECT_EQ(machineSpan(clock, 0, 1, kSecond), 1);
+    EXPECT_EQ(machineSpan(clock, 0, 101, kSecond), 2);
+}
+
+TEST(ClockStateTest, MachineSpanKnowsOfARateThatIsToCome)
+{
+    const ClockState clock = withRate(started(0, kReal, 1'000), 10 * kSecond, 100'000);
+    EXPECT_EQ(machineSpan(clock, 8 * kSecond, 1 * kSecond, 100 * kSecond), 1 * kSecond);
+    EXPECT_EQ(machineSpan(clock, 8 * kSecond, 102 * kSecond, 100 * kSecond), 3 * kSecond);
+    EXPECT_EQ(machineSpan(clock, 8 * kSecond, 102 * kSecond, kSecond), kSecond);
+    EXPECT_EQ(machineSpan(clock, 8 * kSecond, 1'000'000 * kSecond, 5 * kSecond), 5 * kSecond);
 }
 
 TEST(ClockStateTest, MachineSpanKeepsToItsLimitWhateverIsAsked)
 {
     const ClockState clock = started(0, kReal, ClockState::kLeastRate);
-    EXPECT_EQ(machineSpan(clock, 9'000'000'000'000'000'000, kSecond), kSecond);
-    EXPECT_EQ(machineSpan(clock, -1, kSecond), 0);
+    EXPECT_EQ(machineSpan(clock, 0, 9'000'000'000'000'000'000, kSecond), kSecond);
+    EXPECT_EQ(machineSpan(clock, 0, -1, kSecond), 0);
 }
 
 TEST(ClockStateTest, StateOfNonsenseIsNotValid)

@@ -34,7 +34,7 @@ private:
 
     std::atomic<std::uint64_t> m_mark;
     std::atomic<std::uint32_t> m_count;  // of states so far
-    std::uint32_t m_reserved;
+    [[maybe_unused]] std::uint32_t m_reserved;
     std::atomic<std::int64_t> m_places[kPlaces][kNumbers];
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free && std::atomic<std::uint32_t>::is_always_lock_free);

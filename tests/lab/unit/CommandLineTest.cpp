@@ -188,6 +188,8 @@ TEST(CommandLineTest, EveryOtherOptionArrives)
                                     "0.01",
                                     "-q",
                                     "-v",
+                                    "--log",
+                                    "sent",
                                     "--system",
                                     "RENS"});
     EXPECT_TRUE(anyHolds(made.gpsLost, 7.9));
@@ -198,6 +200,7 @@ TEST(CommandLineTest, EveryOtherOptionArrives)
     EXPECT_TRUE(made.receiverFailure && made.receiverStatus && made.quiet && made.verbose);
     EXPECT_FALSE(made.postAfterSeconds || made.flags || made.registers);
     EXPECT_EQ(made.clockRate, 58982401U);
+    EXPECT_EQ(made.log, "sent");
     EXPECT_EQ(made.uptimeSeconds, 5.0);
     EXPECT_EQ(made.durationSeconds, 2.5);
     EXPECT_EQ(made.seed, 9U);

@@ -1,23 +1,22 @@
 // A day of the service in minutes: the shipped binary and unit-sim under one accelerated clock, with all that a day may
 // bring at random, checked against what unit-sim has sent. Then steps of the real-time clock, and a limit of two hours.
 
-#include "lab/clock/ClockFile.h"
 #include "reliability/Report.h"
 #include "reliability/day/BusTap.h"
 #include "reliability/day/DayPlan.h"
+#include "reliability/day/Holdings.h"
 #include "reliability/day/JoinLedger.h"
-#include "tests/support/Desk.h"
+#include "reliability/day/SentReader.h"
+#include "reliability/day/Steps.h"
+#include "reliability/day/Unit.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <memory>
 #include <optional>
 #include <sched.h>
 #include <sstream>
@@ -28,182 +27,6 @@
 namespace {
 
 using namespace std::chrono;
-using labclock::ClockFile;
-using labclock::kSecond;
-
-constexpr const char* kClock = "/tmp/clock";
-constexpr const char* kLog = "/tmp/sent";
-constexpr const char* kScenario = "/tmp/scenario";
-constexpr std::int64_t kBegin = 1'800'000'000;  // a Friday: no day from then on meets the end of a GPS week
-constexpr std::int64_t kTrueRate = 1'000;
-
-const std::vector<std::string> kUnderTheClock = {"LD_PRELOAD=" ORVANE_CLOCK_LIBRARY,
-                                                 std::string("ORVANE_LAB_CLOCK=") + kClock};
-
-/// What a process holds.
-struct Holdings {
-    double residentKb = 0.0;
-    double threads = 0.0;
-    double descriptors = 0.0;
-
-    static Holdings of(pid_t process)
-    {
-        Holdings holdings;
-        const std::string directory = "/proc/" + std::to_string(process);
-        std::ifstream status(directory + "/status");
-        for (std::string key; status >> key;) {
-            if (key == "VmRSS:") status >> holdings.residentKb;
-            if (key == "Threads:") status >> holdings.threads;
-        }
-        std::error_code gone;
-        using Entries = std::filesystem::directory_iterator;
-        holdings.descriptors = static_cast<double>(std::distance(Entries(directory + "/fd", gone), Entries()));
-        return holdings;
-    }
-};
-
-/// The least of some samples: what is held for a moment only doesn't count.
-Holdings leastOf(std::vector<Holdings>::const_iterator begin, std::vector<Holdings>::const_iterator end)
-{
-    Holdings least = *begin;
-    for (; begin != end; ++begin) {
-        least.residentKb = std::min(least.residentKb, begin->residentKb);
-        least.threads = std::min(least.threads, begin->threads);
-        least.descriptors = std::min(least.descriptors, begin->descriptors);
-    }
-    return least;
-}
-
-/// What unit-sim has sent, read from its log as far as it has got.
-class SentReader {
-public:
-    double begin = -1.0;  // time of validity of the first epoch
-    std::size_t threats = 0;
-    std::size_t warnings = 0;
-
-    void readOn(JoinLedger& ledger)
-    {
-        if (!m_file.is_open()) m_file.open(kLog);
-        std::string part;
-        m_file.clear();
-        while (std::getline(m_file, part)) {
-            m_line += part;
-            if (m_file.eof()) return;  // the rest of this line is still to come
-            take(std::exchange(m_line, {}), ledger);
-        }
-    }
-
-private:
-    void take(const std::string& line, JoinLedger& ledger)
-    {
-        std::istringstream words(line);
-        double sentAt = 0.0, validAt = 0.0;
-        std::string what, sent;
-        std::size_t all = 0, reported = 0;
-        words >> sentAt >> what;
-        if (what == "epoch" && words >> validAt >> sent && sent.size() == JoinLedger::kInputs) {
-            std::array<bool, JoinLedger::kInputs> inputs{};
-            std::transform(sent.begin(), sent.end(), inputs.begin(), [](char c) { return c == '1'; });
-            if (begin < 0.0) begin = validAt;
-            ledger.addSent(validAt, sentAt, inputs);
-        } else if (what == "threats" && words >> all >> reported) {
-            threats += reported;
-        } else if (what == "warning") {
-            ++warnings;
-        }
-    }
-
-    std::ifstream m_file;
-    std::string m_line;
-};
-
-/// The unit and the service on it, by the lab's clock or, without one, in real time.
-class Unit {
-public:
-    Unit(Report& report, bool isAccelerated, double rateHz) : m_report(report), m_rateHz(rateHz)
-    {
-        if (isAccelerated) {
-            ClockFile::create(kClock, kTrueRate, kBegin * kSecond);
-            m_clock.emplace(kClock);
-        }
-    }
-
-    void play(const DayPlan& plan)
-    {
-        std::ofstream(kScenario) << plan.scenario;
-        std::vector<std::string> words = {"/usr/bin/env"};
-        if (m_clock) words.insert(words.end(), kUnderTheClock.begin(), kUnderTheClock.end());
-        std::ostringstream rate;
-        rate << m_rateHz;
-        words.insert(words.end(), {ORVANE_UNIT_SIM, "--log", kLog, "--scenario", kScenario, "--count-step", "0.02",
-                                   "--utc", std::to_string(kBegin), "--quiet", "--rate", rate.str()});
-        for (const DayPlan::Mute& mute : plan.mutes) {
-            std::ostringstream text;
-            text << std::fixed << mute.output << '=' << mute.from << ':' << mute.to;
-            words.insert(words.end(), {"--mute", text.str()});
-        }
-        m_begin = now();
-        m_sim.emplace(words);
-        if (!eventually([] { return std::filesystem::exists(kLog); }))
-            throw std::runtime_error("unit-sim does not start: " + m_sim->errors());
-    }
-
-    void startService()
-    {
-        setRate(kTrueRate);
-        m_desk.start(m_clock ? kUnderTheClock : std::vector<std::string>{});
-        if (!m_desk.service().waitUntilHandled(SIGINT))
-            throw std::runtime_error("the service does not run: " + m_desk.service().errors());
-        m_tap = std::make_unique<BusTap>();
-        const bool publishes = eventually([&] { return !m_tap->published().joins.empty(); });
-        if (!publishes) throw std::runtime_error("the service publishes nothing");
-    }
-
-    void stopService()
-    {
-        setRate(kTrueRate);
-        m_desk.service().send(SIGTERM);
-        const ChildProcess::Ending ending = m_desk.service().wait();
-        m_report.expect(ending == ChildProcess::Ending{0, 0}, "a life of the service ended with status " +
-                                                                  std::to_string(ending.status) + ", signal " +
-                                                                  std::to_string(ending.signal));
-        m_tap.reset();
-    }
-
-    void stopPlaying()
-    {
-        m_sim->send(SIGTERM);
-        m_report.expect(m_sim->wait() == ChildProcess::Ending{0, 0}, "unit-sim failed: " + m_sim->errors());
-    }
-
-    /// Seconds since the unit has begun, by its clock.
-    double seconds() const { return static_cast<double>(now() - m_begin) / 1e9; }
-
-    void setRate(std::int64_t rate)
-    {
-        if (m_clock && rate != std::exchange(m_rate, rate)) m_clock->setRate(rate);
-    }
-
-    ClockFile& clock() { return *m_clock; }
-    BusTap& tap() { return *m_tap; }
-    Desk& desk() { return m_desk; }
-
-private:
-    std::int64_t now() const
-    {
-        return m_clock ? m_clock->monotonic()
-                       : duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-    }
-
-    Report& m_report;
-    const double m_rateHz;
-    std::optional<ClockFile> m_clock;
-    std::int64_t m_rate = kTrueRate;
-    Desk m_desk;
-    std::int64_t m_begin = 0;
-    std::optional<ChildProcess> m_sim;
-    std::unique_ptr<BusTap> m_tap;
-};
 
 std::string textOf(double value)
 {
@@ -215,7 +38,7 @@ std::string textOf(double value)
 /// One day, checked life by life.
 class Day {
 public:
-    /// @param rate     thousandths to begin with; halved each time that something is missed
+    /// @param rate     thousandths to begin with; lowered by a fifth each time that something is missed
     /// @param longest  seconds of the machine after which it ends, complete or not
     Day(Report& report, const DayPlan& plan, double rateHz, std::int64_t rate, bool isAccelerated, seconds longest)
         : m_report(report), m_plan(plan), m_rate(rate), m_isAccelerated(isAccelerated), m_longest(longest),
@@ -288,7 +111,7 @@ private:
             }
             std::this_thread::sleep_for(milliseconds(2));
         }
-        m_unit.setRate(kTrueRate);
+        m_unit.setRate(Unit::kTrueRate);
         m_seconds += m_unit.seconds() - begin;
         m_machineSeconds += duration<double>(steady_clock::now() - machineBegin).count();
         // What is on its way.
@@ -313,10 +136,12 @@ private:
 
     JoinLedger::Verdict look(double from)
     {
-        m_sent.readOn(m_ledger);
+        // In this order, so that whatever was published is known to have been sent; of the last join that may take a
+        // moment.
         const Published published = m_unit.tap().published();
+        m_sent.readOn(m_ledger);
         for (; m_joinsTaken < published.joins.size(); ++m_joinsTaken) m_ledger.addJoin(published.joins[m_joinsTaken]);
-        return m_ledger.verdict(from, published.joins.back());
+        return m_ledger.verdict(from, published.joins.back() - 0.05);
     }
 
     void slowDownIfMissing(double from)
@@ -385,7 +210,7 @@ private:
     const seconds m_longest;
     const steady_clock::time_point m_machineBegin = steady_clock::now();
     Unit m_unit;
-    SentReader m_sent;
+    SentReader m_sent{Unit::kLog};
     JoinLedger m_ledger;
     JoinLedger::Verdict m_verdict;
     double m_secondsWhenSlowed = 0.0;
@@ -395,92 +220,6 @@ private:
     std::size_t m_asked = 0, m_clearRequests = 0, m_testRequests = 0;
     std::size_t m_threats = 0, m_warnings = 0, m_gpsWarnings = 0, m_cleared = 0, m_tests = 0, m_answers = 0,
                 m_refused = 0;
-};
-
-/// Steps of the real-time clock while the service runs, and then the longest limit that there is.
-class Steps {
-public:
-    explicit Steps(Report& report) : m_report(report), m_unit(report, true, 1.0) {}
-
-    void run()
-    {
-        DayPlan plan;
-        plan.scenario = "at 1 answers ack-only\n";
-        m_unit.play(plan);
-        m_unit.startService();
-        m_unit.setRate(kRate);
-        watch("no step", [](ClockFile&) {});
-        watch("5 hours ahead", [](ClockFile& clock) { clock.step(5 * 3600 * kSecond); });
-        watch("5 hours back", [](ClockFile& clock) { clock.step(-5 * 3600 * kSecond); });
-        watch("over 19 January 2038", [](ClockFile& clock) { clock.stepTo((k2038 - 10) * kSecond); });
-        m_report.expect(m_unit.tap().published().atMs > k2038 * 1000, "the service has not passed into 2038");
-        watch("to the year 2106", [](ClockFile& clock) { clock.stepTo((k2106 - 10) * kSecond); });
-        watch("back to 1970", [](ClockFile& clock) { clock.stepTo(kSecond); });
-        watch("back to 2027", [](ClockFile& clock) { clock.stepTo(kBegin * kSecond); });
-        watch("over a leap second", [](ClockFile& clock) { clock.leapAt(clock.real() + 10 * kSecond); });
-        watch("a slew of 20 s", [](ClockFile& clock) { clock.slew(20 * kSecond, 40 * kSecond); });
-        limit();
-        m_unit.stopService();
-        m_unit.stopPlaying();
-    }
-
-private:
-    static constexpr std::int64_t kRate = 80'000;
-    static constexpr std::int64_t k2038 = 2'147'483'648;
-    static constexpr std::int64_t k2106 = 4'294'967'296;
-    static constexpr std::size_t kWatched = 30;  // publications
-
-    template <class Change>
-    void watch(const std::string& what, Change change)
-    {
-        const auto lines = [&] {
-            const std::string text = m_unit.desk().service().output() + m_unit.desk().service().errors();
-            return std::count(text.begin(), text.end(), '\n');
-        };
-        const auto linesBefore = lines();
-        const Published before = m_unit.tap().published();
-        change(m_unit.clock());
-        const double begin = m_unit.seconds();
-        const auto goesOn = [&] {
-            const Published after = m_unit.tap().published();
-            return after.joins.size() >= before.joins.size() + kWatched &&
-                   after.awareness >= before.awareness + kWatched;
-        };
-        m_report.expect(eventually(goesOn), what + ": the service does not go on publishing");
-        m_report.figure(what + ": 30 joins and publications of NavWar awareness took", m_unit.seconds() - begin, "s",
-                        {Goal::AtMost, 2.0 * kWatched});
-        // What comes late is no flood, whenever it comes.
-        const Published after = m_unit.tap().published();
-        const auto most = static_cast<std::size_t>(m_unit.seconds()) + 5;
-        m_report.expect(after.joins.size() <= most && after.awareness <= most,
-                        what + ": more is published than is due");
-        m_report.figure(what + ": lines on the console", static_cast<double>(lines() - linesBefore), "",
-                        {Goal::AtMost, 5.0});
-        m_report.expect(lines() - linesBefore <= 50, what + ": the console is flooded");
-    }
-
-    /// A clearing of data that is accepted and never ends.
-    void limit()
-    {
-        m_unit.setRate(kTrueRate);
-        const double begin = m_unit.seconds();
-        m_unit.tap().request("clear-data");
-        if (!m_report.expect(eventually([&] { return m_unit.tap().published().answers > 0; }),
-                             "clear-data has no answer"))
-            return;
-        const auto machineBegin = steady_clock::now();
-        m_unit.setRate(1'000'000);
-        const bool isOver = eventually([&] { return m_unit.tap().published().timedOut > 0; });
-        const double passed = m_unit.seconds() - begin;
-        m_unit.setRate(kTrueRate);
-        m_report.expect(isOver, "a clearing that never ended did not time out");
-        m_report.figure("clearing that never ends, until its warning", passed, "s", {Goal::AtLeast, 7200.0});
-        m_report.expect(passed < 8000.0, "a clearing that never ended timed out late");
-        m_report.figure("the same by the machine", duration<double>(steady_clock::now() - machineBegin).count(), "s");
-    }
-
-    Report& m_report;
-    Unit m_unit;
 };
 
 struct Options {
@@ -554,7 +293,7 @@ void run(Report& report, const Options& options)
         report.note("ten times the rate in real time");
         const auto seconds = static_cast<double>(*options.realSeconds);
         const DayPlan plan = DayPlan::random(3, seconds, 1);
-        Day day(report, plan, 10.0, kTrueRate, false, std::chrono::seconds(*options.realSeconds));
+        Day day(report, plan, 10.0, Unit::kTrueRate, false, std::chrono::seconds(*options.realSeconds));
         day.run();
         day.tell();
     } else if (options.isShort) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -283,6 +284,17 @@ TEST_F(COutputRedirectorTest, WithoutASavedStreamTheTextGoesToDescriptorOne)
     const DescriptorCapture out(STDOUT_FILENO);
     EXPECT_EQ(COutputRedirector::file_write(nullptr, "texts", 4), 4u);
     EXPECT_EQ(out.text(), "text");
+}
+
+TEST_F(COutputRedirectorTest, WithoutASavedStreamADescriptorThatIsClosedHoldsNobodyUp)
+{
+    const HardDeadline deadline(std::chrono::seconds(30));
+    const int saved = dup(STDOUT_FILENO);
+    close(STDOUT_FILENO);
+    const unsigned taken = COutputRedirector::file_write(nullptr, "text", 4);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    EXPECT_EQ(taken, 4u);
 }
 
 TEST_F(COutputRedirectorTest, StaticsHoldTheOldStreamsWhileInForce)

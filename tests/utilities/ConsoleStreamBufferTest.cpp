@@ -276,6 +276,21 @@ TEST_P(ConsoleStreamBufferTest, AReaderThatDoesNotReadIsWaitedForOnce)
     EXPECT_TRUE(console.out.good());
 }
 
+TEST_P(ConsoleStreamBufferTest, AReaderThatHasReadAgainIsWaitedForOnceMore)
+{
+    const Pipe pipe;
+    pipe.fill();
+    Console console(pipe.writer(), 100ms);
+    printLine(console.out, "lost");
+    pipe.read();
+    printLine(console.out, "next");
+    pipe.read();
+    pipe.fill();
+    const auto begin = std::chrono::steady_clock::now();
+    printLine(console.out, "lost too");
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);
+}
+
 TEST_P(ConsoleStreamBufferTest, ThreadsWaitTogether)
 {
     const Pipe pipe;

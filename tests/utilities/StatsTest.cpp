@@ -99,7 +99,7 @@ TEST(StatsTest, DeviationNeedsItsFlag)
 
 TEST(StatsTest, ResetStartsANewSeries)
 {
-    Stats stats = seriesOf(true, true, {100.0, -100.0});
+    Stats stats = seriesOf(true, true, {100.0, -50.0});
     stats.ResetStatistics();
     EXPECT_EQ(figuresOf(stats).count, 0u);
     stats.ObserveValue(-2.0);

@@ -577,3 +577,17 @@ TEST_F(VictoryFaultHelperDeathTest, AnInputThatIsNoTerminalHasNoKeys)
     EXPECT_EXIT(play(false), testing::ExitedWithCode(0), testing::StrEq("0"));
     EXPECT_EXIT(play(true), testing::ExitedWithCode(0), testing::StrEq("0"));
 }
+
+TEST_F(VictoryFaultHelperDeathTest, KeysOfAFileAreTakenOnce)
+{
+    const auto play = [] {
+        const HardDeadline deadline;
+        std::FILE* const file = std::tmpfile();
+        std::fputs("ab", file);
+        std::rewind(file);
+        dup2(fileno(file), STDIN_FILENO);
+        if (_kbhit() != 2 || readKey() != 'a') conclude("not the keys of the file");
+        conclude(std::to_string(_kbhit()));
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), testing::StrEq("1"));
+}

@@ -73,6 +73,15 @@ TEST(ConsoleOutputTest, EachStreamReachesItsDescriptorAsLongAsItLives)
     EXPECT_EQ(std::clog.flags() & std::ios::unitbuf, 0);
 }
 
+TEST(ConsoleOutputTest, WhatWasPrintedBeforeComesOutFirst)
+{
+    const DescriptorCapture out(STDOUT_FILENO);
+    std::cout << "before ";
+    const ConsoleOutput console;
+    printLine(std::cout, "after");
+    EXPECT_EQ(out.text(), "before after\n");
+}
+
 TEST(ConsoleOutputTest, ErrorsComeBehindTheOutputOfBefore)
 {
     int pipe[2];

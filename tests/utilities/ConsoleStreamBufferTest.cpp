@@ -45,6 +45,9 @@ std::function<void()> s_afterLookForRoom;
 /// What others do once it is known how the terminal treats jobs in the background, if it is set.
 std::function<void()> s_afterLookAtTerminal;
 
+/// What others do while room is waited for, if it is set.
+std::function<void()> s_duringWaitForRoom;
+
 constexpr auto kShort = 20ms;
 constexpr auto kLong = 60s;  // waits for a reader who reads, however slow the machine is
 
@@ -138,7 +141,11 @@ private:
 /// Both ways to a pipe or terminal: opened once more, and, where that can't be, as it is.
 struct ConsoleStreamBufferTest : testing::TestWithParam<bool> {
     ConsoleStreamBufferTest() { canBeOpenedAgain = GetParam(); }
-    ~ConsoleStreamBufferTest() override { s_afterLookForRoom = nullptr; }
+    ~ConsoleStreamBufferTest() override
+    {
+        s_afterLookForRoom = nullptr;
+        s_duringWaitForRoom = nullptr;
+    }
 
     const HardDeadline deadline;
 };
@@ -200,6 +207,7 @@ int __wrap_poll(pollfd* descriptors, nfds_t count, int limit);
 
 int __wrap_poll(pollfd* descriptors, nfds_t count, int limit)
 {
+    if (limit > 0 && s_duringWaitForRoom) s_duringWaitForRoom();
     const int ready = __real_poll(descriptors, count, limit);
     if (ready > 0 && s_afterLookForRoom) std::exchange(s_afterLookForRoom, nullptr)();
     return ready;
@@ -396,6 +404,21 @@ TEST_P(ConsoleStreamBufferTest, AReaderThatTakesItsTimeGetsAll)
     std::string read;
     EXPECT_TRUE(eventually([&] { return (read += pipe.read()).size() >= text.size(); }));
     EXPECT_TRUE(read == text);
+}
+
+TEST_P(ConsoleStreamBufferTest, AReaderIsWaitedForAnewWheneverItHasRead)
+{
+    const Pipe pipe;
+    Console console(pipe.writer(), 500ms);
+    std::string read;
+    s_duringWaitForRoom = [&] {
+        std::this_thread::sleep_for(500ms);  // all of the patience
+        read += pipe.read();
+    };
+    const std::string line = std::string(3 * pipe.room(), 'a') + "\n";
+    printLine(console.out, std::string_view(line).substr(0, line.size() - 1));
+    s_duringWaitForRoom = nullptr;
+    EXPECT_TRUE(read + pipe.read() == line);
 }
 
 TEST_P(ConsoleStreamBufferTest, LinesOfManyThreadsComeOutWhole)

@@ -99,7 +99,8 @@ class Copy:
             command, cwd=self.path, env=environment, capture_output=True, text=True, timeout=_SECONDS_OF_A_BUILD
         )
         if done.returncode != 0:
-            raise Refused(done.stdout + done.stderr)
+            text = done.stdout + done.stderr
+            raise Refused(text) if "error:" in text else RuntimeError(f"{command[0]} did not end well: {text}")
 
     def affected(self, all_programs, file):
         """Those programs that have a file among what they, or what they start, are made of."""

@@ -101,6 +101,8 @@ TEST(Matrix3dTest, RowsToUpdateCountFromOne)
     expectEqual(matrix, {-1, -2, -3, 4, 5, 6, 1, 2, 3});
     matrix.updateRow(2, 2);
     expectEqual(matrix, {-1, -2, -3, 4, 5, 6, 1, 2, 3});
+    matrix.updateRow(2, 1);
+    expectEqual(matrix, {-1, -2, -3, -1, -2, -3, 1, 2, 3});
 }
 
 TEST(Matrix3dTest, RowsOutsideTheMatrixChangeNothing)

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <random>
 #include <sstream>
 
@@ -59,6 +60,17 @@ TEST(Matrix3dTest, ElementsStandRowAfterRowHoweverTheyAreGiven)
     expectEqual(Matrix3d(rows), expected);
     expectEqual(Matrix3d(elements), expected);
     expectEqual(Matrix3d(kMatrix), expected);
+}
+
+TEST(Matrix3dTest, NothingIsWrittenBehindTheNineElements)
+{
+    const double rows[4][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {11, 12, 13}};
+    const double* const elements = rows[0];
+    alignas(Matrix3d) double place[10] = {};
+    new (place) Matrix3d(rows);
+    EXPECT_EQ(place[9], 0.0);
+    new (place) Matrix3d(elements);
+    EXPECT_EQ(place[9], 0.0);
 }
 
 TEST(Matrix3dTest, CopyIsAMatrixOfItsOwn)

@@ -355,13 +355,12 @@ bool FpgaFace::read(const Register& entry, std::uint32_t index, std::uint64_t& v
     return code == RETURN_CODE_TYPE::NO_ERROR;
 }
 
-bool FpgaFace::write(const Register& entry, std::uint32_t index, std::uint64_t value) const
+void FpgaFace::write(const Register& entry, std::uint32_t index, std::uint64_t value) const
 {
-    if (!isAccessible(entry, index)) return false;
+    if (!isAccessible(entry, index)) return;
     const FACE::IOSS::Devmem::WRITE_PAYLOAD_TYPE payload{entry.offset + entry.stride * index, entry.width, value};
-    RETURN_CODE_TYPE::Value code = RETURN_CODE_TYPE::NOT_AVAILABLE;
-    m_service->Write(handleOf(entry.block, index), kNoTimeout, payload, code);
-    return code == RETURN_CODE_TYPE::NO_ERROR;
+    RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
+    m_service->Write(handleOf(entry.block, index), kNoTimeout, payload, ignored);
 }
 
 /// True if there is a register of that index, and its offset fits an access: counts are the hardware's word.

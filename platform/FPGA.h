@@ -133,9 +133,9 @@ private:
     void set(const Register& entry, std::uint32_t index, std::uint64_t value) const EXCLUDES(m_mutex);
     void adjust(const Register& entry, std::uint32_t index, std::int32_t amount) const EXCLUDES(m_mutex);
 
-    /// These answer whether the access was made: false where a read gives 0 and a write does nothing.
+    /// Made where there is such a register; `read` answers whether it was.
     bool read(const Register& entry, std::uint32_t index, std::uint64_t& value) const REQUIRES_SHARED(m_mutex);
-    bool write(const Register& entry, std::uint32_t index, std::uint64_t value) const REQUIRES_SHARED(m_mutex);
+    void write(const Register& entry, std::uint32_t index, std::uint64_t value) const REQUIRES_SHARED(m_mutex);
     bool isAccessible(const Register& entry, std::uint32_t index) const REQUIRES_SHARED(m_mutex);
     std::uint64_t countOf(FpgaRegisters::Count count) const REQUIRES_SHARED(m_mutex);
     long long handleOf(FpgaRegisters::Block block, std::size_t index) const REQUIRES_SHARED(m_mutex);

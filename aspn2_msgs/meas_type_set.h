@@ -12,7 +12,7 @@ namespace aspn2_msgs::idl {
 
 /// Measurements of one type: how many were available, and how many used. Nested in `MeasurementIncorporationStatus`.
 /// `meas_set_id` is 0 to 11 where the service knows the type, 1 to 4 for those of GPS; a type counts as used from a
-/// `meas_used` of 1 on, 0 even without. `meas_avail` is not read.
+/// `meas_used` of 1 on, 0 even without. Of `meas_avail` the sum over the types 1 and 2 tells whether GPS is lost.
 ASPN2_RECORD(meas_type_set, 12);
 
 }  // namespace aspn2_msgs::idl

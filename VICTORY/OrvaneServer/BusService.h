@@ -43,7 +43,8 @@ public:
     bool stop() EXCLUDES(m_lifeCycleMutex, m_serviceGate);
 
     /// Ends the service, if it runs, and starts it with another period of Blended Navigation and NavWar awareness, in
-    /// ms. The VCL file stays as it is. False, and nothing done, for less than 1000.
+    /// ms. The VCL file stays as it is. False, with nothing done but a console line, for less than 1000; else true, also
+    /// when the start fails, as an event tells then.
     bool restart(unsigned long periodMs) EXCLUDES(m_lifeCycleMutex, m_serviceGate, m_vclFileMutex);
 
     /// Replaces the VCL file; false if it stays, or for null. A call-back of the library may call this.
@@ -76,6 +77,7 @@ public:
     }
 
 private:
+    /// As `start`, `stop` and the start of a library's service in them: whether they have done it.
     bool startVictory(const char* vclText) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate, m_vclFileMutex);
     bool shutdownVictory() REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
     bool startService(const char* vclText) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_vclFileMutex);

@@ -38,7 +38,7 @@ int findAndClearComponentConfigurationByIdAndName(VapntcSystemConfiguration& con
 bool updateComponentConfiguration(VapntcSystemConfiguration& configuration, const ServerSettings& settings, int index,
                                   const Component& component);
 
-/// Fills the row of a component anew, or a new one.
+/// Fills the row of a component anew, or a new one; false, with an event, if there is no room for that.
 bool replaceComponentConfiguration(VapntcSystemConfiguration& configuration, const ServerSettings& settings,
                                    const Component& component);
 

@@ -137,8 +137,9 @@ protected:
     /// Ends it, and waits for its call-backs; false if it doesn't run.
     bool ShutdownVictory();
 
-    /// Restarts it with another period of Blended Navigation and NavWar awareness, in ms. False, and nothing done, for
-    /// less than 1000. The VCL file stays as it is. Not from a call-back of the library.
+    /// Restarts it with another period of Blended Navigation and NavWar awareness, in ms. False, with nothing
+    /// done but a console line, for less than 1000; else true, also when the start fails, as an event tells then. The
+    /// VCL file stays as it is. Not from a call-back of the library.
     bool updateVDMdataRate(unsigned long periodMs);
 
     /// Lets the library run built-in tests, once the unit's own is over.
@@ -211,6 +212,8 @@ private:
     bool isRunning() const { return m_state == FACE::LCM::Halvex::ReportedState::RUNNING; }
     void prepareCommandedOperations();
     TopicHandlers topicHandlers();
+
+    /// False if the queues or the memory device can't be had.
     bool connectDevices();
     void startPlatform();
 
@@ -225,6 +228,8 @@ private:
 
     BusService::Owner busOwner();
     void redirectOutput();
+
+    /// False if the unit's sensors can't be read.
     bool prepareBus();
     void equipBus(VapntsService* service);
     void initVictoryDefaultManagementData(VapntsService* service);

@@ -23,7 +23,7 @@ class PartNumbers {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Publishes a command; no lock is held.
+    /// Publishes a command; false if it can't be published. No lock is held.
     using Send = std::function<bool(const std::string& command)>;
 
     static constexpr int kConfigurationWaitSeconds = 12;

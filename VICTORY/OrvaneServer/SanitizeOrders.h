@@ -44,6 +44,7 @@ public:
     void end() EXCLUDES(m_mutex);
 
 private:
+    /// Takes one that waits; false if none does.
     bool take() EXCLUDES(m_mutex);
     void tellDropped(int count) const;
 

@@ -38,7 +38,7 @@ public:
     /// Adds a warning, and drops the oldest of more than 50, silently. False, with an event, if it can't be kept.
     bool append(const VapntcWarningMessage& warning) noexcept EXCLUDES(m_warningListMutex);
 
-    /// Adds one without a text.
+    /// Adds one without a text; false likewise.
     bool append(std::uint32_t id) noexcept;
 
     /// Adds a text of its own, cut to 255 characters, here and below; false as `append`.

@@ -8,7 +8,7 @@
 
 namespace orvanectl {
 
-/// A connection to the bus of the lab: JSON objects, one a line (docs/lab.md). One thread at a time.
+/// A connection to the bus of the lab: JSON objects, one a line (docs/lab/bus.md). One thread at a time.
 class BusLink {
 public:
     using Json = nlohmann::ordered_json;

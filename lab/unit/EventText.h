@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-/// Events as a person writes them (docs/lab.md tells the forms). Pure functions, any thread.
+/// Events as a person writes them (docs/lab/unit-sim.md tells the forms). Pure functions, any thread.
 ///
 /// What is wrong throws `std::invalid_argument`; its text begins with the word that is wrong, in quotes.
 namespace unitsim {

@@ -64,7 +64,8 @@ TEST(DecodeReportTest, RecordIsALineOfJsonWithItsHeaderAndFrame)
 TEST(DecodeReportTest, ExampleOfTheManualIsWhatIsPrinted)
 {
     const std::string example = decoded(kWarning + with(kUnknown, 16, "\x31"s)).output;
-    EXPECT_NE(manual().find("$ orvanectl decode frames.bin\n" + example), std::string::npos) << example;
+    EXPECT_NE(manual("orvanectl-decode").find("$ orvanectl decode frames.bin\n" + example), std::string::npos)
+        << example;
 }
 
 TEST(DecodeReportTest, UnitsStandInAParagraph)

@@ -5,11 +5,11 @@
 #include <sstream>
 #include <string>
 
-/// What a reader of the lab's manual sees.
-inline std::string manual()
+/// What a reader of a page of the lab's manual sees.
+inline std::string manual(const std::string& page)
 {
     std::ostringstream text;
-    text << std::ifstream(ORVANE_LAB_MANUAL).rdbuf();
+    text << std::ifstream(ORVANE_LAB_MANUAL "/" + page + ".md").rdbuf();
     return text.str();
 }
 

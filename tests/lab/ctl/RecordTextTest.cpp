@@ -177,7 +177,8 @@ TEST(RecordTextTest, ExampleOfTheManualIsWhatIsPrinted)
     time.utc_tod_nsec(999999987.0);
     time.covariance() = {{{2e-8 * 2e-8, 0.0}, {0.0, 1e-10 * 1e-10}}};
     const std::string example = recordText(topicOf("UTCTime"), &time, false);
-    EXPECT_NE(manual().find("$ orvanectl echo UTCTime --count 1\n" + example), std::string::npos) << example;
+    EXPECT_NE(manual("orvanectl-echo").find("$ orvanectl echo UTCTime --count 1\n" + example), std::string::npos)
+        << example;
 }
 
 TEST(RecordTextTest, UnitsStandBehindTheNumbers)

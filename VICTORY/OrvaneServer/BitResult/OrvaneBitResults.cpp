@@ -132,12 +132,7 @@ void OrvaneBitResults::getBitSensorServers(std::vector<SensorServer>& list)
 {
     const MutexLock lock(m_resultsMutex);
     list.insert(list.end(), m_sensorServers.begin(), m_sensorServers.end());
-    // A text that can't be copied throws nothing.
-    const auto isWhole = [](const SensorServer& server) {
-        return server.sensorId.is_valid() && server.sensorType.is_valid() && server.otherSensorType.is_valid() &&
-               server.componentConfigurationId.is_valid();
-    };
-    if (!std::ranges::all_of(list, isWhole)) throw std::bad_alloc();
+    if (!std::ranges::all_of(list, &SensorServer::isWhole)) throw std::bad_alloc();
 }
 
 void OrvaneBitResults::ExecuteBuiltInTests(VapntsService* service)

@@ -42,6 +42,9 @@ public:
 
     /// A sensor, as its file describes it.
     struct SensorServer {
+        /// Whether all texts are there: a copy for which memory runs out throws nothing.
+        bool isWhole() const;
+
         FACE::String sensorId;
         FACE::String sensorType;
         FACE::String otherSensorType;
@@ -69,8 +72,8 @@ public:
     /// the running test. One thread at a time.
     /// @param name            goes into the results, and in front of what is reported about the file
     /// @param timeoutSeconds  s, limit of one test
-    /// @return false if the file can't be read, for want of memory too, and the list is as it was; also if a sensor in
-    ///         it is of unknown type, and the list ends before that. Both are reported.
+    /// @return false if the file can't be read, and the list is as it was; also if a sensor in it is of unknown type or
+    ///         memory runs out in between, and the list ends before that. Both are reported.
     bool Initialize(const std::string& name, int timeoutSeconds, bool debug) EXCLUDES(m_resultsMutex);
 
     /// Lets operations, reports and the cycle through. Any thread.

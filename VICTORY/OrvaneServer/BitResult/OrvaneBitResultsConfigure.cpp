@@ -108,13 +108,6 @@ void reportDisabled(const SensorServer& server, const std::string& path)
     printLine(std::cout, text);
 }
 
-/// Whether all texts are there, which may not be so where memory has run out.
-bool isWhole(const SensorServer& server)
-{
-    return server.sensorId.is_valid() && server.sensorType.is_valid() && server.otherSensorType.is_valid() &&
-           server.componentConfigurationId.is_valid();
-}
-
 /// Appends the enabled sensors of a file that has been read; what was appended stays when it throws.
 void readSensors(FACE::HX_Config& config, const std::string& path, const std::string& name, bool debug,
                  std::vector<SensorServer>& servers)
@@ -139,7 +132,7 @@ void readSensors(FACE::HX_Config& config, const std::string& path, const std::st
             printLine(std::cout, server);
         }
     }
-    if (!std::ranges::all_of(servers, isWhole)) throw std::bad_alloc();
+    if (!std::ranges::all_of(servers, &SensorServer::isWhole)) throw std::bad_alloc();
 }
 
 const char* wordOf(bool flag)
@@ -148,6 +141,12 @@ const char* wordOf(bool flag)
 }
 
 }  // namespace
+
+bool SensorServer::isWhole() const
+{
+    return sensorId.is_valid() && sensorType.is_valid() && otherSensorType.is_valid() &&
+           componentConfigurationId.is_valid();
+}
 
 bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, bool debug)
 {
@@ -181,7 +180,7 @@ bool OrvaneBitResults::Initialize(const std::string& name, int timeoutSeconds, b
         SEND_HEALTH_EVENT(EventTypes::EVENT_FAULT, text.c_str());
         if (!isBegun) return false;  // the list is the one from before; otherwise the rows that were read stay
     }
-    std::erase_if(servers, [](const SensorServer& server) { return !isWhole(server); });
+    std::erase_if(servers, [](const SensorServer& server) { return !server.isWhole(); });
     const MutexLock lock(m_resultsMutex);
     m_sensorServers.swap(servers);
     m_serverCount = m_sensorServers.size();

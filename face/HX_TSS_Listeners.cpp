@@ -2,9 +2,10 @@
 
 #include "utilities/ConsoleLine.h"
 #include "utilities/Shielded.h"
-#include <fastrtps/attributes/SubscriberAttributes.h>
 
+#include <fastrtps/attributes/SubscriberAttributes.h>
 #include <fastrtps/rtps/common/MatchingInfo.h>
+
 #include <iostream>
 
 namespace FACE::TSS::Listeners {

@@ -151,6 +151,7 @@ TEST_F(OrvaneServerTest, StartOfARunningServerIsNotAvailableAndStartsNothing)
     EXPECT_TRUE(eventually([&] { return turns > 0; }));
     EXPECT_EQ(request(RequestedState::START), RETURN_CODE_TYPE::NOT_AVAILABLE);
     EXPECT_TRUE(eventually([&, before = turns.load()] { return turns > before + 1; }));
+    server->Stop();  // before what its thread counts by goes
     EXPECT_EQ(workers, 1);
     EXPECT_EQ(state(), 0);
     EXPECT_EQ(popHealthEvent(), "none");

@@ -1,5 +1,5 @@
-// Scenario files of the simulator: refused with file, line and word, or events in the order of their times, each within
-// what the simulator can send.
+// Scenario files of `unit-sim`: refused with file, line and word, or events in the order of their times, each within
+// what it can send.
 // Input: the file.
 
 #include "fuzz/Fuzz.h"

@@ -1,5 +1,7 @@
 #include "lab/ctl/StreamCutter.h"
 
+#include "ioss_mcsq/gps_msgs.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -37,7 +39,7 @@ bool beginsWithEncapsulation(Bytes bytes)
 
 bool beginsWithDelimiter(Bytes bytes)
 {
-    return bytes[0] == 0xFF && (bytes.size() < 2 || bytes[1] == 0x81);
+    return bytes[0] == (kGssipDelimiter & 0xFF) && (bytes.size() < 2 || bytes[1] == kGssipDelimiter >> 8);
 }
 
 /// In the order that the encapsulation of the record tells.

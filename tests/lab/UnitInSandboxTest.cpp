@@ -30,7 +30,7 @@ TEST(UnitInSandboxTest, UnitFindsAllItsPathsAndFilesInTheSandbox)
     ChildProcess probe({sandbox, "true"});
     if (probe.wait() != ChildProcess::Ending{0, 0}) GTEST_SKIP() << probe.errors();
 
-    const std::string binary = ORVANE_UNIT_SIM_BINARY;
+    const std::string binary = ORVANE_UNIT_SIM;
     ChildProcess process({sandbox, "--unit", unit, "--bind", std::filesystem::path(binary).parent_path().string(), "--",
                           binary, "--duration", "0.5", "--rate", "10"});
     EXPECT_EQ(process.wait(), (ChildProcess::Ending{0, 0})) << process.errors();

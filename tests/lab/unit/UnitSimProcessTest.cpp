@@ -20,7 +20,7 @@ class UnitSimProcessTest : public testing::Test {
 protected:
     std::vector<std::string> command(const std::vector<std::string>& more = {}) const
     {
-        std::vector<std::string> words = {ORVANE_UNIT_SIM_BINARY,
+        std::vector<std::string> words = {ORVANE_UNIT_SIM,
                                           "--connections",
                                           m_connections,
                                           "--devices",

@@ -17,6 +17,7 @@ namespace {
 constexpr int kPollMilliseconds = 50;
 constexpr std::chrono::microseconds kPause{100};               // for other threads, after a burst of input
 constexpr std::chrono::milliseconds kRest{kPollMilliseconds};  // of a device that gives nothing
+constexpr int kEmptyReads = 3;                                 // in a row, until a device counts as one
 
 /// What `poll` tells of a descriptor now.
 short eventsOf(int descriptor)
@@ -397,8 +398,8 @@ bool HX_MCSQ::pollTurn()
         const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;
         const int error = isWanted && count < 0 ? errno : 0;
         if (!isWanted || (error != 0 && error != EINTR)) {
-            if (isWanted) reportFailedWait(error);
             m_stop = true;
+            if (isWanted) guarded([&] { reportFailedWait(error); });
             return false;
         }
         if (count <= 0) return true;
@@ -414,9 +415,11 @@ void HX_MCSQ::takeDescriptors()
 {
     const auto now = std::chrono::steady_clock::now();
     for (std::size_t i = 0; i < m_pollSet.size(); ++i) {
-        const Registration& registration = m_registrations[i];
-        const bool rests = now < registration.restsUntil;
-        m_pollSet[i].fd = rests ? -1 : entryAt(registration.handle).readerDescriptor();
+        Registration& registration = m_registrations[i];
+        const int descriptor = entryAt(registration.handle).readerDescriptor();
+        if (descriptor != registration.descriptor)
+            registration = {.handle = registration.handle, .descriptor = descriptor};
+        m_pollSet[i].fd = now < registration.restsUntil ? -1 : descriptor;
     }
 }
 
@@ -444,10 +447,20 @@ void HX_MCSQ::serve(Registration& registration, int descriptor)
         callback->Process_Notification_Event(registration.handle, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE, ignored);
         outcome = connection.takeOutcome();
     }
-    if (outcome.isGiven) registration.isToldSilent = false;
-    if (outcome.isGiven || !outcome.isEnded) return;
+    if (outcome.isGiven) {
+        registration.emptyReads = 0;
+        registration.isToldSilent = false;
+        return;
+    }
+    if (!outcome.isEnded) return;
+    // A read of a live device may once give nothing.
+    const bool isGone = (events & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+    registration.emptyReads = std::min(registration.emptyReads + 1, kEmptyReads);
+    if (!isGone && registration.emptyReads < kEmptyReads) return;
     registration.restsUntil = std::chrono::steady_clock::now() + kRest;
-    if (!std::exchange(registration.isToldSilent, true)) reportSilence(connection.devicePath(), outcome.error);
+    if (registration.isToldSilent) return;
+    reportSilence(connection.devicePath(), outcome.error);
+    registration.isToldSilent = true;
 }
 
 }  // namespace FACE::IOSS

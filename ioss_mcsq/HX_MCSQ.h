@@ -37,9 +37,9 @@ namespace FACE::IOSS {
 /// starts it anew.
 ///
 /// A call-back is made only if a read would not wait; reading elsewhere from a connection that is registered, or from
-/// its device, breaks that. A device that claims to be ready and gives nothing, such as one that has hung up, is left
-/// alone for 50 ms each time, which delays no other; a health event of type 3, and the same text on standard error, say
-/// so once until it gives something again.
+/// its device, breaks that. A device that has hung up, or that claims to be ready and gives nothing three times in a
+/// row, is left alone for 50 ms each time, which delays no other; a health event of type 3, and the same text on
+/// standard error, say so once until it gives something again.
 class HX_MCSQ : public HX_IO_Service<MCSQ::IO_Service> {
 public:
     /// The most that one read takes.
@@ -157,7 +157,9 @@ private:
     /// A connection that is registered.
     struct Registration {
         long long handle;
+        int descriptor = -1;                                    // of the device; all below is of this one
         std::chrono::steady_clock::time_point restsUntil = {};  // not looked at before
+        int emptyReads = 0;                                     // in a row
         bool isToldSilent = false;
     };
 

@@ -8,6 +8,9 @@
 #include <chrono>
 #include <csignal>
 #include <iostream>
+#include <poll.h>
+#include <string_view>
+#include <unistd.h>
 
 using FACE::RETURN_CODE_TYPE;
 using FACE::LCM::Halvex::RequestedState;
@@ -22,13 +25,24 @@ static_assert(std::atomic<unsigned char>::is_always_lock_free && std::atomic<int
 
 namespace {
 
+/// Only what a signal handler may: one write, and none where it would wait.
+void tellFault()
+{
+    constexpr std::string_view kText = "!!!!!! OrvaneServer: ended by a fault of its own\n";
+    pollfd console{STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&console, 1, 0) != 1) return;
+    [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, kText.data(), kText.size());
+}
+
 void faultHandler(int signal, siginfo_t* info, void*)
 {
     const bool isRaisedByInstruction = info->si_code > 0;
-    if (isRaisedByInstruction)
-        std::signal(signal, SIG_DFL);
-    else
+    if (!isRaisedByInstruction) {
         SignalHandler(signal);
+        return;
+    }
+    tellFault();
+    std::signal(signal, SIG_DFL);
 }
 
 }  // namespace

@@ -27,8 +27,8 @@ void SetupSignalHandler();
 void SignalHandler(int signal);
 
 /// To be called behind `SetupSignalHandler`: SIGILL, SIGBUS and SIGFPE still go to `SignalHandler` when somebody sends
-/// them, but take their default action when an instruction of the process itself raises them. It would be begun anew
-/// behind the handler, and raise them for ever.
+/// them, but take their default action, behind a line on standard error, when an instruction of the process itself
+/// raises them. It would be begun anew behind the handler, and raise them for ever.
 void LetFaultsEndTheProcess();
 
 #endif

@@ -43,9 +43,14 @@ void OrvaneServer::redirectOutput()
         return static_cast<int>(logMaintenanceEvent(text, size));
     };
     const bool isCaptured = m_outputRedirector.redirect(take) || COutputRedirector::originalStdOutStreamDest;
-    if (!isCaptured)
-        Reports::sendFault("InitializeVictory",
-                           m_settings.m_serverName + " Error capturing what the VICTORY library prints.");
+    if (isCaptured) return;
+    // The service goes on without it, and without this where there is no memory for telling.
+    shielded(
+        [&] {
+            Reports::sendFault("InitializeVictory",
+                               m_settings.m_serverName + " Error capturing what the VICTORY library prints.");
+        },
+        [](const char*) {});
 }
 
 bool OrvaneServer::prepareBus()

@@ -151,6 +151,7 @@ TEST_F(SurroundingsTest, RegistersThatVanishWhileItRunsEndTheServiceAtOnce)
     ASSERT_EQ(truncate("/dev/mem", 0), 0);
     partners.command("BITSERVER_PING");  // which is answered with the registers' time
     EXPECT_EQ(desk.service().wait(), Ending({-1, SIGBUS}));
+    EXPECT_TRUE(desk.service().errors().ends_with("!!!!!! OrvaneServer: ended by a fault of its own\n"));
 }
 
 TEST_F(SurroundingsTest, RegistersOfAllOnesEndTheService)

@@ -3,6 +3,7 @@
 #include "lab/ctl/check/ConfigCheck.h"
 #include "utilities/ConsoleLine.h"
 
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -47,7 +48,7 @@ constexpr const char* kExamples =
     "  orvanectl check                                      the unit's own files and devices\n"
     "  orvanectl check --config lab/config                  the lab's sample, on any machine\n"
     "  orvanectl check --config new new/Test.xml            with another top-level file\n"
-    "  orvanectl check --json | grep error\n"
+    "  orvanectl check --json | grep '\"error\"'\n"
     "\n"
     "Exit status: 0 if all is well, 1 if there are warnings, 2 if the service would not start, also\n"
     "if a file is missing; 2 for a wrong command line, too.";
@@ -70,7 +71,12 @@ Verb addCheckVerb(CLI::App& tool)
     command->add_flag("--json", options->json, "one JSON object a line");
     return {command, [options, file] {
                 if (file->count() == 0) options->check.file = options->check.found(options->check.file);
-                return check(*options);
+                try {
+                    return check(*options);
+                } catch (const std::exception& error) {
+                    printLine(std::cerr, "orvanectl: ", error.what());
+                    return kRefused;
+                }
             }};
 }
 

@@ -1,5 +1,6 @@
 #include "lab/ctl/CommandWords.h"
 
+#include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/NearestWord.h"
 
 #include <vector>
@@ -56,12 +57,12 @@ std::string unknownWord(const CLI::App& tool)
     }
     const std::vector<std::string> verbs = verbsOf(*app), words = app->remaining();
     if (words.empty()) return verbs.empty() ? "" : path + "which verb? there are: " + joined(verbs, ", ");
-    const std::string& word = words.front();
-    const bool isOption = word.starts_with('-') && word != "-";
+    const bool isOption = words.front().starts_with('-') && words.front() != "-";
+    const std::string word = isOption ? words.front().substr(0, words.front().find('=')) : words.front();
     if (!isOption && verbs.empty()) return "";
     const std::vector<std::string> known = isOption ? optionsOf(*app) : verbs;
     const std::string nearest = nearestWord(word, known);
-    return path + (isOption ? "no option \"" : "no verb \"") + word + "\"; " +
+    return path + (isOption ? "no option \"" : "no verb \"") + printable(word) + "\"; " +
            (nearest.empty() ? "there are: " + joined(known, ", ") : "did you mean \"" + nearest + "\"?");
 }
 
@@ -70,7 +71,7 @@ std::string bashCompletion(const CLI::App& tool)
     std::string rows;
     addRows(tool, tool.get_name(), rows);
     return "# Completes orvanectl in bash: source <(orvanectl completion)\n"
-           "declare -A _orvanectl_words=(\n" +
+           "declare -gA _orvanectl_words=(\n" +
            rows +
            ")\n"
            "_orvanectl() {\n"

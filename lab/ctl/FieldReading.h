@@ -50,7 +50,7 @@ void readValue(T& field, const Json& value, const std::string& path, const NotFi
         field = value.template get<bool>();
     } else if constexpr (std::is_floating_point_v<T>) {
         const double number = realOf(value, path, notFinite);
-        if (std::isfinite(number) && std::abs(number) > static_cast<double>(std::numeric_limits<T>::max()))
+        if (std::isfinite(number) && !std::isfinite(static_cast<T>(number)))
             refuseField(path, value.dump() + " is too large");
         field = static_cast<T>(number);
     } else if constexpr (std::is_arithmetic_v<T>) {

@@ -53,7 +53,8 @@ int run(int argc, char** argv)
     try {
         tool.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (const std::string what = error.get_exit_code() == 0 ? "" : orvanectl::unknownWord(tool); !what.empty()) {
+        const bool isWord = error.get_name() == "RequiredError" || error.get_name() == "ExtrasError";
+        if (const std::string what = isWord ? orvanectl::unknownWord(tool) : ""; !what.empty()) {
             printLine(std::cerr, "orvanectl: ", what, " (orvanectl --help tells more)");
             return orvanectl::kMisused;
         }

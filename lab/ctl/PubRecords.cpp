@@ -35,6 +35,19 @@ Json& below(Json& value, const std::string& name, const std::string& path)
     return value.at(index);
 }
 
+/// Notes that a field of the header was given.
+/// @param name  its path within the header
+void give(PubRecord::Given& given, const std::string& name, const std::string& path)
+{
+    if (name == "seq_num") given.number = true;
+    if (name.starts_with("timestamp_arrival")) given.arrival = true;
+    if (name.starts_with("timestamp_valid")) given.valid = true;
+    if (!name.starts_with("device_id")) return;
+    if (name != "device_id" && name != "device_id.value")
+        refuseField(path, "only header.device_id.value sets the device id; --from sets its server");
+    given.device = true;
+}
+
 /// JSON, a number that JSON does not know, or a text.
 Json valueOfText(const std::string& text)
 {
@@ -78,7 +91,7 @@ double PubRecord::validSeconds() const
 
 PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& settings)
 {
-    PubRecord made{topic.name, topic.type, topic.type->make(), false};
+    PubRecord made{topic.name, topic.type, topic.type->make(), {}};
     void* const record = made.record.get();
     Json header = decodeHeader(topic.type->headerOf(record)), message = topic.type->fieldsOf(record);
     for (const std::string& setting : settings) {
@@ -89,8 +102,11 @@ PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& se
         Json* value = isOfHeader ? &header : &message;
         std::istringstream names(isOfHeader ? path.substr(std::string(kHeader).size() + 1) : path);
         for (std::string name; std::getline(names, name, '.');) value = &below(*value, name, path);
-        *value = valueOfText(setting.substr(equals + 1));
-        made.hasHeader = made.hasHeader || isOfHeader;
+        const std::string text = setting.substr(equals + 1);
+        Json given = valueOfText(text);
+        // A text may look like a number.
+        *value = value->is_string() && !given.is_string() ? Json(text) : given;
+        if (isOfHeader) give(made.given, path.substr(std::string(kHeader).size() + 1), path);
     }
     setHeader(topic.type->headerIn(record), header);
     topic.type->setFields(record, message, {});
@@ -101,11 +117,16 @@ std::optional<PubRecord> recordOfLine(const std::string& line)
 {
     const Json fields = Json::parse(line, nullptr, false);
     if (fields.is_discarded() || !fields.is_object()) refuseField("line", "is no object of JSON");
-    if (fields.value("kind", "record") != "record") return std::nullopt;
+    if (fields.contains("kind") && memberOf(fields, "kind") != "record") return std::nullopt;
     const RecordType* const type = findRecordType(memberOf(fields, "type"));
     if (!type) refuseField("type", "no type " + memberOf(fields, "type") + "; there are: " + namesOfRecordTypes());
-    PubRecord made{unprintable(memberOf(fields, "topic"), "topic"), type, type->make(), fields.contains(kHeader)};
-    if (made.hasHeader) setHeader(type->headerIn(made.record.get()), fields.at(kHeader));
+    PubRecord made{unprintable(memberOf(fields, "topic"), "topic"), type, type->make(), {}};
+    if (fields.contains(kHeader)) {
+        const Json& header = fields.at(kHeader);
+        setHeader(type->headerIn(made.record.get()), header);
+        made.given = {header.contains("seq_num"), header.contains("timestamp_arrival"),
+                      header.contains("timestamp_valid"), header.contains("device_id")};
+    }
     if (!fields.contains(kMessage)) refuseField(kMessage, "is missing");
     type->setFields(made.record.get(), fields.at(kMessage), notFiniteOf(fields));
     return made;

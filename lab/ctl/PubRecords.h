@@ -16,7 +16,11 @@ struct PubRecord {
     std::string topic;
     const RecordType* type = nullptr;
     RecordPointer record;
-    bool hasHeader = false;  ///< it was given, and goes out as it is
+
+    /// What of the header was given, and goes out as it is.
+    struct Given {
+        bool number = false, arrival = false, valid = false, device = false;
+    } given;
 
     /// The time of validity in seconds; 0 where there is none.
     double validSeconds() const;

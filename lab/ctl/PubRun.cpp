@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -132,10 +133,13 @@ private:
     {
         if (m_options.rate > 0)
             return std::chrono::duration_cast<Clock::duration>(Seconds(static_cast<double>(number) / m_options.rate));
-        if (m_options.file.empty() || number == 0) return {};
+        if (m_options.file.empty()) return {};
         const std::size_t index = number % m_records.size();
-        const double pause = index == 0 ? 0 : m_records[index].validSeconds() - m_records[index - 1].validSeconds();
-        m_elapsed += std::clamp(pause, 0.0, kLongestPause);
+        const double valid = m_records[index].validSeconds();
+        // Topics that take turns may go back a little; lines begun anew, and other clocks, are no pause.
+        const bool isAnew = number == 0 || index == 0 || std::abs(valid - m_first - m_elapsed) > kLongestPause;
+        if (isAnew) m_first = valid - m_elapsed;
+        m_elapsed = std::max(m_elapsed, valid - m_first);
         return std::chrono::duration_cast<Clock::duration>(Seconds(m_elapsed));
     }
 
@@ -153,19 +157,22 @@ private:
 
     void send(const PubRecord& record)
     {
-        if (!record.hasHeader || m_options.stampsNow) stamp(record);
+        stamp(record, m_options.stampsNow ? PubRecord::Given{.device = record.given.device} : record.given);
         m_publisher.publish(record.topic, record.record.get());
     }
 
-    void stamp(const PubRecord& record)
+    /// Fills in what of the header was not given.
+    void stamp(const PubRecord& record, const PubRecord::Given& given)
     {
-        if (!m_clock) m_clock.emplace(m_options.devices);
         auto& header = record.type->headerIn(record.record.get());
-        const std::uint64_t now = m_clock->ticks();
-        ASPN2::setToV_fromFpgaTicks(now, header);
-        ASPN2::setToA_fromFpgaTicks(now, header);
-        header.seq_num(m_sequence[record.topic]++);
-        if (header.device_id() == 0)
+        if (!given.valid || !given.arrival) {
+            if (!m_clock) m_clock.emplace(m_options.devices);
+            const std::uint64_t now = m_clock->ticks();
+            if (!given.valid) ASPN2::setToV_fromFpgaTicks(now, header);
+            if (!given.arrival) ASPN2::setToA_fromFpgaTicks(now, header);
+        }
+        if (!given.number) header.seq_num(m_sequence[record.topic]++);
+        if (!given.device)
             header.device_id(static_cast<std::int32_t>(std::uint32_t{1} << 24 | std::uint32_t{m_server} << 16));
     }
 
@@ -177,7 +184,8 @@ private:
     TopicPublisher m_publisher;
     std::optional<UnitClock> m_clock;
     std::map<std::string, std::int64_t> m_sequence;
-    double m_elapsed = 0;  // of the lines' own times
+    double m_elapsed = 0;  // s, of the lines' own times
+    double m_first = 0;    // s, the time of a line that would have been due at the start
 };
 
 }  // namespace

@@ -29,6 +29,10 @@ ExitStatus publish(const PubOptions& options)
     try {
         if (options.topic.empty() == options.file.empty())
             throw UnknownName(options.topic.empty() ? "give a TOPIC or --file" : "give a TOPIC or --file, not both");
+        if (!options.file.empty() && (!options.settings.empty() || !options.type.empty()))
+            throw UnknownName("--set and --type are for a TOPIC, not for --file");
+        if (options.file.empty() && options.stampsNow)
+            throw UnknownName("--now is for --file; a TOPIC has times of its own");
         runPub(options, std::cout);
         return kDone;
     } catch (const UnknownName& error) {

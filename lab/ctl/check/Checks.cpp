@@ -17,19 +17,6 @@ std::string placeOf(const ConfigContainer& container, const std::string& key)
     return container.name + '/' + key;
 }
 
-void checkBoolean(const ConfigContainer& container, const ConfigKey& key, Findings& findings)
-{
-    std::string text = key.text;
-    std::ranges::transform(text, text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (text == "true" || text == "false") return;
-    char* end = nullptr;
-    const long value = std::strtol(text.c_str(), &end, 0);
-    if (end != text.c_str() && *end == '\0') return;
-    findings.warn(key.line, placeOf(container, key.name),
-                  '"' + key.text + "\" is taken as " + (value != 0 ? "true" : "false") +
-                      "; true or false is meant to stand here");
-}
-
 void checkList(const ConfigContainer& container, const ConfigKey& key, const KeyRule& rule, Findings& findings)
 {
     std::istringstream parts(key.text);
@@ -60,6 +47,19 @@ void checkKey(const ConfigContainer& container, const ConfigKey& key, const KeyR
 
 }  // namespace
 
+void checkBoolean(const ConfigContainer& container, const ConfigKey& key, Findings& findings)
+{
+    std::string text = key.text;
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (text == "true" || text == "false") return;
+    char* end = nullptr;
+    const long value = std::strtol(text.c_str(), &end, 0);
+    if (end != text.c_str() && *end == '\0') return;
+    findings.warn(key.line, placeOf(container, key.name),
+                  '"' + key.text + "\" is taken as " + (value != 0 ? "true" : "false") +
+                      "; true or false is meant to stand here");
+}
+
 std::string suggestion(const std::string& word, const std::vector<std::string>& words)
 {
     const std::string nearest = nearestWord(word, words);
@@ -86,8 +86,7 @@ std::int64_t checkNumber(const ConfigContainer& container, const ConfigKey& key,
 
 void checkKeys(const ConfigContainer& container, std::span<const KeyRule> rules, Findings& findings, Severity severity)
 {
-    std::vector<std::string> present, missing, known;
-    for (const ConfigKey& key : container.keys) present.push_back(key.name);
+    std::vector<std::string> missing, known;
     for (const KeyRule& rule : rules) {
         known.emplace_back(rule.name);
         if (container.textOf(rule.name).empty()) missing.emplace_back(rule.name);
@@ -102,7 +101,12 @@ void checkKeys(const ConfigContainer& container, std::span<const KeyRule> rules,
         else
             checkKey(container, *key, rule, findings);
     }
-    // A key that is missing is probably the one that was meant.
+    checkUnknownKeys(container, known, missing, findings);
+}
+
+void checkUnknownKeys(const ConfigContainer& container, const std::vector<std::string>& known,
+                      const std::vector<std::string>& missing, Findings& findings)
+{
     for (const ConfigKey& key : container.keys) {
         if (std::ranges::find(known, key.name) != known.end()) continue;
         const std::string meant = suggestion(key.name, missing);

@@ -34,6 +34,15 @@ struct KeyRule {
 void checkKeys(const ConfigContainer& container, std::span<const KeyRule> rules, Findings& findings,
                Severity missing = Severity::Error);
 
+/// Tells of keys that nothing reads.
+/// @param known    those that are read
+/// @param missing  of these, those that are not there: probably one of them is meant
+void checkUnknownKeys(const ConfigContainer& container, const std::vector<std::string>& known,
+                      const std::vector<std::string>& missing, Findings& findings);
+
+/// A text that is taken as true or false, whatever it is.
+void checkBoolean(const ConfigContainer& container, const ConfigKey& key, Findings& findings);
+
 /// A number as the service reads it: by its leading digits, 0 if there are none. Tells if that isn't the whole text, or
 /// not within the bounds.
 /// @param base  0: decimal, 0x or octal
@@ -44,8 +53,8 @@ std::int64_t checkNumber(const ConfigContainer& container, const ConfigKey& key,
 std::string suggestion(const std::string& word, const std::vector<std::string>& words);
 
 /// The top-level file.
-/// @return false if the files that it names are not known
-bool checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
+/// @param settings  gets what the service reads, the names of the other files empty if they are not there
+void checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
 
 /// The file of the bus connections.
 void checkConnections(const std::string& path, Findings& findings);

@@ -23,10 +23,11 @@ Findings checkConfiguration(const CheckOptions& options)
 {
     Findings findings;
     ServerSettings settings;
-    if (checkServerFile(options, settings, findings)) {
-        checkConnections(options.found(FACE::textOf(settings.m_connectionsFile)), findings);
-        checkDevices(options.found(FACE::textOf(settings.m_ioDevicesFile)), options.folder.empty(), findings);
-    }
+    checkServerFile(options, settings, findings);
+    const std::string connections = FACE::textOf(settings.m_connectionsFile);
+    const std::string devices = FACE::textOf(settings.m_ioDevicesFile);
+    if (!connections.empty()) checkConnections(options.found(connections), findings);
+    if (!devices.empty()) checkDevices(options.found(devices), options.folder.empty(), findings);
     checkBusFiles(options.found(settings.m_victoryConfigurationFile), options.found(settings.m_vclFile), findings);
     checkSensors(options.found(kSensors), findings);
     return findings;

@@ -54,13 +54,13 @@ ConfigContainer containerOf(const tinyxml2::XMLElement& element, Findings& findi
     return container;
 }
 
-void findDoubles(const ConfigText& text, Findings& findings)
+void findDoubles(const ConfigText& text, bool isByName, Findings& findings)
 {
     std::map<std::string, int> names;
     for (const ConfigContainer& container : text.containers) {
         if (container.name.empty()) continue;
         const auto [first, isNew] = names.try_emplace(container.name, container.line);
-        if (!isNew)
+        if (isByName && !isNew)
             findings.warn(container.line, container.name,
                           "the name is taken by line " + std::to_string(first->second) +
                               ", which is the one that is found");
@@ -135,7 +135,7 @@ bool checkXml(const std::string& path, Findings& findings)
     return true;
 }
 
-std::optional<ConfigText> readConfigText(const std::string& path, Findings& findings)
+std::optional<ConfigText> readConfigText(const std::string& path, Findings& findings, bool isByName)
 {
     if (!checkXml(path, findings)) return std::nullopt;
     tinyxml2::XMLDocument document(true, tinyxml2::PRESERVE_WHITESPACE);
@@ -154,10 +154,10 @@ std::optional<ConfigText> readConfigText(const std::string& path, Findings& find
     ConfigText text;
     for (const auto* element = root->FirstChildElement(); element; element = element->NextSiblingElement()) {
         text.containers.push_back(containerOf(*element, findings));
-        if (text.containers.back().name.empty())
+        if (isByName && text.containers.back().name.empty())
             findings.warn(element->GetLineNum(), element->Value(), "has no Name, so that it is never found");
     }
-    findDoubles(text, findings);
+    findDoubles(text, isByName, findings);
     return text;
 }
 

@@ -39,7 +39,8 @@ struct ConfigText {
 
 /// Begins the file, reads it and adds what is wrong whatever the file is for; none if the service couldn't read it
 /// either, which is a failure then.
-std::optional<ConfigText> readConfigText(const std::string& path, Findings& findings);
+/// @param isByName  containers are found by their names; otherwise they are stepped through, and names mean nothing
+std::optional<ConfigText> readConfigText(const std::string& path, Findings& findings, bool isByName = true);
 
 /// Begins the file and looks whether it is XML as other readers have it, too: the place of an error, and elements with
 /// so many attributes that reading takes long.

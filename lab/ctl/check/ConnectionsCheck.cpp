@@ -111,7 +111,11 @@ void checkTopic(const ConfigContainer& topic, const char* needed, Findings& find
             findings.add(severity, topic.line, topic.name + '/' + key,
                          std::string("is missing: ") + (needed ? needed : "a type support, such as UTCTimePubSubType") +
                              " belongs to this topic");
-    if (topic.textOf("TopicType").empty() || topic.textOf("PubSubType").empty()) return;
+    std::vector<std::string> missing;
+    for (const char* key : {"TopicType", "PubSubType"})
+        if (topic.textOf(key).empty()) missing.emplace_back(key);
+    checkUnknownKeys(topic, {"TopicType", "PubSubType"}, missing, findings);
+    if (!missing.empty()) return;
     if (topic.name.size() > kLongestName)
         findings.warn(topic.line, topic.name, "the name has more than 255 characters");
 

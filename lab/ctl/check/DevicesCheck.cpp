@@ -110,7 +110,7 @@ void checkOverlaps(const ConfigText& text, Findings& findings)
     for (const Range& range : ranges) {
         if (widest && range.begin < widest->end && range.end > range.begin)
             findings.warn(range.container->line, range.container->name,
-                          "the block lies within " + widest->container->name + " of line " +
+                          "the block overlaps " + widest->container->name + " of line " +
                               std::to_string(widest->container->line));
         if (!widest || range.end > widest->end) widest = &range;
     }
@@ -133,7 +133,8 @@ void checkPorts(const ConfigText& text, Findings& findings)
 
 /// Blocks of which there is one for each index, as many as the hardware tells: whether one that can't be opened keeps
 /// the service from starting is known to nobody but it.
-void checkNumbered(const ConfigText& text, const std::string& stem, std::uint32_t bytes, Findings& findings)
+/// @return how many there are from the first one on
+std::size_t checkNumbered(const ConfigText& text, const std::string& stem, std::uint32_t bytes, Findings& findings)
 {
     std::size_t present = 0;
     while (const ConfigContainer* const block = text.find(stem + std::to_string(present) + " interface")) {
@@ -151,6 +152,7 @@ void checkNumbered(const ConfigText& text, const std::string& stem, std::uint32_
                           "there is no " + stem + std::to_string(present) +
                               " interface, so that this one is never opened");
     }
+    return present;
 }
 
 }  // namespace
@@ -170,8 +172,14 @@ void checkDevices(const std::string& path, bool looksAtMachine, Findings& findin
         for (const ConfigContainer& container : text->containers) names.push_back(container.name);
         findings.fail(0, needed.name, "the register block is missing" + suggestion(needed.name, names));
     }
-    checkNumbered(*text, "Ptfe_Interface", kPtfeBytes, findings);
-    checkNumbered(*text, "PulseGen_Interface", kPulseGenBytes, findings);
+    const std::size_t ptfes = checkNumbered(*text, "Ptfe_Interface", kPtfeBytes, findings);
+    const std::size_t pulseGens = checkNumbered(*text, "PulseGen_Interface", kPulseGenBytes, findings);
+    if (ptfes != pulseGens)
+        findings.warn(0, "Ptfe_Interface",
+                      "there are " + std::to_string(ptfes) + " of these and " + std::to_string(pulseGens) +
+                          " of PulseGen_Interface; the service opens as many of both as the FPGA has of the first");
+    if (looksAtMachine && ::access("/dev/mem", R_OK | W_OK) != 0)
+        findings.fail(0, "/dev/mem", "can't be read and written on this machine, so that there are no registers");
     checkOverlaps(*text, findings);
 }
 

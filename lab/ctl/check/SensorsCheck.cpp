@@ -54,8 +54,28 @@ void checkServer(const ConfigContainer& sensor, Findings& findings)
                       "no server has the number " + key->text + ", so that no built-in test reports this sensor");
 }
 
+constexpr const char* kBooleans[] = {"Enabled", "HasOtherSensorType", "HasComponentConfigurationId"};
+const std::vector<std::string> kKeys = {"SensorId",
+                                        "Enabled",
+                                        "SensorType",
+                                        "OtherSensorType",
+                                        "HasOtherSensorType",
+                                        "ComponentConfigurationId",
+                                        "HasComponentConfigurationId"};
+
+void checkTexts(const ConfigContainer& sensor, Findings& findings)
+{
+    std::vector<std::string> missing;
+    for (const std::string& key : kKeys)
+        if (sensor.textOf(key).empty()) missing.push_back(key);
+    checkUnknownKeys(sensor, kKeys, missing, findings);
+    for (const char* key : kBooleans)
+        if (!sensor.textOf(key).empty()) checkBoolean(sensor, *sensor.find(key), findings);
+}
+
 void checkSensor(const ConfigContainer& sensor, Findings& findings)
 {
+    checkTexts(sensor, findings);
     const auto require = [&](const char* key, const char* meaning) {
         if (!sensor.textOf(key).empty()) return;
         const ConfigKey* const found = sensor.find(key);
@@ -85,7 +105,7 @@ void checkSensor(const ConfigContainer& sensor, Findings& findings)
 
 void checkSensors(const std::string& path, Findings& findings)
 {
-    const auto text = readConfigText(path, findings);
+    const auto text = readConfigText(path, findings, false);
     if (!text) return;
     const auto sensors = sensorsOf(*text);
     if (sensors.empty()) findings.warn(0, kContainer, "the file has no sensor, so that the bus is told of none");

@@ -51,8 +51,10 @@ void checkServers(const ConfigContainer& section, Findings& findings)
     for (const char* key : {"PARAM_3", "PARAM_4", "PARAM_6", "PARAM_7", "PARAM_5"}) {
         const ConfigKey* const found = section.find(key);
         if (!found) continue;
-        for (const std::string& part : StringUtils::split(found->text, ',')) {
-            const auto id = static_cast<std::uint8_t>(std::strtoull(part.c_str(), nullptr, 0));
+        const bool isList = std::string_view(key) == "PARAM_5";
+        const auto parts = isList ? StringUtils::split(found->text, ',') : std::vector<std::string>{found->text};
+        for (const std::string& part : parts) {
+            const auto id = static_cast<std::uint8_t>(std::strtoull(part.c_str(), nullptr, isList ? 10 : 0));
             if (id != 0 && std::string_view(ASPN2::ServerIds::to_string(id)) == "INVALID_SERVER_ID")
                 findings.warn(found->line, section.name + '/' + key,
                               "no server has the number " + std::to_string(id) + ", so nothing will be taken from it");
@@ -60,11 +62,12 @@ void checkServers(const ConfigContainer& section, Findings& findings)
     }
 }
 
-void checkLists(const ConfigContainer& section, Findings& findings)
+/// @param settings  as the service has read them
+void checkLists(const ConfigContainer& section, const ServerSettings& settings, Findings& findings)
 {
     const ConfigKey* const sources = section.find("PARAM_5");
     const std::string place = section.name + '/';
-    if (sources && !sources->text.empty() && sources->text.find_first_of("123456789") == std::string::npos)
+    if (sources && !sources->text.empty() && settings.m_gssipSourceServers.empty())
         findings.warn(
             sources->line, place + sources->name,
             "accepts frames of no server; a GPS receiver's number, such as 39, makes Blended Navigation possible");
@@ -80,7 +83,10 @@ void checkLists(const ConfigContainer& section, Findings& findings)
 bool isSchedulingGranted(const Scheduling& scheduling)
 {
     const pid_t child = ::fork();
-    if (child == 0) ::_exit(scheduling.apply("") ? 0 : 1);
+    if (child == 0) {
+        const Silence silence;
+        ::_exit(scheduling.apply("") ? 0 : 1);
+    }
     int status = 1;
     return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
@@ -104,10 +110,10 @@ void checkScheduling(const ConfigContainer& section, const Scheduling& schedulin
 
 }  // namespace
 
-bool checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings)
+void checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings)
 {
     const auto text = readConfigText(options.file, findings);
-    if (!text) return false;
+    if (!text) return;
     const std::size_t before = findings.errors();
     if (const ConfigContainer* const unit = sectionOf(*text, SYST_NAME, findings)) {
         checkKeys(*unit, kUnitKeys, findings);
@@ -121,7 +127,6 @@ bool checkServerFile(const CheckOptions& options, ServerSettings& settings, Find
     if (section) {
         checkKeys(*section, kServerKeys, findings);
         checkServers(*section, findings);
-        checkLists(*section, findings);
     }
 
     Scheduling scheduling;
@@ -130,10 +135,9 @@ bool checkServerFile(const CheckOptions& options, ServerSettings& settings, Find
         const Silence silence;
         isRead = ServerConfigFile::read(FACE::String(options.file.c_str()), settings, scheduling);
     }
-    if (isRead && section) checkScheduling(*section, scheduling, options.folder.empty(), findings);
+    if (isRead && section) checkLists(*section, settings, findings);
+    if (section) checkScheduling(*section, scheduling, options.folder.empty(), findings);
     if (!isRead && findings.errors() == before) findings.fail(0, "", "the service does not take this file");
-    // What else there is to check is named by it.
-    return !FACE::textOf(settings.m_connectionsFile).empty() && !FACE::textOf(settings.m_ioDevicesFile).empty();
 }
 
 }  // namespace orvanectl

@@ -225,7 +225,7 @@ TEST_F(CheckTest, BlocksThatOverlapAreTold)
 {
     change("IODevices.xml", "0x43C10000", "0x43C00800");
     EXPECT_EQ(found(),
-              Lines{"IODevices.xml:29: warning: Peripheral_Interface: the block lies within Processor_Interface of "
+              Lines{"IODevices.xml:29: warning: Peripheral_Interface: the block overlaps Processor_Interface of "
                     "line 22"});
 }
 
@@ -253,10 +253,64 @@ TEST_F(CheckTest, NumberedBlocksBehindAGapAreTold)
 {
     change("IODevices.xml", "Ptfe_Interface0", "Ptfe_Interface2");
     const auto lines = found();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0],
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[1],
               "IODevices.xml:57: warning: Ptfe_Interface2 interface: there is no Ptfe_Interface0 interface, so that "
               "this one is never opened");
+}
+
+TEST_F(CheckTest, NumberedBlocksComeInPairs)
+{
+    change("IODevices.xml", "PulseGen_Interface1", "Pulse_Interface1");
+    EXPECT_EQ(found(),
+              Lines{"IODevices.xml: warning: Ptfe_Interface: there are 2 of these and 1 of PulseGen_Interface; the "
+                    "service opens as many of both as the FPGA has of the first"});
+}
+
+TEST_F(CheckTest, KeysThatNothingReadsAreToldOfTopicsAndSensors)
+{
+    change("Connections.xml", "<PubSubType>UTCTimePubSubType</PubSubType>",
+           "<PubSubType>UTCTimePubSubType</PubSubType><Topictype>x</Topictype>");
+    change("HX_Sensor_Data.xml", "<SensorId>GPS-1</SensorId>", "<SensorIdd>GPS-1</SensorIdd>");
+    EXPECT_EQ(found(),
+              (Lines{"Connections.xml:57: warning: UTCTime/Topictype: is no key that is read; did you mean "
+                     "TopicType?",
+                     "HX_Sensor_Data.xml:6: warning: GPS/SensorId: is missing: the id under which the bus shows the "
+                     "sensor",
+                     "HX_Sensor_Data.xml:9: warning: GPS/SensorIdd: is no key that is read; did you mean SensorId?"}));
+}
+
+TEST_F(CheckTest, ASensorThatIsEnabledByAnotherWordIsTold)
+{
+    change("HX_Sensor_Data.xml", "<Enabled>true<", "<Enabled>yes<");
+    EXPECT_EQ(found(),
+              Lines{"HX_Sensor_Data.xml:10: warning: GPS/Enabled: \"yes\" is taken as false; true or false is meant "
+                    "to stand here"});
+}
+
+TEST_F(CheckTest, SensorsAreNotFoundByTheirNames)
+{
+    change("HX_Sensor_Data.xml", "<Name>ALTNAV<", "<Name>GPS<");
+    EXPECT_EQ(found(), Lines{});
+}
+
+TEST_F(CheckTest, ASourceWhoseLowBitsAreZeroIsNone)
+{
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>256<");
+    const auto lines = found();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[1],
+              "OrvaneServer.xml:34: warning: OrvaneServer/PARAM_5: accepts frames of no server; a GPS receiver's "
+              "number, such as 39, makes Blended Navigation possible");
+}
+
+TEST_F(CheckTest, AMissingFileNameHidesNoOtherFile)
+{
+    change("OrvaneServer.xml", "<Connections>/opt/halvex/config/Connections.xml</Connections>", "");
+    std::filesystem::remove(pathOf("IODevices.xml"));
+    const auto lines = found();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[1], "IODevices.xml: error: No such file or directory");
 }
 
 TEST_F(CheckTest, ABusFileThatIsTooLongIsRefused)

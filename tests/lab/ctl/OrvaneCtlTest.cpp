@@ -190,6 +190,8 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
          "orvanectl: bus: no verb \"wath\"; did you mean \"watch\"? (orvanectl --help tells more)\n"},
         {"decode --jsn",
          "orvanectl: decode: no option \"--jsn\"; did you mean \"--json\"? (orvanectl --help tells more)\n"},
+        {"decode --fromat=frames",
+         "orvanectl: decode: no option \"--fromat\"; did you mean \"--format\"? (orvanectl --help tells more)\n"},
         {"xyzzy", "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, completion (orvanectl "
                   "--help tells "
                   "more)\n"},
@@ -200,6 +202,13 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
         EXPECT_EQ(result.ending, Ending({2, 0})) << arguments;
         EXPECT_EQ(result.errors, said);
     }
+}
+
+TEST_F(OrvaneCtlTest, AnOptionWithoutItsValueIsNoMissingVerb)
+{
+    const Finished result = shell("\"$0\" bus --socket");
+    EXPECT_EQ(result.ending, Ending({2, 0}));
+    EXPECT_NE(result.errors.find("--socket"), std::string::npos) << result.errors;
 }
 
 TEST_F(OrvaneCtlTest, BashCompletesVerbsAndOptions)

@@ -72,7 +72,7 @@ TEST(PubRecordsTest, WhatEchoPrintsOfAnyTypeComesBackAsItWas)
         const auto back = recordOfLine(text);
         ASSERT_TRUE(back) << record.name;
         EXPECT_EQ(back->topic, "A topic");
-        EXPECT_TRUE(back->hasHeader);
+        EXPECT_TRUE(back->given.number && back->given.arrival && back->given.valid && back->given.device);
         EXPECT_EQ(recordJson({"A topic", back->type}, back->record.get()), text) << record.name;
     }
     EXPECT_EQ(count, 32u);
@@ -94,14 +94,15 @@ TEST(PubRecordsTest, FieldsAreSetByTheirPaths)
     EXPECT_EQ(in<UTCTime>(time).gps_week(), 2445);
     EXPECT_EQ(in<UTCTime>(time).covariance()[0][1], 0.5);
     EXPECT_EQ(in<UTCTime>(time).a1(), std::numeric_limits<double>::infinity());
-    EXPECT_FALSE(time.hasHeader);
+    EXPECT_FALSE(time.given.number || time.given.arrival || time.given.valid || time.given.device);
 }
 
-TEST(PubRecordsTest, AHeaderThatIsSetGoesOutAsItIs)
+TEST(PubRecordsTest, WhatIsSetOfTheHeaderGoesOutAsItIs)
 {
     const PubRecord time =
         made("UTCTime", {"header.seq_num=7", "header.device_id.value=0x01340100", "header.timestamp_valid.sec=3"});
-    EXPECT_TRUE(time.hasHeader);
+    EXPECT_TRUE(time.given.number && time.given.valid && time.given.device);
+    EXPECT_FALSE(time.given.arrival);
     EXPECT_EQ(in<UTCTime>(time).header().seq_num(), 7);
     EXPECT_EQ(in<UTCTime>(time).header().device_id(), 0x01340100);
     EXPECT_EQ(time.validSeconds(), 3.0);
@@ -112,6 +113,8 @@ TEST(PubRecordsTest, TextsBytesAndSequencesAreSetWhole)
     EXPECT_EQ(in<EventLog>(made("EventLog", {R"(eventlog=a\x41\\)"})).eventlog(), "aA\\");
     EXPECT_EQ(in<EventLog>(made("EventLog", {"eventlog=START, now"})).eventlog(), "START, now");
     EXPECT_EQ(in<GSSIP>(made("GSSIP", {"data=ff81"})).data(), (std::vector<std::uint8_t>{0xFF, 0x81}));
+    EXPECT_EQ(in<EventLog>(made("EventLog", {"eventlog=5"})).eventlog(), "5");
+    EXPECT_EQ(in<GSSIP>(made("GSSIP", {"data=1234"})).data(), (std::vector<std::uint8_t>{0x12, 0x34}));
     const PubRecord report = made("BitReport", {R"(bit_components=[{"server_id":52}])", "bit_rollup=true"});
     ASSERT_EQ(in<BitReport>(report).bit_components().size(), 1u);
     EXPECT_EQ(in<BitReport>(report).bit_components()[0].server_id(), 52);
@@ -124,6 +127,8 @@ TEST(PubRecordsTest, AFieldThatThereIsNotNamesTheNearest)
     EXPECT_EQ(errorOf("UTCTime", "header.seqnum=1"), "header.seqnum: there is no such field; did you mean seq_num?");
     EXPECT_EQ(errorOf("UTCTime", "covariance.0.2=1"), "covariance.0.2: it has 2 elements, counted from 0");
     EXPECT_EQ(errorOf("UTCTime", "gps_week.x=1"), "gps_week.x: has no fields");
+    EXPECT_EQ(errorOf("UTCTime", "header.device_id.server=37"),
+              "header.device_id.server: only header.device_id.value sets the device id; --from sets its server");
     EXPECT_EQ(errorOf("UTCTime", "gps_week"), "gps_week: FIELD=VALUE must stand here");
 }
 
@@ -164,6 +169,7 @@ TEST(PubRecordsTest, LinesThatAreWrongAreRefused)
     EXPECT_EQ(errorOfLine("x"), "line: is no object of JSON");
     EXPECT_EQ(errorOfLine("[]"), "line: is no object of JSON");
     EXPECT_EQ(errorOfLine("{}"), "type: is missing");
+    EXPECT_EQ(errorOfLine(R"({"kind":1})"), "kind: a text must stand here");
     EXPECT_EQ(errorOfLine(R"({"type":"UTCTime"})"), "topic: is missing");
     EXPECT_EQ(errorOfLine(R"({"type":"UTCTime","topic":"T"})"), "message: is missing");
     EXPECT_EQ(errorOfLine(line("UTCTime", "[]")), "message: an object must stand here");

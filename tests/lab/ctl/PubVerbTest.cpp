@@ -55,6 +55,8 @@ TEST(PubVerbTest, WhatIsTypedWronglyEndsWithTwo)
     const std::pair<std::vector<std::string>, std::string> rows[] = {
         {{}, "orvanectl: give a TOPIC or --file\n"},
         {{"UTCTime", "--file", "x"}, "orvanectl: give a TOPIC or --file, not both\n"},
+        {{"--file", "x", "--set", "a1=1"}, "orvanectl: --set and --type are for a TOPIC, not for --file\n"},
+        {{"UTCTime", "--now"}, "orvanectl: --now is for --file; a TOPIC has times of its own\n"},
         {{"UTCTime", "--from", "MasterClok"}, "orvanectl: no server \"MasterClok\"; did you mean MasterClock?\n"},
         {{"UTCTime", "--set", "gps_wek=1"}, "orvanectl: gps_wek: there is no such field; did you mean gps_week?\n"}};
     for (const auto& [arguments, said] : rows) {

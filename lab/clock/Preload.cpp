@@ -654,8 +654,9 @@ long waitForFutex(Words& words)
     const auto* const time = reinterpret_cast<const timespec*>(words[3]);
     const int operation = static_cast<int>(words[1]);
     const int command = operation & FUTEX_CMD_MASK;
-    if (!time || !isProper(*time) || (command != FUTEX_WAIT && command != FUTEX_WAIT_BITSET))
-        return callKernel(SYS_futex, words);
+    // Of other commands the word is something else, or nothing at all.
+    const bool isWait = command == FUTEX_WAIT || command == FUTEX_WAIT_BITSET;
+    if (!isWait || !time || !isProper(*time)) return callKernel(SYS_futex, words);
     const bool isSpan = command == FUTEX_WAIT;
     const Kind kind = operation & FUTEX_CLOCK_REALTIME ? Kind::Real : Kind::Monotonic;
     const Deadline deadline = isSpan ? Deadline::in(nanosecondsOf(*time)) : Deadline(kind, nanosecondsOf(*time));

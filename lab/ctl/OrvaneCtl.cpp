@@ -53,7 +53,8 @@ int run(int argc, char** argv)
     try {
         tool.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        const bool isWord = error.get_name() == "RequiredError" || error.get_name() == "ExtrasError";
+        const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+        const bool isWord = code == CLI::ExitCodes::RequiredError || code == CLI::ExitCodes::ExtrasError;
         if (const std::string what = isWord ? orvanectl::unknownWord(tool) : ""; !what.empty()) {
             printLine(std::cerr, "orvanectl: ", what, " (orvanectl --help tells more)");
             return orvanectl::kMisused;

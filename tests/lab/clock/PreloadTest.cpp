@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,19 @@ protected:
         return eventually([&] { return process.output().find("begins") != std::string::npos; });
     }
 
+    /// It has said so before it asks for the time: it is in its wait when it is seen asleep several times in a row.
+    static bool isWaiting(const ChildProcess& process)
+    {
+        const auto isAsleep = [&] {
+            std::ifstream file("/proc/" + std::to_string(process.id()) + "/stat");
+            const std::string text{std::istreambuf_iterator<char>(file), {}};
+            const auto name = text.rfind(')');
+            return name != std::string::npos && text.substr(name, 3) == ") S";
+        };
+        int looks = 0;
+        return hasBegun(process) && eventually([&] { return (looks = isAsleep() ? looks + 1 : 0) == 10; });
+    }
+
     TemporaryDirectory m_directory;
     std::string m_path = (m_directory.path() / "clock").string();
 };
@@ -102,7 +117,7 @@ TEST_F(PreloadTest, TwoProcessesSeeAStepAlike)
 {
     ClockFile clock = ClockFile::create(m_path, 1, kReal);
     ChildProcess one(probe("clock_nanosleep-until-real", 3600)), other(probe("condition_variable-real", 3600));
-    ASSERT_TRUE(hasBegun(one) && hasBegun(other));
+    ASSERT_TRUE(isWaiting(one) && isWaiting(other));
     clock.step(3700 * kSecond);
     const Seen a = seenBy(one), b = seenBy(other);
     EXPECT_EQ(a.result, 0);
@@ -115,7 +130,7 @@ TEST_F(PreloadTest, StepDoesNotEndAWaitOfMonotonicTime)
 {
     ClockFile clock = ClockFile::create(m_path, 1'000, kReal);
     ChildProcess process(probe("pthread_cond_timedwait-monotonic", 400));
-    ASSERT_TRUE(hasBegun(process));
+    ASSERT_TRUE(isWaiting(process));
     clock.step(3700 * kSecond);
     clock.setRate(kThousandths);
     EXPECT_GE(seenBy(process).passed, 400.0);
@@ -126,7 +141,7 @@ TEST_F(PreloadTest, NewRateArrivesInAWaitThatHasBegun)
     for (const char* call : {"nanosleep", "condition_variable", "future", "poll", "sem_timedwait"}) {
         ClockFile clock = ClockFile::create(m_path, 1, kReal);
         ChildProcess process(probe(call, 200));
-        ASSERT_TRUE(hasBegun(process));
+        ASSERT_TRUE(isWaiting(process));
         clock.setRate(kThousandths);
         EXPECT_GE(seenBy(process).passed, 200.0) << call;
     }

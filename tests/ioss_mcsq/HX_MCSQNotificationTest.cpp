@@ -709,6 +709,20 @@ TEST_F(HX_MCSQNotificationTest, ADeviceThatGivesNothingDelaysNoOther)
     EXPECT_LT(std::ranges::count_if(gaps(), [](auto gap) { return gap >= std::chrono::milliseconds(50); }), 100);
 }
 
+TEST_F(HX_MCSQNotificationTest, TheSilenceOfADeviceThatIsOpenedAnewIsToldAnew)
+{
+    const ConsoleCapture errors(std::cerr);
+    std::filesystem::create_symlink(directory.write("ended", ""), pathOfC);
+    const long long handle = open("C");
+    registerFor(handle);
+    const std::string line = "Nothing can be read from pipe file: " + pathOfC + ": it has ended or hung up\n";
+    ASSERT_TRUE(eventually([&] { return errors.text() == line; }));
+    EXPECT_EQ(close(handle), 0);
+    ASSERT_TRUE(eventually([before = waits().size()] { return waits().size() >= before + 3; }));
+    open("C");
+    EXPECT_TRUE(eventually([&] { return errors.text() == line + line; }));
+}
+
 TEST_F(HX_MCSQNotificationTest, ADeviceThatGivesSomethingAgainIsServedAndItsNextSilenceIsTold)
 {
     const ConsoleCapture errors(std::cerr);

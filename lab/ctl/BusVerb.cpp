@@ -153,15 +153,17 @@ class BusCommands {
 public:
     BusCommands(CLI::App& bus, std::shared_ptr<Options> options) : m_bus(bus), m_options(std::move(options)) {}
 
-    CLI::App& add(const char* name, const char* what, Work work)
+    /// @param example  the words behind "orvanectl bus"
+    CLI::App& add(const char* name, const char* what, const char* example, Work work)
     {
         CLI::App* const command = m_bus.add_subcommand(name, what);
+        command->footer(std::string("Examples:\n  orvanectl bus ") + example);
         m_commands.emplace_back(command, std::move(work));
         return *command;
     }
     CLI::App& addRequest(const char* name, const char* what)
     {
-        return add(name, what, [name](const Options& options) { return ask(options, {{"request", name}}); });
+        return add(name, what, name, [name](const Options& options) { return ask(options, {{"request", name}}); });
     }
 
     ExitStatus run() const
@@ -196,9 +198,13 @@ CLI::App& telling(CLI::App& command, Options& options)
 void addBuiltInTests(BusCommands& commands, Options& options)
 {
     telling(commands.addRequest("bit-run", "ask for a built-in test"), options);
-    for (const char* name : {"bit-results", "bit-clear"}) {
-        CLI::App& command = commands.add(name, "ask for results of tests, or have them forgotten; of all without an id",
-                                         [name](const Options& o) { return ask(o, bitRequest(name, o)); });
+    constexpr const char* kRows[][3] = {
+        {"bit-results", "ask for results of tests; of all without an id", "bit-results 0 1"},
+        {"bit-clear", "have results of tests forgotten; of all without an id", "bit-clear 0"}};
+    for (const auto& [name, what, example] : kRows) {
+        const std::string request = name;
+        CLI::App& command = commands.add(
+            name, what, example, [request](const Options& o) { return ask(o, bitRequest(request.c_str(), o)); });
         telling(command, options).add_option("ID", options.ids, "of tests")->type_name("");
         command.add_option("--count", options.idCount, "told instead of the number of ids")->type_name("N");
     }
@@ -206,33 +212,38 @@ void addBuiltInTests(BusCommands& commands, Options& options)
 
 void addForTests(BusCommands& commands, Options& options)
 {
-    CLI::App& print = commands.add("print", "print a text from within the library", [](const Options& o) {
-        return ask(o, {{"request", "print"}, {"text", o.text}, {"stream", o.stream}});
-    });
+    CLI::App& print = commands.add("print", "print a text from within the library", "print 'a line' --stream stderr",
+                                   [](const Options& o) {
+                                       return ask(o, {{"request", "print"}, {"text", o.text}, {"stream", o.stream}});
+                                   });
     print.add_option("TEXT", options.text)->required()->type_name("");
     print.add_option("--stream", options.stream, "stdout, stderr, cout or cerr")->type_name("STREAM");
 
-    CLI::App& hold = commands.add("hold-tell", "let each tell of a name take its time", [](const Options& o) {
-        return ask(o, {{"request", "hold-tell"}, {"tell", o.name}, {"milliseconds", o.milliseconds}});
-    });
+    CLI::App& hold = commands.add(
+        "hold-tell", "let each tell of a name take its time", "hold-tell navwar-sa 200", [](const Options& o) {
+            return ask(o, {{"request", "hold-tell"}, {"tell", o.name}, {"milliseconds", o.milliseconds}});
+        });
     hold.add_option("TELL", options.name)->required()->type_name("");
     hold.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
-    commands.add("release-tell", "let a tell go, or all", releaseTell).add_option("TELL", options.name)->type_name("");
+    commands.add("release-tell", "let a tell go, or all", "release-tell navwar-sa", releaseTell)
+        .add_option("TELL", options.name)
+        ->type_name("");
 
-    CLI::App& holdDelete =
-        commands.add("hold-delete", "let each deletion of a service take its time", [](const Options& o) {
+    CLI::App& holdDelete = commands.add(
+        "hold-delete", "let each deletion of a service take its time", "hold-delete 200", [](const Options& o) {
             return ask(o, {{"request", "hold-delete"}, {"milliseconds", o.milliseconds}});
         });
     holdDelete.add_option("MILLISECONDS", options.milliseconds)->required()->type_name("");
 
-    CLI::App& misbehave = commands.add("misbehave", "have call-backs made as they should not be", [](const Options& o) {
-        return ask(o, {{"request", "misbehave"},
-                       {"call", o.name},
-                       {"times", o.times},
-                       {"context", !o.withoutContext},
-                       {"count", o.countOfIds},
-                       {"when", o.when}});
-    });
+    CLI::App& misbehave = commands.add("misbehave", "have call-backs made as they should not be",
+                                       "misbehave clear-data --times 4 --without-context", [](const Options& o) {
+                                           return ask(o, {{"request", "misbehave"},
+                                                          {"call", o.name},
+                                                          {"times", o.times},
+                                                          {"context", !o.withoutContext},
+                                                          {"count", o.countOfIds},
+                                                          {"when", o.when}});
+                                       });
     misbehave.add_option("CALL", options.name, "as the request that makes it")->required()->type_name("");
     misbehave.add_option("--times", options.times, "beside each other")->type_name("N");
     misbehave.add_flag("--without-context", options.withoutContext, "with a null context");
@@ -252,12 +263,14 @@ Verb addBusVerb(CLI::App& tool)
     bus->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS")->type_name("PATH");
     const auto commands = std::make_shared<BusCommands>(*bus, options);
 
-    CLI::App& watching = commands->add("watch", "print a line for each publication, until the bus closes", watch);
+    CLI::App& watching = commands->add("watch", "print a line for each publication, until the bus closes",
+                                       "watch navwar-sa warning-messages --count 2", watch);
     watching.add_option("NAME", options->names, "only those of these names")->type_name("");
     watching.add_flag("--json", options->json, "as it comes");
     watching.add_option("--count", options->count, "end after so many lines")->type_name("N");
 
-    CLI::App& lastOnes = commands->add("last", "print the last publications, or that of a name", last);
+    CLI::App& lastOnes =
+        commands->add("last", "print the last publications, or that of a name", "last blended-navigation --json", last);
     lastOnes.add_option("NAME", options->name)->type_name("");
     lastOnes.add_flag("--json", options->json, "the whole answer");
     lastOnes.add_flag("--raw", options->raw, "with the record's bytes; includes --json");
@@ -265,12 +278,16 @@ Verb addBusVerb(CLI::App& tool)
     commands->addRequest("status", "ask how the service is");
     commands->addRequest("faults", "list the faults that are raised");
     commands->addRequest("help", "list the requests of the bus");
-    telling(commands->add("system-configuration", "ask for the system configuration", systemConfiguration), *options);
-    telling(commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", clearData), *options)
+    telling(commands->add("system-configuration", "ask for the system configuration", "system-configuration",
+                          systemConfiguration),
+            *options);
+    telling(
+        commands->add("clear-data", "have data cleared: all, crypto, invalid or a number", "clear-data all", clearData),
+        *options)
         .add_option("DATA", options->data)
         ->type_name("");
     commands
-        ->add("save-vcl", "have a VCL text saved",
+        ->add("save-vcl", "have a VCL text saved", "save-vcl new.xml",
               [](const Options& o) {
                   return ask(o, {{"request", "save-vcl"}, {"text", wholeFile(o.file)}});
               })

@@ -48,7 +48,7 @@ constexpr const char* kExamples =
     "  orvanectl check                                      the unit's own files and devices\n"
     "  orvanectl check --config lab/config                  the lab's sample, on any machine\n"
     "  orvanectl check --config new new/Test.xml            with another top-level file\n"
-    "  orvanectl check --json | grep '\"error\"'\n"
+    "  orvanectl check --json > findings.json\n"
     "\n"
     "Exit status: 0 if all is well, 1 if there are warnings, 2 if the service would not start, also\n"
     "if a file is missing; 2 for a wrong command line, too.";

@@ -36,13 +36,22 @@ std::vector<std::string> optionsOf(const CLI::App& app)
     return names;
 }
 
+std::string row(const std::string& key, const std::vector<std::string>& words)
+{
+    return "    [\"" + key + "\"]=\"" + joined(words, " ") + "\"\n";
+}
+
 /// A row for the app and one for each command below it: the words before, and those that may come next.
-void addRows(const CLI::App& app, const std::string& path, std::string& rows)
+void addRows(const CLI::App& app, const std::string& path, const KnownValues& values, std::string& rows)
 {
     std::vector<std::string> words = verbsOf(app);
+    for (const CLI::Option* const option : app.get_options())
+        if (const auto known = values.find(option->get_name(true)); option->get_positional() && known != values.end())
+            words.insert(words.end(), known->second.begin(), known->second.end());
     for (const std::string& option : optionsOf(app)) words.push_back(option);
-    rows += "    [\"" + path + "\"]=\"" + joined(words, " ") + "\"\n";
-    for (const CLI::App* const command : commandsOf(app)) addRows(*command, path + ' ' + command->get_name(), rows);
+    rows += row(path, words);
+    for (const CLI::App* const command : commandsOf(app))
+        addRows(*command, path + ' ' + command->get_name(), values, rows);
 }
 
 }  // namespace
@@ -66,21 +75,27 @@ std::string unknownWord(const CLI::App& tool)
            (nearest.empty() ? "there are: " + joined(known, ", ") : "did you mean \"" + nearest + "\"?");
 }
 
-std::string bashCompletion(const CLI::App& tool)
+std::string bashCompletion(const CLI::App& tool, const KnownValues& values)
 {
-    std::string rows;
-    addRows(tool, tool.get_name(), rows);
+    std::string rows, valueRows;
+    addRows(tool, tool.get_name(), values, rows);
+    for (const auto& [name, words] : values)
+        if (name.starts_with('-')) valueRows += row(name, words);
     return "# Completes orvanectl in bash: source <(orvanectl completion)\n"
            "declare -gA _orvanectl_words=(\n" +
            rows +
            ")\n"
+           "declare -gA _orvanectl_values=(\n" +
+           valueRows +
+           ")\n"
            "_orvanectl() {\n"
-           "    local path=orvanectl word next\n"
+           "    local path=orvanectl word next words\n"
            "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
            "        next=\"$path $word\"\n"
            "        [ -z \"${_orvanectl_words[$next]+known}\" ] || path=$next\n"
            "    done\n"
-           "    COMPREPLY=($(compgen -W \"${_orvanectl_words[\"$path\"]}\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
+           "    words=${_orvanectl_values[\"${COMP_WORDS[COMP_CWORD-1]}\"]-${_orvanectl_words[\"$path\"]}}\n"
+           "    COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
            "}\n"
            "complete -o default -F _orvanectl orvanectl\n";
 }

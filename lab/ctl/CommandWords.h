@@ -3,7 +3,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
 #include <string>
+#include <vector>
 
 /// The words of the tool's command line, out of the tables that it is read by.
 namespace orvanectl {
@@ -12,8 +14,11 @@ namespace orvanectl {
 /// if something else is wrong.
 std::string unknownWord(const CLI::App& tool);
 
-/// A script for bash that completes the tool's verbs and options, and otherwise names of files.
-std::string bashCompletion(const CLI::App& tool);
+/// Words that may stand for an argument, by its name ("TOPIC"), and behind an option, by the option's ("--type").
+using KnownValues = std::map<std::string, std::vector<std::string>>;
+
+/// A script for bash that completes the tool's verbs and options, values that are known, and otherwise names of files.
+std::string bashCompletion(const CLI::App& tool, const KnownValues& values = {});
 
 }  // namespace orvanectl
 

@@ -100,7 +100,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  orvanectl decode queue.bin                  a paragraph for each frame\n"
     "  orvanectl decode --json frames.bin          a line of JSON for each frame\n"
-    "  orvanectl decode --format frames noise.bin  search for frames from the first byte on\n"
+    "  orvanectl decode --format frames whole.bin  search for frames from the first byte on\n"
     "  tail -c +1 -f queue.bin | orvanectl decode  follow a file that grows\n"
     "\n"
     "Exit status: 0 if everything was decoded and every checksum was right, 1 if not or if FILE\n"

@@ -1,4 +1,5 @@
 #include "lab/ctl/CommandWords.h"
+#include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
@@ -23,14 +24,28 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl decode --help";
 
+/// Types by the catalogue, topics by the unit's connection file; on a machine without one topics are named as their types.
+orvanectl::KnownValues knownValues()
+{
+    std::vector<std::string> types, topics;
+    for (const orvanectl::RecordType& type : orvanectl::recordTypes()) types.emplace_back(type.name);
+    try {
+        for (const auto& topic : orvanectl::ConnectionFile("/opt/halvex/config/Connections.xml").topics())
+            topics.push_back(topic.name);
+    } catch (const std::exception&) {
+        topics = types;
+    }
+    return {{"TOPIC", topics}, {"--type", types}};
+}
+
 /// Its table is the tool's command line, so that it has all of the others.
 orvanectl::Verb addCompletionVerb(CLI::App& tool)
 {
     CLI::App* const command =
-        tool.add_subcommand("completion", "Print a script that completes verbs and options in bash.");
+        tool.add_subcommand("completion", "Print a script that completes verbs, options, topics and types in bash.");
     command->footer("Examples:\n  source <(orvanectl completion)");
     return {command, [&tool] {
-                std::cout << orvanectl::bashCompletion(tool);
+                std::cout << orvanectl::bashCompletion(tool, knownValues());
                 if (std::cout.flush()) return orvanectl::kDone;
                 printLine(std::cerr, "orvanectl: cannot write to standard output");
                 return orvanectl::kFailed;

@@ -211,7 +211,7 @@ TEST_F(OrvaneCtlTest, AnOptionWithoutItsValueIsNoMissingVerb)
     EXPECT_NE(result.errors.find("--socket"), std::string::npos) << result.errors;
 }
 
-TEST_F(OrvaneCtlTest, BashCompletesVerbsAndOptions)
+TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsAndTypes)
 {
     const auto completed = [](const std::string& words, int position) {
         const Finished result =
@@ -226,6 +226,8 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsAndOptions)
     EXPECT_EQ(completed("orvanectl bus wa", 2), "watch\n");
     EXPECT_EQ(completed("orvanectl bus --socket /tmp/bus watch --", 5), "--help --json --count\n");
     EXPECT_EQ(completed("orvanectl decode frames", 2), "\n");
+    EXPECT_EQ(completed("orvanectl echo UTC", 2), "UTCTime\n");
+    EXPECT_EQ(completed("orvanectl pub Frames --type AssuranceS", 4), "AssuranceState\n");
 }
 
 TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)

@@ -15,6 +15,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -50,12 +51,12 @@ std::unique_ptr<XMLDocument> loaded(const std::string& path)
     }
 }
 
-/// The name of a container; empty if it has none.
-std::string nameOf(const XMLElement& container)
+/// The name of a container, in the document; empty if it has none.
+std::string_view nameOf(const XMLElement& container)
 {
     const XMLElement* name = container.FirstChildElement("Name");
     const char* text = name ? name->GetText() : nullptr;
-    return text ? text : "";
+    return text ? text : std::string_view();
 }
 
 /// The element of a parameter, or of the container's name if that of the parameter is empty.
@@ -110,14 +111,19 @@ void HX_Config::Initialize(const String& configuration_path, RETURN_CODE_TYPE::V
     std::string path = required(configuration_path, "path");
     m_document = loaded(path);
     if (!m_document) return;
-    const XMLElement* root = m_document->FirstChildElement(kRoot);
+    XMLElement* root = m_document->FirstChildElement(kRoot);
     if (!root) {
         std::cout << "Configuration XML - " + path + " Error: Unable to locate the HX_Configurations object\n"
                   << std::flush;
         return;
     }
-    const char* location = root->Attribute("xsi:noNamespaceSchemaLocation");
-    m_schema = location ? location : "";
+    try {
+        indexContainers(*root);
+        const char* location = root->Attribute("xsi:noNamespaceSchemaLocation");
+        m_schema = location ? location : "";
+    } catch (const std::bad_alloc&) {
+        return;  // as for a file that does not fit into memory
+    }
     m_path = std::move(path);
     m_initialized = true;
     return_code = RETURN_CODE_TYPE::NO_ERROR;
@@ -149,7 +155,7 @@ void HX_Config::Open(const String& container_name, int& handle, RETURN_CODE_TYPE
         handle = open->first;
         return;
     }
-    auto set = std::make_unique<config_set>(config_set{container, container->Value(), nameOf(*container)});
+    auto set = std::make_unique<config_set>(config_set{container, container->Value(), std::string(nameOf(*container))});
     const int next = s_HandleCount++;
     m_sets[next] = std::move(set);
     handle = next;
@@ -265,18 +271,26 @@ HX_Config::config_set* HX_Config::setOf(int handle) const
     return found == m_sets.end() ? nullptr : found->second.get();
 }
 
-/// The first container in a direction whose name or element name is the key; one without a name never matches.
+/// Names and element names never change: only parameters can be written.
+void HX_Config::indexContainers(XMLElement& root)
+{
+    m_containers.clear();
+    for (XMLElement* container = root.FirstChildElement(); container; container = container->NextSiblingElement()) {
+        const std::string_view name = nameOf(*container);
+        if (name.empty()) continue;
+        for (const std::string_view key : {name, std::string_view(container->Value())}) {
+            const auto [found, isFirst] = m_containers.try_emplace(key, Matches{container, container});
+            if (!isFirst) found->second.last = container;
+        }
+    }
+}
+
+/// The first container in a direction whose name or element name is the key.
 XMLElement* HX_Config::findContainer(const std::string& key, Direction direction) const
 {
-    const bool forward = direction == Direction::Forward;
-    XMLElement* root = m_document->FirstChildElement(kRoot);
-    XMLElement* container = !root ? nullptr : forward ? root->FirstChildElement() : root->LastChildElement();
-    while (container) {
-        const std::string name = nameOf(*container);
-        if (!name.empty() && (name == key || key == container->Value())) return container;
-        container = forward ? container->NextSiblingElement() : container->PreviousSiblingElement();
-    }
-    return nullptr;
+    const auto found = m_containers.find(key);
+    if (found == m_containers.end()) return nullptr;
+    return direction == Direction::Forward ? found->second.first : found->second.last;
 }
 
 /// Rewrites the file in place. The document is printed without a look at what the stream answers, so the stream is

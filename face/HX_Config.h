@@ -8,6 +8,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 namespace tinyxml2 {
 
@@ -93,7 +95,14 @@ private:
         std::string name;
     };
 
+    /// The containers that a key stands for, in the order of the file. What has no name takes no part.
+    struct Matches {
+        tinyxml2::XMLElement* first;
+        tinyxml2::XMLElement* last;
+    };
+
     config_set* setOf(int handle) const;
+    void indexContainers(tinyxml2::XMLElement& root);
     tinyxml2::XMLElement* findContainer(const std::string& key, Direction direction) const;
     bool save() REQUIRES(m_mutex);
 
@@ -101,7 +110,8 @@ private:
     std::string m_schema GUARDED_BY(m_mutex);
     mutable RankedMutex<LockRank::ConfigurationFile> m_mutex;
     std::unique_ptr<tinyxml2::XMLDocument> m_document;
-    std::map<int, std::unique_ptr<config_set>> m_sets;  // destroyed before the document it points into
+    std::unordered_map<std::string_view, Matches> m_containers;  // by name and by element name; all in the document
+    std::map<int, std::unique_ptr<config_set>> m_sets;           // destroyed before the document it points into
     std::atomic<bool> m_initialized = false;
 };
 

@@ -7,6 +7,7 @@
 #include <fastrtps/rtps/common/MatchingInfo.h>
 
 #include <iostream>
+#include <new>
 
 namespace FACE::TSS::Listeners {
 
@@ -95,14 +96,15 @@ HEADER_TYPE headerOf(Subscriber& subscriber, const SampleInfo_t& info)
             info.sourceTimestamp.to_ns()};
 }
 
-Sequence<QoS_Element> qosOf(const Subscriber& subscriber)
+Sequence<QoS_Element> elementsOf(const ReaderQos& qos)
 {
-    const ReaderQos& qos = subscriber.getAttributes().qos;
     Sequence<QoS_Element> elements;
-    elements.length(3);
+    if (elements.length(3) != String::NO_ERROR) throw std::bad_alloc();
     elements[0] = DurabilityQosPolicyToElement(qos.m_durability);
     elements[1] = LivelinessQosPolicyToElement(qos.m_liveliness);
     elements[2] = ReliabilityQosPolicyToElement(qos.m_reliability);
+    for (std::uint32_t i = 0; i < 3; ++i)
+        if (!elements[i].name.is_valid() || !elements[i].value.is_valid()) throw std::bad_alloc();
     return elements;
 }
 

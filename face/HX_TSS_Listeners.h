@@ -34,8 +34,8 @@ long long transactionOf(const eprosima::fastrtps::SampleInfo_t& info);
 
 HEADER_TYPE headerOf(eprosima::fastrtps::Subscriber& subscriber, const eprosima::fastrtps::SampleInfo_t& info);
 
-/// Durability, liveliness and reliability of a subscriber, in this order.
-Sequence<QoS_Element> qosOf(const eprosima::fastrtps::Subscriber& subscriber);
+/// Durability, liveliness and reliability of a subscriber, in this order. Throws `std::bad_alloc`.
+Sequence<QoS_Element> elementsOf(const eprosima::fastrtps::ReaderQos& qos);
 
 /// Tells on standard error that a sample of a connection was lost, if there is memory for that.
 void reportLost(long long connectionId, const char* why) noexcept;
@@ -67,9 +67,15 @@ public:
     /// Any thread may ask.
     int matched() const { return m_matched; }
 
+    /// What callbacks are told of the subscriber, made once: the library lets none of the three change while there is
+    /// one. To be called before there is.
+    void setQos(const eprosima::fastrtps::ReaderQos& qos) { m_qos = elementsOf(qos); }
+    const Sequence<QoS_Element>& qos() const { return m_qos; }
+
 private:
     std::string m_participantName;
     std::atomic<int> m_matched = 0;
+    Sequence<QoS_Element> m_qos;
 };
 
 /// Hands every sample of a connection to a callback.
@@ -94,10 +100,9 @@ public:
             if (!subscriber->takeNextData(&message, &info)) return;
             if (info.sampleKind != eprosima::fastrtps::rtps::ALIVE) return;
             const HEADER_TYPE header = headerOf(*subscriber, info);
-            const Sequence<QoS_Element> qos = qosOf(*subscriber);
             RETURN_CODE_TYPE::Value ignored = RETURN_CODE_TYPE::NO_ERROR;
             isCalled = true;
-            m_callback(m_connectionId, transactionOf(info), message, header, qos, ignored);
+            m_callback(m_connectionId, transactionOf(info), message, header, qos(), ignored);
         } catch (const std::exception& error) {
             if (isCalled) throw;
             reportLost(m_connectionId, error.what());

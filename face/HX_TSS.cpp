@@ -214,9 +214,8 @@ void HX_TSS::Create_Connection(const String& connection_name, long long, long lo
 long long HX_TSS::findConnection(const std::string& name)
 {
     const MutexLock lock(m_mutex);
-    for (const auto& [id, connection] : m_connections)
-        if (connection.name == name) return id;
-    return -1;
+    const auto found = m_ids.find(name);
+    return found == m_ids.end() ? -1 : static_cast<long long>(found->second);
 }
 
 long long HX_TSS::makeConnection(const std::string& name, int handle, RETURN_CODE_TYPE::Value& return_code)
@@ -242,11 +241,14 @@ long long HX_TSS::makeConnection(const std::string& name, int handle, RETURN_COD
     try {
         const MutexLock lock(m_mutex);
         const auto id = static_cast<std::uint32_t>(m_connections.size());
+        m_ids.emplace(name, id);
         m_connections.emplace(id, std::move(connection));
         return_code = RETURN_CODE_TYPE::NO_ERROR;
         return id;
     } catch (...) {
         if (isFirstOfType) Domain::unregisterType(m_participant, type->getName());  // it goes with the connection
+        const MutexLock lock(m_mutex);
+        m_ids.erase(name);
         throw;
     }
 }
@@ -359,6 +361,7 @@ void HX_TSS::registerSubscriber(Connection_t& connection, std::unique_ptr<Listen
     const SubscriberAttributes attributes = subscriberAttributes(m_settings, connection.name, connection.topicType);
     if (!attributes.topic.checkQos() || !attributes.qos.checkQos()) refuseQos("subscriber", connection);
     requireTypeName(connection, "subscriber");
+    listener->setQos(attributes.qos);
     Subscriber* const subscriber = Domain::createSubscriber(m_participant, attributes, listener.get());
     if (!subscriber) refuseEndpoint("subscriber", connection);
     connection.setSubscriber(std::move(listener), subscriber);

@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 namespace eprosima::fastrtps {
 
@@ -167,6 +168,7 @@ private:
     eprosima::fastrtps::Participant* m_participant = nullptr;  // removed before the connections, whose types it uses
     HX_TSS_Settings m_settings;
     std::map<std::uint32_t, Connection_t> m_connections GUARDED_BY(m_mutex);
+    std::unordered_map<std::string, std::uint32_t> m_ids GUARDED_BY(m_mutex);  // of the connections, by name
     RankedMutex<LockRank::Transport> m_mutex;
     std::condition_variable_any m_written;  // the last write of a connection has ended
 };

@@ -267,6 +267,7 @@ void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
         ->capture_default_str();
     tool.add_option("--duration", settings.durationSeconds, "seconds to run (default: until it is stopped)")
         ->check(CLI::Range(0.0, kLongest));
+    tool.add_option("--control", settings.control, "socket that takes lines of a scenario while it runs");
     tool.add_option("--log", settings.log, "file that gets a line for all that is sent");
     tool.add_flag("-q,--quiet", settings.quiet, "say only what is wrong");
     tool.add_flag("-v,--verbose", settings.verbose, "a line for each epoch");

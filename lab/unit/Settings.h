@@ -113,7 +113,8 @@ struct Settings {
     double uptimeSeconds = 60.0;         // that the system count begins with
     double countStepSeconds = 0.001;     // how often the system count is written
 
-    std::string log;  // file with a line for all that is sent; empty: none
+    std::string control;  // socket that takes lines of a scenario while it runs; empty: none
+    std::string log;      // file with a line for all that is sent; empty: none
     bool quiet = false;
     bool verbose = false;
 };

@@ -28,14 +28,15 @@ nanoseconds nanosecondsOf(double time)
     return nanoseconds(std::llround(time * 1e9));
 }
 
-/// Whether anything is sent to a queue.
+/// Whether anything is sent to a queue, or may be later.
 bool feedsQueues(const Settings& settings)
 {
     const auto isFrame = [](const Event& event) {
         return std::holds_alternative<ThreatReport>(event.what) || std::holds_alternative<Warning>(event.what);
     };
-    return settings.outputs[indexOf(Output::Report8504)].enabled || settings.threatRateHz > 0.0 ||
-           settings.warningRateHz > 0.0 || std::any_of(settings.events.begin(), settings.events.end(), isFrame);
+    return !settings.control.empty() || settings.outputs[indexOf(Output::Report8504)].enabled ||
+           settings.threatRateHz > 0.0 || settings.warningRateHz > 0.0 ||
+           std::any_of(settings.events.begin(), settings.events.end(), isFrame);
 }
 
 std::int64_t utcNow()
@@ -135,9 +136,26 @@ void UnitSim::receive(const CommandResponse& command)
 {
     {
         const MutexLock lock(m_mutex);
-        m_inbox.push_back({command, Clock::now()});
+        m_inbox.commands.push_back({command, Clock::now()});
     }
     m_wake.notify_all();
+}
+
+void UnitSim::order(const Event& event)
+{
+    {
+        const MutexLock lock(m_mutex);
+        m_inbox.orders.push_back(event);
+    }
+    m_wake.notify_all();
+}
+
+void UnitSim::take(const Event& order)
+{
+    if (order.seconds <= elapsedSeconds())
+        happen(order);
+    else
+        at(order.seconds, [this, order] { happen(order); });
 }
 
 void UnitSim::run()
@@ -146,17 +164,18 @@ void UnitSim::run()
     planEvents();
     if (m_settings.durationSeconds) at(*m_settings.durationSeconds, [this] { stop(); });
     at(0.0, [this] { epoch(0); });
-    while (const auto received = nextTurn()) {
-        for (const Received& command : *received) planAnswers(command);
+    while (const auto turn = nextTurn()) {
+        for (const Event& order : turn->orders) take(order);
+        for (const Received& command : turn->commands) planAnswers(command);
         runDue();
     }
 }
 
-/// Waits for a command or for what is due next; none when it is time to end.
-std::optional<std::vector<UnitSim::Received>> UnitSim::nextTurn()
+/// Waits for an order, for a command or for what is due next; none when it is time to end.
+std::optional<UnitSim::Turn> UnitSim::nextTurn()
 {
     MutexLock lock(m_mutex);
-    while (!m_stop && m_inbox.empty() && Clock::now() < m_agenda.begin()->first)
+    while (!m_stop && m_inbox.orders.empty() && m_inbox.commands.empty() && Clock::now() < m_agenda.begin()->first)
         m_wake.wait_until(m_mutex, m_agenda.begin()->first);
     if (m_stop) return std::nullopt;
     return std::exchange(m_inbox, {});

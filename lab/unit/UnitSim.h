@@ -40,7 +40,7 @@ struct Totals {
 /// The rest of the unit: publishes, feeds, counts and answers as the settings say.
 ///
 /// Everything happens on the thread of `run`, but for the system count, which has one of its own, and the receipt of
-/// commands, which only queues them. `stop` may be called by any thread, at any time.
+/// commands, which only queues them. `stop` and `order` may be called by any thread, at any time.
 class UnitSim {
 public:
     /// Takes over the register file and the queue, opens the topics and removes flag files of an earlier boot; the
@@ -57,6 +57,13 @@ public:
 
     void stop() EXCLUDES(m_mutex);
 
+    /// Has an event happen besides those of the settings: at its time, or at once if that has passed, before any command
+    /// that is received from now on.
+    void order(const Event& event) EXCLUDES(m_mutex);
+
+    /// Since the start.
+    double elapsedSeconds() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }
+
     /// Only while `run` isn't running.
     Totals totals() const;
 
@@ -69,8 +76,15 @@ private:
         Clock::time_point when;
     };
 
+    /// What has come for one turn.
+    struct Turn {
+        std::vector<Event> orders;
+        std::vector<Received> commands;
+    };
+
     void receive(const CommandResponse& command) EXCLUDES(m_mutex);
-    std::optional<std::vector<Received>> nextTurn() EXCLUDES(m_mutex);
+    std::optional<Turn> nextTurn() EXCLUDES(m_mutex);
+    void take(const Event& order);
     void runDue();
     Clock::time_point after(double seconds) const;
     void at(double seconds, std::function<void()> action);
@@ -126,7 +140,7 @@ private:
     Mutex m_mutex;
     std::condition_variable_any m_wake;
     bool m_stop GUARDED_BY(m_mutex) = false;
-    std::vector<Received> m_inbox GUARDED_BY(m_mutex);
+    Turn m_inbox GUARDED_BY(m_mutex);
     std::unique_ptr<UnitTransport> m_transport;  // last: it calls `receive`
 };
 

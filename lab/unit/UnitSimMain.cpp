@@ -1,4 +1,6 @@
 #include "lab/unit/CommandLine.h"
+#include "lab/unit/ControlLine.h"
+#include "lab/unit/ControlSocket.h"
 #include "lab/unit/UnitSim.h"
 #include "utilities/ConsoleLine.h"
 
@@ -7,7 +9,9 @@
 #include <ctime>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <sstream>
+#include <string>
 #include <thread>
 
 namespace {
@@ -75,6 +79,12 @@ int main(int argc, char** argv)
         UnitSim unit(*line.settings);
         {
             const EndingSignals endings(signals, unit);
+            std::optional<ControlSocket> control;
+            if (!line.settings->control.empty())
+                control.emplace(line.settings->control, [&unit](const std::string& text) {
+                    return answerToLine(text, unit.elapsedSeconds(),
+                                        [&unit](const Event& event) { unit.order(event); });
+                });
             if (!line.settings->quiet)
                 printLine(std::cout, "unit-sim: plays the unit at ", line.settings->rateHz, " Hz, seed ",
                           line.settings->seed);

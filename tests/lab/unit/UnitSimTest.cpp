@@ -358,6 +358,24 @@ TEST_F(UnitSimTest, WarningGoesToTheReceiversQueue)
     EXPECT_EQ(end().warnings, 1U);
 }
 
+TEST_F(UnitSimTest, OrderedEventHappensAtOnceOrAtItsTime)
+{
+    m_settings.outputs[indexOf(Output::Report8504)].enabled = false;
+    m_settings.control = "given";
+    const Tap tap(m_settings.queuePrefix + "5");
+    start();
+    m_unit->order({m_unit->elapsedSeconds() + 0.3, Warning{7, "LATER"}});
+    m_unit->order({0.0, Warning{6, "NOW"}});
+    for (const int number : {6, 7}) {
+        const GSSIP record = tap.next();
+        ZentorM_5044_Msg warning;
+        ASSERT_TRUE(warning.ok_set_5044_gpsip(record.data().data(), static_cast<std::uint32_t>(record.data().size())));
+        warning.unpack_5044();
+        EXPECT_EQ(int{warning.unpacked().warningNumber}, number);
+    }
+    EXPECT_EQ(end().warnings, 2U);
+}
+
 TEST_F(UnitSimTest, FramesComeFromTheServersThatAreSet)
 {
     m_settings.outputs[indexOf(Output::Report8504)].enabled = false;

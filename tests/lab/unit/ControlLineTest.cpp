@@ -1,0 +1,49 @@
+#include "lab/unit/ControlLine.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace unitsim;
+
+namespace {
+
+std::vector<Event> g_ordered;
+
+std::string answer(const std::string& line)
+{
+    g_ordered.clear();
+    return answerToLine(line, 7.5, [](const Event& event) { g_ordered.push_back(event); });
+}
+
+}  // namespace
+
+TEST(ControlLineTest, LineWithoutATimeIsNow)
+{
+    EXPECT_EQ(answer("threat jam az=90"), "ok");
+    ASSERT_EQ(g_ordered.size(), 1U);
+    EXPECT_EQ(g_ordered[0].seconds, 7.5);
+    EXPECT_EQ(std::get<ThreatReport>(g_ordered[0].what).threats.at(0).azimuthDegrees, 90);
+}
+
+TEST(ControlLineTest, LineOfAScenarioKeepsItsTime)
+{
+    EXPECT_EQ(answer("  at 20 gps-lost"), "ok");
+    ASSERT_EQ(g_ordered.size(), 1U);
+    EXPECT_EQ(g_ordered[0].seconds, 20.0);
+}
+
+TEST(ControlLineTest, NotesAndEmptyLinesOrderNothing)
+{
+    for (const char* line : {"", "  \r", "# note"}) {
+        EXPECT_EQ(answer(line), "ok");
+        EXPECT_TRUE(g_ordered.empty());
+    }
+}
+
+TEST(ControlLineTest, WrongWordIsTheAnswer)
+{
+    EXPECT_EQ(answer("threat jma"), "error 'jma' is no kind of threat: jam, bare, no-bearing, ended");
+    EXPECT_TRUE(g_ordered.empty());
+}

@@ -1,16 +1,9 @@
 #include "lab/ctl/BusLink.h"
 
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <iomanip>
 #include <numbers>
 #include <sstream>
 #include <stdexcept>
-#include <string_view>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace orvanectl {
@@ -18,11 +11,6 @@ namespace orvanectl {
 namespace {
 
 using Json = BusLink::Json;
-
-[[noreturn]] void fail(const std::string& what)
-{
-    throw std::runtime_error(what + ": " + std::generic_category().message(errno));
-}
 
 /// A plain value as it stands, nothing for one that is not there.
 std::string shown(const Json& object, const char* key)
@@ -184,54 +172,9 @@ std::string titleOf(const Json& line)
 
 }  // namespace
 
-BusLink::BusLink(const std::string& path) : m_socket(-1)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + ": the path is too long for a socket");
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    m_socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (m_socket < 0) fail("socket");
-    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return;
-    const int error = errno;
-    ::close(m_socket);
-    throw std::runtime_error("no bus at " + path + ": " + std::generic_category().message(error));
-}
-
-BusLink::~BusLink()
-{
-    ::close(m_socket);
-}
-
 void BusLink::send(const Json& request)
 {
-    const std::string line = request.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-    for (std::string_view rest = line; !rest.empty();) {
-        const ssize_t count = ::send(m_socket, rest.data(), rest.size(), MSG_NOSIGNAL);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("cannot write to the bus");
-        rest.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
-
-std::optional<std::string> BusLink::nextLine()
-{
-    std::array<char, 65536> piece;
-    std::size_t searched = 0;
-    for (;;) {
-        if (const std::size_t end = m_input.find('\n', searched); end != std::string::npos) {
-            std::string line = m_input.substr(0, end);
-            m_input.erase(0, end + 1);
-            return line;
-        }
-        searched = m_input.size();
-        if (searched > kLongestLine) throw std::runtime_error("a line of the bus is too long");
-        const ssize_t count = ::recv(m_socket, piece.data(), piece.size(), 0);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("cannot read from the bus");
-        if (count == 0) return std::nullopt;
-        m_input.append(piece.data(), static_cast<std::size_t>(count));
-    }
+    m_lines.send(request.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 BusLink::Json BusLink::ask(Json request, const std::function<void(const Json&)>& onTold)

@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {orvanectl::addDecodeVerb, orvanectl::addBusVerb,
-                                                    orvanectl::addEchoVerb,   orvanectl::addHzVerb,
-                                                    orvanectl::addCheckVerb,  orvanectl::addPubVerb};
+constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {
+    orvanectl::addDecodeVerb, orvanectl::addBusVerb, orvanectl::addEchoVerb, orvanectl::addHzVerb,
+    orvanectl::addCheckVerb,  orvanectl::addPubVerb, orvanectl::addSeqVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -22,6 +22,7 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl hz\n"
                                   "  orvanectl check\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
+                                  "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";
 
 /// Types by the catalogue, topics by the unit's connection file; on a machine without one topics are named as their types.

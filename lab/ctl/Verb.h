@@ -32,6 +32,9 @@ Verb addCheckVerb(CLI::App& tool);
 /// Publishes records on DDS topics.
 Verb addPubVerb(CLI::App& tool);
 
+/// Runs sequences of operations and expectations.
+Verb addSeqVerb(CLI::App& tool);
+
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);
 

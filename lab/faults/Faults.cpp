@@ -59,13 +59,22 @@ struct Inside {
     Inside& operator=(const Inside&) = delete;
 };
 
-/// What a call is about: a path, a descriptor, or neither.
+/// What a call is about: a path, a descriptor, or neither; and a number that tells it from others of its kind: the command
+/// of fcntl, the milliseconds of poll, the bytes of an allocation.
 struct Place {
     const char* path = nullptr;
     int descriptor = -1;
+    std::int64_t number = kNoNumber;
+
+    static constexpr std::int64_t kNoNumber = INT64_MIN;
 };
 
 constexpr Place kNowhere;
+
+constexpr Place ofSize(std::size_t bytes)
+{
+    return {nullptr, -1, static_cast<std::int64_t>(bytes)};
+}
 
 /// A text of limited length on the stack. What does not fit is left out.
 class Text {
@@ -83,6 +92,17 @@ public:
             number /= base;
         } while (number != 0);
         add(&digits[next]);
+    }
+    /// A text that is to be one word.
+    void addWord(const char* text)
+    {
+        for (; *text != '\0' && m_size < m_text.size(); ++text)
+            m_text[m_size++] = static_cast<unsigned char>(*text) <= ' ' ? '?' : *text;
+    }
+    void addSigned(std::int64_t number)
+    {
+        if (number < 0) add("-");
+        add(number < 0 ? 0 - static_cast<std::uint64_t>(number) : static_cast<std::uint64_t>(number));
     }
     void writeTo(int descriptor) const { static_cast<void>(syscall(SYS_write, descriptor, m_text.data(), m_size)); }
 
@@ -159,20 +179,41 @@ bool isCallerMeant()
     return false;
 }
 
-bool isPlaceMeant(Place place)
+using Path = std::array<char, 4096>;
+
+/// The path that a call is about; null if there is none.
+const char* pathOf(const Place& place, Path& target)
 {
-    if (s_plan->path.empty()) return true;
-    std::array<char, 4096> target{};
-    if (place.descriptor >= 0) {
-        std::array<char, 40> link{};
-        std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", place.descriptor);
-        if (readlink(link.data(), target.data(), target.size() - 1) <= 0) return false;
-        place.path = target.data();
-    }
-    return place.path && std::strstr(place.path, s_plan->path.c_str()) != nullptr;
+    if (place.descriptor < 0) return place.path;
+    std::array<char, 40> link{};
+    std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", place.descriptor);
+    const ssize_t size = readlink(link.data(), target.data(), target.size() - 1);
+    if (size <= 0) return nullptr;
+    target[static_cast<std::size_t>(size)] = '\0';
+    return target.data();
 }
 
-int errorFor(Kind kind, Place place)
+bool isPlaceMeant(const Place& place)
+{
+    if (s_plan->path.empty()) return true;
+    Path target{};
+    const char* const path = pathOf(place, target);
+    return path && std::strstr(path, s_plan->path.c_str()) != nullptr;
+}
+
+void addPlace(Text& text, const Place& place)
+{
+    Path target{};
+    if (const char* const path = pathOf(place, target)) {
+        text.add(" at ");
+        text.addWord(path);
+    }
+    if (place.number == Place::kNoNumber) return;
+    text.add(" with ");
+    text.addSigned(place.number);
+}
+
+int errorFor(Kind kind, const Place& place, const char* call)
 {
     if (!isPlaceMeant(place) || !isCallerMeant()) return 0;
     const std::uint64_t number = s_page->calls[static_cast<std::size_t>(kind)].fetch_add(1) + 1;
@@ -188,6 +229,9 @@ int errorFor(Kind kind, Place place)
         text.add(static_cast<std::uint64_t>(rule.error));
         text.add(" thread ");
         text.add(static_cast<std::uint64_t>(syscall(SYS_gettid)));
+        text.add(" of ");
+        text.add(call);
+        addPlace(text, place);
         logFrames(text);
         return rule.error;
     }
@@ -195,13 +239,14 @@ int errorFor(Kind kind, Place place)
 }
 
 /// Counts a call. The error that it is to fail with, in `errno` too; 0, and `errno` as it was, if it is to be made.
-int strikes(Kind kind, Place place)
+/// @param call  the name of the function
+int strikes(Kind kind, const Place& place, const char* call)
 {
     if (!s_isReady.load(std::memory_order_acquire) || t_inside != 0) return 0;
     if (s_page->isArmed.load(std::memory_order_acquire) == 0) return 0;
     const Inside inside;
     const int before = errno;
-    const int error = errorFor(kind, place);
+    const int error = errorFor(kind, place, call);
     errno = error != 0 ? error : before;
     return error;
 }
@@ -310,7 +355,7 @@ void mapControl(const std::string& path)
     result before_##name parameters                                                                                    \
     {                                                                                                                  \
         static std::atomic<void*> known;                                                                               \
-        if ([[maybe_unused]] const int error = strikes(Kind::kind, place); error != 0) return failure;                 \
+        if ([[maybe_unused]] const int error = strikes(Kind::kind, place, #name); error != 0) return failure;          \
         return behind<result parameters>(#name, known) arguments;                                                      \
     }
 
@@ -324,7 +369,7 @@ void mapControl(const std::string& path)
         va_start(more, flags);                                                                                         \
         const unsigned mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, unsigned) : 0;                       \
         va_end(more);                                                                                                  \
-        if (strikes(Kind::Open, Place{path}) != 0) return -1;                                                          \
+        if (strikes(Kind::Open, Place{path}, #name) != 0) return -1;                                                   \
         return behind<int(const char*, int, ...)>(#name, known)(path, flags, mode);                                    \
     }
 STANDS_BEFORE_OPEN(open)
@@ -340,7 +385,7 @@ STANDS_BEFORE_OPEN(open64)
         va_start(more, flags);                                                                                         \
         const unsigned mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, unsigned) : 0;                       \
         va_end(more);                                                                                                  \
-        if (strikes(Kind::Openat, Place{path}) != 0) return -1;                                                        \
+        if (strikes(Kind::Openat, Place{path}, #name) != 0) return -1;                                                 \
         return behind<int(int, const char*, int, ...)>(#name, known)(folder, path, flags, mode);                       \
     }
 STANDS_BEFORE_OPENAT(openat)
@@ -355,7 +400,7 @@ STANDS_BEFORE_OPENAT(openat64)
         va_start(more, command);                                                                                       \
         void* const argument = va_arg(more, void*);                                                                    \
         va_end(more);                                                                                                  \
-        if (strikes(Kind::Fcntl, Place{nullptr, descriptor}) != 0) return -1;                                          \
+        if (strikes(Kind::Fcntl, Place{nullptr, descriptor, command}, #name) != 0) return -1;                          \
         return behind<int(int, int, ...)>(#name, known)(descriptor, command, argument);                                \
     }
 STANDS_BEFORE_FCNTL(fcntl)
@@ -400,8 +445,10 @@ STANDS_BEFORE(int, fsync, Fsync, OF_DESCRIPTOR, -1, (int d), (d))
 STANDS_BEFORE(int, fdatasync, Fsync, OF_DESCRIPTOR, -1, (int d), (d))
 STANDS_BEFORE(int, rename, Rename, (Place{a}), -1, (const char* a, const char* b), (a, b))
 
-STANDS_BEFORE(int, poll, Poll, kNowhere, -1, (pollfd * p, nfds_t n, int t), (p, n, t))
-STANDS_BEFORE(int, __poll_chk, Poll, kNowhere, -1, (pollfd * p, nfds_t n, int t, std::size_t s), (p, n, t, s))
+// One that waits for a single descriptor is about that.
+#define OF_POLL (Place{nullptr, n == 1 && p ? p->fd : -1, t})
+STANDS_BEFORE(int, poll, Poll, OF_POLL, -1, (pollfd * p, nfds_t n, int t), (p, n, t))
+STANDS_BEFORE(int, __poll_chk, Poll, OF_POLL, -1, (pollfd * p, nfds_t n, int t, std::size_t s), (p, n, t, s))
 STANDS_BEFORE(int, epoll_create1, Event, kNowhere, -1, (int f), (f))
 STANDS_BEFORE(int, epoll_create, Event, kNowhere, -1, (int n), (n))
 STANDS_BEFORE(int, eventfd, Event, kNowhere, -1, (unsigned n, int f), (n, f))
@@ -437,24 +484,24 @@ STANDS_BEFORE(int, __clock_gettime64, Clock, kNowhere, -1, (clockid_t c, void* t
 #endif
 
 // dlsym allocates, so these go to the C library under names of its own.
-#define STANDS_BEFORE_ALLOCATION(result, name, failure, call, parameters)                                              \
+#define STANDS_BEFORE_ALLOCATION(result, name, failure, size, call, parameters)                                        \
     extern "C" [[gnu::visibility("default")]] result before_##name parameters __asm__(#name);                          \
     result before_##name parameters                                                                                    \
     {                                                                                                                  \
-        if ([[maybe_unused]] const int error = strikes(Kind::Malloc, kNowhere); error != 0) return failure;            \
+        if ([[maybe_unused]] const int error = strikes(Kind::Malloc, ofSize(size), #name); error != 0) return failure; \
         return call;                                                                                                   \
     }
-STANDS_BEFORE_ALLOCATION(void*, malloc, nullptr, __libc_malloc(n), (std::size_t n))
-STANDS_BEFORE_ALLOCATION(void*, calloc, nullptr, __libc_calloc(n, s), (std::size_t n, std::size_t s))
-STANDS_BEFORE_ALLOCATION(void*, realloc, nullptr, __libc_realloc(p, n), (void* p, std::size_t n))
-STANDS_BEFORE_ALLOCATION(void*, memalign, nullptr, __libc_memalign(a, n), (std::size_t a, std::size_t n))
-STANDS_BEFORE_ALLOCATION(void*, aligned_alloc, nullptr, __libc_memalign(a, n), (std::size_t a, std::size_t n))
+STANDS_BEFORE_ALLOCATION(void*, malloc, nullptr, n, __libc_malloc(n), (std::size_t n))
+STANDS_BEFORE_ALLOCATION(void*, calloc, nullptr, n* s, __libc_calloc(n, s), (std::size_t n, std::size_t s))
+STANDS_BEFORE_ALLOCATION(void*, realloc, nullptr, n, __libc_realloc(p, n), (void* p, std::size_t n))
+STANDS_BEFORE_ALLOCATION(void*, memalign, nullptr, n, __libc_memalign(a, n), (std::size_t a, std::size_t n))
+STANDS_BEFORE_ALLOCATION(void*, aligned_alloc, nullptr, n, __libc_memalign(a, n), (std::size_t a, std::size_t n))
 
 extern "C" [[gnu::visibility("default")]] int before_posix_memalign(void** p, std::size_t a,
                                                                     std::size_t n) __asm__("posix_memalign");
 int before_posix_memalign(void** p, std::size_t a, std::size_t n)
 {
-    if (const int error = strikes(Kind::Malloc, kNowhere); error != 0) return error;
+    if (const int error = strikes(Kind::Malloc, ofSize(n), "posix_memalign"); error != 0) return error;
     if (a < sizeof(void*) || (a & (a - 1)) != 0) return EINVAL;
     *p = __libc_memalign(a, n);
     return *p ? 0 : ENOMEM;

@@ -97,6 +97,19 @@ TEST_F(FailingCallsTest, WhatWasMadeToFailIsNamed)
     EXPECT_THAT(file("log"), HasSubstr(" faults_victim+0x"));
 }
 
+TEST_F(FailingCallsTest, WhatAFailedCallIsAboutIsNamed)
+{
+    const std::string log = "once\nlog to " + path("log");
+    outputOf("only path /dev/zero\nfail read 1 " + log, {"read"});
+    EXPECT_THAT(file("log"), HasSubstr(" of read at /dev/zero faults_victim+0x"));
+    outputOf("fail open 1 " + log, {"open"});
+    EXPECT_THAT(file("log"), HasSubstr(" at /dev/null faults_victim+0x"));
+    outputOf("only caller faults_victim\nfail malloc 1 " + log, {"memalign"});
+    EXPECT_THAT(file("log"), HasSubstr(" of posix_memalign with 100 faults_victim+0x"));
+    outputOf("fail poll 1 " + log, {"poll"});
+    EXPECT_THAT(file("log"), HasSubstr(" of poll with 0 faults_victim+0x"));
+}
+
 TEST_F(FailingCallsTest, CountsAreWrittenAtTheEnd)
 {
     outputOf("only caller faults_victim\ncount to " + path("counts"), {"read", "read", "poll", "mmap"});

@@ -86,6 +86,17 @@ void LoadedService::comeAndGo()
     }
 }
 
+/// The end of the service and its bus, which ends the clients.
+ChildProcess::Ending LoadedService::end(ChildProcess& service, int signal)
+{
+    m_isEnding = true;
+    if (m_guest.joinable()) m_guest.join();
+    service.send(signal);
+    const ChildProcess::Ending ending = service.wait();
+    m_clients.clear();
+    return ending;
+}
+
 LoadedService::Outcome LoadedService::live(std::chrono::seconds length)
 {
     ChildProcess unit(unitLine(m_load, length));
@@ -95,6 +106,27 @@ LoadedService::Outcome LoadedService::live(std::chrono::seconds length)
         outcome.trouble = "it does not run: " + service.errors();
         return outcome;
     }
+    try {
+        play(length, outcome);
+    } catch (...) {
+        end(service, SIGKILL);  // no thread may be left that goes on
+        throw;
+    }
+    const ChildProcess::Ending ending = end(service, SIGTERM);
+    unit.send(SIGTERM);
+    unit.wait();
+
+    outcome.status = ending.status;
+    outcome.signal = ending.signal;
+    outcome.answers = m_answers;
+    outcome.errors = service.errors();
+    outcome.trouble = m_trouble;
+    return outcome;
+}
+
+/// Ends while clients ask.
+void LoadedService::play(std::chrono::seconds length, Outcome& outcome)
+{
     Bus listener;
     if (m_load.holdDeletionMs > 0)
         listener.request({{"request", "hold-delete"}, {"milliseconds", m_load.holdDeletionMs}});
@@ -111,7 +143,7 @@ LoadedService::Outcome LoadedService::live(std::chrono::seconds length)
         constexpr const char* kStreams[] = {"stdout", "stderr", "cout", "cerr"};
         return Json{{"request", "print"}, {"text", "a line of the library"}, {"stream", kStreams[turn % 4]}};
     });
-    std::thread guest([this] { comeAndGo(); });
+    m_guest = std::jthread([this] { comeAndGo(); });
 
     const auto end = std::chrono::steady_clock::now() + length;
     while (std::chrono::steady_clock::now() < end) {
@@ -120,20 +152,6 @@ LoadedService::Outcome LoadedService::live(std::chrono::seconds length)
             return line.value("tell", "") == "warning-messages";
         });
     }
-    m_isEnding = true;
-    guest.join();
-    service.send(SIGTERM);
-    const ChildProcess::Ending ending = service.wait();
-    for (std::thread& client : m_clients) client.join();
-    unit.send(SIGTERM);
-    unit.wait();
-
-    outcome.status = ending.status;
-    outcome.signal = ending.signal;
-    outcome.answers = m_answers;
     for (const char* name : {"blended-navigation", "navwar-sa", "warning-messages"})
         outcome.tells += listener.tells(name);
-    outcome.errors = service.errors();
-    outcome.trouble = m_trouble;
-    return outcome;
 }

@@ -44,6 +44,8 @@ public:
 private:
     void ask(const std::string& what, const std::function<Bus::Json(int)>& request);
     void comeAndGo();
+    void play(std::chrono::seconds length, Outcome& outcome);
+    ChildProcess::Ending end(ChildProcess& service, int signal);
 
     const Load& m_load;
     std::vector<std::string> m_environment;
@@ -52,7 +54,8 @@ private:
     std::atomic<std::size_t> m_answers = 0;
     std::mutex m_mutex;
     std::string m_trouble;  // guarded by the mutex
-    std::list<std::thread> m_clients;
+    std::list<std::jthread> m_clients;
+    std::jthread m_guest;
 };
 
 #endif

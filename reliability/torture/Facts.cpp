@@ -12,6 +12,15 @@ namespace {
 
 constexpr std::array<std::string_view, 3> kPhases = {"start", "run", "stop"};
 
+/// The name that a program has in its source for a function of the C library: fcntl for fcntl64, read for __read_chk.
+std::string sourceName(std::string name)
+{
+    if (name.starts_with("__")) name.erase(0, 2);
+    for (const std::string_view end : {"_chk", "_2", "64"})
+        if (name.ends_with(end)) name.erase(name.size() - end.size());
+    return name;
+}
+
 bool isRuntime(const std::string& object)
 {
     constexpr std::string_view kRuntimes[] = {"libc.so", "libstdc++.so", "libgcc_s.so", "ld-linux", "libm.so", "?"};
@@ -42,9 +51,17 @@ std::string textOf(const Point& point)
 
 std::string Facts::text() const
 {
-    return nlohmann::json{{"failed", failed}, {"calls", calls}, {"hang", hang},      {"status", status},
-                          {"signal", signal}, {"deaf", isDeaf}, {"vcl", isVclWhole}, {"descriptors", moreDescriptors},
-                          {"lines", lines},   {"log", log}}
+    return nlohmann::json{{"failed", failed},
+                          {"calls", calls},
+                          {"hang", hang},
+                          {"status", status},
+                          {"signal", signal},
+                          {"deaf", isDeaf},
+                          {"vcl", isVclWhole},
+                          {"descriptors", moreDescriptors},
+                          {"deafBefore", wasDeafBefore},
+                          {"lines", lines},
+                          {"log", log}}
         .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
@@ -58,6 +75,7 @@ Facts Facts::of(const std::string& text)
     json.at("status").get_to(facts.status);
     json.at("signal").get_to(facts.signal);
     json.at("deaf").get_to(facts.isDeaf);
+    facts.wasDeafBefore = json.value("deafBefore", false);
     json.at("vcl").get_to(facts.isVclWhole);
     json.at("descriptors").get_to(facts.moreDescriptors);
     json.at("lines").get_to(facts.lines);
@@ -92,6 +110,32 @@ std::vector<Frame> framesOf(const std::string& logLine)
         frames.push_back(std::move(frame));
     }
     return frames;
+}
+
+std::string notedLine(const Facts& facts, std::string_view word)
+{
+    const auto line = std::ranges::find_if(facts.log, [&](const std::string& text) { return text.starts_with(word); });
+    return line == facts.log.end() ? "" : *line;
+}
+
+FailedCall failedCallOf(const Facts& facts)
+{
+    const std::string line = notedLine(facts, "failed ");
+    FailedCall call;
+    std::istringstream words(line);
+    for (std::string word; words >> word;) {
+        if (word == "of")
+            words >> call.function;
+        else if (word == "at")
+            words >> call.place;
+        else if (word == "with")
+            words >> call.number;
+        else if (word.find("+0x") != std::string::npos)
+            break;
+    }
+    call.function = sourceName(call.function);
+    call.frames = framesOf(line);
+    return call;
 }
 
 std::string ownerOf(const std::vector<Frame>& frames)

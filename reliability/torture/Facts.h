@@ -36,6 +36,7 @@ struct Facts {
     int status = -1;
     int signal = 0;
     bool isDeaf = false;             // fresh inputs were no more joined when all was well again
+    bool wasDeafBefore = false;      // in an earlier trial of the same point, and not in two more
     bool isVclWhole = true;          // the file has the old text or the new one
     int moreDescriptors = 0;         // than before the phase
     std::vector<std::string> lines;  // of the console, and texts of events
@@ -59,6 +60,20 @@ struct Frame {
 
 /// The frames of a line of the library's log.
 std::vector<Frame> framesOf(const std::string& logLine);
+
+/// The first line of the log that begins with a word; empty if there is none.
+std::string notedLine(const Facts& facts, std::string_view word);
+
+/// A call that was made to fail, as the library's log tells it.
+struct FailedCall {
+    std::string function;  // of the C library
+    std::string place;     // the path that it is about, also by a descriptor; empty if there is none
+    std::string number;    // a command, a wait or a size (lab/faults/Faults.cpp: Place); empty if there is none
+    std::vector<Frame> frames;
+};
+
+/// The first one that was noted; all empty if none was.
+FailedCall failedCallOf(const Facts& facts);
 
 /// The object of the first frame that is of no runtime library of C or C++; empty if there is none.
 std::string ownerOf(const std::vector<Frame>& frames);

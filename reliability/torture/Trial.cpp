@@ -1,11 +1,13 @@
 #include "reliability/torture/Trial.h"
 
-#include "lab/faults/FaultPage.h"
+#include "reliability/torture/Verdict.h"
 #include "tests/support/Desk.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/Inputs.h"
 #include "tests/support/Partners.h"
 #include "tests/support/TemporaryDirectory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -18,8 +20,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/ioctl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
@@ -31,38 +33,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kPlan = "/tmp/plan";
-constexpr const char* kLog = "/tmp/log";
-constexpr const char* kPage = "/tmp/page";
 constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
 constexpr auto kLimit = 30s;    // for what must come to its end
 constexpr auto kPatience = 4s;  // for what a failed call may keep from happening
-constexpr auto kRecovery = 8s;
-
-/// The page of the service's counters and of the switch that has calls fail.
-class Control {
-public:
-    Control()
-    {
-        const int file = open(kPage, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-        void* page = MAP_FAILED;
-        if (file >= 0 && ftruncate(file, sizeof(faults::FaultPage)) == 0)
-            page = mmap(nullptr, sizeof(faults::FaultPage), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-        close(file);
-        if (page == MAP_FAILED) throw std::runtime_error("cannot map the page of failing calls");
-        m_page = static_cast<faults::FaultPage*>(page);
-    }
-    ~Control() { munmap(m_page, sizeof *m_page); }
-    Control(const Control&) = delete;
-    Control& operator=(const Control&) = delete;
-
-    void arm() { m_page->isArmed = 1; }
-    void disarm() { m_page->isArmed = 0; }
-    const faults::FaultPage& page() const { return *m_page; }
-
-private:
-    faults::FaultPage* m_page = nullptr;
-};
 
 /// A client of the bus that waits for nothing longer than it is told to.
 class Client {
@@ -133,31 +106,29 @@ void addLines(std::vector<std::string>& lines, const std::string& text)
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
 }
 
-void writePlan(const Point& point)
+std::string planOf(const Point& point)
 {
-    std::ofstream plan(kPlan);
-    plan << "control by " << kPage << "\nlog to " << kLog << "\n";
-    if (!point.caller.empty()) plan << "only caller " << point.caller << "\n";
+    std::string plan;
+    if (!point.caller.empty()) plan += "only caller " + point.caller + "\n";
     if (!point.kind.empty() && point.call > 0)
-        plan << "fail " << point.kind << " " << point.call << (point.isOnce ? " once\n" : " on\n");
+        plan += "fail " + point.kind + " " + std::to_string(point.call) + (point.isOnce ? " once\n" : " on\n");
+    return plan;
 }
 
 class Trial {
 public:
-    explicit Trial(const Point& point) : m_point(point), m_partners(m_desk), m_inputs(m_desk)
+    explicit Trial(const Point& point) : m_point(point), m_calls(planOf(point)), m_partners(m_desk), m_inputs(m_desk)
     {
         m_desk.set("CPU", "1");
         if ((point.kind == "sched" || point.kind.empty()) && mayTakePriority()) m_desk.set("PRI", "1");
-        writePlan(point);
     }
 
     Facts run()
     {
-        if (m_point.phase == Phase::Start) m_control.arm();
-        m_process =
-            m_desk.start({"LD_PRELOAD=" ORVANE_LAB_FAULTS_LIBRARY, std::string("ORVANE_LAB_FAULTS=") + kPlan}).id();
+        if (m_point.phase == Phase::Start) m_calls.arm();
+        m_process = m_desk.start(FailingCalls::environment()).id();
         const bool isRunning = awaitRunning();
-        if (m_point.phase == Phase::Start) m_control.disarm();
+        if (m_point.phase == Phase::Start) m_calls.disarm();
         if (isRunning) live();
         end();
         collect();
@@ -195,14 +166,14 @@ private:
             const bool isReady = hasBus && m_inputs.waitForService() && m_partners.waitForService() && joins(kLimit);
             if (!isReady) throw std::runtime_error("the service does not work before anything fails");
             const int before = descriptorsOf(m_process);
-            m_control.arm();
+            m_calls.arm();
             work();
-            m_control.disarm();
-            m_facts.isDeaf = !joins(kRecovery);
+            m_calls.disarm();
+            m_facts.isDeaf = !joins(kLimit);
             const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
             if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
         } else {
-            m_facts.isDeaf = !joins(kRecovery);
+            m_facts.isDeaf = !joins(kLimit);
         }
     }
 
@@ -215,6 +186,7 @@ private:
             m_inputs.sendAll();
             if (waitingInQueue() < 16384) m_inputs.sendReceiver();  // a full queue would be waited for
             if (eventually([&] { return tells() > before || isOver(); }, 1s)) return !isOver();
+            if (isDeafnessTold(m_desk.service().errors() + m_desk.service().output())) return false;
         }
         return false;
     }
@@ -263,10 +235,11 @@ private:
 
     void end()
     {
-        if (m_point.phase == Phase::Stop) m_control.arm();
+        if (m_point.phase == Phase::Stop) m_calls.arm();
         if (!isOver() && m_facts.hang.empty()) m_desk.service().send(SIGTERM);
-        if (!eventually([&] { return isOver(); }, kLimit)) {
+        if (!eventually([&] { return isOver(); }, m_facts.hang.empty() ? kLimit : 0s)) {
             if (m_facts.hang.empty()) m_facts.hang = "end";
+            noteWhereItHangs();
             m_desk.service().send(SIGKILL);
         }
         const auto ending = m_desk.service().wait();
@@ -274,16 +247,27 @@ private:
         m_facts.signal = m_facts.hang.empty() ? ending.signal : 0;
     }
 
+    /// Has the library of failing calls note what the main thread is in: it does so for this signal, of which the service
+    /// has no handler of its own.
+    void noteWhereItHangs() const
+    {
+        syscall(SYS_tgkill, m_process, m_process, SIGSEGV);
+        const auto isNoted = [] {
+            return std::ranges::any_of(FailingCalls::log(),
+                                       [](const auto& line) { return line.starts_with("crashed"); });
+        };
+        eventually([&] { return isOver() || isNoted(); }, kPatience);
+    }
+
     void collect()
     {
         addLines(m_facts.lines, m_desk.service().errors());
         addLines(m_facts.lines, m_desk.service().output());
         for (const auto& item : m_events.inbox().items()) m_facts.lines.push_back("event: " + item.message.eventlog());
-        std::ifstream log(kLog);
-        for (std::string line; std::getline(log, line);) m_facts.log.push_back(line);
-        m_facts.failed = m_control.page().failed;
-        for (std::size_t i = 0; i < faults::kKindCount; ++i)
-            m_facts.calls[std::string(faults::kKinds.at(i).word)] = m_control.page().calls[i];
+        m_facts.log = FailingCalls::log();
+        m_facts.failed = m_calls.failed();
+        for (const auto& row : faults::kKinds)
+            m_facts.calls[std::string(row.word)] = m_calls.calls(*faults::kindOf(row.word));
         const std::string vcl = readFile(kVclFile);
         m_facts.isVclWhole = vcl == m_vcl || vcl == newVcl();
     }
@@ -291,7 +275,7 @@ private:
     const Point m_point;
     const std::string m_vcl = readFile(kVclFile);
     Facts m_facts;
-    Control m_control;
+    FailingCalls m_calls;
     Desk m_desk;
     Partners m_partners;
     Inputs m_inputs;

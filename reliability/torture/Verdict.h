@@ -17,8 +17,8 @@ enum class Ending {
     Told,        // it went on, and a line or an event told what failed
     Tolerated,   // it went on without a word, for a reason that is known
     Library,     // it went on without a word: the call was one of a foreign library, which did without
-    Foreign,  // foreign code, of which the call was or in which it led, ended the process, hung or kept something open
-    Broken,   // a promise did not hold
+    Foreign,     // foreign code ended the process
+    Broken,      // a promise did not hold
 };
 
 inline constexpr std::size_t kEndings = 7;
@@ -29,15 +29,24 @@ struct Verdict {
     std::string why;
 };
 
-/// A call that may fail without a word.
+/// A call that may fail without a word, known by what it asks of the system: names of the service's functions are lost
+/// when it is optimised. What is empty, or 0, is not looked at. What is `through` something has on its stack an object, or a
+/// function that an object makes known, with that in its name.
 struct Exception {
-    std::string_view kind;
-    std::string_view function;  // part of the name of one that is on the stack
-    std::string_view reason;
+    std::string_view function = {};  // of the C library
+    std::string_view place = {};     // part of the path, which a $ ends
+    std::string_view number = {};    // that it is given (`FailedCall`)
+    std::string_view through = {};
+    std::uint64_t call = 0;  // counted in the phase
+    bool isLast = false;     // of its kind in the phase
+    std::string_view reason = {};
+
+    bool covers(const Point& point, const Facts& facts, const FailedCall& failed) const;
 };
 
-/// What the service promises of calls that fail: it never hangs, and is ended by SIGABRT alone, from its main thread in a
-/// step of its walk; once it runs again, it works; nothing stays open; and a line or an event tells of it.
+/// What the service promises of calls that fail, whoever calls: it never hangs, and is ended by SIGABRT alone, from its
+/// main thread in a step of its walk; once calls succeed again it joins again, or has said that it won't; nothing stays
+/// open; and a line or an event tells of it.
 class Judge {
 public:
     /// @param usual       lines and events, without their numbers, of services in which nothing fails
@@ -46,16 +55,22 @@ public:
         : m_usual(std::move(usual)), m_exceptions(std::move(exceptions))
     {}
 
-    /// @param functions  names of the functions on the stack of the call that failed
-    Verdict judge(const Point& point, const Facts& facts, const std::vector<std::string>& functions) const;
+    Verdict judge(const Point& point, const Facts& facts) const;
 
 private:
     Verdict judgeCrash(const Point& point, const Facts& facts) const;
-    Verdict judgeSilence(const Point& point, const Facts& facts, const std::vector<std::string>& functions) const;
+    Verdict judgeSilence(const Point& point, const Facts& facts, const FailedCall& failed) const;
 
     const std::set<std::string> m_usual;
     const std::vector<Exception> m_exceptions;
 };
+
+/// Whether a line tells that nothing is joined until the bus service or the whole service is started anew, as users are
+/// told of some failures (docs/operation.md). The text may be many lines.
+bool isDeafnessTold(std::string_view text);
+
+/// Whether it joined no more, and has not told that it won't.
+bool isDeafUntold(const Facts& facts);
 
 /// The calls of the service that may fail without a word, each with its reason.
 std::vector<Exception> knownExceptions();

@@ -1,9 +1,13 @@
 #include "reliability/torture/Verdict.h"
+#include "reliability/torture/Walked.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <string>
+#include <string_view>
 
 using torture::Ending;
 using torture::Facts;
@@ -17,7 +21,9 @@ const std::string kOwnStack = " libstdc++.so.6+0xa8e1a OrvaneServer+0xd060e libc
 const std::string kMainStack = " libstdc++.so.6+0xa8e1a OrvaneServer+0xd060e libc.so.6+0x27305(__libc_start_main)";
 const std::string kForeignStack = " libstdc++.so.6+0xa8e1a libfastrtps.so.2.9+0x12(_ZN4eprosima) libc.so.6+0x891f5";
 
-const Judge kJudge({"line # of start"}, {{"open", "Replacement::takePlace", "it has its place"}});
+const Judge kJudge({"line # of start"}, {{.function = "open", .place = "/config$", .reason = "it has its place"}});
+constexpr const char* kReadNoMore =
+    "The queues are read no more, waiting for their input failed: Cannot allocate memory";
 
 Facts cleanEnd()
 {
@@ -39,9 +45,19 @@ Facts endedBy(int signal, const std::string& stack)
     return facts;
 }
 
-Ending endingOf(const Facts& facts, Phase phase = Phase::Run, const std::vector<std::string>& functions = {})
+Ending endingOf(const Facts& facts, Phase phase = Phase::Run)
 {
-    return kJudge.judge({phase, "open", 1, true, ""}, facts, functions).ending;
+    return kJudge.judge({phase, "open", 1, true, ""}, facts).ending;
+}
+
+/// How a service ends that went on in silence when this was refused, by the table of the walk.
+Ending endingOfSilence(const std::string& call, const std::string& stack = kOwnStack, std::uint64_t number = 3)
+{
+    Facts facts = cleanEnd();
+    facts.log = {"failed kind 3 errno 5 thread 7 of " + call + stack};
+    return Judge({"line # of start"}, torture::knownExceptions())
+        .judge({Phase::Run, "kind", number, true, ""}, facts)
+        .ending;
 }
 
 }  // namespace
@@ -74,17 +90,111 @@ TEST(TortureVerdictTest, ALastEventThatFindsNobodyTellsNothing)
     EXPECT_EQ(endingOf(facts), Ending::Broken);
 }
 
-TEST(TortureVerdictTest, AHangInACallOfALibraryIsForeign)
+TEST(TortureVerdictTest, AHangIsABrokenPromiseThoughItBeganInACallOfALibrary)
 {
     Facts facts = cleanEnd();
     facts.hang = "end";
     facts.log = {"failed send 1 errno 5 thread 7" + kForeignStack};
-    EXPECT_EQ(endingOf(facts), Ending::Foreign);
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, DescriptorsThatStayOpenAreABrokenPromiseThoughACallOfALibraryFailed)
+{
+    Facts facts = cleanEnd();
+    facts.moreDescriptors = 1;
+    facts.log = {"failed open 1 errno 5 thread 7" + kForeignStack};
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, WhoPrintsAndNeverJoinsAgainHasNotTold)
+{
+    Facts facts = cleanEnd();
+    facts.isDeaf = true;
+    facts.lines.emplace_back("Unable to open");
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, WhoNeverJoinsAgainAfterACallOfALibraryBreaksAPromise)
+{
+    Facts facts = cleanEnd();
+    facts.isDeaf = true;
+    facts.log = {"failed send 1 errno 5 thread 7" + kForeignStack};
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, WhoNeverJoinsAgainAndSaysSoAsUsersAreToldHasTold)
+{
+    Facts facts = cleanEnd();
+    facts.isDeaf = true;
+    facts.lines.emplace_back(kReadNoMore);
+    EXPECT_EQ(endingOf(facts), Ending::Told);
+}
+
+TEST(TortureVerdictTest, WhereNoCallFailedPromisesHoldAllTheSame)
+{
+    Facts facts = cleanEnd();
+    facts.failed = 0;
+    facts.log = {};
+    EXPECT_EQ(endingOf(facts), Ending::NotReached);
+    facts.isDeaf = true;
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.isDeaf = false;
+    facts.isVclWhole = false;
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.isVclWhole = true;
+    facts.moreDescriptors = 1;
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.moreDescriptors = 0;
+    facts.status = 1;
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, OnlyLinesOfLastingFailuresTellDeafness)
+{
+    EXPECT_TRUE(torture::isDeafnessTold("a line\n" + std::string(kReadNoMore) + "\n"));
+    EXPECT_FALSE(torture::isDeafnessTold(
+        "OrvaneServer (50), InitializeVictory : OrvaneServer Error capturing what the VICTORY library prints."));
 }
 
 TEST(TortureVerdictTest, SilenceMayHaveAKnownReason)
 {
-    EXPECT_EQ(endingOf(cleanEnd(), Phase::Run, {"(anonymous namespace)::Replacement::takePlace()"}), Ending::Tolerated);
+    Facts facts = cleanEnd();
+    facts.log = {"failed open 1 errno 13 thread 7 of open64 at /opt/config" + kOwnStack};
+    EXPECT_EQ(endingOf(facts), Ending::Tolerated);
+    facts.log = {"failed open 1 errno 13 thread 7 of open64 at /opt/config/file" + kOwnStack};
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.log = {"failed open 1 errno 13 thread 7 of openat at /opt/config" + kOwnStack};
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, ALookAtAQueueMayFailInSilenceAndTheWaitForAllMayNot)
+{
+    EXPECT_EQ(endingOfSilence("poll at /dev/mcs5 with 0"), Ending::Tolerated);
+    EXPECT_EQ(endingOfSilence("poll with 50"), Ending::Broken);
+    EXPECT_EQ(endingOfSilence("poll at /dev/mcs5 with 50"), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, TheLibrarysStandardErrorIsTheFirstStreamOfTheService)
+{
+    EXPECT_EQ(endingOfSilence("fopencookie", kOwnStack, 1), Ending::Tolerated);
+    EXPECT_EQ(endingOfSilence("fopencookie", kOwnStack, 2), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, ALostLineMayBeSilentWhereItIsTheLast)
+{
+    Facts facts = cleanEnd();
+    facts.log = {"failed write 2 errno 5 thread 7 of write at pipe:[12]" + kOwnStack};
+    const Judge judge({"line # of start"}, torture::knownExceptions());
+    const Point second{Phase::Stop, "write", 2, true, ""};
+    facts.calls["write"] = 2;
+    EXPECT_EQ(judge.judge(second, facts).ending, Ending::Tolerated);
+    facts.calls["write"] = 3;
+    EXPECT_EQ(judge.judge(second, facts).ending, Ending::Broken);
+}
+
+TEST(TortureVerdictTest, MemoryForTheQualityOfAMessageMayBeRefusedInSilenceAndNoOther)
+{
+    EXPECT_EQ(endingOfSilence("malloc with 100", kOwnStack + " libfastrtps.so.2.9+0x12"), Ending::Broken);
 }
 
 TEST(TortureVerdictTest, ALibraryMayDoWithout)
@@ -140,6 +250,54 @@ TEST(TortureVerdictTest, AnExceptionThroughALibraryToAThreadOfTheServiceIsItsOwn
 {
     const std::string stack = kForeignStack + " OrvaneServer+0x1";
     EXPECT_EQ(endingOf(endedBy(SIGABRT, stack), Phase::Run), Ending::Broken);
+}
+
+TEST(TortureVerdictTest, AFailedCallTellsWhatItIsAbout)
+{
+    Facts facts;
+    facts.log = {"failed fcntl 2 errno 22 thread 7 of fcntl64 at /dev/mcs5 with -2" + kOwnStack};
+    const auto call = torture::failedCallOf(facts);
+    EXPECT_EQ(call.function, "fcntl");
+    EXPECT_EQ(call.place, "/dev/mcs5");
+    EXPECT_EQ(call.number, "-2");
+    EXPECT_EQ(torture::ownerOf(call.frames), "OrvaneServer");
+    facts.log = {"failed read 2 errno 5 thread 7 of __read_chk" + kForeignStack};
+    EXPECT_EQ(torture::failedCallOf(facts).function, "read");
+    EXPECT_EQ(torture::failedCallOf(facts).place, "");
+}
+
+TEST(WalkedTest, GoesOnWhereItWasBrokenOff)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.path() / "walked";
+    const Point point{Phase::Run, "open", 1, true, ""};
+    torture::Walked(path, "a").add(point, endedBy(SIGSEGV, kOwnStack));
+    std::ofstream(path, std::ios::app) << "run open 2 once\t{\"signal\":1";
+    torture::Walked again(path, "a");
+    ASSERT_TRUE(again.at(point));
+    EXPECT_EQ(again.at(point)->signal, SIGSEGV);
+    EXPECT_FALSE(again.at({Phase::Run, "open", 2, true, ""}));
+    again.add({Phase::Run, "open", 3, true, ""}, cleanEnd());
+    EXPECT_TRUE(torture::Walked(path, "a").at({Phase::Run, "open", 3, true, ""}));
+}
+
+TEST(WalkedTest, AnotherBuildOfTheServiceIsWalkedAnew)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.path() / "walked";
+    const Point point{Phase::Run, "open", 1, true, ""};
+    torture::Walked(path, "a").add(point, cleanEnd());
+    EXPECT_FALSE(torture::Walked(path, "b").at(point));
+    EXPECT_FALSE(torture::Walked(path, "a").at(point));
+}
+
+TEST(WalkedTest, FilesOfOtherBytesHaveOtherFingerprints)
+{
+    const TemporaryDirectory directory;
+    EXPECT_EQ(torture::fingerprintOf(directory.write("a", "text")),
+              torture::fingerprintOf(directory.write("b", "text")));
+    EXPECT_NE(torture::fingerprintOf(directory.write("a", "text")),
+              torture::fingerprintOf(directory.write("b", "test")));
 }
 
 TEST(TortureVerdictTest, FactsComeThroughTheirText)

@@ -143,8 +143,13 @@ bool BusService::shutdownVictory()
         if (!m_victoryStarted.exchange(false)) return false;
     }
     deleteService("ShutdownVictory");
-    const std::string text = m_settings.m_serverName + " : VapntsService exited";
-    Reports::sendEvent(EventTypes::EVENT_INFORMATION, text);
-    if (m_settings.m_debug) printLine(std::cout, text);
+    // What can't be told keeps nobody from the start that follows in a restart.
+    shielded(
+        [this] {
+            const std::string text = m_settings.m_serverName + " : VapntsService exited";
+            Reports::sendEvent(EventTypes::EVENT_INFORMATION, text);
+            if (m_settings.m_debug) printLine(std::cout, text);
+        },
+        [](const char* what) { Reports::sendCallbackException("ShutdownVictory", what); });
     return true;
 }

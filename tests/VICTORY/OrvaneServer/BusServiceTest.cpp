@@ -2,6 +2,7 @@
 #include "tests/VICTORY/OrvaneServer/BusFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/HealthEvents.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -13,6 +14,8 @@
 #include <atomic>
 #include <chrono>
 #include <iostream>
+#include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -331,6 +334,26 @@ TEST_F(BusServiceTest, AFailedRestartLeavesTheServiceDown)
     EXPECT_TRUE(bus.restart(1000));
     EXPECT_FALSE(bus.isStarted());
     EXPECT_THAT(victory.usesOfDeletedServices(), IsEmpty());
+}
+
+TEST_F(BusServiceTest, MemoryThatLacksOnceBehindTheEndKeepsNoRestartFromItsStart)
+{
+    std::size_t granted = 0;
+    std::optional<FailingAllocation> memory;
+    victory.onCall("vapntsDeleteService", [&] { memory.emplace(granted, 1); });
+    for (; granted < 10; ++granted) {
+        start();
+        bool isThrown = false;
+        try {
+            bus.restart(1000);
+        } catch (const std::bad_alloc&) {
+            isThrown = true;
+        }
+        memory.reset();
+        EXPECT_FALSE(isThrown) << granted;
+        bus.stop();
+        memory.reset();
+    }
 }
 
 // The VCL file.

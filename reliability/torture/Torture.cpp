@@ -301,7 +301,7 @@ private:
     }
 
     /// A service that joins no more is looked at twice more: on a busy machine one in a thousand trials has been without a
-    /// join for 30 s where the same call failed without harm in all others. Such a one is told, and is no broken promise.
+    /// join where the same call failed without harm in all others. Such a one is told, and is no broken promise.
     static Facts observed(const Point& point)
     {
         Facts facts = factsOf(point);

@@ -34,10 +34,12 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
-constexpr auto kLimit = 30s;    // for what must come to its end
-constexpr auto kPatience = 4s;  // for what a failed call may keep from happening
+constexpr auto kLimit = 30s;     // for what must come to its end
+constexpr auto kPatience = 4s;   // for what a failed call may keep from happening
+constexpr auto kRecovery = 15s;  // until a join, once calls succeed again
 
-/// A client of the bus that waits for nothing longer than it is told to.
+/// A client of the bus that waits for nothing longer than it is told to, and comes again when the bus lets it go, as it does
+/// when it can't send to it.
 class Client {
 public:
     ~Client() { close(m_socket); }
@@ -47,13 +49,7 @@ public:
 
     bool connect(std::chrono::milliseconds limit)
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strcpy(address.sun_path, "/tmp/bus");
-        m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        return eventually(
-            [&] { return ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; },
-            limit);
+        return eventually([&] { return connect(); }, limit);
     }
 
     void ask(const nlohmann::json& request) const
@@ -62,18 +58,33 @@ public:
         static_cast<void>(send(m_socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
     }
 
-    /// How often a text has come by now.
+    /// How many lines with a text have come by now. What was told last, which the bus tells whoever comes, does not count.
     std::size_t count(const std::string& text)
     {
         char part[65536];
-        for (ssize_t size = 0; (size = recv(m_socket, part, sizeof part, MSG_DONTWAIT)) > 0;)
+        ssize_t size = 0;
+        while ((size = recv(m_socket, part, sizeof part, MSG_DONTWAIT)) > 0)
             m_text.append(part, static_cast<std::size_t>(size));
+        if (size == 0 || (errno != EAGAIN && errno != EINTR)) connect();
         std::size_t count = 0;
-        for (auto place = m_text.find(text); place != std::string::npos; place = m_text.find(text, place + 1)) ++count;
+        std::istringstream lines(m_text);
+        for (std::string line; std::getline(lines, line);)
+            if (line.find(text) != std::string::npos && line.find(R"("last":true)") == std::string::npos) ++count;
         return count;
     }
 
 private:
+    bool connect()
+    {
+        close(m_socket);
+        if (!m_text.empty() && !m_text.ends_with('\n')) m_text += '\n';  // a line that was broken off
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strcpy(address.sun_path, "/tmp/bus");
+        m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        return ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+
     int m_socket = -1;
     std::string m_text;
 };
@@ -169,11 +180,11 @@ private:
             m_calls.arm();
             work();
             m_calls.disarm();
-            m_facts.isDeaf = !joins(kLimit);
+            m_facts.isDeaf = !joins(kRecovery);
             const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
             if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
         } else {
-            m_facts.isDeaf = !joins(kLimit);
+            m_facts.isDeaf = !joins(kRecovery);
         }
     }
 

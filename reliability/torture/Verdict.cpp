@@ -30,12 +30,14 @@ bool isOfTheEnd(const std::string& line)
            (line.ends_with("OrvaneServer stopped successfully.") || line.ends_with(": VapntsService exited"));
 }
 
-/// Lines that tell what docs/operation.md says of failures after which nothing is joined.
+/// Lines that tell what docs/operation.md says of failures after which nothing is joined, and that of the lab's bus library
+/// without its bus, on which no join could be seen.
 constexpr std::string_view kDeafness[] = {
     "The queues are read no more, waiting for their input failed: ",
     "InitializeVictory : OrvaneServer Error reading VICTORY APNT configuration file.",
     "InitializeVictory : OrvaneServer: An exception occurred. Details: ",
     "InitializeVictory : OrvaneServer: Unknown c++ exception occurred",
+    "libvictory: cannot open the bus at ",
 };
 
 bool isOnMainThread(const std::vector<Frame>& frames)

@@ -25,7 +25,7 @@ public:
     explicit FailingCalls(const std::string& plan)
     {
         std::ofstream(kPlan) << "control by " << kPage << "\nlog to " << kLog << "\n" << plan;
-        const int file = open(kPage, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        const int file = open(kPage, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         void* page = MAP_FAILED;
         if (file >= 0 && ftruncate(file, sizeof(faults::FaultPage)) == 0)
             page = mmap(nullptr, sizeof(faults::FaultPage), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);

@@ -152,6 +152,7 @@ TEST(TortureVerdictTest, WhereNoCallFailedPromisesHoldAllTheSame)
 TEST(TortureVerdictTest, OnlyLinesOfLastingFailuresTellDeafness)
 {
     EXPECT_TRUE(torture::isDeafnessTold("a line\n" + std::string(kReadNoMore) + "\n"));
+    EXPECT_TRUE(torture::isDeafnessTold("libvictory: cannot open the bus at /tmp/bus: pthread_create: no"));
     EXPECT_FALSE(torture::isDeafnessTold(
         "OrvaneServer (50), InitializeVictory : OrvaneServer Error capturing what the VICTORY library prints."));
 }

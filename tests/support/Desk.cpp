@@ -4,16 +4,12 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <poll.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
@@ -47,38 +43,13 @@ std::size_t occurrences(const std::string& text, const std::string& of)
 
 }  // namespace
 
-Bus::Bus(const std::string& path)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + " is too long");
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool isThere =
-        eventually([&] { return connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; });
-    if (!isThere) {
-        close(m_socket);
-        throw std::runtime_error("there is no bus at " + path);
-    }
-}
-
-Bus::~Bus()
-{
-    close(m_socket);
-}
-
 const Bus::Json& Bus::line(std::size_t index, const std::string& what)
 {
     const auto end = std::chrono::steady_clock::now() + ChildProcess::kDeadline;
     while (m_lines.size() <= index) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        pollfd waiting{m_socket, POLLIN, 0};
-        if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) <= 0)
-            throw std::runtime_error("not on the bus: " + what);
-        char part[65536];
-        const ssize_t count = recv(m_socket, part, sizeof part, 0);
-        if (count <= 0) throw std::runtime_error("the bus has ended before: " + what);
-        m_rest.append(part, static_cast<std::size_t>(count));
+        if (!m_socket.awaitMore(left)) throw std::runtime_error("not on the bus: " + what);
+        if (!m_socket.read(m_rest)) throw std::runtime_error("the bus has ended before: " + what);
         for (auto newline = m_rest.find('\n'); newline != std::string::npos; newline = m_rest.find('\n')) {
             m_lines.push_back(Json::parse(m_rest.substr(0, newline)));
             m_rest.erase(0, newline + 1);
@@ -111,9 +82,7 @@ Bus::Json Bus::request(Json body)
 {
     const int id = ++m_requests;
     body["id"] = id;
-    const std::string text = body.dump() + "\n";
-    if (send(m_socket, text.data(), text.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(text.size()))
-        throw std::runtime_error("cannot send a request");
+    m_socket.send(body.dump());
     const std::string what = "answer to " + body.value("request", "");
     for (std::size_t index = m_lines.size();; ++index) {
         const Json& candidate = line(index, what);

@@ -1,6 +1,7 @@
 #ifndef TESTS_SUPPORT_DESK_H
 #define TESTS_SUPPORT_DESK_H
 
+#include "tests/support/BusSocket.h"
 #include "tests/support/ChildProcess.h"
 
 #include <cstddef>
@@ -20,10 +21,7 @@ public:
     using Test = std::function<bool(const Json&)>;
 
     /// Waits until the bus is there.
-    explicit Bus(const std::string& path = "/tmp/bus");
-    ~Bus();
-    Bus(const Bus&) = delete;
-    Bus& operator=(const Bus&) = delete;
+    explicit Bus(const std::string& path = BusSocket::kPath) : m_socket(path) {}
 
     /// The next line that passes the test. The search goes on behind the line that was found last.
     Json await(const std::string& what, const Test& test);
@@ -44,7 +42,7 @@ public:
 private:
     const Json& line(std::size_t index, const std::string& what);
 
-    int m_socket = -1;
+    BusSocket m_socket;
     std::string m_rest;  // of a line that isn't complete
     std::vector<Json> m_lines;
     std::size_t m_next = 0;

@@ -55,4 +55,19 @@ void SentLog::answer(const std::string& server, const PlannedAnswer& answer)
                    << std::endl;
 }
 
+void SentLog::heard(const std::string& command)
+{
+    line("heard") << command << std::endl;
+}
+
+void SentLog::gps(bool isLost)
+{
+    line("gps") << (isLost ? "lost" : "back") << std::endl;
+}
+
+void SentLog::silence(const std::string& component, bool isSilent)
+{
+    line(isSilent ? "silent" : "speaking") << component << std::endl;
+}
+
 }  // namespace unitsim

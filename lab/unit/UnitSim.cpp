@@ -226,6 +226,7 @@ void UnitSim::planAnswers(const Received& received)
 {
     if (received.command.command_response_type() != 0) return;
     ++m_totals.commands;
+    if (m_log) m_log->heard(received.command.command_response());
     const std::vector<PlannedAnswer> answers = answersTo(received.command.command_response(), m_settings);
     say("command ", received.command.command_response(), ": ", answers.size(),
         answers.size() == 1 ? " answer" : " answers");
@@ -332,6 +333,7 @@ void UnitSim::happen(const SetSilence& change, double)
         m_settings.silentComponents.insert(change.component);
     else
         m_settings.silentComponents.erase(change.component);
+    if (m_log) m_log->silence(change.component, change.silent);
     say(change.component, change.silent ? " keeps" : " tells", " its part numbers from now on");
 }
 
@@ -384,7 +386,10 @@ void UnitSim::epoch(std::int64_t number)
     const bool wasLost = m_solution.gpsLost;
     m_solution = m_navigation.solve(time, momentAt(time), m_gpsLost || anyHolds(m_settings.gpsLost, time));
     const Solution& solution = m_solution;
-    if (solution.gpsLost != wasLost) say(solution.gpsLost ? "GPS is lost" : "GPS is back");
+    if (solution.gpsLost != wasLost) {
+        if (m_log) m_log->gps(solution.gpsLost);
+        say(solution.gpsLost ? "GPS is lost" : "GPS is back");
+    }
     const std::uint32_t assurance = assuranceOf(solution, m_settings.assurance);
 
     const std::array<bool, kOutputs> sent = {

@@ -58,6 +58,15 @@ TEST_F(SentLogTest, WarningCommandAndAnswerHaveTheirTexts)
               "answer ZeroizeServer REQUEST_ZEROIZE_ACK\n");
 }
 
+TEST_F(SentLogTest, WhatIsHeardAndWhatChangesHasItsLine)
+{
+    EXPECT_EQ(lineOf([](SentLog& log) { log.heard("REQUEST_PARTNUMBERS"); }), "heard REQUEST_PARTNUMBERS\n");
+    EXPECT_EQ(lineOf([](SentLog& log) { log.gps(true); }), "gps lost\n");
+    EXPECT_EQ(lineOf([](SentLog& log) { log.gps(false); }), "gps back\n");
+    EXPECT_EQ(lineOf([](SentLog& log) { log.silence("GPS", true); }), "silent GPS\n");
+    EXPECT_EQ(lineOf([](SentLog& log) { log.silence("GPS", false); }), "speaking GPS\n");
+}
+
 TEST_F(SentLogTest, FileThatCannotBeWrittenIsRefusedByName)
 {
     const std::string path = (m_directory.path() / "none/log").string();

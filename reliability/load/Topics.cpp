@@ -1,7 +1,7 @@
+#include "reliability/DatagramCounts.h"
 #include "reliability/PingPeer.h"
 #include "reliability/ProcessWatch.h"
 #include "reliability/Statistics.h"
-#include "reliability/load/DatagramCounts.h"
 #include "reliability/load/Ending.h"
 #include "reliability/load/Scenes.h"
 

@@ -1,4 +1,4 @@
-#include "reliability/load/DatagramCounts.h"
+#include "reliability/DatagramCounts.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,19 +1,14 @@
 #include "reliability/day/BusTap.h"
 
-#include "tests/support/ChildProcess.h"
-
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 namespace {
 
 using Json = nlohmann::json;
+
+constexpr const char* kWholeConfiguration = "\"systemName\":\"Kolt Gen II\"";
 
 bool has(const std::string& line, const char* part)
 {
@@ -63,6 +58,8 @@ void BusLines::take(const std::string& line, Published& published)
         takeWarnings(line, published);
     } else if (has(line, "\"tell\":\"execute-built-in-tests\"")) {
         ++published.tests;
+    } else if (has(line, "\"tell\":\"system-configuration\"")) {
+        if (has(line, kWholeConfiguration)) published.configurations.push_back(published.atMs);
     }
 }
 
@@ -78,41 +75,25 @@ void BusLines::takeWarnings(const std::string& line, Published& published)
     m_isFirst = false;
     for (std::size_t i = rows.size() - count; i < rows.size(); ++i) {
         ++published.warnings;
-        published.gpsWarnings += has(rows[i], "\"warningId\":67") || has(rows[i], "\"warningId\":68");
+        const bool isLost = has(rows[i], "\"warningId\":67");
+        if (isLost || has(rows[i], "\"warningId\":68")) published.gpsWarnings.push_back({published.atMs, isLost});
         published.cleared += has(rows[i], "Clear data complete");
         published.timedOut += has(rows[i], "timed out after 7200 seconds");
     }
     m_rows = std::move(rows);
 }
 
-BusTap::BusTap(const std::string& path)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) throw std::runtime_error(path + " is too long");
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    m_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool isThere =
-        eventually([&] { return connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; });
-    if (!isThere) {
-        close(m_socket);
-        throw std::runtime_error("there is no bus at " + path);
-    }
-    m_thread = std::thread([this] { run(); });
-}
+BusTap::BusTap(const std::string& path) : m_socket(path), m_thread([this] { run(); }) {}
 
 BusTap::~BusTap()
 {
-    shutdown(m_socket, SHUT_RDWR);
+    m_socket.shutDown();
     m_thread.join();
-    close(m_socket);
 }
 
 void BusTap::request(const std::string& name)
 {
-    const std::string line = Json{{"request", name}}.dump() + "\n";
-    if (send(m_socket, line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size()))
-        throw std::runtime_error("the bus takes no request");
+    m_socket.send(Json{{"request", name}}.dump());
 }
 
 Published BusTap::published() const
@@ -125,9 +106,7 @@ void BusTap::run()
 {
     BusLines lines;
     std::string rest;
-    std::vector<char> part(std::size_t{1} << 18);
-    for (ssize_t count = 0; (count = recv(m_socket, part.data(), part.size(), 0)) > 0;) {
-        rest.append(part.data(), static_cast<std::size_t>(count));
+    while (m_socket.read(rest)) {
         const std::lock_guard lock(m_mutex);
         std::size_t begin = 0;
         for (auto end = rest.find('\n'); end != std::string::npos; end = rest.find('\n', begin = end + 1))

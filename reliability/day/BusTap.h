@@ -1,6 +1,8 @@
 #ifndef RELIABILITY_DAY_BUSTAP_H
 #define RELIABILITY_DAY_BUSTAP_H
 
+#include "tests/support/BusSocket.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -11,18 +13,25 @@
 
 /// What a service publishes on the bus, kept short, since there may be days of it.
 struct Published {
-    std::vector<double> joins;    ///< GPS time of week of each, seconds
-    std::size_t awareness = 0;    ///< publications of NavWar awareness
-    std::size_t threats = 0;      ///< in all of them
-    std::size_t warnings = 0;     ///< that were new in a list of warnings
-    std::size_t gpsWarnings = 0;  ///< those of them that tell of GPS lost or back
-    std::size_t cleared = 0;      ///< those of them that tell of data cleared
-    std::size_t timedOut = 0;     ///< those of them that tell of a clearing that timed out
-    std::size_t tests = 0;        ///< built-in tests that have begun
+    /// One of the new warnings that tells of GPS lost or back.
+    struct GpsWarning {
+        std::int64_t atMs;  ///< wall clock
+        bool isLost;
+    };
+
+    std::vector<double> joins;  ///< GPS time of week of each, seconds
+    std::size_t awareness = 0;  ///< publications of NavWar awareness
+    std::size_t threats = 0;    ///< in all of them
+    std::size_t warnings = 0;   ///< that were new in a list of warnings
+    std::vector<GpsWarning> gpsWarnings;
+    std::size_t cleared = 0;   ///< those of them that tell of data cleared
+    std::size_t timedOut = 0;  ///< those of them that tell of a clearing that timed out
+    std::size_t tests = 0;     ///< built-in tests that have begun
     std::size_t answers = 0;
-    std::size_t refused = 0;  ///< answers that are not `ok`
-    std::size_t dropped = 0;  ///< lines that came too fast
-    std::int64_t atMs = 0;    ///< wall clock of the last publication
+    std::size_t refused = 0;                   ///< answers that are not `ok`
+    std::size_t dropped = 0;                   ///< lines that came too fast
+    std::int64_t atMs = 0;                     ///< wall clock of the last publication
+    std::vector<std::int64_t> configurations;  ///< wall clock, ms, of those that are whole
 };
 
 /// Reads the lines of the bus.  Pure, but for the list of warnings before; one thread at a time.
@@ -42,7 +51,7 @@ private:
 class BusTap {
 public:
     /// Waits until the bus is there; throws `std::runtime_error` if it doesn't come.
-    explicit BusTap(const std::string& path = "/tmp/bus");
+    explicit BusTap(const std::string& path = BusSocket::kPath);
     ~BusTap();
     BusTap(const BusTap&) = delete;
     BusTap& operator=(const BusTap&) = delete;
@@ -54,7 +63,7 @@ public:
 private:
     void run();
 
-    int m_socket = -1;
+    BusSocket m_socket;
     mutable std::mutex m_mutex;
     Published m_published;
     std::atomic<bool> m_hasEnded = false;

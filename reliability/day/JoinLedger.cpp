@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 namespace {
 
@@ -25,9 +24,9 @@ void JoinLedger::addJoin(double validAt)
     ++m_joins[stepOf(validAt)];
 }
 
-bool JoinLedger::isExcused(double validAt) const
+bool JoinLedger::isWithin(const std::vector<Stretch>& stretches, double validAt)
 {
-    return std::any_of(m_excuses.begin(), m_excuses.end(),
+    return std::any_of(stretches.begin(), stretches.end(),
                        [&](const Stretch& stretch) { return validAt >= stretch.from && validAt <= stretch.to; });
 }
 
@@ -46,19 +45,15 @@ bool JoinLedger::isPossible(std::int64_t join) const
 JoinLedger::Verdict JoinLedger::verdict(double from, double to) const
 {
     Verdict verdict;
-    const auto first = m_joins.lower_bound(stepOf(from));
-    const auto end = m_joins.upper_bound(stepOf(to));
-    for (auto join = first; join != end; ++join) {
+    for (auto join = m_joins.lower_bound(stepOf(from)); join != m_joins.end() && join->first < stepOf(to); ++join) {
         verdict.joins += join->second;
         verdict.twice += join->second - 1;
         verdict.impossible += !isPossible(join->first);
     }
-    if (first == end) return verdict;
-
-    const std::int64_t last = std::prev(end)->first;
-    for (auto epoch = m_sent.lower_bound(first->first); epoch != m_sent.end() && epoch->first <= last; ++epoch) {
+    for (auto epoch = m_sent.lower_bound(stepOf(from)); epoch != m_sent.end() && epoch->first < stepOf(to); ++epoch) {
         const auto& [validAt, sentAt, inputs] = epoch->second;
-        if (!std::all_of(inputs.begin(), inputs.end(), [](bool isSent) { return isSent; }) || isExcused(validAt))
+        if (!std::all_of(inputs.begin(), inputs.end(), [](bool isSent) { return isSent; }) ||
+            isWithin(m_excuses, validAt))
             continue;
         const auto join = m_joins.lower_bound(epoch->first);
         const bool isMissing = join == m_joins.end() || join->first > epoch->first + stepOf(kPatience);
@@ -67,9 +62,26 @@ JoinLedger::Verdict JoinLedger::verdict(double from, double to) const
             ++verdict.overtaken;
             continue;
         }
+        if (isMissing && isWithin(m_stalls, validAt)) {
+            ++verdict.stalled;
+            continue;
+        }
         ++verdict.possible;
         if (!isMissing) continue;
         if (verdict.missing++ == 0) verdict.firstMissing = validAt;
     }
     return verdict;
+}
+
+JoinLedger::Verdict& JoinLedger::Verdict::operator+=(const Verdict& later)
+{
+    if (missing == 0) firstMissing = later.firstMissing;
+    possible += later.possible;
+    missing += later.missing;
+    impossible += later.impossible;
+    twice += later.twice;
+    joins += later.joins;
+    overtaken += later.overtaken;
+    stalled += later.stalled;
+    return *this;
 }

@@ -29,6 +29,9 @@ public:
     /// Nothing is due that is valid in this stretch.
     void excuse(double from, double to) { m_excuses.push_back({from, to}); }
 
+    /// The machine stood still: what is missing of this stretch tells nothing of the service.
+    void stall(double from, double to) { m_stalls.push_back({from, to}); }
+
     struct Verdict {
         std::size_t possible = 0;  ///< complete epochs for which a join was due
         std::size_t missing = 0;   ///< those of them that no join came for in time, neither of them nor of a later one
@@ -36,10 +39,14 @@ public:
         std::size_t twice = 0;       ///< joins of one time
         std::size_t joins = 0;
         std::size_t overtaken = 0;  ///< complete epochs that the unit sent so late that the next came at once
+        std::size_t stalled = 0;    ///< complete epochs that no join came for while the machine stood still
         double firstMissing = -1.0;
+
+        Verdict& operator+=(const Verdict& later);
     };
 
-    /// Of what is valid in a stretch, but for what comes before the first join in it and behind the last.
+    /// Of what is valid in a stretch, its end left out. All that was published of it must have come: an epoch without a
+    /// join is missing, whether one comes later or never again.
     Verdict verdict(double from, double to) const;
 
 private:
@@ -54,11 +61,12 @@ private:
     };
 
     bool isPossible(std::int64_t join) const;
-    bool isExcused(double validAt) const;
+    static bool isWithin(const std::vector<Stretch>& stretches, double validAt);
 
     std::map<std::int64_t, Epoch> m_sent;
     std::map<std::int64_t, std::size_t> m_joins;  // how often
     std::vector<Stretch> m_excuses;
+    std::vector<Stretch> m_stalls;
 };
 
 #endif

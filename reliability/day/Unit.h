@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -51,6 +52,7 @@ public:
             words.insert(words.end(), {"--mute", text.str()});
         }
         m_begin = now();
+        m_realBegin = m_clock ? m_clock->real() : nanosecondsOf(std::chrono::system_clock::now());
         m_sim.emplace(words);
         if (!eventually([] { return std::filesystem::exists(kLog); }))
             throw std::runtime_error("unit-sim does not start: " + m_sim->errors());
@@ -87,6 +89,19 @@ public:
     /// Seconds since the unit has begun, by its clock.
     double seconds() const { return static_cast<double>(now() - m_begin) / 1e9; }
 
+    /// The same of a time that the bus tells, in a day in which nobody sets the clock.
+    double secondsOf(std::int64_t atMs) const { return static_cast<double>(atMs * 1'000'000 - m_realBegin) / 1e9; }
+
+    /// A clock with the same seconds for another thread.
+    std::function<double()> makeClock() const
+    {
+        const auto own = m_clock ? std::make_shared<ClockFile>(kClock) : nullptr;
+        return [own, begin = m_begin] {
+            const auto time = own ? own->monotonic() : nanosecondsOf(std::chrono::steady_clock::now());
+            return static_cast<double>(time - begin) / 1e9;
+        };
+    }
+
     void setRate(std::int64_t rate)
     {
         if (m_clock && rate != std::exchange(m_rate, rate)) m_clock->setRate(rate);
@@ -100,13 +115,18 @@ private:
     static constexpr const char* kClock = "/tmp/clock";
     static constexpr const char* kScenario = "/tmp/scenario";
 
-    std::int64_t now() const
+    using ClockFile = labclock::ClockFile;
+
+    template <class Time>
+    static std::int64_t nanosecondsOf(Time time)
     {
-        return m_clock ? m_clock->monotonic()
-                       : std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+        return std::chrono::nanoseconds(time.time_since_epoch()).count();
     }
 
-    using ClockFile = labclock::ClockFile;
+    std::int64_t now() const
+    {
+        return m_clock ? m_clock->monotonic() : nanosecondsOf(std::chrono::steady_clock::now());
+    }
 
     const std::vector<std::string> m_underTheClock = {"LD_PRELOAD=" ORVANE_CLOCK_LIBRARY,
                                                       std::string("ORVANE_LAB_CLOCK=") + kClock};
@@ -116,6 +136,7 @@ private:
     std::int64_t m_rate = kTrueRate;
     Desk m_desk;
     std::int64_t m_begin = 0;
+    std::int64_t m_realBegin = 0;
     std::optional<ChildProcess> m_sim;
     std::unique_ptr<BusTap> m_tap;
 };

@@ -58,7 +58,7 @@ TEST_F(BusLinesTest, WarningThatIsRepeatedCountsOnce)
     take(warnings({row(6)}));
     take(warnings({row(6), row(6), row(67)}));
     EXPECT_EQ(m_published.warnings, 3U);
-    EXPECT_EQ(m_published.gpsWarnings, 1U);
+    EXPECT_EQ(m_published.gpsWarnings.size(), 1U);
 }
 
 TEST_F(BusLinesTest, WarningThatPushesAnotherOutCountsOnce)
@@ -88,4 +88,23 @@ TEST_F(BusLinesTest, DroppedLinesCount)
 {
     take(R"({"type":"dropped","lines":17})");
     EXPECT_EQ(m_published.dropped, 17U);
+}
+
+TEST_F(BusLinesTest, WarningsOfGpsHaveTheTimeAtWhichTheyAreNew)
+{
+    take(warnings({row(67)}));
+    take(warnings({row(67), row(68), row(6)}));
+    ASSERT_EQ(m_published.gpsWarnings.size(), 2U);
+    EXPECT_TRUE(m_published.gpsWarnings[0].isLost);
+    EXPECT_FALSE(m_published.gpsWarnings[1].isLost);
+    EXPECT_EQ(m_published.gpsWarnings[1].atMs, 1);
+}
+
+TEST_F(BusLinesTest, ConfigurationIsWholeByItsName)
+{
+    take(
+        R"({"type":"tell","tell":"system-configuration","at_ms":5,"record":{"systemName":"Kolt Gen II - Collecting"}})");
+    take(R"({"type":"tell","tell":"system-configuration","at_ms":6,"record":{"systemName":"Kolt Gen II"}})");
+    take(R"({"type":"tell","tell":"system-configuration","at_ms":7,"record":{"systemName":""}})");
+    EXPECT_EQ(m_published.configurations, (std::vector<std::int64_t>{6}));
 }

@@ -106,11 +106,61 @@ TEST(JoinLedgerTest, WhatIsExcusedIsNotDue)
     EXPECT_EQ(ledger.verdict(0, 10).missing, 0U);
 }
 
-TEST(JoinLedgerTest, NothingIsDueBeforeTheFirstJoinAndBehindTheLast)
+TEST(JoinLedgerTest, JoinsThatStopForGoodAreMissing)
+{
+    JoinLedger ledger = tenSent();
+    for (int i = 0; i < 6; ++i) ledger.addJoin(i);
+    const auto verdict = ledger.verdict(0, 10);
+    EXPECT_EQ(verdict.possible, 10U);
+    EXPECT_EQ(verdict.missing, 4U);
+    EXPECT_EQ(verdict.firstMissing, 6.0);
+}
+
+TEST(JoinLedgerTest, AllIsMissingWhereNoJoinCame)
+{
+    EXPECT_EQ(tenSent().verdict(0, 10).missing, 10U);
+}
+
+TEST(JoinLedgerTest, WhatIsOutsideTheStretchIsNotJudged)
 {
     JoinLedger ledger = tenSent();
     ledger.addJoin(3);
     ledger.addJoin(4);
-    EXPECT_EQ(ledger.verdict(0, 10).possible, 2U);
-    EXPECT_EQ(ledger.verdict(0, 10).missing, 0U);
+    EXPECT_EQ(ledger.verdict(3, 5).possible, 2U);
+    EXPECT_EQ(ledger.verdict(3, 5).missing, 0U);
+    EXPECT_EQ(ledger.verdict(3, 5).joins, 2U);
+}
+
+TEST(JoinLedgerTest, WhatIsMissingWhileTheMachineStoodStillIsToldApart)
+{
+    JoinLedger ledger = tenSent();
+    ledger.stall(3.5, 4.5);
+    for (int i = 0; i < 10; ++i)
+        if (i != 4 && i != 7) ledger.addJoin(i);
+    const auto verdict = ledger.verdict(0, 10);
+    EXPECT_EQ(verdict.stalled, 1U);
+    EXPECT_EQ(verdict.missing, 1U);
+    EXPECT_EQ(verdict.possible, 9U);
+}
+
+TEST(JoinLedgerTest, JoinThatCameIsPossibleWhileTheMachineStoodStill)
+{
+    JoinLedger ledger = tenSent();
+    ledger.stall(0, 10);
+    for (int i = 0; i < 10; ++i) ledger.addJoin(i);
+    EXPECT_EQ(ledger.verdict(0, 10).possible, 10U);
+    EXPECT_EQ(ledger.verdict(0, 10).stalled, 0U);
+}
+
+TEST(JoinLedgerTest, VerdictsOfStretchesAddUp)
+{
+    JoinLedger ledger = tenSent();
+    for (int i = 0; i < 10; ++i)
+        if (i != 2 && i != 7) ledger.addJoin(i);
+    auto verdict = ledger.verdict(0, 5);
+    verdict += ledger.verdict(5, 10);
+    EXPECT_EQ(verdict.possible, 10U);
+    EXPECT_EQ(verdict.joins, 8U);
+    EXPECT_EQ(verdict.missing, 2U);
+    EXPECT_EQ(verdict.firstMissing, 2.0);
 }

@@ -1,0 +1,190 @@
+#include "reliability/day/GpsLedger.h"
+#include "reliability/day/Growth.h"
+#include "reliability/day/Pace.h"
+#include "reliability/day/PartNumberLedger.h"
+#include "reliability/day/StallWatch.h"
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// GPS is there for 10 s, lost for 20 and back: changes at 12 and 32.
+GpsLedger oneOutage()
+{
+    GpsLedger ledger;
+    for (int second = 0; second < 60; ++second) ledger.addStatus(second, second >= 10 && second < 30);
+    return ledger;
+}
+
+/// Requests while one component is silent, then one that all answer.
+PartNumberLedger threeRequests()
+{
+    PartNumberLedger ledger;
+    ledger.addSilence("GPS", true);
+    ledger.addRequest(2.0);
+    ledger.addRequest(12.3);
+    ledger.addSilence("GPS", false);
+    ledger.addRequest(22.6);
+    return ledger;
+}
+
+}  // namespace
+
+TEST(GpsLedgerTest, WarningsOfLossAndReturnAreAllThatIsDue)
+{
+    GpsLedger ledger = oneOutage();
+    ledger.addWarning(12.5, true);
+    ledger.addWarning(32.5, false);
+    const auto verdict = ledger.verdict(0, 60);
+    EXPECT_EQ(verdict.due, 2U);
+    EXPECT_EQ(verdict.missing + verdict.unexpected, 0U);
+}
+
+TEST(GpsLedgerTest, LostWarningIsMissing)
+{
+    GpsLedger ledger = oneOutage();
+    ledger.addWarning(32.5, false);
+    EXPECT_EQ(ledger.verdict(0, 60).missing, 1U);
+    EXPECT_EQ(oneOutage().verdict(0, 60).missing, 2U);
+}
+
+TEST(GpsLedgerTest, WarningThatComesLateIsMissingAndUnexpected)
+{
+    GpsLedger ledger = oneOutage();
+    ledger.addWarning(12.5, true);
+    ledger.addWarning(45.0, false);
+    EXPECT_EQ(ledger.verdict(0, 60).missing, 1U);
+    EXPECT_EQ(ledger.verdict(0, 60).unexpected, 1U);
+}
+
+TEST(GpsLedgerTest, WarningOfWhatWasNotSentIsUnexpected)
+{
+    GpsLedger ledger = oneOutage();
+    ledger.addWarning(12.5, true);
+    ledger.addWarning(12.5, true);
+    ledger.addWarning(32.5, false);
+    EXPECT_EQ(ledger.verdict(0, 60).missing, 0U);
+    EXPECT_EQ(ledger.verdict(0, 60).unexpected, 1U);
+}
+
+TEST(GpsLedgerTest, TwoStatusesInARowAreNoLoss)
+{
+    GpsLedger ledger;
+    for (const bool isLost : {false, true, true, false, true, true, false}) ledger.addStatus(1.0, isLost);
+    EXPECT_EQ(ledger.verdict(0, 60).due, 0U);
+}
+
+TEST(GpsLedgerTest, NothingIsDueThatWasSentBeforeTheLifeOrBehindIt)
+{
+    EXPECT_EQ(oneOutage().verdict(40, 60).due, 0U);
+    EXPECT_EQ(oneOutage().verdict(0, 20).due, 1U);
+}
+
+TEST(PartNumberLedgerTest, RequestsEveryTenSecondsAndTheConfigurationAreAllThatIsDue)
+{
+    PartNumberLedger ledger = threeRequests();
+    ledger.addConfiguration(23.4);
+    const auto verdict = ledger.verdict(0, 100);
+    EXPECT_EQ(verdict.requests, 3U);
+    EXPECT_EQ(verdict.unanswered, 2U);
+    EXPECT_EQ(verdict.missing + verdict.needless, 0U);
+}
+
+TEST(PartNumberLedgerTest, RequestsThatStopAreMissing)
+{
+    PartNumberLedger ledger;
+    ledger.addSilence("GPS", true);
+    ledger.addRequest(2.0);
+    EXPECT_EQ(ledger.verdict(0, 14).missing, 0U);
+    EXPECT_EQ(ledger.verdict(0, 100).missing, 1U);
+    EXPECT_EQ(PartNumberLedger().verdict(0, 100).missing, 1U);
+}
+
+TEST(PartNumberLedgerTest, RequestThatComesLateIsMissing)
+{
+    PartNumberLedger ledger;
+    ledger.addSilence("GPS", true);
+    ledger.addRequest(2.0);
+    ledger.addRequest(22.0);
+    EXPECT_EQ(ledger.verdict(0, 30).missing, 1U);
+}
+
+TEST(PartNumberLedgerTest, RequestThatComesEarlyIsNeedless)
+{
+    PartNumberLedger ledger;
+    ledger.addSilence("GPS", true);
+    ledger.addRequest(2.0);
+    ledger.addRequest(7.0);
+    EXPECT_EQ(ledger.verdict(0, 15).needless, 1U);
+}
+
+TEST(PartNumberLedgerTest, RequestWhenAllIsKnownIsNeedless)
+{
+    PartNumberLedger ledger = threeRequests();
+    ledger.addConfiguration(23.4);
+    ledger.addRequest(33.0);
+    EXPECT_EQ(ledger.verdict(0, 100).needless, 1U);
+}
+
+TEST(PartNumberLedgerTest, ConfigurationThatIsNotToldIsMissing)
+{
+    EXPECT_EQ(threeRequests().verdict(0, 100).missing, 1U);
+}
+
+TEST(PartNumberLedgerTest, ConfigurationIsNeedlessBeforeAllHaveAnsweredAndLongAfter)
+{
+    PartNumberLedger ledger = threeRequests();
+    ledger.addConfiguration(13.0);
+    ledger.addConfiguration(23.4);
+    ledger.addConfiguration(23.5);
+    ledger.addConfiguration(40.0);
+    EXPECT_EQ(ledger.verdict(0, 100).missing, 0U);
+    EXPECT_EQ(ledger.verdict(0, 100).needless, 2U);
+}
+
+TEST(GrowthTest, LastQuarterIsHeldAgainstTheSecond)
+{
+    std::vector<Holdings> samples(8, {1000.0, 5.0, 20.0});
+    samples[6] = samples[7] = {1400.0, 6.0, 22.0};
+    const auto growth = growthOf(samples);
+    ASSERT_TRUE(growth);
+    EXPECT_EQ(growth->residentKb, 400.0);
+    EXPECT_EQ(growth->threads, 1.0);
+    EXPECT_EQ(growth->descriptors, 2.0);
+}
+
+TEST(GrowthTest, SevenSamplesTellNothing)
+{
+    EXPECT_FALSE(growthOf(std::vector<Holdings>(7)));
+}
+
+TEST(PaceTest, FirstPaceAtWhichAllIsWellIsTaken)
+{
+    EXPECT_EQ(firstPace({800, 400, 200}, [](std::int64_t pace) { return pace <= 400; }), 400);
+}
+
+TEST(PaceTest, NoneIsTakenWhereAllIsWellAtNone)
+{
+    EXPECT_FALSE(firstPace({800, 400, 200}, [](std::int64_t) { return false; }));
+}
+
+TEST(StallWatchTest, SleepThatIsMuchTooLongForTheUnitIsAStall)
+{
+    EXPECT_TRUE(StallWatch::stallOf(100.0, 101.0, 0.01));  // at a pace of 100, 9.5 ms late
+    EXPECT_FALSE(StallWatch::stallOf(100.0, 100.1, 0.001));
+    EXPECT_FALSE(StallWatch::stallOf(100.0, 100.0105, 0.0105));  // in real time
+}
+
+TEST(StallWatchTest, WatchSeesNoStallWhereTimeStandsStill)
+{
+    StallWatch watch([] { return [] { return 5.0; }; });
+    EXPECT_TRUE(watch.take().empty());
+}
+
+TEST(StallWatchTest, WatchSeesStallsWhereTimeLeaps)
+{
+    StallWatch watch([] { return [seconds = 0.0]() mutable { return seconds += 1000.0; }; });
+    std::size_t seen = 0;
+    EXPECT_TRUE(eventually([&] { return (seen += watch.take().size()) > 3; }));
+}

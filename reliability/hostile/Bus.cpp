@@ -77,7 +77,7 @@ void strayCalls(Report& report, bool isShort)
     {
         const Traffic traffic(inputs);
         const int times = isShort ? 8 : 24;
-        const double rate = traffic.rateWhile([&] {
+        const auto rate = traffic.rateWhile([&] {
             for (const bool withContext : {false, true})
                 for (const int count : {-2147483647 - 1, -1, 51, 2147483647})
                     for (const char* const call : kCalls) {
@@ -94,7 +94,7 @@ void strayCalls(Report& report, bool isShort)
                     }
             report.expect(traffic.awaitJoin(), "stray-calls: no join came beside them");
         });
-        report.figure("stray-calls: joins meanwhile", rate, "a second");
+        report.figure("stray-calls: joins meanwhile", rate.joins, "a second");
         bus.request({{"request", "misbehave"}, {"call", "navwar-sa"}, {"times", times}, {"when", "deletion"}});
         calls += static_cast<std::size_t>(times);
     }

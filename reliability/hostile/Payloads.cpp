@@ -11,9 +11,12 @@
 #include "aspn2_msgs/UTCTimePubSubTypes.h"
 #include "tests/aspn2_msgs/AllRecords.h"
 
+#include <algorithm>
 #include <array>
 #include <cfloat>
+#include <cmath>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <stdexcept>
 
@@ -82,15 +85,34 @@ Payload extremeOf(std::mt19937& random, std::int32_t device, std::int64_t second
     return {payload.data, payload.data + payload.length};
 }
 
+template <class Record, class Support>
+std::optional<Stamp> stampIn(const Payload& payload)
+{
+    SerializedPayload bytes(static_cast<std::uint32_t>(payload.size()));
+    std::copy(payload.begin(), payload.end(), bytes.data);
+    bytes.length = bytes.max_size;
+    Record record;
+    try {
+        if (!Support().deserialize(&bytes, &record)) return std::nullopt;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+    const auto& valid = record.header().timestamp_valid();
+    return Stamp{static_cast<std::uint8_t>(static_cast<std::uint32_t>(record.header().device_id()) >> 16),
+                 static_cast<double>(valid.sec()) + 1e-9 * static_cast<double>(valid.nsec())};
+}
+
 struct Row {
     const char* type;
     Payload (*extreme)(std::mt19937& random, std::int32_t device, std::int64_t seconds);
+    std::optional<Stamp> (*stamp)(const Payload& payload);
 };
 
 #define ROW(Name)                                                                                                      \
     Row                                                                                                                \
     {                                                                                                                  \
-#Name, &extremeOf < aspn2_msgs::idl::Name, aspn2_msgs::idl::Name##PubSubType>                                  \
+#Name, &extremeOf < aspn2_msgs::idl::Name, aspn2_msgs::idl::Name##PubSubType>,                                 \
+            &stampIn < aspn2_msgs::idl::Name, aspn2_msgs::idl::Name##PubSubType>                                       \
     }
 constexpr Row kRows[] = {ROW(AssuranceState),
                          ROW(BitReport),
@@ -113,8 +135,26 @@ const Row& rowOf(const std::string& type)
 }  // namespace
 
 Payloads::Payloads(const std::string& type, std::uint32_t seed, std::int32_t device, std::int64_t seconds)
-    : m_extreme(rowOf(type).extreme), m_random(seed), m_device(device), m_seconds(seconds)
+    : m_type(type), m_extreme(rowOf(type).extreme), m_random(seed), m_device(device), m_seconds(seconds)
 {}
+
+std::optional<Stamp> stampOf(const std::string& type, const Payload& payload)
+{
+    return rowOf(type).stamp(payload);
+}
+
+double Payloads::shareThatFits(std::optional<std::uint8_t> wanted)
+{
+    constexpr int kTried = 4000;
+    double kept = kTried / kPoisonPerGood, fitting = kept;  // the good ones
+    for (int i = 0; i < kTried; ++i) {
+        const auto stamp = stampOf(m_type, next());
+        if (!stamp || (wanted && stamp->server != *wanted)) continue;
+        ++kept;
+        fitting += std::abs(stamp->validAt - static_cast<double>(m_seconds)) < 1.0;
+    }
+    return fitting / kept;
+}
 
 Payload Payloads::extreme()
 {

@@ -5,7 +5,10 @@
 #include "reliability/hostile/Payloads.h"
 
 #include <fastdds/dds/topic/TopicDataType.hpp>
+#include <fastrtps/publisher/PublisherListener.h>
 
+#include <atomic>
+#include <cstddef>
 #include <deque>
 #include <string>
 
@@ -29,8 +32,17 @@ public:
     /// The number of a new publisher. Throws `std::runtime_error` if it can't be made.
     std::size_t add(const std::string& topic, const std::string& type);
 
+    /// Waits until somebody hears a publisher; false if nobody comes.
+    bool waitForListener(std::size_t publisher) const;
+
+    /// Whether anybody hears it now.
+    bool isHeard(std::size_t publisher) const;
+
     /// False if the transport doesn't take it.
     bool send(std::size_t publisher, Payload payload);
+
+    /// Waits until all who hear a publisher have acknowledged what it still holds; false if they don't.
+    bool waitUntilTaken(std::size_t publisher) const;
 
 private:
     /// Writes what it is given.
@@ -44,7 +56,15 @@ private:
         bool getKey(void*, eprosima::fastrtps::rtps::InstanceHandle_t*, bool) override { return false; }
     };
 
+    /// Counts who hears a publisher, on threads of the library.
+    struct Listeners : eprosima::fastrtps::PublisherListener {
+        void onPublicationMatched(eprosima::fastrtps::Publisher*,
+                                  eprosima::fastrtps::rtps::MatchingInfo& info) override;
+        std::atomic<int> count = 0;
+    };
+
     const FACE::TSS::HX_TSS_Settings m_settings;
+    std::deque<Listeners> m_listeners;
     eprosima::fastrtps::Participant* m_participant;
     std::deque<Bytes> m_types;
     std::deque<eprosima::fastrtps::Publisher*> m_publishers;

@@ -46,10 +46,10 @@ Traffic::Traffic(Inputs& inputs)
         try {
             Bus bus;
             while (!stop.stop_requested()) {
-                bus.awaitTell("blended-navigation", [](const Bus::Json& tell) {
-                    return !tell.value("last", false) && !tell.at("timeOfValidity").is_null();
-                });
-                ++m_joins;
+                const auto tell =
+                    bus.awaitTell("blended-navigation", [](const Bus::Json& one) { return !one.value("last", false); });
+                ++m_tells;
+                m_joins += !tell.at("timeOfValidity").is_null();
             }
         } catch (const std::exception&) {
             // The bus has ended: no more joins.
@@ -61,6 +61,16 @@ bool Traffic::awaitJoin(std::chrono::seconds within) const
 {
     const auto before = joins();
     return eventually([&] { return joins() > before; }, within);
+}
+
+double Traffic::rateOfNext(std::uint64_t count) const
+{
+    if (!awaitJoin()) return 0;  // the time counts from one
+    const auto before = joins();
+    const auto start = std::chrono::steady_clock::now();
+    if (!eventually([&] { return joins() >= before + count; }, std::chrono::seconds(30))) return 0;
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    return static_cast<double>(count) / passed.count();
 }
 
 void Scene::expectEndInOrder(const std::string& where)

@@ -36,26 +36,41 @@ public:
     Traffic(const Traffic&) = delete;
     Traffic& operator=(const Traffic&) = delete;
 
+    /// Those that have a time, and all.
     std::uint64_t joins() const { return m_joins; }
+    std::uint64_t tells() const { return m_tells; }
 
     /// Waits for one more; false if none comes within the time.
     bool awaitJoin(std::chrono::seconds within = std::chrono::seconds(30)) const;
 
-    /// Joins a second while `body` runs.
+    /// How many there are a second.
+    struct Rate {
+        double joins = 0;
+        double tells = 0;
+    };
+
+    /// While `body` runs.
     template <class Body>
-    double rateWhile(Body&& body) const
+    Rate rateWhile(Body&& body) const
     {
-        const auto before = joins();
+        const auto joinsBefore = joins(), tellsBefore = tells();
         const auto start = std::chrono::steady_clock::now();
         body();
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-        return static_cast<double>(joins() - before) / passed.count();
+        return {static_cast<double>(joins() - joinsBefore) / passed.count(),
+                static_cast<double>(tells() - tellsBefore) / passed.count()};
     }
 
+    /// Joins a second of so many behind the next one; 0 if they don't come within half a minute.
+    double rateOfNext(std::uint64_t count) const;
+
+    /// The worker looks so often, and joins at most once each time.
+    static constexpr double kMostASecond = 4.0;
     static constexpr std::int64_t kSeconds = 5000;  // time of validity of all
 
 private:
     std::atomic<std::uint64_t> m_joins = 0;
+    std::atomic<std::uint64_t> m_tells = 0;
     std::jthread m_sender;
     std::jthread m_listener;  // ends before the sender does: it waits for a join
 };

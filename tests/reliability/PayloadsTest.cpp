@@ -63,3 +63,24 @@ TEST(PayloadsTest, UnknownTypeIsAnError)
 {
     EXPECT_THROW(Payloads("GNSS", 1, kDevice, 0), std::invalid_argument);
 }
+
+TEST(PayloadsTest, StampIsThatOfTheHeader)
+{
+    const auto stamp = stampOf("UTCTime", Payloads("UTCTime", 1, kDevice, 5000).extreme());
+    ASSERT_TRUE(stamp);
+    EXPECT_EQ(stamp->server, 96);
+    EXPECT_EQ(stamp->validAt, 5000.0);
+    EXPECT_FALSE(stampOf("UTCTime", Payload(40, 0xA5)));
+}
+
+TEST(PayloadsTest, WhatIsNotWantedTakesNoInputAway)
+{
+    EXPECT_GT(Payloads("UTCTime", 1, kDevice, 5000).shareThatFits(std::uint8_t{97}), 0.9);
+}
+
+TEST(PayloadsTest, WhatIsWantedTakesSomeInputsAway)
+{
+    const double share = Payloads("UTCTime", 1, kDevice, 5000).shareThatFits(std::uint8_t{96});
+    EXPECT_GT(share, 0.3);
+    EXPECT_LT(share, 0.95);
+}

@@ -122,11 +122,15 @@ CyclesSeen runCycles(const Cycles& cycles)
         const auto begin = Clock::now();
         desk.run();
         seen.running = std::max(seen.running, Seconds(Clock::now() - begin).count());
-        if (const auto heard = peer->hear(begin, cycles.deadline)) {
+        const auto heard = peer->hear(Clock::now(), cycles.deadline);
+        const std::size_t held = Leftovers::removedPorts(readFile("/proc/self/maps"));
+        if (heard) {
             seen.heard.push_back(*heard);
+            seen.heldWhenHeard = std::max(seen.heldWhenHeard, held);
             continue;
         }
         ++seen.deaf;
+        seen.heldWhenDeaf = std::min(seen.heldWhenDeaf.value_or(held), held);
         killService(desk);
         std::this_thread::sleep_for(kBeyondLease);
         desk.run();

@@ -2,6 +2,8 @@
 #define RELIABILITY_RESTART_CYCLES_H
 
 #include <chrono>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,12 +18,17 @@ struct Cycles {
 
 /// How they went.
 struct CyclesSeen {
-    std::vector<double> heard;  ///< s from the restart to the first response that the peer heard
+    std::vector<double> heard;  ///< s from when the service runs again to the first response that the peer heard
     int failedMeetings = 0;     ///< first starts of both, client first over TCP, that did not find each other
     int deaf = 0;               ///< cycles in which none came in time
     int cured = 0;              ///< deaf peers that heard the service once it was restarted again, after its lease
     std::size_t mostLeft = 0;   ///< files in shared memory behind a death, the peer's own among them
     double running = 0.0;       ///< s from the restart to the service's running, of the slowest
+
+    /// Ports in shared memory whose files are gone, which the peer holds all the same, once it has heard the service,
+    /// at most, and while it was deaf, at least.
+    std::size_t heldWhenHeard = 0;
+    std::optional<std::size_t> heldWhenDeaf;
 };
 
 /// Kills the service by SIGKILL and starts it anew, on the unit that this process runs on, while a peer stays and pings

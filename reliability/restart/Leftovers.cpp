@@ -1,6 +1,8 @@
 #include "reliability/restart/Leftovers.h"
 
 #include <fcntl.h>
+#include <set>
+#include <sstream>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
@@ -70,6 +72,16 @@ std::size_t sweep(const fs::path& folder)
         }
     }
     return removed;
+}
+
+std::size_t removedPorts(const std::string& maps)
+{
+    std::set<std::string> names;
+    std::istringstream lines(maps);
+    for (std::string line; std::getline(lines, line);)
+        if (const auto name = line.find("/fastrtps_port"); name != line.npos && line.ends_with(" (deleted)"))
+            names.insert(line.substr(name));
+    return names.size();
 }
 
 }  // namespace Leftovers

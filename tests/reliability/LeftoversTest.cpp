@@ -60,3 +60,12 @@ TEST_F(LeftoversTest, FilesOfOthersStay)
     EXPECT_EQ(Leftovers::sweep(folder.path()), 0U);
     EXPECT_EQ(Leftovers::count(folder.path()), 3U);
 }
+
+TEST(RemovedPortsTest, PortsWhoseFilesAreGoneCountOnce)
+{
+    EXPECT_EQ(Leftovers::removedPorts("7f00-7f10 rw-s 0 00:1 7 /dev/shm/fastrtps_port7413 (deleted)\n"
+                                      "7f20-7f30 rw-s 0 00:1 7 /dev/shm/fastrtps_port7413 (deleted)\n"
+                                      "7f40-7f50 rw-s 0 00:1 8 /dev/shm/fastrtps_port7411\n"
+                                      "7f60-7f70 rw-s 0 00:1 9 /dev/shm/fastrtps_0123456789abcdef (deleted)\n"),
+              1U);
+}

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <exception>
 #include <list>
@@ -52,11 +53,14 @@ void awaitListener(const RawPeer& peer, std::size_t publisher, const std::string
 constexpr double kMostOf = 0.75;  // of what is possible is to be reached beside all else
 
 /// What came meanwhile and what comes afterwards.
-/// @param possible  joins a second, by what the service was sent
-void tellJoins(Report& report, const std::string& what, const Traffic& traffic, double seen, double possible,
-               bool isShort)
+/// @param share    of the turns of the worker that find inputs that fit
+/// @param seconds  that it lasted: of few turns chance may take some
+void tellJoins(Report& report, const std::string& what, const Traffic& traffic, double seen, double share,
+               double seconds, bool isShort)
 {
-    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, kMostOf * possible});
+    const double turns = Traffic::kMostASecond * seconds;
+    const double least = kMostOf * share * turns - 2.0 * std::sqrt(turns * share * (1.0 - share));
+    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, std::max(least, 0.0) / seconds});
     const double afterwards = traffic.rateOfNext(isShort ? 3 : 20);
     report.figure(what + ": joins afterwards", afterwards, "a second",
                   {Goal::AtLeast, kMostOf * Traffic::kMostASecond});
@@ -162,7 +166,7 @@ void wrongTypes(Report& report, bool isShort)
         if (isHeardByService(kTopics[i].first))
             report.expect(liar.waitUntilTaken(lying[i]), "wrong-types: not taken: " + kTopics[i].first);
     }
-    tellJoins(report, "wrong-types", *joining.traffic, rate.joins, Traffic::kMostASecond, isShort);
+    tellJoins(report, "wrong-types", *joining.traffic, rate.joins, 1.0, isShort ? 1.0 : 30.0, isShort);
     joining.scene.expectEndInOrder("wrong-types");
 }
 
@@ -197,7 +201,7 @@ void duplicates(Report& report, bool isShort)
     for (std::size_t i = 0; i < kPublishers; ++i)
         report.expect(peer.waitUntilTaken(i), "duplicates: what one publisher sent was not taken");
     report.figure("duplicates: growth of memory", (joining.scene.resident() - before) / 1e6, "MB", {Goal::AtMost, 30});
-    tellJoins(report, "duplicates", *joining.traffic, rate.joins, Traffic::kMostASecond, isShort);
+    tellJoins(report, "duplicates", *joining.traffic, rate.joins, 1.0, isShort ? 1.0 : 30.0, isShort);
     joining.scene.expectEndInOrder("duplicates");
 }
 
@@ -268,7 +272,7 @@ void poisonFrom(Report& report, const std::string& what, std::uint8_t source, bo
     const double share = shareThatFits(source);
     report.figure(what + ": share of the time in which inputs that fit are there", 100.0 * share, "%");
     report.figure(what + ": of the joins, with a time", rate.joins, "a second");
-    tellJoins(report, what, *joining.traffic, rate.tells, share * Traffic::kMostASecond, isShort);
+    tellJoins(report, what, *joining.traffic, rate.tells, share, seconds, isShort);
     report.figure(what + ": growth of memory", (joining.scene.resident() - before) / 1e6, "MB", {Goal::AtMost, 30});
     joining.scene.expectEndInOrder(what);
 }

@@ -135,7 +135,7 @@ const Row& rowOf(const std::string& type)
 }  // namespace
 
 Payloads::Payloads(const std::string& type, std::uint32_t seed, std::int32_t device, std::int64_t seconds)
-    : m_type(type), m_extreme(rowOf(type).extreme), m_random(seed), m_device(device), m_seconds(seconds)
+    : m_extreme(rowOf(type).extreme), m_random(seed), m_device(device), m_seconds(seconds)
 {}
 
 std::optional<Stamp> stampOf(const std::string& type, const Payload& payload)
@@ -143,17 +143,24 @@ std::optional<Stamp> stampOf(const std::string& type, const Payload& payload)
     return rowOf(type).stamp(payload);
 }
 
-double Payloads::shareThatFits(std::optional<std::uint8_t> wanted)
+double shareThatFits(const std::vector<PoisonedInput>& inputs, std::int32_t device, std::int64_t seconds)
 {
-    constexpr int kTried = 4000;
-    double kept = kTried / kPoisonPerGood, fitting = kept;  // the good ones
+    constexpr int kTried = 4000, kBetweenGood = 100;
+    std::vector<Payloads> payloads;
+    for (const PoisonedInput& input : inputs) payloads.emplace_back(input.type, input.seed, device, seconds);
+    std::vector<bool> fits(inputs.size(), true);
+    int fitting = 0;
     for (int i = 0; i < kTried; ++i) {
-        const auto stamp = stampOf(m_type, next());
-        if (!stamp || (wanted && stamp->server != *wanted)) continue;
-        ++kept;
-        fitting += std::abs(stamp->validAt - static_cast<double>(m_seconds)) < 1.0;
+        for (std::size_t input = 0; input < inputs.size(); ++input) {
+            const auto stamp = stampOf(inputs[input].type, payloads[input].next());
+            if (i % kBetweenGood == 0)
+                fits[input] = true;
+            else if (stamp && stamp->server == inputs[input].wanted.value_or(stamp->server))
+                fits[input] = std::abs(stamp->validAt - static_cast<double>(seconds)) < 1.0;
+        }
+        fitting += std::ranges::all_of(fits, [](bool one) { return one; });
     }
-    return fitting / kept;
+    return static_cast<double>(fitting) / kTried;
 }
 
 Payload Payloads::extreme()

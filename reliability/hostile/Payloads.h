@@ -33,23 +33,25 @@ public:
     /// The next of four kinds in turn: an extreme record, one with some bytes changed, one cut, and any bytes.
     Payload next();
 
-    /// How many payloads a second lie between two of a source that is in order.
-    static constexpr double kPoisonPerGood = 100.0;
-
-    /// The share of the time in which the newest input that the service keeps of a topic is one that can be joined, when
-    /// these payloads come so often among good ones.
-    /// @param wanted  server that is taken; any if there is none
-    double shareThatFits(std::optional<std::uint8_t> wanted);
-
 private:
     using Extreme = Payload (*)(std::mt19937& random, std::int32_t device, std::int64_t seconds);
 
-    const std::string m_type;
     const Extreme m_extreme;
     std::mt19937 m_random;
     const std::int32_t m_device;
     const std::int64_t m_seconds;
     unsigned m_turn = 0;
 };
+
+/// An input of the service whose topic gets payloads of this kind.
+struct PoisonedInput {
+    std::string type;
+    std::uint32_t seed;
+    std::optional<std::uint8_t> wanted;  ///< the server that it is taken from; anybody if there is none
+};
+
+/// The share of the time in which the service keeps inputs that can be joined, when each of these topics gets its next
+/// payload at the same time, and a good one in place of every hundredth: the newest that is taken is kept.
+double shareThatFits(const std::vector<PoisonedInput>& inputs, std::int32_t device, std::int64_t seconds);
 
 #endif

@@ -60,7 +60,7 @@ void tellJoins(Report& report, const std::string& what, const Traffic& traffic, 
 {
     const double turns = Traffic::kMostASecond * seconds;
     const double least = kMostOf * share * turns - 2.0 * std::sqrt(turns * share * (1.0 - share));
-    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, std::max(least, 0.0) / seconds});
+    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, std::max(least, 1.0) / seconds});
     const double afterwards = traffic.rateOfNext(isShort ? 3 : 20);
     report.figure(what + ": joins afterwards", afterwards, "a second",
                   {Goal::AtLeast, kMostOf * Traffic::kMostASecond});
@@ -207,13 +207,19 @@ void duplicates(Report& report, bool isShort)
 
 namespace {
 
-/// The share of the time in which what the service keeps of the five topics that are joined can be.
-double shareThatFits(std::uint8_t source)
+/// The inputs among the topics, each with the seed of its payloads.
+std::vector<PoisonedInput> poisonedInputs(std::uint32_t firstSeed)
 {
-    double share = 1.0;
-    for (const char* type : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus"})
-        share *= Payloads(type, source, deviceId(source), Traffic::kSeconds).shareThatFits(kWanted);
-    return share * Payloads("AssuranceState", source, deviceId(source), Traffic::kSeconds).shareThatFits({});
+    std::vector<PoisonedInput> inputs;
+    for (const auto& [topic, type] : kTopics) {
+        const std::uint32_t seed = firstSeed++;
+        if (topic == "AssuranceState")
+            inputs.push_back({type, seed, {}});
+        else if (topic == "PositionVelocityAttitude" || topic == "UTCTime" || topic == "HalvexPNT" ||
+                 topic == "MeasurementIncorporationStatus")
+            inputs.push_back({type, seed, kWanted});
+    }
+    return inputs;
 }
 
 /// A thousand payloads a second on each topic that are no records, or records of no sense. They may be joined: where
@@ -269,7 +275,7 @@ void poisonFrom(Report& report, const std::string& what, std::uint8_t source, bo
             report.expect(peer.waitUntilTaken(0), what + ": not taken: " + taken->first);
         ++taken;
     }
-    const double share = shareThatFits(source);
+    const double share = shareThatFits(poisonedInputs(source), deviceId(source), Traffic::kSeconds);
     report.figure(what + ": share of the time in which inputs that fit are there", 100.0 * share, "%");
     report.figure(what + ": of the joins, with a time", rate.joins, "a second");
     tellJoins(report, what, *joining.traffic, rate.tells, share, seconds, isShort);

@@ -75,12 +75,18 @@ TEST(PayloadsTest, StampIsThatOfTheHeader)
 
 TEST(PayloadsTest, WhatIsNotWantedTakesNoInputAway)
 {
-    EXPECT_GT(Payloads("UTCTime", 1, kDevice, 5000).shareThatFits(std::uint8_t{97}), 0.9);
+    EXPECT_GT(shareThatFits({{"UTCTime", 1, std::uint8_t{97}}}, kDevice, 5000), 0.9);
 }
 
 TEST(PayloadsTest, WhatIsWantedTakesSomeInputsAway)
 {
-    const double share = Payloads("UTCTime", 1, kDevice, 5000).shareThatFits(std::uint8_t{96});
-    EXPECT_GT(share, 0.3);
-    EXPECT_LT(share, 0.95);
+    const double share = shareThatFits({{"UTCTime", 1, std::uint8_t{96}}}, kDevice, 5000);
+    EXPECT_GT(share, 0.1);
+    EXPECT_LT(share, 0.9);
+}
+
+TEST(PayloadsTest, MoreInputsFitTogetherLessOften)
+{
+    EXPECT_LT(shareThatFits({{"UTCTime", 1, {}}, {"AssuranceState", 2, {}}, {"HalvexPNT", 3, {}}}, kDevice, 5000),
+              shareThatFits({{"UTCTime", 1, {}}}, kDevice, 5000));
 }

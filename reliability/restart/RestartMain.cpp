@@ -103,9 +103,10 @@ void tell(Report& report, const Cycles& cycles, CyclesSeen seen)
         report.figure(name + ", of the deaf, cured by a restart after 8 s", seen.cured,
                       "of " + std::to_string(seen.deaf));
     if (seen.failedMeetings > 0) report.figure(name + ", first meetings of new ones that failed", seen.failedMeetings);
-    report.note(name + ", ports of the dead that the peer still held: when it heard at most " +
-                std::to_string(seen.heldWhenHeard) + ", when it was deaf at least " +
-                (seen.heldWhenDeaf ? std::to_string(*seen.heldWhenDeaf) : std::string("-")));
+    if (cycles.transport == "SHM")
+        report.note(name + ", ports of the dead that the peer still held: when it heard at most " +
+                    std::to_string(seen.heldWhenHeard) + ", when it was deaf at least " +
+                    (seen.heldWhenDeaf ? std::to_string(*seen.heldWhenDeaf) : std::string("-")));
     if (!seen.heard.empty()) Statistics::tell(report, name + ", heard again", std::move(seen.heard), "s");
     report.note(name + ", files left: " + std::to_string(seen.mostLeft) +
                 " at most, the peer's among them; slowest start " + std::to_string(std::lround(1000.0 * seen.running)) +

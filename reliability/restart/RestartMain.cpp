@@ -2,6 +2,7 @@
 #include "reliability/Statistics.h"
 #include "reliability/restart/Cycles.h"
 #include "reliability/restart/Promise.h"
+#include "reliability/restart/RowLine.h"
 #include "tests/support/ChildProcess.h"
 
 #include <nlohmann/json.hpp>
@@ -66,14 +67,16 @@ int runOne(const std::vector<std::string>& words)
 /// Runs a row on a unit of its own.
 CyclesSeen runBeside(const Cycles& cycles)
 {
-    std::vector<std::string> line = {ORVANE_SANDBOX, "--", fs::read_symlink("/proc/self/exe"), "--cycles"};
-    for (const std::string& word : wordsOf(cycles)) line.push_back(word);
-    ChildProcess process(line);
-    const auto hasTold = [&] { return process.output().ends_with('\n') || !process.errors().empty(); };
+    std::vector<std::string> command = {ORVANE_SANDBOX, "--", fs::read_symlink("/proc/self/exe"), "--cycles"};
+    for (const std::string& word : wordsOf(cycles)) command.push_back(word);
+    ChildProcess process(command);
+    const auto hasTold = [&] { return rowLineIn(process.output()) || !process.errors().empty(); };
     const auto each = cycles.pause + cycles.deadline + 300s;  // and what a new meeting takes
     if (!eventually(hasTold, each * (cycles.count + 1))) throw std::runtime_error("a row has not ended");
     if (process.wait() != ChildProcess::Ending{0, 0}) throw std::runtime_error(process.errors());
-    const auto told = Json::parse(process.output());
+    const auto line = rowLineIn(process.output());
+    if (!line) throw std::runtime_error("a row has told nothing");
+    const auto told = Json::parse(*line);
     CyclesSeen seen;
     seen.heard = told.at("heard").get<std::vector<double>>();
     seen.failedMeetings = told.at("failedMeetings").get<int>();

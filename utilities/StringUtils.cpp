@@ -1,8 +1,8 @@
 #include "utilities/StringUtils.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <sstream>
 
 namespace StringUtils {
 
@@ -70,9 +70,12 @@ std::string join(const std::vector<std::string>& parts, char separator)
 
 std::vector<std::string> split(const std::string& text, char separator)
 {
-    std::istringstream stream(text);
     std::vector<std::string> parts;
-    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find(separator, begin), text.size());
+        parts.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
     return parts;
 }
 

@@ -47,7 +47,7 @@ std::vector<std::string> splitToChunks(const std::string& text, unsigned size);
 std::string join(const std::vector<std::string>& parts, char separator);
 
 /// The parts of `text` between separators, empty ones included; but a trailing separator gives no empty last part, and
-/// an empty text has no parts.
+/// an empty text has no parts. Throws `std::bad_alloc`, and never leaves out a part for want of memory.
 std::vector<std::string> split(const std::string& text, char separator);
 
 }  // namespace StringUtils

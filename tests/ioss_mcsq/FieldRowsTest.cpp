@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <span>
 #include <vector>
 
 namespace {
@@ -31,6 +32,16 @@ TEST(FieldRowsTest, RowBeyondBlockOrRecordIsLeftOut)
     std::vector<std::uint8_t> packed = {7};
     packRows(kRows, record, packed);
     EXPECT_EQ(packed, (std::vector<std::uint8_t>{7}));
+}
+
+TEST(FieldRowsTest, RowWithinTheBlockButBeyondTheRecordIsLeftOut)
+{
+    std::array<std::uint8_t, 4> block = {1, 2, 3, 4};
+    std::array<std::uint8_t, 5> record = {9, 9, 9, 9, 9};
+    unpackRows(kRows, block, std::span(record).first(4));
+    EXPECT_EQ(record, (std::array<std::uint8_t, 5>{9, 1, 2, 9, 9}));
+    packRows(kRows, std::span(record).first(4), block);
+    EXPECT_EQ(block, (std::array<std::uint8_t, 4>{1, 2, 3, 4}));
 }
 
 TEST(FieldRowsTest, OverlapAndOverhangDoNotFit)

@@ -163,19 +163,33 @@ constexpr std::size_t largestEnd(std::size_t position)
     }
 }
 
-/// Bytes that the fixed layout of `T` takes, its leading padding included, by its position modulo 8.
+using FixedSizes = std::array<std::size_t, 8>;
+
 template <class T>
-inline constexpr std::array<std::size_t, 8> kFixedSizes = [] {
-    std::array<std::size_t, 8> sizes{};
+consteval FixedSizes fixedSizes()
+{
+    FixedSizes sizes{};
     for (std::size_t position = 0; position < sizes.size(); ++position)
         sizes[position] = largestEnd<T, false>(position) - position;
     return sizes;
-}();
+}
+
+template <class T>
+struct FixedLayout {
+    static constexpr FixedSizes kSizes = fixedSizes<T>();
+};
+
+/// Bytes that the fixed layout of `T` takes if it begins at `position`, its leading padding included.
+template <class T>
+constexpr std::size_t fixedSize(std::size_t position)
+{
+    return FixedLayout<T>::kSizes[position % 8];
+}
 
 template <class T>
 constexpr std::size_t fixedEnd(std::size_t position)
 {
-    return position + kFixedSizes<T>[position % 8];
+    return position + fixedSize<T>(position);
 }
 
 /// The end of `count` elements in a row. The size of an element depends on where within the alignment it begins, so it
@@ -184,7 +198,7 @@ template <class Element>
 constexpr std::size_t elementsEnd(std::size_t position, std::size_t count)
 {
     for (; count > 0; --count) {
-        const std::size_t size = kFixedSizes<Element>[position % 8];
+        const std::size_t size = fixedSize<Element>(position);
         if (size % kAlignment<Element> == 0) return position + size * count;
         position += size;
     }
@@ -249,7 +263,7 @@ constexpr std::size_t bytesOfNumbers()
 /// The object in memory is, byte for byte, what travels: no padding here or there.
 template <class T>
 inline constexpr bool kSameInMemory = [] {
-    return std::is_trivially_copyable_v<T> && bytesOfNumbers<T>() == sizeof(T) && kFixedSizes<T>[0] == sizeof(T);
+    return std::is_trivially_copyable_v<T> && bytesOfNumbers<T>() == sizeof(T) && fixedSize<T>(0) == sizeof(T);
 }();
 
 }  // namespace aspn2_msgs::idl::layout

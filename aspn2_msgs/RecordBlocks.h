@@ -105,9 +105,9 @@ template <std::size_t Position, class Element>
 struct Elements {
     static constexpr std::size_t kBegin = layout::afterCount(Position);
     static constexpr std::size_t kFirst = kBegin % layout::kAlignment<Element>;
-    static constexpr std::size_t kFirstSize = layout::kFixedSizes<Element>[kFirst];
+    static constexpr std::size_t kFirstSize = layout::fixedSize<Element>(kFirst);
     static constexpr std::size_t kNext = (kFirst + kFirstSize) % layout::kAlignment<Element>;
-    static constexpr std::size_t kNextSize = layout::kFixedSizes<Element>[kNext];
+    static constexpr std::size_t kNextSize = layout::fixedSize<Element>(kNext);
     static_assert(kNextSize % layout::kAlignment<Element> == 0, "the third element stands yet differently");
     static constexpr bool kOneBlock = kOneRun<Element> && kFirst == 0;
 
@@ -196,7 +196,7 @@ bool loadTail(const char* bytes, std::size_t size, std::vector<Element>& element
 template <Record R>
 std::size_t store(char* bytes, std::size_t room, const R& record)
 {
-    constexpr std::size_t kFixedPart = layout::kFixedSizes<R>[0];
+    constexpr std::size_t kFixedPart = layout::fixedSize<R>(0);
     if (room < kFixedPart) return 0;
     auto storeFixed = Store{bytes, 0};
     storeFixed(record);
@@ -212,7 +212,7 @@ std::size_t store(char* bytes, std::size_t room, const R& record)
 template <Record R>
 bool load(const char* bytes, std::size_t size, R& record)
 {
-    constexpr std::size_t kFixedPart = layout::kFixedSizes<R>[0];
+    constexpr std::size_t kFixedPart = layout::fixedSize<R>(0);
     if (size < kFixedPart || !loadFixed(bytes, 0, record)) return false;
     bool good = true;
     auto tail = [&]<class Field>(Field& field) {

@@ -39,7 +39,7 @@ void OrvaneServer::Framework_Connect(const FACE::String&, RETURN_CODE_TYPE::Valu
 
 TopicHandlers OrvaneServer::topicHandlers()
 {
-    const auto to = [this]<class T>(void (OrvaneServer::*handler)(const T&)) {
+    auto to = [this]<class T>(void (OrvaneServer::*handler)(const T&)) {
         return [this, handler](const T& message) { (this->*handler)(message); };
     };
     return {.bitReport = to(&OrvaneServer::cbBitReport),

@@ -98,7 +98,7 @@ void TopicWiring::createConnections(RETURN_CODE_TYPE::Value& code)
 
 void TopicWiring::makeTransports()
 {
-    const auto make = [this]<class T>(Transport<T>& transport) {
+    auto make = [this]<class T>(Transport<T>& transport) {
         transport = std::make_shared<FACE::TSS::Details::HX_TypedTS<T>>();
         auto ignored = RETURN_CODE_TYPE::NO_ERROR;
         transport->Set_Reference(FACE::String(), m_tss, 0, ignored);
@@ -111,7 +111,7 @@ void TopicWiring::registerCallbacks(const TopicHandlers& handlers, RETURN_CODE_T
     Results results;
     results.fill(kUntried);
     auto next = results.begin();
-    const auto receive = [&]<class T>(Topic topic, const std::function<void(const T&)>& handler) {
+    auto receive = [&]<class T>(Topic topic, const std::function<void(const T&)>& handler) {
         transport<T>()->Register_Callback(id(topic), callTo<T>(handler), *next++);
     };
     const auto sendOn = [&](Topic topic) {

@@ -29,7 +29,7 @@ namespace {
 /// The text of a key that must be there.
 std::string readText(Configuration& config, int handle, const char* key, RETURN_CODE_TYPE::Value& return_code)
 {
-    const std::string text = HX_Config_Helpers::Details::Read_Config(config, handle, key);
+    std::string text = HX_Config_Helpers::Details::Read_Config(config, handle, key);
     if (text.empty()) return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
     return text;
 }

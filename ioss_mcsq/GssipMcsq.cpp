@@ -14,7 +14,6 @@
 #include <sstream>
 #include <utility>
 
-using FACE::RETURN_CODE_TYPE;
 using FACE::Sequence;
 
 namespace {

@@ -40,16 +40,18 @@ template <std::uint16_t Wdcnt>
 struct GssipFrame {
     std::array<std::uint16_t, gssipFrameWords(Wdcnt)> words;
 
+    static constexpr std::size_t kDataBytes = 2 * std::size_t{Wdcnt};
+
     /// The data as it is on the wire.
-    std::span<const std::uint8_t, 2 * Wdcnt> data() const
+    std::span<const std::uint8_t, kDataBytes> data() const
     {
-        return std::span<const std::uint8_t, 2 * Wdcnt>(
-            reinterpret_cast<const std::uint8_t*>(words.data() + kGssipHeaderWords), 2 * Wdcnt);
+        return std::span<const std::uint8_t, kDataBytes>(
+            reinterpret_cast<const std::uint8_t*>(words.data() + kGssipHeaderWords), kDataBytes);
     }
-    std::span<std::uint8_t, 2 * Wdcnt> data()
+    std::span<std::uint8_t, kDataBytes> data()
     {
-        return std::span<std::uint8_t, 2 * Wdcnt>(reinterpret_cast<std::uint8_t*>(words.data() + kGssipHeaderWords),
-                                                  2 * Wdcnt);
+        return std::span<std::uint8_t, kDataBytes>(reinterpret_cast<std::uint8_t*>(words.data() + kGssipHeaderWords),
+                                                   kDataBytes);
     }
 };
 

@@ -13,7 +13,8 @@ constexpr I saturate(double value)
     using Limits = std::numeric_limits<I>;
     // Both are powers of two or zero, so exact in a double; the greatest value itself need not be.
     constexpr double lowest = static_cast<double>(Limits::min());
-    constexpr double beyond = static_cast<double>(Limits::max() / 2 + 1) * 2.0;
+    constexpr I half = Limits::max() / 2 + 1;
+    constexpr double beyond = static_cast<double>(half) * 2.0;
     if (value != value) return 0;
     if (value <= lowest) return Limits::min();
     if (value >= beyond) return Limits::max();

@@ -44,6 +44,7 @@ public:
     const char* getSerialNumber2() const { return get(Serial2); }
     const char* getAntennaTable() const { return get(AntennaTable); }
 
+    // NOLINTBEGIN(performance-unnecessary-value-param): the interface takes its texts by value.
     void setSoftware1Version(std::string value) { set(Software1, value); }
     void setSoftware2Version(std::string value) { set(Software2, value); }
     void setSoftware3Version(std::string value) { set(Software3, value); }
@@ -61,6 +62,7 @@ public:
     void setSerialNumber1(std::string value) { set(Serial1, value); }
     void setSerialNumber2(std::string value) { set(Serial2, value); }
     void setAntennaTable(std::string value) { set(AntennaTable, value); }
+    // NOLINTEND(performance-unnecessary-value-param)
 
     /// "PARTNUMBERS", then comma, key, colon, value for each value that is set: those of unit 1, of unit 2, then the
     /// other software and the antenna table.

@@ -43,7 +43,8 @@ public:
     template <class Duration>
     void startWatchdog(const Duration& timeout, std::function<void()> callback)
     {
-        start(toMilliseconds(timeout), std::move(callback));
+        const std::uint64_t timeoutMs = toMilliseconds(timeout);
+        start(timeoutMs, std::move(callback));
     }
 
     /// Begins the period anew, and wakes the thread that waits for its end. Nothing happens to a timer that isn't

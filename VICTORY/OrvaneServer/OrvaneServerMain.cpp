@@ -47,6 +47,7 @@ void faultHandler(int signal, siginfo_t* info, void*)
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes it by value.
 void callOnceTransactionally(std::function<void(RETURN_CODE_TYPE::Value&)> call, RETURN_CODE_TYPE::Value& rc)
 {
     rc = RETURN_CODE_TYPE::IN_PROGRESS;

@@ -189,7 +189,8 @@ int OrvaneServer::cbClearSystemDataCallback(void* context, VapntsService* servic
             const auto* const server = static_cast<const OrvaneServer*>(context);
             // The word is always this one.
             if (server && !server->m_settings.m_quiet)
-                printLine(std::cout, kTexts.function, " : ", "Return code to VDB: ", "ERROR");
+                printLine(std::cout, VictoryCallbacks::kClearSystemData.function, " : ",
+                          "Return code to VDB: ", "ERROR");
         },
         [](const char*) {});
     return 1;

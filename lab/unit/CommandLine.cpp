@@ -1,6 +1,7 @@
 #include "lab/unit/CommandLine.h"
 
 #include "lab/unit/EventText.h"
+#include "lab/unit/ScenarioText.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/StringUtils.h"
 
@@ -20,7 +21,6 @@ namespace {
 
 constexpr int kMisused = 2;
 constexpr double kLongest = 1e8;  // s
-constexpr std::array<const char*, kOutputs> kShortNames = {"pva", "utc", "pnt", "mis", "assurance", "8504"};
 
 constexpr const char* kFooter = "OUTPUT is one of pva, utc, pnt, mis, assurance (or the name of the topic) and 8504.\n"
                                 "FROM:TO are seconds from the start; FROM alone has no end.\n"
@@ -56,8 +56,7 @@ Window windowOf(const std::string& option, const std::string& text, const std::s
 
 std::size_t outputOf(const std::string& option, const std::string& name)
 {
-    for (std::size_t i = 0; i < kOutputs; ++i)
-        if (name == kOutputNames[i] || name == kShortNames[i]) return i;
+    if (const auto output = outputNamed(name)) return indexOf(*output);
     throw wrong(option, name, "is no output: pva, utc, pnt, mis, assurance, 8504");
 }
 
@@ -131,7 +130,11 @@ std::uint8_t& serverOf(Settings& settings, std::size_t output)
 
 void applyEvents(const Texts& texts, Settings& settings)
 {
-    if (!texts.scenario.empty()) settings.events = readScenario(texts.scenario);
+    if (!texts.scenario.empty()) {
+        Scenario scenario = readScenario(texts.scenario);
+        settings.events = std::move(scenario.events);
+        settings.world = std::move(scenario.world);
+    }
     for (const std::string& value : texts.commands)
         settings.events.push_back(
             eventOf("--command", value, [](const std::string& text) { return SendCommand{text}; }));
@@ -240,7 +243,8 @@ void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
 void addEvents(CLI::App& tool, Settings& settings, Texts& texts)
 {
     const auto rate = CLI::Range(0.0, 1000.0);
-    tool.add_option("--scenario", texts.scenario, "FILE with a line for each event, such as: at 5 warn 6 ANTENNA OPEN");
+    tool.add_option("--scenario", texts.scenario,
+                    "FILE with a line for each event or place, such as: at 5 warn 6 ANTENNA OPEN");
     tool.add_option("--threat", texts.threats, "KIND KEY=VALUE... + ...@SECONDS: a threat report, such as jam az=90@5");
     tool.add_option("--warn", texts.warnings, "NUMBER TEXT@SECONDS: a warning of the receiver");
     tool.add_option("--threat-rate", settings.threatRateHz, "random threat reports a second, on the average")
@@ -268,6 +272,8 @@ void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_option("--duration", settings.durationSeconds, "seconds to run (default: until it is stopped)")
         ->check(CLI::Range(0.0, kLongest));
     tool.add_option("--control", settings.control, "socket that takes lines of a scenario while it runs");
+    tool.add_flag("--repeatable", settings.repeatable,
+                  "the same seed and scenario send the same bytes: times are the planned ones, no epoch is left out");
     tool.add_option("--log", settings.log, "file that gets a line for all that is sent");
     tool.add_flag("-q,--quiet", settings.quiet, "say only what is wrong");
     tool.add_flag("-v,--verbose", settings.verbose, "a line for each epoch");

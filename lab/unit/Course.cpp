@@ -1,13 +1,12 @@
 #include "lab/unit/Course.h"
 
-#include "utilities/geodetic.h"
+#include "lab/unit/Geometry.h"
 
 #include <cmath>
 #include <numbers>
 
 namespace unitsim {
 
-using QD_K71T_geometry::Geodetic;
 using std::numbers::pi;
 
 namespace {
@@ -22,26 +21,6 @@ constexpr double kStopSeconds = 60.0;   // from one stop to the next
 constexpr double kMeanRate = 0.0155;    // rad/s round the ellipse
 constexpr double kGravity = 9.80665;    // m/s^2
 constexpr double kRollGradient = 0.05;  // rad of roll for one g across
-
-/// Radii of curvature of WGS-84 in the meridian and in the prime vertical, metres (Torge, Geodesy).
-double meridianRadius(double latitude)
-{
-    const double s = std::sin(latitude);
-    const double w = std::sqrt(1.0 - Geodetic::ECCENTRICITY_SQUARED * s * s);
-    return Geodetic::SEMI_MAJOR_AXIS * Geodetic::ONE_MINUS_ECCENTRICITY_SQUARED / (w * w * w);
-}
-
-double primeVerticalRadius(double latitude)
-{
-    const double s = std::sin(latitude);
-    return Geodetic::SEMI_MAJOR_AXIS / std::sqrt(1.0 - Geodetic::ECCENTRICITY_SQUARED * s * s);
-}
-
-double fullTurn(double angle)
-{
-    const double turned = std::fmod(angle, 2.0 * pi);
-    return turned < 0.0 ? turned + 2.0 * pi : turned;
-}
 
 }  // namespace
 

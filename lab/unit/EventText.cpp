@@ -1,13 +1,13 @@
 #include "lab/unit/EventText.h"
 
 #include "lab/unit/CommandAnswers.h"
+#include "lab/unit/Words.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -16,37 +16,10 @@ namespace unitsim {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
-constexpr double kLatest = 1e8;  // s
-
-std::invalid_argument wrong(std::string_view word, const std::string& what)
-{
-    constexpr std::size_t kLongestShown = 60;
-    std::string text = "'" + std::string(word.substr(0, kLongestShown)) + "' " + what;
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char byte) { return byte < ' ' || byte > '~'; }, '?');
-    return std::invalid_argument(text);
-}
-
-/// Takes the first word off a text; empty if there is none.
-std::string_view takeWord(std::string_view& text)
-{
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
-    text.remove_prefix(word.size());
-    return word;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-void expectEnd(std::string_view rest)
-{
-    if (const std::string_view word = takeWord(rest); !word.empty()) throw wrong(word, "is one word too many");
-}
+using words::chosen;
+using words::expectEnd;
+using words::trimmed;
+using words::wrong;
 
 template <class Number>
 Number wholeOf(std::string_view text, std::string_view word, Number low = std::numeric_limits<Number>::min(),
@@ -78,18 +51,6 @@ unsigned stepsOf(std::string_view text, std::string_view word, double step, unsi
                               " in steps of " + shown(step));
     }
     return static_cast<unsigned>(whole);
-}
-
-template <class Value, std::size_t Size>
-Value chosen(std::string_view name, std::string_view word, const std::pair<std::string_view, Value> (&choices)[Size],
-             const char* what)
-{
-    std::string names;
-    for (const auto& [choice, value] : choices) {
-        if (name == choice) return value;
-        names += (names.empty() ? "" : ", ") + std::string(choice);
-    }
-    throw wrong(word, std::string(what) + names);
 }
 
 Threat everythingTold()
@@ -146,14 +107,31 @@ void set(Threat& threat, std::string_view word)
     }
 }
 
-double secondsOf(std::string_view word)
+/// A kind of fault with the number that it may have behind an equals sign.
+struct FaultKind {
+    Fault::Kind kind;
+    double usual = 0.0;
+    double low = 0.0;  // without any number if the limits are equal
+    double high = 0.0;
+    bool isWhole = false;
+    const char* what = "has no number";
+};
+
+FaultKind wrongKindOf(Output output)
 {
-    const std::string text(word);
-    char* end = nullptr;
-    const double seconds = std::strtod(text.c_str(), &end);
-    if (text.empty() || end != text.c_str() + text.size() || !(seconds >= 0.0 && seconds <= kLatest))
-        throw wrong(word, "is no number of seconds");
-    return seconds;
+    switch (output) {
+    case Output::PositionVelocityAttitude:
+    case Output::HalvexPNT:
+        return {Fault::Kind::Wrong, 1000.0, -1e6, 1e6, false, "has no metres from -1000000 to 1000000"};
+    case Output::UTCTime:
+    case Output::Report8504:
+        return {Fault::Kind::Wrong, 10.0, -3600.0, 3600.0, false, "has no seconds from -3600 to 3600"};
+    case Output::AssuranceState:
+        return {Fault::Kind::Wrong, 0.0, 0.0, 255.0, true, "has no state from 0 to 255"};
+    case Output::MeasurementIncorporationStatus:
+        break;
+    }
+    return {Fault::Kind::Wrong};
 }
 
 }  // namespace
@@ -162,7 +140,7 @@ ThreatReport threatReportOf(std::string_view text)
 {
     ThreatReport report;
     bool expectsKind = true;
-    for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
+    for (std::string_view word = words::take(text); !word.empty(); word = words::take(text)) {
         if (expectsKind) {
             if (report.threats.size() == ThreatReport::kMost) throw wrong(word, "is one threat too many for a report");
             report.threats.push_back(kindOf(word));
@@ -179,7 +157,7 @@ ThreatReport threatReportOf(std::string_view text)
 
 Warning warningOf(std::string_view text)
 {
-    const std::string_view number = takeWord(text);
+    const std::string_view number = words::take(text);
     if (number.empty()) throw wrong("warn", "needs a number");
     Warning warning;
     warning.number = wholeOf<std::uint16_t>(number, number);
@@ -232,18 +210,58 @@ std::string componentOf(std::string_view text)
     throw wrong(text, "has no part numbers: " + names);
 }
 
+SetFault faultOf(std::string_view text)
+{
+    const std::string_view name = words::argument(text, "fault");
+    const std::optional<Output> output = outputNamed(name);
+    if (!output) throw wrong(name, "is no output: pva, utc, pnt, mis, assurance, 8504");
+    const std::string_view word = words::argument(text, name);
+    expectEnd(text);
+    const std::pair<std::string_view, FaultKind> kKinds[] = {
+        {"none", {Fault::Kind::None}},
+        {"off", {Fault::Kind::Off}},
+        {"stuck", {Fault::Kind::Stuck}},
+        {"garbage", {Fault::Kind::Garbage}},
+        {"wrong", wrongKindOf(*output)},
+        {"slow", {Fault::Kind::Slow, 5.0, 2.0, 1000.0, true, "has no whole number from 2 to 1000"}},
+        {"delayed", {Fault::Kind::Delayed, 1.5, 0.001, 60.0, false, "has no seconds from 0.001 to 60"}},
+        {"intermittent", {Fault::Kind::Intermittent, 0.5, 0.0, 1.0, false, "has no probability from 0 to 1"}}};
+    const auto equals = word.find('=');
+    const FaultKind kind = chosen(word.substr(0, equals), word, kKinds, "is no kind of fault: ");
+    SetFault set{*output, {kind.kind, kind.usual}};
+    if (equals == std::string_view::npos) return set;
+    if (kind.low == kind.high) throw wrong(word, "takes no number");
+    set.fault.amount = words::number(word.substr(equals + 1), word, kind.low, kind.high, kind.what);
+    if (kind.isWhole && set.fault.amount != std::floor(set.fault.amount)) throw wrong(word, kind.what);
+    return set;
+}
+
+SetQuality qualityOf(std::string_view text)
+{
+    using Source = SetQuality::Source;
+    constexpr std::pair<std::string_view, Source> kSources[] = {{"gps", Source::Gps},
+                                                                {"pva", Source::PositionVelocityAttitude},
+                                                                {"utc", Source::UTCTime},
+                                                                {"pnt", Source::HalvexPNT}};
+    const std::string_view name = words::argument(text, "quality");
+    const Source source = chosen(name, name, kSources, "has no quality: ");
+    const std::string_view factor = words::argument(text, name);
+    expectEnd(text);
+    return {source, words::number(factor, factor, 0.0, 1e6, "is no factor from 0 to 1000000")};
+}
+
 Happening happeningOf(std::string_view text)
 {
-    enum class Word { Threat, Warn, GpsLost, GpsBack, Answers, Silent, Speaking, Bit, Command };
+    enum class Word { Threat, Warn, GpsLost, GpsBack, Answers, Silent, Speaking, Bit, Command, Fault, Quality };
     constexpr std::pair<std::string_view, Word> kWords[] = {
-        {"threat", Word::Threat},     {"warn", Word::Warn},       {"gps-lost", Word::GpsLost},
-        {"gps-back", Word::GpsBack},  {"answers", Word::Answers}, {"silent", Word::Silent},
-        {"speaking", Word::Speaking}, {"bit", Word::Bit},         {"command", Word::Command}};
+        {"threat", Word::Threat},   {"warn", Word::Warn},     {"gps-lost", Word::GpsLost},  {"gps-back", Word::GpsBack},
+        {"answers", Word::Answers}, {"silent", Word::Silent}, {"speaking", Word::Speaking}, {"bit", Word::Bit},
+        {"command", Word::Command}, {"fault", Word::Fault},   {"quality", Word::Quality}};
     std::string_view rest = text;
-    const std::string_view first = takeWord(rest);
+    const std::string_view first = words::take(rest);
     const auto argument = [&] {
         std::string_view behind = rest;
-        const std::string_view word = takeWord(behind);
+        const std::string_view word = words::take(behind);
         if (word.empty()) throw wrong(first, "needs a word behind it");
         expectEnd(behind);
         return word;
@@ -270,44 +288,24 @@ Happening happeningOf(std::string_view text)
     case Word::Command:
         if (trimmed(rest).empty()) throw wrong(first, "needs a text behind it");
         return SendCommand{std::string(trimmed(rest))};
+    case Word::Fault:
+        return faultOf(rest);
+    case Word::Quality:
+        return qualityOf(rest);
     }
     throw wrong(first, "is nothing that happens");
 }
 
 std::optional<Event> eventOf(std::string_view line)
 {
-    const std::string_view first = takeWord(line);
+    const std::string_view first = words::take(line);
     if (first.empty() || first.front() == '#') return std::nullopt;
     if (first != "at") throw wrong(first, "stands where at SECONDS is expected");
-    const std::string_view time = takeWord(line);
+    const std::string_view time = words::take(line);
     if (time.empty()) throw wrong("at", "needs a number of seconds");
-    const double seconds = secondsOf(time);
+    const double seconds = words::seconds(time);
     if (trimmed(line).empty()) throw wrong(time, "needs behind it what happens then");
     return Event{seconds, happeningOf(line)};
-}
-
-std::vector<Event> scenarioOf(std::istream& file, const std::string& name)
-{
-    std::vector<Event> events;
-    std::string line;
-    for (std::size_t number = 1; std::getline(file, line); ++number) {
-        try {
-            if (auto event = eventOf(line)) events.push_back(std::move(*event));
-        } catch (const std::invalid_argument& error) {
-            throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
-        }
-    }
-    if (file.bad()) throw std::runtime_error(name + ": can't be read");
-    std::stable_sort(events.begin(), events.end(),
-                     [](const Event& one, const Event& other) { return one.seconds < other.seconds; });
-    return events;
-}
-
-std::vector<Event> readScenario(const std::string& name)
-{
-    std::ifstream file(name);
-    if (!file) throw std::runtime_error(name + ": can't be read");
-    return scenarioOf(file, name);
 }
 
 }  // namespace unitsim

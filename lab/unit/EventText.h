@@ -3,11 +3,9 @@
 
 #include "lab/unit/Events.h"
 
-#include <istream>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// Events as a person writes them (docs/lab/unit-sim.md tells the forms). Pure functions, any thread.
 ///
@@ -29,18 +27,17 @@ SetFinding findingOf(std::string_view text);
 /// The name of one of the components that have part numbers.
 std::string componentOf(std::string_view text);
 
+/// "pva stuck" or "8504 delayed=2.5": an output and what is wrong with it, or none.
+SetFault faultOf(std::string_view text);
+
+/// "gps 5": a source, and how many times larger its errors are.
+SetQuality qualityOf(std::string_view text);
+
 /// What stands behind the time in a line of a scenario: "warn 6 ANTENNA OPEN".
 Happening happeningOf(std::string_view text);
 
 /// A line "at 5 warn 6 ANTENNA OPEN"; none for an empty one and for one that begins with "#".
 std::optional<Event> eventOf(std::string_view line);
-
-/// All events of a file, in the order of their times, those of one time in the order of the lines. Throws
-/// `std::runtime_error` that names the file, the line and the word.
-std::vector<Event> scenarioOf(std::istream& file, const std::string& name);
-
-/// The same, opened by its name.
-std::vector<Event> readScenario(const std::string& name);
 
 }  // namespace unitsim
 

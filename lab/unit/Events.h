@@ -1,6 +1,8 @@
 #ifndef LAB_UNIT_EVENTS_H
 #define LAB_UNIT_EVENTS_H
 
+#include "lab/unit/Outputs.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -95,7 +97,47 @@ struct SetGps {
     bool operator==(const SetGps&) const = default;
 };
 
-using Happening = std::variant<ThreatReport, Warning, SendCommand, Answers, SetFinding, SetSilence, SetGps>;
+/// What is wrong with an output.
+struct Fault {
+    enum class Kind {
+        None,
+        Off,           // is not sent
+        Stuck,         // keeps the content of the last record
+        Garbage,       // numbers at random
+        Wrong,         // looks right and is not, by the amount
+        Slow,          // one of so many epochs is sent
+        Delayed,       // is sent so many seconds late
+        Intermittent,  // each epoch is left out with that probability
+    };
+
+    Kind kind = Kind::None;
+    double amount = 0.0;
+
+    bool operator==(const Fault&) const = default;
+};
+
+/// Sets what is wrong with an output from now on.
+struct SetFault {
+    Output output = Output::PositionVelocityAttitude;
+    Fault fault;
+
+    bool operator==(const SetFault&) const = default;
+};
+
+/// How many times larger errors are from now on, and the deviations that are claimed with them: of all that GPS tells, or
+/// of one output alone.
+struct SetQuality {
+    enum class Source : std::size_t { Gps, PositionVelocityAttitude, UTCTime, HalvexPNT };
+    static constexpr std::size_t kSources = 4;
+
+    Source source = Source::Gps;
+    double factor = 1.0;
+
+    bool operator==(const SetQuality&) const = default;
+};
+
+using Happening =
+    std::variant<ThreatReport, Warning, SendCommand, Answers, SetFinding, SetSilence, SetGps, SetFault, SetQuality>;
 
 struct Event {
     double seconds = 0.0;  // from the start

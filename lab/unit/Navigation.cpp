@@ -65,8 +65,9 @@ const std::array<Navigation::Quality, Navigation::kErrors> Navigation::kQualitie
     {0.004, 1e-4},  // attitude, rad
 }};
 
-Solution Navigation::solve(double seconds, GpsMoment trueTime, bool gpsLost)
+Solution Navigation::solve(double seconds, GpsMoment trueTime, bool gpsLost, double noise)
 {
+    if (!gpsLost) m_noise = noise;
     if (gpsLost && !m_lostSince) {
         m_lostSince = seconds;
         for (std::size_t i = 0; i < kErrors; ++i) m_errors[i].drift = kQualities[i].drift * drawn();
@@ -84,14 +85,16 @@ Solution Navigation::solve(double seconds, GpsMoment trueTime, bool gpsLost)
     for (std::size_t i = 0; i < kErrors; ++i) {
         const Quality& quality = kQualities[i];
         m_errors[i].wandering = kept * m_errors[i].wandering + added * quality.deviation * drawn();
-        error[i] = m_errors[i].wandering + m_errors[i].drift * outage;
-        deviation[i] = std::hypot(quality.deviation, quality.drift * outage);
+        error[i] = m_noise * m_errors[i].wandering + m_errors[i].drift * outage;
+        deviation[i] = std::hypot(m_noise * quality.deviation, quality.drift * outage);
     }
 
     Solution solution;
     solution.gpsLost = gpsLost;
     solution.time.nanoseconds = trueTime.nanoseconds + std::llround(error[0] * 1e9);
-    const VehicleState truth = Course::at(seconds);
+    const VehicleState truth = m_course(seconds);
+    solution.trueTime = trueTime;
+    solution.truth = truth;
     solution.state.position = moved(truth.position, error[1], error[2], error[3]);
     for (std::size_t axis = 0; axis < 3; ++axis) {
         solution.state.velocity[axis] = truth.velocity[axis] + error[4 + axis];

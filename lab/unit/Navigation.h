@@ -6,8 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <random>
+#include <utility>
 
 namespace unitsim {
 
@@ -29,6 +31,8 @@ struct GpsMoment {
 struct Solution {
     GpsMoment time;
     VehicleState state;
+    GpsMoment trueTime;
+    VehicleState truth;
     bool gpsLost = false;
     double timeError = 0.0;                    ///< s
     std::array<double, 3> positionError = {};  ///< north, east, down, m
@@ -38,13 +42,18 @@ struct Solution {
 
 /// The navigator: the true drive plus errors that have the deviations which it claims. With GPS an error wanders with
 /// a correlation time of half a minute; without, a drift that is drawn anew for each outage adds to it, and the claimed
-/// deviation grows with its. The same seed and times give the same solutions. One thread at a time.
+/// deviation grows with its. What disturbs GPS makes the wandering errors larger, and stays as it was last while GPS is
+/// lost. The same seed and times give the same solutions. One thread at a time.
 class Navigation {
 public:
-    explicit Navigation(std::uint64_t seed) : m_random(seed) {}
+    /// @param course  where the vehicle is at a time
+    explicit Navigation(std::uint64_t seed, std::function<VehicleState(double)> course = Course::at)
+        : m_course(std::move(course)), m_random(seed)
+    {}
 
     /// @param seconds  from the start; not before that of the call before
-    Solution solve(double seconds, GpsMoment trueTime, bool gpsLost);
+    /// @param noise    how many times larger the errors are than without interference
+    Solution solve(double seconds, GpsMoment trueTime, bool gpsLost, double noise = 1.0);
 
 private:
     struct Quality {
@@ -60,11 +69,13 @@ private:
 
     double drawn() { return m_normal(m_random); }
 
+    std::function<VehicleState(double)> m_course;
     std::mt19937_64 m_random;
     std::normal_distribution<double> m_normal;
     std::array<Error, kErrors> m_errors = {};
     std::optional<double> m_last;  // seconds of the call before
     std::optional<double> m_lostSince;
+    double m_noise = 1.0;  // with the last GPS
 };
 
 }  // namespace unitsim

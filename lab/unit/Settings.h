@@ -2,11 +2,13 @@
 #define LAB_UNIT_SETTINGS_H
 
 #include "lab/unit/Events.h"
+#include "lab/unit/Outputs.h"
+#include "lab/unit/Window.h"
+#include "lab/unit/World.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -14,34 +16,6 @@
 #include <vector>
 
 namespace unitsim {
-
-/// What is sent once an epoch, in this order: five topics, and the receiver's report on its queue.
-enum class Output : std::size_t {
-    PositionVelocityAttitude,
-    UTCTime,
-    HalvexPNT,
-    MeasurementIncorporationStatus,
-    AssuranceState,
-    Report8504
-};
-constexpr std::size_t kOutputs = 6;
-constexpr std::array<const char*, kOutputs> kOutputNames = {
-    "PositionVelocityAttitude", "UTCTime", "HalvexPNT", "MeasurementIncorporationStatus", "AssuranceState", "8504"};
-
-constexpr std::size_t indexOf(Output output)
-{
-    return static_cast<std::size_t>(output);
-}
-
-/// A stretch of time in seconds from the start: `from` is in it, `to` is not.
-struct Window {
-    double from = 0.0;
-    double to = std::numeric_limits<double>::infinity();
-
-    bool holds(double seconds) const { return seconds >= from && seconds < to; }
-};
-
-bool anyHolds(const std::vector<Window>& windows, double seconds);
 
 /// Server ids of those that the unit is played by.
 namespace servers {
@@ -100,6 +74,7 @@ struct Settings {
     std::set<std::string> silentComponents;    // names that don't tell their part numbers
 
     std::vector<Event> events;
+    World world;
     double threatRateHz = 0.0;  // of random threat reports, on the average; 0: none
     double warningRateHz = 0.0;
     std::uint8_t threatServer = servers::kNavigator;
@@ -112,6 +87,8 @@ struct Settings {
     std::uint64_t clockRate = 58982400;  // as the register tells it; the count runs at the right rate
     double uptimeSeconds = 60.0;         // that the system count begins with
     double countStepSeconds = 0.001;     // how often the system count is written
+
+    bool repeatable = false;  // times are the planned ones, and no epoch is left out
 
     std::string control;  // socket that takes lines of a scenario while it runs; empty: none
     std::string log;      // file with a line for all that is sent; empty: none

@@ -3,6 +3,7 @@
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/AspnHelper.h"
 #include "ASPN/CmdResponseStrings.h"
+#include "lab/unit/Radio.h"
 #include "lab/unit/ReceiverFrames.h"
 #include "lab/unit/Records.h"
 #include "utilities/ConsoleLine.h"
@@ -14,6 +15,7 @@
 #include <iomanip>
 #include <iostream>
 #include <numbers>
+#include <type_traits>
 
 namespace unitsim {
 
@@ -35,7 +37,7 @@ bool feedsQueues(const Settings& settings)
         return std::holds_alternative<ThreatReport>(event.what) || std::holds_alternative<Warning>(event.what);
     };
     return !settings.control.empty() || settings.outputs[indexOf(Output::Report8504)].enabled ||
-           settings.threatRateHz > 0.0 || settings.warningRateHz > 0.0 ||
+           settings.threatRateHz > 0.0 || settings.warningRateHz > 0.0 || !settings.world.jammers.empty() ||
            std::any_of(settings.events.begin(), settings.events.end(), isFrame);
 }
 
@@ -43,15 +45,6 @@ std::int64_t utcNow()
 {
     return duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
 }
-
-}  // namespace
-
-bool anyHolds(const std::vector<Window>& windows, double time)
-{
-    return std::any_of(windows.begin(), windows.end(), [&](const Window& window) { return window.holds(time); });
-}
-
-namespace {
 
 std::unique_ptr<RegisterFile> openRegisters(const Settings& settings)
 {
@@ -75,11 +68,14 @@ std::uint64_t firstTicks(const Settings& settings, const RegisterFile* registers
 UnitSim::UnitSim(const Settings& settings)
     : m_settings(settings), m_registers(openRegisters(settings)), m_start(Clock::now()),
       m_startTime(GpsMoment::fromUtcSeconds(settings.utcSeconds.value_or(utcNow()))),
-      m_clock(firstTicks(settings, m_registers.get()), m_start), m_navigation(settings.seed)
+      m_clock(firstTicks(settings, m_registers.get()), m_start),
+      m_navigation(settings.seed, [this](double time) { return vehicleAt(time); }), m_planned(m_start)
 {
+    for (std::size_t i = 0; i < kOutputs; ++i) m_inputs.emplace_back(settings.seed, static_cast<Output>(i));
+    m_qualities.fill(1.0);
     if (m_registers)
         m_count = std::make_unique<RunningCount>(*m_registers, m_clock, nanosecondsOf(settings.countStepSeconds));
-    m_solution.state = Course::at(0.0);
+    m_solution.state = vehicleAt(0.0);
     if (settings.threatRateHz > 0.0)
         m_randomThreats.emplace(settings.seed, RandomEvents::Kind::Threats, settings.threatRateHz);
     if (settings.warningRateHz > 0.0)
@@ -183,12 +179,24 @@ std::optional<UnitSim::Turn> UnitSim::nextTurn()
 
 void UnitSim::runDue()
 {
-    // What an action adds for now waits for the next turn, so that commands are never kept waiting.
-    const auto end = m_agenda.upper_bound(Clock::now());
-    std::vector<std::function<void()>> due;
-    for (auto entry = m_agenda.begin(); entry != end; entry = m_agenda.erase(entry))
-        due.push_back(std::move(entry->second));
-    for (const auto& action : due) action();
+    // One a turn: commands are never kept waiting, and what an action plans is in its place even when all of it is late.
+    const auto first = m_agenda.begin();
+    if (first == m_agenda.end() || first->first > Clock::now()) return;
+    m_planned = first->first;
+    const std::function<void()> action = std::move(first->second);
+    m_agenda.erase(first);
+    action();
+}
+
+/// What is told of the present moment.
+UnitSim::Clock::time_point UnitSim::now() const
+{
+    return m_settings.repeatable ? m_planned : Clock::now();
+}
+
+VehicleState UnitSim::vehicleAt(double time) const
+{
+    return m_settings.world.drive ? m_settings.world.drive->at(time) : Course::at(time);
 }
 
 UnitSim::Clock::time_point UnitSim::after(double time) const
@@ -230,14 +238,17 @@ void UnitSim::planAnswers(const Received& received)
     const std::vector<PlannedAnswer> answers = answersTo(received.command.command_response(), m_settings);
     say("command ", received.command.command_response(), ": ", answers.size(),
         answers.size() == 1 ? " answer" : " answers");
+    const auto own = m_ownCommands.find(received.command.command_identifier());
+    const bool isOwn = own != m_ownCommands.end() && received.command.header().device_id() == m_ownDevice;
+    const Clock::time_point when = isOwn ? own->second : received.when;
     for (const PlannedAnswer& planned : answers)
-        m_agenda.emplace(received.when + nanosecondsOf(planned.delaySeconds),
+        m_agenda.emplace(when + nanosecondsOf(planned.delaySeconds),
                          [this, command = received.command, planned] { answer(command, planned); });
 }
 
 void UnitSim::answer(const CommandResponse& command, const PlannedAnswer& planned)
 {
-    const std::uint64_t ticks = m_clock.ticksAt(Clock::now());
+    const std::uint64_t ticks = m_clock.ticksAt(now());
     bool taken = false;
     if (planned.kind == PlannedAnswer::Kind::BitReport) {
         auto report = bitReport(planned, m_settings.findings);
@@ -260,6 +271,7 @@ void UnitSim::planEvents()
     for (const Event& event : m_settings.events) at(event.seconds, [this, event] { happen(event); });
     if (m_randomThreats) planRandomEvent(*m_randomThreats);
     if (m_randomWarnings) planRandomEvent(*m_randomWarnings);
+    if (!m_settings.world.jammers.empty()) planLook(0);
 }
 
 void UnitSim::planRandomEvent(RandomEvents& events)
@@ -283,8 +295,7 @@ GpsMoment UnitSim::momentAt(double time) const
 
 void UnitSim::stampFrame(aspn2_msgs::idl::GSSIP& record, std::int64_t sequence, std::uint8_t server, double time) const
 {
-    stamp(record.header(), sequence, deviceId(server, 0, 0), m_clock.ticksAt(after(time)),
-          m_clock.ticksAt(Clock::now()));
+    stamp(record.header(), sequence, deviceId(server, 0, 0), m_clock.ticksAt(after(time)), m_clock.ticksAt(now()));
 }
 
 void UnitSim::happen(const ThreatReport& report, double time)
@@ -308,7 +319,11 @@ void UnitSim::happen(const Warning& warning, double time)
 void UnitSim::happen(const SendCommand& sent, double)
 {
     CommandResponse command = speaker(servers::kSystemController).makeCommand(sent.text);
-    ASPN2::setToVandToA_fromFpgaTicks(m_clock.ticksAt(Clock::now()), command.header());
+    ASPN2::setToVandToA_fromFpgaTicks(m_clock.ticksAt(now()), command.header());
+    if (m_settings.repeatable) {
+        m_ownCommands[command.command_identifier()] = now();
+        m_ownDevice = command.header().device_id();
+    }
     if (m_log) m_log->command(sent.text);
     say("sends the command ", sent.text);
     if (!m_transport->publishCommand(command)) ++m_totals.refused;
@@ -342,6 +357,30 @@ void UnitSim::happen(const SetGps& change, double)
     m_gpsLost = change.lost;
 }
 
+void UnitSim::happen(const SetFault& change, double)
+{
+    m_inputs[indexOf(change.output)].set(change.fault);
+    say(kShortOutputNames[indexOf(change.output)],
+        change.fault.kind == Fault::Kind::None ? " is sound from now on" : " has a fault from now on");
+}
+
+void UnitSim::happen(const SetQuality& change, double)
+{
+    m_qualities[static_cast<std::size_t>(change.source)] = change.factor;
+    say("errors have another size from now on");
+}
+
+/// The sensor looks a quarter of a second behind each full one, away from the epochs of most rates.
+void UnitSim::planLook(std::int64_t number)
+{
+    const double time = static_cast<double>(number) + 0.25;
+    at(time, [this, number, time] {
+        const ThreatReport report = m_sensor.look(m_settings.world, time, vehicleAt(time).position);
+        if (!report.threats.empty()) happen(report, time);
+        planLook(number + 1);
+    });
+}
+
 bool UnitSim::isDue(Output output, double time) const
 {
     const OutputSettings& settings = m_settings.outputs[indexOf(output)];
@@ -356,50 +395,91 @@ void UnitSim::stampAs(Output output, Record& record, double time)
     const std::int64_t valid =
         static_cast<std::int64_t>(epochTicks) + SystemClock::ticksIn(nanosecondsOf(settings.offsetSeconds));
     stamp(record.header(), m_sequences[indexOf(output)]++, deviceId(settings.server, 0, 0),
-          static_cast<std::uint64_t>(std::max<std::int64_t>(valid, 0)), m_clock.ticksAt(Clock::now()));
+          static_cast<std::uint64_t>(std::max<std::int64_t>(valid, 0)), m_clock.ticksAt(now()));
 }
 
+/// What its fault makes of a record.
+template <class Record>
+void UnitSim::spoil(Output output, Record& record)
+{
+    FaultyInput& input = m_inputs[indexOf(output)];
+    std::optional<Record>& last = std::get<std::optional<Record>>(m_last);
+    if (input.is(Fault::Kind::Stuck) && last) record = *last;
+    if (input.is(Fault::Kind::Garbage)) scramble(record, input.random());
+    if constexpr (std::is_same_v<Record, aspn2_msgs::idl::MeasurementIncorporationStatus>)
+        if (input.is(Fault::Kind::Wrong)) useNothing(record);
+    last = record;
+}
+
+/// @return whether it was sent with its epoch
 template <class Record>
 bool UnitSim::publish(Output output, Record record, double time)
 {
-    if (!isDue(output, time)) return false;
+    if (!isDue(output, time) || m_inputs[indexOf(output)].skipsEpoch()) return false;
+    spoil(output, record);
+    const double delay = m_inputs[indexOf(output)].delaySeconds();
+    if (delay == 0.0) return send(output, std::move(record), time);
+    at(time + delay, [this, output, record, time] { send(output, record, time); });
+    return false;
+}
+
+template <class Record>
+bool UnitSim::send(Output output, Record record, double time)
+{
     stampAs(output, record, time);
-    const bool isTaken = m_transport->publish(record);
+    bool isTaken = true;
+    if constexpr (std::is_same_v<Record, aspn2_msgs::idl::GSSIP>)
+        m_feeder->send(record);
+    else
+        isTaken = m_transport->publish(record);
     ++(isTaken ? m_totals.sent[indexOf(output)] : m_totals.refused);
     return isTaken;
 }
 
-bool UnitSim::feed(const Solution& solution, double time)
+/// The solution as an output tells it: with its quality, and its fault.
+Solution UnitSim::solutionFor(Output output) const
 {
-    if (!isDue(Output::Report8504, time)) return false;
-    auto record = gssipRecord(
-        frame8504(solution, {m_settings.receiverFailure, m_settings.receiverStatus}, m_settings.reportWords));
-    stampAs(Output::Report8504, record, time);
-    m_feeder->send(record);
-    ++m_totals.sent[indexOf(Output::Report8504)];
-    return true;
+    Solution solution = m_solution;
+    if (output == Output::PositionVelocityAttitude)
+        solution = scaled(solution, qualityOf(SetQuality::Source::PositionVelocityAttitude));
+    else if (output == Output::UTCTime)
+        solution = scaled(solution, qualityOf(SetQuality::Source::UTCTime));
+    else if (output == Output::HalvexPNT)
+        solution = scaled(solution, qualityOf(SetQuality::Source::HalvexPNT));
+    const FaultyInput& input = m_inputs[indexOf(output)];
+    return input.is(Fault::Kind::Wrong) ? wrongSolution(solution, output, input.fault().amount) : solution;
 }
 
 void UnitSim::epoch(std::int64_t number)
 {
     const double time = static_cast<double>(number) / m_settings.rateHz;
     const bool wasLost = m_solution.gpsLost;
-    m_solution = m_navigation.solve(time, momentAt(time), m_gpsLost || anyHolds(m_settings.gpsLost, time));
+    const double dbHz = disturbedDbHz(jamDbm(m_settings.world, time, vehicleAt(time).position));
+    const bool isLost = m_reception.update(dbHz) || m_gpsLost || anyHolds(m_settings.gpsLost, time);
+    m_solution =
+        m_navigation.solve(time, momentAt(time), isLost, noiseFactor(dbHz) * qualityOf(SetQuality::Source::Gps));
     const Solution& solution = m_solution;
     if (solution.gpsLost != wasLost) {
         if (m_log) m_log->gps(solution.gpsLost);
         say(solution.gpsLost ? "GPS is lost" : "GPS is back");
     }
     const std::uint32_t assurance = assuranceOf(solution, m_settings.assurance);
+    const FaultyInput& told = m_inputs[indexOf(Output::AssuranceState)];
+    const std::uint32_t toldAssurance =
+        told.is(Fault::Kind::Wrong) ? static_cast<std::uint32_t>(told.fault().amount) : assurance;
 
     const std::array<bool, kOutputs> sent = {
-        publish(Output::PositionVelocityAttitude, positionVelocityAttitude(solution), time),
-        publish(Output::UTCTime, utcTime(solution), time),
-        publish(Output::HalvexPNT, halvexPnt(solution, assurance), time),
+        publish(Output::PositionVelocityAttitude,
+                positionVelocityAttitude(solutionFor(Output::PositionVelocityAttitude)), time),
+        publish(Output::UTCTime, utcTime(solutionFor(Output::UTCTime)), time),
+        publish(Output::HalvexPNT, halvexPnt(solutionFor(Output::HalvexPNT), assurance), time),
         publish(Output::MeasurementIncorporationStatus, measurementStatus(solution, m_settings.measurementEntries),
                 time),
-        publish(Output::AssuranceState, assuranceState(assurance), time),
-        feed(solution, time)};
+        publish(Output::AssuranceState, assuranceState(toldAssurance), time),
+        publish(Output::Report8504,
+                gssipRecord(frame8504(solutionFor(Output::Report8504),
+                                      {m_settings.receiverFailure, m_settings.receiverStatus}, m_settings.reportWords)),
+                time)};
     if (m_log) m_log->epoch(momentAt(time), sent);
 
     if (m_settings.verbose) {
@@ -419,7 +499,7 @@ void UnitSim::planEpochAfter(std::int64_t number)
 {
     const double elapsed = duration<double>(Clock::now() - m_start).count();
     const std::int64_t present = static_cast<std::int64_t>(elapsed * m_settings.rateHz);
-    const std::int64_t next = std::max(number + 1, present);
+    const std::int64_t next = m_settings.repeatable ? number + 1 : std::max(number + 1, present);
     m_totals.skipped += static_cast<std::uint64_t>(next - number - 1);
     at(static_cast<double>(next) / m_settings.rateHz, [this, next] { epoch(next); });
 }

@@ -3,6 +3,7 @@
 
 #include "ASPN/AspnCmdResponse.h"
 #include "lab/unit/CommandAnswers.h"
+#include "lab/unit/InputFaults.h"
 #include "lab/unit/Navigation.h"
 #include "lab/unit/QueueFeeder.h"
 #include "lab/unit/RandomEvents.h"
@@ -11,6 +12,7 @@
 #include "lab/unit/Settings.h"
 #include "lab/unit/SystemClock.h"
 #include "lab/unit/UnitTransport.h"
+#include "lab/unit/World.h"
 #include "utilities/ThreadAnnotations.h"
 
 #include <array>
@@ -20,6 +22,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -71,6 +74,12 @@ private:
     using Clock = SystemClock::Clock;
     using CommandResponse = aspn2_msgs::idl::CommandResponse;
 
+    template <class... Records>
+    using Last = std::tuple<std::optional<Records>...>;
+    using LastRecords =
+        Last<aspn2_msgs::idl::PositionVelocityAttitude, aspn2_msgs::idl::UTCTime, aspn2_msgs::idl::HalvexPNT,
+             aspn2_msgs::idl::MeasurementIncorporationStatus, aspn2_msgs::idl::AssuranceState, aspn2_msgs::idl::GSSIP>;
+
     struct Received {
         CommandResponse command;
         Clock::time_point when;
@@ -86,6 +95,8 @@ private:
     std::optional<Turn> nextTurn() EXCLUDES(m_mutex);
     void take(const Event& order);
     void runDue();
+    Clock::time_point now() const;
+    VehicleState vehicleAt(double seconds) const;
     Clock::time_point after(double seconds) const;
     void at(double seconds, std::function<void()> action);
     void planFlags();
@@ -101,6 +112,11 @@ private:
     void happen(const SetFinding& change, double seconds);
     void happen(const SetSilence& change, double seconds);
     void happen(const SetGps& change, double seconds);
+    void happen(const SetFault& change, double seconds);
+    void happen(const SetQuality& change, double seconds);
+    void planLook(std::int64_t number);
+    double qualityOf(SetQuality::Source source) const { return m_qualities[static_cast<std::size_t>(source)]; }
+    Solution solutionFor(Output output) const;
     GpsMoment momentAt(double seconds) const;
     void stampFrame(aspn2_msgs::idl::GSSIP& record, std::int64_t sequence, std::uint8_t server, double seconds) const;
     template <class... Parts>
@@ -110,8 +126,11 @@ private:
     template <class Record>
     void stampAs(Output output, Record& record, double seconds);
     template <class Record>
+    void spoil(Output output, Record& record);
+    template <class Record>
     bool publish(Output output, Record record, double seconds);
-    bool feed(const Solution& solution, double seconds);
+    template <class Record>
+    bool send(Output output, Record record, double seconds);
     bool isDue(Output output, double seconds) const;
     ASPN2::CmdResponse& speaker(std::uint8_t server);
     std::uint32_t deviceId(std::uint8_t server, std::uint8_t message, std::uint8_t topic) const;
@@ -126,7 +145,15 @@ private:
     std::unique_ptr<QueueFeeder> m_feeder;
     std::unique_ptr<QueueFeeder> m_otherFeeder;  // towards the receiver; held also when nothing is sent there
     Navigation m_navigation;
-    Solution m_solution;  // of the last epoch
+    GpsReception m_reception;
+    AntiJamSensor m_sensor;
+    std::vector<FaultyInput> m_inputs;  // of each output
+    std::array<double, SetQuality::kSources> m_qualities;
+    LastRecords m_last;                                       // as they were sent, for those that are stuck
+    std::map<std::int32_t, Clock::time_point> m_ownCommands;  // when they were planned, by their identifiers
+    std::int32_t m_ownDevice = 0;                             // that they come from
+    Clock::time_point m_planned;                              // of what is being done
+    Solution m_solution;                                      // of the last epoch
     bool m_gpsLost = false;
     std::optional<RandomEvents> m_randomThreats;
     std::optional<RandomEvents> m_randomWarnings;

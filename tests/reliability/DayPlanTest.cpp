@@ -1,5 +1,5 @@
 #include "reliability/day/DayPlan.h"
-#include "lab/unit/EventText.h"
+#include "lab/unit/ScenarioText.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ TEST(DayPlanTest, SameSeedGivesTheSameDay)
 TEST(DayPlanTest, ScenarioIsOneThatTheSimulatorTakes)
 {
     std::istringstream file(DayPlan::random(1, 86400, 4).scenario);
-    EXPECT_GT(unitsim::scenarioOf(file, "day").size(), 1000U);
+    EXPECT_GT(unitsim::scenarioOf(file, "day", {}).events.size(), 1000U);
 }
 
 TEST(DayPlanTest, LivesShareTheDay)

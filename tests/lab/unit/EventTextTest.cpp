@@ -1,16 +1,13 @@
 #include "lab/unit/EventText.h"
 
-#include "tests/support/TemporaryDirectory.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <iterator>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
 using namespace unitsim;
 
@@ -27,22 +24,6 @@ std::string whatIsWrongWith(const std::string& line)
     try {
         eventOf(line);
     } catch (const std::invalid_argument& error) {
-        return error.what();
-    }
-    return "nothing";
-}
-
-std::vector<Event> scenario(const std::string& text)
-{
-    std::istringstream file(text);
-    return scenarioOf(file, "drive.txt");
-}
-
-std::string whatIsWrongWithFile(const std::string& text)
-{
-    try {
-        scenario(text);
-    } catch (const std::runtime_error& error) {
         return error.what();
     }
     return "nothing";
@@ -139,7 +120,7 @@ TEST(EventTextTest, WrongWordIsNamed)
         {"at 5s warn 7", "'5s' is no number of seconds"},
         {"at 5", "'5' needs behind it what happens then"},
         {"at 5 wran 7", "'wran' is nothing that happens: threat, warn, gps-lost, gps-back, answers, silent, speaking, "
-                        "bit, command"},
+                        "bit, command, fault, quality"},
         {"at 5 warn", "'warn' needs a number"},
         {"at 5 warn seven", "'seven' has no whole number from 0 to 65535"},
         {"at 5 warn 65536", "'65536' has no whole number from 0 to 65535"},
@@ -170,37 +151,9 @@ TEST(EventTextTest, WrongWordIsNamed)
         {"at 5 bit 39:dead", "'39:dead' does not end with one of good, warning, error, critical, silent"},
         {"at 5 command", "'command' needs a text behind it"},
         {"at 5 \x1b[31m", "'?[31m' is nothing that happens: threat, warn, gps-lost, gps-back, answers, silent, "
-                          "speaking, bit, command"},
+                          "speaking, bit, command, fault, quality"},
     };
     for (const auto& [line, what] : wrongs) EXPECT_EQ(whatIsWrongWith(line), what);
-}
-
-TEST(EventTextTest, EventsOfAFileAreInTheOrderOfTheirTimes)
-{
-    const auto events = scenario("# a drive\nat 8 warn 1\n\nat 5 warn 2\nat 8 warn 3");
-    ASSERT_EQ(events.size(), 3U);
-    EXPECT_TRUE(events[0].what == Happening(Warning{2, ""}));
-    EXPECT_TRUE(events[1].what == Happening(Warning{1, ""}));
-    EXPECT_TRUE(events[2].what == Happening(Warning{3, ""}));
-}
-
-TEST(EventTextTest, WrongLineIsNamedWithFileAndNumber)
-{
-    EXPECT_EQ(whatIsWrongWithFile("# a drive\nat 5 warn 7\n\nat 6 warn x\n"),
-              "drive.txt:4: 'x' has no whole number from 0 to 65535");
-}
-
-TEST(EventTextTest, FileThatCannotBeReadIsNamed)
-{
-    const TemporaryDirectory directory;
-    for (const std::string& name : {std::string("/none"), directory.path().string()}) {
-        try {
-            readScenario(name);
-            FAIL() << name;
-        } catch (const std::runtime_error& error) {
-            EXPECT_EQ(error.what(), name + ": can't be read");
-        }
-    }
 }
 
 TEST(EventTextTest, AnyBytesAreAnEventOrNamedAsWrong)
@@ -228,9 +181,41 @@ TEST(EventTextTest, AnyBytesAreAnEventOrNamedAsWrong)
     EXPECT_GT(wrong, 10000);
 }
 
-TEST(EventTextTest, SampleScenarioIsUnderstood)
+TEST(EventTextTest, FaultHasItsUsualAmountOrOneOfItsOwn)
 {
-    const auto events = readScenario(ORVANE_LAB_DIR "/scenarios/drive.txt");
-    ASSERT_EQ(events.size(), 6U);
-    EXPECT_TRUE(events.back().what == Happening(SetGps{false}));
+    EXPECT_EQ(faultOf("pva stuck"), (SetFault{Output::PositionVelocityAttitude, {Fault::Kind::Stuck, 0.0}}));
+    EXPECT_EQ(faultOf("8504 delayed"), (SetFault{Output::Report8504, {Fault::Kind::Delayed, 1.5}}));
+    EXPECT_EQ(faultOf("mis slow=7"), (SetFault{Output::MeasurementIncorporationStatus, {Fault::Kind::Slow, 7.0}}));
+    EXPECT_EQ(faultOf("UTCTime none"), (SetFault{Output::UTCTime, {Fault::Kind::None, 0.0}}));
+    EXPECT_TRUE(happeningOf("fault pnt off") == Happening(SetFault{Output::HalvexPNT, {Fault::Kind::Off, 0.0}}));
+}
+
+TEST(EventTextTest, WrongIsInTheUnitOfItsOutput)
+{
+    EXPECT_EQ(faultOf("pnt wrong").fault.amount, 1000.0);
+    EXPECT_EQ(faultOf("utc wrong").fault.amount, 10.0);
+    EXPECT_EQ(faultOf("assurance wrong").fault.amount, 0.0);
+    EXPECT_EQ(faultOf("utc wrong=-3.5").fault.amount, -3.5);
+}
+
+TEST(EventTextTest, QualityIsAFactor)
+{
+    EXPECT_EQ(qualityOf("gps 5"), (SetQuality{SetQuality::Source::Gps, 5.0}));
+    EXPECT_TRUE(happeningOf("quality pnt 0.5") == Happening(SetQuality{SetQuality::Source::HalvexPNT, 0.5}));
+}
+
+TEST(EventTextTest, WrongFaultIsNamed)
+{
+    const std::pair<const char*, const char*> wrongs[] = {
+        {"at 5 fault", "'fault' needs a word behind it"},
+        {"at 5 fault pva", "'pva' needs a word behind it"},
+        {"at 5 fault pva stuck now", "'now' is one word too many"},
+        {"at 5 fault pva stuck=1", "'stuck=1' takes no number"},
+        {"at 5 fault mis wrong=1", "'wrong=1' takes no number"},
+        {"at 5 fault pva slow=1", "'slow=1' has no whole number from 2 to 1000"},
+        {"at 5 fault pva slow=2.5", "'slow=2.5' has no whole number from 2 to 1000"},
+        {"at 5 fault pva intermittent=", "'intermittent=' has no probability from 0 to 1"},
+        {"at 5 quality gps -1", "'-1' is no factor from 0 to 1000000"},
+    };
+    for (const auto& [line, what] : wrongs) EXPECT_EQ(whatIsWrongWith(line), what);
 }

@@ -101,3 +101,30 @@ TEST(GpsMomentTest, LeapSecondsPutUtcOnTheDayBefore)
     EXPECT_EQ(moment.nanosecondsOfWeek(), 17'999'999'999);
     EXPECT_EQ(moment.nanosecondsOfDay(), 86'399'999'999'999);
 }
+
+TEST(NavigationTest, ErrorsGrowWithTheNoise)
+{
+    Navigation quiet(7), noisy(7);
+    const Solution one = quiet.solve(0.0, kMoment, false);
+    const Solution other = noisy.solve(0.0, kMoment, false, 3.0);
+    EXPECT_NEAR(other.positionError[0], 3.0 * one.positionError[0], 1e-12);
+    EXPECT_NEAR(positionErrorOf(other, 0.0)[0], 3.0 * positionErrorOf(one, 0.0)[0], 1e-6);
+}
+
+TEST(NavigationTest, NoiseStaysAsItWasWhenGpsIsLost)
+{
+    Navigation navigation(7);
+    navigation.solve(0.0, kMoment, false, 3.0);
+    EXPECT_NEAR(navigation.solve(1.0, kMoment, true, 100.0).positionError[0], 3.6, 1e-12);
+    EXPECT_NEAR(navigation.solve(2.0, kMoment, false, 1.0).positionError[0], 1.2, 1e-12);
+}
+
+TEST(NavigationTest, SolutionFollowsTheCourseThatIsGiven)
+{
+    const auto course = [](double seconds) {
+        VehicleState state;
+        state.position = {0.5, 1.0, seconds};
+        return state;
+    };
+    EXPECT_EQ(Navigation(1, course).solve(20.0, kMoment, false).truth.position[2], 20.0);
+}

@@ -112,5 +112,5 @@ TEST_F(UnitSimProcessTest, LineOfAScenarioThatIsWrongIsRefusedInOneLine)
     EXPECT_EQ(process.errors(),
               "unit-sim: " + scenario +
                   ":2: 'gps-bakc' is nothing that happens: threat, warn, gps-lost, gps-back, answers, "
-                  "silent, speaking, bit, command (unit-sim --help tells more)\n");
+                  "silent, speaking, bit, command, fault, quality (unit-sim --help tells more)\n");
 }

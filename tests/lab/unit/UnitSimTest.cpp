@@ -5,14 +5,19 @@
 #include "ioss_mcsq/GssipTopicSerializer.h"
 #include "ioss_mcsq/ThreatData.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/Topics.h"
 #include "tests/support/Transport.h"
 
+#include <fastcdr/Cdr.h>
+#include <fastcdr/FastBuffer.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
@@ -20,6 +25,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -111,6 +117,9 @@ protected:
         ASSERT_EQ(code, FACE::RETURN_CODE_TYPE::NO_ERROR);
     }
 
+    /// Checksums of what is sent in a scenario of less than two seconds, by topic or queue.
+    std::map<std::string, std::size_t> sumsOfARun(const std::string& seed);
+
     TemporaryDirectory m_directory;
     Settings m_settings;
     Inbox<PositionVelocityAttitude> m_pva;
@@ -120,7 +129,9 @@ protected:
     Inbox<AssuranceState> m_assurance;
     Inbox<CommandResponse> m_responses;
     Inbox<BitReport> m_reports;
+    Inbox<CommandResponse> m_commands;      // where a test listens to them
     std::unique_ptr<Transport> m_listener;  // its callbacks use the above
+    std::vector<int> m_held;                // queues
     std::unique_ptr<UnitSim> m_unit;
     std::thread m_thread;
 };
@@ -149,6 +160,131 @@ public:
 private:
     int m_descriptor;
 };
+
+/// A queue that keeps more than the usual sixteen records until they are read.
+class Queue {
+public:
+    explicit Queue(const std::string& path) : m_descriptor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC))
+    {
+        fcntl(m_descriptor, F_SETPIPE_SZ, 1 << 20);
+    }
+    ~Queue() { close(m_descriptor); }
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    /// The first so many, when they have come.
+    std::string packets(std::size_t count) const
+    {
+        std::string bytes;
+        std::vector<char> packet(4096);
+        const auto isRead = [&] {
+            const ssize_t length = read(m_descriptor, packet.data(), packet.size());
+            if (length > 0) bytes.append(packet.data(), static_cast<std::size_t>(length));
+            return length > 0;
+        };
+        for (; count > 0; --count) EXPECT_TRUE(eventually(isRead));
+        return bytes;
+    }
+
+private:
+    int m_descriptor;
+};
+
+/// Bytes as they are on the wire, padding zero.
+template <class T>
+std::string bytesOf(const T& record)
+{
+    std::string bytes(8192, '\0');
+    eprosima::fastcdr::FastBuffer buffer(bytes.data(), bytes.size());
+    eprosima::fastcdr::Cdr cdr(buffer);
+    record.serialize(cdr);
+    bytes.resize(cdr.getSerializedDataLength());
+    return bytes;
+}
+
+std::map<std::string, std::size_t> UnitSimTest::sumsOfARun(const std::string& seed)
+{
+    std::filesystem::resize_file(m_settings.memory, 0);  // the system count goes on otherwise
+    std::filesystem::resize_file(m_settings.memory, std::uintmax_t{1} << 32);
+    const std::string scenario = m_directory.write(
+        "scenario", "place vehicle at 39.5 -76.1 alt 92\ndrive 39.51 -76.1 at 15\n"
+                    "place jammer at 39.505 -76.1 power 0 on 0.4..\n"
+                    "quality pnt 4 0.3..0.9\nfault utc delayed=0.3 0.5..1\nfault 8504 garbage 1..1.3\n"
+                    "fault pva intermittent 0.2..1.5\nfault mis stuck 0.2..1\nfault assurance slow 0.2..1\n"
+                    "at 0.7 warn 6 ANTENNA OPEN\nat 0.8 command REQUEST_CBIT,39\n");
+    const std::string log = m_directory.write("log", "");
+    std::vector<std::string> words = {ORVANE_UNIT_SIM,
+                                      "--connections",
+                                      m_settings.connections,
+                                      "--devices",
+                                      m_settings.devices,
+                                      "--memory",
+                                      m_settings.memory,
+                                      "--queue-prefix",
+                                      m_settings.queuePrefix,
+                                      "--flags",
+                                      m_settings.flagDirectory,
+                                      "--scenario",
+                                      scenario,
+                                      "--log",
+                                      log,
+                                      "--seed",
+                                      seed,
+                                      "--rate",
+                                      "20",
+                                      "--utc",
+                                      "1772323200",
+                                      "--bit-seconds",
+                                      "0.1",
+                                      "--repeatable",
+                                      "--quiet"};
+    // All of it ends after thirty epochs.
+    for (const char* output : {"pva", "utc", "pnt", "mis", "assurance", "8504"}) {
+        words.push_back("--mute");
+        words.push_back(output + std::string("=1.5"));
+    }
+    if (m_commands.size() == 0) listen("Command", m_commands);
+    const Queue receiver(m_settings.queuePrefix + "5"), antenna(m_settings.queuePrefix + "6");
+    const std::array<std::size_t, 8> before = {m_pva.size(),     m_utc.size(),       m_pnt.size(),
+                                               m_mis.size(),     m_assurance.size(), m_responses.size(),
+                                               m_reports.size(), m_commands.size()};
+    ChildProcess process(words);
+    const auto epochsSent = [&] {
+        std::istringstream lines(readFile(log));
+        std::size_t epochs = 0, sent = 0;
+        for (std::string line; std::getline(lines, line);) {
+            const auto flags = line.find_last_of(' ') + 1;
+            if (line.find(" epoch ") == std::string::npos || line.size() - flags != kOutputs) continue;
+            ++epochs;
+            sent += line[flags] == '1' ? 1 : 0;
+        }
+        return std::pair(epochs, sent);
+    };
+    EXPECT_TRUE(eventually([&] { return epochsSent().first > 30; })) << process.errors();
+    const std::size_t positions = epochsSent().second;
+    EXPECT_TRUE(m_pva.waitFor(before[0] + positions) && m_utc.waitFor(before[1] + 30) &&
+                m_pnt.waitFor(before[2] + 30) && m_mis.waitFor(before[3] + 30) && m_assurance.waitFor(before[4] + 18) &&
+                m_responses.waitFor(before[5] + 1) && m_reports.waitFor(before[6] + 1) &&
+                m_commands.waitFor(before[7] + 1));
+    std::map<std::string, std::string> bytes = {{"receiver", receiver.packets(31)}, {"antenna", antenna.packets(1)}};
+    process.send(SIGTERM);
+    process.wait();
+    const auto add = [&](const char* name, const auto& inbox, std::size_t from) {
+        const auto items = inbox.items();
+        for (std::size_t i = from; i < items.size(); ++i) bytes[name] += bytesOf(items[i].message);
+    };
+    add("PositionVelocityAttitude", m_pva, before[0]);
+    add("UTCTime", m_utc, before[1]);
+    add("HalvexPNT", m_pnt, before[2]);
+    add("MeasurementIncorporationStatus", m_mis, before[3]);
+    add("AssuranceState", m_assurance, before[4]);
+    add("Response", m_responses, before[5]);
+    add("BitReport", m_reports, before[6]);
+    add("Command", m_commands, before[7]);
+    std::map<std::string, std::size_t> sums;
+    for (const auto& [name, all] : bytes) sums[name] = std::hash<std::string>()(all);
+    return sums;
+}
 
 /// The times of validity of what arrived, by sequence number.
 template <class T>
@@ -266,6 +402,63 @@ TEST_F(UnitSimTest, LostGpsShowsInMeasurementsAssuranceAndCovariance)
     EXPECT_EQ(m_mis.items()[0].message.meas_types().at(0).meas_avail(), 0);
     EXPECT_EQ(m_assurance.items()[0].message.assurance_state(), assurance_state_enum{1});
     EXPECT_GT(m_pva.items()[4].message.covariance()[0][0], 1.44);
+}
+
+TEST_F(UnitSimTest, SameSeedAndScenarioSendTheSameBytes)
+{
+    const auto first = sumsOfARun("1");
+    EXPECT_EQ(first.size(), 10U);
+    EXPECT_EQ(sumsOfARun("1"), first);
+}
+
+TEST_F(UnitSimTest, OtherSeedSendsOtherBytes)
+{
+    const auto first = sumsOfARun("1"), other = sumsOfARun("2");
+    for (const char* name : {"PositionVelocityAttitude", "UTCTime", "HalvexPNT", "receiver"})
+        EXPECT_NE(other.at(name), first.at(name)) << name;
+}
+
+TEST_F(UnitSimTest, FaultOfOneOutputLeavesTheOthers)
+{
+    m_settings.events = {{0.0, SetFault{Output::PositionVelocityAttitude, {Fault::Kind::Off}}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(5));
+    EXPECT_EQ(end().sent[indexOf(Output::PositionVelocityAttitude)], 0U);
+}
+
+TEST_F(UnitSimTest, StuckOutputKeepsItsContentUnderNewHeaders)
+{
+    m_settings.events = {{0.0, SetFault{Output::UTCTime, {Fault::Kind::Stuck}}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(3));
+    const auto items = m_utc.items();
+    EXPECT_EQ(items[2].message.gps_tow_nsec(), items[0].message.gps_tow_nsec());
+    EXPECT_GT(ASPN2::deltaTov(items[2].message.header(), items[0].message.header()), 0.09);
+}
+
+TEST_F(UnitSimTest, DelayedOutputKeepsItsTimeOfValidity)
+{
+    m_settings.repeatable = true;
+    m_settings.events = {{0.0, SetFault{Output::UTCTime, {Fault::Kind::Delayed, 0.15}}}};
+    start();
+    ASSERT_TRUE(m_utc.waitFor(1));
+    const header stamp = m_utc.items()[0].message.header();
+    const auto secondsOf = [](const auto& time) {
+        return static_cast<double>(time.sec()) + static_cast<double>(time.nsec()) / 1e9;
+    };
+    EXPECT_NEAR(secondsOf(stamp.timestamp_valid()), 60.0, 1e-6);
+    EXPECT_NEAR(secondsOf(stamp.timestamp_arrival()), 60.15, 1e-6);
+}
+
+TEST_F(UnitSimTest, JammerNearbyTakesGpsAway)
+{
+    Jammer jammer;
+    jammer.position = Course::at(0.0).position;
+    jammer.powerDbm = 30.0;
+    m_settings.world.jammers = {jammer};
+    start();
+    ASSERT_TRUE(m_assurance.waitFor(1));
+    EXPECT_EQ(m_assurance.items()[0].message.assurance_state(), assurance_state_enum{1});
 }
 
 TEST_F(UnitSimTest, ReportsGoToTheQueue)

@@ -1,0 +1,30 @@
+#ifndef LAB_UNIT_TRACKFILE_H
+#define LAB_UNIT_TRACKFILE_H
+
+#include "lab/unit/Drive.h"
+
+#include <istream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Tracks that a vehicle has driven. Pure functions but for the file, any thread. What is wrong throws
+/// `std::runtime_error` that names the file, and the line or the point.
+namespace unitsim {
+
+constexpr std::size_t kLargestTrackBytes = std::size_t{64} << 20;
+
+/// Lines "SECONDS,LATITUDE,LONGITUDE,HEIGHT" in degrees and metres, with times that rise; the height may be missing (0).
+/// Empty lines, those that begin with "#" and a first line of names are passed over.
+/// @return its first point at 0 seconds
+std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name);
+
+/// All points of all tracks of a GPX file, in their order, by their times.
+std::vector<WayPoint> trackOfGpx(const std::string& text, const std::string& name);
+
+/// By what stands in the file: GPX if that begins with "<". A regular file of at most `kLargestTrackBytes`.
+std::vector<WayPoint> readTrack(const std::string& name);
+
+}  // namespace unitsim
+
+#endif

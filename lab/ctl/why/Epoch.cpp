@@ -1,0 +1,104 @@
+#include "lab/ctl/why/Epoch.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace orvanectl {
+
+namespace {
+
+using Kind = MissCause::Kind;
+
+constexpr const char* kNames[kJoinInputs] = {
+    "UTCTime", "PositionVelocityAttitude", "HalvexPNT", "MeasurementIncorporationStatus", "AssuranceState", "8504"};
+
+/// "1.2 s", or "1.2 to 1.4 s" where the two read differently.
+std::string range(double least, double most)
+{
+    char first[32], last[32];
+    std::snprintf(first, sizeof first, "%.1f", least);
+    std::snprintf(last, sizeof last, "%.1f", most);
+    const std::string text = first;
+    return (text == last ? text : text + " to " + last) + " s";
+}
+
+std::string textOf(Kind kind, JoinInput input, const std::string& servers, double least, double most)
+{
+    const std::string name = nameOf(input);
+    switch (kind) {
+    case Kind::Missing:
+        return "no " + name;
+    case Kind::Refused:
+        return name + " refused, from " + servers;
+    case Kind::NotAFrame:
+        return name + " not a frame";
+    case Kind::Unusable:
+        return "no usable " + name;
+    case Kind::Late:
+        return name + ' ' + range(least, most) + " late";
+    case Kind::Early:
+        return name + ' ' + range(least, most) + " early";
+    case Kind::Overtaken:
+        return name + " overtaken, all there for " + range(least, most);
+    case Kind::NoService:
+        return "no service running";
+    case Kind::NotTold:
+        return "all there, nothing published";
+    }
+    return name;
+}
+
+}  // namespace
+
+const char* nameOf(JoinInput input)
+{
+    return kNames[static_cast<std::size_t>(input)];
+}
+
+std::string MissCause::text() const
+{
+    return textOf(kind, input, servers, seconds, seconds);
+}
+
+void JoinSum::add(const Epoch& epoch)
+{
+    ++m_epochs;
+    if (epoch.isJoined) {
+        ++m_joined;
+        return;
+    }
+    for (const MissCause& cause : epoch.causes) {
+        Count& count = m_causes[{cause.kind, cause.input, cause.servers}];
+        count.least = count.times == 0 ? cause.seconds : std::min(count.least, cause.seconds);
+        count.most = count.times == 0 ? cause.seconds : std::max(count.most, cause.seconds);
+        ++count.times;
+    }
+}
+
+std::vector<std::pair<std::string, std::uint64_t>> JoinSum::causes() const
+{
+    std::vector<std::pair<std::string, std::uint64_t>> all;
+    for (const auto& [key, count] : m_causes)
+        all.emplace_back(
+            textOf(std::get<Kind>(key), std::get<JoinInput>(key), std::get<std::string>(key), count.least, count.most),
+            count.times);
+    std::ranges::stable_sort(all, [](const auto& a, const auto& b) { return a.second > b.second; });
+    return all;
+}
+
+std::string JoinSum::text() const
+{
+    if (m_epochs == 0) return std::string("no ") + nameOf(JoinInput::UtcTime) + ", so that nothing can be joined";
+    char rate[32];
+    std::snprintf(rate, sizeof rate, "%.2f", static_cast<double>(m_joined) / static_cast<double>(m_epochs));
+    std::string text =
+        std::string("join rate ") + rate + " (" + std::to_string(m_joined) + " of " + std::to_string(m_epochs) + ')';
+    const char* between = ": ";
+    for (const auto& [cause, times] : causes()) {
+        text += between + std::to_string(times) + " x " + cause;
+        between = ", ";
+    }
+    return text;
+}
+
+}  // namespace orvanectl

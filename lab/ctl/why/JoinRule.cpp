@@ -1,0 +1,82 @@
+#include "lab/ctl/why/JoinRule.h"
+
+#include "VICTORY/OrvaneServer/MessageSource.h"
+#include "ioss_mcsq/GssipBytes.h"
+
+namespace orvanectl {
+
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+ServerSettings quiet(ServerSettings settings)
+{
+    settings.m_quiet = true;
+    return settings;
+}
+
+ServerSettings fromAnySource(ServerSettings settings)
+{
+    settings.m_utcSourceServerId = settings.m_pvaSourceServerId = 0;
+    settings.m_fusionPNTSourceServerId = settings.m_misSourceServerId = 0;
+    return quiet(std::move(settings));
+}
+
+template <class Message>
+Message at(const header& time)
+{
+    Message message;
+    message.header(time);
+    return message;
+}
+
+/// A report of that time that can be unpacked.
+GSSIP goodReport(const header& time)
+{
+    auto report = at<GSSIP>(time);
+    report.data().resize(sizeof(packed_msg8504_t));
+    report.num_bytes(static_cast<std::int32_t>(report.data().size()));
+    return report;
+}
+
+}  // namespace
+
+JoinRule::JoinRule(const ServerSettings& settings)
+    : m_settings(quiet(settings)), m_anySource(fromAnySource(settings)), m_filter(m_settings)
+{}
+
+bool JoinRule::takesReport(const GSSIP& message) const
+{
+    return m_settings.m_gssipSourceServers.contains(MessageSource::sourceOf(message));
+}
+
+bool JoinRule::isReport(const GSSIP& message)
+{
+    return gssip::messageIdOf(gssip::frameIn(message.data(), message.num_bytes())) == ZentorM_8504_Msg().messageId();
+}
+
+bool JoinRule::fits(const header& input, const header& time) const
+{
+    return joins(time, input, goodReport(time));
+}
+
+bool JoinRule::isFrame(const GSSIP& report) const
+{
+    return joins(report.header(), report.header(), report);
+}
+
+bool JoinRule::joins(const header& time, const header& input, const GSSIP& receiver) const
+{
+    NavInputs inputs(m_anySource);
+    inputs.store(at<UTCTime>(time));
+    inputs.store(at<PositionVelocityAttitude>(time));
+    inputs.store(at<HalvexPNT>(input));
+    inputs.store(at<MeasurementIncorporationStatus>(time));
+    inputs.store(at<AssuranceState>(time));
+    inputs.storeReceiver(receiver);
+    bool isJoined = false;
+    inputs.join([&](const NavInputs::Joined&) { isJoined = true; });
+    return isJoined;
+}
+
+}  // namespace orvanectl

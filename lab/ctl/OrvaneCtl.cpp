@@ -12,7 +12,7 @@ namespace {
 
 constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {
     orvanectl::addDecodeVerb, orvanectl::addBusVerb, orvanectl::addEchoVerb, orvanectl::addHzVerb,
-    orvanectl::addCheckVerb,  orvanectl::addPubVerb, orvanectl::addSeqVerb};
+    orvanectl::addCheckVerb,  orvanectl::addPubVerb, orvanectl::addSeqVerb,  orvanectl::addWhyVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -21,6 +21,7 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl echo EventLog --backfill\n"
                                   "  orvanectl hz\n"
                                   "  orvanectl check\n"
+                                  "  orvanectl why --for 60\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";

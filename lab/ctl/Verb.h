@@ -35,6 +35,9 @@ Verb addPubVerb(CLI::App& tool);
 /// Runs sequences of operations and expectations.
 Verb addSeqVerb(CLI::App& tool);
 
+/// Tells why Blended Navigation was not published.
+Verb addWhyVerb(CLI::App& tool);
+
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);
 

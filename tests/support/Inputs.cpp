@@ -49,10 +49,11 @@ Inputs::Inputs(const Desk& desk) : m_desk(desk)
     stamp(receiver, kReceiver);
 }
 
-bool Inputs::waitForService() const
+bool Inputs::waitForService(int subscribers) const
 {
-    return m_pva.waitForSubscriber() && m_utcTime.waitForSubscriber() && m_pnt.waitForSubscriber() &&
-           m_mis.waitForSubscriber() && m_assurance.waitForSubscriber();
+    return m_pva.waitForSubscriber(subscribers) && m_utcTime.waitForSubscriber(subscribers) &&
+           m_pnt.waitForSubscriber(subscribers) && m_mis.waitForSubscriber(subscribers) &&
+           m_assurance.waitForSubscriber(subscribers);
 }
 
 void Inputs::sendAll() const

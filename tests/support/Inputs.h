@@ -94,7 +94,8 @@ class Inputs {
 public:
     explicit Inputs(const Desk& desk);
 
-    bool waitForService() const;
+    /// @param subscribers  of each topic, the service's included
+    bool waitForService(int subscribers = 1) const;
     void sendAll() const;
     void sendPva() const { m_pva.send(pva); }
     void sendUtcTime() const { m_utcTime.send(utcTime); }

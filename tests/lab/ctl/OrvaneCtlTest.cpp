@@ -193,11 +193,11 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
         {"decode --fromat=frames",
          "orvanectl: decode: no option \"--fromat\"; did you mean \"--format\"? (orvanectl --help tells more)\n"},
         {"xyzzy",
-         "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, completion (orvanectl "
+         "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, why, completion (orvanectl "
          "--help tells "
          "more)\n"},
         {"",
-         "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, completion (orvanectl --help tells "
+         "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, why, completion (orvanectl --help tells "
          "more)\n"}};
     for (const auto& [arguments, said] : rows) {
         const Finished result = shell("\"$0\" " + std::string(arguments));

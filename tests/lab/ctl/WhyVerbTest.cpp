@@ -1,0 +1,209 @@
+#include "ioss_mcsq/GssipTopicSerializer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Desk.h"
+#include "tests/support/FrameBytes.h"
+#include "tests/support/Inputs.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using Ending = ChildProcess::Ending;
+using Json = Bus::Json;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr const char* kTool = ORVANE_CTL_BINARY;
+constexpr const char* kCopy = "/tmp/copy";
+constexpr const char* kBlended = "blended-navigation";
+
+/// The service, the tool beside it, and the six inputs, a second of which is sent at a time.
+struct WhyVerbTest : testing::Test {
+    void begin(const std::vector<std::string>& options)
+    {
+        desk.set("Debug", "true");
+        desk.run();
+        bus.emplace();
+        bus->request({{"request", "status"}});
+        toldBefore = bus->tells(kBlended);
+        ASSERT_TRUE(inputs.waitForService());
+        std::ofstream{kCopy};
+        std::vector<std::string> line = {kTool, "why", "--json"};
+        line.insert(line.end(), options.begin(), options.end());
+        why.emplace(line);
+        ASSERT_TRUE(eventually([this] { return why->output().find("\"hears\"") != std::string::npos; }));
+        // It knows of the publishers, and they of it.
+        ASSERT_TRUE(inputs.waitForService(2));
+    }
+
+    /// What goes into the queue goes into its copy.
+    void sendReceiver(std::size_t bytesLess = 0)
+    {
+        ZentorM_8504_Msg message;
+        message.pack_8504();
+        FrameBytes frame;
+        message.WriteMessage(&frame);
+        frame.data.resize(frame.data.size() - bytesLess);
+        inputs.receiver.num_bytes(static_cast<std::int32_t>(frame.data.size()));
+        inputs.receiver.data(frame.data);
+        GssipTopicSerializer serializer;
+        std::vector<std::uint8_t> bytes;
+        ASSERT_TRUE(serializer.Serialize(inputs.receiver, bytes));
+        desk.send(5, bytes);
+        std::ofstream(kCopy, std::ios::app | std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+
+    /// The next second, all valid at it.
+    void nextSecond()
+    {
+        ++second;
+        inputs.utcTime.gps_tow_sec(static_cast<std::int32_t>(second));
+        validAt(inputs.utcTime, second);
+        validAt(inputs.pva, second);
+        validAt(inputs.pnt, second);
+        validAt(inputs.mis, second);
+        validAt(inputs.assurance, second);
+        validAt(inputs.receiver, second);
+        inputs.sendUtcTime();
+        inputs.sendPva();
+        inputs.sendMis();
+        inputs.sendAssurance();
+    }
+
+    void good()
+    {
+        nextSecond();
+        inputs.sendPnt();
+        sendReceiver();
+        bus->awaitTell(kBlended, [this](const Json& tell) { return tell.at("record").at("gpsSeconds") == second; });
+    }
+
+    /// What becomes of it is left to the service, which has looked at it then.
+    void bad(const std::function<void()>& rest)
+    {
+        nextSecond();
+        rest();
+        ASSERT_TRUE(desk.awaitTurns());
+    }
+
+    std::size_t published()
+    {
+        bus->request({{"request", "status"}});
+        return bus->tells(kBlended) - toldBefore;
+    }
+
+    /// Ends the tool. All seconds that it told of: "4 no HalvexPNT", "5 joined".
+    std::vector<std::string> end()
+    {
+        why->send(SIGTERM);
+        EXPECT_EQ(why->wait(), Ending({0, 0})) << why->errors();
+        std::vector<std::string> seconds;
+        std::istringstream stream(why->output());
+        for (std::string text; std::getline(stream, text);) {
+            const Json line = Json::parse(text);
+            if (line["kind"] == "sum") sum = line;
+            if (line["kind"] != "epoch") continue;
+            std::string told = std::to_string(line["gps_s"].get<int>());
+            if (line["joined"]) told += " joined";
+            for (const std::string cause : line["causes"]) told += ' ' + cause;
+            seconds.push_back(told);
+        }
+        return seconds;
+    }
+
+    Desk desk;
+    Inputs inputs{desk};
+    std::optional<Bus> bus;
+    std::optional<ChildProcess> why;
+    std::size_t toldBefore = 0;
+    std::int64_t second = 0;
+    Json sum;
+};
+
+}  // namespace
+
+TEST_F(WhyVerbTest, ItCountsWhatTheServicePublishesAndNamesTheRest)
+{
+    desk.set("PARAM_7", "96");
+    begin({"--socket", "/tmp/bus", "--receiver", kCopy, "--all"});
+    good();
+    bad([this] { sendReceiver(); });
+    good();
+    bad([this] {
+        validAt(inputs.pnt, second - 2, 800'000'000);
+        inputs.sendPnt();
+        sendReceiver();
+    });
+    bad([this] {
+        inputs.pnt.header().device_id(deviceId(97));
+        inputs.sendPnt();
+        inputs.pnt.header().device_id(deviceId(96));
+        sendReceiver();
+    });
+    bad([this] { inputs.sendPnt(); });
+    bad([this] {
+        inputs.sendPnt();
+        sendReceiver(2);
+    });
+    good();
+    const std::size_t told = published();
+    EXPECT_THAT(end(),
+                ElementsAre("1 joined", "2 no HalvexPNT", "3 joined", "4 HalvexPNT 1.2 s late",
+                            "5 HalvexPNT refused, from pilServer", "6 no 8504", "7 8504 not a frame", "8 joined"));
+    EXPECT_EQ(told, 3u);
+    EXPECT_EQ(sum["joined"], told);
+    EXPECT_EQ(sum["epochs"], 8);
+}
+
+TEST_F(WhyVerbTest, WithoutTheReceiverItNamesWhatItDoesNotHear)
+{
+    begin({"--socket", "/tmp/bus", "--all"});
+    good();
+    bad([this] { inputs.sendPnt(); });
+    good();
+    EXPECT_THAT(end(), ElementsAre("1 joined", "2 no usable 8504", "3 joined"));
+}
+
+TEST_F(WhyVerbTest, WithoutABusItTellsWhatTheServiceCouldHaveJoined)
+{
+    begin({"--receiver", kCopy, "--all"});
+    const auto all = [this] {
+        inputs.sendPnt();
+        sendReceiver();
+    };
+    // It looks four times a second, too, but not at the moments at which the service does.
+    bad(all);
+    bad([this] { sendReceiver(); });
+    bad(all);
+    EXPECT_THAT(end(), ElementsAre("1 joined", "2 no HalvexPNT", "3 joined"));
+    EXPECT_EQ(published(), 2u);
+}
+
+TEST_F(WhyVerbTest, AServiceThatEndsIsTheCause)
+{
+    begin({"--socket", "/tmp/bus", "--all"});
+    good();
+    desk.service().send(SIGTERM);
+    EXPECT_EQ(desk.service().wait(), Ending({0, 0}));
+    EXPECT_TRUE(eventually([this] {
+        nextSecond();
+        return why->output().find("no service running") != std::string::npos;
+    })) << why->output();
+}
+
+TEST(WhyVerbOptionsTest, AFileThatTheServiceDoesNotTakeIsNotListenedBy)
+{
+    ChildProcess why({kTool, "why", "/nowhere/OrvaneServer.xml"});
+    EXPECT_EQ(why.wait(), Ending({1, 0}));
+    EXPECT_EQ(why.errors(), "orvanectl: /nowhere/OrvaneServer.xml: the service doesn't take this file; orvanectl check "
+                            "tells why\n");
+}

@@ -24,7 +24,8 @@ public:
     /// @param isOver  ends the wait early
     std::string waitForSubscribers(std::chrono::milliseconds most, const std::function<bool()>& isOver) const;
 
-    /// Throws `std::runtime_error` if the library does not take the record.
+    /// Throws `std::runtime_error` if the library does not take the record, and if subscribers are so slow that a record
+    /// of before would be lost: a reliable publisher keeps as many as its history holds until they have arrived.
     void publish(const std::string& topic, const void* record);
 
     /// Waits until what was published has arrived, where it is reliable; false if it hasn't in time.
@@ -32,9 +33,12 @@ public:
 
 private:
     std::size_t indexOf(const std::string& topic) const;
+    bool waitUntilArrived(std::size_t topic, std::chrono::steady_clock::time_point end);
 
     const std::string m_file;
     const std::vector<WatchedTopic> m_topics;
+    const std::size_t m_depth;             // of a history
+    std::vector<std::size_t> m_unarrived;  // by topic, at the most
     std::vector<long long> m_connections;
     std::shared_ptr<FACE::TSS::HX_TSS> m_transport;  // last: its threads use the above until it is gone
 };

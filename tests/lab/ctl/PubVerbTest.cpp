@@ -29,6 +29,15 @@ TEST(PubVerbTest, WhatIsPublishedIsWhatEchoShows)
     EXPECT_NE(echo.output().find("\"server_name\":\"MasterClock\""), std::string::npos) << echo.output();
 }
 
+TEST(PubVerbTest, ABurstBeyondTheHistoryArrivesWhole)
+{
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "300", "--backfill", "--for", "25"});
+    ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "60", "--rate", "100000", "--count", "300"});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    EXPECT_NE(echo.output().find("\"records\":300,\"gaps\":0,"), std::string::npos) << echo.output();
+}
+
 TEST(PubVerbTest, WhatWasShownGoesBackUnchanged)
 {
     const std::string lines =

@@ -74,6 +74,22 @@ NotFinite notFiniteOf(const Json& line)
     return numbers;
 }
 
+/// Sets what stands under a path.
+/// @param shown    the path as it was typed
+/// @param setting  the whole of it
+void setAt(Json& fields, const std::string& path, const std::string& shown, const std::string& setting)
+{
+    const std::size_t equals = setting.find('=');
+    if (equals == std::string::npos || equals == 0) refuseField(setting, "FIELD=VALUE must stand here");
+    Json* value = &fields;
+    std::istringstream names(path);
+    for (std::string name; std::getline(names, name, '.');) value = &below(*value, name, shown);
+    const std::string text = setting.substr(equals + 1);
+    const Json given = valueOfText(text);
+    // A text may look like a number.
+    *value = value->is_string() && !given.is_string() ? Json(text) : given;
+}
+
 const std::string& memberOf(const Json& line, const char* name)
 {
     const auto member = line.find(name);
@@ -89,24 +105,26 @@ double PubRecord::validSeconds() const
     return static_cast<double>(valid.sec()) + 1e-9 * valid.nsec();
 }
 
+void setField(Json& fields, const std::string& setting)
+{
+    const std::string path = setting.substr(0, setting.find('='));
+    setAt(fields, path, path, setting);
+}
+
 PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& settings)
 {
     PubRecord made{topic.name, topic.type, topic.type->make(), {}};
     void* const record = made.record.get();
     Json header = decodeHeader(topic.type->headerOf(record)), message = topic.type->fieldsOf(record);
+    const std::string ofHeader = std::string(kHeader) + '.';
     for (const std::string& setting : settings) {
-        const std::size_t equals = setting.find('=');
-        if (equals == std::string::npos || equals == 0) refuseField(setting, "FIELD=VALUE must stand here");
-        const std::string path = setting.substr(0, equals);
-        const bool isOfHeader = path.starts_with(std::string(kHeader) + '.');
-        Json* value = isOfHeader ? &header : &message;
-        std::istringstream names(isOfHeader ? path.substr(std::string(kHeader).size() + 1) : path);
-        for (std::string name; std::getline(names, name, '.');) value = &below(*value, name, path);
-        const std::string text = setting.substr(equals + 1);
-        Json given = valueOfText(text);
-        // A text may look like a number.
-        *value = value->is_string() && !given.is_string() ? Json(text) : given;
-        if (isOfHeader) give(made.given, path.substr(std::string(kHeader).size() + 1), path);
+        if (!setting.starts_with(ofHeader)) {
+            setField(message, setting);
+            continue;
+        }
+        const std::string path = setting.substr(0, setting.find('='));
+        setAt(header, path.substr(ofHeader.size()), path, setting);
+        give(made.given, path.substr(ofHeader.size()), path);
     }
     setHeader(topic.type->headerIn(record), header);
     topic.type->setFields(record, message, {});

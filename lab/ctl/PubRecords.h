@@ -31,6 +31,9 @@ struct PubRecord {
 /// set, but the whole sequence.
 PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& settings);
 
+/// Sets what stands in `fields` under the path of a FIELD=VALUE as above. Throws the same.
+void setField(Json& fields, const std::string& setting);
+
 /// What a line of `orvanectl echo --json` shows, the header included; none if the line is not a record's. Throws
 /// `FieldError`; the topic's type is that of the line.
 std::optional<PubRecord> recordOfLine(const std::string& line);

@@ -2,22 +2,30 @@
 
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/AspnHelper.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "lab/ctl/FrameFields.h"
 #include "lab/ctl/NearestWord.h"
 #include "lab/ctl/PubRecords.h"
 #include "lab/ctl/TopicPublisher.h"
 #include "lab/ctl/UnitClock.h"
 #include "lab/ctl/WatchRun.h"
+#include "lab/unit/DeviceMap.h"
+#include "lab/unit/QueueFeeder.h"
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <thread>
 
 namespace orvanectl {
 
@@ -29,6 +37,7 @@ using Seconds = std::chrono::duration<double>;
 /// A longer pause between two lines is none of a record's own timing.
 constexpr double kLongestPause = 3600;
 constexpr std::chrono::seconds kArrival{5};
+const std::string kQueueDevices = "/dev/mcs";
 
 /// The number of a server, from its name or as it is.
 std::uint8_t serverOf(const std::string& text)
@@ -49,95 +58,316 @@ std::uint8_t serverOf(const std::string& text)
         (nearest.empty() ? "; a number from 0 to 255 may stand here" : "; did you mean " + nearest + '?'));
 }
 
-/// Lines of a file, each with its number in what is thrown.
+/// The number of a system, from its name or as it is.
+std::uint8_t systemOf(const std::string& text)
+{
+    unsigned number = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (read.ec == std::errc() && read.ptr == text.data() + text.size() && number <= 255)
+        return static_cast<std::uint8_t>(number);
+    if (const std::uint8_t id = ASPN2::SystemIds::from_string(text.c_str()); id != 0) return id;
+    throw UnknownName("no system \"" + printable(text) + "\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is");
+}
+
+/// Lines of a file or of the standard input, read one at a time, each with its number in what is thrown.
+class Lines {
+public:
+    explicit Lines(const std::string& path)
+        : m_name(path == "-" ? "standard input" : path), m_isStandardInput(path == "-")
+    {
+        if (!m_isStandardInput) m_file.open(path);
+        if (!input()) throw std::runtime_error("cannot read " + path);
+    }
+
+    /// The next record; none behind the last.
+    std::optional<PubRecord> next()
+    {
+        for (std::string line; std::getline(input(), line);) {
+            ++m_number;
+            if (line.empty()) continue;
+            try {
+                if (auto record = recordOfLine(line)) return record;
+            } catch (const FieldError& error) {
+                throw FieldError(m_name + ':' + std::to_string(m_number) + ": " + error.what());
+            }
+        }
+        return std::nullopt;
+    }
+
+private:
+    std::istream& input() { return m_isStandardInput ? std::cin : m_file; }
+
+    const std::string m_name;
+    const bool m_isStandardInput;
+    std::ifstream m_file;
+    std::size_t m_number = 0;
+};
+
 std::vector<PubRecord> recordsOf(const std::string& path)
 {
-    std::ifstream file;
-    if (path != "-") file.open(path);
-    std::istream& input = path == "-" ? std::cin : file;
-    if (!input) throw std::runtime_error("cannot read " + path);
+    Lines lines(path);
     std::vector<PubRecord> records;
-    std::size_t number = 0;
-    for (std::string line; std::getline(input, line);) {
-        ++number;
-        if (line.empty()) continue;
-        try {
-            if (auto record = recordOfLine(line)) records.push_back(std::move(*record));
-        } catch (const FieldError& error) {
-            throw FieldError((path == "-" ? "standard input" : path) + ':' + std::to_string(number) + ": " +
-                             error.what());
-        }
-    }
+    while (auto record = lines.next()) records.push_back(std::move(*record));
     if (records.empty()) throw FieldError(path + ": no line is a record");
     return records;
 }
 
+/// Sends records on their way, each to where it belongs.
+class Outlet {
+public:
+    virtual ~Outlet() = default;
+
+    /// Sees that there is somebody who takes such records; false once it is over.
+    virtual bool open(const PubRecord& record) = 0;
+
+    virtual void send(const PubRecord& record) = 0;
+
+    /// Waits until all has arrived; throws `std::runtime_error` if it does not.
+    virtual void close() = 0;
+
+protected:
+    Outlet() = default;
+    Outlet(const Outlet&) = default;
+    Outlet& operator=(const Outlet&) = default;
+};
+
+/// Keeps signals from threads that begin meanwhile.
+class SignalsKept {
+public:
+    SignalsKept()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~SignalsKept() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsKept(const SignalsKept&) = delete;
+    SignalsKept& operator=(const SignalsKept&) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+/// DDS topics, a participant for those that are known at first and one for each that is met later.
+class TopicOutlet : public Outlet {
+public:
+    TopicOutlet(const PubOptions& options, const ConnectionFile& file, const EndingSignals& signals)
+        : m_options(options), m_file(file), m_signals(signals)
+    {}
+
+    /// @param records  whose topics are known
+    void know(const std::vector<PubRecord>& records)
+    {
+        std::vector<WatchedTopic> topics;
+        for (const PubRecord& record : records)
+            if (isNew(record)) {
+                topics.push_back({record.topic, record.type});
+                m_topics[record.topic] = {record.type, m_publishers.size()};
+            }
+        if (!topics.empty()) add(topics);
+    }
+
+    bool open(const PubRecord& record) override
+    {
+        if (isNew(record)) {
+            m_topics[record.topic] = {record.type, m_publishers.size()};
+            add({{record.topic, record.type}});
+        }
+        return !m_signals.received();
+    }
+
+    void send(const PubRecord& record) override
+    {
+        m_publishers[m_topics.at(record.topic).publisher]->publish(record.topic, record.record.get());
+    }
+
+    void close() override
+    {
+        for (const auto& publisher : m_publishers)
+            if (!publisher->waitUntilArrived(kArrival))
+                throw std::runtime_error("not all records have arrived within 5 s");
+    }
+
+private:
+    struct Known {
+        const RecordType* type;
+        std::size_t publisher;
+    };
+
+    bool isNew(const PubRecord& record) const
+    {
+        const auto known = m_topics.find(record.topic);
+        if (known == m_topics.end()) return true;
+        if (known->second.type != record.type)
+            throw FieldError("topic " + printable(record.topic) + " has two types in the lines");
+        return false;
+    }
+
+    void add(const std::vector<WatchedTopic>& topics)
+    {
+        const auto& publisher = [&]() -> const std::unique_ptr<TopicPublisher>& {
+            const SignalsKept kept;
+            return m_publishers.emplace_back(std::make_unique<TopicPublisher>(m_file, topics));
+        }();
+        const auto most = std::chrono::duration_cast<std::chrono::milliseconds>(Seconds(m_options.waitSeconds));
+        const std::string lonely = publisher->waitForSubscribers(most, [this] { return m_signals.received(); });
+        if (!lonely.empty() && !m_signals.received())
+            throw std::runtime_error("nobody subscribes to topic " + printable(lonely) + " in domain " +
+                                     printable(m_file.domain().at("DomainId")));
+    }
+
+    const PubOptions& m_options;
+    const ConnectionFile& m_file;
+    const EndingSignals& m_signals;
+    std::map<std::string, Known> m_topics;
+    std::vector<std::unique_ptr<TopicPublisher>> m_publishers;
+};
+
+/// A queue of the lab, which is a named pipe. The next frame waits until the one before was taken: a pipe has little
+/// room, and loses what is in it when nobody has it open any more.
+class QueueOutlet : public Outlet {
+public:
+    QueueOutlet(const PubOptions& options, const std::string& device, const EndingSignals& signals)
+        : m_device(device), m_most(std::chrono::duration_cast<Clock::duration>(Seconds(options.waitSeconds))),
+          m_feeder(device), m_signals(signals)
+    {}
+
+    bool open(const PubRecord&) override
+    {
+        close();
+        return !m_signals.received();
+    }
+
+    void send(const PubRecord& record) override
+    {
+        m_feeder.send(*static_cast<const aspn2_msgs::idl::GSSIP*>(record.record.get()));
+    }
+
+    void close() override
+    {
+        const auto end = Clock::now() + m_most;
+        while (m_feeder.waiting() > 0 && !m_signals.received()) {
+            if (Clock::now() > end)
+                throw std::runtime_error(m_device +
+                                         ": nobody takes the frames; the service reads its queues once it runs");
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+private:
+    const std::string m_device;
+    const Clock::duration m_most;
+    unitsim::QueueFeeder m_feeder;
+    const EndingSignals& m_signals;
+};
+
 class PubRun {
 public:
     explicit PubRun(const PubOptions& options)
-        : m_options(options), m_server(serverOf(options.server)), m_file(options.connections), m_records(records()),
-          m_publisher(m_file, topics())
+        : m_options(options), m_frame(options.file.empty() ? findFrameKind(options.topic) : nullptr),
+          m_system(systemOf(options.system)), m_server(serverOf(serverName()))
     {
         m_signals.listen();
+        if (m_frame) {
+            m_records.push_back(frameRecord());
+            m_outlet = std::make_unique<QueueOutlet>(
+                options,
+                kQueueDevices + std::to_string(unitsim::DeviceMap(options.devices).port(std::string(m_frame->queue))),
+                m_signals);
+        } else {
+            m_file.emplace(options.connections);
+            auto topics = std::make_unique<TopicOutlet>(options, *m_file, m_signals);
+            if (isStream())
+                m_lines.emplace(options.file);
+            else
+                m_records = records();
+            topics->know(m_records);
+            m_outlet = std::move(topics);
+        }
     }
 
     /// The number of records that went out.
     std::uint64_t run()
     {
-        const auto most = std::chrono::duration_cast<std::chrono::milliseconds>(Seconds(m_options.waitSeconds));
-        const std::string lonely = m_publisher.waitForSubscribers(most, [this] { return m_signals.received(); });
-        if (!lonely.empty() && !m_signals.received())
-            throw std::runtime_error("nobody subscribes to topic " + printable(lonely) + " in domain " +
-                                     printable(m_file.domain().at("DomainId")));
         const std::uint64_t count = countOfRecords();
-        const auto start = Clock::now();
+        auto start = Clock::now();
         std::uint64_t sent = 0;
-        for (; sent < count && waitUntil(start + timeOf(sent)); ++sent) send(m_records[sent % m_records.size()]);
-        if (!m_publisher.waitUntilArrived(kArrival))
-            throw std::runtime_error("not all records have arrived within 5 s");
+        while (sent < count) {
+            const PubRecord* const record = nextRecord(sent);
+            if (!record) break;
+            const auto before = Clock::now();
+            if (!m_outlet->open(*record)) break;
+            if (sent == 0) start = Clock::now();
+            // To find a subscriber takes no time of the lines.
+            else if (m_lines)
+                start += Clock::now() - before;
+            if (!waitUntil(start + timeOf(*record, sent))) break;
+            stamp(*record, m_options.stampsNow ? PubRecord::Given{.device = record->given.device} : record->given);
+            m_outlet->send(*record);
+            ++sent;
+        }
+        if (isStream() && sent == 0 && !m_signals.received()) throw FieldError("standard input: no line is a record");
+        m_outlet->close();
         return sent;
     }
 
+    const FrameKind* frame() const { return m_frame; }
+
 private:
+    bool isStream() const { return m_options.file == "-"; }
+
+    std::string serverName() const
+    {
+        if (!m_options.server.empty()) return m_options.server;
+        return m_frame ? std::string(m_frame->server) : "HalvexNavigator";
+    }
+
     std::vector<PubRecord> records() const
     {
         if (!m_options.file.empty()) return recordsOf(m_options.file);
         std::vector<PubRecord> one;
-        one.push_back(recordOf(chooseTopics(m_file, {m_options.topic}, m_options.type).at(0), m_options.settings));
+        one.push_back(recordOf(chooseTopics(*m_file, {m_options.topic}, m_options.type).at(0), m_options.settings));
         return one;
     }
 
-    /// Those of the records, each once.
-    std::vector<WatchedTopic> topics() const
+    /// What is set of the header is the record's, the rest the frame's.
+    PubRecord frameRecord() const
     {
-        std::vector<WatchedTopic> topics;
-        for (const PubRecord& record : m_records) {
-            const auto known = std::ranges::find(topics, record.topic, &WatchedTopic::name);
-            if (known == topics.end())
-                topics.push_back({record.topic, record.type});
-            else if (known->type != record.type)
-                throw FieldError("topic " + printable(record.topic) + " has two types in the lines");
-        }
-        return topics;
+        std::vector<std::string> ofHeader, ofFrame;
+        for (const std::string& setting : m_options.settings)
+            (setting.starts_with("header.") ? ofHeader : ofFrame).push_back(setting);
+        PubRecord made = recordOf({m_options.topic, findRecordType("GSSIP")}, ofHeader);
+        auto bytes = m_options.hex.empty() ? frameOf(*m_frame, ofFrame) : frameOfHex(m_options.hex);
+        auto& record = *static_cast<aspn2_msgs::idl::GSSIP*>(made.record.get());
+        record.num_bytes(static_cast<std::int32_t>(bytes.size()));
+        record.data(std::move(bytes));
+        return made;
+    }
+
+    const PubRecord* nextRecord(std::uint64_t number)
+    {
+        if (!m_lines) return &m_records[number % m_records.size()];
+        m_line = m_lines->next();
+        return m_line ? &*m_line : nullptr;
     }
 
     std::uint64_t countOfRecords() const
     {
         if (m_options.count > 0) return m_options.count;
-        if (m_options.rate > 0 && m_options.file.empty()) return std::numeric_limits<std::uint64_t>::max();
-        return m_records.size();
+        const bool isEndless = m_lines || (m_options.rate > 0 && m_options.file.empty());
+        return isEndless ? std::numeric_limits<std::uint64_t>::max() : m_records.size();
     }
 
     /// When a record is due, after the start.
-    Clock::duration timeOf(std::uint64_t number)
+    Clock::duration timeOf(const PubRecord& record, std::uint64_t number)
     {
         if (m_options.rate > 0)
             return std::chrono::duration_cast<Clock::duration>(Seconds(static_cast<double>(number) / m_options.rate));
         if (m_options.file.empty()) return {};
-        const std::size_t index = number % m_records.size();
-        const double valid = m_records[index].validSeconds();
+        const double valid = record.validSeconds();
+        const bool isFirst = number == 0 || (!m_lines && number % m_records.size() == 0);
         // Topics that take turns may go back a little; lines begun anew, and other clocks, are no pause.
-        const bool isAnew = number == 0 || index == 0 || std::abs(valid - m_first - m_elapsed) > kLongestPause;
+        const bool isAnew = isFirst || std::abs(valid - m_first - m_elapsed) > kLongestPause;
         if (isAnew) m_first = valid - m_elapsed;
         m_elapsed = std::max(m_elapsed, valid - m_first);
         return std::chrono::duration_cast<Clock::duration>(Seconds(m_elapsed));
@@ -155,12 +385,6 @@ private:
         return false;
     }
 
-    void send(const PubRecord& record)
-    {
-        stamp(record, m_options.stampsNow ? PubRecord::Given{.device = record.given.device} : record.given);
-        m_publisher.publish(record.topic, record.record.get());
-    }
-
     /// Fills in what of the header was not given.
     void stamp(const PubRecord& record, const PubRecord::Given& given)
     {
@@ -173,15 +397,19 @@ private:
         }
         if (!given.number) header.seq_num(m_sequence[record.topic]++);
         if (!given.device)
-            header.device_id(static_cast<std::int32_t>(std::uint32_t{1} << 24 | std::uint32_t{m_server} << 16));
+            header.device_id(static_cast<std::int32_t>(std::uint32_t{m_system} << 24 | std::uint32_t{m_server} << 16));
     }
 
     const PubOptions& m_options;
-    EndingSignals m_signals;  // before the threads of the publisher
+    EndingSignals m_signals;  // before the threads of the outlet
+    const FrameKind* const m_frame;
+    const std::uint8_t m_system;
     const std::uint8_t m_server;
-    const ConnectionFile m_file;
-    const std::vector<PubRecord> m_records;
-    TopicPublisher m_publisher;
+    std::optional<ConnectionFile> m_file;
+    std::vector<PubRecord> m_records;
+    std::optional<Lines> m_lines;     // that are read as they come
+    std::optional<PubRecord> m_line;  // the latest of these
+    std::unique_ptr<Outlet> m_outlet;
     std::optional<UnitClock> m_clock;
     std::map<std::string, std::int64_t> m_sequence;
     double m_elapsed = 0;  // s, of the lines' own times
@@ -194,7 +422,8 @@ void runPub(const PubOptions& options, std::ostream& output)
 {
     PubRun run(options);
     const std::uint64_t sent = run.run();
-    output << "orvanectl: " << sent << (sent == 1 ? " record" : " records") << " published\n";
+    const char* const what = run.frame() ? " frame" : " record";
+    output << "orvanectl: " << sent << what << (sent == 1 ? "" : "s") << (run.frame() ? " sent\n" : " published\n");
     if (!output.flush()) throw std::runtime_error("cannot write to standard output");
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -60,6 +61,12 @@ void QueueFeeder::send(const aspn2_msgs::idl::GSSIP& record)
         else if (errno != EINTR)
             throw failure(m_device, "can't be written");
     }
+}
+
+std::size_t QueueFeeder::waiting() const
+{
+    int bytes = 0;
+    return ioctl(m_descriptor, FIONREAD, &bytes) == 0 && bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
 }
 
 void QueueFeeder::dropOldest()

@@ -26,6 +26,9 @@ public:
     void send(const aspn2_msgs::idl::GSSIP& record);
 
     std::uint64_t sent() const { return m_sent; }
+    /// Bytes that nobody has taken yet.
+    std::size_t waiting() const;
+
     std::uint64_t dropped() const { return m_dropped; }
 
 private:

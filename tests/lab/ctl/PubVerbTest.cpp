@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,50 @@ TEST(PubVerbTest, WhatWasShownGoesBackUnchanged)
     EXPECT_TRUE(echo.output().starts_with(lines + "\n")) << echo.output();
 }
 
+TEST(PubVerbTest, AFrameGoesIntoItsQueue)
+{
+    ChildProcess reader({"/bin/sh", "-c", "head -c 468 /dev/mcs5 | \"$0\" decode --json -", kTool});
+    ChildProcess pub({kTool, "pub", "8504", "--set", "status096.receiver_failure=1", "--set", "header.seq_num=7"});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(pub.output(), "orvanectl: 1 frame sent\n");
+    EXPECT_EQ(reader.wait(), Ending({0, 0})) << reader.errors();
+    for (const char* text : {"\"receiver_failure\":1,", "\"seq_num\":7,", "\"server_name\":\"ZentorM\""})
+        EXPECT_NE(reader.output().find(text), std::string::npos) << reader.output();
+}
+
+TEST(PubVerbTest, AThreatGoesIntoItsOwnQueueAndHexAsItIs)
+{
+    ChildProcess reader({"/bin/sh", "-c", "head -c 58 /dev/mcs6 | tail -c 2 | od -An -tx1"});
+    ChildProcess pub({kTool, "pub", "15051", "--hex", "AB CD"});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(reader.wait(), Ending({0, 0})) << reader.errors();
+    EXPECT_EQ(reader.output(), " ab cd\n");
+}
+
+TEST(PubVerbTest, AQueueThatNobodyReadsIsTold)
+{
+    ChildProcess pub({kTool, "pub", "5044", "--wait", "0.1"});
+    EXPECT_EQ(pub.wait(), Ending({1, 0}));
+    EXPECT_EQ(pub.errors(),
+              "orvanectl: /dev/mcs5: nobody takes the frames; the service reads its queues once it runs\n");
+}
+
+TEST(PubVerbTest, LinesOfTheStandardInputGoOutAsTheyCome)
+{
+    const std::string script =
+        "mkfifo /tmp/go; line='{\"topic\":\"UTCTime\",\"type\":\"UTCTime\",\"message\":{}}'; "
+        "(echo \"$line\"; cat /tmp/go; echo \"$line\") | \"$0\" pub --file - --wait 60 --system RENS";
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "2", "--backfill"});
+    ChildProcess pub({"/bin/sh", "-c", script, kTool});
+    EXPECT_TRUE(eventually([&] { return echo.output().find("\"seq_num\":0,") != std::string::npos; }));
+    std::ofstream{"/tmp/go"};
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(pub.output(), "orvanectl: 2 records published\n");
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    EXPECT_NE(echo.output().find("\"seq_num\":1,"), std::string::npos) << echo.output();
+    EXPECT_NE(echo.output().find("\"system_name\":\"RENS\""), std::string::npos) << echo.output();
+}
+
 TEST(PubVerbTest, WithoutASubscriberItFails)
 {
     ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "0.1"});
@@ -67,6 +112,14 @@ TEST(PubVerbTest, WhatIsTypedWronglyEndsWithTwo)
         {{"--file", "x", "--set", "a1=1"}, "orvanectl: --set and --type are for a TOPIC, not for --file\n"},
         {{"UTCTime", "--now"}, "orvanectl: --now is for --file; a TOPIC has times of its own\n"},
         {{"UTCTime", "--from", "MasterClok"}, "orvanectl: no server \"MasterClok\"; did you mean MasterClock?\n"},
+        {{"UTCTime", "--system", "KOLD"},
+         "orvanectl: no system \"KOLD\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is\n"},
+        {{"UTCTime", "--hex", "FF"}, "orvanectl: --hex is for a frame: 5044, 8504 or 15051\n"},
+        {{"8504", "--hex", "F"}, "orvanectl: --hex: pairs of hexadecimal digits must stand here\n"},
+        {{"8504", "--hex", "FF", "--set", "word088=1"},
+         "orvanectl: --hex is a whole frame; of its fields none can be set\n"},
+        {{"8504", "--type", "GSSIP"}, "orvanectl: --type is for a topic, not for a frame\n"},
+        {{"8504", "--set", "word88=1"}, "orvanectl: word88: there is no such field; did you mean word088?\n"},
         {{"UTCTime", "--set", "gps_wek=1"}, "orvanectl: gps_wek: there is no such field; did you mean gps_week?\n"}};
     for (const auto& [arguments, said] : rows) {
         std::vector<std::string> line = {kTool, "pub"};

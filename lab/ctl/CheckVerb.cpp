@@ -1,3 +1,5 @@
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/check/ConfigCheck.h"
@@ -7,6 +9,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <unistd.h>
 
 namespace orvanectl {
 
@@ -22,9 +25,16 @@ std::string counted(std::size_t count, const char* what)
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+Findings found(CheckOptions options)
+{
+    Progress progress(STDERR_FILENO);
+    options.onFile = [&](const std::string& path) { progress.say("reads " + printable(path)); };
+    return checkConfiguration(options);
+}
+
 ExitStatus check(const Options& options)
 {
-    const Findings findings = checkConfiguration(options.check);
+    const Findings findings = found(options.check);
     for (const Finding& finding : findings.sorted())
         std::cout << (options.json ? finding.json() : finding.asLine() + '\n');
     const bool starts = findings.errors() == 0;

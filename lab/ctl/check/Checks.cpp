@@ -45,6 +45,17 @@ void checkKey(const ConfigContainer& container, const ConfigKey& key, const KeyR
     }
 }
 
+/// What a number out of range becomes where its low bits are taken; nothing where that isn't so.
+/// @param most  all bits of what it is stored in
+std::string cutText(std::int64_t value, int base, std::int64_t most)
+{
+    constexpr std::int64_t kMost32 = 0xFFFFFFFF;
+    if (most != 0xFF && most != 0xFFFF && most != kMost32) return "";
+    // Decimal lists are read as 32 bits first, and what is beyond them is the highest.
+    const std::int64_t read = base == 10 && (value > kMost32 || value < -kMost32) ? kMost32 : value;
+    return ", " + std::to_string(read & most) + " is taken";
+}
+
 }  // namespace
 
 void checkBoolean(const ConfigContainer& container, const ConfigKey& key, Findings& findings)
@@ -80,7 +91,9 @@ std::int64_t checkNumber(const ConfigContainer& container, const ConfigKey& key,
                       '"' + key.text + "\" is not wholly a number, " + std::to_string(value) + " is taken; " + range +
                           " may stand here");
     else if (errno == ERANGE || value < least || value > most)
-        findings.warn(key.line, place, key.text + " is out of range; " + range + " may stand here");
+        findings.warn(key.line, place,
+                      key.text + " is out of range" + (errno == ERANGE ? "" : cutText(value, base, most)) + "; " +
+                          range + " may stand here");
     return value;
 }
 

@@ -57,7 +57,8 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
 void checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
 
 /// The file of the bus connections.
-void checkConnections(const std::string& path, Findings& findings);
+/// @param looksAtMachine  whether its memory is the service's
+void checkConnections(const std::string& path, bool looksAtMachine, Findings& findings);
 
 /// The file of the devices.
 /// @param looksAtMachine  whether the queue devices must be there

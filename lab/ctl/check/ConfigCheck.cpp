@@ -21,12 +21,12 @@ std::string CheckOptions::found(const std::string& path) const
 
 Findings checkConfiguration(const CheckOptions& options)
 {
-    Findings findings;
+    Findings findings(options.onFile);
     ServerSettings settings;
     checkServerFile(options, settings, findings);
     const std::string connections = FACE::textOf(settings.m_connectionsFile);
     const std::string devices = FACE::textOf(settings.m_ioDevicesFile);
-    if (!connections.empty()) checkConnections(options.found(connections), findings);
+    if (!connections.empty()) checkConnections(options.found(connections), options.folder.empty(), findings);
     if (!devices.empty()) checkDevices(options.found(devices), options.folder.empty(), findings);
     checkBusFiles(options.found(settings.m_victoryConfigurationFile), options.found(settings.m_vclFile), findings);
     checkSensors(options.found(kSensors), findings);

@@ -3,6 +3,7 @@
 
 #include "lab/ctl/check/Findings.h"
 
+#include <functional>
 #include <string>
 
 namespace orvanectl {
@@ -14,6 +15,9 @@ struct CheckOptions {
     /// Where the files of the unit's folder /opt/halvex/config are looked for; empty: there. Then this machine isn't the
     /// unit: its devices, processors and rights are not looked at.
     std::string folder;
+
+    /// Called with each file before it is read.
+    std::function<void(const std::string& path)> onFile;
 
     /// @return the path under which a path of the unit is found
     std::string found(const std::string& path) const;

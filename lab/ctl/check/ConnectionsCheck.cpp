@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cstdint>
+#include <iterator>
+#include <unistd.h>
 
 namespace orvanectl {
 
@@ -15,6 +18,8 @@ using Kind = KeyRule::Kind;
 
 constexpr const char* kDomain = "FastRtps";
 constexpr std::int64_t kLongHistory = 10000;
+constexpr std::uint64_t kLeastOfSample = 100;                  // bytes, whatever is in it
+constexpr std::uint64_t kMostMemory = std::uint64_t{1} << 40;  // bytes, of any unit
 constexpr std::size_t kLongestName = 255;
 
 constexpr KeyRule kDomainKeys[] = {
@@ -59,7 +64,29 @@ FACE::TSS::HX_TSS_Settings settingsOf(const std::string& path)
     return FACE::TSS::readSettings(config, handle, code);
 }
 
-void checkDomain(const ConfigText& text, const std::string& path, Findings& findings)
+/// Bytes; of any unit if it isn't this machine.
+std::uint64_t memoryOf(bool isThisMachine)
+{
+    const long pages = ::sysconf(_SC_PHYS_PAGES), page = ::sysconf(_SC_PAGESIZE);
+    if (!isThisMachine || pages <= 0 || page <= 0) return kMostMemory;
+    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page);
+}
+
+void checkHistory(std::int64_t depth, int line, bool looksAtMachine, Findings& findings)
+{
+    const std::string place = std::string(kDomain) + "/HistoryDepth";
+    const std::uint64_t needed = static_cast<std::uint64_t>(depth) * kLeastOfSample * std::size(kTopics);
+    if (needed > memoryOf(looksAtMachine))
+        findings.fail(line, place,
+                      "no memory holds " + std::to_string(depth) +
+                          " samples, which are taken at the start for each end of a topic; 10 is usual");
+    else if (depth > kLongHistory)
+        findings.warn(line, place,
+                      "the memory for " + std::to_string(depth) +
+                          " samples is taken at the start for each end of a topic; 10 is usual");
+}
+
+void checkDomain(const ConfigText& text, const std::string& path, bool looksAtMachine, Findings& findings)
 {
     const ConfigContainer* const domain = text.find(kDomain);
     if (!domain) return findings.fail(0, kDomain, "the container with the settings of the transport is missing");
@@ -81,10 +108,7 @@ void checkDomain(const ConfigText& text, const std::string& path, Findings& find
                       std::to_string(settings.historyDepth) + " samples are too few; 1 is the least");
     else
         checkNumber(*domain, *domain->find("HistoryDepth"), 0, 1, 2147483647, findings);
-    if (settings.historyDepth > kLongHistory)
-        findings.warn(at("HistoryDepth"), place + "HistoryDepth",
-                      "the memory for " + std::to_string(settings.historyDepth) +
-                          " samples is taken at the start for each end of a topic; 10 is usual");
+    if (settings.historyDepth >= 1) checkHistory(settings.historyDepth, at("HistoryDepth"), looksAtMachine, findings);
     if (std::ranges::find(kTransports, settings.useTransport) == std::end(kTransports))
         findings.fail(at("UseTransport"), place + "UseTransport",
                       '"' + settings.useTransport + "\" is no transport; SHM, UDP, TCP_Client or TCP_Server is" +
@@ -139,11 +163,11 @@ void checkTopic(const ConfigContainer& topic, const char* needed, Findings& find
 
 }  // namespace
 
-void checkConnections(const std::string& path, Findings& findings)
+void checkConnections(const std::string& path, bool looksAtMachine, Findings& findings)
 {
     const auto text = readConfigText(path, findings);
     if (!text) return;
-    checkDomain(*text, path, findings);
+    checkDomain(*text, path, looksAtMachine, findings);
 
     std::vector<std::string> names;
     for (const ConfigContainer& container : text->containers) names.push_back(container.name);

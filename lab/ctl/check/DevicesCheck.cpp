@@ -20,6 +20,9 @@ constexpr KeyRule kBlockKeys[] = {
     {"Size", Kind::Number, 1, 0xFFFFFFFF, "how many bytes the registers take"},
 };
 
+constexpr std::uint32_t kRegisterBytes = 4;
+constexpr const char* kNotAligned = " is no multiple of 4, which the registers are aligned to";
+
 constexpr const char* kQueues[] = {"ZEN_HX", "HX_ZEN"};
 
 /// A register block of the service, and the bytes that are read in it: at the start, and ever.
@@ -92,6 +95,11 @@ void checkBlock(const ConfigContainer& block, std::uint32_t atStart, std::uint32
         findings.warn(line, place,
                       std::to_string(size) + " bytes are too few for registers that reach to byte " +
                           std::to_string(ever));
+    else if (size % kRegisterBytes != 0)
+        findings.warn(line, place, block.textOf("Size") + kNotAligned);
+    if (base % kRegisterBytes != 0)
+        findings.warn(block.find("BaseAddress")->line, block.name + "/BaseAddress",
+                      block.textOf("BaseAddress") + kNotAligned);
     if (base + size > std::uint64_t{1} << 32)
         findings.warn(line, place, "the block ends beyond the address space of 32 bits");
 }

@@ -38,6 +38,7 @@ std::string Finding::json() const
 
 void Findings::begin(const std::string& file)
 {
+    if (m_onBegin) m_onBegin(file);
     const auto found = std::ranges::find(m_files, file);
     m_current = static_cast<std::size_t>(found - m_files.begin());
     if (found == m_files.end()) m_files.push_back(file);

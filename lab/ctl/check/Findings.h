@@ -2,7 +2,9 @@
 #define LAB_CTL_CHECK_FINDINGS_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvanectl {
@@ -28,6 +30,9 @@ struct Finding {
 /// What was found in files, each of which is begun once. One thread at a time.
 class Findings {
 public:
+    /// @param onBegin  called with each file that is begun
+    explicit Findings(std::function<void(const std::string&)> onBegin = {}) : m_onBegin(std::move(onBegin)) {}
+
     /// What is added from here on is found in this file.
     void begin(const std::string& file);
 
@@ -52,6 +57,7 @@ private:
 
     std::size_t count(Severity severity) const;
 
+    std::function<void(const std::string&)> m_onBegin;
     std::vector<std::string> m_files;
     std::size_t m_current = 0;
     std::vector<Entry> m_entries;

@@ -62,6 +62,19 @@ void checkServers(const ConfigContainer& section, Findings& findings)
     }
 }
 
+/// The service looks for such a file from wherever it is started.
+void checkPaths(const ConfigContainer& section, Findings& findings)
+{
+    for (const char* key : {"Connections", "IODevices"}) {
+        const ConfigKey* const found = section.find(key);
+        if (!found || found->text.empty() || found->text.starts_with('/')) continue;
+        findings.warn(
+            found->line, section.name + '/' + key,
+            '"' + found->text +
+                "\" is looked for in the folder that the service is started in; a path from / may stand here");
+    }
+}
+
 /// @param settings  as the service has read them
 void checkLists(const ConfigContainer& section, const ServerSettings& settings, Findings& findings)
 {
@@ -127,6 +140,7 @@ void checkServerFile(const CheckOptions& options, ServerSettings& settings, Find
     if (section) {
         checkKeys(*section, kServerKeys, findings);
         checkServers(*section, findings);
+        checkPaths(*section, findings);
     }
 
     Scheduling scheduling;

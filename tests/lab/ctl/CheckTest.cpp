@@ -130,10 +130,12 @@ TEST_F(CheckTest, AServerThatThereIsNotIsTold)
 TEST_F(CheckTest, ACpuWhoseLowBitsAreZeroIsRefused)
 {
     change("OrvaneServer.xml", "<CPU>0<", "<CPU>256<");
-    EXPECT_EQ(found(),
-              (Lines{"OrvaneServer.xml:25: warning: OrvaneServer/CPU: 256 is out of range; 0 to 255 may stand here",
-                     "OrvaneServer.xml:25: error: OrvaneServer/CPU: its low 8 bits are 0, which is no processor; "
-                     "1 is the first"}));
+    EXPECT_EQ(
+        found(),
+        (Lines{
+            "OrvaneServer.xml:25: warning: OrvaneServer/CPU: 256 is out of range, 0 is taken; 0 to 255 may stand here",
+            "OrvaneServer.xml:25: error: OrvaneServer/CPU: its low 8 bits are 0, which is no processor; "
+            "1 is the first"}));
 }
 
 TEST_F(CheckTest, AFileThatIsMissingIsAnError)
@@ -244,7 +246,7 @@ TEST_F(CheckTest, BlocksThatAreTooSmallAreTold)
 
 TEST_F(CheckTest, BlocksBeyondTheAddressSpaceAreTold)
 {
-    change("IODevices.xml", "0x43C80000", "0xFFFFF001");
+    change("IODevices.xml", "0x43C80000", "0xFFFFF004");
     EXPECT_EQ(found(), Lines{"IODevices.xml:82: warning: PulseGen_Interface1 interface/Size: the block ends beyond the "
                              "address space of 32 bits"});
 }
@@ -416,4 +418,64 @@ TEST(FindingsTest, AreSortedByFilesAsTheyWereBegunAndThenByLines)
     EXPECT_EQ(sorted[2].what, "third");
     EXPECT_EQ(findings.errors(), 2u);
     EXPECT_EQ(findings.warnings(), 1u);
+}
+
+TEST_F(CheckTest, AFileFromARelativePathIsLookedForWhereTheServiceIsStarted)
+{
+    change("OrvaneServer.xml", "/opt/halvex/config/IODevices.xml", "IODevices.xml");
+    EXPECT_EQ(
+        found().front(),
+        "OrvaneServer.xml:20: warning: OrvaneServer/IODevices: \"IODevices.xml\" is looked for in the folder that "
+        "the service is started in; a path from / may stand here");
+}
+
+TEST_F(CheckTest, ANumberThatIsCutSaysWhatIsTaken)
+{
+    change("OrvaneServer.xml", "<PARAM_3>0<", "<PARAM_3>293<");
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>295,-217,4294967296,96<");
+    change("OrvaneServer.xml", "<PARAM_8>12,7200<", "<PARAM_8>12,4294967296<");
+    const std::string place = "warning: OrvaneServer/PARAM_";
+    EXPECT_EQ(found(), (Lines{"OrvaneServer.xml:31: " + place +
+                                  "3: 293 is out of range, 37 is taken; 0 to 255 may stand "
+                                  "here",
+                              "OrvaneServer.xml:34: " + place +
+                                  "5: 295 is out of range, 39 is taken; 0 to 255 may stand "
+                                  "here",
+                              "OrvaneServer.xml:34: " + place +
+                                  "5: -217 is out of range, 39 is taken; 0 to 255 may stand "
+                                  "here",
+                              "OrvaneServer.xml:34: " + place +
+                                  "5: 4294967296 is out of range, 255 is taken; 0 to 255 "
+                                  "may stand here",
+                              "OrvaneServer.xml:40: " + place +
+                                  "8: 4294967296 is out of range, 4294967295 is taken; 0 "
+                                  "to 4294967295 may stand here"}));
+}
+
+TEST_F(CheckTest, RegistersThatAreNotAlignedAreTold)
+{
+    change("IODevices.xml", "<BaseAddress>0x43C20000<", "<BaseAddress>0x43C20002<");
+    change("IODevices.xml", "<Size>0x1000<", "<Size>0xFFE<");
+    const std::string aligned = " is no multiple of 4, which the registers are aligned to";
+    const auto lines = found();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[0], "IODevices.xml:26: warning: Processor_Interface/Size: 0xFFE" + aligned);
+    EXPECT_EQ(lines[1], "IODevices.xml:39: warning: TimeStamp_Interface/BaseAddress: 0x43C20002" + aligned);
+}
+
+TEST_F(CheckTest, AHistoryThatNoMemoryHoldsIsAnError)
+{
+    change("Connections.xml", "<HistoryDepth>10<", "<HistoryDepth>2147483647<");
+    EXPECT_EQ(found(), Lines{"Connections.xml:11: error: FastRtps/HistoryDepth: no memory holds 2147483647 samples, "
+                             "which are taken at the start for each end of a topic; 10 is usual"});
+}
+
+TEST_F(CheckTest, AFolderIsNoFile)
+{
+    for (const char* file : {"Connections.xml", "APNT_VCL_1_9.xml", "HX_Sensor_Data.xml"}) {
+        std::filesystem::remove(pathOf(file));
+        std::filesystem::create_directory(pathOf(file));
+    }
+    const std::string what = ": error: not a file; a file of XML belongs here";
+    EXPECT_EQ(found(), (Lines{"Connections.xml" + what, "APNT_VCL_1_9.xml" + what, "HX_Sensor_Data.xml" + what}));
 }

@@ -82,13 +82,6 @@ std::string timeShown(const Json& time)
            (digits + nanoseconds).substr(0, 3);
 }
 
-std::string statusName(const Json& object)
-{
-    constexpr const char* kNames[] = {"queued", "running", "failed", "passed"};
-    const std::string status = shown(object, "status");
-    return status.size() == 1 && status[0] >= '0' && status[0] <= '3' ? kNames[status[0] - '0'] : "status " + status;
-}
-
 std::string sourceShown(const Json& row)
 {
     const std::string text = shown(row, "description");
@@ -119,7 +112,7 @@ std::string sensorShown(const Json& row)
 
 std::string testedSensorShown(const Json& row)
 {
-    return shown(row, "sensorId") + ' ' + statusName(row);
+    return shown(row, "sensorId") + ' ' + testStatusText(row);
 }
 
 std::string faultShown(const Json& row)
@@ -138,7 +131,7 @@ std::string rowsShown(const Json& record, const char* key, std::string (*row)(co
 
 std::string testShown(const Json& row)
 {
-    return shown(row, "builtInTestId") + ' ' + statusName(row) + rowsShown(row, "sensors", testedSensorShown);
+    return shown(row, "builtInTestId") + ' ' + testStatusText(row) + rowsShown(row, "sensors", testedSensorShown);
 }
 
 constexpr struct {
@@ -192,6 +185,13 @@ BusLink::Json BusLink::ask(Json request, const std::function<void(const Json&)>&
         if (onTold && isNew && isOwn(line["during"])) onTold(line);
     }
     throw std::runtime_error("the bus has closed without an answer");
+}
+
+std::string testStatusText(const Json& row)
+{
+    constexpr const char* kNames[] = {"queued", "running", "failed", "passed"};
+    const std::string status = shown(row, "status");
+    return status.size() == 1 && status[0] >= '0' && status[0] <= '3' ? kNames[status[0] - '0'] : "status " + status;
 }
 
 std::string busSummary(const Json& line)

@@ -39,6 +39,9 @@ private:
 /// A line of the bus for people: what it is and the values that matter most, without an end.
 std::string busSummary(const BusLink::Json& line);
 
+/// The result of a built-in test, or of a sensor in it, by its member `status`: "passed"; "status 7" for what is none.
+std::string testStatusText(const BusLink::Json& row);
+
 }  // namespace orvanectl
 
 #endif

@@ -1,6 +1,7 @@
 #include "lab/ctl/TopicStatistics.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -53,6 +54,7 @@ void SequenceTrack::take(std::int64_t number, SequenceHoles& holes)
 void TopicStatistics::take(const Arrival& arrival)
 {
     ++m_count;
+    m_last = arrival.time;
     m_arrivals.push_back(arrival.time);
     if (m_arrivals.size() > kMostArrivals) m_arrivals.pop_front();
     prune(arrival.time);
@@ -81,6 +83,19 @@ std::optional<double> TopicStatistics::longestInterval(Time now)
     Clock::duration longest{};
     for (std::size_t i = 1; i < m_arrivals.size(); ++i) longest = std::max(longest, m_arrivals[i] - m_arrivals[i - 1]);
     return secondsOf(longest);
+}
+
+std::optional<double> TopicStatistics::jitter(Time now)
+{
+    if (!rate(now)) return std::nullopt;
+    const auto intervals = static_cast<double>(m_arrivals.size() - 1);
+    const double mean = secondsOf(m_arrivals.back() - m_arrivals.front()) / intervals;
+    double squares = 0;
+    for (std::size_t i = 1; i < m_arrivals.size(); ++i) {
+        const double apart = secondsOf(m_arrivals[i] - m_arrivals[i - 1]) - mean;
+        squares += apart * apart;
+    }
+    return std::sqrt(squares / intervals);
 }
 
 }  // namespace orvanectl

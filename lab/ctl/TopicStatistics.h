@@ -67,6 +67,12 @@ public:
     /// The longest interval between neighbours in that window, in seconds; nothing as above.
     std::optional<double> longestInterval(Time now);
 
+    /// The standard deviation of the intervals in that window, in seconds; nothing as above. 0 with a single one.
+    std::optional<double> jitter(Time now);
+
+    /// When the latest record came, however long ago.
+    std::optional<Time> last() const { return m_last; }
+
     std::uint64_t count() const { return m_count; }
 
     /// By the sources' own numbers; each is followed per writer.
@@ -83,6 +89,7 @@ private:
 
     const Clock::duration m_window;
     std::deque<Time> m_arrivals;
+    std::optional<Time> m_last;
     std::uint64_t m_count = 0;
     SequenceHoles m_holes;
     SequenceHoles m_transport;

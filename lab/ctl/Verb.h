@@ -41,6 +41,9 @@ Verb addWhyVerb(CLI::App& tool);
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);
 
+/// Shows all of it on one screen.
+Verb addTopVerb(CLI::App& tool);
+
 }  // namespace orvanectl
 
 #endif

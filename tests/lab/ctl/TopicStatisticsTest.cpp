@@ -138,3 +138,19 @@ TEST(TopicStatisticsTest, SourcesBeyondTheLimitAreCountedOnly)
     EXPECT_EQ(statistics.holes().gaps, 256U);
     EXPECT_EQ(statistics.sources().size(), 256U);
 }
+
+TEST(TopicStatisticsTest, JitterIsTheDeviationOfTheIntervals)
+{
+    EXPECT_NEAR(*arrivedAt({0, 900, 2000}).jitter(at(milliseconds(2000))), 0.1, 1e-9);
+    EXPECT_DOUBLE_EQ(*arrivedAt({0, 1000}).jitter(at(milliseconds(2000))), 0.0);
+    EXPECT_FALSE(arrivedAt({0}).jitter(at(milliseconds(2000))));
+    EXPECT_FALSE(arrivedAt({0, 1000}).jitter(at(milliseconds(20'000))));
+}
+
+TEST(TopicStatisticsTest, TheLastArrivalIsKnownHoweverOld)
+{
+    EXPECT_FALSE(arrivedAt({}).last());
+    TopicStatistics statistics = arrivedAt({0, 700});
+    EXPECT_FALSE(statistics.rate(at(milliseconds(60'000))));
+    EXPECT_EQ(statistics.last(), at(milliseconds(700)));
+}

@@ -1,0 +1,40 @@
+#ifndef LAB_CTL_TOP_JOINFEED_H
+#define LAB_CTL_TOP_JOINFEED_H
+
+#include "lab/ctl/BusLink.h"
+#include "lab/ctl/TopicWatch.h"
+#include "lab/ctl/why/Epoch.h"
+#include "lab/ctl/why/JoinDiary.h"
+
+#include <string>
+
+namespace orvanectl {
+
+/// Brings what is heard of topics and bus to the diary of joins, and sums up. One thread at a time.
+class JoinFeed {
+public:
+    using Time = TopicStatistics::Time;
+
+    /// @param hearsBus  `takeBusLine` is called
+    JoinFeed(const ServerSettings& settings, bool hearsBus);
+
+    /// A record of any topic; what is no input is passed over.
+    void take(const WatchedTopic& topic, const Sample& sample);
+
+    /// Any line.
+    void takeBusLine(const BusLink::Json& line, Time now);
+
+    /// The bus is gone, and with it the service.
+    void takeBusGone(Time now) { m_diary.setServiceRuns(false, now); }
+
+    /// "join rate 0.93 (56 of 60): ..." up to now.
+    std::string text(Time now);
+
+private:
+    JoinDiary m_diary;
+    JoinSum m_sum;
+};
+
+}  // namespace orvanectl
+
+#endif

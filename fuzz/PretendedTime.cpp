@@ -62,6 +62,11 @@ std::time_t seconds()
     return s_seconds;
 }
 
+Clock::duration sinceEpoch()
+{
+    return std::chrono::seconds(s_seconds) + s_sinceSecond;
+}
+
 void pass(Clock::duration duration)
 {
     const auto end = s_now + duration;

@@ -24,6 +24,9 @@ void begin(std::time_t seconds);
 Clock::time_point now();
 std::time_t seconds();
 
+/// What `time` counts, with its fraction.
+Clock::duration sinceEpoch();
+
 /// Lets time pass on both clocks. What expires meanwhile does so on the way, in its order.
 void pass(Clock::duration duration);
 

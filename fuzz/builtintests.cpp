@@ -2,41 +2,17 @@
 // clients are told: ids, order, states, results, and what may be forgotten.
 // Input: settings, then operations.
 
+#include "fuzz/BuiltInTests.h"
 #include "VICTORY/OrvaneServer/BitResult/OrvaneBitResults.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/model/BuiltInTestModel.h"
 #include "tests/support/VictoryRecorder.h"
 
-#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace {
-
-constexpr const char* kSensors = R"(<HX_Configurations>
-<Sensor><Name>1</Name><Parameters><SensorId>GPS-1</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x27</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>2</Name><Parameters><SensorId>None</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_OTHER</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x26</ComponentConfigurationId>
-<HasComponentConfigurationId>false</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>3</Name><Parameters><SensorId>Off</SensorId><Enabled>false</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x27</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>4</Name><Parameters><SensorId>IMU-1</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>2F</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>5</Name><Parameters><SensorId>IMU-2</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x2f</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-</HX_Configurations>
-)";
 
 constexpr const char* kName = "Server";
 
@@ -60,11 +36,11 @@ class Tests {
 public:
     explicit Tests(fuzz::Input& input)
         : m_input(input), m_limit(static_cast<int>(m_input.below(4)) * 12),
-          m_model(kName, m_limit, {{"GPS-1", 39}, {"None", std::nullopt}, {"IMU-1", 47}, {"IMU-2", 47}}, m_log)
+          m_model(kName, m_limit, fuzz::BuiltInTests::sensors(), m_log)
     {
         constexpr std::time_t kTimes[] = {1'000'000, 0, 2'147'483'640, 4'102'444'800};
         g_now = kTimes[m_input.below(std::size(kTimes))];
-        static const fuzz::MemoryFile sensors(kSensors);
+        static const fuzz::MemoryFile sensors(fuzz::BuiltInTests::kSensorsFile);
         m_tests = std::make_unique<OrvaneBitResults>(
             sensors.path(),
             OrvaneBitResults::Clocks{[] { return g_now; }, [] { return g_steady; }, [] { return g_system; }});
@@ -205,28 +181,7 @@ private:
         const auto rows = m_model.results(named);
         m_tests->GetBuiltInTestResults(m_service, *requested);
         const auto call = m_victory.last("vapntsTellGetBuiltInTestResults");
-        const auto& told = call.record<VapntcBitResults>();
-        FUZZ_EXPECT(told.resultCount == static_cast<int>(rows.size()));
-        const VapntcBitResult* result = told.results;
-        for (const auto& row : rows) expectRow(*result++, row);
-    }
-
-    static void expectRow(const VapntcBitResult& told, const BuiltInTestModel::Row& row)
-    {
-        FUZZ_EXPECT(told.builtInTestId == row.id && told.status == row.status && told.resultCode == row.resultCode);
-        FUZZ_EXPECT(told.name == row.name && (told.namePresent != 0) == !row.name.empty());
-        FUZZ_EXPECT(told.sensorCount == static_cast<int>(row.sensors.size()));
-        for (std::size_t i = 0; i < row.sensors.size(); ++i)
-            FUZZ_EXPECT(told.sensors[i].sensorId == row.sensors[i].first &&
-                        told.sensors[i].status == row.sensors[i].second);
-        std::int32_t time[8];
-        static_assert(sizeof(time) == sizeof(told.startTime));
-        std::memcpy(time, &told.startTime, sizeof(time));
-        std::tm begin{};
-        if (row.start) ::gmtime_r(&*row.start, &begin);
-        const std::int32_t expected[] = {begin.tm_year, begin.tm_mon, begin.tm_mday, begin.tm_wday,
-                                         begin.tm_hour, begin.tm_min, begin.tm_sec,  0};
-        FUZZ_EXPECT(std::ranges::equal(time, expected));
+        fuzz::BuiltInTests::expectRows(call.record<VapntcBitResults>(), rows);
     }
 
     fuzz::Input& m_input;
@@ -246,8 +201,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::QuietConsole::instance();
-    static const int isUtc = ::setenv("TZ", "UTC", 1);
-    FUZZ_EXPECT(isUtc == 0);
+    fuzz::BuiltInTests::useUtc();
     fuzz::Input input(data, size);
     Tests tests(input);
     for (int steps = 0; steps < 200 && !input.isEmpty(); ++steps) tests.step();

@@ -1,22 +1,27 @@
 // A service under a script of what clients of the bus, the unit and its operator do to it, in any order and at any time:
 // requests to clear data, and their answers; part numbers; built-in tests; orders to sanitize; restarts of the bus and
-// of the service; time that passes, also while somebody waits. Beside it are models of what these are told. All that the
-// service says and does, and its order, must be theirs.
+// of the service; navigation, GPS and threats; VCL texts; time that passes, also while somebody waits. Beside it are models
+// of what these are told. All that the service says and does, and its order, must be theirs.
 // Input: settings, then operations; what happens during a sending or a wait follows the operation that causes it.
 
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "VICTORY/OrvaneServer/TopicWiring.h"
 #include "VICTORY/OrvaneServer/Warnings.h"
+#include "fuzz/BuiltInTests.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/PretendedTime.h"
+#include "fuzz/UnitInputs.h"
 #include "fuzz/model/BuiltInTestModel.h"
 #include "fuzz/model/ClearDataModel.h"
+#include "fuzz/model/NavigationModel.h"
 #include "fuzz/model/PartNumberModel.h"
+#include "fuzz/model/VclModel.h"
+#include "fuzz/model/WaitingModel.h"
 #include "tests/support/ServiceConfig.h"
 #include "tests/support/VictoryRecorder.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -27,45 +32,37 @@ namespace PretendedTime = fuzz::PretendedTime;
 using namespace std::chrono_literals;
 using Wake = PretendedTime::Wake;
 
-constexpr const char* kSensors = R"(<HX_Configurations>
-<Sensor><Name>1</Name><Parameters><SensorId>GPS-1</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x27</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>2</Name><Parameters><SensorId>IMU-1</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>2F</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-<Sensor><Name>3</Name><Parameters><SensorId>IMU-2</SensorId><Enabled>true</Enabled>
-<SensorType>VAPNTC_SENSOR_TYPE_INERTIAL</SensorType><HasOtherSensorType>false</HasOtherSensorType>
-<ComponentConfigurationId>0x2F</ComponentConfigurationId>
-<HasComponentConfigurationId>true</HasComponentConfigurationId></Parameters></Sensor>
-</HX_Configurations>
-)";
-
-const std::vector<BuiltInTestModel::Sensor> kSensorList = {{"GPS-1", 39}, {"IMU-1", 47}, {"IMU-2", 47}};
-
 constexpr int kTestLimitSeconds = 25;
 constexpr std::int64_t kToldSeconds = 30;
 constexpr std::int64_t kClearLimits[] = {7200, 0, 5, 40};  // s
 
 constexpr unsigned char kExpectedSources[][2] = {{53, 1}, {53, 0}, {39, 0}, {47, 0}, {47, 2}, {49, 0}, {38, 0}};
 
-/// A server with what its unit and the bus library call, and without a worker: the turns are taken here. The inputs of
-/// navigation are other targets'.
+/// The servers that the settings name: one for each input, and the first of those whose frames are taken. An assurance state
+/// is taken from anybody.
+constexpr unsigned kNavigationSources[NavigationModel::kKinds] = {1, 2, 6, 5, 99, 3};
+constexpr unsigned kUnwantedSource = 77;
+
+/// A server with what its unit and the bus library call, and without a worker: the turns are taken here.
 class Server : public OrvaneServer {
 public:
     using OrvaneServer::OrvaneServer;
 
-    void attemptBlendedNavigationProcessing() override {}
-
+    using OrvaneServer::cbAssuranceState;
     using OrvaneServer::cbBitReport;
     using OrvaneServer::cbClearSystemDataCallback;
     using OrvaneServer::cbCmd;
+    using OrvaneServer::cbHalvexPNT;
+    using OrvaneServer::cbHxGssip;
+    using OrvaneServer::cbMeasurementIncorporationStatus;
+    using OrvaneServer::cbPVA;
     using OrvaneServer::cbRsp;
     using OrvaneServer::cbSaveVclidCallback;
+    using OrvaneServer::cbTellNavWarSaCallback;
     using OrvaneServer::cbTellSystemConfigurationCallback;
     using OrvaneServer::cbTellWarningMessagesCallback;
+    using OrvaneServer::cbUTCTime;
+    using OrvaneServer::cbZentorGssip;
     using OrvaneServer::InitializeVictory;
     using OrvaneServer::m_bitResults;
     using OrvaneServer::m_bus;
@@ -126,10 +123,21 @@ private:
     void command();
     void switchBus();
     void startBus();
+    void expectBusStarts(const std::string& vclText);
+    void expectBusEnds();
     void switchState();
     void tellWarnings();
+    void expectWarnings(const VapntcWarningMessage* told, std::size_t count);
+    void tellThreats();
     void askConfiguration();
-    void saveVcl();
+    void saveVcl(const VclModel::Text& text);
+    void saveAnyVcl();
+    void stepOfUnit(std::size_t choice);
+    void arrive(NavigationModel::Kind kind, const NavigationModel::Input& input, bool isWanted);
+    void arriveAny();
+    void arriveAll();
+    void reportThreats();
+    void warnOfReceiver();
     Wake wait(PretendedTime::Clock::time_point limit);
 
     void expect(const std::string& line) { m_expected.push_back(line); }
@@ -140,15 +148,19 @@ private:
     int& m_steps;
     const bool m_isDebug = m_input.boolean();
     const std::int64_t m_clearLimit = kClearLimits[m_input.below(std::size(kClearLimits))];
-    const fuzz::MemoryFile m_sensors{kSensors};
+    const fuzz::MemoryFile m_sensors{fuzz::BuiltInTests::kSensorsFile};
+    VclModel m_vcl;
+    const fuzz::MemoryFile m_vclFile{m_vcl.file()};
 
     Log m_said, m_expected;
     ClearDataModel m_clear;
     PartNumberModel m_partNumbers{m_isDebug, PretendedTime::now(), m_expected};
-    BuiltInTestModel m_tests{"Halvex", kTestLimitSeconds, kSensorList, m_expected};
-    std::deque<std::pair<unsigned, std::string>> m_warnings;
-    int m_orders = 0;
-    bool m_isSanitized = false, m_isRunning = false, m_isBusUp = false, m_canSend = true;
+    BuiltInTestModel m_tests{"Halvex", kTestLimitSeconds, fuzz::BuiltInTests::sensors(), m_expected};
+    NavigationModel m_navigation{m_expected};
+    WaitingModel m_waiting{m_expected};
+    int m_orders = 0, m_epoch = 1000;
+    bool m_isSanitized = false, m_isRunning = false, m_isBusUp = false;
+    bool m_canSend = true, m_canStart = true, m_canWrite = true;
     bool m_isSelfTestOver = false, m_isSelfTestSeen = false, m_areTestsOffered = false;
 
     Busy m_busy;
@@ -194,12 +206,15 @@ Service::Service(fuzz::Input& input, int& steps)
           m_expected)
 {
     s_current = this;
-    listen("vapntsNewService", [](const auto&) { return "bus starts"; });
+    listen("vapntsNewService", [](const auto& call) { return "bus starts with " + VclModel::essenceOf(call.text(1)); });
     listen("vapntsDeleteService", [](const auto&) { return "bus ends"; });
     listen("vapntsInitTellExecuteBuiltInTestsCallback", [](const auto&) { return "offers tests"; });
     listen("vapntsInitTellGetBuiltInTestResultsCallback", [](const auto&) { return "offers results"; });
     listen("vapntsInitTellClearBuiltInTestResultsCallback", [](const auto&) { return "offers to forget"; });
     listen("vapntsTellClearSystemData", [](const auto& call) { return "clear " + std::to_string(call.number(0)); });
+    listen("vapntsTellBlendedNavigationData", [](const auto& call) {
+        return fuzz::UnitInputs::lineOf(call.template record<VapntcBlendedNavigationRecord>());
+    });
     listen("vapntsTellSystemConfiguration",
            [](const auto& call) { return configurationLine(call.template record<VapntcSystemConfiguration>()); });
     PretendedTime::onWait([this](auto limit) { return wait(limit); });
@@ -214,9 +229,9 @@ Service::Service(fuzz::Input& input, int& steps)
     m_server->Configure(configuration.path().c_str(), rc);
     FUZZ_EXPECT(rc == FACE::RETURN_CODE_TYPE::NO_ERROR);
     m_victory.setFile("config", "<config/>");
-    m_victory.setFile("vcl", "<vcl:VCL/>");
+    m_victory.setFile(m_vclFile.path(), m_vcl.file());
     m_server->m_settings.m_victoryConfigurationFile = "config";
-    m_server->m_settings.m_vclFile = "vcl";
+    m_server->m_settings.m_vclFile = m_vclFile.path();
     startBus();
     switchState();
     expectSame();
@@ -247,8 +262,7 @@ void Service::expectSame()
 void Service::expectWarning(unsigned id, const std::string& text)
 {
     expect("warning " + std::to_string(id) + " " + text);
-    m_warnings.emplace_back(id, text.substr(0, 255));
-    if (m_warnings.size() > 50) m_warnings.pop_front();
+    m_waiting.warn(id, text);
 }
 
 void Service::live()
@@ -258,17 +272,20 @@ void Service::live()
         m_victory.forgetCalls();
     }
     const auto warnings = m_server->m_warnings.list();
-    FUZZ_EXPECT(warnings.size() == m_warnings.size());
-    for (std::size_t i = 0; i < warnings.size(); ++i)
-        FUZZ_EXPECT(warnings[i].warningId == m_warnings[i].first && warnings[i].customText == m_warnings[i].second &&
-                    warnings[i].customTextValid == 1);
+    expectWarnings(warnings.data(), warnings.size());
 }
 
 /// @return false if the service is to be started anew
 bool Service::step(bool isNested)
 {
     --m_steps;
-    switch (m_input.below(24)) {
+    // The operations of the unit came later: those before go on to have the numbers that inputs know them by.
+    const std::size_t choice = m_input.below(256);
+    if (choice >= 192) {
+        stepOfUnit(choice % 8);
+        return true;
+    }
+    switch (choice % 24) {
     case 0:
     case 1:
         requestClear();
@@ -338,7 +355,7 @@ bool Service::step(bool isNested)
             tellWarnings();
             break;
         case 2:
-            saveVcl();
+            saveVcl({});
             break;
         default:
             m_isSelfTestOver = true;
@@ -547,19 +564,7 @@ void Service::tellResults()
     const auto rows = m_tests.results(named);
     m_victory.fireGetBuiltInTestResults(requestsOf(ids));
     const auto call = m_victory.last("vapntsTellGetBuiltInTestResults");
-    const auto& told = call.record<VapntcBitResults>();
-    FUZZ_EXPECT(told.resultCount == static_cast<int>(rows.size()));
-    const VapntcBitResult* result = told.results;
-    for (const auto& row : rows) {
-        FUZZ_EXPECT(result->builtInTestId == row.id && result->status == row.status);
-        FUZZ_EXPECT(result->resultCode == row.resultCode && result->name == row.name);
-        FUZZ_EXPECT((result->namePresent != 0) == !row.name.empty());
-        FUZZ_EXPECT(result->sensorCount == static_cast<int>(row.sensors.size()));
-        for (std::size_t i = 0; i < row.sensors.size(); ++i)
-            FUZZ_EXPECT(result->sensors[i].sensorId == row.sensors[i].first &&
-                        result->sensors[i].status == row.sensors[i].second);
-        ++result;
-    }
+    fuzz::BuiltInTests::expectRows(call.record<VapntcBitResults>(), rows);
 }
 
 void Service::forgetTests()
@@ -597,17 +602,16 @@ void Service::reportTests()
 
 void Service::turn()
 {
-    if (m_busy.worker || !m_isRunning || !m_isBusUp) return;
+    if (m_busy.worker || !m_isRunning) return;
     // The end of the bus service waits for its call-backs.
-    if (m_orders > 0 && m_busy.requests + m_busy.configuration > 0) return;
+    if (m_orders > 0 && m_isBusUp && m_busy.requests + m_busy.configuration > 0) return;
     m_busy.worker = true;
     for (; m_orders > 0; --m_orders) {
-        expect("bus ends");
-        expectEvent(2, "OrvaneServer : VapntsService exited");
-        expect("bus starts");
-        m_areTestsOffered = false;
+        if (m_isBusUp) expectBusEnds();
+        expectBusStarts(m_vcl.silenced());
         m_partNumbers.wipe();
     }
+    m_navigation.turn(m_isBusUp);
     if (m_partNumbers.turn(m_isSelfTestSeen, PretendedTime::now())) {
         expect(std::string("command ") + PartNumberModel::kCommand);
         m_afterSending = [this](bool) {
@@ -625,12 +629,16 @@ void Service::turn()
 void Service::turnOfTests()
 {
     if (m_isSelfTestSeen) {
-        if (const auto command = m_tests.turn(PretendedTime::seconds())) {
+        // A start is shown as far behind the one that was noted as the clocks differ.
+        const auto shift = std::chrono::floor<std::chrono::seconds>(PretendedTime::sinceEpoch() -
+                                                                    PretendedTime::now().time_since_epoch());
+        if (const auto command = m_tests.turn(PretendedTime::seconds(), static_cast<std::time_t>(shift.count()))) {
             expect("command " + *command);
             m_afterSending = [this](bool isSent) { m_tests.commandSent(isSent); };
         }
     } else if (m_isSelfTestOver) {
         m_isSelfTestSeen = true;
+        if (!m_isBusUp) return;
         m_areTestsOffered = true;
         expect("offers tests");
         expect("offers results");
@@ -682,19 +690,32 @@ void Service::command()
 void Service::switchBus()
 {
     if (!m_isBusUp) return startBus();
-    expect("bus ends");
-    expectEvent(2, "OrvaneServer : VapntsService exited");
-    m_isBusUp = m_areTestsOffered = false;
-    m_partNumbers.busEnds();
+    expectBusEnds();
     FUZZ_EXPECT(m_server->ShutdownVictory());
 }
 
 void Service::startBus()
 {
-    expect("bus starts");
+    expectBusStarts(m_vcl.file());
+    FUZZ_EXPECT(m_server->InitializeVictory(nullptr) == m_isBusUp);
+}
+
+void Service::expectBusStarts(const std::string& vclText)
+{
+    expectEvent(3, "OrvaneBitResults: Warning sensorId, Off is disabled in " + m_sensors.path());
+    if (!m_canStart) return expectEvent(3, "OrvaneServer Error reading VICTORY APNT configuration file.");
+    expect("bus starts with " + VclModel::essenceOf(vclText));
     m_partNumbers.busStarts(m_isSanitized);
     m_isBusUp = true;
-    FUZZ_EXPECT(m_server->InitializeVictory(nullptr));
+    expect("navigation");
+}
+
+void Service::expectBusEnds()
+{
+    expect("bus ends");
+    expectEvent(2, "OrvaneServer : VapntsService exited");
+    m_isBusUp = m_areTestsOffered = false;
+    m_partNumbers.busEnds();
 }
 
 void Service::switchState()
@@ -713,20 +734,37 @@ void Service::switchState()
 
 void Service::tellWarnings()
 {
-    if (!m_isBusUp) {
-        expectEvent(
-            3, "OrvaneServer : Cannot publish warnings while APNT service is not running! Warnings remain queued.");
-        return Server::cbTellWarningMessagesCallback(m_server->context(), m_server->m_bus.service());
-    }
+    const bool isTold = m_waiting.tellWarnings(m_isBusUp);
     Server::cbTellWarningMessagesCallback(m_server->context(), m_server->m_bus.service());
+    if (!isTold) return;
     const auto call = m_victory.last("vapntsTellWarningMessagesData");
     const auto& told = call.record<VapntcWarningMessagesRecord>();
-    FUZZ_EXPECT(told.warningCount == m_warnings.size());
-    const VapntcWarningMessage* row = told.warnings;
-    for (const auto& [id, text] : m_warnings) {
-        FUZZ_EXPECT(row->warningId == id && row->customText == text);
-        ++row;
+    FUZZ_EXPECT(told.gpsSeconds == m_navigation.latestTime());
+    expectWarnings(told.warnings, told.warningCount);
+}
+
+void Service::expectWarnings(const VapntcWarningMessage* told, std::size_t count)
+{
+    const auto& warnings = m_waiting.warnings();
+    FUZZ_EXPECT(count == warnings.size());
+    for (const auto& warning : warnings) {
+        FUZZ_EXPECT(told->warningId == warning.id && (told->customTextValid != 0) == warning.text.has_value());
+        FUZZ_EXPECT(told->customText == warning.text.value_or(""));
+        ++told;
     }
+}
+
+void Service::tellThreats()
+{
+    const auto [isTold, threats] = m_waiting.tellThreats(m_isBusUp);
+    Server::cbTellNavWarSaCallback(m_server->context(), m_server->m_bus.service());
+    if (!isTold) return;
+    const auto call = m_victory.last("vapntsTellNavWarSaData");
+    const auto& told = call.record<VapntcNavWarSaRecord>();
+    FUZZ_EXPECT((told.threatsPresent != 0) == !threats.empty() && told.threatCount == threats.size());
+    FUZZ_EXPECT(std::equal(threats.begin(), threats.end(), told.threats, [](const auto& threat, const auto& row) {
+        return fuzz::UnitInputs::threatOf(row) == threat;
+    }));
 }
 
 void Service::askConfiguration()
@@ -750,17 +788,143 @@ void Service::askConfiguration()
     --m_busy.configuration;
 }
 
-/// A client's VCL text, where it is refused.
-void Service::saveVcl()
+/// A client's VCL text.
+void Service::saveVcl(const VclModel::Text& text)
 {
-    const bool isErasing = m_clear.phase() == ClearDataModel::Phase::Erasing;
-    if (isErasing)
+    bool isError = false;
+    if (m_clear.phase() == ClearDataModel::Phase::Erasing) {
         expectEvent(3, "OrvaneServer : APNT Clear in progress, not processing SaveVCLID command");
-    else if (!m_isBusUp)
+        isError = true;
+    } else if (!m_isBusUp) {
         expectEvent(3, "OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT service is not running!");
-    else
+    } else if (m_canWrite) {
+        m_vcl.save(text);
+    } else {
+        isError = true;
+    }
+    const auto answer =
+        Server::cbSaveVclidCallback(m_server->context(), m_server->m_bus.service(), text.text().c_str());
+    FUZZ_EXPECT((answer != 0) == isError);
+    FUZZ_EXPECT(m_vclFile.content() == m_vcl.file());
+}
+
+void Service::saveAnyVcl()
+{
+    VclModel::Text text;
+    text.number = m_input.number<std::uint8_t>();
+    const std::size_t kind = m_input.below(8);
+    if (kind == 1 || kind == 3) text.navigation.reset();
+    if (kind == 2 || kind == 3) text.awareness = kind == 2 ? std::optional<unsigned>(5000) : std::nullopt;
+    text.isXml = kind != 4;
+    saveVcl(text);
+}
+
+/// What the unit sends by itself, and what of its files fails.
+void Service::stepOfUnit(std::size_t choice)
+{
+    switch (choice) {
+    case 0:
+        return arriveAny();
+    case 1:
+        return arriveAll();
+    case 2:
+        return reportThreats();
+    case 3:
+        return tellThreats();
+    case 4:
+        return warnOfReceiver();
+    case 5:
+        return saveAnyVcl();
+    case 6:
+        if (m_input.boolean()) {
+            m_canWrite = !m_canWrite;
+            m_victory.answer("vutilWriteStringToFile", m_canWrite ? 0 : 1);
+        } else {
+            m_canStart = !m_canStart;
+            m_victory.answer("vutilReadStringFromFile", m_canStart ? 0 : 1);
+        }
         return;
-    FUZZ_EXPECT(Server::cbSaveVclidCallback(m_server->context(), m_server->m_bus.service(), "<vcl:VCL/>") == isErasing);
+    default:
+        return turn();
+    }
+}
+
+void Service::arrive(NavigationModel::Kind kind, const NavigationModel::Input& input, bool isWanted)
+{
+    using namespace fuzz::UnitInputs;
+    using Change = NavigationModel::Change;
+    const unsigned server = isWanted ? kNavigationSources[kind] : kUnwantedSource;
+    if (m_isRunning && (isWanted || kind == NavigationModel::Assurance)) {
+        const auto change = m_navigation.arrive(kind, input);
+        if (change != Change::None) m_waiting.warn(change == Change::Lost ? 67 : 68);
+    }
+    switch (kind) {
+    case NavigationModel::Time:
+        return m_server->cbUTCTime(timeOf(server, input));
+    case NavigationModel::Position:
+        return m_server->cbPVA(positionOf(server, input));
+    case NavigationModel::Solution:
+        return m_server->cbHalvexPNT(solutionOf(server, input));
+    case NavigationModel::Measurements:
+        return m_server->cbMeasurementIncorporationStatus(measurementsOf(server, input));
+    case NavigationModel::Assurance:
+        return m_server->cbAssuranceState(assuranceOf(server, input));
+    case NavigationModel::Receiver:
+        return m_server->cbZentorGssip(receiverOf(server, input));
+    }
+}
+
+void Service::arriveAny()
+{
+    const auto kind = static_cast<NavigationModel::Kind>(m_input.below(NavigationModel::kKinds));
+    const int limit = kind == NavigationModel::Position ? 2 : 3;
+    NavigationModel::Input input;
+    input.quarters = 4 * m_epoch + static_cast<int>(m_input.below(10));
+    input.mark = static_cast<int>(m_input.below(static_cast<std::size_t>(limit)));
+    input.measurements = static_cast<int>(m_input.below(5));
+    const std::size_t oddity = m_input.below(16);
+    input.isWhole = oddity != 1;
+    arrive(kind, input, oddity != 2);
+}
+
+/// Those of one moment, from a receiver that sees satellites or doesn't.
+void Service::arriveAll()
+{
+    ++m_epoch;
+    const int measurements = static_cast<int>(m_input.below(4));
+    for (std::size_t kind = 0; kind < NavigationModel::kKinds; ++kind)
+        arrive(static_cast<NavigationModel::Kind>(kind),
+               {.quarters = 4 * m_epoch, .mark = 1, .measurements = measurements}, true);
+}
+
+void Service::reportThreats()
+{
+    std::vector<WaitingModel::Line> lines(m_input.below(10));
+    for (auto& line : lines) {
+        const std::size_t kind = m_input.below(16);
+        line.state = kind < 4 ? static_cast<unsigned>(kind) : 2;
+        line.hasBearing = kind != 4;
+        line.threat = {m_input.number<std::int8_t>(), static_cast<int>(m_input.below(181)) - 90,
+                       m_input.number<std::uint8_t>()};
+    }
+    const bool isWanted = m_input.below(8) != 1;
+    if (m_isRunning && isWanted) m_waiting.report(lines);
+    m_server->cbHxGssip(fuzz::UnitInputs::threatsOf(isWanted ? 4 : kUnwantedSource, lines));
+}
+
+void Service::warnOfReceiver()
+{
+    struct Number {
+        std::uint16_t receivers;
+        unsigned id;
+    };
+    constexpr Number kNumbers[] = {{1, 0}, {6, 75}, {7, 5}, {81, 61}, {82, 75}, {0, 75}, {65535, 75}};
+    const auto& number = kNumbers[m_input.below(std::size(kNumbers))];
+    const std::string text = "Jammed " + std::to_string(m_input.below(8));
+    const bool isWanted = m_input.below(8) != 1;
+    if (m_isRunning && isWanted) m_waiting.warnOfReceiver(number.id, text);
+    m_server->cbZentorGssip(
+        fuzz::UnitInputs::recordOf(isWanted ? 3 : kUnwantedSource, warningFrameOf(number.receivers, text)));
 }
 
 }  // namespace
@@ -779,6 +943,7 @@ bool send(TopicWiring*, TopicWiring::Topic topic, const Message& message) __asm_
     "__wrap__ZN11TopicWiring4sendENS_5TopicERKN10aspn2_msgs3idl15CommandResponseE");
 void sendEvent(HealthReporter*, const char* file, int line, std::int32_t type,
                const char* text) __asm__("__wrap__ZN14HealthReporter9SendEventEPKciiS1_");
+OrvaneBitResults::Clocks clocksOfTests() __asm__("__wrap__ZN16OrvaneBitResults12systemClocksEv");
 bool isPostComplete(const std::string& folder) __asm__(
     "__wrap__ZN3Sys14isPostCompleteERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
 bool customWarning(Warnings* warnings, const std::string& text) __asm__("__wrap_" CUSTOM_WARNING);
@@ -796,6 +961,14 @@ bool send(TopicWiring*, TopicWiring::Topic topic, const Message& message)
 void sendEvent(HealthReporter*, const char*, int, std::int32_t type, const char* text)
 {
     if (Service::s_current) Service::s_current->say("event " + std::to_string(type) + " " + text);
+}
+
+OrvaneBitResults::Clocks clocksOfTests()
+{
+    using std::chrono::nanoseconds;
+    return {&PretendedTime::seconds,
+            []() -> std::int64_t { return nanoseconds(PretendedTime::now().time_since_epoch()).count(); },
+            []() -> std::int64_t { return nanoseconds(PretendedTime::sinceEpoch()).count(); }};
 }
 
 bool isPostComplete(const std::string&)
@@ -819,6 +992,7 @@ bool completeWarning(Warnings* warnings, Type type, bool isPassed, const std::st
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::QuietConsole::instance();
+    fuzz::BuiltInTests::useUtc();
     fuzz::Input input(data, size);
     int steps = 300;
     for (int lives = 0; lives < 3 && !input.isEmpty(); ++lives) {

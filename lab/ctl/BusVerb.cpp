@@ -1,14 +1,19 @@
 #include "lab/ctl/BusLink.h"
 #include "lab/ctl/BusRequests.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace orvanectl {
@@ -53,10 +58,22 @@ ExitStatus watch(const Options& options)
     return kDone;
 }
 
+/// The answer; whoever waits for it at a terminal is told so, until the first line is shown.
+Json awaited(BusLink& link, Json request, const std::function<void(const Json&)>& onTold)
+{
+    std::optional<Progress> progress(std::in_place, STDERR_FILENO);
+    progress->say("waits for the answer");
+    return link.ask(std::move(request), [&](const Json& told) {
+        progress.reset();
+        if (onTold) onTold(told);
+    });
+}
+
 ExitStatus ask(const std::string& socket, Json request, bool json)
 {
-    const Json answer = BusLink(socket).ask(
-        std::move(request), [&](const Json& told) { printLine(std::cout, json ? told.dump() : busSummary(told)); });
+    BusLink link(socket);
+    const Json answer = awaited(link, std::move(request),
+                                [&](const Json& told) { printLine(std::cout, json ? told.dump() : busSummary(told)); });
     if (json || !answer.contains("publications"))
         printLine(std::cout, answer.dump());
     else
@@ -68,7 +85,7 @@ ExitStatus ask(const std::string& socket, Json request, bool json)
 ExitStatus askForConfiguration(const std::string& socket, Json request, bool json)
 {
     BusLink link(socket);
-    const Json answer = link.ask(std::move(request));
+    const Json answer = awaited(link, std::move(request), {});
     const Json told = link.ask({{"request", "last"}, {"name", "system-configuration"}});
     if (answer.value("ok", false) && told.contains("publications"))
         for (const Json& publication : told["publications"])

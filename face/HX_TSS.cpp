@@ -246,9 +246,11 @@ long long HX_TSS::makeConnection(const std::string& name, int handle, RETURN_COD
         return_code = RETURN_CODE_TYPE::NO_ERROR;
         return id;
     } catch (...) {
+        {
+            const MutexLock lock(m_mutex);
+            m_ids.erase(name);
+        }
         if (isFirstOfType) Domain::unregisterType(m_participant, type->getName());  // it goes with the connection
-        const MutexLock lock(m_mutex);
-        m_ids.erase(name);
         throw;
     }
 }

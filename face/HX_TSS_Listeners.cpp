@@ -119,6 +119,12 @@ void PublisherListenerBase::onPublicationMatched(Publisher*, rtps::MatchingInfo&
     m_matched += changeOf(info);
 }
 
+void SubscriberListenerBase::setQos(const ReaderQos& qos)
+{
+    m_qos = elementsOf(qos);
+    if (!m_qos.is_valid()) throw std::bad_alloc();
+}
+
 void SubscriberListenerBase::onSubscriptionMatched(Subscriber*, rtps::MatchingInfo& info)
 {
     m_matched += changeOf(info);

@@ -68,8 +68,8 @@ public:
     int matched() const { return m_matched; }
 
     /// What callbacks are told of the subscriber, made once: the library lets none of the three change while there is
-    /// one. To be called before there is.
-    void setQos(const eprosima::fastrtps::ReaderQos& qos) { m_qos = elementsOf(qos); }
+    /// one. To be called before there is. Throws `std::bad_alloc`.
+    void setQos(const eprosima::fastrtps::ReaderQos& qos);
     const Sequence<QoS_Element>& qos() const { return m_qos; }
 
 private:

@@ -1,6 +1,7 @@
 #include "aspn2_msgs/UTCTime.h"
 #include "face/HX_Config.h"
 #include "face/HX_TSS.h"
+#include "face/HX_TSS_Listeners.h"
 #include "face/HX_TypedTS.h"
 #include "tests/support/CodeOf.h"
 #include "tests/support/ConsoleCapture.h"
@@ -242,6 +243,26 @@ TEST_F(TransportFaultsTest, SecondConnectionOfATypeThatFindsNoMemoryLeavesTheTyp
     }
     EXPECT_GT(granted, 1U);
     EXPECT_EQ(id, 1);
+}
+
+TEST(SubscriberListenerFaultsTest, SettingsWithoutMemoryAreRefusedAndNeverTold)
+{
+    FACE::TSS::Listeners::SubscriberListenerBase listener("participant");
+    const ReaderQos qos;
+    int refusals = 0;
+    for (std::size_t granted = 0; listener.qos().length() != 3 && granted < 100; ++granted) {
+        bool isRefused = false;
+        try {
+            const FailingAllocation memory(granted);
+            listener.setQos(qos);
+        } catch (const std::bad_alloc&) {
+            isRefused = true;
+        }
+        if (isRefused) ++refusals;
+        EXPECT_EQ(listener.qos().length(), isRefused ? 0U : 3U) << granted;
+    }
+    EXPECT_GT(refusals, 5);
+    EXPECT_STREQ(listener.qos()[2].value.buffer(), "BEST_EFFORT_RELIABILITY_QOS");
 }
 
 TEST_F(ConnectedTransportFaultsTest, ThrownThingOfNoKnownKindAtRegistrationIsNoActionAndSilent)

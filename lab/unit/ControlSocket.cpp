@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <poll.h>
 #include <stdexcept>
@@ -36,9 +37,11 @@ int newSocket()
     return ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 }
 
-/// Whether there is a socket that refuses everybody, as one does whose process is gone.
+/// Whether there is a socket that refuses everybody, as one does whose process is gone. A file refuses them too.
 bool isAbandoned(const sockaddr_un& address)
 {
+    std::error_code ignored;
+    if (!std::filesystem::is_socket(std::filesystem::symlink_status(address.sun_path, ignored))) return false;
     const int socket = newSocket();
     if (socket < 0) return false;
     const bool refused =
@@ -51,12 +54,18 @@ int listeningAt(const std::string& path)
 {
     const sockaddr_un address = addressOf(path);
     const int socket = newSocket();
-    const auto bind = [&] { return ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; };
-    const auto bindAnew = [&] {
-        return errno == EADDRINUSE && isAbandoned(address) && ::unlink(path.c_str()) == 0 && bind();
+    int error = socket < 0 ? errno : 0;
+    const auto isDone = [&error](int result) {
+        if (result != 0) error = errno;
+        return result == 0;
     };
-    if (socket >= 0 && (bind() || bindAnew()) && ::listen(socket, 8) == 0) return socket;
-    const int error = errno;
+    const auto bind = [&] {
+        return isDone(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    };
+    const auto bindAnew = [&] {
+        return error == EADDRINUSE && isAbandoned(address) && ::unlink(path.c_str()) == 0 && bind();
+    };
+    if (socket >= 0 && (bind() || bindAnew()) && isDone(::listen(socket, 8))) return socket;
     if (socket >= 0) ::close(socket);
     throw std::runtime_error(path + ": can't be listened at: " + std::generic_category().message(error));
 }

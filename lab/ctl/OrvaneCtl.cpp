@@ -34,8 +34,8 @@ orvanectl::KnownValues knownValues()
     std::vector<std::string> types, topics;
     for (const orvanectl::RecordType& type : orvanectl::recordTypes()) types.emplace_back(type.name);
     try {
-        for (const auto& topic : orvanectl::ConnectionFile("/opt/halvex/config/Connections.xml").topics())
-            topics.push_back(topic.name);
+        const orvanectl::ConnectionFile file("/opt/halvex/config/Connections.xml");
+        for (const auto& topic : file.topics()) topics.push_back(topic.name);
     } catch (const std::exception&) {
         topics = types;
     }

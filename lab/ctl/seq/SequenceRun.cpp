@@ -1,7 +1,9 @@
 #include "lab/ctl/seq/SequenceRun.h"
 
 #include "lab/ctl/BusLink.h"
+#include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/LineSocket.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/RecordText.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/seq/BusNews.h"
@@ -34,6 +36,62 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr seconds kLongestStart{60}, kLongestEnd{60}, kLongestAnswer{60}, kLongestControl{10}, kLongestTerminal{20};
+constexpr seconds kLongestDeath{10};  // from the last of the bus to the end of the process
+
+sigset_t endingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&signals, signal);
+    return signals;
+}
+
+/// Keeps the signals that end a sequence from this thread, and from those that it starts, while it lives.
+class WithoutSignals {
+public:
+    WithoutSignals()
+    {
+        const sigset_t signals = endingSignals();
+        ::pthread_sigmask(SIG_BLOCK, &signals, &m_before);
+    }
+    ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    WithoutSignals(const WithoutSignals&) = delete;
+    WithoutSignals& operator=(const WithoutSignals&) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+/// From its beginning to its destruction a signal ends nothing, but hurries what ends.
+class OrderlyEnd {
+public:
+    explicit OrderlyEnd(const EndingSignals& signals) : m_signals(signals) {}
+    ~OrderlyEnd()
+    {
+        // A second signal of a kind would be the end of this program. The first one is told to who listens.
+        const sigset_t signals = endingSignals();
+        const timespec none{};
+        while (m_held && m_signals.received() && ::sigtimedwait(&signals, nullptr, &none) > 0) {
+        }
+    }
+    OrderlyEnd(const OrderlyEnd&) = delete;
+    OrderlyEnd& operator=(const OrderlyEnd&) = delete;
+
+    void begin() { m_held.emplace(); }
+
+    bool isHurried() const
+    {
+        sigset_t pending;
+        ::sigpending(&pending);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+            if (sigismember(&pending, signal) == 1) return true;
+        return false;
+    }
+
+private:
+    const EndingSignals& m_signals;
+    std::optional<WithoutSignals> m_held;
+};
 
 /// A folder of its own, removed with all that it holds.
 class Folder {
@@ -93,10 +151,14 @@ std::string required(const std::string& path, const char* what)
 class Run {
 public:
     Run(const Sequence& sequence, const SeqPaths& paths, const EndingSignals& signals)
-        : m_paths(paths), m_signals(signals), m_startsService(sequence.has<StartService>()),
-          m_hearsEvents(sequence.expects(Kind::Event))
+        : m_end(signals), m_paths(paths), m_signals(signals), m_startsService(sequence.has<StartService>()),
+          m_hearsEvents(sequence.expects(Kind::Event)), m_needsBus(needsBus(sequence))
     {}
-    ~Run() { endAll(); }
+    ~Run()
+    {
+        m_end.begin();
+        endAll();
+    }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
@@ -105,10 +167,11 @@ public:
     {
         if (m_hearsEvents) {
             const ConnectionFile file(m_paths.connections);
+            const WithoutSignals here;  // nor in the threads of the watch
             // Of a service that starts later everything, of one that runs what it says from now on.
             m_events.emplace(file, chooseTopics(file, {"EventLog"}, ""), Delivery{m_startsService});
         }
-        if (!m_startsService) connect(false);
+        if (!m_startsService && m_needsBus) connect(false);
         m_since.action = m_since.pause = Clock::now();
     }
 
@@ -122,10 +185,18 @@ public:
             forget();
         }
         m_since.begin = begin;
-        return std::visit([this](const auto& what) { return make(what); }, step);
+        const auto result = std::visit([this](const auto& what) { return make(what); }, step);
+        requireAlive();
+        return result;
     }
 
 private:
+    static bool needsBus(const Sequence& sequence)
+    {
+        return sequence.has<MakeRequest>() || sequence.expects(Kind::Warning) || sequence.expects(Kind::Tell) ||
+               sequence.expects(Kind::Answer);
+    }
+
     std::pair<bool, std::string> make(const Expectation& expected)
     {
         Verdict verdict;
@@ -156,11 +227,12 @@ private:
         if (!m_paths.busLibrary.empty()) environment.push_back("LD_LIBRARY_PATH=" + m_paths.busLibrary);
         m_isStarted = false;
         m_bus.reset();
+        m_seen.clear();  // what another one has said
         m_terminal.emplace();
         m_service.emplace(std::vector<std::string>{program, config}, environment, m_terminal->line());
         m_terminal->closeLine();
-        awaitFrom(*m_service, "the service", kLongestStart, [this] { return connect(true); });
-        awaitFrom(*m_service, "the service", kLongestStart, [this] { return m_isStarted; });
+        awaitService([this] { return connect(true); });
+        awaitService([this] { return m_isStarted; });
         return {true, ""};
     }
 
@@ -171,20 +243,25 @@ private:
         std::vector<std::string> words = {required(m_paths.unitSim, "--unit-sim"), "--quiet", "--control", m_control};
         words.insert(words.end(), start.options.begin(), start.options.end());
         m_unit.emplace(words, std::vector<std::string>{});
-        awaitFrom(*m_unit, "unit-sim", kLongestStart, [this] { return isServed(m_control, "unit-sim"); });
+        const auto isSettled = [this] { return m_unit->ending() || isServed(m_control, "unit-sim"); };
+        const bool isInTime = pumpUntil(isSettled, Clock::now() + kLongestStart);
+        if (m_unit->ending()) throw std::runtime_error(endOf(*m_unit, "unit-sim"));
+        if (!isInTime) throw std::runtime_error("unit-sim does not start");
         return {true, ""};
     }
 
     std::pair<bool, std::string> make(const StopService&)
     {
         if (!m_service) throw std::runtime_error("no service was started here");
+        requireAlive();
+        m_isStopping = true;
         m_service->send(SIGTERM);
         if (!pumpUntil([this] { return m_service->ending().has_value(); }, m_since.begin + kLongestEnd))
             throw std::runtime_error("the service does not end");
         const std::string ending = *m_service->ending();
         m_service.reset();
         m_bus.reset();
-        m_isStarted = false;
+        m_isStarted = m_isStopping = false;
         return {ending == "status 0", "ended with " + ending};
     }
 
@@ -268,14 +345,42 @@ private:
     }
 
     template <class Condition>
-    void awaitFrom(Program& program, const std::string& name, seconds most, Condition condition)
+    void awaitService(Condition condition)
     {
-        const auto isSettled = [&] { return program.ending() || condition(); };
-        const bool isInTime = pumpUntil(isSettled, Clock::now() + most);
-        if (program.ending()) throw std::runtime_error(name + " has ended with " + *program.ending() + lastWords());
-        if (!isInTime) throw std::runtime_error(name + " does not start");
+        const auto isSettled = [&] { return m_service->ending() || condition(); };
+        if (!pumpUntil(isSettled, Clock::now() + kLongestStart)) throw std::runtime_error("the service does not start");
+        requireAlive();
     }
 
+    /// Throws when something has ended by itself that the sequence is about, but a unit in order: it may have been given
+    /// a time.
+    void requireAlive()
+    {
+        if (m_unit && m_unit->ending() && *m_unit->ending() != "status 0")
+            throw std::runtime_error(endOf(*m_unit, "unit-sim"));
+        if (m_isStopping) return;
+        const bool isBusClosed = m_bus && m_bus->isClosed();
+        if (m_service) {
+            // A process that dies closes its connections first.
+            const auto end = Clock::now() + kLongestDeath;
+            while (isBusClosed && !m_service->ending() && Clock::now() < end && !m_signals.received()) {
+                takeWhatCame();
+                ::poll(nullptr, 0, 5);
+            }
+            if (m_service->ending()) {
+                takeWhatCame();
+                throw std::runtime_error(endOf(*m_service, "the service") + lastWords());
+            }
+        }
+        if (isBusClosed) throw std::runtime_error("the bus at " + m_paths.bus + " has closed");
+    }
+
+    static std::string endOf(Program& program, const std::string& name)
+    {
+        return name + " has ended with " + *program.ending();
+    }
+
+    /// Of the service.
     std::string lastWords() const
     {
         const auto last = std::find_if(m_seen.rbegin(), m_seen.rend(), [](const Observation& seen) {
@@ -291,6 +396,7 @@ private:
         for (;;) {
             takeWhatCame();
             if (condition()) return true;
+            requireAlive();
             if (m_signals.received()) throw std::runtime_error("was interrupted");
             const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
             if (left <= milliseconds::zero()) return false;
@@ -360,7 +466,7 @@ private:
             if (!*program) continue;
             (*program)->send(SIGTERM);
             const auto end = Clock::now() + seconds(20);
-            while (!(*program)->ending() && Clock::now() < end) {
+            while (!(*program)->ending() && Clock::now() < end && !m_end.isHurried()) {
                 if (m_terminal && m_terminal->descriptor() >= 0) m_terminal->lines();
                 ::poll(nullptr, 0, 20);
             }
@@ -368,10 +474,12 @@ private:
         }
     }
 
+    OrderlyEnd m_end;  // first: the others end within it
     const SeqPaths& m_paths;
     const EndingSignals& m_signals;
     const bool m_startsService;
     const bool m_hearsEvents;
+    const bool m_needsBus;
     Folder m_folder;
     std::vector<Observation> m_seen;
     Since m_since{};
@@ -380,6 +488,7 @@ private:
     unsigned m_requests = 0;
     std::optional<Json> m_answer;
     bool m_isStarted = false;
+    bool m_isStopping = false;
     std::optional<BusNews> m_news;
     std::optional<BusLink> m_bus;
     std::optional<TopicWatch> m_events;
@@ -387,6 +496,27 @@ private:
     std::optional<Program> m_service;
     std::optional<Program> m_unit;
 };
+
+/// What a step that takes long is shown as meanwhile.
+std::string shownStep(const std::string& name, const StepLine& line)
+{
+    constexpr std::size_t kMost = 70;
+    const std::string text = printable(name) + ':' + std::to_string(line.number) + ": " + printable(line.text);
+    return text.size() <= kMost ? text : text.substr(0, kMost - 3) + "...";
+}
+
+/// @param step  called meanwhile
+template <class Step>
+void performShown(const std::string& text, Step step)
+{
+    std::optional<Progress> progress;
+    {
+        const WithoutSignals here;  // nor in its thread
+        progress.emplace(STDERR_FILENO);
+    }
+    progress->say(text);
+    step();
+}
 
 }  // namespace
 
@@ -402,11 +532,13 @@ std::vector<StepResult> runSequence(const Sequence& sequence, const SeqPaths& pa
         if (!isOver) {
             const auto begin = Clock::now();
             try {
-                if (!run) run.emplace(sequence, paths, signals).begin();
-                const auto [isGood, what] = run->perform(line.step);
-                result.outcome = isGood ? Outcome::Passed : Outcome::Failed;
-                result.what = what;
-                isOver = !isGood && !std::holds_alternative<Expectation>(line.step);
+                performShown(shownStep(sequence.name, line), [&] {
+                    if (!run) run.emplace(sequence, paths, signals).begin();
+                    const auto [isGood, what] = run->perform(line.step);
+                    result.outcome = isGood ? Outcome::Passed : Outcome::Failed;
+                    result.what = what;
+                    isOver = !isGood && !std::holds_alternative<Expectation>(line.step);
+                });
             } catch (const std::exception& error) {
                 result.outcome = Outcome::Failed;
                 result.what = error.what();

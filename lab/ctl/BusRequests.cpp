@@ -30,6 +30,7 @@ std::string wholeFile(const std::string& path)
 }  // namespace
 
 struct BusRequests::Options {
+    std::filesystem::path folder;
     bool json = false;
     bool raw = false;
     std::string name;
@@ -46,8 +47,10 @@ struct BusRequests::Options {
     std::string when = "now";
 };
 
-BusRequests::BusRequests(CLI::App& bus) : m_bus(bus), m_options(std::make_unique<Options>())
+BusRequests::BusRequests(CLI::App& bus, const std::filesystem::path& folder)
+    : m_bus(bus), m_options(std::make_unique<Options>())
 {
+    m_options->folder = folder;
     CLI::App& last = add("last", "print the last publications, or that of a name", "last blended-navigation --json",
                          [](const Options& o) {
                              Json body = {{"request", "last"}, {"raw", o.raw}};
@@ -72,7 +75,7 @@ BusRequests::BusRequests(CLI::App& bus) : m_bus(bus), m_options(std::make_unique
         ->type_name("");
     add("save-vcl", "have a VCL text saved", "save-vcl new.xml",
         [](const Options& o) -> Json {
-            return {{"request", "save-vcl"}, {"text", wholeFile(o.file)}};
+            return {{"request", "save-vcl"}, {"text", wholeFile((o.folder / o.file).string())}};
         })
         .add_option("FILE", m_options->file)
         ->required()
@@ -175,15 +178,17 @@ void BusRequests::addForTests()
     misbehave.add_option("--when", m_options->when, "now, deletion or restart")->type_name("WHEN");
 }
 
-BusRequests::Json busRequestOf(std::vector<std::string> words)
+BusRequests::Json busRequestOf(std::vector<std::string> words, const std::filesystem::path& folder)
 {
     CLI::App bus("", "request");
     bus.require_subcommand(1);
-    const BusRequests requests(bus);
+    const BusRequests requests(bus, folder);
     std::ranges::reverse(words);  // as the library takes them
     try {
         bus.parse(std::move(words));
         return requests.parsed();
+    } catch (const CLI::CallForHelp&) {
+        throw std::invalid_argument("orvanectl bus has the help");
     } catch (const CLI::ParseError& error) {
         const std::string what = unknownWord(bus);
         throw std::invalid_argument(what.empty() ? error.what() : what);

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -17,8 +18,9 @@ class BusRequests {
 public:
     using Json = nlohmann::ordered_json;
 
-    /// @param bus  gets the subcommands; must outlive this
-    explicit BusRequests(CLI::App& bus);
+    /// @param bus     gets the subcommands; must outlive this
+    /// @param folder  of files that are named without one
+    explicit BusRequests(CLI::App& bus, const std::filesystem::path& folder = {});
     ~BusRequests();
     BusRequests(const BusRequests&) = delete;
     BusRequests& operator=(const BusRequests&) = delete;
@@ -46,7 +48,8 @@ private:
 };
 
 /// The request that words such as "clear-data", "all" make. Throws `std::invalid_argument` for words that make none.
-BusRequests::Json busRequestOf(std::vector<std::string> words);
+/// @param folder  of files that are named without one
+BusRequests::Json busRequestOf(std::vector<std::string> words, const std::filesystem::path& folder = {});
 
 }  // namespace orvanectl
 

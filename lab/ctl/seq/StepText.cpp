@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <span>
@@ -210,13 +211,13 @@ Step startOf(Reader& words)
     return start;
 }
 
-Step requestOf(Reader& words)
+Step requestOf(Reader& words, const std::filesystem::path& folder)
 {
     const std::string& first = words.take("a request");
     std::vector<std::string> rest = words.rest();
     rest.insert(rest.begin(), first);
     try {
-        return MakeRequest{busRequestOf(rest)};
+        return MakeRequest{busRequestOf(rest, folder)};
     } catch (const std::invalid_argument& error) {
         throw wrong(first, std::string("makes no request: ") + error.what());
     }
@@ -237,9 +238,18 @@ Step unitLineOf(const std::string& line, const char* word)
     return TellUnit{line};
 }
 
+/// What a service prints is seen where it was started.
+/// @param before  the steps before this one
+void requireTerminal(const Step& step, const Sequence& before)
+{
+    const auto* const expected = std::get_if<Expectation>(&step);
+    if (expected && expected->kind == Kind::Console && !before.has<StartService>())
+        throw wrong("console", "needs start before it: lines of a service that was started elsewhere are not seen");
+}
+
 }  // namespace
 
-std::optional<Step> stepOf(std::string_view line)
+std::optional<Step> stepOf(std::string_view line, const std::filesystem::path& folder)
 {
     static constexpr const char* kWords[] = {"expect", "start",   "unit", "stop", "request",
                                              "sim",    "command", "key",  "wait"};
@@ -258,7 +268,7 @@ std::optional<Step> stepOf(std::string_view line)
     if (word == "expect") return expectationOf(words);
     if (word == "start") return startOf(words);
     if (word == "unit") return StartUnit{words.rest()};
-    if (word == "request") return requestOf(words);
+    if (word == "request") return requestOf(words, folder);
     Step step = StopService{};
     if (word == "key") step = TypeKeys{words.take("keys")};
     if (word == "wait") step = Pause{secondsOf(words.take("a number of seconds"))};
@@ -268,11 +278,15 @@ std::optional<Step> stepOf(std::string_view line)
 
 Sequence sequenceOf(std::istream& file, const std::string& name)
 {
+    const std::filesystem::path folder = std::filesystem::path(name).parent_path();
     Sequence sequence{name, {}};
     std::string line;
     for (std::size_t number = 1; std::getline(file, line); ++number) {
         try {
-            if (auto step = stepOf(line)) sequence.lines.push_back({number, behind(line, ""), std::move(*step)});
+            auto step = stepOf(line, folder);
+            if (!step) continue;
+            requireTerminal(*step, sequence);
+            sequence.lines.push_back({number, behind(line, ""), std::move(*step)});
         } catch (const std::invalid_argument& error) {
             throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
         }

@@ -3,6 +3,7 @@
 
 #include "lab/ctl/seq/Steps.h"
 
+#include <filesystem>
 #include <istream>
 #include <optional>
 #include <string>
@@ -13,9 +14,11 @@ namespace orvanectl {
 
 /// The step of a line; none for an empty one and for one that begins with "#". Throws `std::invalid_argument`, whose text
 /// begins with the word that is wrong, in quotes.
-std::optional<Step> stepOf(std::string_view line);
+/// @param folder  of files that are named without one
+std::optional<Step> stepOf(std::string_view line, const std::filesystem::path& folder = {});
 
-/// Throws `std::runtime_error` that names the file, the line and the word.
+/// Throws `std::runtime_error` that names the file, the line and the word. The file's folder is that of files that are
+/// named in it without one.
 Sequence sequenceOf(std::istream& file, const std::string& name);
 
 /// The same, opened by its name; "-" is the standard input.

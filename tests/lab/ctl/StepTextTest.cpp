@@ -1,5 +1,6 @@
 #include "lab/ctl/seq/StepText.h"
 #include "tests/support/ErrorOf.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -121,6 +122,8 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"expect event every 3 +- 1 for 2", "'2' is too short: nothing is due in it"},
         {"start PARAM_2", "'PARAM_2' is not of the form KEY=VALUE"},
         {"request", "'request' needs behind it a request"},
+        {"request --help", "'--help' makes no request: orvanectl bus has the help"},
+        {"request clear-data --help", "'clear-data' makes no request: orvanectl bus has the help"},
         {"request clear-dta", "'clear-dta' makes no request: no verb \"clear-dta\"; did you mean \"clear-data\"?"},
         {"sim threat jma", "'jma' is no kind of threat: jam, bare, no-bearing, ended"},
         {"sim", "'sim' needs a line of a scenario behind it"},
@@ -141,6 +144,22 @@ TEST(StepTextTest, StepsOfAFileKeepTheirLines)
     EXPECT_EQ(sequence.lines[0].number, 3U);
     EXPECT_EQ(sequence.lines[0].text, "wait 1");
     EXPECT_EQ(sequence.lines[1].number, 4U);
+}
+
+TEST(StepTextTest, FileOfARequestStandsBesideTheSequence)
+{
+    const TemporaryDirectory directory;
+    directory.write("a.xml", "<a/>");
+    const Sequence sequence = readSequence(directory.write("a.seq", "request save-vcl a.xml\n"));
+    EXPECT_EQ(std::get<MakeRequest>(sequence.lines.at(0).step).body.dump(), R"({"request":"save-vcl","text":"<a/>"})");
+}
+
+TEST(StepTextTest, LinesOfATerminalAreExpectedOfAServiceThatIsStartedHereAlone)
+{
+    std::istringstream good("start\nexpect console\n"), bad("request status\nexpect no console for 1\nstart\n");
+    EXPECT_EQ(sequenceOf(good, "a.seq").lines.size(), 2U);
+    EXPECT_EQ(errorOf([&] { sequenceOf(bad, "a.seq"); }),
+              "a.seq:2: 'console' needs start before it: lines of a service that was started elsewhere are not seen");
 }
 
 TEST(StepTextTest, FileThatIsWrongIsRefusedWithItsLine)

@@ -2,23 +2,23 @@
 
 usage: walk_through.py --build DIR [--section HEADING] PAGE
 
-A section is what stands below a heading of the third rank; what stands before the first one of them, below the heading
-"A walk-through", is the beginning of each. In blocks between ``` a line that begins with "$ " is a command, with the
-lines that its quotes need behind it, and what follows is what it shows:
+A section is what stands below a heading of the second or third rank; what stands below the heading "A walk-through" is
+the beginning of each. In blocks between ``` a line that begins with "$ " is a command, with the lines that its quotes
+need behind it, and what follows is what it shows:
 
-- a command that runs a desk or the service is started at a terminal of its own and ended by Ctrl-C when another is
-  started, or at the end; where a section has none, that of the beginning is started;
+- a command that runs a desk without end, or the service, is started at a terminal of its own and ended by Ctrl-C when
+  another is started, or at the end; where a section runs no desk at all, that of the beginning is started;
 - `orvanectl bus watch` is ended once all lines have come, in their order, with any others between;
 - what only looks (`bus last`, `bus bit-results`, `bus faults`) is typed again until it shows the lines, for a minute;
-- anything else is typed once, and has to show these lines and no others.
+- anything else is typed once, has to show these lines and no others, and to end with status 0.
 
 A block without a command, behind a paragraph with "were typed", is what the terminal of the service shows: the keys of
 the paragraph are typed, each when what is shown for the one before has come. A table with the heading "line | request"
-is worked through row by row.
+is worked through row by row; each request has to show what the first one of its name shows in the section.
 
 Lines are compared as they are, but for numbers of publications, times, process ids and the errors that the navigation
-happens to have, for which only the form is compared. "..." at the end of a line stands for any rest, and alone for any
-lines.
+happens to have, for which only the form is compared, and the sums of a desk, of which only is compared whether they are
+0. "..." at the end of a line stands for any rest, and alone for any lines.
 """
 
 import argparse
@@ -59,10 +59,21 @@ class Screen:
 
 
 class Row:
-    """A row of the table of requests: a line for the unit, a request, and the warning that follows."""
+    """A row of the table of requests: a line for the unit, a request with what it shows, and the warning that follows."""
 
-    def __init__(self, order, request, warning, line):
-        self.order, self.request, self.warning, self.line = order, request, warning, line
+    def __init__(self, order, request, shown, warning, line):
+        self.order, self.warning, self.line = order, warning, line
+        self.request = Command("orvanectl bus " + request, line)
+        self.request.shown = shown
+
+
+def shown_for(request, steps, line):
+    """What the first request of that name shows."""
+    name = f"orvanectl bus {request.split()[0]}"
+    for step in steps:
+        if isinstance(step, Command) and step.text.split() == name.split():
+            return step.shown
+    raise Failure(f"line {line}: the page does not show what {name} shows")
 
 
 def is_whole(command):
@@ -95,8 +106,8 @@ def quoted(text):
 def sections(page):
     """Pairs of a heading and what is to be done below it; the first has an empty heading and is the beginning."""
     found, block, begin, paragraph, in_table = [("", [])], None, 0, "", False
+    steps = []  # above the first heading that counts there is nothing to do
     for number, line in enumerate(page.splitlines(), 1):
-        steps = found[-1][1]
         if block is not None:
             if not line.startswith("```"):
                 block.append(line)
@@ -111,10 +122,11 @@ def sections(page):
             block, begin = [], number + 1
         elif line.startswith("#"):
             rank, heading = line.split(" ", 1)
-            if rank == "###":
-                found.append((heading, []))
-            elif heading == "A walk-through":
-                found[0] = ("", [])
+            if heading == "A walk-through":
+                steps = found[0][1]
+            elif rank in ("##", "###"):
+                steps = []
+                found.append((heading, steps))
             paragraph = ""
         elif line.startswith("|"):
             cells = [cell.strip() for cell in line.strip("|").split("|")]
@@ -122,7 +134,9 @@ def sections(page):
                 in_table = True
             elif in_table and not set(line) <= set("|- "):
                 order = quoted(cells[0])
-                steps.append(Row(order[0] if order else "", quoted(cells[1])[0], quoted(cells[2])[0], number))
+                request = quoted(cells[1])[0]
+                shown = shown_for(request, steps, number)
+                steps.append(Row(order[0] if order else "", request, shown, quoted(cells[2])[0], number))
         else:
             in_table = False
             paragraph = paragraph + " " + line if line else paragraph
@@ -139,9 +153,12 @@ FORMS = [
     (r"\b(horizontal|vertical) (m|m/s) \d+(\.\d+)?", r"\1 \2 <error>"),
     (r", in \d+\.\d s$", ", in <seconds> s"),
 ]
+SUM = r"^desk: (joined|the unit has sent) "
 
 
 def form(line):
+    if re.match(SUM, line):
+        line = re.sub(r"(?<![\w.])[1-9]\d*(?= )", "<some>", line)
     for pattern, replacement in FORMS:
         line = re.sub(pattern, replacement, line)
     return line.rstrip()
@@ -253,7 +270,7 @@ class Walk:
 
     def run(self, steps, beginning):
         self.prelude = [step.text for step in beginning if isinstance(step, Command) and step.text.startswith("export ")]
-        is_started = any(isinstance(step, Command) and is_background(step.text) for step in steps)
+        is_started = any(isinstance(step, Command) and runs_a_unit(step.text) for step in steps)
         if not is_started:
             steps = [step for step in beginning if isinstance(step, Command) and is_background(step.text)] + steps
         try:
@@ -299,18 +316,21 @@ class Walk:
         )  # fmt: skip
 
     def output(self, text):
+        """The lines that are shown, and the status."""
         process = self.process(text)
         try:
-            return process.communicate(timeout=DEADLINE)[0].splitlines()
+            seen = process.communicate(timeout=DEADLINE)[0].splitlines()
+            return seen, process.returncode
         finally:
             kill(process)
 
     def type(self, command):
         end = time.monotonic() + DEADLINE
         while True:
-            seen = self.output(command.text)
-            if all_agree(command.shown, seen):
+            seen, status = self.output(command.text)
+            if all_agree(command.shown, seen) and status == 0:
                 return
+            seen.append(f"(status {status})")
             if not only_looks(command.text) or time.monotonic() > end:
                 raise Failure(difference(command, command.shown, seen))
             time.sleep(0.3)
@@ -352,11 +372,11 @@ class Walk:
             order = Command(f"echo {shlex.quote(row.order)} | orvanectl seq --control {control} -", row.line)
             order.shown = [f"-:1: ok: {row.order}", "orvanectl: 1 step: 1 passed, 0 failed, 0 not run, in 0.0 s"]
             self.type(order)
-        self.output("orvanectl bus " + row.request)
+        self.type(row.request)
         warning = row.warning
         end = time.monotonic() + DEADLINE
         while True:
-            seen = self.output("orvanectl bus last warning-messages")
+            seen, _ = self.output("orvanectl bus last warning-messages")
             if any(line.endswith(warning + "]") for line in seen):
                 return
             if time.monotonic() > end:
@@ -364,8 +384,13 @@ class Walk:
             time.sleep(0.3)
 
 
-def is_background(text):
+def runs_a_unit(text):
     return "lab/desk" in text or "OrvaneServer /opt" in text
+
+
+def is_background(text):
+    """Whether it runs until it is ended."""
+    return runs_a_unit(text) and re.search(r"--seconds \d", text) is None
 
 
 def only_looks(text):

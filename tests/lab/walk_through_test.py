@@ -9,9 +9,15 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import walk_through as walk  # noqa: E402
 
-PAGE = """# All of it
+PAGE = """# A page
+```
+$ nothing
+```
+## All of it
 ```
 $ lab/sandbox -- lab/desk --seconds 10
+...
+the end
 ```
 ## A walk-through
 ```
@@ -35,6 +41,11 @@ aOne
 more
 ```
 
+```
+$ orvanectl bus clear-data
+done
+```
+
 | line | request | the warning |
 |---|---|---|
 | `sim answers fail` | `clear-data all` | `25 "a"`, soon |
@@ -47,21 +58,31 @@ class Pages(unittest.TestCase):
         self.sections = walk.sections(PAGE)
 
     def test_sections_stand_below_their_headings_and_the_beginning_before(self):
-        self.assertEqual([heading for heading, _ in self.sections], ["", "First", "Second"])
+        self.assertEqual([heading for heading, _ in self.sections], ["", "All of it", "First", "Second"])
         self.assertEqual([step.text for step in self.sections[0][1]], ["export A=one"])
+        self.assertEqual([step.shown for step in self.sections[1][1]], [["...", "the end"]])
 
     def test_a_command_has_the_lines_of_its_quotes_and_what_it_shows(self):
-        first, second = self.sections[1][1]
-        self.assertEqual((first.text, first.shown, first.line), ("echo $A", ["one"], 11))
+        first, second = self.sections[2][1]
+        self.assertEqual((first.text, first.shown, first.line), ("echo $A", ["one"], 17))
         self.assertEqual((second.text, second.shown), ("echo 'two\nthree'", ["two", "three"]))
 
     def test_keys_have_the_screen_that_follows(self):
-        screen = self.sections[2][1][0]
+        screen = self.sections[3][1][0]
         self.assertEqual((screen.keys, screen.shown), (["a", "5"], ["aOne", "5Two", "more"]))
 
     def test_a_table_of_requests_has_rows(self):
-        rows = [(row.order, row.request, row.warning) for row in self.sections[2][1][1:]]
-        self.assertEqual(rows, [("sim answers fail", "clear-data all", '25 "a"'), ("", "clear-data", "22")])
+        rows = [(row.order, row.request.text, row.request.shown, row.warning) for row in self.sections[3][1][2:]]
+        self.assertEqual(rows, [("sim answers fail", "orvanectl bus clear-data all", ["done"], '25 "a"'),
+                                ("", "orvanectl bus clear-data", ["done"], "22")])  # fmt: skip
+
+    def test_a_request_of_a_table_that_is_shown_nowhere_is_refused(self):
+        with self.assertRaises(walk.Failure):
+            walk.sections(PAGE.replace("$ orvanectl bus clear-data", "$ orvanectl bus bit-run"))
+
+    def test_only_a_desk_without_end_runs_on(self):
+        self.assertTrue(walk.is_background("lab/sandbox -- lab/desk --seconds forever"))
+        self.assertFalse(walk.is_background("lab/sandbox -- lab/desk --seconds 10"))
 
 
 class Comparisons(unittest.TestCase):
@@ -84,6 +105,14 @@ class Comparisons(unittest.TestCase):
         self.assertFalse(walk.agrees('"ok":true,"returned":1', '"ok":true,"returned":0'))
         self.assertFalse(walk.agrees("faults 1 [1 severity 33", "faults 1 [1 severity 34"))
         self.assertFalse(walk.agrees("execute-built-in-tests  expected s 25.0  test 0", "execute-built-in-tests  expected s 24.0  test 0"))
+
+    def test_sums_of_a_desk_may_differ_but_not_be_0_or_something_else(self):
+        line = "desk: joined the inputs 10 times; published 11 Blended Navigation, 0 faults"
+        self.assertTrue(walk.agrees(line, line.replace("10", "9")))
+        for old, new in (("10 ", "0 "), ("0 faults", "1 faults"), ("11 Bl", "0 Bl"), ("11 Bl", "Bl"), ("10", "x")):
+            self.assertFalse(walk.agrees(line, line.replace(old, new)), new)
+        self.assertFalse(walk.agrees("desk: the service has ended with status 0", "desk: the service has ended with status 1"))
+        self.assertFalse(walk.agrees("desk: the unit has sent 3 8504, 0 5044", "desk: the unit has sent 3 8505, 0 5044"))
 
     def test_lines_must_be_these_and_no_others(self):
         self.assertTrue(walk.all_agree(["a", "b"], ["a", "b"]))
@@ -118,6 +147,19 @@ class Walks(unittest.TestCase):
                         self.PAGE.replace("A=one", "A=on"), self.PAGE.replace("7 two", "7 two\nthree")):  # fmt: skip
             with self.assertRaises(walk.Failure):
                 self.status(planted)
+
+    def test_a_command_that_fails_fails(self):
+        with self.assertRaises(walk.Failure):
+            self.status(self.PAGE.replace("echo $A;", "trap 'exit 1' EXIT; echo $A;"))
+
+    def test_a_request_of_a_table_that_shows_something_else_fails(self):
+        a_walk = walk.Walk("/nowhere", "/nowhere")
+        a_walk.output = lambda text: (["12 \"a\"]"], 0) if "last" in text else (["refused"], 0)
+        row = walk.Row("", "clear-data", ["done"], '12 "a"', 1)
+        with self.assertRaises(walk.Failure):
+            a_walk.perform(row)
+        row.request.shown = ["refused"]
+        a_walk.perform(row)
 
     def test_a_screen_that_shows_something_else_fails(self):
         background = walk.Background("sh -c 'stty -echo; read x; echo $x: one'", {})

@@ -117,7 +117,9 @@ Verb addSeqVerb(CLI::App& tool)
     command->add_option("--control", paths.control, "of a unit-sim that runs already")
         ->type_name("PATH")
         ->capture_default_str();
-    command->add_option("--terminal", paths.terminal, "other end of the terminal of a service that runs already")
+    command
+        ->add_option("--terminal", paths.terminal,
+                     "other end of the terminal of a service that runs already, for key alone")
         ->type_name("PATH");
     command->add_option("--service", paths.service, "program that start runs; else the one built with this tool")
         ->type_name("PATH");

@@ -2,10 +2,11 @@
 
 Left out is what depends on when the machine got round to something, and nothing else:
 
-- what was told before the tenth second of the unit, when the service may still be starting;
+- records of Blended Navigation of before the tenth second of the unit, when the service may still be starting, of behind
+  the last one, and those without a time of validity;
 - numbers of publications, wall-clock times of telling, sequence numbers and times of events;
-- how often a list was told again: of warnings and threats each entry is there once, in its order, threats without the
-  time that they get when their list is told;
+- how often a list of warnings was told again: each entry is there once, in its order;
+- the time of a threat, which it gets when its list is told, and lists without a threat;
 - the system configurations while components still answer: the last one is there;
 - what is said from the moment on at which the service is told to end, but for its status.
 
@@ -17,6 +18,20 @@ import json
 import re
 
 BEGIN = 10  # seconds of the unit
+
+
+class Unreadable(Exception):
+    """Something stands where a record should be."""
+
+
+def records(lines, name):
+    read = []
+    for line in lines:
+        try:
+            read.append(json.loads(line))
+        except ValueError:
+            raise Unreadable(f"{name}: no JSON: {line[:200]}") from None
+    return read
 
 
 def number(value):
@@ -114,8 +129,7 @@ def each(tells):
 def bus(lines, utc, seconds):
     """@param lines  of `orvanectl bus watch --json`"""
     tells = {}
-    for line in lines:
-        message = json.loads(line)
+    for message in records(lines, "bus"):
         if message.get("type") == "tell":
             tells.setdefault(message["tell"], []).append(message)
         elif message.get("type") in ("misuse", "dropped", "error"):
@@ -139,8 +153,7 @@ def bus(lines, utc, seconds):
 def events(lines):
     """@param lines  of `orvanectl echo --json`"""
     shown = []
-    for line in lines:
-        message = json.loads(line)
+    for message in records(lines, "events"):
         if message["kind"] != "record":
             continue
         header = message["header"]["device_id"]
@@ -157,15 +170,26 @@ def console(lines):
     return [without_times(line) for line in lines]
 
 
+def complaints(lines):
+    """What a client of the lab itself had to say."""
+    return ["== on standard error", *lines, ""] if lines else []
+
+
+def whole_lines(text):
+    """Without the last one if that is being written."""
+    return text[: text.rfind("\n") + 1].splitlines()
+
+
 def of_run(out, utc, seconds):
     """The texts of a run, by the names of their files.
 
     @param out  the directory that unit.py has left
     """
-    read = lambda name: (out / name).read_text(errors="replace").splitlines()  # noqa: E731
+    read = lambda name: whole_lines((out / name).read_text(errors="replace"))  # noqa: E731
+    until_end = lambda name: read(f"{name}.until-end")  # noqa: E731
     shown = {
-        "bus.txt": bus(read("bus.until-end"), utc, seconds),
-        "events.txt": events(read("events.until-end")),
-        "console.txt": [*console(read("console.until-end")), f"status {read('status')[0]}"],
+        "bus.txt": bus(until_end("bus"), utc, seconds) + complaints(until_end("bus.errors")),
+        "events.txt": events(until_end("events")) + complaints(until_end("events.errors")),
+        "console.txt": [*console(until_end("console")), f"status {read('status')[0]}"],
     }
     return {name: "\n".join(lines).rstrip("\n") + "\n" for name, lines in shown.items()}

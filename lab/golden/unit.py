@@ -2,12 +2,15 @@
 
 unit.py BUILD SCENARIO SECONDS RATE UTC [--request 'SECONDS WORDS...']... [-- UNIT-SIM-OPTION...]
 
-Runs by the lab's clock, as do all that it starts: its seconds are those of the clock. Leaves in /tmp/golden what each of
-them said. Status 75 tells that the machine was too slow, and that nothing can be said of the outcome.
+Runs by the lab's clock, as do all that it starts: its seconds are those of the clock. It begins at the rate that the
+clock has, and goes on at RATE when the service is ready. Leaves in /tmp/golden what each of them said, what those of the
+lab have to complain about in files of their own. Status 75 tells that the machine was too slow, and that nothing can be
+said of the outcome; status 1 that one of them has ended by itself, or did not end when it was told to.
 """
 
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -17,12 +20,16 @@ import time
 OUT = pathlib.Path("/tmp/golden")
 TOO_SLOW = 75
 READY_BY = 8.0  # seconds of the unit, at which time runs faster
-MOST_SECONDS_TO_READY = 60.0
-LONGEST_TO_END = 30.0
+LONGEST_TO_BEGIN = 60.0
+LONGEST_TO_END = 60.0
 
 
 class TooSlow(Exception):
     pass
+
+
+class Broken(Exception):
+    """What no slow machine is the reason of."""
 
 
 class Programs:
@@ -33,11 +40,19 @@ class Programs:
         self.running = {}
 
     def start(self, name, program, *arguments, **environment):
-        with open(OUT / name, "wb") as out:
+        # What the service says is kept as a whole; the others tell JSON, beside which nothing may stand.
+        is_service = name == "console"
+        with open(OUT / name, "wb") as out, open(OUT / f"{name}.errors", "wb") as errors:
             self.running[name] = subprocess.Popen(
-                [self.build / program, *arguments], stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.STDOUT,
-                env={**os.environ, **environment},
+                [self.build / program, *arguments], stdin=subprocess.DEVNULL, stdout=out,
+                stderr=subprocess.STDOUT if is_service else errors, env={**os.environ, **environment},
             )  # fmt: skip
+
+    def expect_running(self):
+        """All but the requests, which have an end."""
+        for name, process in self.running.items():
+            if not name.startswith("request") and process.poll() is not None:
+                raise Broken(f"{name} has ended with status {process.returncode}\n{last_of(name)}")
 
     def stop(self, name):
         process = self.running.pop(name)
@@ -47,7 +62,7 @@ class Programs:
         except subprocess.TimeoutExpired:
             process.kill()
             process.wait()
-            raise TooSlow from None
+            raise Broken(f"{name} has not ended {LONGEST_TO_END:g} s after SIGTERM\n{last_of(name)}") from None
 
     def stop_all(self):
         for process in self.running.values():
@@ -55,18 +70,47 @@ class Programs:
             process.wait()
 
 
+def last_of(name, lines=20):
+    """The end of what a program said."""
+    texts = [(OUT / file).read_text(errors="replace").splitlines()[-lines:] for file in (name, f"{name}.errors")]
+    return "".join(f"    {line[:200]}\n" for line in sum(texts, []))
+
+
 def said(name, *texts):
     content = (OUT / name).read_text(errors="replace")
     return all(text in content for text in texts)
 
 
-def wait_for(condition):
-    """At the machine's own pace."""
-    end = time.time() + MOST_SECONDS_TO_READY
+def is_listening(path, sockets="/proc/net/unix"):
+    """Whether a client would not be refused; the file of the socket is there a moment before."""
+    listening = "00010000"
+    fields = [line.split() for line in pathlib.Path(sockets).read_text().splitlines()]
+    return any(len(each) == 8 and each[3] == listening and each[7] == path for each in fields)
+
+
+def epochs_until(output):
+    """The time of the last epoch that unit-sim has told; -1 before the first."""
+    return max((float(time) for time in re.findall(r"^unit-sim: (\d+\.\d) s: ", output, re.MULTILINE)), default=-1.0)
+
+
+def has_played(seconds):
+    return epochs_until((OUT / "unit-sim").read_text(errors="replace")) >= seconds
+
+
+def wait_for(programs, what, condition, longest):
+    """@param longest  in seconds of the unit"""
+    end = time.time() + longest
     while not condition():
+        programs.expect_running()
         if time.time() > end:
-            raise TooSlow
+            raise TooSlow(f"{what} was not there after {longest:.1f} s of the unit\n")
         time.sleep(0.02)
+
+
+def wait_until(programs, end):
+    while (left := end - time.time()) > 0.0:
+        programs.expect_running()
+        time.sleep(min(left, 1.0))
 
 
 def set_rate(programs, rate):
@@ -78,29 +122,31 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     """@return the service's status"""
     played = ("--verbose", "--repeatable", "--utc", str(utc), "--scenario", scenario, *options)
     programs.start("unit-sim", "lab/unit/unit-sim", *played)
-    wait_for(lambda: said("unit-sim", " 0.0 s:"))
+    wait_for(programs, "the first epoch", lambda: has_played(0.0), LONGEST_TO_BEGIN)
     started = time.time()
     programs.start("events", "lab/ctl/orvanectl", "echo", "EventLog", "MaintenanceEvent", "--backfill", "--json")
     programs.start(
         "console", "VICTORY/OrvaneServer/OrvaneServer", "/opt/halvex/config/OrvaneServer.xml",
         LD_LIBRARY_PATH=str(programs.build / "lab/libvictory"),
     )  # fmt: skip
-    wait_for(lambda: os.path.exists(os.environ["ORVANE_LAB_BUS"]))
+    ready = lambda what, condition: wait_for(programs, what, condition, started + READY_BY - time.time())  # noqa: E731
+    ready("the bus", lambda: is_listening(os.environ["ORVANE_LAB_BUS"]))
     programs.start("bus", "lab/ctl/orvanectl", "bus", "watch", "--json")
-    wait_for(lambda: said("bus", '"timeOfValidity":{') and said("events", "started successfully"))
+    ready("the first record of Blended Navigation", lambda: said("bus", '"timeOfValidity":{'))
+    ready("the event of the start", lambda: said("events", "started successfully"))
     if time.time() - started > READY_BY:
-        raise TooSlow
+        raise TooSlow(f"the service was ready {time.time() - started:.1f} s of the unit after its start only\n")
     set_rate(programs, rate)
     for number, (when, words) in enumerate(requests):
-        time.sleep(max(0.0, started + when - time.time()))
+        wait_until(programs, started + when)
         programs.start(f"request{number}", "lab/ctl/orvanectl", "bus", *words)
-    time.sleep(max(0.0, started + seconds - time.time()))
+    wait_until(programs, started + seconds)
     # What belongs to the last second is on its way for a moment.
-    wait_for(lambda: said("unit-sim", f" {seconds + 1:.1f} s:"))
+    wait_for(programs, "the last epoch", lambda: has_played(seconds + 1.0), LONGEST_TO_BEGIN)
     set_rate(programs, 1)
     time.sleep(0.5)
     # What it says when it ends depends on who is still there to hear it.
-    for name in ("console", "events", "bus"):
+    for name in ("console", "events", "bus", "events.errors", "bus.errors"):
         shutil.copyfile(OUT / name, OUT / f"{name}.until-end")
     status = programs.stop("console")
     for name in list(programs.running):
@@ -128,8 +174,12 @@ def main():
     programs = Programs(build)
     try:
         status = play(programs, *others)
-    except TooSlow:
+    except TooSlow as reason:
+        print(reason, end="")
         return TOO_SLOW
+    except Broken as reason:
+        print(reason, end="")
+        return 1
     finally:
         programs.stop_all()
     (OUT / "status").write_text(f"{status}\n")

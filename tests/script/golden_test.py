@@ -1,12 +1,33 @@
 """What script/golden takes from a run, and what it leaves out."""
 
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
 import json
 import pathlib
+import socket
+import stat
 import sys
+import tempfile
 import unittest
+import unittest.mock
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "lab"))
 from golden import outcome, unit  # noqa: E402
+
+
+def script():
+    """script/golden, which has no ending."""
+    loader = importlib.machinery.SourceFileLoader("golden_script", str(ROOT / "script/golden"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
+    loader.exec_module(module)
+    return module
+
+
+sys.dont_write_bytecode = True
+golden = script()
 
 UTC = 1772323200  # 2026-03-01
 
@@ -103,6 +124,205 @@ class Words(unittest.TestCase):
             outcome.events([json.dumps(record), json.dumps({"kind": "sum"})]),
             ["== EventLog from OrvaneServer", '    eventlog "begun TIME"'],
         )
+
+
+    def test_what_is_no_record_is_told_by_its_file(self):
+        with self.assertRaisesRegex(outcome.Unreadable, "bus: no JSON: orvanectl: gone"):
+            bus("orvanectl: gone")
+
+
+class Files(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+        self.out = pathlib.Path(self.directory.name)
+        for name in ("bus", "events", "bus.errors", "events.errors"):
+            (self.out / f"{name}.until-end").write_text("")
+        (self.out / "console.until-end").write_text("started\n")
+        (self.out / "status").write_text("0\n")
+
+    def test_console_tells_the_status(self):
+        self.assertEqual(outcome.of_run(self.out, UTC, 30)["console.txt"], "started\nstatus 0\n")
+
+    def test_what_a_client_complains_about_is_shown(self):
+        (self.out / "bus.errors.until-end").write_text("orvanectl: the bus has closed\n")
+        shown = outcome.of_run(self.out, UTC, 30)["bus.txt"]
+        self.assertEqual(shown, "== on standard error\norvanectl: the bus has closed\n")
+
+    def test_line_that_is_being_written_is_left_out(self):
+        (self.out / "bus.until-end").write_text(tell("clear-system-data", result=1) + '\n{"type":"te')
+        self.assertEqual(outcome.of_run(self.out, UTC, 30)["bus.txt"], "== clear-system-data\ntold\n    result 1\n")
+
+
+class Scenario(unittest.TestCase):
+    """script/golden on a scenario whose runs are made up."""
+
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+        self.folder = pathlib.Path(self.directory.name) / "a"
+        self.folder.mkdir()
+        (self.folder / "run").write_text("seconds 36.5\n")
+        (self.folder / "bus.txt").write_text("right\n")
+        scenarios = unittest.mock.patch.object(golden, "SCENARIOS", self.folder.parent)
+        scenarios.start()
+        self.addCleanup(scenarios.stop)
+        self.rates = []
+        self.told = io.StringIO()
+
+    def check(self, *runs, update=False):
+        """@param runs  what each run shows, or raises"""
+        left = list(runs)
+
+        def play(name, build, settings, rate, start):
+            self.rates.append((round(rate, 2), start))
+            shown = left.pop(0)
+            if isinstance(shown, Exception):
+                raise shown
+            return {"bus.txt": shown}
+
+        with contextlib.redirect_stderr(self.told):
+            return golden.check("a", None, update, play)
+
+    def failure(self, *runs, update=False):
+        with self.assertRaises(golden.Failed) as raised:
+            self.check(*runs, update=update)
+        return str(raised.exception)
+
+    def test_run_that_is_as_kept_is_enough(self):
+        self.assertEqual(self.check("right\n"), "golden: a: as kept, 10 times as fast\n")
+        self.assertEqual(self.told.getvalue(), "")
+
+    def test_run_that_differs_is_told_though_a_slower_one_does_not(self):
+        shown = self.check("wrong\n", "right\n")
+        self.assertEqual(shown, "golden: a: as kept, 3.33 times as fast (not as kept in 1 before)\n")
+        self.assertTrue(self.told.getvalue().startswith("golden: a: not as kept, 10 times as fast\n--- a/bus.txt kept\n"))
+        self.assertIn("\n+wrong\n", self.told.getvalue())
+
+    def test_what_differs_at_every_rate_fails(self):
+        failure = self.failure(*["wrong\n"] * 4)
+        self.assertIn("something else is shown than is kept, in 4 of 4 runs\n", failure)
+        self.assertIn("\n+wrong\n", failure)
+
+    def test_each_try_is_slower_and_so_is_its_start(self):
+        self.failure(*["wrong\n"] * 4)
+        self.assertEqual(self.rates, [(10.0, 1.0), (3.33, 0.5), (1.0, 0.25), (0.3, 0.1)])
+
+    def test_slow_machine_is_told_and_tried_again(self):
+        shown = self.check(golden.TooSlow("    the bus was not there\n"), "right\n")
+        self.assertIn("(too slow a machine for 1 before)", shown)
+        self.assertIn("    the bus was not there\n", self.told.getvalue())
+
+    def test_machine_that_is_too_slow_at_every_rate_is_a_failure(self):
+        self.assertEqual(self.failure(*[golden.TooSlow("")] * 4), "the machine is too slow for any run")
+
+    def test_program_that_has_ended_fails_at_once(self):
+        self.assertEqual(self.failure(golden.Failed("console has ended"), "right\n"), "console has ended")
+
+    def test_update_keeps_what_two_runs_have_shown_alike(self):
+        difference = self.check("odd\n", "new\n", "new\n", update=True)
+        self.assertIn("-right\n+new\n", difference)
+        self.assertEqual((self.folder / "bus.txt").read_text(), "new\n")
+
+    def test_update_keeps_nothing_of_a_single_run(self):
+        failure = self.failure("1\n", "2\n", "3\n", "4\n", update=True)
+        self.assertEqual(failure, "nothing is kept, since no two runs have shown the same")
+        self.assertEqual((self.folder / "bus.txt").read_text(), "right\n")
+
+    def test_run_file_that_is_missing_or_wrong_is_named(self):
+        for text, what in (
+            ("rate 10\n", "run: seconds needs a number behind it"),
+            ("seconds x\n", "run: seconds needs a number behind it"),
+            ("second 3\n", "run: 'second' is no key: seconds, rate, options, request"),
+        ):
+            (self.folder / "run").write_text(text)
+            self.assertEqual(self.failure("right\n"), what)
+        (self.folder / "run").unlink()
+        self.assertEqual(self.failure("right\n"), "run: No such file or directory")
+
+
+class Sandbox(unittest.TestCase):
+    """script/golden with a sandbox that is a script."""
+
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+        self.root = pathlib.Path(self.directory.name)
+        (self.root / "lab").mkdir()
+        root = unittest.mock.patch.object(golden, "ROOT", self.root)
+        root.start()
+        self.addCleanup(root.stop)
+
+    def sandbox(self, text):
+        file = self.root / "lab/sandbox"
+        file.write_text(f"#!/bin/sh\n{text}\n")
+        file.chmod(file.stat().st_mode | stat.S_IXUSR)
+
+    def attempt(self):
+        return golden.attempt("a", self.root, {"seconds": 3.0, "options": "", "request": []}, 1.0, 1.0)
+
+    def test_sandbox_that_cannot_be_is_told(self):
+        self.sandbox("echo 'sandbox: no namespaces' >&2; exit 125")
+        self.assertEqual(golden.refusal_of_the_sandbox(), "sandbox: no namespaces\n")
+
+    def test_sandbox_that_can_be_is_no_refusal(self):
+        self.sandbox("exit 0")
+        self.assertEqual(golden.refusal_of_the_sandbox(), "")
+
+    def test_status_125_of_what_ran_within_is_a_failure(self):
+        self.sandbox("echo 'lab-clock: no clock' >&2; exit 125")
+        with self.assertRaisesRegex(golden.Failed, "(?s)status 125.*lab-clock: no clock"):
+            self.attempt()
+
+    def test_slow_machine_leaves_what_each_program_said_last(self):
+        self.sandbox('mkdir -p "$2/tmp/golden"; echo ready >"$2/tmp/golden/console"; echo "the bus was late"; exit 75')
+        with self.assertRaises(golden.TooSlow) as raised:
+            self.attempt()
+        self.assertEqual(str(raised.exception), "    the bus was late\n    console: ready\n")
+
+
+class Unit(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+        self.out = pathlib.Path(self.directory.name)
+        out = unittest.mock.patch.object(unit, "OUT", self.out)
+        out.start()
+        self.addCleanup(out.stop)
+        self.programs = unit.Programs("/bin")
+        self.addCleanup(self.programs.stop_all)
+
+    def test_last_epoch_is_found_whatever_its_second(self):
+        self.assertEqual(unit.epochs_until(""), -1.0)
+        self.assertEqual(unit.epochs_until("unit-sim: 0.0 s: 39.5\nunit-sim: GPS is lost\nunit-sim: 38.0 s: 39.5\n"), 38.0)
+
+    def test_program_that_ends_by_itself_is_not_waited_for(self):
+        self.programs.start("console", "sh", "-c", "echo a last word; exit 3")
+        with self.assertRaisesRegex(unit.Broken, "(?s)console has ended with status 3.*a last word"):
+            unit.wait_for(self.programs, "the bus", lambda: False, 30.0)
+
+    def test_request_may_end(self):
+        self.programs.start("request0", "true")
+        self.programs.running["request0"].wait()
+        self.programs.expect_running()
+
+    def test_wait_ends_when_the_machine_is_too_slow(self):
+        with self.assertRaisesRegex(unit.TooSlow, "the bus was not there after 0.0 s"):
+            unit.wait_for(self.programs, "the bus", lambda: False, 0.0)
+
+    def test_complaints_of_a_client_are_in_a_file_of_their_own(self):
+        self.programs.start("bus", "sh", "-c", "echo record; echo complaint >&2")
+        self.programs.running["bus"].wait()
+        self.assertEqual((self.out / "bus").read_text(), "record\n")
+        self.assertEqual((self.out / "bus.errors").read_text(), "complaint\n")
+
+    def test_socket_is_waited_for_until_it_listens(self):
+        path = str(self.out / "bus")
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(path)
+            self.assertFalse(unit.is_listening(path))
+            listener.listen()
+            self.assertTrue(unit.is_listening(path))
 
 
 class Arguments(unittest.TestCase):

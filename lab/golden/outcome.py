@@ -1,11 +1,12 @@
 """What a run has shown, as text that is the same each time.
 
-Left out is what depends on when the machine got round to something, and nothing else:
+Left out is what depends on when the machine got round to something, or on where a line of a source stands, and nothing else:
 
 - records of Blended Navigation of before the tenth second of the unit, when the service may still be starting, of behind
   the last one, and those without a time of validity;
 - numbers of publications, wall-clock times of telling, sequence numbers and times of events;
 - how often a list of warnings was told again: each entry is there once, in its order;
+- the line of its source that an event names, which changes with the source;
 - the time of a threat, which it gets when its list is told, and lists without a threat;
 - the system configurations while components still answer: the last one is there;
 - what is said from the moment on at which the service is told to end, but for its status.
@@ -157,17 +158,19 @@ def events(lines):
         if message["kind"] != "record":
             continue
         header = message["header"]["device_id"]
-        fields = [without_times(one) for one in of_record(message["message"])]
+        fields = [lasting(one) for one in of_record(message["message"])]
         shown += [f'== {message["topic"]} from {header["server_name"]}', *fields]
     return shown
 
 
-def without_times(text):
-    return re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", "TIME", text)
+def lasting(text):
+    """Without times, and without the lines of the sources, which any change of them moves."""
+    text = re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", "TIME", text)
+    return re.sub(r"(\w\.cpp|\w\.h)\[\d+\]", r"\1[LINE]", text)
 
 
 def console(lines):
-    return [without_times(line) for line in lines]
+    return [lasting(line) for line in lines]
 
 
 def complaints(lines):

@@ -126,6 +126,9 @@ class Words(unittest.TestCase):
         )
 
 
+    def test_line_of_a_source_is_left_out(self):
+        self.assertEqual(outcome.console(["Server.cpp[228]: gone [3]"]), ["Server.cpp[LINE]: gone [3]"])
+
     def test_what_is_no_record_is_told_by_its_file(self):
         with self.assertRaisesRegex(outcome.Unreadable, "bus: no JSON: orvanectl: gone"):
             bus("orvanectl: gone")

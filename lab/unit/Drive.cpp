@@ -25,7 +25,7 @@ double legLength(const Vector3d& from, const Vector3d& to)
     return std::hypot(north, east, to[2] - from[2]);
 }
 
-Drive::Drive(const Vector3d& position, double heading) : m_points{{0.0, position}}, m_heading(heading) {}
+Drive::Drive(const Vector3d& position, std::optional<double> heading) : m_points{{0.0, position}}, m_heading(heading) {}
 
 void Drive::to(const Vector3d& position, double speed)
 {
@@ -60,9 +60,10 @@ double Drive::standingHeading(std::size_t leg) const
 {
     for (std::size_t before = leg; before-- > 0;)
         if (moves(before)) return motionOf(before, m_points[before + 1].position).heading();
+    if (m_heading) return *m_heading;
     for (std::size_t later = leg; later + 1 < m_points.size(); ++later)
         if (moves(later)) return motionOf(later, m_points[later].position).heading();
-    return m_heading;
+    return 0.0;
 }
 
 bool Drive::moves(std::size_t leg) const

@@ -5,6 +5,7 @@
 #include "utilities/vector3d.h"
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace unitsim {
@@ -19,12 +20,13 @@ struct WayPoint {
 
 /// A drive from way point to way point, on each leg with one rate of latitude, longitude and height; it stands before the
 /// first and behind the last. The velocity is the derivative of the position, heading and pitch are along it, roll is 0;
-/// who stands keeps the heading that it had, and at the start has that of the first leg. Any thread may read.
+/// who stands keeps the heading that it had, and at the start has the one it was given, or else that of the first leg. Any
+/// thread may read.
 class Drive {
 public:
     /// A place to stand at, at the start.
     /// @param heading  radians; until something moves
-    explicit Drive(const QD_K71T_geometry::Vector3d& position, double heading = 0.0);
+    explicit Drive(const QD_K71T_geometry::Vector3d& position, std::optional<double> heading = std::nullopt);
 
     /// Appends a leg.
     /// @param speed  m/s along it, above 0
@@ -49,11 +51,11 @@ private:
     Motion motionOf(std::size_t leg, const QD_K71T_geometry::Vector3d& position) const;
     bool moves(std::size_t leg) const;
 
-    /// Along the last leg before that moves, or else the first one from `leg` on.
+    /// Along the last leg before that moves, or else the given one, or that of the first leg from `leg` on.
     double standingHeading(std::size_t leg) const;
 
-    std::vector<WayPoint> m_points;  // at least one; longitudes go on beyond half a turn
-    double m_heading;
+    std::vector<WayPoint> m_points;   // at least one; longitudes go on beyond half a turn
+    std::optional<double> m_heading;  // at the start
 };
 
 /// Metres from place to place by the radii of curvature midway, the difference of heights included.

@@ -8,9 +8,11 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
+#include <iterator>
+#include <map>
 #include <numbers>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -90,6 +92,8 @@ public:
 
     Scenario finished()
     {
+        // In front of whatever begins at that time, so that one stretch may begin where another ends.
+        m_scenario.events.insert(m_scenario.events.begin(), m_ends.rbegin(), m_ends.rend());
         std::stable_sort(m_scenario.events.begin(), m_scenario.events.end(),
                          [](const Event& one, const Event& other) { return one.seconds < other.seconds; });
         return std::move(m_scenario);
@@ -107,7 +111,7 @@ private:
         if (what == What::Jammer) return jammer(rest);
         if (m_scenario.world.drive) throw words::wrong(word, "has a place already, or has set off");
         const Vector3d position = placeOf(rest, "at", 0.0);
-        double heading = 0.0;
+        std::optional<double> heading;
         if (words::peek(rest) == "heading")
             heading = numberBehind(rest, words::take(rest), 0.0, 360.0, "is no heading from 0 to 360") * kDegree;
         words::expectEnd(rest);
@@ -137,7 +141,6 @@ private:
     Drive& begun()
     {
         if (m_hasTrack) throw words::wrong("track", "tells the whole drive already");
-        m_isDriven = true;
         if (!m_scenario.world.drive) m_scenario.world.drive.emplace(Course::at(0.0).position);
         return *m_scenario.world.drive;
     }
@@ -163,7 +166,7 @@ private:
     void track(std::string_view file)
     {
         if (file.empty()) throw words::wrong("track", "needs a file behind it");
-        if (m_hasTrack || m_isDriven) throw words::wrong("track", "stands beside another track or drive");
+        if (m_scenario.world.drive) throw words::wrong("track", "stands beside another track, drive or place");
         const std::vector<WayPoint> points = m_track(std::string(file));
         if (points.empty()) throw words::wrong(file, "has no point");
         Drive drive(points.front().position);
@@ -185,20 +188,29 @@ private:
         const std::string begin = std::string(key) + ' ' + std::string(text.substr(0, text.size() - last.size()));
         const Happening happening = happeningOf(begin);
         const Happening over = end(happening);
-        for (const auto& [other, when] : m_stretches)
-            if (other == over && window.from < when.to && when.from < window.to)
-                throw words::wrong(last, "overlaps an earlier line of the same");
-        m_stretches.emplace_back(over, window);
+        std::map<double, double>& others = stretchesThatEndBy(over);
+        const auto later = others.lower_bound(window.from);
+        if ((later != others.end() && later->first < window.to) ||
+            (later != others.begin() && std::prev(later)->second > window.from))
+            throw words::wrong(last, "overlaps an earlier line of the same");
+        others.emplace(window.from, window.to);
         m_scenario.events.push_back({window.from, happening});
-        // In front of whatever begins at that time, so that one stretch may begin where another ends.
-        if (std::isfinite(window.to)) m_scenario.events.insert(m_scenario.events.begin(), {window.to, over});
+        if (std::isfinite(window.to)) m_ends.push_back({window.to, over});
+    }
+
+    /// Of one output or source, of which there are few; from begin to end.
+    std::map<double, double>& stretchesThatEndBy(const Happening& over)
+    {
+        for (auto& [other, stretches] : m_stretches)
+            if (other == over) return stretches;
+        return m_stretches.emplace_back(over, std::map<double, double>()).second;
     }
 
     const TrackReader& m_track;
     Scenario m_scenario;
-    bool m_isDriven = false;
     bool m_hasTrack = false;
-    std::vector<std::pair<Happening, Window>> m_stretches;  // each by what ends it
+    std::vector<Event> m_ends;  // of stretches
+    std::vector<std::pair<Happening, std::map<double, double>>> m_stretches;
 };
 
 }  // namespace
@@ -222,8 +234,7 @@ Scenario scenarioOf(std::istream& file, const std::string& name, const TrackRead
 
 Scenario readScenario(const std::string& name)
 {
-    std::ifstream file(name);
-    if (!file) throw std::runtime_error(name + ": can't be read");
+    std::istringstream file(textOfFile(name));
     const auto folder = std::filesystem::path(name).parent_path();
     return scenarioOf(file, name, [&](const std::string& track) { return readTrack((folder / track).string()); });
 }

@@ -38,7 +38,7 @@ public:
     void command(const std::string& text);
     void answer(const std::string& server, const PlannedAnswer& answer);
 
-    /// A command of somebody else.
+    /// A command that has arrived, also one that was sent from here.
     void heard(const std::string& command);
 
     /// GPS is lost or back, from the next epoch in the file on.

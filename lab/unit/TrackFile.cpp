@@ -103,6 +103,39 @@ std::string_view textOf(const tinyxml2::XMLElement& parent, const char* name)
     return text ? words::trimmed(text) : std::string_view();
 }
 
+/// Where a text ends behind `begin`; the end of all if it is not there.
+std::size_t behind(std::string_view text, std::string_view end, std::size_t begin)
+{
+    const auto found = text.find(end, begin);
+    return found == std::string_view::npos ? text.size() : found + end.size();
+}
+
+/// Of the element of a text of XML that has most of them: the library that reads it compares each with all before it.
+std::size_t attributesAtMost(std::string_view text)
+{
+    std::size_t most = 0;
+    for (std::size_t at = text.find('<'); at < text.size(); at = text.find('<', at)) {
+        const std::string_view rest = text.substr(at);
+        if (rest.starts_with("<!--")) {
+            at = behind(text, "-->", at + 4);
+        } else if (rest.starts_with("<![CDATA[")) {
+            at = behind(text, "]]>", at + 9);
+        } else if (rest.starts_with("<?")) {
+            at = behind(text, "?>", at + 2);
+        } else if (rest.starts_with("<!")) {
+            at = behind(text, ">", at + 2);
+        } else {
+            std::size_t count = 0;
+            while (++at < text.size() && text[at] != '>') {
+                if (text[at] == '=') ++count;
+                if (text[at] == '"' || text[at] == '\'') at = behind(text, text.substr(at, 1), at + 1) - 1;
+            }
+            most = std::max(most, count);
+        }
+    }
+    return most;
+}
+
 void addPoint(Track& track, const tinyxml2::XMLElement& point)
 {
     const char* const latitude = point.Attribute("lat");
@@ -143,6 +176,9 @@ std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name)
 
 std::vector<WayPoint> trackOfGpx(const std::string& text, const std::string& name)
 {
+    if (attributesAtMost(text) > kMostAttributes)
+        throw std::runtime_error(name + ": an element has more than " + std::to_string(kMostAttributes) +
+                                 " attributes");
     tinyxml2::XMLDocument document;
     if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS)
         throw std::runtime_error(name + ":" + std::to_string(document.ErrorLineNum()) +
@@ -162,16 +198,23 @@ std::vector<WayPoint> trackOfGpx(const std::string& text, const std::string& nam
     return track.take(name);
 }
 
-std::vector<WayPoint> readTrack(const std::string& name)
+std::string textOfFile(const std::string& name)
 {
-    // A pipe would be waited for.
+    // A pipe would be waited for, and a device need not end.
     std::error_code ignored;
     std::ifstream file;
     if (std::filesystem::is_regular_file(name, ignored)) file.open(name, std::ios::binary);
     if (!file.is_open()) throw std::runtime_error(name + ": can't be read");
-    if (std::filesystem::file_size(name, ignored) > kLargestTrackBytes)
+    if (std::filesystem::file_size(name, ignored) > kLargestFileBytes)
         throw std::runtime_error(name + ": is larger than 64 MiB");
     std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) throw std::runtime_error(name + ": can't be read");
+    return text;
+}
+
+std::vector<WayPoint> readTrack(const std::string& name)
+{
+    std::string text = textOfFile(name);
     if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);  // the mark of UTF-8
     const auto begin = text.find_first_not_of(" \t\r\n");
     const bool isXml = begin != std::string::npos && text[begin] == '<';

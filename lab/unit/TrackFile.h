@@ -12,17 +12,21 @@
 /// `std::runtime_error` that names the file, and the line or the point.
 namespace unitsim {
 
-constexpr std::size_t kLargestTrackBytes = std::size_t{64} << 20;
+constexpr std::size_t kLargestFileBytes = std::size_t{64} << 20;
+
+/// All that stands in a regular file of at most `kLargestFileBytes`.
+std::string textOfFile(const std::string& name);
 
 /// Lines "SECONDS,LATITUDE,LONGITUDE,HEIGHT" in degrees and metres, with times that rise; the height may be missing (0).
 /// Empty lines, those that begin with "#" and a first line of names are passed over.
 /// @return its first point at 0 seconds
 std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name);
 
-/// All points of all tracks of a GPX file, in their order, by their times.
+/// All points of all tracks of a GPX file, in their order, by their times. An element has at most `kMostAttributes`.
+constexpr std::size_t kMostAttributes = 100;
 std::vector<WayPoint> trackOfGpx(const std::string& text, const std::string& name);
 
-/// By what stands in the file: GPX if that begins with "<". A regular file of at most `kLargestTrackBytes`.
+/// By what stands in the file: GPX if that begins with "<".
 std::vector<WayPoint> readTrack(const std::string& name);
 
 }  // namespace unitsim

@@ -66,7 +66,18 @@ TEST(DriveTest, VehicleWaitsWithTheHeadingOfItsFirstLeg)
     drive.stand(5.0);
     drive.to(place(39.5, -76.09), 10.0);
     EXPECT_NEAR(drive.at(1.0).attitude[2] / kDegree, 90.0, 0.01);
-    EXPECT_EQ(Drive(place(0.0, 0.0), 1.5).at(3.0).attitude[2], 1.5);
+    EXPECT_EQ(Drive(place(0.0, 0.0)).at(3.0).attitude[2], 0.0);
+}
+
+TEST(DriveTest, VehicleWaitsWithTheHeadingThatItWasGiven)
+{
+    Drive drive(place(39.5, -76.1), 1.5);
+    EXPECT_EQ(drive.at(3.0).attitude[2], 1.5);
+    drive.stand(5.0);
+    drive.to(place(39.51, -76.1), 10.0);
+    drive.stand(5.0);
+    EXPECT_EQ(drive.at(3.0).attitude[2], 1.5);
+    EXPECT_NEAR(drive.at(1e9).attitude[2], 0.0, 1e-9);
 }
 
 TEST(DriveTest, VelocityIsTheDerivativeOfThePosition)

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 using namespace unitsim;
@@ -71,6 +72,28 @@ TEST(ScenarioTextTest, FileThatCannotBeReadIsNamed)
     }
 }
 
+TEST(ScenarioTextTest, PipeIsNotWaitedFor)
+{
+    const TemporaryDirectory directory;
+    const std::string pipe = (directory.path() / "pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THROW(readScenario(pipe), std::runtime_error);
+    EXPECT_THROW(readScenario("/dev/zero"), std::runtime_error);
+}
+
+TEST(ScenarioTextTest, ManyStretchesAreReadInTheirOrder)
+{
+    constexpr int kStretches = 10'000;
+    std::string text;
+    for (int i = 0; i < kStretches; ++i)
+        text += "fault pva off " + std::to_string(i) + ".." + std::to_string(i + 1) + "\n";
+    const auto events = scenario(text).events;
+    ASSERT_EQ(events.size(), std::size_t{2} * kStretches);
+    EXPECT_TRUE(events[0].what == Happening(fault(Fault::Kind::Off)));
+    EXPECT_TRUE(events[1].what == Happening(fault(Fault::Kind::None)));
+    EXPECT_TRUE(events[2].what == Happening(fault(Fault::Kind::Off)));
+}
+
 TEST(ScenarioTextTest, SampleScenarioIsUnderstood)
 {
     const auto events = readScenario(ORVANE_LAB_DIR "/scenarios/drive.txt").events;
@@ -106,6 +129,7 @@ TEST(ScenarioTextTest, DriveGoesFromThePlaceOfTheVehicleOn)
     const World world =
         scenario("place vehicle at 39.5 -76.1 alt 92 heading 90\nstand 5\ndrive 39.51 -76.1 at 10\nstand 3").world;
     ASSERT_TRUE(world.drive);
+    EXPECT_EQ(world.drive->at(1.0).attitude[2], 90.0 * kDegree);
     const auto& points = world.drive->points();
     ASSERT_EQ(points.size(), 4U);
     EXPECT_EQ(points[1].seconds, 5.0);
@@ -169,7 +193,8 @@ TEST(ScenarioTextTest, WrongWordsAreNamed)
         {"drive 1 2 at 0", "'0' is no speed from 0.01 to 10000 m/s"},
         {"stand -1", "'-1' is no number of seconds"},
         {"track", "'track' needs a file behind it"},
-        {"drive 1 2 at 3\ntrack a track.gpx", "'track' stands beside another track or drive"},
+        {"drive 1 2 at 3\ntrack a track.gpx", "'track' stands beside another track, drive or place"},
+        {"place vehicle at 1 2\ntrack a track.gpx", "'track' stands beside another track, drive or place"},
         {"track a track.gpx\ndrive 1 2 at 3", "'track' tells the whole drive already"},
         {"track none.csv", "none.csv: can't be read"},
         {"fault pva off", "'off' is not of the form FROM..TO"},
@@ -177,6 +202,8 @@ TEST(ScenarioTextTest, WrongWordsAreNamed)
          "'of' is no kind of fault: none, off, stuck, garbage, wrong, slow, delayed, intermittent"},
         {"fault gps off 1..2", "'gps' is no output: pva, utc, pnt, mis, assurance, 8504"},
         {"fault pva off 1..9\nfault pva stuck 8..12", "'8..12' overlaps an earlier line of the same"},
+        {"fault pva off 8..12\nfault pva stuck 1..9", "'1..9' overlaps an earlier line of the same"},
+        {"fault pva off 1..9\nfault pva stuck 3..4", "'3..4' overlaps an earlier line of the same"},
         {"quality mis 5 1..2", "'mis' has no quality: gps, pva, utc, pnt"},
     };
     for (const auto& [text, what] : wrongs) {

@@ -85,6 +85,18 @@ TEST(TrackFileTest, WrongPointOfGpxIsNamedByItsLine)
     EXPECT_EQ(gpxError("<kml/>"), "a.gpx: has no element gpx");
 }
 
+TEST(TrackFileTest, ElementOfManyAttributesIsNotRead)
+{
+    const auto withAttributes = [](int count) {
+        std::string text = "<gpx><!-- " + std::string(200, '=') + " --><![CDATA[" + std::string(200, '=') + "]]><trk";
+        for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "='>=='";
+        return text + "/></gpx>";
+    };
+    EXPECT_EQ(gpxError(withAttributes(100)), "a.gpx: has no point");
+    EXPECT_EQ(gpxError(withAttributes(101)), "a.gpx: an element has more than 100 attributes");
+    EXPECT_EQ(gpxError("<gpx a='"), "a.gpx:1: is no XML: XML_ERROR_PARSING_ATTRIBUTE");
+}
+
 TEST(TrackFileTest, KindOfAFileIsToldByWhatStandsInIt)
 {
     const TemporaryDirectory directory;

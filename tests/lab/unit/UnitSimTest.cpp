@@ -628,6 +628,16 @@ TEST_F(UnitSimTest, AnswersChangeAsTheEventsHaveIt)
     EXPECT_EQ(m_responses.items()[1].message.command_response(), "SYSTEM_DESTROY_FAIL");
 }
 
+TEST_F(UnitSimTest, RepeatableCommandIsAnsweredAsWhenItWasSent)
+{
+    m_settings.repeatable = true;
+    m_settings.events = {{0.3, SendCommand{"REQUEST_DESTROY"}}, {0.3, Answers::Fail}};
+    start();
+    ASSERT_TRUE(m_responses.waitFor(2));
+    EXPECT_EQ(m_responses.items()[0].message.command_response(), "REQUEST_DESTROY_ACK");
+    EXPECT_EQ(m_responses.items()[1].message.command_response(), "SYSTEM_DESTROY_PASS");
+}
+
 TEST_F(UnitSimTest, ComponentFallsSilentAndAnotherSpeaksAgain)
 {
     m_settings.silentComponents = {"Halvex"};

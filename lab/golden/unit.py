@@ -5,7 +5,7 @@ unit.py BUILD SCENARIO SECONDS RATE UTC [--request 'SECONDS WORDS...']... [-- UN
 Runs by the lab's clock, as do all that it starts: its seconds are those of the clock. It begins at the rate that the
 clock has, and goes on at RATE when the service is ready. Leaves in /tmp/golden what each of them said, what those of the
 lab have to complain about in files of their own. Status 75 tells that the machine was too slow, and that nothing can be
-said of the outcome; status 1 that one of them has ended by itself, or did not end when it was told to.
+said of the outcome, or that one of them did not end when it was told to; status 1 that one has ended by itself.
 """
 
 import os
@@ -62,7 +62,7 @@ class Programs:
         except subprocess.TimeoutExpired:
             process.kill()
             process.wait()
-            raise Broken(f"{name} has not ended {LONGEST_TO_END:g} s after SIGTERM\n{last_of(name)}") from None
+            raise TooSlow(f"{name} has not ended {LONGEST_TO_END:g} s after SIGTERM\n{last_of(name)}") from None
 
     def stop_all(self):
         for process in self.running.values():

@@ -304,6 +304,13 @@ class Unit(unittest.TestCase):
         with self.assertRaisesRegex(unit.Broken, "(?s)console has ended with status 3.*a last word"):
             unit.wait_for(self.programs, "the bus", lambda: False, 30.0)
 
+    def test_program_that_does_not_end_is_named_with_its_last_words(self):
+        self.programs.start("console", "sh", "-c", "trap '' TERM; echo a last word; while :; do sleep 0.1; done")
+        unit.wait_for(self.programs, "the trap", lambda: unit.said("console", "a last word"), 30.0)
+        with unittest.mock.patch.object(unit, "LONGEST_TO_END", 0.1):
+            with self.assertRaisesRegex(unit.TooSlow, "(?s)console has not ended 0.1 s after SIGTERM.*a last word"):
+                self.programs.stop("console")
+
     def test_request_may_end(self):
         self.programs.start("request0", "true")
         self.programs.running["request0"].wait()

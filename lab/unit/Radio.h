@@ -6,7 +6,7 @@
 namespace unitsim {
 
 constexpr double kL1Mhz = 1575.42;
-constexpr double kGpsSignalDbm = -128.5;   ///< of L1 C/A at the ground, at least (IS-GPS-200: -158.5 dBW)
+constexpr double kGpsSignalDbm = -131.5;   ///< of L1 P(Y) at the ground, at least (IS-GPS-200: -161.5 dBW)
 constexpr double kChipRateHz = 10.23e6;    ///< of the P(Y) code, which the receiver tracks
 constexpr double kUndisturbedDbHz = 45.0;  ///< carrier to noise density without interference
 constexpr double kLostBelowDbHz = 28.0;    ///< of the disturbed one: tracking ends

@@ -76,8 +76,8 @@ TEST(RadioTest, WhatIsNearerThanAMetreIsTakenToBeThere)
 
 TEST(RadioTest, GpsIsLostAtFortyTwoDecibelsAboveTheSignal)
 {
-    EXPECT_NEAR(disturbedDbHz(-128.5 + 42.0112270431), 28.0, 1e-9);
-    EXPECT_NEAR(disturbedDbHz(-128.5 + 36.8157084993), 33.0, 1e-9);
+    EXPECT_NEAR(disturbedDbHz(-131.5 + 42.0112270431), 28.0, 1e-9);
+    EXPECT_NEAR(disturbedDbHz(-131.5 + 36.8157084993), 33.0, 1e-9);
     EXPECT_EQ(disturbedDbHz(-std::numeric_limits<double>::infinity()), 45.0);
 }
 
@@ -159,6 +159,14 @@ TEST(WorldTest, ConfidenceGrowsByAQuarterEachTenDecibels)
     EXPECT_EQ(confidenceTimes25Of(-100.0), 2U);
     EXPECT_EQ(confidenceTimes25Of(-85.0), 3U);
     EXPECT_EQ(confidenceTimes25Of(10.0), 4U);
+}
+
+TEST(WorldTest, TenMilliwattsTakeGpsAwayWithinFourteenHundredMetres)
+{
+    Jammer jammer = northern();
+    jammer.powerDbm = 10.0;
+    EXPECT_LT(disturbedDbHz(receivedDbm(jammer, 1420.0)), kLostBelowDbHz);
+    EXPECT_GT(disturbedDbHz(receivedDbm(jammer, 1440.0)), kLostBelowDbHz);
 }
 
 TEST(WorldTest, GpsComesBackAtABetterLevelThanItWasLostAt)

@@ -53,7 +53,9 @@ void BusLines::take(const std::string& line, Published& published)
         if (!has(line, "\"timeOfValidity\":null")) published.joins.push_back(numberOf(line, "gpsSeconds"));
     } else if (has(line, "\"tell\":\"navwar-sa\"")) {
         ++published.awareness;
-        published.threats += static_cast<std::size_t>(numberOf(line, "threatCount"));
+        const auto count = static_cast<std::size_t>(numberOf(line, "threatCount"));
+        published.threats += count;
+        if (count > 0) published.threatTells.push_back({published.atMs, count});
     } else if (has(line, "\"tell\":\"warning-messages\"")) {
         takeWarnings(line, published);
     } else if (has(line, "\"tell\":\"execute-built-in-tests\"")) {
@@ -76,8 +78,11 @@ void BusLines::takeWarnings(const std::string& line, Published& published)
     for (std::size_t i = rows.size() - count; i < rows.size(); ++i) {
         ++published.warnings;
         const bool isLost = has(rows[i], "\"warningId\":67");
-        if (isLost || has(rows[i], "\"warningId\":68")) published.gpsWarnings.push_back({published.atMs, isLost});
-        published.cleared += has(rows[i], "Clear data complete");
+        const bool isOfGps = isLost || has(rows[i], "\"warningId\":68");
+        const bool isCleared = has(rows[i], "Clear data complete");
+        if (isOfGps) published.gpsWarnings.push_back({published.atMs, isLost});
+        if (!isOfGps && !isCleared) published.otherWarnings.push_back(published.atMs);
+        published.cleared += isCleared;
         published.timedOut += has(rows[i], "timed out after 7200 seconds");
     }
     m_rows = std::move(rows);

@@ -19,14 +19,22 @@ struct Published {
         bool isLost;
     };
 
+    /// Threats of one publication.
+    struct Threats {
+        std::int64_t atMs;  ///< wall clock
+        std::size_t count;
+    };
+
     std::vector<double> joins;  ///< GPS time of week of each, seconds
     std::size_t awareness = 0;  ///< publications of NavWar awareness
     std::size_t threats = 0;    ///< in all of them
-    std::size_t warnings = 0;   ///< that were new in a list of warnings
+    std::vector<Threats> threatTells;
+    std::size_t warnings = 0;  ///< that were new in a list of warnings
     std::vector<GpsWarning> gpsWarnings;
-    std::size_t cleared = 0;   ///< those of them that tell of data cleared
-    std::size_t timedOut = 0;  ///< those of them that tell of a clearing that timed out
-    std::size_t tests = 0;     ///< built-in tests that have begun
+    std::size_t cleared = 0;                  ///< those of them that tell of data cleared
+    std::size_t timedOut = 0;                 ///< those of them that tell of a clearing that timed out
+    std::vector<std::int64_t> otherWarnings;  ///< wall clock, ms, of those that tell neither of GPS nor of data cleared
+    std::size_t tests = 0;                    ///< built-in tests that have begun
     std::size_t answers = 0;
     std::size_t refused = 0;                   ///< answers that are not `ok`
     std::size_t dropped = 0;                   ///< lines that came too fast

@@ -4,6 +4,7 @@
 #include "reliability/Report.h"
 #include "reliability/day/BusTap.h"
 #include "reliability/day/DayPlan.h"
+#include "reliability/day/Density.h"
 #include "reliability/day/Growth.h"
 #include "reliability/day/JoinLedger.h"
 #include "reliability/day/Pace.h"
@@ -39,15 +40,16 @@ std::string textOf(double value)
 
 /// What was found in lives of the service.
 struct Found {
-    JoinLedger::Verdict joins;
+    Density joins;
+    JoinLedger::Strays strays;
+    TellLedger::Verdict threats, warnings;
     GpsLedger::Verdict gps;
     PartNumberLedger::Verdict partNumbers;
-    std::size_t threats = 0, threatsMissing = 0, warnings = 0, warningsMissing = 0;
     std::size_t cleared = 0, tests = 0, answers = 0, refused = 0;
     std::size_t configurations = 0;
     double seconds = 0.0, machineSeconds = 0.0, stalledSeconds = 0.0;
     std::size_t lives = 0;
-    Holdings growth;  // at most
+    Holdings growth, lateGrowth;  // at most
 };
 
 /// One day, checked life by life.
@@ -59,7 +61,14 @@ public:
     Day(Report& report, const DayPlan& plan, double rateHz, std::int64_t rate, bool isAccelerated, bool isPromised,
         seconds longest)
         : m_report(report), m_plan(plan), m_rate(rate), m_isAccelerated(isAccelerated), m_isPromised(isPromised),
-          m_longest(longest), m_unit(report, isAccelerated, rateHz)
+          m_longest(longest),
+          m_unit(report, isAccelerated, rateHz), m_ledgers{.joins =
+                                                               JoinLedger(isAccelerated ? JoinLedger::kPatience
+                                                                                        : JoinLedger::kStrictPatience),
+                                                           .gps = {},
+                                                           .partNumbers = {},
+                                                           .threats = {},
+                                                           .warnings = {}}
     {}
 
     /// @return what was found of joins
@@ -74,7 +83,8 @@ public:
             m_stalls = nullptr;
         }
         m_unit.stopPlaying();
-        return m_found.joins;
+        m_found.strays = m_ledgers.joins.strays();
+        return m_found.joins.all();
     }
 
     /// Tells figures and broken promises of a day that has been run.
@@ -103,12 +113,23 @@ private:
 
     void tellJoins()
     {
-        const JoinLedger::Verdict& joins = m_found.joins;
-        m_report.figure("joins possible", number(joins.possible));
-        m_report.figure("joins published", number(joins.joins));
-        m_report.figure("joins missing", number(joins.missing), "", kNone);
+        const JoinLedger::Verdict& joins = m_found.joins.all();
+        const JoinLedger::Strays& strays = m_found.strays;
+        m_report.figure("epochs for which a join was due", number(joins.possible));
+        m_report.figure("of these without a join in time", number(joins.missing), "", kNone);
+        m_report.figure("joins published", number(strays.joins));
         m_report.expect(joins.possible > 0, "no join was judged");
-        if (m_isPromised) m_report.expect(joins.missing == 0, std::to_string(joins.missing) + " joins are missing");
+        if (m_isPromised)
+            m_report.expect(joins.missing == 0, std::to_string(joins.missing) + " epochs have no join in time");
+        m_report.figure("turns that had something to join, at four a second", joins.turns);
+        m_report.figure("joins for each of them", Density::shareOf(joins), "", {Goal::AtLeast, 0.9});
+        m_report.expect(Density::isDense(joins), "joins are lost though later ones cover their epochs: " +
+                                                     textOf(Density::shareOf(joins)) + " for each turn");
+        m_report.figure("the same, least over 400 turns", m_found.joins.lowest(), "", {Goal::AtLeast, Density::kLeast});
+        if (m_isPromised)
+            m_report.expect(m_found.joins.thin() == 0, std::to_string(m_found.joins.thin()) + " of " +
+                                                           std::to_string(m_found.joins.stretches()) +
+                                                           " stretches of 400 turns have too few joins");
         m_report.figure("epochs that unit-sim sent too late to count", number(joins.overtaken));
         m_report.figure("time in which the machine stood still", m_found.stalledSeconds, "s");
         m_report.figure("joins missing then, which don't count", number(joins.stalled));
@@ -116,19 +137,17 @@ private:
                         100.0 * number(joins.overtaken + joins.stalled) /
                             number(std::max<std::size_t>(joins.possible + joins.overtaken + joins.stalled, 1)),
                         "%", {Goal::AtMost, 1.0});
-        m_report.expect(joins.twice == 0, std::to_string(joins.twice) + " joins came twice");
-        m_report.expect(joins.impossible == 0,
-                        std::to_string(joins.impossible) + " joins of what was not sent together");
+        m_report.expect(strays.twice == 0, std::to_string(strays.twice) + " joins came twice");
+        m_report.expect(strays.backwards == 0, std::to_string(strays.backwards) + " joins came behind later ones");
+        m_report.expect(strays.impossible == 0,
+                        std::to_string(strays.impossible) + " joins of what was not sent together");
     }
 
     void tellCounts()
     {
-        compare("threats", m_found.threats, m_found.threatsMissing);
-        compare("warnings", m_found.warnings, m_found.warningsMissing);
-        compare("warnings of GPS lost and back", m_found.gps.due, m_found.gps.missing);
-        m_report.expect(m_found.gps.missing == 0, "warnings of GPS lost or back are missing");
-        m_report.expect(m_found.gps.unexpected == 0,
-                        std::to_string(m_found.gps.unexpected) + " warnings of GPS came late, twice, or for nothing");
+        compareTold("threats", m_found.threats);
+        compareTold("warnings of the unit", m_found.warnings);
+        compareTold("warnings of GPS lost and back", m_found.gps);
         const PartNumberLedger::Verdict& partNumbers = m_found.partNumbers;
         m_report.figure("requests for part numbers", number(partNumbers.requests));
         m_report.figure("of these not answered by all", number(partNumbers.unanswered));
@@ -148,9 +167,16 @@ private:
         if (!m_report.expect(m_samplesTooFew == 0, "memory was not judged in " + std::to_string(m_samplesTooFew) +
                                                        " lives, which were too short for it"))
             return;
-        m_report.figure("growth of resident memory in a life", m_found.growth.residentKb, "KB", {Goal::AtMost, 2048.0});
-        m_report.figure("more threads at the end of a life", m_found.growth.threads, "", kNone);
-        m_report.figure("more descriptors at the end of a life", m_found.growth.descriptors, "", kNone);
+        constexpr double kMostKb = 2048.0, kFlatKb = 256.0;
+        const Holdings &growth = m_found.growth, &late = m_found.lateGrowth;
+        m_report.figure("growth of resident memory from the second to the last quarter of a life", growth.residentKb,
+                        "KB", {Goal::AtMost, kMostKb});
+        m_report.figure("the same from the third quarter", late.residentKb, "KB", {Goal::AtMost, kFlatKb});
+        m_report.figure("more threads at the end of a life", growth.threads, "", kNone);
+        m_report.figure("more descriptors at the end of a life", growth.descriptors, "", kNone);
+        m_report.expect(growth.residentKb <= kMostKb, "memory grows");
+        m_report.expect(growth.threads <= 0.0, "threads pile up");
+        m_report.expect(growth.descriptors <= 0.0, "descriptors pile up");
     }
 
     void compare(const std::string& what, std::size_t wanted, std::size_t missing)
@@ -159,9 +185,20 @@ private:
         m_report.figure(what + ", missing", number(missing), "", kNone);
     }
 
+    template <class Verdict>
+    void compareTold(const std::string& what, const Verdict& verdict)
+    {
+        compare(what, verdict.due, verdict.missing);
+        m_report.expect(verdict.missing == 0, what + ": " + std::to_string(verdict.missing) + " are missing");
+        m_report.expect(verdict.unexpected == 0,
+                        what + ": " + std::to_string(verdict.unexpected) + " came late, twice, or for nothing");
+    }
+
+    /// A day that was cut short may have ended between a request and what it leads to.
     void compareAsked(const std::string& what, std::size_t wanted, std::size_t seen)
     {
         compare(what, wanted, wanted - std::min(seen, wanted));
+        m_report.expect(seen >= wanted || m_isCutShort, what + ": some are missing");
         m_report.expect(seen <= wanted, what + ": more were published than were asked for");
     }
 
@@ -175,6 +212,8 @@ private:
         auto nextLook = steady_clock::now() + seconds(1);
         m_taken = {};
         m_sent.readOn(m_ledgers);
+        m_threatsBefore = m_sent.threats;
+        m_warningsBefore = m_sent.warnings;
         m_judged = m_unit.tap().published().joins.front();
         m_judgeNext = m_sent.last;
         // The worker, which joins, restarts the bus service meanwhile.
@@ -196,6 +235,7 @@ private:
         finish(started, begin);
         judgeGrowth(samples);
         m_unit.stopService();
+        enter();  // what came behind all that has been judged
     }
 
     /// What clients ask for when its time has come; what a pause has left behind is left out.
@@ -213,7 +253,7 @@ private:
 
     /// How much of what was published in a life has been entered.
     struct Taken {
-        std::size_t joins = 0, gpsWarnings = 0, configurations = 0;
+        std::size_t joins = 0, threatTells = 0, warnings = 0, gpsWarnings = 0, configurations = 0;
     };
 
     /// Enters what has come since the last time, in this order, so that whatever was published is known to have been sent.
@@ -223,6 +263,12 @@ private:
         m_sent.readOn(m_ledgers);
         for (; m_taken.joins < published.joins.size(); ++m_taken.joins)
             m_ledgers.joins.addJoin(published.joins[m_taken.joins]);
+        for (; m_taken.threatTells < published.threatTells.size(); ++m_taken.threatTells) {
+            const auto& tell = published.threatTells[m_taken.threatTells];
+            m_ledgers.threats.addTold(m_unit.secondsOf(tell.atMs), tell.count);
+        }
+        for (; m_taken.warnings < published.otherWarnings.size(); ++m_taken.warnings)
+            m_ledgers.warnings.addTold(m_unit.secondsOf(published.otherWarnings[m_taken.warnings]));
         for (; m_taken.gpsWarnings < published.gpsWarnings.size(); ++m_taken.gpsWarnings) {
             const auto& warning = published.gpsWarnings[m_taken.gpsWarnings];
             m_ledgers.gps.addWarning(m_unit.secondsOf(warning.atMs), warning.isLost);
@@ -245,9 +291,9 @@ private:
         const JoinLedger::Verdict verdict = m_ledgers.joins.verdict(m_judged, m_judgeNext);
         m_judged = m_judgeNext;
         m_judgeNext = m_sent.last;
-        m_found.joins += verdict;
+        m_found.joins.add(verdict);
         if (verdict.missing > 0)
-            m_report.note(std::to_string(verdict.missing) + " joins are missing, the first at " +
+            m_report.note(std::to_string(verdict.missing) + " epochs have no join in time, the first at " +
                           textOf(verdict.firstMissing - m_sent.begin) + " s, at an acceleration of " +
                           textOf(static_cast<double>(m_rate) / 1e3));
         const bool isStalled = m_found.stalledSeconds - stalledBefore > kMostStalled * (m_judgeNext - before);
@@ -269,29 +315,19 @@ private:
         const double last = m_sent.last;
         const double end = m_unit.seconds();
         const std::size_t threats = m_sent.threats, warnings = m_sent.warnings;
-        const auto othersIn = [](const Published& published) {
-            return published.warnings - published.cleared - published.gpsWarnings.size();
-        };
         eventually(
             [&] {
                 const Published published = m_unit.tap().published();
                 return published.joins.back() >= last && m_threatsBefore + published.threats >= threats &&
-                       m_warningsBefore + othersIn(published) >= warnings;
+                       m_warningsBefore + published.otherWarnings.size() >= warnings;
             },
             seconds(10));
         const Published published = enter();
-        m_found.joins += m_ledgers.joins.verdict(m_judged, last + 0.005);
+        m_found.joins.add(m_ledgers.joins.verdict(m_judged, last + 0.005));
+        m_found.threats += m_ledgers.threats.verdict(begin, end);
+        m_found.warnings += m_ledgers.warnings.verdict(begin, end);
         add(m_found.gps, m_ledgers.gps.verdict(begin, end - GpsLedger::kPatience));
         add(m_found.partNumbers, m_ledgers.partNumbers.verdict(started, end - PartNumberLedger::kLongest));
-
-        m_threatsBefore += published.threats;
-        m_warningsBefore += othersIn(published);
-        m_found.threatsMissing += threats - std::min(threats, m_threatsBefore);
-        m_found.warningsMissing += warnings - std::min(warnings, m_warningsBefore);
-        m_report.expect(m_threatsBefore <= m_sent.threats, "more threats were published than were sent");
-        m_report.expect(m_warningsBefore <= m_sent.warnings, "more warnings were published than were sent");
-        m_threatsBefore = m_found.threats = threats;  // each life by itself
-        m_warningsBefore = m_found.warnings = warnings;
         m_found.configurations += published.configurations.size();
         m_found.cleared += published.cleared;
         m_found.tests += published.tests;
@@ -319,12 +355,14 @@ private:
 
     void judgeGrowth(const std::vector<Holdings>& samples)
     {
-        const auto growth = growthOf(samples);
+        const auto growth = growthOf(samples, Quarter::Second), late = growthOf(samples, Quarter::Third);
         m_samplesTooFew += !growth;
-        if (!growth) return;
-        m_found.growth.residentKb = std::max(m_found.growth.residentKb, growth->residentKb);
-        m_found.growth.threads = std::max(m_found.growth.threads, growth->threads);
-        m_found.growth.descriptors = std::max(m_found.growth.descriptors, growth->descriptors);
+        if (!growth || !late) return;
+        m_found.growth = mostOf(m_found.growth, *growth);
+        m_found.lateGrowth = mostOf(m_found.lateGrowth, *late);
+        std::string course;
+        for (const double resident : eighthsOf(samples)) course += ' ' + textOf(resident);
+        m_report.note("resident memory in the eighths of a life, KB:" + course);
     }
 
     static constexpr std::int64_t kSlowest = 5'000;
@@ -347,7 +385,7 @@ private:
     double m_secondsWhenSlowed = 0.0;
     double m_judged = 0.0;                                  // joins up to here are
     double m_judgeNext = 0.0;                               // what is next
-    std::size_t m_threatsBefore = 0, m_warningsBefore = 0;  // published
+    std::size_t m_threatsBefore = 0, m_warningsBefore = 0;  // this life, sent
     std::size_t m_request = 0, m_samplesTooFew = 0;
     std::size_t m_asked = 0, m_clearRequests = 0, m_testRequests = 0;
 };
@@ -405,9 +443,10 @@ std::optional<std::int64_t> highestPace(Report& report, double hertz)
             const JoinLedger::Verdict found = day.run();
             report.note("an hour at " + textOf(hertz) + " Hz, accelerated " +
                         textOf(static_cast<double>(candidate) / 1e3) + " times: " + std::to_string(found.missing) +
-                        " of " + std::to_string(found.possible) + " joins missing, " +
-                        std::to_string(found.stalled + found.overtaken) + " not counted");
-            return found.possible > 0 && found.missing == 0 &&
+                        " of " + std::to_string(found.possible) + " epochs without a join, " +
+                        std::to_string(found.stalled + found.overtaken) + " not counted, " +
+                        textOf(Density::shareOf(found)) + " joins for each turn");
+            return found.possible > 0 && found.missing == 0 && Density::isDense(found) &&
                    (found.stalled + found.overtaken) * 100 <= found.possible;
         });
     if (report.expect(pace.has_value(), "at " + textOf(hertz) + " Hz joins are missed at every acceleration"))

@@ -32,6 +32,13 @@ struct Holdings {
     }
 };
 
+/// The most that either holds.
+inline Holdings mostOf(const Holdings& one, const Holdings& other)
+{
+    return {std::max(one.residentKb, other.residentKb), std::max(one.threads, other.threads),
+            std::max(one.descriptors, other.descriptors)};
+}
+
 /// The least of some samples: what is held for a moment only doesn't count.
 inline Holdings leastOf(std::vector<Holdings>::const_iterator begin, std::vector<Holdings>::const_iterator end)
 {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -21,7 +22,10 @@ void JoinLedger::addSent(double validAt, double sentAt, const std::array<bool, k
 
 void JoinLedger::addJoin(double validAt)
 {
-    ++m_joins[stepOf(validAt)];
+    const std::int64_t join = stepOf(validAt);
+    m_backwards += join < m_newest;
+    m_newest = std::max(m_newest, join);
+    ++m_joins[join];
 }
 
 bool JoinLedger::isWithin(const std::vector<Stretch>& stretches, double validAt)
@@ -45,20 +49,15 @@ bool JoinLedger::isPossible(std::int64_t join) const
 JoinLedger::Verdict JoinLedger::verdict(double from, double to) const
 {
     Verdict verdict;
-    for (auto join = m_joins.lower_bound(stepOf(from)); join != m_joins.end() && join->first < stepOf(to); ++join) {
-        verdict.joins += join->second;
-        verdict.twice += join->second - 1;
-        verdict.impossible += !isPossible(join->first);
-    }
     for (auto epoch = m_sent.lower_bound(stepOf(from)); epoch != m_sent.end() && epoch->first < stepOf(to); ++epoch) {
         const auto& [validAt, sentAt, inputs] = epoch->second;
         if (!std::all_of(inputs.begin(), inputs.end(), [](bool isSent) { return isSent; }) ||
             isWithin(m_excuses, validAt))
             continue;
         const auto join = m_joins.lower_bound(epoch->first);
-        const bool isMissing = join == m_joins.end() || join->first > epoch->first + stepOf(kPatience);
-        const auto next = m_sent.upper_bound(epoch->first + stepOf(kPatience));
-        if (isMissing && next != m_sent.end() && next->second.sentAt - sentAt < kPatience) {
+        const bool isMissing = join == m_joins.end() || join->first > epoch->first + stepOf(m_patience);
+        const auto next = m_sent.upper_bound(epoch->first + stepOf(m_patience));
+        if (isMissing && next != m_sent.end() && next->second.sentAt - sentAt < m_patience) {
             ++verdict.overtaken;
             continue;
         }
@@ -67,10 +66,26 @@ JoinLedger::Verdict JoinLedger::verdict(double from, double to) const
             continue;
         }
         ++verdict.possible;
+        if (const auto following = std::next(epoch); following != m_sent.end() && !isWithin(m_stalls, validAt)) {
+            verdict.turns += std::min((following->second.validAt - validAt) / kTurn, 1.0);
+            verdict.joined += m_joins.contains(epoch->first);
+        }
         if (!isMissing) continue;
         if (verdict.missing++ == 0) verdict.firstMissing = validAt;
     }
     return verdict;
+}
+
+JoinLedger::Strays JoinLedger::strays() const
+{
+    Strays strays;
+    for (const auto& [join, times] : m_joins) {
+        strays.joins += times;
+        strays.twice += times - 1;
+        strays.impossible += !isPossible(join);
+    }
+    strays.backwards = m_backwards;
+    return strays;
 }
 
 JoinLedger::Verdict& JoinLedger::Verdict::operator+=(const Verdict& later)
@@ -78,10 +93,9 @@ JoinLedger::Verdict& JoinLedger::Verdict::operator+=(const Verdict& later)
     if (missing == 0) firstMissing = later.firstMissing;
     possible += later.possible;
     missing += later.missing;
-    impossible += later.impossible;
-    twice += later.twice;
-    joins += later.joins;
     overtaken += later.overtaken;
     stalled += later.stalled;
+    turns += later.turns;
+    joined += later.joined;
     return *this;
 }

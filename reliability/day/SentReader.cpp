@@ -38,8 +38,10 @@ void SentReader::take(const std::string& line, Ledgers& ledgers)
         if (inputs[kMeasurementStatus]) ledgers.gps.addStatus(sentAt, m_isGpsLost);
     } else if (what == "threats" && words >> all >> reported) {
         threats += reported;
+        ledgers.threats.addSent(sentAt, reported);
     } else if (what == "warning") {
         ++warnings;
+        ledgers.warnings.addSent(sentAt);
     } else if (what == "gps" && words >> text) {
         m_isGpsLost = text == "lost";
     } else if ((what == "silent" || what == "speaking") && words >> text) {

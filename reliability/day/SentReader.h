@@ -4,6 +4,7 @@
 #include "reliability/day/GpsLedger.h"
 #include "reliability/day/JoinLedger.h"
 #include "reliability/day/PartNumberLedger.h"
+#include "reliability/day/TellLedger.h"
 
 #include <cstddef>
 #include <fstream>
@@ -15,6 +16,8 @@ struct Ledgers {
     JoinLedger joins;
     GpsLedger gps;
     PartNumberLedger partNumbers;
+    TellLedger threats;
+    TellLedger warnings;  // of the unit
 };
 
 /// What unit-sim has sent, read from its log as far as it has got. One thread at a time.

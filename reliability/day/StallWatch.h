@@ -8,7 +8,7 @@
 #include <vector>
 
 /// Sees when the machine stands still for what this process is: on each processor a thread sleeps shortly over and over,
-/// and tells when it was woken too late.
+/// and tells when it was woken too late. Where the process has real-time priority, the threads have the next higher one.
 class StallWatch {
 public:
     /// In the time of the unit.

@@ -69,6 +69,7 @@ public:
         if (!publishes) throw std::runtime_error("the service publishes nothing");
     }
 
+    /// What it has published stays in the tap until the next one is started.
     void stopService()
     {
         setRate(kTrueRate);
@@ -77,7 +78,7 @@ public:
         m_report.expect(ending == ChildProcess::Ending{0, 0}, "a life of the service ended with status " +
                                                                   std::to_string(ending.status) + ", signal " +
                                                                   std::to_string(ending.signal));
-        m_tap.reset();
+        m_report.expect(eventually([&] { return m_tap->hasEnded(); }), "the bus has not ended with the service");
     }
 
     void stopPlaying()

@@ -49,6 +49,8 @@ TEST_F(BusLinesTest, ThreatsOfAllPublicationsAddUp)
     take(R"({"type":"tell","tell":"navwar-sa","record":{"threats":[],"threatCount":3}})");
     take(R"({"type":"tell","tell":"navwar-sa","record":{"threats":[],"threatCount":2}})");
     EXPECT_EQ(m_published.threats, 5U);
+    ASSERT_EQ(m_published.threatTells.size(), 2U);
+    EXPECT_EQ(m_published.threatTells[1].count, 2U);
     EXPECT_EQ(m_published.awareness, 2U);
 }
 
@@ -98,6 +100,7 @@ TEST_F(BusLinesTest, WarningsOfGpsHaveTheTimeAtWhichTheyAreNew)
     EXPECT_TRUE(m_published.gpsWarnings[0].isLost);
     EXPECT_FALSE(m_published.gpsWarnings[1].isLost);
     EXPECT_EQ(m_published.gpsWarnings[1].atMs, 1);
+    EXPECT_EQ(m_published.otherWarnings, (std::vector<std::int64_t>{1}));
 }
 
 TEST_F(BusLinesTest, ConfigurationIsWholeByItsName)

@@ -1,6 +1,10 @@
 #include "reliability/day/JoinLedger.h"
 
+#include "reliability/day/Density.h"
+
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace {
 
@@ -24,8 +28,10 @@ TEST(JoinLedgerTest, JoinOfEachEpochIsAllThatIsPossible)
     for (int i = 0; i < 10; ++i) ledger.addJoin(i + 20e-9);
     const auto verdict = ledger.verdict(0, 10);
     EXPECT_EQ(verdict.possible, 10U);
-    EXPECT_EQ(verdict.joins, 10U);
-    EXPECT_EQ(verdict.missing + verdict.impossible + verdict.twice, 0U);
+    EXPECT_EQ(verdict.missing, 0U);
+    const auto strays = ledger.strays();
+    EXPECT_EQ(strays.joins, 10U);
+    EXPECT_EQ(strays.impossible + strays.twice + strays.backwards, 0U);
 }
 
 TEST(JoinLedgerTest, LostJoinIsMissing)
@@ -43,14 +49,32 @@ TEST(JoinLedgerTest, SecondJoinOfOneTimeIsTwice)
     JoinLedger ledger = tenSent();
     ledger.addJoin(4);
     ledger.addJoin(4);
-    EXPECT_EQ(ledger.verdict(0, 10).twice, 1U);
+    EXPECT_EQ(ledger.strays().twice, 1U);
+}
+
+TEST(JoinLedgerTest, RepeatedJoinIsTwiceHoweverLateItComes)
+{
+    JoinLedger ledger = tenSent();
+    for (int i = 0; i < 10; ++i) ledger.addJoin(i);
+    ledger.verdict(0, 10);
+    ledger.addJoin(4);
+    EXPECT_EQ(ledger.strays().twice, 1U);
+    EXPECT_EQ(ledger.strays().backwards, 1U);
+}
+
+TEST(JoinLedgerTest, JoinBehindALaterOneIsBackwards)
+{
+    JoinLedger ledger = tenSent();
+    for (const int join : {3, 5, 4, 6}) ledger.addJoin(join);
+    EXPECT_EQ(ledger.strays().backwards, 1U);
+    EXPECT_EQ(ledger.strays().twice, 0U);
 }
 
 TEST(JoinLedgerTest, JoinOfWhatWasNotSentIsImpossible)
 {
     JoinLedger ledger = tenSent();
     ledger.addJoin(4.5);
-    EXPECT_EQ(ledger.verdict(0, 10).impossible, 1U);
+    EXPECT_EQ(ledger.strays().impossible, 1U);
 }
 
 TEST(JoinLedgerTest, EpochThatLacksAnInputIsNotDueAndItsJoinImpossible)
@@ -63,7 +87,7 @@ TEST(JoinLedgerTest, EpochThatLacksAnInputIsNotDueAndItsJoinImpossible)
         EXPECT_EQ(ledger.verdict(0, 10).missing, 0U);
         EXPECT_EQ(ledger.verdict(0, 10).possible, 9U);
         ledger.addJoin(4);
-        EXPECT_EQ(ledger.verdict(0, 10).impossible, 1U);
+        EXPECT_EQ(ledger.strays().impossible, 1U);
     }
 }
 
@@ -73,7 +97,7 @@ TEST(JoinLedgerTest, InputsLessThanASecondApartMayBeJoined)
     ledger.addSent(0.0, 0.0, kWithoutTime);
     ledger.addSent(0.9, 0.9, kTimeAlone);
     ledger.addJoin(0.9);
-    EXPECT_EQ(ledger.verdict(0, 10).impossible, 0U);
+    EXPECT_EQ(ledger.strays().impossible, 0U);
 }
 
 TEST(JoinLedgerTest, LaterJoinInTimeCoversFastEpochs)
@@ -84,6 +108,94 @@ TEST(JoinLedgerTest, LaterJoinInTimeCoversFastEpochs)
     const auto verdict = ledger.verdict(0, 10);
     EXPECT_EQ(verdict.possible, 20U);
     EXPECT_EQ(verdict.missing, 2U);  // of 1.2 and 1.3: the next one is more than half a second later
+}
+
+namespace {
+
+/// A minute of ten epochs a second, and the joins of turns of which some are left out.
+JoinLedger fastEpochs(double patience, double turn, int leftOut)
+{
+    JoinLedger ledger(patience);
+    for (int i = 0; i < 600; ++i) ledger.addSent(i * 0.1, i * 0.1, kAll);
+    for (int i = 0; i * turn < 60.0; ++i)
+        if (i % leftOut != leftOut - 1) ledger.addJoin(std::floor(i * turn * 10.0 + 0.001) / 10.0);
+    return ledger;
+}
+
+constexpr int kNone = 1000;  // turns
+
+}  // namespace
+
+TEST(JoinLedgerTest, EveryTurnHasItsJoinWhereEpochsAreFast)
+{
+    const auto verdict = fastEpochs(JoinLedger::kStrictPatience, 0.25, kNone).verdict(0, 59);
+    EXPECT_EQ(verdict.missing, 0U);
+    EXPECT_NEAR(verdict.turns, 236.0, 1e-6);
+    EXPECT_EQ(verdict.joined, 236U);
+    EXPECT_TRUE(Density::isDense(verdict));
+}
+
+TEST(JoinLedgerTest, TurnsThatTakeLongerAreStillDense)
+{
+    EXPECT_TRUE(Density::isDense(fastEpochs(JoinLedger::kPatience, 0.3, kNone).verdict(0, 59)));
+}
+
+TEST(JoinLedgerTest, EverySecondJoinLostOfFastEpochsIsNotDense)
+{
+    const auto verdict = fastEpochs(JoinLedger::kPatience, 0.25, 2).verdict(0, 59);
+    EXPECT_EQ(verdict.missing, 0U);  // each epoch is covered by a later join
+    EXPECT_EQ(verdict.joined, 118U);
+    EXPECT_FALSE(Density::isDense(verdict));
+}
+
+TEST(JoinLedgerTest, EachLostJoinOfFastEpochsIsMissingToTheStrict)
+{
+    const auto verdict = fastEpochs(JoinLedger::kStrictPatience, 0.25, 40).verdict(0, 59);
+    EXPECT_EQ(verdict.missing, 5U);
+    EXPECT_TRUE(Density::isDense(verdict));
+}
+
+TEST(JoinLedgerTest, TurnsWhileTheMachineStoodStillDoNotCount)
+{
+    JoinLedger ledger = tenSent();
+    for (int i = 0; i < 10; ++i) ledger.addJoin(i);
+    ledger.stall(2.5, 4.5);
+    const auto verdict = ledger.verdict(0, 10);
+    EXPECT_EQ(verdict.possible, 10U);
+    EXPECT_EQ(verdict.turns, 7.0);
+    EXPECT_EQ(verdict.joined, 7U);
+}
+
+TEST(DensityTest, ThinStretchAmongDenseOnesIsSeen)
+{
+    Density density;
+    JoinLedger::Verdict dense, thin;
+    dense.turns = thin.turns = 400.0;
+    dense.joined = 390;
+    thin.joined = 200;
+    for (int i = 0; i < 10; ++i) density.add(i == 5 ? thin : dense);
+    EXPECT_TRUE(Density::isDense(density.all()));
+    EXPECT_EQ(density.stretches(), 10U);
+    EXPECT_EQ(density.thin(), 1U);
+    EXPECT_EQ(density.lowest(), 0.5);
+}
+
+TEST(DensityTest, FewTurnsAreJudgedTogetherWithTheNext)
+{
+    Density density;
+    JoinLedger::Verdict little;
+    little.turns = 200.0;
+    density.add(little);
+    EXPECT_EQ(density.stretches(), 0U);
+    little.joined = 200;
+    density.add(little);
+    EXPECT_EQ(density.stretches(), 1U);
+    EXPECT_EQ(density.thin(), 1U);
+}
+
+TEST(DensityTest, NothingToJoinIsDense)
+{
+    EXPECT_TRUE(Density::isDense({}));
 }
 
 TEST(JoinLedgerTest, EpochThatWasSentTogetherWithTheNextIsNotDue)
@@ -128,7 +240,6 @@ TEST(JoinLedgerTest, WhatIsOutsideTheStretchIsNotJudged)
     ledger.addJoin(4);
     EXPECT_EQ(ledger.verdict(3, 5).possible, 2U);
     EXPECT_EQ(ledger.verdict(3, 5).missing, 0U);
-    EXPECT_EQ(ledger.verdict(3, 5).joins, 2U);
 }
 
 TEST(JoinLedgerTest, WhatIsMissingWhileTheMachineStoodStillIsToldApart)
@@ -160,7 +271,8 @@ TEST(JoinLedgerTest, VerdictsOfStretchesAddUp)
     auto verdict = ledger.verdict(0, 5);
     verdict += ledger.verdict(5, 10);
     EXPECT_EQ(verdict.possible, 10U);
-    EXPECT_EQ(verdict.joins, 8U);
+    EXPECT_EQ(verdict.turns, 9.0);  // nothing is known of the time behind the last epoch
+    EXPECT_EQ(verdict.joined, 7U);
     EXPECT_EQ(verdict.missing, 2U);
     EXPECT_EQ(verdict.firstMissing, 2.0);
 }

@@ -58,4 +58,6 @@ TEST_F(SentReaderTest, ThreatsAndWarningsAddUp)
     write("1.000 threats 3 2\n2.000 warning 6 ANTENNA OPEN\n3.000 threats 4 0\n");
     EXPECT_EQ(m_reader.threats, 2U);
     EXPECT_EQ(m_reader.warnings, 1U);
+    EXPECT_EQ(m_ledgers.threats.verdict(0, 10).due, 2U);
+    EXPECT_EQ(m_ledgers.warnings.verdict(0, 10).due, 1U);
 }

@@ -131,6 +131,7 @@ CyclesSeen runCycles(const Cycles& cycles)
         }
         ++seen.deaf;
         seen.heldWhenDeaf = std::min(seen.heldWhenDeaf.value_or(held), held);
+        seen.mostHeldWhenDeaf = std::max(seen.mostHeldWhenDeaf, held);
         killService(desk);
         std::this_thread::sleep_for(kBeyondLease);
         desk.run();

@@ -26,9 +26,10 @@ struct CyclesSeen {
     double running = 0.0;       ///< s from the restart to the service's running, of the slowest
 
     /// Ports in shared memory whose files are gone, which the peer holds all the same, once it has heard the service,
-    /// at most, and while it was deaf, at least.
+    /// at most, and while it was deaf, at least and at most.
     std::size_t heldWhenHeard = 0;
     std::optional<std::size_t> heldWhenDeaf;
+    std::size_t mostHeldWhenDeaf = 0;
 };
 
 /// Kills the service by SIGKILL and starts it anew, on the unit that this process runs on, while a peer stays and pings

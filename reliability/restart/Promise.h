@@ -11,9 +11,11 @@
 /// What the manual (docs/operation.md) promises of a service that was killed and started anew, in seconds from when it
 /// runs again to when its peer hears it.
 struct Promise {
-    double usual;     ///< of half of the cycles
-    double longest;   ///< of all but the deaf
-    double deafRate;  ///< of how many cycles the peer may stay deaf
+    double usual;                   ///< of half of the cycles
+    std::optional<double> longest;  ///< of all but the deaf; not promised everywhere
+    double deafRate;                ///< of how many cycles the peer may stay deaf
+
+    bool operator==(const Promise&) const = default;
 };
 
 /// @param transport  of the service, as the connection file has it
@@ -24,5 +26,14 @@ std::optional<Promise> promiseOf(const std::string& transport, std::chrono::mill
 /// What did not hold, in words. A few cycles can't tell a rate: more of them than by chance, one time in a hundred,
 /// must have been deaf.
 std::vector<std::string> brokenOf(const Promise& promise, const CyclesSeen& seen, int cycles);
+
+/// A row of the table.
+struct CyclesRow {
+    Cycles cycles;
+    CyclesSeen seen;
+};
+
+/// What did not hold over all rows with one promise, though each row alone may be chance.
+std::vector<std::string> brokenOverAll(const std::vector<CyclesRow>& rows);
 
 #endif

@@ -64,6 +64,48 @@ TEST(PromiseTest, AllDeafBreaksItEvenWhereOneOfFourMayBe)
               Words{"the peer stayed deaf in 4 of 4 cycles, which is more than 25 %"});
 }
 
+TEST(PromiseTest, HowLongItTakesAtMostIsNotPromisedEverywhere)
+{
+    EXPECT_EQ(promiseOf("SHM", 0s)->longest, std::nullopt);
+    EXPECT_EQ(promiseOf("TCP_Client", 0s)->longest, std::nullopt);
+    EXPECT_EQ(promiseOf("UDP", 0s)->longest, 4.0);
+}
+
+TEST(PromiseTest, DeafOfEachRowThatMayBeChanceAreTooManyTogether)
+{
+    std::vector<CyclesRow> rows;
+    for (const auto pause : {0s, 1s, 2s, 3s})
+        rows.push_back({{"SHM", pause, 12, 30s}, seenOf(std::vector<double>(5, 0.2), 7)});
+    EXPECT_EQ(brokenOver("SHM", 0s, rows.front().seen), Words());
+    EXPECT_EQ(brokenOverAll(rows),
+              Words{"SHM, 4 rows together: the peer stayed deaf in 28 of 48 cycles, which is more than 25 %"});
+}
+
+TEST(PromiseTest, AllOfSomeSingleCyclesDeafBreaksIt)
+{
+    const auto rows = [](const std::string& transport, std::chrono::seconds pause, std::size_t count) {
+        return std::vector<CyclesRow>(count, {{transport, pause, 1, 12s}, seenOf({}, 1)});
+    };
+    EXPECT_EQ(brokenOverAll(rows("SHM", 0s, 4)).size(), 1U);
+    EXPECT_EQ(brokenOverAll(rows("SHM", 7s, 2)).size(), 1U);
+    EXPECT_EQ(brokenOverAll(rows("TCP_Client", 0s, 3)).size(), 1U);
+    EXPECT_EQ(brokenOverAll(rows("SHM", 0s, 3)).size(), 0U);
+}
+
+TEST(PromiseTest, SingleCyclesTellTheUsualTimeTogether)
+{
+    const std::vector<CyclesRow> rows(2, {{"UDP", 7s, 1, 12s}, seenOf({2.0})});
+    EXPECT_EQ(brokenOver("UDP", 7s, rows.front().seen), Words());
+    EXPECT_EQ(brokenOverAll(rows), Words{"UDP, 2 rows together: half of the cycles took 2 s and more instead of 1 s"});
+}
+
+TEST(PromiseTest, RowsOfAnotherPromiseAndSweptOnesAreNotAddedUp)
+{
+    const auto deaf = seenOf({}, 1);
+    EXPECT_EQ(brokenOverAll({{{"SHM", 7s, 1, 12s}, deaf}, {{"SHM", 0s, 1, 12s}, deaf}}), Words());
+    EXPECT_EQ(brokenOverAll({{{"SHM", 7s, 1, 12s, true}, deaf}, {{"SHM", 7s, 1, 12s, true}, deaf}}), Words());
+}
+
 TEST(PromiseTest, NothingIsPromisedBetweenFourAndSevenSecondsOverSharedMemory)
 {
     EXPECT_FALSE(promiseOf("SHM", 5s));

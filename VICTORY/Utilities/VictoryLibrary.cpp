@@ -250,7 +250,8 @@ Answer replaceTextFile(const char* text, const std::string& path)
     constexpr Answer kOldStays{1};
     std::error_code error;
     const auto target = std::filesystem::canonical(path, error);
-    if (error) return writeTextFile(text, path);
+    if (error == std::errc::no_such_file_or_directory) return writeTextFile(text, path);
+    if (error) return kOldStays;
     Replacement replacement(target);
     if (replacement.isDiskFull()) return kOldStays;  // to write in place would begin by emptying the file
     if (!replacement.isUsable()) return writeTextFile(text, path);

@@ -126,9 +126,9 @@ Answer writeTextFile(const char* text, const std::string& path);
 
 /// Gives a file another text at once: whoever reads it, also after the power has failed meanwhile, finds the old one or
 /// the new one. The new text is written beside it, under its name and ".replacement", and takes its place, with its
-/// owner and mode; a link to it stays one. A failure leaves the file as it was. Where nothing can be put beside a file
-/// or in its place, as in a folder that is read-only, and where there is no file yet, this is `writeTextFile`. One
-/// caller at a time for a path.
+/// owner and mode; a link to it stays one. A failure leaves the file as it was; a path that can't be followed, as for
+/// want of memory, is one. Where nothing can be put beside a file or in its place, as in a folder that is read-only, and
+/// where there is no file yet, this is `writeTextFile`. One caller at a time for a path.
 Answer replaceTextFile(const char* text, const std::string& path);
 
 }  // namespace VictoryLibrary

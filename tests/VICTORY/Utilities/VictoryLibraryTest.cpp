@@ -220,6 +220,14 @@ TEST_F(ReplaceTextFileTest, WhereThereIsNoFileYetItIsWrittenInPlace)
     EXPECT_THAT(names(), ElementsAre("file"));
 }
 
+TEST_F(ReplaceTextFileTest, APathThatCanNotBeFollowedIsAFailureAndNotAFileThatIsYetToBeMade)
+{
+    const auto loop = directory.path() / "loop";
+    std::filesystem::create_symlink(loop, loop);
+    EXPECT_FALSE(VictoryLibrary::replaceTextFile("new", loop.string()).isSuccess());
+    EXPECT_EQ(victory.count("vutilWriteStringToFile"), 0U);
+}
+
 TEST_F(ReplaceTextFileTest, AFileSystemThatCanNotBeToldToReachTheDiskKeepsNothingFromBeingSaved)
 {
     for (const int error : {EINVAL, ENOSYS, ENOTSUP, EROFS}) {

@@ -49,6 +49,19 @@ std::string textOf(const Point& point)
     return text;
 }
 
+std::optional<Point> pointOf(const std::string& text)
+{
+    std::istringstream words(text);
+    std::string phase, end, of;
+    Point point;
+    words >> phase >> point.kind >> point.call >> end;
+    if (!words || !phaseOf(phase) || (end != "once" && end != "on")) return std::nullopt;
+    point.phase = *phaseOf(phase);
+    point.isOnce = end == "once";
+    if (words >> of) words >> point.caller;
+    return point;
+}
+
 std::string Facts::text() const
 {
     return nlohmann::json{{"failed", failed},
@@ -58,6 +71,8 @@ std::string Facts::text() const
                           {"signal", signal},
                           {"deaf", isDeaf},
                           {"vcl", isVclWhole},
+                          {"vclNew", isVclNew},
+                          {"vclAnswer", vclAnswer},
                           {"descriptors", moreDescriptors},
                           {"deafBefore", wasDeafBefore},
                           {"lines", lines},
@@ -77,6 +92,8 @@ Facts Facts::of(const std::string& text)
     json.at("deaf").get_to(facts.isDeaf);
     facts.wasDeafBefore = json.value("deafBefore", false);
     json.at("vcl").get_to(facts.isVclWhole);
+    facts.isVclNew = json.value("vclNew", false);
+    facts.vclAnswer = json.value("vclAnswer", "");
     json.at("descriptors").get_to(facts.moreDescriptors);
     json.at("lines").get_to(facts.lines);
     json.at("log").get_to(facts.log);

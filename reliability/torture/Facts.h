@@ -28,6 +28,9 @@ struct Point {
 
 std::string textOf(const Point& point);
 
+/// The point that has this text; none if there is no such one.
+std::optional<Point> pointOf(const std::string& text);
+
 /// What was seen of one service in which a call failed.
 struct Facts {
     std::uint64_t failed = 0;                    // calls
@@ -35,10 +38,12 @@ struct Facts {
     std::string hang;                            // what did not come to its end; empty if all did
     int status = -1;
     int signal = 0;
-    bool isDeaf = false;             // fresh inputs were no more joined when all was well again
-    bool wasDeafBefore = false;      // in an earlier trial of the same point, and not in two more
-    bool isVclWhole = true;          // the file has the old text or the new one
-    int moreDescriptors = 0;         // than before the phase
+    bool isDeaf = false;         // fresh inputs were no more joined when all was well again
+    bool wasDeafBefore = false;  // in an earlier trial of the same point, and not in two more
+    bool isVclWhole = true;      // the file has the old text or the new one
+    bool isVclNew = false;       // the new one
+    std::string vclAnswer;       // that the client got who saved it: "saved", "refused", "none"; empty: not asked for
+    int moreDescriptors = 0;     // than before the phase
     std::vector<std::string> lines;  // of the console, and texts of events
     std::vector<std::string> log;    // what the library of failing calls noted
 

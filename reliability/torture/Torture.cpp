@@ -35,17 +35,19 @@ using Clock = std::chrono::steady_clock;
 constexpr const char* kUsage =
     "usage: reliability_torture [--short] [--kind WORD]... [--phase start|run|stop]... [--from N] [--every N]\n"
     "       [--at-most N] [--caller TEXT] [--on] [--beside N] [--seed N] [--for N] [--results FILE] [--verbose]\n"
+    "       reliability_torture --judge FILE [--verbose]\n"
     "  --from N     begins with the N-th call of a kind\n"
     "  --every N    every N-th call only\n"
     "  --at-most N  so many calls of a kind and phase, picked by chance where there are more (default: all, but 60\n"
     "               allocations of the libraries)\n"
     "  --caller T   calls of objects with T in their names only (default: those of OrvaneServer, then those of all;\n"
-    "               --short: of all)\n"
+    "               --short: by turns)\n"
     "  --on         all calls from the N-th on fail, to the end of the phase\n"
     "  --for N      begins no service after N seconds, from when the calls are counted; --short: after 14\n"
     "  --beside N   so many services beside each other (default: 4)\n"
     "  --results F  goes on where a run with the same file was broken off (default: beside this program, with .walked\n"
-    "               behind its name; --short: none)\n";
+    "               behind its name; --short: none)\n"
+    "  --judge F    begins no service: judges what is in such a file, of whatever build it is\n";
 
 /// A short run begins no service after so many seconds.
 constexpr std::uint64_t kShort = 14;
@@ -70,6 +72,8 @@ struct Options {
     std::uint64_t seed = 1;
     std::vector<std::string> callers;
     std::string results;
+    std::string judged;  // a file of results that is only judged
+    bool isShort = false;
 };
 
 using Texts = std::vector<std::string>;
@@ -90,7 +94,6 @@ std::uint64_t numberOf(const std::string& text)
 Options optionsOf(const std::vector<std::string>& words)
 {
     Options options;
-    bool isShort = false;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         const auto value = [&]() -> const std::string& {
@@ -99,7 +102,7 @@ Options optionsOf(const std::vector<std::string>& words)
         };
         if (word == "--short") {
             options.seconds = kShort;
-            isShort = true;
+            options.isShort = true;
         } else if (word == "--verbose") {
             options.isVerbose = true;
         } else if (word == "--on") {
@@ -128,6 +131,8 @@ Options optionsOf(const std::vector<std::string>& words)
             options.callers = {value()};
         } else if (word == "--results") {
             options.results = value();
+        } else if (word == "--judge") {
+            options.judged = value();
         } else {
             throw std::invalid_argument(word + ": no such option");
         }
@@ -135,8 +140,11 @@ Options optionsOf(const std::vector<std::string>& words)
     if (options.kinds.empty())
         for (const auto& row : faults::kKinds)
             if (row.word != kNeverRefused) options.kinds.emplace_back(row.word);
-    if (options.callers.empty()) options.callers = isShort ? Texts{""} : Texts{kService, ""};
-    if (options.results.empty() && !isShort) options.results = ownPath() + ".walked";
+    if (options.callers.empty()) options.callers = {kService, ""};
+    if (!options.judged.empty())
+        options.results.clear();
+    else if (options.results.empty() && !options.isShort)
+        options.results = ownPath() + ".walked";
     if (options.phases.empty()) options.phases = {Phase::Start, Phase::Run, Phase::Stop};
     return options;
 }
@@ -168,26 +176,6 @@ int trial(const std::vector<std::string>& words)
     return 0;
 }
 
-/// One service, on a unit of its own. Throws when it could not be tried.
-Facts factsOf(const Point& point)
-{
-    for (int attempt = 0;; ++attempt) {
-        ChildProcess process(commandLine(point));
-        if (!eventually(
-                [&] {
-                    return process.output().find("facts {") != std::string::npos && process.output().ends_with('\n');
-                },
-                std::chrono::seconds(180)) &&
-            attempt >= 1)
-            throw std::runtime_error(textOf(point) + ": no answer: " + process.errors());
-        process.wait();
-        const std::string output = process.output();
-        const auto place = output.find("facts {");
-        if (place != std::string::npos) return Facts::of(output.substr(place + 6));
-        if (attempt >= 1) throw std::runtime_error(textOf(point) + ": " + process.errors() + output);
-    }
-}
-
 class Torture {
 public:
     Torture(const Options& options, Report& report)
@@ -207,7 +195,39 @@ public:
         tellCounts(points.size());
     }
 
+    /// What is in a file of results, as it is judged now. The lines that are usual are in none.
+    void judgeFile()
+    {
+        const torture::Judge judge({}, torture::knownExceptions());
+        const auto walked = torture::allWalked(m_options.judged);
+        for (const auto& [point, facts] : walked) tell(judge, point, facts);
+        tellCounts(walked.size());
+    }
+
 private:
+    /// One service, on a unit of its own; another one if the first gives no answer, which is told. Throws when it could
+    /// not be tried.
+    Facts factsOf(const Point& point)
+    {
+        for (int attempt = 0;; ++attempt) {
+            ChildProcess process(commandLine(point));
+            const auto isAnswered = [&] {
+                const std::string output = process.output();
+                return output.find("facts {") != std::string::npos && output.ends_with('\n');
+            };
+            if (eventually(isAnswered, std::chrono::seconds(180))) {
+                process.wait();
+                const std::string output = process.output();
+                return Facts::of(output.substr(output.find("facts {") + 6));
+            }
+            const std::string what = textOf(point) + ": no answer: " + process.errors() + process.output();
+            if (attempt >= 1) throw std::runtime_error(what);
+            const std::lock_guard lock(m_mutex);
+            ++m_unanswered;
+            m_report.note(what + "; tried once more");
+        }
+    }
+
     void tellCounts(std::size_t all)
     {
         std::array<std::uint64_t, torture::kEndings> sums{};
@@ -224,9 +244,14 @@ private:
         }
         m_report.note("walked: " + std::to_string(tried) + " of " + std::to_string(all) + " points, " +
                       std::to_string(m_earlier) + " of them in earlier runs");
-        for (std::size_t i = 0; i < sums.size(); ++i)
-            m_report.figure("failed calls: " + std::string(nameOf(static_cast<Ending>(i))),
-                            static_cast<double>(sums[i]));
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            const std::string name = "failed calls: " + std::string(nameOf(static_cast<Ending>(i)));
+            if (static_cast<Ending>(i) == Ending::Unknown)
+                m_report.figure(name, static_cast<double>(sums[i]), "", {Goal::AtMost, 0});
+            else
+                m_report.figure(name, static_cast<double>(sums[i]));
+        }
+        m_report.figure("first trials without an answer", static_cast<double>(m_unanswered), "", {Goal::AtMost, 0});
         m_report.figure("deaf once and not in two more trials", static_cast<double>(m_deafOnce), "", {Goal::AtMost, 0});
     }
 
@@ -240,10 +265,10 @@ private:
     /// Then the points.
     std::vector<Point> listed()
     {
-        constexpr std::size_t kRuns = 2;
+        const std::size_t lives = m_options.isShort ? 1 : 2;
         std::vector<Point> runs;
         for (const auto& caller : m_options.callers)
-            for (const Phase phase : m_options.phases) runs.insert(runs.end(), kRuns, {phase, "", 0, true, caller});
+            for (const Phase phase : m_options.phases) runs.insert(runs.end(), lives, {phase, "", 0, true, caller});
         inParallel(runs.size(), [&](std::size_t i) {
             const Facts facts = factsOf(runs[i]);
             const std::lock_guard lock(m_mutex);
@@ -255,15 +280,37 @@ private:
                 most = std::max(most, calls);
             }
         });
-        std::vector<Point> points;
-        for (const auto& caller : m_options.callers)
+        std::vector<std::vector<Point>> byCaller;
+        for (const auto& caller : m_options.callers) {
+            auto& points = byCaller.emplace_back();
             for (const bool isMemory : {false, true})  // most calls are of that kind
                 for (const Phase phase : m_options.phases)
                     for (const auto& kind : m_options.kinds)
                         if ((kind == "malloc") == isMemory)
                             addPoints({phase, kind, 0, m_options.isOnce, caller}, points);
-        if (m_options.seconds > 0 && m_options.results.empty())
-            std::ranges::shuffle(points, std::mt19937_64(m_options.seed));
+        }
+        return m_options.seconds > 0 && m_options.results.empty() ? mixed(byCaller) : joined(byCaller);
+    }
+
+    static std::vector<Point> joined(const std::vector<std::vector<Point>>& byCaller)
+    {
+        std::vector<Point> points;
+        for (const auto& part : byCaller) points.insert(points.end(), part.begin(), part.end());
+        return points;
+    }
+
+    /// By chance, a point of each caller in turn: libraries make many more calls than the service.
+    std::vector<Point> mixed(std::vector<std::vector<Point>> byCaller) const
+    {
+        std::vector<Point> points;
+        std::size_t most = 0;
+        for (auto& part : byCaller) {
+            std::ranges::shuffle(part, std::mt19937_64(m_options.seed));
+            most = std::max(most, part.size());
+        }
+        for (std::size_t i = 0; i < most; ++i)
+            for (const auto& part : byCaller)
+                if (i < part.size()) points.push_back(part[i]);
         return points;
     }
 
@@ -301,17 +348,17 @@ private:
     }
 
     /// A service that joins no more is looked at twice more: on a busy machine one in a thousand trials has been without a
-    /// join where the same call failed without harm in all others. Such a one is told, and is no broken promise.
-    static Facts observed(const Point& point)
+    /// join where the same call failed without harm in all others. Such a one is told, and is no broken promise; all else
+    /// that was seen of it is judged.
+    Facts observed(const Point& point)
     {
-        Facts facts = factsOf(point);
-        if (!torture::isDeafUntold(facts)) return facts;
-        for (int again = 0; again < 2; ++again) {
-            facts = factsOf(point);
-            if (torture::isDeafUntold(facts)) return facts;
-        }
-        facts.wasDeafBefore = true;
-        return facts;
+        Facts first = factsOf(point);
+        if (!torture::isDeafUntold(first)) return first;
+        for (int again = 0; again < 2; ++again)
+            if (Facts facts = factsOf(point); torture::isDeafUntold(facts)) return facts;
+        first.isDeaf = false;
+        first.wasDeafBefore = true;
+        return first;
     }
 
     std::optional<Facts> earlier(const Point& point)
@@ -326,7 +373,8 @@ private:
     {
         const auto verdict = judge.judge(point, facts);
         std::string text = textOf(point) + ": " + std::string(nameOf(verdict.ending)) + ": " + verdict.why;
-        const bool isStrange = verdict.ending == Ending::Broken || verdict.ending == Ending::Foreign;
+        const bool isStrange = verdict.ending == Ending::Broken || verdict.ending == Ending::Foreign ||
+                               verdict.ending == Ending::Unknown || facts.wasDeafBefore;
         if (isStrange || m_options.isVerbose) {
             const auto failed = torture::failedCallOf(facts);
             if (!failed.function.empty()) text += "\n    " + failed.function + " " + failed.place + " " + failed.number;
@@ -358,7 +406,7 @@ private:
     }
 
     /// The objects and functions of a noted stack, the innermost first.
-    static std::string stackText(const Facts& facts, std::string_view word)
+    std::string stackText(const Facts& facts, std::string_view word) const
     {
         const auto frames = stackOf(facts, word);
         if (frames.empty()) return "";
@@ -367,6 +415,7 @@ private:
         for (const auto& frame : frames)
             if (frame.object != "OrvaneServer" && ++shown <= 6)
                 text += " " + frame.object + (frame.function.empty() ? frame.offset : ":" + frame.function);
+        if (!m_options.judged.empty()) return text;  // what lies where differs from build to build
         for (const auto& function : torture::functionsOf(frames))
             if (isTelling(function)) text += "\n      " + function.substr(0, function.find('('));
         return text;
@@ -399,6 +448,7 @@ private:
     torture::Walked m_walked;
     std::uint64_t m_earlier = 0;  // points of earlier runs
     std::uint64_t m_deafOnce = 0;
+    std::uint64_t m_unanswered = 0;  // first trials
 };
 
 }  // namespace
@@ -409,7 +459,12 @@ int main(int argc, char* argv[])
     try {
         if (words.size() == 6 && words[0] == "--trial") return trial(words);
         Report report("torture", std::cout);
-        Torture(optionsOf(words), report).run();
+        const Options options = optionsOf(words);
+        Torture walk(options, report);
+        if (options.judged.empty())
+            walk.run();
+        else
+            walk.judgeFile();
         return report.status();
     } catch (const std::invalid_argument& error) {
         std::cerr << "reliability_torture: " << error.what() << '\n' << kUsage;

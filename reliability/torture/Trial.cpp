@@ -26,6 +26,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace torture {
 
@@ -61,19 +62,44 @@ public:
     /// How many lines with a text have come by now. What was told last, which the bus tells whoever comes, does not count.
     std::size_t count(const std::string& text)
     {
+        read();
+        return static_cast<std::size_t>(
+            std::ranges::count_if(lines(), [&](const std::string& line) { return isNews(line, text); }));
+    }
+
+    /// The last of those lines; null if there is none.
+    nlohmann::json last(const std::string& text)
+    {
+        read();
+        nlohmann::json found;
+        for (const auto& line : lines())
+            if (isNews(line, text)) found = nlohmann::json::parse(line, nullptr, false);
+        return found;
+    }
+
+private:
+    void read()
+    {
         char part[65536];
         ssize_t size = 0;
         while ((size = recv(m_socket, part, sizeof part, MSG_DONTWAIT)) > 0)
             m_text.append(part, static_cast<std::size_t>(size));
         if (size == 0 || (errno != EAGAIN && errno != EINTR)) connect();
-        std::size_t count = 0;
-        std::istringstream lines(m_text);
-        for (std::string line; std::getline(lines, line);)
-            if (line.find(text) != std::string::npos && line.find(R"("last":true)") == std::string::npos) ++count;
-        return count;
     }
 
-private:
+    std::vector<std::string> lines() const
+    {
+        std::vector<std::string> all;
+        std::istringstream stream(m_text);
+        for (std::string line; std::getline(stream, line);) all.push_back(line);
+        return all;
+    }
+
+    static bool isNews(const std::string& line, const std::string& text)
+    {
+        return line.find(text) != std::string::npos && line.find(R"("last":true)") == std::string::npos;
+    }
+
     bool connect()
     {
         close(m_socket);
@@ -181,6 +207,7 @@ private:
             work();
             m_calls.disarm();
             m_facts.isDeaf = !joins(kRecovery);
+            noteVclAnswer();
             const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
             if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
         } else {
@@ -230,16 +257,34 @@ private:
         give([&] { return m_partners.commands("REQUEST_ZEROIZE") > 0; });
         m_partners.respond("REQUEST_ZEROIZE_ACK");
         give([&] { return m_client.count(R"("request":"clear-data")") > 0; });
-        m_partners.respond("SYSTEM_ZEROIZE_PASS");
+        // Before the unit's answer is taken up, this one is ignored; while data are erased no VCL text is saved.
+        for (int i = 0; i < 8 && !isOver() && !isClearedTold(); ++i) {
+            m_partners.respond("SYSTEM_ZEROIZE_PASS");
+            eventually([&] { return isOver() || isClearedTold(); }, kPatience / 8);
+        }
 
         m_client.ask({{"request", "save-vcl"}, {"id", 2}, {"text", newVcl()}});
         give([&] { return m_client.count(R"("request":"save-vcl")") > 0; });
+        m_facts.vclAnswer = "none";
 
         const std::string deleted = R"("event":"deleted")";
         const std::size_t before = m_client.count(deleted);
         m_partners.command("START_ZEROIZE");
         give([&] { return m_client.count(deleted) > before; });
         joins(2s);
+    }
+
+    bool isClearedTold() const
+    {
+        return std::ranges::any_of(m_events.inbox().items(), [](const auto& item) {
+            return item.message.eventlog().find("Clear data complete") != std::string::npos;
+        });
+    }
+
+    void noteVclAnswer()
+    {
+        const auto answer = m_client.last(R"("request":"save-vcl")");
+        if (answer.is_object()) m_facts.vclAnswer = answer.value("returned", 1) == 0 ? "saved" : "refused";
     }
 
     std::string newVcl() const { return m_vcl + "<!-- as a client wants it -->\n"; }
@@ -280,7 +325,8 @@ private:
         for (const auto& row : faults::kKinds)
             m_facts.calls[std::string(row.word)] = m_calls.calls(*faults::kindOf(row.word));
         const std::string vcl = readFile(kVclFile);
-        m_facts.isVclWhole = vcl == m_vcl || vcl == newVcl();
+        m_facts.isVclNew = vcl == newVcl();
+        m_facts.isVclWhole = vcl == m_vcl || m_facts.isVclNew;
     }
 
     const Point m_point;

@@ -3,6 +3,7 @@
 
 #include "reliability/torture/Facts.h"
 
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,12 +17,13 @@ enum class Ending {
     Refused,     // the step of the walk that failed ended the process, and named itself
     Told,        // it went on, and a line or an event told what failed
     Tolerated,   // it went on without a word, for a reason that is known
-    Library,     // it went on without a word: the call was one of a foreign library, which did without
+    Library,     // it went on without a word: the call was one of a foreign library, which does without, as is known
+    Unknown,     // the same, and why nothing is lost is not known
     Foreign,     // foreign code ended the process
     Broken,      // a promise did not hold
 };
 
-inline constexpr std::size_t kEndings = 7;
+inline constexpr std::size_t kEndings = 8;
 std::string_view nameOf(Ending ending);
 
 struct Verdict {
@@ -37,8 +39,11 @@ struct Exception {
     std::string_view place = {};     // part of the path, which a $ ends
     std::string_view number = {};    // that it is given (`FailedCall`)
     std::string_view through = {};
-    std::uint64_t call = 0;  // counted in the phase
-    bool isLast = false;     // of its kind in the phase
+    std::string_view owner = {};  // beginning of the name of the library that calls; empty: the service's own code
+    std::optional<Phase> phase = {};
+    std::uint64_t call = 0;   // counted in the phase
+    bool isLast = false;      // of its kind in the phase
+    bool isAnswered = false;  // the client who had the VCL text saved is told that it was not
     std::string_view reason = {};
 
     bool covers(const Point& point, const Facts& facts, const FailedCall& failed) const;
@@ -46,7 +51,7 @@ struct Exception {
 
 /// What the service promises of calls that fail, whoever calls: it never hangs, and is ended by SIGABRT alone, from its
 /// main thread in a step of its walk; once calls succeed again it joins again, or has said that it won't; nothing stays
-/// open; and a line or an event tells of it.
+/// open; who is told that a VCL text is saved finds it in the file; and a line or an event tells that something failed.
 class Judge {
 public:
     /// @param usual       lines and events, without their numbers, of services in which nothing fails
@@ -72,7 +77,10 @@ bool isDeafnessTold(std::string_view text);
 /// Whether it joined no more, and has not told that it won't.
 bool isDeafUntold(const Facts& facts);
 
-/// The calls of the service that may fail without a word, each with its reason.
+/// Whether a line tells that something failed, and is not just one that is seen seldom, or a part of one.
+bool tellsFailure(std::string_view line);
+
+/// The calls of the service, and of libraries, that may fail without a word, each with its reason.
 std::vector<Exception> knownExceptions();
 
 }  // namespace torture

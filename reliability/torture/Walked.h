@@ -6,6 +6,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace torture {
 
@@ -26,6 +28,9 @@ private:
     const std::string m_path;
     std::map<std::string, std::string> m_texts;  // of facts, by the text of their point
 };
+
+/// All points of such a file with what was seen, of whatever build of the service. Throws if it can't be read.
+std::vector<std::pair<Point, Facts>> allWalked(const std::string& path);
 
 /// A text that differs, in all likelihood, for files of different bytes. Throws if the file can't be read.
 std::string fingerprintOf(const std::string& path);

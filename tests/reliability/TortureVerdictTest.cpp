@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -71,6 +72,18 @@ TEST(TortureVerdictTest, AnUnusualLineTells)
 {
     Facts facts = cleanEnd();
     facts.lines.emplace_back("Unable to open");
+    EXPECT_EQ(endingOf(facts), Ending::Told);
+}
+
+TEST(TortureVerdictTest, AnUnusualLineThatTellsOfNoFailureTellsNothing)
+{
+    Facts facts = cleanEnd();
+    facts.lines.emplace_back("OrvaneServer: Processed GSSIP: 5044 from 3");
+    facts.lines.emplace_back("OrvaneServer: cHas CPU Affinity for CPU1");  // the half of a line, and another one
+    facts.lines.emplace_back("OrvaneServer KP!!!!!! OrvaneServer HealthReporter could not publish event type/info = "
+                             "2/OrvaneServer stopped successfully.");
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.lines.emplace_back("A message of connection 3 was lost: std::bad_alloc");
     EXPECT_EQ(endingOf(facts), Ending::Told);
 }
 
@@ -198,11 +211,63 @@ TEST(TortureVerdictTest, MemoryForTheQualityOfAMessageMayBeRefusedInSilenceAndNo
     EXPECT_EQ(endingOfSilence("malloc with 100", kOwnStack + " libfastrtps.so.2.9+0x12"), Ending::Broken);
 }
 
-TEST(TortureVerdictTest, ALibraryMayDoWithout)
+TEST(TortureVerdictTest, AReasonMayHoldInOnePhaseAlone)
 {
     Facts facts = cleanEnd();
-    facts.log = {"failed send 1 errno 5 thread 7" + kForeignStack};
-    EXPECT_EQ(endingOf(facts), Ending::Library);
+    facts.log = {"failed read 1 errno 5 thread 7 of read" + kOwnStack};
+    const Judge judge({"line # of start"}, {{.function = "read", .phase = Phase::Stop, .reason = "it ends anyway"}});
+    EXPECT_EQ(judge.judge({Phase::Stop, "read", 1, true, ""}, facts).ending, Ending::Tolerated);
+    EXPECT_EQ(judge.judge({Phase::Run, "read", 1, true, ""}, facts).ending, Ending::Broken);
+}
+
+TEST(TortureVerdictTest, ALibraryMayDoWithoutForAKnownReasonAndElseIsToldApart)
+{
+    EXPECT_EQ(endingOfSilence("sendto at socket:[7]", kForeignStack), Ending::Library);
+    EXPECT_EQ(endingOfSilence("sendto at socket:[7]"), Ending::Broken);
+    EXPECT_EQ(endingOfSilence("sendto at socket:[7]", " libother.so.1+0x1"), Ending::Unknown);
+    EXPECT_EQ(endingOfSilence("pthread_create", kForeignStack), Ending::Unknown);
+}
+
+TEST(TortureVerdictTest, AReasonOfTheServiceIsNoneForALibrary)
+{
+    EXPECT_EQ(endingOfSilence("sched_getaffinity"), Ending::Tolerated);
+    EXPECT_EQ(endingOfSilence("sched_getaffinity", kForeignStack), Ending::Unknown);
+}
+
+TEST(TortureVerdictTest, WhoIsToldThatItsTextIsSavedFindsIt)
+{
+    Facts facts = cleanEnd();
+    facts.lines.emplace_back("Unable to open");
+    facts.vclAnswer = "saved";
+    EXPECT_EQ(endingOf(facts), Ending::Broken);
+    facts.isVclNew = true;
+    EXPECT_EQ(endingOf(facts), Ending::Told);
+    facts.isVclNew = false;
+    facts.vclAnswer = "refused";
+    EXPECT_EQ(endingOf(facts), Ending::Told);
+}
+
+TEST(TortureVerdictTest, ATextThatIsNotSavedWhileTheBusServiceDoesNotRunIsTold)
+{
+    Facts facts = cleanEnd();
+    facts.vclAnswer = "saved";
+    facts.lines.emplace_back(
+        "event: OrvaneServer : Ignored. Cannot save VCLID / VCL XML file while APNT service is not "
+        "running!");
+    facts.lines.emplace_back("Unable to open");
+    EXPECT_EQ(endingOf(facts), Ending::Told);
+}
+
+TEST(TortureVerdictTest, ATextThatCanNotTakeItsPlaceMayBeLostInSilenceIfItsClientIsTold)
+{
+    Facts facts = cleanEnd();
+    facts.log = {"failed rename 1 errno 5 thread 7 of rename at /opt/halvex/config/a.xml.replacement" + kOwnStack};
+    const Judge judge({"line # of start"}, torture::knownExceptions());
+    const Point point{Phase::Run, "rename", 1, true, ""};
+    facts.vclAnswer = "refused";
+    EXPECT_EQ(judge.judge(point, facts).ending, Ending::Tolerated);
+    facts.vclAnswer = "none";
+    EXPECT_EQ(judge.judge(point, facts).ending, Ending::Broken);
 }
 
 TEST(TortureVerdictTest, HangsLeaksAndTornFilesAreBrokenPromisesWhateverIsTold)
@@ -292,6 +357,19 @@ TEST(WalkedTest, AnotherBuildOfTheServiceIsWalkedAnew)
     EXPECT_FALSE(torture::Walked(path, "a").at(point));
 }
 
+TEST(WalkedTest, WhatWasSeenOfAnotherBuildCanBeJudged)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.path() / "walked";
+    const Point point{Phase::Stop, "malloc", 17, false, "OrvaneServer"};
+    torture::Walked(path, "a").add(point, endedBy(SIGSEGV, kOwnStack));
+    const auto walked = torture::allWalked(path);
+    ASSERT_EQ(walked.size(), 1U);
+    EXPECT_EQ(textOf(walked[0].first), "stop malloc 17 on of OrvaneServer");
+    EXPECT_EQ(walked[0].second.signal, SIGSEGV);
+    EXPECT_THROW(torture::allWalked(directory.write("other", "text\n")), std::runtime_error);
+}
+
 TEST(WalkedTest, FilesOfOtherBytesHaveOtherFingerprints)
 {
     const TemporaryDirectory directory;
@@ -306,10 +384,14 @@ TEST(TortureVerdictTest, FactsComeThroughTheirText)
     Facts facts = endedBy(SIGSEGV, kOwnStack);
     facts.calls["read"] = 7;
     facts.moreDescriptors = 3;
+    facts.vclAnswer = "saved";
+    facts.isVclNew = true;
     const Facts again = Facts::of(facts.text());
     EXPECT_EQ(again.signal, SIGSEGV);
     EXPECT_EQ(again.calls.at("read"), 7U);
     EXPECT_EQ(again.moreDescriptors, 3);
+    EXPECT_EQ(again.vclAnswer, "saved");
+    EXPECT_TRUE(again.isVclNew);
     EXPECT_EQ(again.log, facts.log);
 }
 

@@ -352,10 +352,11 @@ private:
     /// that was seen of it is judged.
     Facts observed(const Point& point)
     {
+        const auto isAlive = [](const Facts& facts) { return facts.hang.empty() && facts.signal == 0; };
         Facts first = factsOf(point);
-        if (!torture::isDeafUntold(first)) return first;
+        if (!isAlive(first) || !torture::isDeafUntold(first)) return first;
         for (int again = 0; again < 2; ++again)
-            if (Facts facts = factsOf(point); torture::isDeafUntold(facts)) return facts;
+            if (Facts facts = factsOf(point); !isAlive(facts) || torture::isDeafUntold(facts)) return facts;
         first.isDeaf = false;
         first.wasDeafBefore = true;
         return first;

@@ -201,6 +201,7 @@ std::vector<Exception> knownExceptions()
     constexpr std::string_view kSocket =
         "Fast DDS takes another port, or does without a socket or an option of it; joins go on";
     constexpr std::string_view kAsio = "Fast DDS looks at its sockets in other ways; joins go on";
+    constexpr std::string_view kBusClient = "the lab's bus lets the client go, who comes again";
     constexpr std::string_view kBusTurn = "the lab's bus takes it up at its next turn; joins go on";
     static const std::string s_noExec = std::to_string(F_SETFD);
     static const std::string s_isOpen = std::to_string(F_GETFD);
@@ -270,6 +271,8 @@ std::vector<Exception> knownExceptions()
         {.function = "write", .place = "anon_inode:[eventfd]", .owner = kLabBus, .reason = kBusTurn},
         {.function = "read", .place = "anon_inode:[eventfd]", .owner = kLabBus, .reason = kBusTurn},
         {.function = "poll", .owner = kLabBus, .reason = kBusTurn},
+        {.function = "send", .owner = kLabBus, .reason = kBusClient},
+        {.function = "recv", .owner = kLabBus, .reason = kBusClient},
         {.function = "write", .place = ".replacement$", .owner = kLabBus, .isAnswered = true, .reason = kVclAnswered},
     };
 }

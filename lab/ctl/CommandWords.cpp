@@ -36,8 +36,17 @@ std::vector<std::string> optionsOf(const CLI::App& app)
     return names;
 }
 
-std::string row(const std::string& key, const std::vector<std::string>& words)
+/// Whether a shell reads a word as nothing but itself.
+bool isPlain(const std::string& word)
 {
+    constexpr const char* kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.:/-";
+    return !word.empty() && word.find_first_not_of(kPlain) == std::string::npos;
+}
+
+/// Names come from files, too, and whoever reads the script runs it: those that are more to a shell are left out.
+std::string row(const std::string& key, std::vector<std::string> words)
+{
+    std::erase_if(words, [](const std::string& word) { return !isPlain(word); });
     return "    [\"" + key + "\"]=\"" + joined(words, " ") + "\"\n";
 }
 

@@ -3,10 +3,10 @@
 #include "lab/ctl/FrameDecoder.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <sys/stat.h>
@@ -27,10 +27,18 @@ std::optional<std::uint64_t> numberOf(std::string_view text, int base = 10)
     return number;
 }
 
+/// Empty if it can't be read: a process may end between the opening and the reading.
 std::string textOf(const fs::path& path)
 {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return "";
+    std::string text;
+    std::array<char, 4096> piece;
+    ssize_t count = 0;
+    while ((count = ::read(file, piece.data(), piece.size())) > 0)
+        text.append(piece.data(), static_cast<std::size_t>(count));
+    ::close(file);
+    return count < 0 ? "" : text;
 }
 
 /// The numbers of all processes, the lowest first.

@@ -161,6 +161,19 @@ TEST(ProcessLookTest, TheProcessWithTheLowestNumberIsFoundAndZombiesAreNot)
     EXPECT_FALSE(findProcess("Service", (proc.path() / "missing").string()));
 }
 
+TEST(ProcessLookTest, AProcessThatCantBeReadAnyMoreIsPassedOver)
+{
+    const TemporaryDirectory proc;
+    // It can be opened, and its reading fails.
+    std::filesystem::create_directories(proc.path() / "7" / "stat");
+    std::filesystem::create_directories(proc.path() / "7" / "fd");
+    std::filesystem::create_directories(proc.path() / "7" / "fdinfo" / "3");
+    std::ofstream(proc.path() / "queue") << "";
+    std::filesystem::create_symlink(proc.path() / "queue", proc.path() / "7" / "fd" / "3");
+    EXPECT_FALSE(findProcess("Service", proc.path().string()));
+    EXPECT_EQ(holdersOf((proc.path() / "queue").string(), proc.path().string()).text, "");
+}
+
 TEST(ProcessLookTest, ThisProcessIsFound)
 {
     const auto found = findProcess("ctl_top_tests");

@@ -1,12 +1,10 @@
 #include "lab/ctl/top/TopRun.h"
 
-#include "VICTORY/OrvaneServer/ServerConfigFile.h"
 #include "face/FACE_Text.h"
 #include "lab/ctl/RecordText.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/check/ConfigText.h"
-#include "lab/ctl/check/Silence.h"
 #include "lab/ctl/top/BusFeed.h"
 #include "lab/ctl/top/JoinFeed.h"
 #include "lab/ctl/top/ProcessLook.h"
@@ -15,6 +13,7 @@
 #include "lab/ctl/top/TopLayout.h"
 #include "lab/ctl/top/TopModel.h"
 #include "lab/ctl/top/TopScreen.h"
+#include "lab/ctl/why/ServiceSettings.h"
 
 #include <algorithm>
 #include <chrono>
@@ -36,16 +35,6 @@ constexpr std::chrono::milliseconds kFrame{250};
 constexpr std::chrono::seconds kProcessLook{1};
 constexpr std::chrono::seconds kQueueLook{2};
 constexpr const char* kProcess = "OrvaneServer";
-
-ServerSettings settingsOf(const std::string& file)
-{
-    ServerSettings settings;
-    Scheduling ignored;
-    const Silence silence;
-    if (!ServerConfigFile::read(FACE::String(file.c_str()), settings, ignored))
-        throw std::runtime_error(file + ": the service doesn't take this file; orvanectl check tells why");
-    return settings;
-}
 
 /// The queues of a file of devices; what it lacks is left out.
 std::vector<QueueName> queuesOf(const std::string& file)
@@ -95,11 +84,11 @@ private:
 class TopRun {
 public:
     explicit TopRun(const TopOptions& options)
-        : m_options(options), m_settings(settingsOf(options.file)), m_file(FACE::textOf(m_settings.m_connectionsFile)),
-          m_watch(m_file, chooseTopics(m_file, {}, ""), {}), m_taps(queuesOf(FACE::textOf(m_settings.m_ioDevicesFile))),
-          m_bus(options.socket), m_model(m_watch.topics(), m_taps.queues(), m_start),
-          m_joins(m_settings, !options.socket.empty()), m_ui(m_watch.topics().size()), m_view(m_model.view(m_start)),
-          m_screen(options.hasColours)
+        : m_options(options), m_settings(serviceSettings(options.file)),
+          m_file(FACE::textOf(m_settings.m_connectionsFile)), m_watch(m_file, chooseTopics(m_file, {}, ""), {}),
+          m_taps(queuesOf(FACE::textOf(m_settings.m_ioDevicesFile))), m_bus(options.socket),
+          m_model(m_watch.topics(), m_taps.queues(), m_start), m_joins(m_settings, !options.socket.empty()),
+          m_ui(m_watch.topics().size()), m_view(m_model.view(m_start)), m_screen(options.hasColours)
     {
         m_ending.listen();
     }

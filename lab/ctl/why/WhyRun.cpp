@@ -1,14 +1,13 @@
 #include "lab/ctl/why/WhyRun.h"
 
-#include "VICTORY/OrvaneServer/ServerConfigFile.h"
 #include "face/FACE_Text.h"
 #include "lab/ctl/BusLink.h"
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
-#include "lab/ctl/check/Silence.h"
 #include "lab/ctl/why/JoinDiary.h"
 #include "lab/ctl/why/ReceiverCopy.h"
+#include "lab/ctl/why/ServiceSettings.h"
 
 #include <chrono>
 #include <cstdio>
@@ -28,20 +27,10 @@ const std::vector<std::string> kTopics = {"UTCTime", "PositionVelocityAttitude",
 constexpr std::chrono::milliseconds kTurn{50};
 constexpr std::chrono::seconds kBetweenTries{1};  // to find the bus again
 
-ServerSettings settingsOf(const std::string& file)
-{
-    ServerSettings settings;
-    Scheduling ignored;
-    const Silence silence;
-    if (!ServerConfigFile::read(FACE::String(file.c_str()), settings, ignored))
-        throw std::runtime_error(file + ": the service doesn't take this file; orvanectl check tells why");
-    return settings;
-}
-
 class WhyRun {
 public:
     WhyRun(const WhyOptions& options, std::ostream& output)
-        : m_options(options), m_output(output), m_settings(settingsOf(options.file)),
+        : m_options(options), m_output(output), m_settings(serviceSettings(options.file)),
           m_diary(m_settings, {!options.socket.empty(), !options.receiver.empty()}),
           m_file(FACE::textOf(m_settings.m_connectionsFile)), m_watch(m_file, chooseTopics(m_file, kTopics, ""), {})
     {

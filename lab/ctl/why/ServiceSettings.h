@@ -1,0 +1,16 @@
+#ifndef LAB_CTL_WHY_SERVICESETTINGS_H
+#define LAB_CTL_WHY_SERVICESETTINGS_H
+
+#include "VICTORY/OrvaneServer/ServerSettings.h"
+
+#include <string>
+
+namespace orvanectl {
+
+/// What the service reads from its top-level file, by its own reading code. Throws `std::runtime_error`, which names the
+/// file, if the service would not take it.
+ServerSettings serviceSettings(const std::string& file);
+
+}  // namespace orvanectl
+
+#endif

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -176,8 +177,12 @@ TEST(ProcessLookTest, AProcessThatCantBeReadAnyMoreIsPassedOver)
 
 TEST(ProcessLookTest, ThisProcessIsFound)
 {
-    const auto found = findProcess("ctl_top_tests");
+    // Others of this program may run beside it, and one that is about to end has no memory any more.
+    const std::string name = "top " + std::to_string(::getpid());
+    ASSERT_EQ(::prctl(PR_SET_NAME, name.c_str()), 0);
+    const auto found = findProcess(name);
     ASSERT_TRUE(found);
+    EXPECT_EQ(found->id, ::getpid());
     EXPECT_GE(found->threads, 1U);
     EXPECT_GT(found->residentKiB, 100U);
 }

@@ -32,8 +32,6 @@ struct WhyVerbTest : testing::Test {
         desk.set("Debug", "true");
         desk.run();
         bus.emplace();
-        bus->request({{"request", "status"}});
-        toldBefore = bus->tells(kBlended);
         ASSERT_TRUE(inputs.waitForService());
         std::ofstream{kCopy};
         std::vector<std::string> line = {kTool, "why", "--json"};
@@ -42,6 +40,14 @@ struct WhyVerbTest : testing::Test {
         ASSERT_TRUE(eventually([this] { return why->output().find("\"hears\"") != std::string::npos; }));
         // It knows of the publishers, and they of it.
         ASSERT_TRUE(inputs.waitForService(2));
+        // A first message may still be lost on its way to the tool.
+        ASSERT_TRUE(eventually([this] {
+            good();
+            return why->output().find("\"joined\":true") != std::string::npos;
+        })) << why->output();
+        bus->request({{"request", "status"}});
+        toldBefore = bus->tells(kBlended);
+        before = second;
     }
 
     /// What goes into the queue goes into its copy.
@@ -101,7 +107,7 @@ struct WhyVerbTest : testing::Test {
         return bus->tells(kBlended) - toldBefore;
     }
 
-    /// Ends the tool. All seconds that it told of: "4 no HalvexPNT", "5 joined".
+    /// Ends the tool. The seconds since `begin` that it told of, from 1: "4 no HalvexPNT", "5 joined".
     std::vector<std::string> end()
     {
         why->send(SIGTERM);
@@ -112,7 +118,11 @@ struct WhyVerbTest : testing::Test {
             const Json line = Json::parse(text);
             if (line["kind"] == "sum") sum = line;
             if (line["kind"] != "epoch") continue;
-            std::string told = std::to_string(line["gps_s"].get<int>());
+            ++epochs;
+            if (line["joined"]) ++joined;
+            const std::int64_t number = line["gps_s"].get<std::int64_t>() - before;
+            if (number < 1) continue;
+            std::string told = std::to_string(number);
             if (line["joined"]) told += " joined";
             for (const std::string cause : line["causes"]) told += ' ' + cause;
             seconds.push_back(told);
@@ -126,6 +136,9 @@ struct WhyVerbTest : testing::Test {
     std::optional<ChildProcess> why;
     std::size_t toldBefore = 0;
     std::int64_t second = 0;
+    std::int64_t before = 0;  // the second at which `begin` was done
+    int epochs = 0;           // lines of the tool
+    int joined = 0;
     Json sum;
 };
 
@@ -160,8 +173,8 @@ TEST_F(WhyVerbTest, ItCountsWhatTheServicePublishesAndNamesTheRest)
                 ElementsAre("1 joined", "2 no HalvexPNT", "3 joined", "4 HalvexPNT 1.2 s late",
                             "5 HalvexPNT refused, from pilServer", "6 no 8504", "7 8504 not a frame", "8 joined"));
     EXPECT_EQ(told, 3u);
-    EXPECT_EQ(sum["joined"], told);
-    EXPECT_EQ(sum["epochs"], 8);
+    EXPECT_EQ(sum["joined"], joined);
+    EXPECT_EQ(sum["epochs"], epochs);
 }
 
 TEST_F(WhyVerbTest, WithoutTheReceiverItNamesWhatItDoesNotHear)

@@ -143,7 +143,8 @@ void addPoint(Track& track, const tinyxml2::XMLElement& point)
     if (!latitude || !longitude) throw words::wrong("trkpt", "needs lat and lon");
     const std::string_view time = textOf(point, "time");
     if (time.empty()) throw words::wrong("trkpt", "needs a time");
-    track.add(timeOf(time), placeOf(latitude, longitude, textOf(point, "ele")), time);
+    const double seconds = timeOf(time);
+    track.add(seconds, placeOf(latitude, longitude, textOf(point, "ele")), time);
 }
 
 }  // namespace
@@ -166,7 +167,8 @@ std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name)
             const std::string_view longitude = takeField(line);
             const std::string_view height = takeField(line);
             if (!line.empty()) throw words::wrong(line, "is one field too many");
-            track.add(words::seconds(time), placeOf(latitude, longitude, height), time);
+            const double seconds = words::seconds(time);
+            track.add(seconds, placeOf(latitude, longitude, height), time);
         } catch (const std::invalid_argument& error) {
             throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
         }

@@ -1,4 +1,4 @@
-"""What script/fuzz --planted takes for the planted defect."""
+"""What script/fuzz takes for a search, and with --planted for the planted defect."""
 
 import os
 import pathlib
@@ -25,7 +25,17 @@ exit 77
 """
 
 
-class Planted(unittest.TestCase):
+# A search, which executes something and finds nothing, and the reading of what it has reached.
+SEARCH = """#!/bin/sh
+case " $* " in
+*" -runs=0 "*) %(reading)s; exit ;;
+esac
+%(search)s
+"""
+EXECUTES = "echo 'stat::number_of_executed_units: 5'"
+
+
+class Tree(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -36,22 +46,58 @@ class Planted(unittest.TestCase):
         (self.tree / "fuzz/CMakeLists.txt").write_text("orvane_add_fuzz(angles LINK a)\n")
         self.program("script/bootstrap", "#!/bin/sh\n")
         self.program("bin/cmake", "#!/bin/sh\n")
-        self.target("angles", replay="exit 0")
-        self.target("angles_planted", leaves="crash-1", replay="exit 77")
 
     def program(self, path, text):
         (self.tree / path).write_text(text)
         (self.tree / path).chmod(0o755)
 
+    def fuzz(self, *options):
+        path = f"{self.tree / 'bin'}:{os.environ['PATH']}"
+        return subprocess.run(
+            [self.tree / "script/fuzz", "--seconds", "1", *options],
+            capture_output=True, text=True, timeout=60, env={**os.environ, "PATH": path},
+        )  # fmt: skip
+
+
+class Search(Tree):
+    def search(self, search=EXECUTES, reading=""):
+        self.program("build/fuzz/fuzz/fuzz_angles", SEARCH % {"search": search, "reading": reading or ":"})
+        return self.fuzz()
+
+    def test_a_search_that_finds_nothing_is_a_success(self):
+        ended = self.search()
+        self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
+        self.assertIn("angles: 5 executions", ended.stdout)
+        self.assertIn("nothing found", ended.stdout)
+
+    def test_a_job_that_is_killed_is_none(self):
+        ended = self.search("kill -KILL $PPID")
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("angles: NOT DONE", ended.stdout)
+
+    def test_a_search_that_executes_nothing_is_none(self):
+        ended = self.search("exit 0")
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("angles: NOT SEARCHED", ended.stdout)
+
+    def test_a_leak_that_shows_at_the_end_only_is_a_finding(self):
+        ended = self.search(reading="echo 'SUMMARY: 5 byte(s) leaked'; exit 1")
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("FOUND: 5 byte(s) leaked (build/fuzz/angles_leaks.log)", ended.stdout)
+        self.assertIn("5 byte(s) leaked", (self.tree / "build/fuzz/results.tsv").read_text())
+
+
+class Planted(Tree):
+    def setUp(self):
+        super().setUp()
+        self.target("angles", replay="exit 0")
+        self.target("angles_planted", leaves="crash-1", replay="exit 77")
+
     def target(self, name, leaves="", replay="exit 0"):
         self.program("build/fuzz/fuzz/fuzz_" + name, TARGET % {"leaves": leaves, "replay": replay})
 
     def planted(self):
-        path = f"{self.tree / 'bin'}:{os.environ['PATH']}"
-        return subprocess.run(
-            [self.tree / "script/fuzz", "--planted", "--seconds", "1"],
-            capture_output=True, text=True, timeout=60, env={**os.environ, "PATH": path},
-        )  # fmt: skip
+        return self.fuzz("--planted")
 
     def test_what_ends_only_the_build_with_the_defect_is_it(self):
         ended = self.planted()

@@ -1,5 +1,6 @@
 #include "aspn2_msgs/UTCTimePubSubTypes.h"
 #include "reliability/DatagramCounts.h"
+#include "reliability/hostile/JoinsDue.h"
 #include "reliability/hostile/Payloads.h"
 #include "reliability/hostile/RawPeer.h"
 #include "reliability/hostile/Scene.h"
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <exception>
 #include <list>
@@ -50,20 +50,18 @@ void awaitListener(const RawPeer& peer, std::size_t publisher, const std::string
     if (!peer.waitForListener(publisher)) throw std::runtime_error("the service does not hear " + topic);
 }
 
-constexpr double kMostOf = 0.75;  // of what is possible is to be reached beside all else
-
 /// What came meanwhile and what comes afterwards.
 /// @param share    of the turns of the worker that find inputs that fit
 /// @param seconds  that it lasted: of few turns chance may take some
 void tellJoins(Report& report, const std::string& what, const Traffic& traffic, double seen, double share,
                double seconds, bool isShort)
 {
-    const double turns = Traffic::kMostASecond * seconds;
-    const double least = kMostOf * share * turns - 2.0 * std::sqrt(turns * share * (1.0 - share));
-    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, std::max(least, 1.0) / seconds});
+    const JoinsDue due = JoinsDue::of(Traffic::kMostASecond * seconds, share);
+    report.figure(what + ": joins meanwhile", seen, "a second", {Goal::AtLeast, due.goal / seconds});
+    report.expect(seen * seconds >= due.promised, what + ": joins as good as stop meanwhile");
     const double afterwards = traffic.rateOfNext(isShort ? 3 : 20);
     report.figure(what + ": joins afterwards", afterwards, "a second",
-                  {Goal::AtLeast, kMostOf * Traffic::kMostASecond});
+                  {Goal::AtLeast, JoinsDue::kMostOf * Traffic::kMostASecond});
     report.expect(afterwards > 0, what + ": no joins came afterwards");
 }
 
@@ -150,7 +148,7 @@ void wrongTypes(Report& report, bool isShort)
     std::uint64_t unheard = 0, heard = 0;
     const DatagramCounts before = DatagramCounts::now();
     const auto rate = joining.traffic->rateWhile([&] {
-        for (const auto end = Clock::now() + std::chrono::seconds(isShort ? 1 : 30); Clock::now() < end;) {
+        for (const auto end = Clock::now() + std::chrono::seconds(isShort ? 2 : 30); Clock::now() < end;) {
             for (std::size_t i = 0; i < kTopics.size(); ++i) {
                 unheard += stranger.send(strange[i], other[i].extreme());
                 (liar.isHeard(lying[i]) ? heard : unheard) += liar.send(lying[i], other[i].extreme());
@@ -166,7 +164,7 @@ void wrongTypes(Report& report, bool isShort)
         if (isHeardByService(kTopics[i].first))
             report.expect(liar.waitUntilTaken(lying[i]), "wrong-types: not taken: " + kTopics[i].first);
     }
-    tellJoins(report, "wrong-types", *joining.traffic, rate.joins, 1.0, isShort ? 1.0 : 30.0, isShort);
+    tellJoins(report, "wrong-types", *joining.traffic, rate.joins, 1.0, isShort ? 2.0 : 30.0, isShort);
     joining.scene.expectEndInOrder("wrong-types");
 }
 
@@ -190,7 +188,7 @@ void duplicates(Report& report, bool isShort)
     std::uint64_t sent = 0;
     const DatagramCounts counts = DatagramCounts::now();
     const auto rate = joining.traffic->rateWhile([&] {
-        for (const auto end = Clock::now() + std::chrono::seconds(isShort ? 1 : 30); Clock::now() < end;) {
+        for (const auto end = Clock::now() + std::chrono::seconds(isShort ? 2 : 30); Clock::now() < end;) {
             for (std::size_t i = 0; i < kPublishers; ++i) sent += peer.send(i, payload);
             std::this_thread::sleep_for(10ms);
         }
@@ -201,7 +199,7 @@ void duplicates(Report& report, bool isShort)
     for (std::size_t i = 0; i < kPublishers; ++i)
         report.expect(peer.waitUntilTaken(i), "duplicates: what one publisher sent was not taken");
     report.figure("duplicates: growth of memory", (joining.scene.resident() - before) / 1e6, "MB", {Goal::AtMost, 30});
-    tellJoins(report, "duplicates", *joining.traffic, rate.joins, 1.0, isShort ? 1.0 : 30.0, isShort);
+    tellJoins(report, "duplicates", *joining.traffic, rate.joins, 1.0, isShort ? 2.0 : 30.0, isShort);
     joining.scene.expectEndInOrder("duplicates");
 }
 

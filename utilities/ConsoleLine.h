@@ -3,15 +3,20 @@
 
 #include <ostream>
 #include <sstream>
-#include <string>
 
 /// Writes the parts one behind the other as one line, in one write, and flushes. Lines of several threads do not mix.
+/// Where there is no memory to put the line together, it goes out in pieces, which other lines may get between.
 template <class... Parts>
 void printLine(std::ostream& stream, const Parts&... parts)
 {
     std::ostringstream line;
     (line << ... << parts) << '\n';
-    stream << line.str() << std::flush;
+    if (line.good()) {
+        stream << line.view() << std::flush;
+        return;
+    }
+    std::ostream pieces(stream.rdbuf());  // with a state and a format of its own, as the line has
+    (pieces << ... << parts) << '\n' << std::flush;
 }
 
 #endif

@@ -123,7 +123,7 @@ public:
 /// Leaves this process 64 MB; the sanitizers need more for themselves.
 void limitMemory()
 {
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef ORVANE_SANITIZED
     const rlimit limit{64 << 20, 64 << 20};
     if (setrlimit(RLIMIT_DATA, &limit) != 0) std::_Exit(2);
 #endif

@@ -89,7 +89,7 @@ TEST_F(CyclesTest, TwoHundredInOneProcessLeaveNothingBehind)
     }
     // The health reporter of the process keeps the two configuration events of each service, which repeat for ever.
     EXPECT_LT(heapBytes(), heap + 512 * (kCycles - kWarmUp));
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef ORVANE_SANITIZED
     EXPECT_LT(residentBytes(), resident + 2 * 1024 * 1024);
 #endif
 }

@@ -59,7 +59,7 @@ struct TopicWiringTest : testing::Test {
 
     int connect()
     {
-        const auto count = [this](std::atomic<int>& counter) { return [&counter](const auto&) { ++counter; }; };
+        const auto count = [](std::atomic<int>& counter) { return [&counter](const auto&) { ++counter; }; };
         return wiring.connect({.bitReport = count(others),
                                .command = count(commands),
                                .response = count(responses),

@@ -84,7 +84,7 @@ TEST_F(ClockFileTest, WhatIsOutOfRangeIsRefusedAndChangesNothing)
 
 TEST_F(ClockFileTest, FileThatIsNoClockIsRefusedByName)
 {
-    for (const std::size_t size : {0, 16, 592, 593, 4096}) {
+    for (const std::size_t size : {0U, 16U, 592U, 593U, 4096U}) {
         const std::string path = m_directory.write("other", std::string(size, 'x'));
         EXPECT_EQ(errorOf([&] { ClockFile{path}; }), path + ": is no clock of lab-clock") << size;
     }

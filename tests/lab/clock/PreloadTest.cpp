@@ -30,7 +30,7 @@ class PreloadTest : public testing::TestWithParam<const char*> {
 protected:
     void SetUp() override
     {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ORVANE_SANITIZED
         GTEST_SKIP();
 #endif
     }

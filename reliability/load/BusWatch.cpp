@@ -1,7 +1,10 @@
 #include "reliability/load/BusWatch.h"
 
+#include "reliability/load/Navigator.h"
+
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 BusWatch::BusWatch() : m_thread([this](const std::stop_token& stop) { watch(stop); }) {}
 
@@ -19,14 +22,44 @@ void BusWatch::watch(const std::stop_token& stop)
 void BusWatch::take(const Bus::Json& line)
 {
     if (line.value("type", "") == "dropped") throw std::runtime_error("the bus has dropped lines");
-    const bool isBlended = line.value("type", "") == "tell" && line.value("tell", "") == "blended-navigation";
-    if (!isBlended || line.value("last", false) || line.at("timeOfValidity").is_null()) return;
+    if (line.value("type", "") != "tell" || line.value("last", false)) return;
+    const auto tell = line.value("tell", "");
+    if (tell == "blended-navigation")
+        takeBlended(line);
+    else if (tell == "warning-messages")
+        takeWarnings(line);
+    else if (tell == "navwar-sa")
+        takeThreats(line);
+}
+
+void BusWatch::takeBlended(const Bus::Json& line)
+{
+    if (line.at("timeOfValidity").is_null()) return;
     const auto made = Epochs::read(line.at("record"));
     const std::lock_guard lock(m_mutex);
     if (made)
         m_told.push_back({line.at("at_ms").get<double>(), *made});
     else
         ++m_unreadable;
+}
+
+void BusWatch::takeWarnings(const Bus::Json& line)
+{
+    NumberedTell tell{line.at("at_ms").get<double>(), {}};
+    for (const auto& warning : line.at("record").at("warnings"))
+        if (const auto number = Navigator::warningOf(warning.at("customText").get<std::string>()); number != 0)
+            tell.numbers.push_back(number);
+    const std::lock_guard lock(m_mutex);
+    m_warnings.push_back(std::move(tell));
+}
+
+void BusWatch::takeThreats(const Bus::Json& line)
+{
+    NumberedTell tell{line.at("at_ms").get<double>(), {}};
+    for (const auto& threat : line.at("record").at("threats"))
+        tell.numbers.push_back(Navigator::threatOf(threat.at("centreFrequency_Hz").get<double>()));
+    const std::lock_guard lock(m_mutex);
+    m_threats.push_back(std::move(tell));
 }
 
 void BusWatch::end()
@@ -47,6 +80,18 @@ std::vector<Told> BusWatch::told() const
 {
     const std::lock_guard lock(m_mutex);
     return m_told;
+}
+
+std::vector<NumberedTell> BusWatch::warnings() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_warnings;
+}
+
+std::vector<NumberedTell> BusWatch::threats() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_threats;
 }
 
 std::size_t BusWatch::unreadable() const

@@ -2,6 +2,7 @@
 #define RELIABILITY_LOAD_BUSWATCH_H
 
 #include "reliability/load/Joins.h"
+#include "reliability/load/Numbered.h"
 #include "tests/support/Desk.h"
 
 #include <cstddef>
@@ -12,7 +13,7 @@
 #include <vector>
 
 /// A client of the bus that takes what comes at once, and keeps each Blended Navigation that was made of numbered
-/// epochs. Any thread may ask.
+/// epochs, and the numbers of warnings and threats. Any thread may ask.
 class BusWatch {
 public:
     BusWatch();
@@ -28,6 +29,8 @@ public:
 
     std::size_t count() const;
     std::vector<Told> told() const;
+    std::vector<NumberedTell> warnings() const;
+    std::vector<NumberedTell> threats() const;
 
     /// Records that were made of no numbered epoch, but for the default of the start.
     std::size_t unreadable() const;
@@ -38,9 +41,13 @@ public:
 private:
     void watch(const std::stop_token& stop);
     void take(const Bus::Json& line);
+    void takeBlended(const Bus::Json& line);
+    void takeWarnings(const Bus::Json& line);
+    void takeThreats(const Bus::Json& line);
 
     mutable std::mutex m_mutex;  // guards what follows
     std::vector<Told> m_told;
+    std::vector<NumberedTell> m_warnings, m_threats;
     std::size_t m_unreadable = 0;
     std::string m_failure;
     std::jthread m_thread;

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -76,11 +77,27 @@ void setBySet(Report& report, int sets)
     endInOrder(report, load.desk.service(), what);
 }
 
+void judgeNumbered(Report& report, const std::string& what, const std::vector<NumberedTell>& tells,
+                   const SentTimes& sent, Numbered::Comes comes, double floodEnd)
+{
+    const auto findings = Numbered::judge(tells, sent, comes);
+    report.figure(what + ", told", static_cast<double>(findings.all));
+    report.expect(findings.all > 0, what + ": none was told");
+    report.expect(findings.leftOut == 0, what + ": left out: " + std::to_string(findings.leftOut));
+    report.expect(findings.repeated == 0, what + ": told again: " + std::to_string(findings.repeated));
+    report.expect(findings.neverSent == 0, what + ": never sent: " + std::to_string(findings.neverSent));
+    report.expect(findings.tooLong == 0, what + ": more than fifty in a tell");
+    std::vector<NumberedTell> meanwhile = tells;
+    std::erase_if(meanwhile, [&](const NumberedTell& tell) { return tell.at > floodEnd; });
+    Statistics::tell(report, what + ", newer one left out for", Numbered::judge(meanwhile, sent, comes).outdated, "ms");
+}
+
 /// Sends each input at a rate, whether the service keeps up or not.
 void flood(Report& report, double rate, Seconds time)
 {
     const std::string what = std::to_string(std::lround(rate)) + " Hz";
-    report.note(what + " of each input for " + std::to_string(std::lround(time.count())) + " s");
+    report.note(what + " of each input and of messages 5044 and 15051 for " +
+                std::to_string(std::lround(time.count())) + " s");
     Load load;
     ProcessWatch watch(load.desk.service().id());
     const auto turnsBefore = load.desk.count(kTurn);
@@ -96,11 +113,19 @@ void flood(Report& report, double rate, Seconds time)
     const double told = static_cast<double>(load.bus->count());
     report.figure(what + ", sent", load.navigator->flooded() / seconds, "Hz of each input",
                   {Goal::AtLeast, 0.95 * rate});
+    report.figure(what + ", messages 5044 sent", load.navigator->floodedWarnings() / seconds, "Hz",
+                  {Goal::AtLeast, 0.95 * rate});
+    report.figure(what + ", messages 15051 sent", load.navigator->floodedThreats() / seconds, "Hz",
+                  {Goal::AtLeast, 0.95 * rate});
     report.figure(what + ", turns of the worker", static_cast<double>(turns));
     report.figure(what + ", records told", told, "", {Goal::AtLeast, 0.99 * static_cast<double>(turns) - 1.0});
     // One that was under way at either end, and what was left for the first turn behind it.
     report.expect(told <= static_cast<double>(turns) + 2.0, what + ": more than one record a turn");
     judge(report, load, what, Navigator::blockEpochs(rate), floodEnd);
+    judgeNumbered(report, what + ", warnings", load.bus->warnings(), load.navigator->sentWarnings(),
+                  Numbered::Comes::Again, floodEnd);
+    judgeNumbered(report, what + ", threats", load.bus->threats(), load.navigator->sentThreats(), Numbered::Comes::Once,
+                  floodEnd);
     endInOrder(report, load.desk.service(), what);
 }
 

@@ -47,6 +47,7 @@ public:
     struct Rate {
         double joins = 0;
         double tells = 0;
+        double seconds = 0;  ///< that it lasted
     };
 
     /// While `body` runs.
@@ -58,7 +59,7 @@ public:
         body();
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         return {static_cast<double>(joins() - joinsBefore) / passed.count(),
-                static_cast<double>(tells() - tellsBefore) / passed.count()};
+                static_cast<double>(tells() - tellsBefore) / passed.count(), passed.count()};
     }
 
     /// Joins a second of so many behind the next one; 0 if they don't come within half a minute.

@@ -40,7 +40,7 @@ std::size_t newRows(const std::vector<std::string>& before, const std::vector<st
 void BusLines::take(const std::string& line, Published& published)
 {
     if (line.starts_with("{\"type\":\"answer\"")) {
-        ++published.answers;
+        published.answers.push_back(static_cast<int>(numberOf(line, "id")));
         published.refused += !has(line, "\"ok\":true");
         return;
     }
@@ -59,7 +59,7 @@ void BusLines::take(const std::string& line, Published& published)
     } else if (has(line, "\"tell\":\"warning-messages\"")) {
         takeWarnings(line, published);
     } else if (has(line, "\"tell\":\"execute-built-in-tests\"")) {
-        ++published.tests;
+        published.tests.push_back(published.atMs);
     } else if (has(line, "\"tell\":\"system-configuration\"")) {
         if (has(line, kWholeConfiguration)) published.configurations.push_back(published.atMs);
     }
@@ -82,7 +82,7 @@ void BusLines::takeWarnings(const std::string& line, Published& published)
         const bool isCleared = has(rows[i], "Clear data complete");
         if (isOfGps) published.gpsWarnings.push_back({published.atMs, isLost});
         if (!isOfGps && !isCleared) published.otherWarnings.push_back(published.atMs);
-        published.cleared += isCleared;
+        if (isCleared) published.clearings.push_back(published.atMs);
         published.timedOut += has(rows[i], "timed out after 7200 seconds");
     }
     m_rows = std::move(rows);
@@ -96,9 +96,9 @@ BusTap::~BusTap()
     m_thread.join();
 }
 
-void BusTap::request(const std::string& name)
+void BusTap::request(const std::string& name, int id)
 {
-    m_socket.send(Json{{"request", name}}.dump());
+    m_socket.send(Json{{"request", name}, {"id", id}}.dump());
 }
 
 Published BusTap::published() const

@@ -31,14 +31,14 @@ struct Published {
     std::vector<Threats> threatTells;
     std::size_t warnings = 0;  ///< that were new in a list of warnings
     std::vector<GpsWarning> gpsWarnings;
-    std::size_t cleared = 0;                  ///< those of them that tell of data cleared
+    std::vector<std::int64_t> clearings;      ///< wall clock, ms, of those of them that tell of data cleared
     std::size_t timedOut = 0;                 ///< those of them that tell of a clearing that timed out
     std::vector<std::int64_t> otherWarnings;  ///< wall clock, ms, of those that tell neither of GPS nor of data cleared
-    std::size_t tests = 0;                    ///< built-in tests that have begun
-    std::size_t answers = 0;
-    std::size_t refused = 0;                   ///< answers that are not `ok`
-    std::size_t dropped = 0;                   ///< lines that came too fast
-    std::int64_t atMs = 0;                     ///< wall clock of the last publication
+    std::vector<std::int64_t> tests;          ///< wall clock, ms, of built-in tests that have begun
+    std::vector<int> answers;                 ///< the ids of their requests
+    std::size_t refused = 0;                  ///< answers that are not `ok`
+    std::size_t dropped = 0;                  ///< lines that came too fast
+    std::int64_t atMs = 0;                    ///< wall clock of the last publication
     std::vector<std::int64_t> configurations;  ///< wall clock, ms, of those that are whole
 };
 
@@ -64,7 +64,7 @@ public:
     BusTap(const BusTap&) = delete;
     BusTap& operator=(const BusTap&) = delete;
 
-    void request(const std::string& name);
+    void request(const std::string& name, int id);
     Published published() const;
     bool hasEnded() const { return m_hasEnded; }
 

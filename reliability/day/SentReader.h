@@ -1,6 +1,7 @@
 #ifndef RELIABILITY_DAY_SENTREADER_H
 #define RELIABILITY_DAY_SENTREADER_H
 
+#include "reliability/day/AnswerLedger.h"
 #include "reliability/day/GpsLedger.h"
 #include "reliability/day/JoinLedger.h"
 #include "reliability/day/PartNumberLedger.h"
@@ -11,13 +12,16 @@
 #include <string>
 #include <utility>
 
-/// What is entered in from both ends: what unit-sim has sent, and what was published.
+/// What is entered in from both ends: what unit-sim has sent and clients have asked for, and what was published.
 struct Ledgers {
     JoinLedger joins;
     GpsLedger gps;
     PartNumberLedger partNumbers;
     TellLedger threats;
     TellLedger warnings;  // of the unit
+    TellLedger clearings;
+    TellLedger tests;
+    AnswerLedger answers;
 };
 
 /// What unit-sim has sent, read from its log as far as it has got. One thread at a time.

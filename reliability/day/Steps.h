@@ -78,8 +78,8 @@ private:
     {
         m_unit.setRate(Unit::kTrueRate);
         const double begin = m_unit.seconds();
-        m_unit.tap().request("clear-data");
-        if (!m_report.expect(eventually([&] { return m_unit.tap().published().answers > 0; }),
+        m_unit.tap().request("clear-data", 1);
+        if (!m_report.expect(eventually([&] { return !m_unit.tap().published().answers.empty(); }),
                              "clear-data has no answer"))
             return;
         const auto machineBegin = std::chrono::steady_clock::now();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -74,16 +75,22 @@ TEST_F(BusLinesTest, ClearingsAreKnownByTheirTexts)
 {
     take(warnings({row(22, "OrvaneServer: Clear data complete for command, REQUEST_ZEROIZE."),
                    row(23, "OrvaneServer: Clear data command,  REQUEST_ZEROIZE, timed out after 7200 seconds.")}));
-    EXPECT_EQ(m_published.cleared, 1U);
+    EXPECT_EQ(m_published.clearings, (std::vector<std::int64_t>{1}));
     EXPECT_EQ(m_published.timedOut, 1U);
 }
 
-TEST_F(BusLinesTest, AnswersAndRefusalsCount)
+TEST_F(BusLinesTest, AnswersAreKnownByTheirIdsAndRefusalsCount)
 {
-    take(R"({"type":"answer","request":"bit-run","ok":true})");
-    take(R"({"type":"answer","request":"bit-run","ok":false,"error":"there is no service"})");
-    EXPECT_EQ(m_published.answers, 2U);
+    take(R"({"type":"answer","request":"bit-run","id":7,"ok":true})");
+    take(R"({"type":"answer","request":"bit-run","id":12,"ok":false,"error":"there is no service"})");
+    EXPECT_EQ(m_published.answers, (std::vector<int>{7, 12}));
     EXPECT_EQ(m_published.refused, 1U);
+}
+
+TEST_F(BusLinesTest, TestsAreKnownByTheirTimes)
+{
+    take(R"({"type":"tell","tell":"execute-built-in-tests","at_ms":17,"expectedSeconds":60,"id":"1"})");
+    EXPECT_EQ(m_published.tests, (std::vector<std::int64_t>{17}));
 }
 
 TEST_F(BusLinesTest, DroppedLinesCount)

@@ -1,3 +1,4 @@
+#include "reliability/day/AnswerLedger.h"
 #include "reliability/day/GpsLedger.h"
 #include "reliability/day/Growth.h"
 #include "reliability/day/Pace.h"
@@ -131,6 +132,37 @@ TEST(TellLedgerTest, NothingIsDueThatWasSentBeforeTheLifeOrBehindIt)
     EXPECT_EQ(fourSent({}).verdict(50, 150).due, 1U);
     EXPECT_EQ(fourSent({}).verdict(50, 150).missing, 1U);
     EXPECT_EQ(fourSent({101.0, 201.0}).verdict(50, 150).unexpected, 0U);
+}
+
+TEST(AnswerLedgerTest, LostAnswerAndDoubledOneDoNotMakeUpForEachOther)
+{
+    AnswerLedger ledger;
+    ledger.addAsked(1, 10.0);
+    ledger.addAsked(2, 11.0);
+    ledger.addAnswer(1);
+    ledger.addAnswer(1);
+    const auto verdict = ledger.verdict(100.0);
+    EXPECT_EQ(verdict.due, 2U);
+    EXPECT_EQ(verdict.missing, 1U);
+    EXPECT_EQ(verdict.unexpected, 1U);
+}
+
+TEST(AnswerLedgerTest, AnswerToNothingIsUnexpected)
+{
+    AnswerLedger ledger;
+    ledger.addAnswer(0);
+    EXPECT_EQ(ledger.verdict(100.0).unexpected, 1U);
+    EXPECT_EQ(ledger.verdict(100.0).due, 0U);
+}
+
+TEST(AnswerLedgerTest, NothingIsDueThatWasAskedLater)
+{
+    AnswerLedger ledger;
+    ledger.addAsked(1, 90.0);
+    EXPECT_EQ(ledger.verdict(80.0).due, 0U);
+    EXPECT_EQ(ledger.verdict(100.0).missing, 1U);
+    ledger.addAnswer(1);
+    EXPECT_EQ(ledger.verdict(80.0).unexpected, 0U);
 }
 
 TEST(PartNumberLedgerTest, RequestsEveryTenSecondsAndTheConfigurationAreAllThatIsDue)

@@ -59,7 +59,9 @@ void BusLines::take(const std::string& line, Published& published)
     } else if (has(line, "\"tell\":\"warning-messages\"")) {
         takeWarnings(line, published);
     } else if (has(line, "\"tell\":\"execute-built-in-tests\"")) {
-        published.tests.push_back(published.atMs);
+        if (!has(line, "\"id\":\"\"")) published.tests.push_back(published.atMs);
+    } else if (has(line, "\"tell\":\"clear-built-in-test-results\"")) {
+        published.testsForgotten += has(line, "\"cleared\":1");
     } else if (has(line, "\"tell\":\"system-configuration\"")) {
         if (has(line, kWholeConfiguration)) published.configurations.push_back(published.atMs);
     }

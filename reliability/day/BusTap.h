@@ -35,6 +35,7 @@ struct Published {
     std::size_t timedOut = 0;                 ///< those of them that tell of a clearing that timed out
     std::vector<std::int64_t> otherWarnings;  ///< wall clock, ms, of those that tell neither of GPS nor of data cleared
     std::vector<std::int64_t> tests;          ///< wall clock, ms, of built-in tests that have begun
+    std::size_t testsForgotten = 0;           ///< times that their results were
     std::vector<int> answers;                 ///< the ids of their requests
     std::size_t refused = 0;                  ///< answers that are not `ok`
     std::size_t dropped = 0;                  ///< lines that came too fast

@@ -32,7 +32,10 @@ public:
             at += 15.0;
         }
         for (double at = from; (at += 30.0 + gap(300.0)) < to - 30.0;) m_plan.requests.push_back({at, "clear-data"});
-        for (double at = from; (at += 60.0 + gap(300.0)) < to - 60.0;) m_plan.requests.push_back({at, "bit-run"});
+        for (double at = from; (at += 60.0 + gap(300.0)) < to - 60.0;) {
+            m_plan.requests.push_back({at, "bit-run"});
+            m_plan.requests.push_back({at + 50.0, "bit-clear"});  // whoever does not, has the service keep 50 results
+        }
     }
 
     void finish()

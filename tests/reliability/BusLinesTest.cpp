@@ -118,3 +118,17 @@ TEST_F(BusLinesTest, ConfigurationIsWholeByItsName)
     take(R"({"type":"tell","tell":"system-configuration","at_ms":7,"record":{"systemName":""}})");
     EXPECT_EQ(m_published.configurations, (std::vector<std::int64_t>{6}));
 }
+
+TEST_F(BusLinesTest, ATestThatIsNotTakenCountsForNothing)
+{
+    take(R"({"type":"tell","tell":"execute-built-in-tests","at_ms":5,"expectedSeconds":25.0,"id":"49"})");
+    take(R"({"type":"tell","tell":"execute-built-in-tests","at_ms":6,"expectedSeconds":0.0,"id":""})");
+    EXPECT_EQ(m_published.tests, (std::vector<std::int64_t>{5}));
+}
+
+TEST_F(BusLinesTest, ResultsAreForgottenWhereTheServiceSaysSo)
+{
+    take(R"({"type":"tell","tell":"clear-built-in-test-results","at_ms":5,"cleared":1})");
+    take(R"({"type":"tell","tell":"clear-built-in-test-results","at_ms":6,"cleared":0})");
+    EXPECT_EQ(m_published.testsForgotten, 1U);
+}

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <vector>
 
 TEST(DayPlanTest, SameSeedGivesTheSameDay)
 {
@@ -33,4 +34,15 @@ TEST(DayPlanTest, NothingIsAskedForAboutTheEndOfALife)
         EXPECT_GE(ofLife, 90.0);
         EXPECT_LE(ofLife, 21450.0);
     }
+}
+
+TEST(DayPlanTest, TheResultOfEachTestIsForgottenLater)
+{
+    std::vector<double> runs, forgotten;
+    for (const auto& request : DayPlan::random(1, 86400, 4).requests) {
+        if (request.name == "bit-run") runs.push_back(request.at + 50.0);
+        if (request.name == "bit-clear") forgotten.push_back(request.at);
+    }
+    EXPECT_GT(runs.size(), 100U);
+    EXPECT_EQ(forgotten, runs);
 }

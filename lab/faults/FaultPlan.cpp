@@ -124,11 +124,14 @@ void readLine(Line& line, const std::string& verb, Plan& plan)
     } else if (verb == "count" || verb == "log") {
         line.requireWord("to");
         (verb == "count" ? plan.countFile : plan.logFile) = line.required("a file");
+    } else if (verb == "descriptors") {
+        line.requireWord("to");
+        plan.descriptorsFile = line.required("a file");
     } else if (verb == "control") {
         line.requireWord("by");
         plan.controlFile = line.required("a file");
     } else {
-        line.refuse(verb, "one of fail, only, count, log, control");
+        line.refuse(verb, "one of fail, only, count, log, descriptors, control");
     }
     line.requireEnd();
 }

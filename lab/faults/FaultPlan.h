@@ -78,6 +78,7 @@ struct Plan {
     std::string countFile;
     std::string logFile;
     std::string controlFile;
+    std::string descriptorsFile;
 };
 
 /// Reads a plan, a line each:
@@ -87,6 +88,7 @@ struct Plan {
 ///     count to FILE
 ///     log to FILE
 ///     control by FILE
+///     descriptors to FILE
 ///
 /// Empty lines and what follows a `#` are passed over. Throws `std::runtime_error`, whose text names file, line, the
 /// word that is wrong, and what would be right.

@@ -328,10 +328,24 @@ void mapControl(const std::string& path)
     s_isReady.store(true, std::memory_order_release);
 }
 
-[[gnu::destructor]] void end()
+/// A line for each descriptor of the program that is open: its path, or what else the kernel calls it.
+void noteDescriptors()
 {
-    if (!s_isReady || s_plan->countFile.empty()) return;
-    const Inside inside;
+    const int file = openOwn(s_plan->descriptorsFile, O_WRONLY | O_CREAT | O_TRUNC);
+    for (int descriptor = 0; descriptor < kLowestOwnDescriptor; ++descriptor) {
+        Path target{};
+        const char* const path = pathOf({nullptr, descriptor}, target);
+        if (!path) continue;
+        Text text;
+        text.addWord(path);
+        text.add("\n");
+        text.writeTo(file);
+    }
+    close(file);
+}
+
+void noteCounts()
+{
     const int file = openOwn(s_plan->countFile, O_WRONLY | O_CREAT | O_TRUNC);
     for (std::size_t i = 0; i < faults::kKindCount; ++i) {
         Text text;
@@ -342,6 +356,15 @@ void mapControl(const std::string& path)
         text.writeTo(file);
     }
     close(file);
+}
+
+/// What the program has made of static duration is gone by then.
+[[gnu::destructor]] void end()
+{
+    if (!s_isReady) return;
+    const Inside inside;
+    if (!s_plan->descriptorsFile.empty()) noteDescriptors();
+    if (!s_plan->countFile.empty()) noteCounts();
 }
 
 }  // namespace

@@ -74,6 +74,8 @@ std::string Facts::text() const
                           {"vclNew", isVclNew},
                           {"vclAnswer", vclAnswer},
                           {"descriptors", moreDescriptors},
+                          {"open", open},
+                          {"left", left},
                           {"deafBefore", wasDeafBefore},
                           {"lines", lines},
                           {"log", log}}
@@ -95,9 +97,19 @@ Facts Facts::of(const std::string& text)
     facts.isVclNew = json.value("vclNew", false);
     facts.vclAnswer = json.value("vclAnswer", "");
     json.at("descriptors").get_to(facts.moreDescriptors);
+    facts.open = json.value("open", facts.open);
+    facts.left = json.value("left", facts.left);
     json.at("lines").get_to(facts.lines);
     json.at("log").get_to(facts.log);
     return facts;
+}
+
+std::string withoutNode(const std::string& place)
+{
+    const auto bracket = place.find(":[");
+    const bool isNumbered = bracket != std::string::npos && !place.starts_with('/') && place.ends_with(']') &&
+                            place.find_first_not_of("0123456789", bracket + 2) == place.size() - 1;
+    return isNumbered ? place.substr(0, bracket + 1) : place;
 }
 
 std::string withoutNumbers(const std::string& line)

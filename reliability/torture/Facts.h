@@ -44,6 +44,8 @@ struct Facts {
     bool isVclNew = false;       // the new one
     std::string vclAnswer;       // that the client got who saved it: "saved", "refused", "none"; empty: not asked for
     int moreDescriptors = 0;     // than before the phase
+    std::vector<std::string> open;   // what descriptors stand for where it joined after a start; empty: not looked at
+    std::vector<std::string> left;   // the same at its exit; empty: not looked at, or it was ended by a signal
     std::vector<std::string> lines;  // of the console, and texts of events
     std::vector<std::string> log;    // what the library of failing calls noted
 
@@ -52,6 +54,9 @@ struct Facts {
     /// Throws if it isn't one.
     static Facts of(const std::string& text);
 };
+
+/// What a descriptor stands for, as the kernel calls it, without what tells two of a kind: "socket:[12]" is "socket:".
+std::string withoutNode(const std::string& place);
 
 /// A line without its numbers, so that those of two runs are alike.
 std::string withoutNumbers(const std::string& line);

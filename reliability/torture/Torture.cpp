@@ -270,11 +270,12 @@ private:
         for (const auto& caller : m_options.callers)
             for (const Phase phase : m_options.phases) runs.insert(runs.end(), lives, {phase, "", 0, true, caller});
         inParallel(runs.size(), [&](std::size_t i) {
-            const Facts facts = factsOf(runs[i]);
+            Facts facts = factsOf(runs[i]);
+            if (facts.isDeaf) facts = factsOf(runs[i]);  // as of `observed`
             const std::lock_guard lock(m_mutex);
             m_report.expect(facts.hang.empty() && facts.signal == 0 && facts.status == 0 && !facts.isDeaf,
                             "a service in which nothing fails does not work");
-            for (const auto& line : facts.lines) m_usual.insert(torture::withoutNumbers(line));
+            m_usual.add(runs[i].phase, facts);
             for (const auto& [kind, calls] : facts.calls) {
                 std::uint64_t& most = m_calls[rowOf({runs[i].phase, kind, 0, true, runs[i].caller})];
                 most = std::max(most, calls);
@@ -338,8 +339,9 @@ private:
     {
         if (const auto facts = earlier(point)) return tell(judge, point, *facts);
         if (isOver()) return;
-        Facts facts = observed(point);
-        std::erase_if(facts.lines, [&](const auto& line) { return m_usual.contains(torture::withoutNumbers(line)); });
+        Facts facts = observed(judge, point);
+        std::erase_if(facts.lines,
+                      [&](const auto& line) { return m_usual.lines.contains(torture::withoutNumbers(line)); });
         {
             const std::lock_guard lock(m_mutex);
             m_walked.add(point, facts);
@@ -349,11 +351,13 @@ private:
 
     /// A service that joins no more is looked at twice more: on a busy machine one in a thousand trials has been without a
     /// join where the same call failed without harm in all others. Such a one is told, and is no broken promise; all else
-    /// that was seen of it is judged.
-    Facts observed(const Point& point)
+    /// that was seen of it is judged. One that holds descriptors too many is looked at once more: the bus may just have
+    /// been about to let a client go.
+    Facts observed(const torture::Judge& judge, const Point& point)
     {
         const auto isAlive = [](const Facts& facts) { return facts.hang.empty() && facts.signal == 0; };
         Facts first = factsOf(point);
+        if (isAlive(first) && judge.leavesOpen(point.phase, first)) first = factsOf(point);
         if (!isAlive(first) || !torture::isDeafUntold(first)) return first;
         for (int again = 0; again < 2; ++again)
             if (Facts facts = factsOf(point); !isAlive(facts) || torture::isDeafUntold(facts)) return facts;
@@ -443,7 +447,7 @@ private:
     const Options m_options;
     Report& m_report;
     std::mutex m_mutex;
-    std::set<std::string> m_usual;
+    torture::Usual m_usual;
     std::map<std::string, std::uint64_t> m_calls;  // by phase, kind and caller
     std::map<std::string, std::array<std::uint64_t, torture::kEndings>> m_counts;
     torture::Walked m_walked;

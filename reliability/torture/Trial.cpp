@@ -35,6 +35,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kVclFile = "/opt/halvex/config/APNT_VCL_1_9.xml";
+constexpr const char* kDescriptors = "/tmp/descriptors";
 constexpr auto kLimit = 30s;     // for what must come to its end
 constexpr auto kPatience = 4s;   // for what a failed call may keep from happening
 constexpr auto kRecovery = 15s;  // until a join, once calls succeed again
@@ -126,15 +127,16 @@ bool mayTakePriority()
     return isAllowed;
 }
 
-int descriptorsOf(pid_t process)
+/// What each descriptor of a process stands for.
+std::vector<std::string> descriptorsOf(pid_t process)
 {
     std::error_code error;
-    int count = 0;
+    std::vector<std::string> places;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd", error)) {
-        static_cast<void>(entry);
-        ++count;
+        const auto place = std::filesystem::read_symlink(entry.path(), error);
+        if (!error) places.push_back(withoutNode(place));
     }
-    return count;
+    return places;
 }
 
 void addLines(std::vector<std::string>& lines, const std::string& text)
@@ -145,7 +147,7 @@ void addLines(std::vector<std::string>& lines, const std::string& text)
 
 std::string planOf(const Point& point)
 {
-    std::string plan;
+    std::string plan = std::string("descriptors to ") + kDescriptors + "\n";
     if (!point.caller.empty()) plan += "only caller " + point.caller + "\n";
     if (!point.kind.empty() && point.call > 0)
         plan += "fail " + point.kind + " " + std::to_string(point.call) + (point.isOnce ? " once\n" : " on\n");
@@ -202,16 +204,18 @@ private:
         if (m_point.phase == Phase::Run) {
             const bool isReady = hasBus && m_inputs.waitForService() && m_partners.waitForService() && joins(kLimit);
             if (!isReady) throw std::runtime_error("the service does not work before anything fails");
-            const int before = descriptorsOf(m_process);
+            const auto before = descriptorsOf(m_process).size();
             m_calls.arm();
             work();
             m_calls.disarm();
             m_facts.isDeaf = !joins(kRecovery);
             noteVclAnswer();
-            const auto isBack = [&] { return isOver() || descriptorsOf(m_process) <= before; };
-            if (!eventually(isBack, kPatience)) m_facts.moreDescriptors = descriptorsOf(m_process) - before;
+            const auto isBack = [&] { return isOver() || descriptorsOf(m_process).size() <= before; };
+            if (!eventually(isBack, kPatience))
+                m_facts.moreDescriptors = static_cast<int>(descriptorsOf(m_process).size() - before);
         } else {
             m_facts.isDeaf = !joins(kRecovery);
+            if (m_point.phase == Phase::Start) m_facts.open = descriptorsOf(m_process);
         }
     }
 
@@ -322,6 +326,8 @@ private:
         for (const auto& item : m_events.inbox().items()) m_facts.lines.push_back("event: " + item.message.eventlog());
         m_facts.log = FailingCalls::log();
         m_facts.failed = m_calls.failed();
+        std::ifstream left(kDescriptors);
+        for (std::string place; std::getline(left, place);) m_facts.left.push_back(withoutNode(place));
         for (const auto& row : faults::kKinds)
             m_facts.calls[std::string(row.word)] = m_calls.calls(*faults::kindOf(row.word));
         const std::string vcl = readFile(kVclFile);

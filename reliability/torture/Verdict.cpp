@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
+#include <iterator>
 #include <utility>
 
 namespace torture {
@@ -134,6 +135,36 @@ bool isDeafUntold(const Facts& facts)
     return facts.isDeaf && std::ranges::none_of(facts.lines, &isDeafnessTold);
 }
 
+void Usual::add(Phase phase, const Facts& facts)
+{
+    for (const auto& line : facts.lines) lines.insert(withoutNumbers(line));
+    const auto widen = [&](std::map<Phase, Places>& usual, const std::vector<std::string>& seen) {
+        Places both;
+        std::ranges::set_union(usual[phase], Places(seen.begin(), seen.end()), std::inserter(both, both.end()));
+        usual[phase] = std::move(both);
+    };
+    if (!facts.open.empty()) widen(open, facts.open);
+    if (!facts.left.empty()) widen(left, facts.left);
+}
+
+/// Those that are not usual, in words; empty if there are none.
+std::string Judge::descriptorsTooMany(Phase phase, const Facts& facts) const
+{
+    if (facts.moreDescriptors > 0) return std::to_string(facts.moreDescriptors) + " descriptors stay open";
+    const auto surplus = [&](const std::map<Phase, Usual::Places>& usual, const std::vector<std::string>& seen) {
+        std::string text;
+        const auto known = usual.find(phase);
+        if (known == usual.end()) return text;
+        std::vector<std::string> more;
+        std::ranges::set_difference(Usual::Places(seen.begin(), seen.end()), known->second, std::back_inserter(more));
+        for (const auto& place : more) text += " " + place;
+        return text;
+    };
+    if (const auto more = surplus(m_usual.open, facts.open); !more.empty()) return "stay open after the start:" + more;
+    if (const auto more = surplus(m_usual.left, facts.left); !more.empty()) return "stay open to the exit:" + more;
+    return "";
+}
+
 Verdict Judge::judge(const Point& point, const Facts& facts) const
 {
     const FailedCall failed = failedCallOf(facts);
@@ -141,15 +172,14 @@ Verdict Judge::judge(const Point& point, const Facts& facts) const
     if (facts.signal != 0) return judgeCrash(point, facts);
     if (facts.status != 0) return {Ending::Broken, "ended with status " + std::to_string(facts.status)};
     if (!facts.isVclWhole) return {Ending::Broken, "the VCL file has neither the old text nor the new one"};
-    if (facts.moreDescriptors > 0)
-        return {Ending::Broken, std::to_string(facts.moreDescriptors) + " descriptors stay open"};
+    if (leavesOpen(point.phase, facts)) return {Ending::Broken, descriptorsTooMany(point.phase, facts)};
     if (isDeafUntold(facts)) return {Ending::Broken, "deaf from then on"};
     if (facts.vclAnswer == "saved" && !facts.isVclNew && !isRefusalTold(facts.lines))
         return {Ending::Broken, "the client was told that its VCL text is saved, and the file has the old one"};
     if (facts.failed == 0) return {Ending::NotReached, ""};
 
     const auto isNew = [&](const std::string& line) {
-        return tellsFailure(line) && !m_usual.contains(withoutNumbers(line));
+        return tellsFailure(line) && !m_usual.lines.contains(withoutNumbers(line));
     };
     if (const auto line = std::ranges::find_if(facts.lines, isNew); line != facts.lines.end())
         return {Ending::Told, *line};

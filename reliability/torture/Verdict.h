@@ -3,6 +3,7 @@
 
 #include "reliability/torture/Facts.h"
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -49,24 +50,38 @@ struct Exception {
     bool covers(const Point& point, const Facts& facts, const FailedCall& failed) const;
 };
 
+/// What services say and hold in which nothing fails.
+struct Usual {
+    using Places = std::multiset<std::string>;
+
+    /// The more that one of them holds of a kind, the more is usual.
+    void add(Phase phase, const Facts& facts);
+
+    std::set<std::string> lines = {};              // and events, without their numbers
+    std::map<Phase, Places> open = {}, left = {};  // as in `Facts`; nothing is judged in a phase that is not there
+};
+
 /// What the service promises of calls that fail, whoever calls: it never hangs, and is ended by SIGABRT alone, from its
 /// main thread in a step of its walk; once calls succeed again it joins again, or has said that it won't; nothing stays
 /// open; who is told that a VCL text is saved finds it in the file; and a line or an event tells that something failed.
 class Judge {
 public:
-    /// @param usual       lines and events, without their numbers, of services in which nothing fails
     /// @param exceptions  the calls that may fail without a word
-    Judge(std::set<std::string> usual, std::vector<Exception> exceptions)
+    Judge(Usual usual, std::vector<Exception> exceptions)
         : m_usual(std::move(usual)), m_exceptions(std::move(exceptions))
     {}
 
     Verdict judge(const Point& point, const Facts& facts) const;
 
+    /// Whether it holds descriptors that it should not.
+    bool leavesOpen(Phase phase, const Facts& facts) const { return !descriptorsTooMany(phase, facts).empty(); }
+
 private:
     Verdict judgeCrash(const Point& point, const Facts& facts) const;
+    std::string descriptorsTooMany(Phase phase, const Facts& facts) const;
     Verdict judgeSilence(const Point& point, const Facts& facts, const FailedCall& failed) const;
 
-    const std::set<std::string> m_usual;
+    const Usual m_usual;
     const std::vector<Exception> m_exceptions;
 };
 

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using torture::Ending;
 using torture::Facts;
@@ -22,7 +23,8 @@ const std::string kOwnStack = " libstdc++.so.6+0xa8e1a OrvaneServer+0xd060e libc
 const std::string kMainStack = " libstdc++.so.6+0xa8e1a OrvaneServer+0xd060e libc.so.6+0x27305(__libc_start_main)";
 const std::string kForeignStack = " libstdc++.so.6+0xa8e1a libfastrtps.so.2.9+0x12(_ZN4eprosima) libc.so.6+0x891f5";
 
-const Judge kJudge({"line # of start"}, {{.function = "open", .place = "/config$", .reason = "it has its place"}});
+const Judge kJudge({.lines = {"line # of start"}},
+                   {{.function = "open", .place = "/config$", .reason = "it has its place"}});
 constexpr const char* kReadNoMore =
     "The queues are read no more, waiting for their input failed: Cannot allocate memory";
 
@@ -56,7 +58,7 @@ Ending endingOfSilence(const std::string& call, const std::string& stack = kOwnS
 {
     Facts facts = cleanEnd();
     facts.log = {"failed kind 3 errno 5 thread 7 of " + call + stack};
-    return Judge({"line # of start"}, torture::knownExceptions())
+    return Judge({.lines = {"line # of start"}}, torture::knownExceptions())
         .judge({Phase::Run, "kind", number, true, ""}, facts)
         .ending;
 }
@@ -198,7 +200,7 @@ TEST(TortureVerdictTest, ALostLineMayBeSilentWhereItIsTheLast)
 {
     Facts facts = cleanEnd();
     facts.log = {"failed write 2 errno 5 thread 7 of write at pipe:[12]" + kOwnStack};
-    const Judge judge({"line # of start"}, torture::knownExceptions());
+    const Judge judge({.lines = {"line # of start"}}, torture::knownExceptions());
     const Point second{Phase::Stop, "write", 2, true, ""};
     facts.calls["write"] = 2;
     EXPECT_EQ(judge.judge(second, facts).ending, Ending::Tolerated);
@@ -215,7 +217,8 @@ TEST(TortureVerdictTest, AReasonMayHoldInOnePhaseAlone)
 {
     Facts facts = cleanEnd();
     facts.log = {"failed read 1 errno 5 thread 7 of read" + kOwnStack};
-    const Judge judge({"line # of start"}, {{.function = "read", .phase = Phase::Stop, .reason = "it ends anyway"}});
+    const Judge judge({.lines = {"line # of start"}},
+                      {{.function = "read", .phase = Phase::Stop, .reason = "it ends anyway"}});
     EXPECT_EQ(judge.judge({Phase::Stop, "read", 1, true, ""}, facts).ending, Ending::Tolerated);
     EXPECT_EQ(judge.judge({Phase::Run, "read", 1, true, ""}, facts).ending, Ending::Broken);
 }
@@ -262,7 +265,7 @@ TEST(TortureVerdictTest, ATextThatCanNotTakeItsPlaceMayBeLostInSilenceIfItsClien
 {
     Facts facts = cleanEnd();
     facts.log = {"failed rename 1 errno 5 thread 7 of rename at /opt/halvex/config/a.xml.replacement" + kOwnStack};
-    const Judge judge({"line # of start"}, torture::knownExceptions());
+    const Judge judge({.lines = {"line # of start"}}, torture::knownExceptions());
     const Point point{Phase::Run, "rename", 1, true, ""};
     facts.vclAnswer = "refused";
     EXPECT_EQ(judge.judge(point, facts).ending, Ending::Tolerated);
@@ -403,4 +406,65 @@ TEST(TortureVerdictTest, FramesTellObjectOffsetAndFunction)
     EXPECT_EQ(frames[1].offset, "0xd060e");
     EXPECT_EQ(frames[2].function, "__libc_start_main");
     EXPECT_EQ(torture::ownerOf(frames), "OrvaneServer");
+}
+
+TEST(TortureVerdictTest, NodesOfTheKernelAreAlikeAndPathsStayWhole)
+{
+    EXPECT_EQ(torture::withoutNode("socket:[4711]"), "socket:");
+    EXPECT_EQ(torture::withoutNode("anon_inode:[eventfd]"), "anon_inode:[eventfd]");
+    EXPECT_EQ(torture::withoutNode("/tmp/a:[12]"), "/tmp/a:[12]");
+    EXPECT_EQ(torture::withoutNode("/dev/mcs5"), "/dev/mcs5");
+}
+
+namespace {
+
+/// How a service ends after a start in which a call failed, and which it told. One in which nothing fails has two pipes
+/// and a socket at work, and a pipe at its exit.
+torture::Verdict verdictOfStart(const std::vector<std::string>& open, const std::vector<std::string>& left)
+{
+    Facts clean = cleanEnd();
+    clean.open = {"pipe:", "pipe:"};
+    clean.left = {"pipe:"};
+    torture::Usual usual;
+    usual.add(Phase::Start, clean);
+    clean.open = {"pipe:", "socket:"};
+    usual.add(Phase::Start, clean);
+
+    Facts facts = cleanEnd();
+    facts.lines.emplace_back("Unable to open");
+    facts.open = open;
+    facts.left = left;
+    return Judge(usual, {}).judge({Phase::Start, "open", 1, true, ""}, facts);
+}
+
+}  // namespace
+
+TEST(TortureVerdictTest, ADescriptorMoreThanUsualAfterAStartIsABrokenPromise)
+{
+    EXPECT_EQ(verdictOfStart({"pipe:", "pipe:", "socket:"}, {}).ending, Ending::Told);
+    EXPECT_EQ(verdictOfStart({"socket:", "pipe:", "/dev/mcs5"}, {}).why, "stay open after the start: /dev/mcs5");
+    EXPECT_EQ(verdictOfStart({"pipe:", "pipe:", "pipe:"}, {}).ending, Ending::Broken);
+}
+
+TEST(TortureVerdictTest, ADescriptorMoreThanUsualAtTheExitIsABrokenPromise)
+{
+    EXPECT_EQ(verdictOfStart({}, {"pipe:"}).ending, Ending::Told);
+    EXPECT_EQ(verdictOfStart({}, {"pipe:", "/dev/mem"}).why, "stay open to the exit: /dev/mem");
+}
+
+TEST(TortureVerdictTest, DescriptorsAreNotJudgedWhereNothingIsUsual)
+{
+    Facts facts = cleanEnd();
+    facts.lines.emplace_back("Unable to open");
+    facts.left = {"/dev/mem"};
+    EXPECT_EQ(endingOf(facts, Phase::Stop), Ending::Told);
+}
+
+TEST(TortureVerdictTest, DescriptorsComeBackFromAFileOfFacts)
+{
+    Facts facts = cleanEnd();
+    facts.open = {"pipe:", "/dev/mcs5"};
+    facts.left = {"/dev/null"};
+    EXPECT_EQ(Facts::of(facts.text()).open, facts.open);
+    EXPECT_EQ(Facts::of(facts.text()).left, facts.left);
 }

@@ -170,3 +170,11 @@ TEST_F(FailingCallsTest, AMissingPlanEndsTheProgramAtOnce)
     EXPECT_EQ(victim.wait(), Ending({2, 0}));
     EXPECT_EQ(victim.errors(), "faults: " + path("nothing") + ": No such file or directory\n");
 }
+
+TEST_F(FailingCallsTest, WhatIsStillOpenAtTheExitIsNamed)
+{
+    outputOf("descriptors to " + path("descriptors"), {"read", "keep"});
+    const std::string open = file("descriptors");
+    EXPECT_THAT(open, HasSubstr("\n/dev/zero\n"));
+    EXPECT_EQ(open.find("/dev/zero"), open.rfind("/dev/zero"));  // "read" has closed it
+}

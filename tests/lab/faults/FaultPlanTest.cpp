@@ -61,13 +61,14 @@ TEST(FaultPlanTest, EveryKindIsFoundByItsWord)
 
 TEST(FaultPlanTest, FilesAndLimitsAreRead)
 {
-    const faults::Plan plan =
-        planOf("# a comment\n\nonly caller Orvane\nonly path /dev/mcs\ncount to a\nlog to b # here\ncontrol by c\n");
+    const faults::Plan plan = planOf("# a comment\n\nonly caller Orvane\nonly path /dev/mcs\ncount to a\nlog to b # "
+                                     "here\ncontrol by c\ndescriptors to d\n");
     EXPECT_EQ(plan.caller, "Orvane");
     EXPECT_EQ(plan.path, "/dev/mcs");
     EXPECT_EQ(plan.countFile, "a");
     EXPECT_EQ(plan.logFile, "b");
     EXPECT_EQ(plan.controlFile, "c");
+    EXPECT_EQ(plan.descriptorsFile, "d");
     EXPECT_TRUE(plan.rules.empty());
 }
 
@@ -79,7 +80,7 @@ TEST(FaultPlanTest, ManyCallsMayFail)
 TEST(FaultPlanTest, WrongWordIsNamedWithItsLine)
 {
     EXPECT_EQ(errorOf("\nfial read 1 on"),
-              "plan:2: 'fial', where there should be one of fail, only, count, log, control");
+              "plan:2: 'fial', where there should be one of fail, only, count, log, descriptors, control");
     EXPECT_EQ(errorOf("fail read 0 on"), "plan:1: '0', where there should be a call's number, from 1 on");
     EXPECT_EQ(errorOf("fail read 1x on"), "plan:1: '1x', where there should be a call's number, from 1 on");
     EXPECT_EQ(errorOf("fail read 18446744073709551616 on"),

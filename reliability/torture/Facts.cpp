@@ -70,6 +70,7 @@ std::string Facts::text() const
                           {"status", status},
                           {"signal", signal},
                           {"deaf", isDeaf},
+                          {"deafToLate", isDeafToLate},
                           {"vcl", isVclWhole},
                           {"vclNew", isVclNew},
                           {"vclAnswer", vclAnswer},
@@ -92,6 +93,7 @@ Facts Facts::of(const std::string& text)
     json.at("status").get_to(facts.status);
     json.at("signal").get_to(facts.signal);
     json.at("deaf").get_to(facts.isDeaf);
+    facts.isDeafToLate = json.value("deafToLate", false);
     facts.wasDeafBefore = json.value("deafBefore", false);
     json.at("vcl").get_to(facts.isVclWhole);
     facts.isVclNew = json.value("vclNew", false);

@@ -39,6 +39,7 @@ struct Facts {
     int status = -1;
     int signal = 0;
     bool isDeaf = false;         // fresh inputs were no more joined when all was well again
+    bool isDeafToLate = false;   // inputs of a peer that came after the start were not joined
     bool wasDeafBefore = false;  // in an earlier trial of the same point, and not in two more
     bool isVclWhole = true;      // the file has the old text or the new one
     bool isVclNew = false;       // the new one

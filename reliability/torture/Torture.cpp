@@ -361,7 +361,7 @@ private:
         if (!isAlive(first) || !torture::isDeafUntold(first)) return first;
         for (int again = 0; again < 2; ++again)
             if (Facts facts = factsOf(point); !isAlive(facts) || torture::isDeafUntold(facts)) return facts;
-        first.isDeaf = false;
+        first.isDeaf = first.isDeafToLate = false;
         first.wasDeafBefore = true;
         return first;
     }

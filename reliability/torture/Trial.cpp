@@ -215,18 +215,30 @@ private:
                 m_facts.moreDescriptors = static_cast<int>(descriptorsOf(m_process).size() - before);
         } else {
             m_facts.isDeaf = !joins(kRecovery);
-            if (m_point.phase == Phase::Start) m_facts.open = descriptorsOf(m_process);
+            if (m_point.phase == Phase::Start && !m_facts.isDeaf && !isOver()) lookAtStarted();
         }
     }
 
+    /// Where a call failed in the start, others that come later must find the service as well: Fast DDS may do without
+    /// what it listens with.
+    void lookAtStarted()
+    {
+        m_facts.open = descriptorsOf(m_process);
+        if (m_calls.failed() == 0) return;
+        const Inputs late(m_desk);
+        m_facts.isDeafToLate = !late.waitForService() || !joins(kRecovery, late);
+    }
+
+    bool joins(std::chrono::milliseconds limit) { return joins(limit, m_inputs); }
+
     /// Sends fresh inputs until the service tells a join of them.
-    bool joins(std::chrono::milliseconds limit)
+    bool joins(std::chrono::milliseconds limit, const Inputs& inputs)
     {
         const std::size_t before = tells();
         const auto end = std::chrono::steady_clock::now() + limit;
         while (std::chrono::steady_clock::now() < end && !isOver()) {
-            m_inputs.sendAll();
-            if (waitingInQueue() < 16384) m_inputs.sendReceiver();  // a full queue would be waited for
+            inputs.sendAll();
+            if (waitingInQueue() < 16384) inputs.sendReceiver();  // a full queue would be waited for
             if (eventually([&] { return tells() > before || isOver(); }, 1s)) return !isOver();
             if (isDeafnessTold(m_desk.service().errors() + m_desk.service().output())) return false;
         }

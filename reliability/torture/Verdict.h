@@ -43,7 +43,7 @@ struct Exception {
     std::string_view owner = {};  // beginning of the name of the library that calls; empty: the service's own code
     std::optional<Phase> phase = {};
     std::uint64_t call = 0;   // counted in the phase
-    bool isLast = false;      // of its kind in the phase
+    bool isLast = false;      // of its kind in the phase; not looked at where calls of all are counted
     bool isAnswered = false;  // the client who had the VCL text saved is told that it was not
     std::string_view reason = {};
 

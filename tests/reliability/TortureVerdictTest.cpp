@@ -201,11 +201,12 @@ TEST(TortureVerdictTest, ALostLineMayBeSilentWhereItIsTheLast)
     Facts facts = cleanEnd();
     facts.log = {"failed write 2 errno 5 thread 7 of write at pipe:[12]" + kOwnStack};
     const Judge judge({.lines = {"line # of start"}}, torture::knownExceptions());
-    const Point second{Phase::Stop, "write", 2, true, ""};
+    const Point second{Phase::Stop, "write", 2, true, "OrvaneServer"};
     facts.calls["write"] = 2;
     EXPECT_EQ(judge.judge(second, facts).ending, Ending::Tolerated);
     facts.calls["write"] = 3;
     EXPECT_EQ(judge.judge(second, facts).ending, Ending::Broken);
+    EXPECT_EQ(judge.judge({Phase::Stop, "write", 2, true, ""}, facts).ending, Ending::Tolerated);
 }
 
 TEST(TortureVerdictTest, MemoryForTheQualityOfAMessageMayBeRefusedInSilenceAndNoOther)
@@ -420,7 +421,8 @@ namespace {
 
 /// How a service ends after a start in which a call failed, and which it told. One in which nothing fails has two pipes
 /// and a socket at work, and a pipe at its exit.
-torture::Verdict verdictOfStart(const std::vector<std::string>& open, const std::vector<std::string>& left)
+torture::Verdict verdictOfStart(const std::vector<std::string>& open, const std::vector<std::string>& left,
+                                const std::string& call = "open")
 {
     Facts clean = cleanEnd();
     clean.open = {"pipe:", "pipe:"};
@@ -434,6 +436,7 @@ torture::Verdict verdictOfStart(const std::vector<std::string>& open, const std:
     facts.lines.emplace_back("Unable to open");
     facts.open = open;
     facts.left = left;
+    facts.log = {"failed kind 1 errno 24 thread 7 of " + call + kOwnStack};
     return Judge(usual, {}).judge({Phase::Start, "open", 1, true, ""}, facts);
 }
 
@@ -444,6 +447,13 @@ TEST(TortureVerdictTest, ADescriptorMoreThanUsualAfterAStartIsABrokenPromise)
     EXPECT_EQ(verdictOfStart({"pipe:", "pipe:", "socket:"}, {}).ending, Ending::Told);
     EXPECT_EQ(verdictOfStart({"socket:", "pipe:", "/dev/mcs5"}, {}).why, "stay open after the start: /dev/mcs5");
     EXPECT_EQ(verdictOfStart({"pipe:", "pipe:", "pipe:"}, {}).ending, Ending::Broken);
+}
+
+TEST(TortureVerdictTest, APipeMayStandInForWhatWakesAThread)
+{
+    const std::vector<std::string> open = {"pipe:", "pipe:", "pipe:", "pipe:"};
+    EXPECT_EQ(verdictOfStart(open, {}).ending, Ending::Broken);
+    EXPECT_EQ(verdictOfStart(open, {}, "eventfd").ending, Ending::Told);
 }
 
 TEST(TortureVerdictTest, ADescriptorMoreThanUsualAtTheExitIsABrokenPromise)
@@ -458,6 +468,15 @@ TEST(TortureVerdictTest, DescriptorsAreNotJudgedWhereNothingIsUsual)
     facts.lines.emplace_back("Unable to open");
     facts.left = {"/dev/mem"};
     EXPECT_EQ(endingOf(facts, Phase::Stop), Ending::Told);
+}
+
+TEST(TortureVerdictTest, WhoComesLaterMustBeHeardToo)
+{
+    Facts facts = cleanEnd();
+    facts.lines.emplace_back("Unable to open");
+    facts.isDeafToLate = true;
+    EXPECT_EQ(kJudge.judge({Phase::Start, "thread", 2, true, ""}, Facts::of(facts.text())).why,
+              "deaf to who comes later");
 }
 
 TEST(TortureVerdictTest, DescriptorsComeBackFromAFileOfFacts)

@@ -1,5 +1,7 @@
 #include "lab/ctl/BusLink.h"
 
+#include "lab/ctl/FrameDecoder.h"
+
 #include <iomanip>
 #include <numbers>
 #include <sstream>
@@ -12,12 +14,12 @@ namespace {
 
 using Json = BusLink::Json;
 
-/// A plain value as it stands, nothing for one that is not there.
+/// A plain value in letters that a terminal may get, nothing for one that is not there.
 std::string shown(const Json& object, const char* key)
 {
     if (!object.is_object() || !object.contains(key)) return "";
     const Json& value = object[key];
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    return printable(value.is_string() ? value.get<std::string>() : value.dump());
 }
 
 struct Shown {

@@ -18,6 +18,15 @@ TEST(BusSummaryTest, BlendedNavigationHasItsTimeMeritErrorsAndSources)
                                 "  time ms 0.125  attitude deg 0.75  assurance 90  gps 1  sources 2 [14 \"BARO\"; 3]");
 }
 
+TEST(BusSummaryTest, BytesThatATerminalWouldObeyAreShownAsDigits)
+{
+    const Json line = Json::parse(R"({"tell":"t","what":"a\u001b]0;x\u0007","record":{"systemName":"\u009bK",
+        "warnings":[{"warningId":75,"customText":"\u001b[2J"}],"components":[{"componentId":"1","name":"a\nb"}],
+        "sources":[{"sourceType":3,"description":"\u007f"}]}})");
+    EXPECT_EQ(busSummary(line), "t  name \\xC2\\x9BK [3 \"\\x7F\"] [75 \"\\x1B[2J\"] [1 a\\x0Ab]"
+                                "  what a\\x1B]0;x\\x07");
+}
+
 TEST(BusSummaryTest, WithoutATimeThereIsNone)
 {
     const Json line =

@@ -1,6 +1,7 @@
 #include "lab/ctl/BusRequests.h"
 
 #include "lab/ctl/CommandWords.h"
+#include "lab/ctl/UnknownNames.h"
 
 #include <algorithm>
 #include <fstream>
@@ -57,7 +58,7 @@ BusRequests::BusRequests(CLI::App& bus, const std::filesystem::path& folder)
                              if (!o.name.empty()) body["name"] = o.name;
                              return body;
                          });
-    last.add_option("NAME", m_options->name)->type_name("");
+    last.add_option("NAME", m_options->name)->check(CLI::Validator(unknownKeptName, ""))->type_name("");
     last.add_flag("--json", m_options->json, "the whole answer");
     last.add_flag("--raw", m_options->raw, "with the record's bytes; includes --json");
 

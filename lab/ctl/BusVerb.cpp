@@ -1,6 +1,7 @@
 #include "lab/ctl/BusLink.h"
 #include "lab/ctl/BusRequests.h"
 #include "lab/ctl/Progress.h"
+#include "lab/ctl/UnknownNames.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
@@ -132,7 +133,9 @@ Verb addBusVerb(CLI::App& tool)
     bus->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS")->type_name("PATH");
     CLI::App* const watching = bus->add_subcommand("watch", "print a line for each publication, until the bus closes");
     watching->footer("Examples:\n  orvanectl bus watch navwar-sa warning-messages --count 2");
-    watching->add_option("NAME", options->names, "only those of these names")->type_name("");
+    watching->add_option("NAME", options->names, "only those of these names")
+        ->check(CLI::Validator(unknownBusName, ""))
+        ->type_name("");
     watching->add_flag("--json", options->json, "as it comes");
     watching->add_option("--count", options->count, "end after so many lines")->type_name("N");
     const auto requests = std::make_shared<BusRequests>(*bus);

@@ -1,6 +1,8 @@
 #include "lab/ctl/ConnectionFile.h"
 
 #include "face/FACE_Text.h"
+#include "lab/ctl/NearestWord.h"
+#include "lab/ctl/UnknownNames.h"
 
 #include <tinyxml2.h>
 
@@ -69,19 +71,23 @@ std::string quoted(const std::string& name)
     return '"' + printable(name) + '"';
 }
 
-std::string namesOf(const std::vector<ConnectionFile::Topic>& topics)
+/// The nearest of the topics, or all.
+std::string meantIn(const std::vector<ConnectionFile::Topic>& topics, const std::string& name)
 {
-    if (topics.empty()) return "none";
-    std::string names;
-    for (const ConnectionFile::Topic& topic : topics) names += (names.empty() ? "" : ", ") + printable(topic.name);
-    return names;
+    std::vector<std::string> names;
+    for (const ConnectionFile::Topic& topic : topics) names.push_back(topic.name);
+    const std::string nearest = nearestWord(name, names);
+    if (!nearest.empty()) return "; did you mean " + printable(nearest) + '?';
+    std::string all;
+    for (const std::string& one : names) all += (all.empty() ? "" : ", ") + printable(one);
+    return ", which has: " + (all.empty() ? "none" : all);
 }
 
 const RecordType* typeOfTopic(const ConnectionFile& file, const std::string& name)
 {
     const auto topic = std::ranges::find(file.topics(), name, &ConnectionFile::Topic::name);
     if (topic == file.topics().end())
-        throw UnknownName("no topic " + quoted(name) + " in " + file.path() + ", which has: " + namesOf(file.topics()));
+        throw UnknownName("no topic " + quoted(name) + " in " + file.path() + meantIn(file.topics(), name));
     const auto types = recordTypes();
     const auto type = std::ranges::find(types, topic->pubSubType, &RecordType::pubSubType);
     if (type == types.end())
@@ -122,7 +128,7 @@ std::vector<WatchedTopic> chooseTopics(const ConnectionFile& file, const std::ve
                                        const std::string& type)
 {
     const RecordType* const given = type.empty() ? nullptr : findRecordType(type);
-    if (!type.empty() && !given) throw UnknownName("no type " + quoted(type) + "; there are: " + namesOfRecordTypes());
+    if (!type.empty() && !given) throw UnknownName(unknownTypeName(type));
 
     std::vector<std::string> wanted = names;
     if (wanted.empty())

@@ -1,5 +1,7 @@
 #include "lab/ctl/NearestWord.h"
 
+#include "lab/ctl/FrameDecoder.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -52,6 +54,15 @@ std::string nearestWord(std::string_view word, const std::vector<std::string>& w
         nearest = candidate;
     }
     return nearest;
+}
+
+std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words)
+{
+    if (const std::string nearest = nearestWord(word, words); !nearest.empty())
+        return "did you mean " + printable(nearest) + '?';
+    std::string all;
+    for (const std::string& one : words) all += (all.empty() ? "" : ", ") + printable(one);
+    return "there are: " + (all.empty() ? "none" : all);
 }
 
 }  // namespace orvanectl

@@ -12,6 +12,9 @@ namespace orvanectl {
 /// letter, or if there is no word. Words longer than 64 letters are never meant.
 std::string nearestWord(std::string_view word, const std::vector<std::string>& words);
 
+/// "did you mean UTCTime?", or "there are: Command, UTCTime" where no word was probably meant. On one line.
+std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words);
+
 }  // namespace orvanectl
 
 #endif

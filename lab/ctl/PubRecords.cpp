@@ -3,6 +3,7 @@
 #include "lab/ctl/FieldReading.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/NearestWord.h"
+#include "lab/ctl/UnknownNames.h"
 
 #include <charconv>
 #include <limits>
@@ -137,7 +138,7 @@ std::optional<PubRecord> recordOfLine(const std::string& line)
     if (fields.is_discarded() || !fields.is_object()) refuseField("line", "is no object of JSON");
     if (fields.contains("kind") && memberOf(fields, "kind") != "record") return std::nullopt;
     const RecordType* const type = findRecordType(memberOf(fields, "type"));
-    if (!type) refuseField("type", "no type " + memberOf(fields, "type") + "; there are: " + namesOfRecordTypes());
+    if (!type) refuseField("type", unknownTypeName(memberOf(fields, "type")));
     PubRecord made{unprintable(memberOf(fields, "topic"), "topic"), type, type->make(), {}};
     if (fields.contains(kHeader)) {
         const Json& header = fields.at(kHeader);

@@ -105,6 +105,17 @@ TEST_F(BusVerbTest, WatchKeepsToTheNamesThatAreAskedFor)
     EXPECT_EQ(m_output, "hello  protocol 1\n4 clear-system-data (last)  result 3\n");
 }
 
+TEST_F(BusVerbTest, ANameThatNothingOnTheBusHasIsRefused)
+{
+    EXPECT_EQ(run({"watch", "navwar"}), Ending({2, 0}));
+    EXPECT_NE(m_errors.find("nothing on the bus is named \"navwar\"; did you mean navwar-sa?"), std::string::npos)
+        << m_errors;
+    EXPECT_EQ(run({"last", "hello"}), Ending({2, 0}));
+    EXPECT_NE(m_errors.find("nothing on the bus is named \"hello\"; there are: blended-navigation, "),
+              std::string::npos)
+        << m_errors;
+}
+
 TEST_F(BusVerbTest, RequestShowsWhatIsToldWithinIt)
 {
     const auto tells = [](void*, VapntsService* service, VapntcSystemData*) {

@@ -113,6 +113,13 @@ TEST_F(ConnectionFileTest, UnknownTypeIsNamedAndTheOthersListed)
     EXPECT_TRUE(error.ends_with(", UTCTime, UtcDownlink, Velocity3D")) << error;
 }
 
+TEST_F(ConnectionFileTest, ANameThatIsNearlyOneNamesThat)
+{
+    const ConnectionFile file = fileOf(twoTopics);
+    EXPECT_EQ(unknownName(file, {"Tmie"}, ""), "no topic \"Tmie\" in " + path + "; did you mean Time?");
+    EXPECT_EQ(unknownName(file, {"Log"}, "UTCTim"), "no type \"UTCTim\"; did you mean UTCTime?");
+}
+
 TEST_F(ConnectionFileTest, FileThatCannotBeUsedHasALineThatTellsWhy)
 {
     EXPECT_EQ(errorOf("<HX_Configurations>"), "no XML, line 1");

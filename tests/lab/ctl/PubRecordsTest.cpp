@@ -174,6 +174,7 @@ TEST(PubRecordsTest, LinesThatAreWrongAreRefused)
     EXPECT_EQ(errorOfLine(R"({"type":"UTCTime","topic":"T"})"), "message: is missing");
     EXPECT_EQ(errorOfLine(line("UTCTime", "[]")), "message: an object must stand here");
     EXPECT_EQ(errorOfLine(line("UTCTime", R"({"a1":null})")), "message.a1: a number must stand here");
-    EXPECT_TRUE(errorOfLine(line("UtcTime", "{}")).starts_with("type: no type UtcTime; there are: Altitude, "));
+    EXPECT_EQ(errorOfLine(line("UtcTime", "{}")), "type: no type \"UtcTime\"; did you mean UTCTime?");
+    EXPECT_TRUE(errorOfLine(line("none", "{}")).starts_with("type: no type \"none\"; there are: Altitude, "));
     EXPECT_EQ(errorOfLine(line("UTCTime", "{}")), "nothing");
 }

@@ -1,0 +1,55 @@
+#include "lab/ctl/UnknownNames.h"
+
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/NearestWord.h"
+#include "lab/ctl/RecordTypes.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace orvanectl {
+
+namespace {
+
+const std::vector<std::string> kKept = {"blended-navigation",
+                                        "navwar-sa",
+                                        "warning-messages",
+                                        "system-configuration",
+                                        "available-outputs",
+                                        "available-sensors",
+                                        "built-in-test-results",
+                                        "clear-system-data",
+                                        "execute-built-in-tests",
+                                        "clear-built-in-test-results",
+                                        "faults",
+                                        "service"};
+const std::vector<std::string> kOtherTypes = {"hello", "tell", "held", "misuse", "answer", "error", "dropped"};
+
+std::string unknownAmong(const std::vector<std::string>& names, const std::string& name)
+{
+    if (std::ranges::find(names, name) != names.end()) return "";
+    return "nothing on the bus is named \"" + printable(name) + "\"; " + nearestOrAll(name, names);
+}
+
+}  // namespace
+
+std::string unknownBusName(const std::string& name)
+{
+    std::vector<std::string> names = kKept;
+    names.insert(names.end(), kOtherTypes.begin(), kOtherTypes.end());
+    return unknownAmong(names, name);
+}
+
+std::string unknownKeptName(const std::string& name)
+{
+    return unknownAmong(kKept, name);
+}
+
+std::string unknownTypeName(const std::string& name)
+{
+    std::vector<std::string> names;
+    for (const RecordType& type : recordTypes()) names.emplace_back(type.name);
+    return "no type \"" + printable(name) + "\"; " + nearestOrAll(name, names);
+}
+
+}  // namespace orvanectl

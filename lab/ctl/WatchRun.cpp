@@ -22,11 +22,23 @@ constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 // What a signal handler may use.
 std::atomic<bool> g_received = false;
 std::atomic<int> g_event = -1;
-static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+std::atomic<void (*)()> g_beforeDefault = nullptr;
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free &&
+              std::atomic<void (*)()>::is_always_lock_free);
 
-extern "C" void onEndingSignal(int)
+extern "C" void onSecondSignal(int signal)
+{
+    if (void (*const action)() = g_beforeDefault) action();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);  // comes once this handler has returned
+}
+
+extern "C" void onEndingSignal(int signal)
 {
     const int error = errno;
+    struct sigaction second {};
+    second.sa_handler = onSecondSignal;
+    sigaction(signal, &second, nullptr);
     g_received = true;
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(g_event, &one, sizeof one);
@@ -142,7 +154,7 @@ EndingSignals::EndingSignals()
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     struct sigaction action {};
     action.sa_handler = onEndingSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);  // and not SA_RESTART, which would go on writing
+    action.sa_flags = 0;  // not SA_RESTART, which would go on writing
     for (const int signal : kSignals) sigaction(signal, &action, nullptr);
     // Whoever reads the output may go: that is an error of the output then.
     std::signal(SIGPIPE, SIG_IGN);
@@ -154,6 +166,12 @@ EndingSignals::~EndingSignals()
     const sigset_t signals = endingSignals();
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     ::close(g_event.exchange(-1));
+    g_beforeDefault = nullptr;
+}
+
+void EndingSignals::beforeDefault(void (*action)())
+{
+    g_beforeDefault = action;
 }
 
 void EndingSignals::listen()

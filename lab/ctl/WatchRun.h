@@ -30,7 +30,8 @@ struct WatchOptions {
 
 /// Ends a watch by SIGINT, SIGTERM, SIGHUP and SIGQUIT. What is blocked in writing
 /// is broken off, which is an error of the output. The second signal of
-/// a kind has its default action. One object at a time, made before other threads are: they never see these signals.
+/// a kind has its default action, behind what `beforeDefault` was given. One object at a time, made before other threads
+/// are: they never see these signals.
 class EndingSignals {
 public:
     /// Throws `std::system_error`.
@@ -41,6 +42,9 @@ public:
 
     /// From here on this thread takes them.
     void listen();
+
+    /// @param action  is called before a default action, in the signal's handler
+    void beforeDefault(void (*action)());
 
     bool received() const;
 

@@ -90,6 +90,7 @@ public:
           m_model(m_watch.topics(), m_taps.queues(), m_start), m_joins(m_settings, !options.socket.empty()),
           m_ui(m_watch.topics().size()), m_view(m_model.view(m_start)), m_screen(options.hasColours)
     {
+        m_ending.beforeDefault(TopScreen::giveBack);
         m_ending.listen();
     }
 

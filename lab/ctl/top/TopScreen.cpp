@@ -15,12 +15,23 @@
 #include <term.h>
 #include <termios.h>
 #include <unistd.h>
+#include <vector>
 
 namespace orvanectl {
 
 namespace {
 
-constexpr int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS, SIGTRAP};
+/// What would end the process without a word of its own: faults, and signals that nobody here uses.
+std::vector<int> fatalSignals()
+{
+    std::vector<int> signals = {SIGSEGV, SIGBUS,  SIGFPE,    SIGILL,  SIGABRT, SIGSYS,  SIGTRAP, SIGUSR1,
+                                SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGXCPU, SIGXFSZ, SIGIO,   SIGPWR};
+#ifdef SIGSTKFLT
+    signals.push_back(SIGSTKFLT);
+#endif
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) signals.push_back(signal);
+    return signals;
+}
 
 // What gives the terminal back where nothing may be allocated: in a signal handler, and in `exit`.
 std::atomic<bool> g_isTaken = false;
@@ -63,7 +74,7 @@ void addEnding(const char* capability)
 /// Only where nobody else has a say: a sanitizer tells more.
 void handleFaults()
 {
-    for (const int fault : kFaults) {
+    for (const int fault : fatalSignals()) {
         struct sigaction action {};
         if (sigaction(fault, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
         action = {};
@@ -122,6 +133,11 @@ Key keyOf(int typed)
 
 }  // namespace
 
+void TopScreen::giveBack()
+{
+    giveTerminalBack();
+}
+
 bool TopScreen::isThere()
 {
     return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
@@ -174,7 +190,7 @@ TopScreen::~TopScreen()
 {
     ::endwin();
     g_isTaken = false;
-    for (const int fault : kFaults) {
+    for (const int fault : fatalSignals()) {
         struct sigaction action {};
         if (sigaction(fault, nullptr, &action) == 0 && action.sa_handler == onFault) std::signal(fault, SIG_DFL);
     }

@@ -7,9 +7,13 @@
 namespace orvanectl {
 
 /// The terminal on standard input and output, taken from construction to destruction. It is given back as it was found
-/// also when the program ends by `exit`, an `abort` or a fault. One object at a time, one thread.
+/// also when the program ends by `exit`, an `abort`, a fault or a signal that nobody handles. One object at a time, one
+/// thread.
 class TopScreen {
 public:
+    /// Gives the terminal back for good, if it is taken. May be called in a signal handler.
+    static void giveBack();
+
     /// Whether standard input and output are a terminal.
     static bool isThere();
 

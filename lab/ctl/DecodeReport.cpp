@@ -1,5 +1,6 @@
 #include "lab/ctl/DecodeReport.h"
 
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/RecordTypes.h"
 #include "lab/ctl/Rendering.h"
 #include "utilities/ConsoleLine.h"
@@ -49,6 +50,7 @@ void DecodeReport::print(const char* kind, std::uint64_t offset, Json fields, De
 
 void DecodeReport::complain(std::uint64_t offset, const std::string& text)
 {
+    if (m_style.progress) m_style.progress->hide();
     printLine(m_problems, "orvanectl: ", m_input, ": offset ", offset, ": ", text);
 }
 

@@ -11,6 +11,8 @@
 
 namespace orvanectl {
 
+class Progress;
+
 /// Prints what is found in a stream: a paragraph or a line of JSON for each frame, in one write and flushed, so that a
 /// reader can follow; a line for each problem. One thread at a time.
 class DecodeReport : public StreamSink {
@@ -18,6 +20,7 @@ public:
     struct Style {
         bool json = false;
         bool colour = false;
+        Progress* progress = nullptr;  ///< makes room for problems
     };
 
     /// @param input  the stream's name in the problems

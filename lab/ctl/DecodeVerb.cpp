@@ -1,4 +1,5 @@
 #include "lab/ctl/DecodeReport.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/StreamCutter.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
@@ -8,8 +9,10 @@
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -52,6 +55,14 @@ public:
         }
     }
 
+    /// " of 12", in MiB; empty for what has no size.
+    std::string sizeText() const
+    {
+        struct stat status {};
+        if (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return "";
+        return " of " + std::to_string(static_cast<std::uint64_t>(status.st_size) >> 20U);
+    }
+
 private:
     bool m_isStandard;
     int m_descriptor = STDIN_FILENO;
@@ -74,21 +85,30 @@ bool wantsColour()
 ExitStatus decode(const Options& options)
 {
     const std::string name = options.file == "-" ? "standard input" : options.file;
-    DecodeReport report(std::cout, std::cerr, name, {options.json, wantsColour()});
+    std::optional<Progress> progress;
+    if (::isatty(STDOUT_FILENO) != 1) progress.emplace(STDERR_FILENO);
+    DecodeReport report(std::cout, std::cerr, name,
+                        {options.json, wantsColour(), progress ? &progress.value() : nullptr});
     StreamCutter cutter(formatOf(options.format), report);
     try {
         const Input input(options.file);
         std::vector<std::uint8_t> piece(kPiece);
+        std::uint64_t decoded = 0;
+        if (progress) progress->say("waits for something to decode");
         while (!cutter.stopped() && std::cout) {
             const std::size_t count = input.read(piece);
             if (count == 0) break;
             cutter.take(Bytes(piece).first(count));
+            decoded += count;
+            if (progress) progress->say("decoded " + std::to_string(decoded >> 20U) + input.sizeText() + " MiB");
         }
     } catch (const std::system_error& error) {
+        progress.reset();
         printLine(std::cerr, "orvanectl: cannot read ", name, ": ", error.code().message());
         return kFailed;
     }
     if (!cutter.stopped()) cutter.end();
+    progress.reset();
     if (!std::cout) {
         printLine(std::cerr, "orvanectl: cannot write to standard output");
         return kFailed;

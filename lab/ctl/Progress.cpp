@@ -2,6 +2,7 @@
 
 #include "utilities/Shielded.h"
 
+#include <csignal>
 #include <unistd.h>
 
 namespace orvanectl {
@@ -14,7 +15,12 @@ constexpr const char* kEraseLine = "\r\033[K";
 
 Progress::Progress(int terminal, std::chrono::milliseconds after) : m_terminal(terminal), m_after(after)
 {
-    if (::isatty(terminal) == 1) m_thread = std::thread([this] { shielded([this] { run(); }, [](const char*) {}); });
+    if (::isatty(terminal) != 1) return;
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    m_thread = std::thread([this] { shielded([this] { run(); }, [](const char*) {}); });
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 Progress::~Progress()
@@ -33,19 +39,26 @@ void Progress::say(const std::string& what)
     m_what = what;
 }
 
+void Progress::hide()
+{
+    const MutexLock lock(m_mutex);
+    if (m_isShown) write(kEraseLine);
+    m_isShown = false;
+    m_hidden = std::chrono::steady_clock::now();
+}
+
 void Progress::run()
 {
     const MutexLock lock(m_mutex);
-    bool isShown = false;
     while (!m_isOver) {
         m_ends.wait_for(m_mutex, m_after);
-        const auto since = std::chrono::steady_clock::now() - m_start;
-        if (m_isOver || since < m_after || m_what.empty()) continue;
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since).count();
+        const auto now = std::chrono::steady_clock::now();
+        if (m_isOver || now - m_hidden < m_after || m_what.empty()) continue;
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now - m_start).count();
         write(kEraseLine + ("orvanectl: " + m_what + ", " + std::to_string(seconds) + " s"));
-        isShown = true;
+        m_isShown = true;
     }
-    if (isShown) write(kEraseLine);
+    if (m_isShown) write(kEraseLine);
 }
 
 void Progress::write(const std::string& text) const

@@ -69,6 +69,17 @@ TEST_F(ProgressTest, WhatIsOverSoonIsNotShown)
     EXPECT_EQ(text, "end");
 }
 
+TEST_F(ProgressTest, ItMakesRoomForALine)
+{
+    Progress progress(terminal, std::chrono::milliseconds(1));
+    progress.say("reads a.xml");
+    ASSERT_TRUE(shows(", 0 s")) << text;
+    progress.say("");
+    progress.hide();
+    EXPECT_EQ(::write(terminal, "line", 4), 4);
+    EXPECT_TRUE(shows("\r\033[Kline")) << text;
+}
+
 TEST_F(ProgressTest, AFileGetsNothing)
 {
     const std::string path = testing::TempDir() + "progress-" + std::to_string(::getpid());

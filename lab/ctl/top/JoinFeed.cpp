@@ -57,7 +57,7 @@ void JoinFeed::takeBusLine(const Json& line, Time now)
 std::string JoinFeed::text(Time now)
 {
     for (const Epoch& epoch : m_diary.takeDecided(now)) m_sum.add(epoch);
-    return m_sum.text();
+    return m_sum.text(m_diary.silence(now));
 }
 
 }  // namespace orvanectl

@@ -27,7 +27,7 @@ public:
     /// The bus is gone, and with it the service.
     void takeBusGone(Time now) { m_diary.setServiceRuns(false, now); }
 
-    /// "join rate 0.93 (56 of 60): ..." up to now.
+    /// "join rate 0.93 (56 of 60): ..." up to now; before it why no time message comes, if so.
     std::string text(Time now);
 
 private:

@@ -1,6 +1,7 @@
 #include "lab/ctl/why/Epoch.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace orvanectl {
@@ -60,6 +61,15 @@ std::string MissCause::text() const
     return textOf(kind, input, servers, seconds, seconds);
 }
 
+std::string lastingText(const MissCause& cause)
+{
+    const std::string text = cause.text();
+    if (!(cause.seconds >= 1)) return text;
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.0f s", std::floor(cause.seconds));
+    return text + (cause.kind == Kind::Refused ? ", for " : " for ") + seconds;
+}
+
 void JoinSum::add(const Epoch& epoch)
 {
     ++m_epochs;
@@ -86,13 +96,14 @@ std::vector<std::pair<std::string, std::uint64_t>> JoinSum::causes() const
     return all;
 }
 
-std::string JoinSum::text() const
+std::string JoinSum::text(const std::optional<MissCause>& silence) const
 {
-    if (m_epochs == 0) return std::string("no ") + nameOf(JoinInput::UtcTime) + ", so that nothing can be joined";
+    if (m_epochs == 0 && silence) return lastingText(*silence) + ", so that nothing can be joined";
+    if (m_epochs == 0) return std::string("nothing is decided of a ") + nameOf(JoinInput::UtcTime) + " yet";
     char rate[32];
     std::snprintf(rate, sizeof rate, "%.2f", static_cast<double>(m_joined) / static_cast<double>(m_epochs));
-    std::string text =
-        std::string("join rate ") + rate + " (" + std::to_string(m_joined) + " of " + std::to_string(m_epochs) + ')';
+    std::string text = (silence ? lastingText(*silence) + "; " : "") + "join rate " + rate + " (" +
+                       std::to_string(m_joined) + " of " + std::to_string(m_epochs) + ')';
     const char* between = ": ";
     for (const auto& [cause, times] : causes()) {
         text += between + std::to_string(times) + " x " + cause;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -34,12 +35,15 @@ struct MissCause {
 
     Kind kind;
     JoinInput input = JoinInput::UtcTime;
-    double seconds = 0;        ///< how late or early; how long all were there
+    double seconds = 0;        ///< how late or early; how long all were there; how long it lasts, 0 if not known
     std::string servers = {};  ///< that were refused: "MasterClock and ZentorM"
 
     /// "HalvexPNT 1.2 s late", "no 8504".
     std::string text() const;
 };
+
+/// Of a cause that lasts: "no UTCTime", "no UTCTime for 3 s", "UTCTime refused, from MasterClock, for 3 s".
+std::string lastingText(const MissCause& cause);
 
 /// A time message, and what became of it.
 struct Epoch {
@@ -60,7 +64,8 @@ public:
     std::vector<std::pair<std::string, std::uint64_t>> causes() const;
 
     /// "join rate 0.93 (56 of 60): 3 x HalvexPNT 1.2 s late, 1 x no 8504".
-    std::string text() const;
+    /// @param silence  why no time message comes, if so; stands in front
+    std::string text(const std::optional<MissCause>& silence = {}) const;
 
 private:
     using Key = std::tuple<MissCause::Kind, JoinInput, std::string>;

@@ -20,6 +20,8 @@ constexpr std::chrono::seconds kTellsWithin{1};  // after the end of an epoch
 constexpr double kSameTime = 1e-4;               // s
 constexpr std::size_t kIntervals = 9;            // of which the middle one counts
 constexpr std::uint64_t kLongestGap = 3600;      // epochs
+constexpr double kShortestSilence = 2;           // s, in which no time message comes
+constexpr double kLongestPause = 60;             // s, between two of them
 
 constexpr JoinInput kBesidesTime[] = {JoinInput::Pva, JoinInput::Pnt, JoinInput::Mis, JoinInput::Assurance,
                                       JoinInput::Receiver};
@@ -303,6 +305,18 @@ std::vector<Epoch> JoinDiary::end(Time now)
         addMissing(missing, m_epoch.gpsSeconds);
     }
     return takeDecided(Time::max());
+}
+
+std::optional<MissCause> JoinDiary::silence(Time now) const
+{
+    const Heard& time = heard(JoinInput::UtcTime);
+    double seconds = 0;
+    if (time.state.arrived) {
+        seconds = secondsOf(now - *time.state.arrived);
+        if (seconds < std::clamp(2 * interval(), kShortestSilence, kLongestPause)) return std::nullopt;
+    }
+    const std::string servers = refusedServers(time, Time::min());
+    return MissCause{servers.empty() ? Kind::Missing : Kind::Refused, JoinInput::UtcTime, seconds, servers};
 }
 
 JoinDiary::InputState JoinDiary::input(JoinInput input) const

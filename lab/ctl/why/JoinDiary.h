@@ -75,6 +75,10 @@ public:
 
     InputState input(JoinInput input) const;
 
+    /// Why no epoch begins: no time message since ever, or for so long that it is no pause between two; or only some that
+    /// are refused. Nothing while they come.
+    std::optional<MissCause> silence(Time now) const;
+
 private:
     using Header = aspn2_msgs::idl::header;
 

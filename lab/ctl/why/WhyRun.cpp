@@ -2,6 +2,7 @@
 
 #include "face/FACE_Text.h"
 #include "lab/ctl/BusLink.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
@@ -14,6 +15,8 @@
 #include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <unistd.h>
+#include <utility>
 
 namespace orvanectl {
 
@@ -26,6 +29,7 @@ const std::vector<std::string> kTopics = {"UTCTime", "PositionVelocityAttitude",
                                           "MeasurementIncorporationStatus", "AssuranceState"};
 constexpr std::chrono::milliseconds kTurn{50};
 constexpr std::chrono::seconds kBetweenTries{1};  // to find the bus again
+constexpr std::chrono::seconds kPatience{3};      // until publishers are found
 
 class WhyRun {
 public:
@@ -37,6 +41,7 @@ public:
         if (!options.socket.empty()) m_bus.emplace(options.socket);
         if (!options.receiver.empty()) m_receiver.emplace(options.receiver, m_diary);
         m_signals.listen();
+        m_progress->say("listens");
     }
 
     void run()
@@ -48,10 +53,13 @@ public:
             wait();
             takeAll();
             show(m_diary.takeDecided(Clock::now()));
+            saySilence(Clock::now());
         }
         takeAll();
+        const auto silence = m_diary.silence(Clock::now());
         show(m_diary.end(Clock::now()));
-        printSum();
+        m_progress.reset();
+        printSum(silence);
     }
 
 private:
@@ -152,6 +160,20 @@ private:
         return topics;
     }
 
+    /// Once for each reason: an epoch of which no time message tells is only known when the next one comes.
+    void saySilence(Clock::time_point now)
+    {
+        if (now - m_start < kPatience) return;
+        const auto silence = m_diary.silence(now);
+        if (!silence) return m_said.clear();
+        const std::string what = silence->text();
+        m_progress->say(lastingText(*silence));
+        if (what == m_said) return;
+        m_said = what;
+        print(m_options.json ? jsonLine({{"kind", "silence"}, {"cause", what}, {"seconds", silence->seconds}})
+                             : "orvanectl: " + lastingText(*silence) + '\n');
+    }
+
     void show(const std::vector<Epoch>& epochs)
     {
         for (const Epoch& epoch : epochs) {
@@ -159,6 +181,8 @@ private:
             if (epoch.isJoined && !m_options.all) continue;
             print(m_options.json ? jsonOf(epoch) : lineOf(epoch));
         }
+        if (!epochs.empty())
+            m_progress->say(std::to_string(m_sum.joined()) + " of " + std::to_string(m_sum.epochs()) + " joined");
     }
 
     static std::string jsonOf(const Epoch& epoch)
@@ -183,7 +207,7 @@ private:
         return text + '\n';
     }
 
-    void printSum()
+    void printSum(const std::optional<MissCause>& silence)
     {
         if (m_options.json) {
             Json causes = Json::object();
@@ -203,11 +227,12 @@ private:
             print("orvanectl: " + std::to_string(count) + " records came too fast and were left out\n");
         if (m_options.socket.empty())
             print("orvanectl: without a bus, what the service could have joined counts as joined\n");
-        print(m_sum.text() + '\n');
+        print(m_sum.text(m_sum.epochs() == 0 ? silence : std::nullopt) + '\n');
     }
 
     void print(const std::string& text)
     {
+        if (m_progress) m_progress->hide();
         if (!(m_output << text << std::flush)) throw std::runtime_error("cannot write to standard output");
     }
 
@@ -222,7 +247,10 @@ private:
     std::optional<ReceiverCopy> m_receiver;
     Clock::time_point m_nextTry;
     bool m_areAllHeard = false;
+    const Clock::time_point m_start = Clock::now();
+    std::string m_said;  // of a silence that goes on
     JoinSum m_sum;
+    std::optional<Progress> m_progress{std::in_place, STDERR_FILENO};
 };
 
 }  // namespace

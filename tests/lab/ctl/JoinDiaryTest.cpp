@@ -266,6 +266,43 @@ TEST_F(JoinDiaryTest, TimeMessagesOfAnotherSourceAreRefused)
     EXPECT_EQ(all(14), (Lines{"10 joined", "11 joined", "12: UTCTime refused, from HalvexNavigator;", "13 joined"}));
 }
 
+TEST_F(JoinDiaryTest, TimeMessagesThatStopAreToldWhileTheyAreAway)
+{
+    good(10);
+    good(11);
+    EXPECT_FALSE(diary().silence(moment(12.9)));
+    ASSERT_TRUE(diary().silence(moment(15.5)));
+    EXPECT_EQ(lastingText(*diary().silence(moment(15.5))), "no UTCTime for 4 s");
+    good(16);
+    EXPECT_FALSE(diary().silence(moment(16.5)));
+}
+
+TEST_F(JoinDiaryTest, TimeMessagesThatAreRefusedFromTheStartAreToldSo)
+{
+    settings.m_utcSourceServerId = 37;
+    EXPECT_EQ(lastingText(diary().silence(moment(9)).value()), "no UTCTime");
+    for (const double second : {10.0, 11.0, 12.0}) time(second, kNavigator);
+    EXPECT_EQ(lastingText(diary().silence(moment(12.1)).value()), "UTCTime refused, from HalvexNavigator");
+    EXPECT_EQ(all(13), Lines{});
+}
+
+TEST_F(JoinDiaryTest, TimeMessagesThatAreRefusedFromSomeMomentOnAreToldSo)
+{
+    settings.m_utcSourceServerId = 37;
+    good(10);
+    good(11);
+    for (const double second : {12.0, 13.0, 14.0}) time(second, kNavigator);
+    EXPECT_EQ(lastingText(diary().silence(moment(14.5)).value()), "UTCTime refused, from HalvexNavigator, for 3 s");
+}
+
+TEST_F(JoinDiaryTest, SlowTimeMessagesAreNoSilence)
+{
+    good(10);
+    good(20);
+    EXPECT_FALSE(diary().silence(moment(39)));
+    EXPECT_TRUE(diary().silence(moment(41)));
+}
+
 TEST_F(JoinDiaryTest, TwoTimeMessagesCloseToEachOtherMakeNoGap)
 {
     good(10);
@@ -471,5 +508,16 @@ TEST(JoinSumTest, WhatIsLateByMoreAndLessIsOneCause)
 
 TEST(JoinSumTest, WithoutATimeMessageItSaysSo)
 {
-    EXPECT_EQ(JoinSum().text(), "no UTCTime, so that nothing can be joined");
+    EXPECT_EQ(JoinSum().text(MissCause{MissCause::Kind::Missing}), "no UTCTime, so that nothing can be joined");
+    EXPECT_EQ(JoinSum().text(), "nothing is decided of a UTCTime yet");
+}
+
+TEST(JoinSumTest, WhatLastsStandsInFront)
+{
+    JoinSum sum;
+    sum.add({0, true, {}});
+    EXPECT_EQ(sum.text(MissCause{MissCause::Kind::Missing, JoinInput::UtcTime, 12.9}),
+              "no UTCTime for 12 s; join rate 1.00 (1 of 1)");
+    EXPECT_EQ(lastingText({MissCause::Kind::Refused, JoinInput::UtcTime, 3, "MasterClock"}),
+              "UTCTime refused, from MasterClock, for 3 s");
 }

@@ -47,14 +47,32 @@ TEST_F(JoinFeedTest, InputsThatFitAreJoined)
 {
     JoinFeed feed(settings(), false);
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
-    EXPECT_TRUE(feed.text(at(6000)).starts_with("join rate 1.00 (")) << feed.text(at(6000));
+    EXPECT_TRUE(feed.text(at(5500)).starts_with("join rate 1.00 (")) << feed.text(at(5500));
+}
+
+TEST_F(JoinFeedTest, ATimeThatStopsIsTold)
+{
+    JoinFeed feed(settings(), false);
+    for (int second = 1; second <= 4; ++second) takeAll(feed, second);
+    EXPECT_TRUE(feed.text(at(24'500)).starts_with("no UTCTime for 20 s; join rate ")) << feed.text(at(24'500));
+}
+
+TEST_F(JoinFeedTest, ATimeThatIsRefusedIsTold)
+{
+    ServerSettings strict = settings();
+    strict.m_utcSourceServerId = 37;
+    JoinFeed feed(strict, false);
+    for (int second = 1; second <= 4; ++second) takeAll(feed, second);
+    const std::string text = feed.text(at(6000));
+    EXPECT_TRUE(text.starts_with("UTCTime refused, from ")) << text;
+    EXPECT_TRUE(text.ends_with(", so that nothing can be joined")) << text;
 }
 
 TEST_F(JoinFeedTest, AnInputThatNeverCameIsNamed)
 {
     JoinFeed feed(settings(), false);
     for (int second = 1; second <= 4; ++second) takeAll(feed, second, "HalvexPNT");
-    const std::string text = feed.text(at(6000));
+    const std::string text = feed.text(at(5500));
     EXPECT_TRUE(text.starts_with("join rate 0.00 (0 of ")) << text;
     EXPECT_NE(text.find(" x no HalvexPNT"), std::string::npos) << text;
 }
@@ -64,7 +82,7 @@ TEST_F(JoinFeedTest, WithoutABusThatTellsOfItNothingCountsAsJoined)
     JoinFeed feed(settings(), true);
     feed.takeBusGone(at(0));
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
-    EXPECT_TRUE(feed.text(at(9000)).starts_with("join rate 0.00 (0 of ")) << feed.text(at(9000));
+    EXPECT_TRUE(feed.text(at(5500)).starts_with("join rate 0.00 (0 of ")) << feed.text(at(5500));
 }
 
 TEST_F(JoinFeedTest, LinesThatAreNoneOfTheBusDoNothing)

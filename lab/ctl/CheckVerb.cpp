@@ -39,11 +39,15 @@ ExitStatus check(const Options& options)
         std::cout << (options.json ? finding.json() : finding.asLine() + '\n');
     const bool starts = findings.errors() == 0;
     if (options.json)
-        std::cout << jsonLine(
-            {{"kind", "sum"}, {"errors", findings.errors()}, {"warnings", findings.warnings()}, {"starts", starts}});
+        std::cout << jsonLine({{"kind", "sum"},
+                               {"errors", findings.errors()},
+                               {"warnings", findings.warnings()},
+                               {"notes", findings.notes()},
+                               {"starts", starts}});
     else
         std::cout << "orvanectl: " << counted(findings.errors(), "error") << ", "
                   << counted(findings.warnings(), "warning")
+                  << (findings.notes() == 0 ? "" : ", " + counted(findings.notes(), "note"))
                   << (starts ? ": the service takes this configuration\n" : ": the service would not start\n");
     if (!std::cout.flush()) {
         printLine(std::cerr, "orvanectl: cannot write to standard output");
@@ -60,8 +64,8 @@ constexpr const char* kExamples =
     "  orvanectl check --config new new/Test.xml            with another top-level file\n"
     "  orvanectl check --json > findings.json\n"
     "\n"
-    "Exit status: 0 if all is well, 1 if there are warnings, 2 if the service would not start, also\n"
-    "if a file is missing; 2 for a wrong command line, too.";
+    "Exit status: 0 if all is well but for notes, 1 if there are warnings, 2 if the service would not\n"
+    "start, also if a file is missing; 2 for a wrong command line, too.";
 
 }  // namespace
 

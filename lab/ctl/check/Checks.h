@@ -6,8 +6,10 @@
 #include "lab/ctl/check/ConfigText.h"
 
 #include <cstdint>
+#include <set>
 #include <span>
 #include <string>
+#include <vector>
 
 /// The checks of one file each. All add to the findings what is wrong and throw nothing but what memory does.
 namespace orvanectl {
@@ -52,9 +54,17 @@ std::int64_t checkNumber(const ConfigContainer& container, const ConfigKey& key,
 /// "; did you mean NAME?", or nothing if none is near.
 std::string suggestion(const std::string& word, const std::vector<std::string>& words);
 
+/// A server from which something is taken, and the key that says so.
+struct NamedServer {
+    std::string place;  ///< "section/key"
+    int line;
+    std::uint8_t server;
+};
+
 /// The top-level file.
 /// @param settings  gets what the service reads, the names of the other files empty if they are not there
-void checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
+/// @return the servers that it names and that there are
+std::vector<NamedServer> checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
 
 /// The file of the bus connections.
 /// @param looksAtMachine  whether its memory is the service's
@@ -68,7 +78,14 @@ void checkDevices(const std::string& path, bool looksAtMachine, Findings& findin
 void checkBusFiles(const std::string& configuration, const std::string& vcl, Findings& findings);
 
 /// The unit's sensors.
-void checkSensors(const std::string& path, Findings& findings);
+/// @return the servers that report those that are enabled
+std::set<std::uint8_t> checkSensors(const std::string& path, Findings& findings);
+
+/// The servers of the top-level file beside those of the sensors: a note for each that no sensor has. A navigator is
+/// none, so it may well be meant. Without a sensor that has a server nothing is told.
+/// @param sensors  path of the sensors' file
+void checkSources(const std::string& file, const std::vector<NamedServer>& named, const std::string& sensors,
+                  const std::set<std::uint8_t>& servers, Findings& findings);
 
 }  // namespace orvanectl
 

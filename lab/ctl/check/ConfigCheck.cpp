@@ -23,13 +23,14 @@ Findings checkConfiguration(const CheckOptions& options)
 {
     Findings findings(options.onFile);
     ServerSettings settings;
-    checkServerFile(options, settings, findings);
+    const auto named = checkServerFile(options, settings, findings);
     const std::string connections = FACE::textOf(settings.m_connectionsFile);
     const std::string devices = FACE::textOf(settings.m_ioDevicesFile);
     if (!connections.empty()) checkConnections(options.found(connections), options.folder.empty(), findings);
     if (!devices.empty()) checkDevices(options.found(devices), options.folder.empty(), findings);
     checkBusFiles(options.found(settings.m_victoryConfigurationFile), options.found(settings.m_vclFile), findings);
-    checkSensors(options.found(kSensors), findings);
+    const std::string sensors = options.found(kSensors);
+    checkSources(options.file, named, sensors, checkSensors(sensors, findings), findings);
     return findings;
 }
 

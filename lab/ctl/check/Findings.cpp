@@ -12,7 +12,15 @@ namespace {
 
 const char* nameOf(Severity severity)
 {
-    return severity == Severity::Error ? "error" : "warning";
+    switch (severity) {
+    case Severity::Note:
+        return "note";
+    case Severity::Warning:
+        return "warning";
+    case Severity::Error:
+        return "error";
+    }
+    return "";
 }
 
 }  // namespace

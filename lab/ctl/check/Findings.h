@@ -9,8 +9,9 @@
 
 namespace orvanectl {
 
-/// What comes of it: a service that runs, if not as was meant, or one that does not start.
-enum class Severity { Warning, Error };
+/// What comes of it: nothing, since it may well be meant; a service that runs, if not as was meant; or one that does not
+/// start.
+enum class Severity { Note, Warning, Error };
 
 /// Something that is not as it should be.
 struct Finding {
@@ -27,7 +28,7 @@ struct Finding {
     std::string json() const;
 };
 
-/// What was found in files, each of which is begun once. One thread at a time.
+/// What was found in files; one that is begun again goes on. One thread at a time.
 class Findings {
 public:
     /// @param onBegin  called with each file that is begun
@@ -36,6 +37,7 @@ public:
     /// What is added from here on is found in this file.
     void begin(const std::string& file);
 
+    void note(int line, const std::string& place, const std::string& what) { add(Severity::Note, line, place, what); }
     void warn(int line, const std::string& place, const std::string& what)
     {
         add(Severity::Warning, line, place, what);
@@ -48,6 +50,7 @@ public:
 
     std::size_t errors() const { return count(Severity::Error); }
     std::size_t warnings() const { return count(Severity::Warning); }
+    std::size_t notes() const { return count(Severity::Note); }
 
 private:
     struct Entry {

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <string_view>
 
 namespace orvanectl {
@@ -36,10 +38,11 @@ std::vector<const ConfigContainer*> sensorsOf(const ConfigText& text)
     return sensors;
 }
 
-void checkServer(const ConfigContainer& sensor, Findings& findings)
+/// @return the server, if the sensor names one
+std::optional<std::uint8_t> checkServer(const ConfigContainer& sensor, Findings& findings)
 {
     const ConfigKey* const key = sensor.find("ComponentConfigurationId");
-    if (!key || key->text.empty() || !isTrue(sensor.textOf("HasComponentConfigurationId"))) return;
+    if (!key || key->text.empty() || !isTrue(sensor.textOf("HasComponentConfigurationId"))) return std::nullopt;
     char* end = nullptr;
     const long long number = std::strtoll(key->text.c_str(), &end, 16);
     const std::string place = sensor.name + "/ComponentConfigurationId";
@@ -52,6 +55,9 @@ void checkServer(const ConfigContainer& sensor, Findings& findings)
              std::string_view(ASPN2::ServerIds::to_string(static_cast<std::uint8_t>(number))) == "INVALID_SERVER_ID")
         findings.warn(key->line, place,
                       "no server has the number " + key->text + ", so that no built-in test reports this sensor");
+    else
+        return static_cast<std::uint8_t>(number);
+    return std::nullopt;
 }
 
 constexpr const char* kBooleans[] = {"Enabled", "HasOtherSensorType", "HasComponentConfigurationId"};
@@ -73,7 +79,8 @@ void checkTexts(const ConfigContainer& sensor, Findings& findings)
         if (!sensor.textOf(key).empty()) checkBoolean(sensor, *sensor.find(key), findings);
 }
 
-void checkSensor(const ConfigContainer& sensor, Findings& findings)
+/// @return the server, if the sensor is enabled and names one
+std::optional<std::uint8_t> checkSensor(const ConfigContainer& sensor, Findings& findings)
 {
     checkTexts(sensor, findings);
     const auto require = [&](const char* key, const char* meaning) {
@@ -84,36 +91,38 @@ void checkSensor(const ConfigContainer& sensor, Findings& findings)
     };
     require("SensorId", "the id under which the bus shows the sensor");
     require("Enabled", "true, or the sensor is left out");
-    if (!isTrue(sensor.textOf("Enabled"))) return;
+    if (!isTrue(sensor.textOf("Enabled"))) return std::nullopt;
     require("HasOtherSensorType", "true if OtherSensorType tells the type");
     require("HasComponentConfigurationId", "true if ComponentConfigurationId counts");
     require("ComponentConfigurationId", "the server that reports the sensor, in hexadecimal");
     if (isTrue(sensor.textOf("HasOtherSensorType"))) require("OtherSensorType", "the type in words");
-    checkServer(sensor, findings);
+    const auto server = checkServer(sensor, findings);
 
     const ConfigKey* const type = sensor.find("SensorType");
     const std::string text = sensor.textOf("SensorType");
-    if (MapSensorStringToSensorTypeEnum.contains(text)) return;
+    if (MapSensorStringToSensorTypeEnum.contains(text)) return server;
     std::vector<std::string> names;
     for (const auto& [name, number] : MapSensorStringToSensorTypeEnum) names.push_back(name);
     findings.fail(type ? type->line : sensor.line, sensor.name + "/SensorType",
                   text.empty() ? "is missing: such as VAPNTC_SENSOR_TYPE_GPS"
                                : '"' + text + "\" is no type of sensor" + suggestion(text, names));
+    return server;
 }
 
 }  // namespace
 
-void checkSensors(const std::string& path, Findings& findings)
+std::set<std::uint8_t> checkSensors(const std::string& path, Findings& findings)
 {
+    std::set<std::uint8_t> servers;
     const auto text = readConfigText(path, findings, false);
-    if (!text) return;
+    if (!text) return servers;
     const auto sensors = sensorsOf(*text);
     if (sensors.empty()) findings.warn(0, kContainer, "the file has no sensor, so that the bus is told of none");
 
     std::map<std::string, int> ids;
     std::size_t enabled = 0;
     for (const ConfigContainer* sensor : sensors) {
-        checkSensor(*sensor, findings);
+        if (const auto server = checkSensor(*sensor, findings)) servers.insert(*server);
         const std::string id = sensor->textOf("SensorId");
         if (!isTrue(sensor->textOf("Enabled"))) continue;
         if (++enabled == kMostSensors + 1)
@@ -125,6 +134,20 @@ void checkSensors(const std::string& path, Findings& findings)
                           id + " is the id of the sensor of line " + std::to_string(first->second) +
                               ", too; each has its own");
     }
+    return servers;
+}
+
+void checkSources(const std::string& file, const std::vector<NamedServer>& named, const std::string& sensors,
+                  const std::set<std::uint8_t>& servers, Findings& findings)
+{
+    if (servers.empty()) return;
+    findings.begin(file);
+    for (const NamedServer& source : named)
+        if (!servers.contains(source.server))
+            findings.note(source.line, source.place,
+                          "no sensor of " + std::filesystem::path(sensors).filename().string() + " has the server " +
+                              std::to_string(source.server) + " (" + ASPN2::ServerIds::to_string(source.server) +
+                              ") as its ComponentConfigurationId");
 }
 
 }  // namespace orvanectl

@@ -46,8 +46,10 @@ const ConfigContainer* sectionOf(const ConfigText& text, const std::string& name
     return nullptr;
 }
 
-void checkServers(const ConfigContainer& section, Findings& findings)
+/// @return those that there are
+std::vector<NamedServer> checkServers(const ConfigContainer& section, Findings& findings)
 {
+    std::vector<NamedServer> servers;
     for (const char* key : {"PARAM_3", "PARAM_4", "PARAM_6", "PARAM_7", "PARAM_5"}) {
         const ConfigKey* const found = section.find(key);
         if (!found) continue;
@@ -55,11 +57,16 @@ void checkServers(const ConfigContainer& section, Findings& findings)
         const auto parts = isList ? StringUtils::split(found->text, ',') : std::vector<std::string>{found->text};
         for (const std::string& part : parts) {
             const auto id = static_cast<std::uint8_t>(std::strtoull(part.c_str(), nullptr, isList ? 10 : 0));
-            if (id != 0 && std::string_view(ASPN2::ServerIds::to_string(id)) == "INVALID_SERVER_ID")
-                findings.warn(found->line, section.name + '/' + key,
+            if (id == 0) continue;
+            const std::string place = section.name + '/' + key;
+            if (std::string_view(ASPN2::ServerIds::to_string(id)) == "INVALID_SERVER_ID")
+                findings.warn(found->line, place,
                               "no server has the number " + std::to_string(id) + ", so nothing will be taken from it");
+            else
+                servers.push_back({place, found->line, id});
         }
     }
+    return servers;
 }
 
 /// The service looks for such a file from wherever it is started.
@@ -123,10 +130,11 @@ void checkScheduling(const ConfigContainer& section, const Scheduling& schedulin
 
 }  // namespace
 
-void checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings)
+std::vector<NamedServer> checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings)
 {
+    std::vector<NamedServer> servers;
     const auto text = readConfigText(options.file, findings);
-    if (!text) return;
+    if (!text) return servers;
     const std::size_t before = findings.errors();
     if (const ConfigContainer* const unit = sectionOf(*text, SYST_NAME, findings)) {
         checkKeys(*unit, kUnitKeys, findings);
@@ -139,7 +147,7 @@ void checkServerFile(const CheckOptions& options, ServerSettings& settings, Find
     const ConfigContainer* const section = sectionOf(*text, settings.m_serverName, findings);
     if (section) {
         checkKeys(*section, kServerKeys, findings);
-        checkServers(*section, findings);
+        servers = checkServers(*section, findings);
         checkPaths(*section, findings);
     }
 
@@ -152,6 +160,7 @@ void checkServerFile(const CheckOptions& options, ServerSettings& settings, Find
     if (isRead && section) checkLists(*section, settings, findings);
     if (section) checkScheduling(*section, scheduling, options.folder.empty(), findings);
     if (!isRead && findings.errors() == before) findings.fail(0, "", "the service does not take this file");
+    return servers;
 }
 
 }  // namespace orvanectl

@@ -46,12 +46,23 @@ struct CheckTest : testing::Test {
         std::ofstream(pathOf(name), std::ios::binary) << text;
     }
 
-    /// What is found, without the folder in front.
+    /// What is found besides notes, without the folder in front.
     std::vector<std::string> found() const
+    {
+        return linesOf([](Severity severity) { return severity != Severity::Note; });
+    }
+
+    std::vector<std::string> notes() const
+    {
+        return linesOf([](Severity severity) { return severity == Severity::Note; });
+    }
+
+    template <class Condition>
+    std::vector<std::string> linesOf(Condition isMeant) const
     {
         std::vector<std::string> lines;
         for (const Finding& finding : checkConfiguration(options).sorted())
-            lines.push_back(finding.asLine().substr(options.folder.size() + 1));
+            if (isMeant(finding.severity)) lines.push_back(finding.asLine().substr(options.folder.size() + 1));
         return lines;
     }
 
@@ -66,6 +77,34 @@ using Lines = std::vector<std::string>;
 TEST_F(CheckTest, TheSampleIsSound)
 {
     EXPECT_EQ(found(), Lines{});
+}
+
+TEST_F(CheckTest, AServerThatNoSensorHasIsANote)
+{
+    EXPECT_EQ(notes(), Lines{"OrvaneServer.xml:34: note: OrvaneServer/PARAM_5: no sensor of HX_Sensor_Data.xml has the "
+                             "server 96 (HalvexNavigator) as its ComponentConfigurationId"});
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>39<");
+    EXPECT_EQ(notes(), Lines{});
+    change("OrvaneServer.xml", "<PARAM_3>0<", "<PARAM_3>37<");
+    EXPECT_EQ(notes(), Lines{});
+    change("HX_Sensor_Data.xml", "<ComponentConfigurationId>0x25<", "<ComponentConfigurationId>0x26<");
+    EXPECT_EQ(notes(), Lines{"OrvaneServer.xml:31: note: OrvaneServer/PARAM_3: no sensor of HX_Sensor_Data.xml has the "
+                             "server 37 (MasterClock) as its ComponentConfigurationId"});
+}
+
+TEST_F(CheckTest, ASensorThatIsNotEnabledHasNoServer)
+{
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>39<");
+    change("HX_Sensor_Data.xml", "<Enabled>true<", "<Enabled>false<");
+    EXPECT_EQ(notes().size(), 1u);
+}
+
+TEST_F(CheckTest, WithoutASensorThatHasAServerThereIsNoNote)
+{
+    write("HX_Sensor_Data.xml", "<HX_Configurations></HX_Configurations>");
+    EXPECT_EQ(notes(), Lines{});
+    std::filesystem::remove(pathOf("HX_Sensor_Data.xml"));
+    EXPECT_EQ(notes(), Lines{});
 }
 
 TEST_F(CheckTest, AMissingKeyIsAnErrorAndWhatStandsThereIsNamed)

@@ -238,6 +238,13 @@ TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)
     ASSERT_EQ(shell("cp -r \"" ORVANE_LAB_DIR "/config\" \"$1\"", folder).ending, Ending({0, 0}));
     Finished result = run({kTool, "check", "--config", folder});
     EXPECT_EQ(result.ending, Ending({0, 0})) << result.output;
+    EXPECT_TRUE(result.output.ends_with("\norvanectl: 0 errors, 0 warnings, 1 note: the service takes this "
+                                        "configuration\n"))
+        << result.output;
+
+    shell("sed -i 's/<PARAM_5>39,96/<PARAM_5>39/' \"$1\"", file);
+    result = run({kTool, "check", "--config", folder});
+    EXPECT_EQ(result.ending, Ending({0, 0})) << result.output;
     EXPECT_EQ(result.output, "orvanectl: 0 errors, 0 warnings: the service takes this configuration\n");
 
     shell("sed -i 's/<PRI>0/<PRI>x/' \"$1\"", file);
@@ -250,6 +257,7 @@ TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)
     shell("rm \"$1\"", file);
     result = run({kTool, "check", "--config", folder, "--json"});
     EXPECT_EQ(result.ending, Ending({2, 0}));
-    EXPECT_TRUE(result.output.ends_with("{\"kind\":\"sum\",\"errors\":1,\"warnings\":0,\"starts\":false}\n"))
+    EXPECT_TRUE(
+        result.output.ends_with("{\"kind\":\"sum\",\"errors\":1,\"warnings\":0,\"notes\":0,\"starts\":false}\n"))
         << result.output;
 }

@@ -215,14 +215,19 @@ void putGroups(Canvas& canvas, int top, int left, int rows, const TopView& view)
     const int name = canvas.width() - left - 15;
     canvas.put(top, left, leftCell("BUS " + view.bus, name) + rightCell("COUNT", 6) + rightCell("LAST UTC", 9),
                Style::Heading);
+    const auto count = static_cast<int>(view.groups.size());
+    const int shown = count > rows ? rows - 1 : count;
     int row = top;
     for (const GroupRow& group : view.groups) {
-        if (++row > top + rows) break;
+        if (++row > top + shown) break;
         const std::string listed = group.listed ? " [" + std::to_string(*group.listed) + ']' : "";
         canvas.put(row, left,
                    leftCell(group.name + listed, name) + rightCell(std::to_string(group.count), 6) +
                        rightCell(group.last.empty() ? "-" : group.last, 9));
     }
+    if (shown < count)
+        canvas.put(top + rows, left, leftCell("and " + std::to_string(count - shown) + " more", name + 15),
+                   Style::Faint);
 }
 
 std::string queueText(const QueueRow& queue)

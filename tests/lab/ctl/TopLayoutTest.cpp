@@ -148,6 +148,20 @@ HX_ZEN /dev/mcs6  can't be watched
 )");
 }
 
+TEST(TopLayoutTest, GroupsWithoutRoomAreCounted)
+{
+    TopView view = sample();
+    for (const char* const name : {"five", "six", "seven"}) view.groups.push_back({name, {}, 1, "16:30:03"});
+    const auto line = [&](int height, int number) {
+        std::string screen = shown(view, {}, 80, height).plain();
+        for (int i = 0; i < number; ++i) screen.erase(0, screen.find('\n') + 1);
+        return screen.substr(0, screen.find('\n'));
+    };
+    EXPECT_EQ(line(19, 13), "Assurance      -        -               five                          1 16:30:03");
+    EXPECT_EQ(line(19, 14), "8504/queue   0.3        -               and 2 more");
+    EXPECT_EQ(line(20, 15), "                                        seven                         1 16:30:03");
+}
+
 TEST(TopLayoutTest, AWindowThatIsTooSmallSaysWhatItTakes)
 {
     EXPECT_EQ(shown(sample(), {}, 59, 24).plain().substr(0, 32), "orvanectl top: at least\n60 x 17\n");

@@ -32,9 +32,7 @@ bool isText(const Json& line, const char* key, std::string_view text)
 
 }  // namespace
 
-JoinFeed::JoinFeed(const ServerSettings& settings, bool hearsBus)
-    : m_diary(settings, {.bus = hearsBus, .receiver = false})
-{}
+JoinFeed::JoinFeed(const ServerSettings& settings, JoinDiary::Hearing hearing) : m_diary(settings, hearing) {}
 
 void JoinFeed::take(const WatchedTopic& topic, const Sample& sample)
 {

@@ -15,14 +15,17 @@ class JoinFeed {
 public:
     using Time = TopicStatistics::Time;
 
-    /// @param hearsBus  `takeBusLine` is called
-    JoinFeed(const ServerSettings& settings, bool hearsBus);
+    /// @param hearing  with `bus` `takeBusLine` is called, with `queue` `takeReading`
+    JoinFeed(const ServerSettings& settings, JoinDiary::Hearing hearing);
 
     /// A record of any topic; what is no input is passed over.
     void take(const WatchedTopic& topic, const Sample& sample);
 
     /// Any line.
     void takeBusLine(const BusLink::Json& line, Time now);
+
+    /// The service has read something from the receiver's queue.
+    void takeReading(Time now) { m_diary.takeReading(now); }
 
     /// The bus is gone, and with it the service.
     void takeBusGone(Time now) { m_diary.setServiceRuns(false, now); }

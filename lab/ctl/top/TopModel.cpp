@@ -28,7 +28,6 @@ constexpr struct {
                {"AssuranceState", "Assurance"}};
 constexpr std::size_t kTimeInput = 0;
 
-constexpr std::string_view kReceiverQueue = "ZEN_HX";
 constexpr const char* kReceiverName = "8504/queue";
 
 std::optional<std::size_t> inputOf(const WatchedTopic& topic)

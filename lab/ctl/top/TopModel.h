@@ -1,11 +1,11 @@
 #ifndef LAB_CTL_TOP_TOPMODEL_H
 #define LAB_CTL_TOP_TOPMODEL_H
 
+#include "lab/ctl/ProcessLook.h"
+#include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/top/BusBoard.h"
 #include "lab/ctl/top/InputOffsets.h"
-#include "lab/ctl/top/ProcessLook.h"
-#include "lab/ctl/top/QueueTaps.h"
 #include "lab/ctl/top/TopView.h"
 
 #include <deque>

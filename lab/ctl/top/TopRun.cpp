@@ -1,14 +1,13 @@
 #include "lab/ctl/top/TopRun.h"
 
 #include "face/FACE_Text.h"
+#include "lab/ctl/ProcessLook.h"
+#include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/RecordText.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
-#include "lab/ctl/check/ConfigText.h"
 #include "lab/ctl/top/BusFeed.h"
 #include "lab/ctl/top/JoinFeed.h"
-#include "lab/ctl/top/ProcessLook.h"
-#include "lab/ctl/top/QueueTaps.h"
 #include "lab/ctl/top/TerminalSignals.h"
 #include "lab/ctl/top/TopLayout.h"
 #include "lab/ctl/top/TopModel.h"
@@ -17,7 +16,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <optional>
 #include <poll.h>
 #include <sstream>
@@ -35,25 +33,6 @@ constexpr std::chrono::milliseconds kFrame{250};
 constexpr std::chrono::seconds kProcessLook{1};
 constexpr std::chrono::seconds kQueueLook{2};
 constexpr const char* kProcess = "OrvaneServer";
-
-/// The queues of a file of devices; what it lacks is left out.
-std::vector<QueueName> queuesOf(const std::string& file)
-{
-    constexpr const char* kNames[] = {"ZEN_HX", "HX_ZEN"};
-    std::vector<QueueName> queues;
-    Findings ignored;
-    const auto text = readConfigText(file, ignored);
-    if (!text) return queues;
-    for (const char* const name : kNames) {
-        const ConfigContainer* const container = text->find(name);
-        const std::string port = container ? container->textOf("Port") : "";
-        char* end = nullptr;
-        const unsigned long number = std::strtoul(port.c_str(), &end, 0);
-        if (port.empty() || *end != '\0' || number > 65535) continue;
-        queues.push_back({name, "/dev/mcs" + std::to_string(number)});
-    }
-    return queues;
-}
 
 std::vector<std::string> linesOf(const std::string& text)
 {
@@ -86,8 +65,8 @@ public:
     explicit TopRun(const TopOptions& options)
         : m_options(options), m_settings(serviceSettings(options.file)),
           m_file(FACE::textOf(m_settings.m_connectionsFile)), m_watch(m_file, chooseTopics(m_file, {}, ""), {}),
-          m_taps(queuesOf(FACE::textOf(m_settings.m_ioDevicesFile))), m_bus(options.socket),
-          m_model(m_watch.topics(), m_taps.queues(), m_start), m_joins(m_settings, !options.socket.empty()),
+          m_taps(queuesOf(m_settings)), m_bus(options.socket), m_model(m_watch.topics(), m_taps.queues(), m_start),
+          m_joins(m_settings, {.bus = !options.socket.empty(), .queue = isReceiverThere()}),
           m_ui(m_watch.topics().size()), m_view(m_model.view(m_start)), m_screen(options.hasColours)
     {
         m_ending.beforeDefault(TopScreen::giveBack);
@@ -117,15 +96,32 @@ private:
             m_model.take(sample);
             m_joins.take(m_watch.topics()[sample.topic], sample);
         }
-        m_taps.count(now);
+        hearQueues(now);
         hearBus(now);
         if (m_processLook.isDue(now)) m_model.setProcess(findProcess(kProcess), now);
         if (m_queueLook.isDue(now)) m_taps.look();
     }
 
+    bool isReceiverThere() const
+    {
+        const auto receiver = m_taps.numberOf(kReceiverQueue);
+        return receiver && m_taps.reading(*receiver).isThere;
+    }
+
+    void hearQueues(Time now)
+    {
+        m_taps.count(now);
+        if (const auto receiver = m_taps.numberOf(kReceiverQueue);
+            receiver && m_taps.reading(*receiver).lastTaken == now)
+            m_joins.takeReading(now);
+    }
+
     void hearBus(Time now)
     {
-        for (const BusLink::Json& line : m_bus.take(now)) {
+        const auto lines = m_bus.take(now);
+        // What was published was read before.
+        hearQueues(now);
+        for (const BusLink::Json& line : lines) {
             m_model.takeBusLine(line, now);
             m_joins.takeBusLine(line, now);
         }

@@ -35,6 +35,8 @@ std::string textOf(Kind kind, JoinInput input, const std::string& servers, doubl
         return name + " not a frame";
     case Kind::Unusable:
         return "no usable " + name;
+    case Kind::Unread:
+        return "no " + name + " read";
     case Kind::Late:
         return name + ' ' + range(least, most) + " late";
     case Kind::Early:

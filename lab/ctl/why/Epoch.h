@@ -25,7 +25,8 @@ struct MissCause {
         Missing,    ///< did not come
         Refused,    ///< came from servers that the settings don't name
         NotAFrame,  ///< came, and can't be unpacked
-        Unusable,   ///< one of these or of the next two, which can't be told apart without hearing the input
+        Unusable,   ///< one of these or of the next three, which can't be told apart without hearing the input
+        Unread,     ///< nothing at all was read from its queue
         Late,       ///< its time of validity is too far before that of the time message
         Early,      ///< or behind it
         Overtaken,  ///< all came, and the next time message before the service looks

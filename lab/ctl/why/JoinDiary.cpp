@@ -15,13 +15,14 @@ using Kind = MissCause::Kind;
 
 namespace {
 
-constexpr std::chrono::milliseconds kTurn{250};  // between two looks of the service
-constexpr std::chrono::seconds kTellsWithin{1};  // after the end of an epoch
-constexpr double kSameTime = 1e-4;               // s
-constexpr std::size_t kIntervals = 9;            // of which the middle one counts
-constexpr std::uint64_t kLongestGap = 3600;      // epochs
-constexpr double kShortestSilence = 2;           // s, in which no time message comes
-constexpr double kLongestPause = 60;             // s, between two of them
+constexpr std::chrono::milliseconds kTurn{250};    // between two looks of the service
+constexpr std::chrono::seconds kTellsWithin{1};    // after the end of an epoch
+constexpr double kSameTime = 1e-4;                 // s
+constexpr std::chrono::milliseconds kNearly{900};  // the longest that two inputs of a join are apart, but for jitter
+constexpr std::size_t kIntervals = 9;              // of which the middle one counts
+constexpr std::uint64_t kLongestGap = 3600;        // epochs
+constexpr double kShortestSilence = 2;             // s, in which no time message comes
+constexpr double kLongestPause = 60;               // s, between two of them
 
 constexpr JoinInput kBesidesTime[] = {JoinInput::Pva, JoinInput::Pnt, JoinInput::Mis, JoinInput::Assurance,
                                       JoinInput::Receiver};
@@ -91,6 +92,15 @@ void JoinDiary::takeNoRecord(Time now)
     receiver.state.arrived = m_now;
 }
 
+void JoinDiary::takeReading(Time now)
+{
+    if (m_hearing.receiver) return;
+    pass(now);
+    Heard& receiver = heard(JoinInput::Receiver);
+    receiver.isNew = true;
+    receiver.state.arrived = m_now;
+}
+
 void JoinDiary::take(const UTCTime& message, Time now)
 {
     pass(now);
@@ -150,8 +160,15 @@ void JoinDiary::join(const Header& time, Time before)
 {
     for (const JoinInput input : kBesidesTime) {
         Heard& heard = this->heard(input);
-        if (heard.isNew && heard.state.arrived <= before && m_rule.fits(heard.header, time)) heard.isNew = false;
+        if (heard.isNew && heard.state.arrived <= before && fits(input, time)) heard.isNew = false;
     }
+}
+
+/// What was read without being heard may have any time.
+bool JoinDiary::fits(JoinInput input, const Header& time) const
+{
+    if (input == JoinInput::Receiver && !m_hearing.receiver) return true;
+    return m_rule.fits(heard(input).header, time);
 }
 
 /// What is there has been so until now.
@@ -196,7 +213,9 @@ void JoinDiary::closeEpoch(Time now)
     if (!m_epoch.isJoined) {
         m_epoch.causes = finalCauses();
         // What came before the first message is not known.
-        const auto isMissing = [](const MissCause& cause) { return cause.kind == Kind::Missing; };
+        const auto isMissing = [](const MissCause& cause) {
+            return cause.kind == Kind::Missing || cause.kind == Kind::Unread;
+        };
         if (wasFirst && std::ranges::any_of(m_epoch.causes, isMissing)) return;
     }
     m_pending.push_back({m_epoch, m_time, now});
@@ -254,7 +273,16 @@ std::vector<MissCause> JoinDiary::causes() const
     for (const JoinInput input : kBesidesTime)
         if (input != JoinInput::Receiver || m_hearing.receiver)
             if (auto cause = causeOf(input)) all.push_back(std::move(*cause));
+    if (!m_hearing.receiver && m_hearing.queue && !isRead())
+        all.push_back({.kind = Kind::Unread, .input = JoinInput::Receiver});
     return all;
+}
+
+/// Whether something was read since the latest join that may be of this epoch.
+bool JoinDiary::isRead() const
+{
+    const Heard& receiver = heard(JoinInput::Receiver);
+    return receiver.isNew && *receiver.state.arrived >= std::min(m_fresh, m_began - kNearly);
 }
 
 /// Nothing if this input is there and close enough.

@@ -36,6 +36,7 @@ public:
     struct Hearing {
         bool bus = false;       ///< `tell` is called; otherwise an epoch is joined when the service could have done it
         bool receiver = false;  ///< `take(GSSIP)` is called; otherwise the receiver is there unless all else was
+        bool queue = false;     ///< `takeReading` is called; without it nothing is known of a receiver that isn't heard
     };
 
     /// Of one input.
@@ -59,6 +60,9 @@ public:
 
     /// Something on that queue was no record.
     void takeNoRecord(Time now);
+
+    /// The service has read something from that queue, whatever it was.
+    void takeReading(Time now);
 
     /// @param gpsSeconds  of the record that was published
     void tell(double gpsSeconds, Time now);
@@ -111,6 +115,8 @@ private:
 
     void pass(Time now);
     bool isLookedAtUntil(Time now) const;
+    bool isRead() const;
+    bool fits(JoinInput input, const Header& time) const;
     void judge(const Span& span);
     void join(const Header& time, Time before);
     void closeEpoch(Time now);

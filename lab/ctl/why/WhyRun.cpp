@@ -3,6 +3,7 @@
 #include "face/FACE_Text.h"
 #include "lab/ctl/BusLink.h"
 #include "lab/ctl/Progress.h"
+#include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
@@ -28,14 +29,24 @@ using namespace aspn2_msgs::idl;
 const std::vector<std::string> kTopics = {"UTCTime", "PositionVelocityAttitude", "HalvexPNT",
                                           "MeasurementIncorporationStatus", "AssuranceState"};
 constexpr std::chrono::milliseconds kTurn{50};
-constexpr std::chrono::seconds kBetweenTries{1};  // to find the bus again
+constexpr std::chrono::seconds kBetweenTries{1};  // to find the bus, or another queue
 constexpr std::chrono::seconds kPatience{3};      // until publishers are found
+
+/// The receiver's queue, if its readings can be watched.
+std::vector<QueueName> receiverQueueOf(const ServerSettings& settings)
+{
+    std::vector<QueueName> queues = queuesOf(settings);
+    std::erase_if(queues, [](const QueueName& queue) { return queue.name != kReceiverQueue; });
+    const bool isWatched = !queues.empty() && QueueTaps(queues).reading(0).isThere;
+    return isWatched ? queues : std::vector<QueueName>{};
+}
 
 class WhyRun {
 public:
     WhyRun(const WhyOptions& options, std::ostream& output)
         : m_options(options), m_output(output), m_settings(serviceSettings(options.file)),
-          m_diary(m_settings, {!options.socket.empty(), !options.receiver.empty()}),
+          m_queue(receiverQueueOf(m_settings)), m_diary(m_settings, {!options.socket.empty(), !options.receiver.empty(),
+                                                                     m_queue.numberOf(kReceiverQueue).has_value()}),
           m_file(FACE::textOf(m_settings.m_connectionsFile)), m_watch(m_file, chooseTopics(m_file, kTopics, ""), {})
     {
         if (!options.socket.empty()) m_bus.emplace(options.socket);
@@ -76,9 +87,22 @@ private:
     {
         for (const Sample& sample : m_watch.samples().take()) take(sample);
         if (m_receiver) m_receiver->take(Clock::now());
+        takeReadings();
         if (m_options.socket.empty()) return;
         if (!m_bus) findBus();
         if (m_bus) takeBusLines();
+    }
+
+    void takeReadings()
+    {
+        if (m_queue.queues().empty()) return;
+        const auto now = Clock::now();
+        if (now >= m_nextFollow) {
+            m_queue.follow();
+            m_nextFollow = now + kBetweenTries;
+        }
+        m_queue.count(now);
+        if (m_queue.reading(0).lastTaken == now) m_diary.takeReading(now);
     }
 
     void take(const Sample& sample)
@@ -124,6 +148,7 @@ private:
                                 record != line.end() && record->is_object() && line.contains("timeOfValidity") &&
                                 !line["timeOfValidity"].is_null();
             if (!isTold) continue;
+            takeReadings();  // what was published was read before
             const auto time = record->find("gpsSeconds");
             if (time != record->end() && time->is_number()) m_diary.tell(time->get<double>(), Clock::now());
         }
@@ -218,6 +243,7 @@ private:
                             {"causes", causes},
                             {"bus", !m_options.socket.empty()},
                             {"receiver", !m_options.receiver.empty()},
+                            {"queue", m_queue.numberOf(kReceiverQueue).has_value()},
                             {"without_publisher", unheard()},
                             {"left_out", m_watch.samples().leftOut()}}));
             return;
@@ -227,6 +253,10 @@ private:
             print("orvanectl: " + std::to_string(count) + " records came too fast and were left out\n");
         if (m_options.socket.empty())
             print("orvanectl: without a bus, what the service could have joined counts as joined\n");
+        if (m_options.receiver.empty())
+            print(m_queue.queues().empty()
+                      ? "orvanectl: the receiver's queue is not heard; its 8504 count as there\n"
+                      : "orvanectl: of the receiver's queue it is only known when the service reads it\n");
         print(m_sum.text(m_sum.epochs() == 0 ? silence : std::nullopt) + '\n');
     }
 
@@ -240,12 +270,14 @@ private:
     std::ostream& m_output;
     EndingSignals m_signals;  // before the threads of the watch
     const ServerSettings m_settings;
+    QueueTaps m_queue;
     JoinDiary m_diary;
     const ConnectionFile m_file;
     mutable TopicWatch m_watch;
     std::optional<BusLink> m_bus;
     std::optional<ReceiverCopy> m_receiver;
     Clock::time_point m_nextTry;
+    Clock::time_point m_nextFollow;
     bool m_areAllHeard = false;
     const Clock::time_point m_start = Clock::now();
     std::string m_said;  // of a silence that goes on

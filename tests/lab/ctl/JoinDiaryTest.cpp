@@ -124,6 +124,23 @@ struct JoinDiaryWithReceiverTest : JoinDiaryTest {
     }
 };
 
+/// It is only known when the service reads the receiver's queue.
+struct JoinDiaryWithQueueTest : JoinDiaryTest {
+    explicit JoinDiaryWithQueueTest(bool hasBus = true) : JoinDiaryTest({.bus = hasBus, .queue = true}) {}
+
+    void good(double seconds)
+    {
+        read(seconds);
+        JoinDiaryTest::good(seconds);
+    }
+
+    void read(double when) { diary().takeReading(moment(when)); }
+};
+
+struct JoinDiaryWithQueueAloneTest : JoinDiaryWithQueueTest {
+    JoinDiaryWithQueueAloneTest() : JoinDiaryWithQueueTest(false) {}
+};
+
 struct JoinDiaryWithoutBusTest : JoinDiaryTest {
     JoinDiaryWithoutBusTest() : JoinDiaryTest({false, false}) {}
 };
@@ -458,6 +475,53 @@ TEST_F(JoinDiaryWithReceiverTest, AnotherMessageOfTheQueueIsPassedOver)
     warning.data()[3] = 5044 >> 8;
     diary().take(warning, moment(11.02));
     EXPECT_EQ(all(12), (Lines{"10 joined", "11: no 8504;"}));
+}
+
+TEST_F(JoinDiaryWithQueueTest, AQueueThatIsNotReadHasNoReport)
+{
+    good(10);
+    time(11);
+    others(11);
+    good(12);
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11: no 8504 read;", "12 joined"}));
+}
+
+TEST_F(JoinDiaryWithQueueTest, WhatIsReadMayBeOfNoUse)
+{
+    good(10);
+    time(11);
+    others(11);
+    read(11.02);
+    EXPECT_EQ(all(12), (Lines{"10 joined", "11: no usable 8504;"}));
+}
+
+TEST_F(JoinDiaryWithQueueTest, WhatWasReadForTheEpochBeforeIsNotOfThisOne)
+{
+    good(10);
+    time(11);
+    others<HalvexPNT>(11);
+    read(11.02);
+    time(12);
+    others(12);
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11: no HalvexPNT;", "12: no 8504 read;"}));
+}
+
+TEST_F(JoinDiaryWithQueueTest, WhatMayHaveBeenReadBeforeTheStartIsNotKnown)
+{
+    time(10);
+    others(10);
+    good(11);
+    EXPECT_EQ(all(12), Lines{"11 joined"});
+}
+
+TEST_F(JoinDiaryWithQueueAloneTest, WithoutAReadingNothingCouldBeJoined)
+{
+    for (const double second : {10.0, 11.0, 12.0}) {
+        if (second != 11.0) read(second);
+        time(second);
+        others(second);
+    }
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11: no 8504 read;", "12 joined"}));
 }
 
 TEST_F(JoinDiaryWithReceiverTest, WhatIsNotPublishedThoughAllIsThereIsToldSo)

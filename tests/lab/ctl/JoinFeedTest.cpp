@@ -45,14 +45,14 @@ struct JoinFeedTest : testing::Test {
 
 TEST_F(JoinFeedTest, InputsThatFitAreJoined)
 {
-    JoinFeed feed(settings(), false);
+    JoinFeed feed(settings(), {});
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
     EXPECT_TRUE(feed.text(at(5500)).starts_with("join rate 1.00 (")) << feed.text(at(5500));
 }
 
 TEST_F(JoinFeedTest, ATimeThatStopsIsTold)
 {
-    JoinFeed feed(settings(), false);
+    JoinFeed feed(settings(), {});
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
     EXPECT_TRUE(feed.text(at(24'500)).starts_with("no UTCTime for 20 s; join rate ")) << feed.text(at(24'500));
 }
@@ -61,7 +61,7 @@ TEST_F(JoinFeedTest, ATimeThatIsRefusedIsTold)
 {
     ServerSettings strict = settings();
     strict.m_utcSourceServerId = 37;
-    JoinFeed feed(strict, false);
+    JoinFeed feed(strict, {});
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
     const std::string text = feed.text(at(6000));
     EXPECT_TRUE(text.starts_with("UTCTime refused, from ")) << text;
@@ -70,16 +70,27 @@ TEST_F(JoinFeedTest, ATimeThatIsRefusedIsTold)
 
 TEST_F(JoinFeedTest, AnInputThatNeverCameIsNamed)
 {
-    JoinFeed feed(settings(), false);
+    JoinFeed feed(settings(), {});
     for (int second = 1; second <= 4; ++second) takeAll(feed, second, "HalvexPNT");
     const std::string text = feed.text(at(5500));
     EXPECT_TRUE(text.starts_with("join rate 0.00 (0 of ")) << text;
     EXPECT_NE(text.find(" x no HalvexPNT"), std::string::npos) << text;
 }
 
+TEST_F(JoinFeedTest, AQueueThatNothingIsReadFromIsNamed)
+{
+    JoinFeed feed(settings(), {.queue = true});
+    for (int second = 1; second <= 4; ++second) {
+        if (second != 3) feed.takeReading(at(1000 * second - 10));
+        takeAll(feed, second);
+    }
+    const std::string text = feed.text(at(5500));
+    EXPECT_TRUE(text.ends_with(": 1 x no 8504 read")) << text;
+}
+
 TEST_F(JoinFeedTest, WithoutABusThatTellsOfItNothingCountsAsJoined)
 {
-    JoinFeed feed(settings(), true);
+    JoinFeed feed(settings(), {.bus = true});
     feed.takeBusGone(at(0));
     for (int second = 1; second <= 4; ++second) takeAll(feed, second);
     EXPECT_TRUE(feed.text(at(5500)).starts_with("join rate 0.00 (0 of ")) << feed.text(at(5500));
@@ -87,7 +98,7 @@ TEST_F(JoinFeedTest, WithoutABusThatTellsOfItNothingCountsAsJoined)
 
 TEST_F(JoinFeedTest, LinesThatAreNoneOfTheBusDoNothing)
 {
-    JoinFeed feed(settings(), true);
+    JoinFeed feed(settings(), {.bus = true});
     for (const char* line :
          {"", "7", "[]", R"({"type":7})", R"({"type":"tell","tell":"blended-navigation"})",
           R"({"type":"tell","tell":"blended-navigation","timeOfValidity":{},"record":7})",

@@ -1,5 +1,5 @@
-#include "lab/ctl/top/QueueTaps.h"
-#include "lab/ctl/top/ProcessLook.h"
+#include "lab/ctl/QueueTaps.h"
+#include "lab/ctl/ProcessLook.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -183,7 +183,12 @@ TEST_F(WhyVerbTest, WithoutTheReceiverItNamesWhatItDoesNotHear)
     good();
     bad([this] { inputs.sendPnt(); });
     good();
-    EXPECT_THAT(end(), ElementsAre("1 joined", "2 no usable 8504", "3 joined"));
+    bad([this] {
+        inputs.sendPnt();
+        sendReceiver(2);
+    });
+    good();
+    EXPECT_THAT(end(), ElementsAre("1 joined", "2 no 8504 read", "3 joined", "4 no usable 8504", "5 joined"));
 }
 
 TEST_F(WhyVerbTest, WithoutABusItTellsWhatTheServiceCouldHaveJoined)

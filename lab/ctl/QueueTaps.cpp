@@ -1,6 +1,6 @@
-#include "lab/ctl/top/QueueTaps.h"
+#include "lab/ctl/QueueTaps.h"
 
-#include "lab/ctl/top/ProcessLook.h"
+#include "lab/ctl/ProcessLook.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -37,12 +37,19 @@ QueueTaps::QueueTaps(std::vector<QueueName> queues)
       m_inotify(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
     if (m_inotify < 0) throw std::system_error(errno, std::generic_category(), "inotify");
-    for (std::size_t queue = 0; queue < m_queues.size(); ++queue) watch(queue);
+    follow();
 }
 
 QueueTaps::~QueueTaps()
 {
     ::close(m_inotify);
+}
+
+std::optional<std::size_t> QueueTaps::numberOf(const std::string& name) const
+{
+    const auto found = std::ranges::find(m_queues, name, &QueueName::name);
+    if (found == m_queues.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - m_queues.begin());
 }
 
 /// Watches the device that stands at the path now.
@@ -59,6 +66,11 @@ void QueueTaps::watch(std::size_t queue)
         watch = {id, file.st_dev, file.st_ino};
     }
     m_readings[queue].isThere = watch.id >= 0;
+}
+
+void QueueTaps::follow()
+{
+    for (std::size_t queue = 0; queue < m_queues.size(); ++queue) watch(queue);
 }
 
 void QueueTaps::count(Time now)
@@ -85,8 +97,8 @@ void QueueTaps::count(Time now)
 
 void QueueTaps::look()
 {
+    follow();
     for (std::size_t queue = 0; queue < m_queues.size(); ++queue) {
-        watch(queue);
         const FileHolders holders = holdersOf(m_queues[queue].device);
         m_readings[queue].holders = holders.text;
         m_readings[queue].waitingBytes = holders.hasReader ? waitingIn(m_queues[queue].device) : std::nullopt;

@@ -1,4 +1,4 @@
-#include "lab/ctl/top/ProcessLook.h"
+#include "lab/ctl/ProcessLook.h"
 
 #include "lab/ctl/FrameDecoder.h"
 

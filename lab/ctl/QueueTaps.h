@@ -1,5 +1,5 @@
-#ifndef LAB_CTL_TOP_QUEUETAPS_H
-#define LAB_CTL_TOP_QUEUETAPS_H
+#ifndef LAB_CTL_QUEUETAPS_H
+#define LAB_CTL_QUEUETAPS_H
 
 #include "lab/ctl/TopicStatistics.h"
 
@@ -10,6 +10,9 @@
 #include <vector>
 
 namespace orvanectl {
+
+/// The queue of what the receiver sends.
+constexpr const char* kReceiverQueue = "ZEN_HX";
 
 struct QueueName {
     std::string name;
@@ -43,13 +46,19 @@ public:
     const std::vector<QueueName>& queues() const { return m_queues; }
     const QueueReading& reading(std::size_t queue) const { return m_readings.at(queue); }
 
+    /// Of the queue with this name, if there is one.
+    std::optional<std::size_t> numberOf(const std::string& name) const;
+
     /// Can be read, for `poll`, when there is something to count.
     int descriptor() const { return m_inotify; }
 
     /// Counts what came since the last call.
     void count(Time now);
 
-    /// Looks at all else, which takes a while: at every process.
+    /// Watches the devices that stand at the paths now, if they are others.
+    void follow();
+
+    /// Does that, and looks at all else, which takes a while: at every process.
     void look();
 
 private:

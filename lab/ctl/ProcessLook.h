@@ -1,5 +1,5 @@
-#ifndef LAB_CTL_TOP_PROCESSLOOK_H
-#define LAB_CTL_TOP_PROCESSLOOK_H
+#ifndef LAB_CTL_PROCESSLOOK_H
+#define LAB_CTL_PROCESSLOOK_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "lab/ctl/WatchRun.h"
 
+#include "lab/ctl/Progress.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -68,6 +70,7 @@ public:
     {
         if (options.seconds > 0) m_end = m_start + durationOf(options.seconds);
         m_signals.listen();
+        m_waiting->say("waits for records");
     }
 
     /// @param show    a record
@@ -95,6 +98,7 @@ public:
 
     void print(const std::string& text)
     {
+        m_waiting.reset();
         m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
         if (!m_output) throw std::runtime_error("cannot write to standard output");
     }
@@ -140,6 +144,7 @@ private:
     const Time m_start = Clock::now();
     std::optional<Time> m_end;
     std::uint64_t m_counted = 0;
+    std::optional<Progress> m_waiting{std::in_place, STDERR_FILENO};  // until something is printed
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "aspn2_msgs/GSSIP.h"
 #include "lab/ctl/FrameFields.h"
 #include "lab/ctl/NearestWord.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/PubRecords.h"
 #include "lab/ctl/TopicPublisher.h"
 #include "lab/ctl/UnitClock.h"
@@ -13,19 +14,24 @@
 #include "lab/unit/QueueFeeder.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <fstream>
-#include <iostream>
+#include <fcntl.h>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <memory>
 #include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
 namespace orvanectl {
 
@@ -37,6 +43,7 @@ using Seconds = std::chrono::duration<double>;
 /// A longer pause between two lines is none of a record's own timing.
 constexpr double kLongestPause = 3600;
 constexpr std::chrono::seconds kArrival{5};
+constexpr std::uint64_t kEndless = std::numeric_limits<std::uint64_t>::max();
 const std::string kQueueDevices = "/dev/mcs";
 
 /// The number of a server, from its name or as it is.
@@ -66,23 +73,34 @@ std::uint8_t systemOf(const std::string& text)
     if (read.ec == std::errc() && read.ptr == text.data() + text.size() && number <= 255)
         return static_cast<std::uint8_t>(number);
     if (const std::uint8_t id = ASPN2::SystemIds::from_string(text.c_str()); id != 0) return id;
-    throw UnknownName("no system \"" + printable(text) + "\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is");
+    const std::string nearest = nearestWord(text, {"KOLT", "RENS", "SarventPlus"});
+    throw UnknownName(
+        "no system \"" + printable(text) + "\"; " +
+        (nearest.empty() ? "KOLT, RENS, SarventPlus or a number from 0 to 255 is" : "did you mean " + nearest + '?'));
 }
 
 /// Lines of a file or of the standard input, read one at a time, each with its number in what is thrown.
 class Lines {
 public:
-    explicit Lines(const std::string& path)
-        : m_name(path == "-" ? "standard input" : path), m_isStandardInput(path == "-")
+    /// @param signals  end the lines
+    Lines(const std::string& path, const EndingSignals& signals)
+        : m_name(path == "-" ? "standard input" : path), m_isStandardInput(path == "-"), m_signals(signals)
     {
-        if (!m_isStandardInput) m_file.open(path);
-        if (!input()) throw std::runtime_error("cannot read " + path);
+        // A pipe that nobody writes to yet would keep signals waiting.
+        if (!m_isStandardInput) m_file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (m_file < 0) refuse();
     }
+    ~Lines()
+    {
+        if (!m_isStandardInput) ::close(m_file);
+    }
+    Lines(const Lines&) = delete;
+    Lines& operator=(const Lines&) = delete;
 
-    /// The next record; none behind the last.
+    /// The next record; none behind the last, and once a signal has come.
     std::optional<PubRecord> next()
     {
-        for (std::string line; std::getline(input(), line);) {
+        for (std::string line; nextLine(line);) {
             ++m_number;
             if (line.empty()) continue;
             try {
@@ -95,19 +113,60 @@ public:
     }
 
 private:
-    std::istream& input() { return m_isStandardInput ? std::cin : m_file; }
+    [[noreturn]] void refuse() const
+    {
+        throw std::runtime_error("cannot read " + m_name + ": " + std::generic_category().message(errno));
+    }
+
+    bool nextLine(std::string& line)
+    {
+        std::size_t searched = 0;
+        for (;;) {
+            const std::size_t end = m_read.find('\n', m_begin + searched);
+            if (end != std::string::npos) {
+                line = m_read.substr(m_begin, end - m_begin);
+                m_begin = end + 1;
+                return true;
+            }
+            m_read.erase(0, m_begin);
+            m_begin = 0;
+            searched = m_read.size();
+            if (readMore()) continue;
+            line = std::exchange(m_read, {});
+            return !line.empty() && !m_signals.received();
+        }
+    }
+
+    /// False at the end.
+    bool readMore()
+    {
+        std::array<char, 65536> piece;
+        while (!m_signals.received()) {
+            pollfd waiting[] = {{m_file, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}};
+            if (::poll(waiting, std::size(waiting), -1) < 0 || m_signals.received()) continue;
+            const ssize_t count = ::read(m_file, piece.data(), piece.size());
+            if (count > 0) m_read.append(piece.data(), static_cast<std::size_t>(count));
+            if (count >= 0) return count > 0;
+            if (errno != EINTR && errno != EAGAIN) refuse();
+        }
+        return false;
+    }
 
     const std::string m_name;
     const bool m_isStandardInput;
-    std::ifstream m_file;
+    const EndingSignals& m_signals;
+    int m_file = STDIN_FILENO;
+    std::string m_read;       // lines that are not taken begin at
+    std::size_t m_begin = 0;  // this place
     std::size_t m_number = 0;
 };
 
-std::vector<PubRecord> recordsOf(const std::string& path)
+std::vector<PubRecord> recordsOf(const std::string& path, const EndingSignals& signals)
 {
-    Lines lines(path);
+    Lines lines(path, signals);
     std::vector<PubRecord> records;
     while (auto record = lines.next()) records.push_back(std::move(*record));
+    if (signals.received()) throw std::runtime_error(path + ": broken off by a signal, nothing published");
     if (records.empty()) throw FieldError(path + ": no line is a record");
     return records;
 }
@@ -240,7 +299,11 @@ public:
 
     void send(const PubRecord& record) override
     {
-        m_feeder.send(*static_cast<const aspn2_msgs::idl::GSSIP*>(record.record.get()));
+        try {
+            m_feeder.send(*static_cast<const aspn2_msgs::idl::GSSIP*>(record.record.get()));
+        } catch (const std::length_error& error) {
+            throw FieldError(error.what());
+        }
     }
 
     void close() override
@@ -252,6 +315,8 @@ public:
                                          ": nobody takes the frames; the service reads its queues once it runs");
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        if (m_feeder.waiting() > 0)
+            throw std::runtime_error(m_device + ": broken off by a signal before the latest frame was taken");
     }
 
 private:
@@ -268,6 +333,9 @@ public:
           m_system(systemOf(options.system)), m_server(serverOf(serverName()))
     {
         m_signals.listen();
+        m_progress->say(m_frame                  ? "waits until the frame is taken"
+                        : m_options.file.empty() ? "waits for subscribers"
+                                                 : "waits for lines and for subscribers");
         if (m_frame) {
             m_records.push_back(frameRecord());
             m_outlet = std::make_unique<QueueOutlet>(
@@ -278,7 +346,7 @@ public:
             m_file.emplace(options.connections);
             auto topics = std::make_unique<TopicOutlet>(options, *m_file, m_signals);
             if (isStream())
-                m_lines.emplace(options.file);
+                m_lines.emplace(options.file, m_signals);
             else
                 m_records = records();
             topics->know(m_records);
@@ -286,7 +354,8 @@ public:
         }
     }
 
-    /// The number of records that went out.
+    /// The number of records that went out. Throws `std::runtime_error` too when a signal has come before all did, or
+    /// before the first where there is no end.
     std::uint64_t run()
     {
         const std::uint64_t count = countOfRecords();
@@ -305,9 +374,16 @@ public:
             stamp(*record, m_options.stampsNow ? PubRecord::Given{.device = record->given.device} : record->given);
             m_outlet->send(*record);
             ++sent;
+            m_progress->say("publishes, " + std::to_string(sent) +
+                            (count == kEndless ? "" : " of " + std::to_string(count)) + " so far");
         }
         if (isStream() && sent == 0 && !m_signals.received()) throw FieldError("standard input: no line is a record");
         m_outlet->close();
+        m_progress.reset();
+        const bool isEndless = count == kEndless;
+        if (m_signals.received() && sent < (isEndless ? 1 : count))
+            throw std::runtime_error(std::to_string(sent) + (isEndless ? "" : " of " + std::to_string(count)) +
+                                     (m_frame ? " frames sent" : " records published") + ", broken off by a signal");
         return sent;
     }
 
@@ -324,7 +400,7 @@ private:
 
     std::vector<PubRecord> records() const
     {
-        if (!m_options.file.empty()) return recordsOf(m_options.file);
+        if (!m_options.file.empty()) return recordsOf(m_options.file, m_signals);
         std::vector<PubRecord> one;
         one.push_back(recordOf(chooseTopics(*m_file, {m_options.topic}, m_options.type).at(0), m_options.settings));
         return one;
@@ -355,7 +431,7 @@ private:
     {
         if (m_options.count > 0) return m_options.count;
         const bool isEndless = m_lines || (m_options.rate > 0 && m_options.file.empty());
-        return isEndless ? std::numeric_limits<std::uint64_t>::max() : m_records.size();
+        return isEndless ? kEndless : m_records.size();
     }
 
     /// When a record is due, after the start.
@@ -402,6 +478,7 @@ private:
 
     const PubOptions& m_options;
     EndingSignals m_signals;  // before the threads of the outlet
+    std::optional<Progress> m_progress{std::in_place, STDERR_FILENO};
     const FrameKind* const m_frame;
     const std::uint8_t m_system;
     const std::uint8_t m_server;

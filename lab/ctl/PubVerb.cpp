@@ -26,8 +26,9 @@ constexpr const char* kExamples =
     "\n"
     "A value is JSON, or a text; a field within another stands behind a dot: covariance.0.1=0.5. 5044,\n"
     "8504 and 15051 are frames for the lab's queues. Exit status: 0 when all has arrived, 1 if nobody\n"
-    "subscribes or reads, or a file or a DDS participant can't be had, 2 for a wrong command line, also\n"
-    "for a field or a value that there is not.";
+    "subscribes or reads, if a signal breaks it off before its count or its lines are out, or if a file\n"
+    "or a DDS participant can't be had, 2 for a wrong command line, also for a field or a value that\n"
+    "there is not.";
 
 bool isOfFrame(const std::string& setting)
 {

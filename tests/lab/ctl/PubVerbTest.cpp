@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 using Ending = ChildProcess::Ending;
@@ -97,6 +99,46 @@ TEST(PubVerbTest, LinesOfTheStandardInputGoOutAsTheyCome)
     EXPECT_NE(echo.output().find("\"system_name\":\"RENS\""), std::string::npos) << echo.output();
 }
 
+TEST(PubVerbTest, BrokenOffItSaysHowFarItCameAndFails)
+{
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "1", "--backfill"});
+    ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "60", "--rate", "1", "--count", "1000"});
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    pub.send(SIGINT);
+    EXPECT_EQ(pub.wait(), Ending({1, 0}));
+    EXPECT_NE(pub.errors().find(" of 1000 records published, broken off by a signal\n"), std::string::npos)
+        << pub.errors();
+    EXPECT_EQ(pub.output(), "");
+}
+
+TEST(PubVerbTest, WithoutAnEndASignalIsTheEnd)
+{
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "1", "--backfill"});
+    ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "60", "--rate", "1"});
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    pub.send(SIGINT);
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+}
+
+TEST(PubVerbTest, BrokenOffBeforeASubscriberCameItFails)
+{
+    ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "60"});
+    ASSERT_TRUE(pub.waitUntilHandled(SIGINT));
+    pub.send(SIGINT);
+    EXPECT_EQ(pub.wait(), Ending({1, 0}));
+    EXPECT_EQ(pub.errors(), "orvanectl: 0 of 1 records published, broken off by a signal\n");
+}
+
+TEST(PubVerbTest, TheFirstSignalEndsTheReadingOfLinesThatDoNotCome)
+{
+    ASSERT_EQ(::mkfifo("/tmp/lines", 0600), 0);
+    ChildProcess pub({kTool, "pub", "--file", "/tmp/lines"});
+    const std::ofstream lines("/tmp/lines");  // comes back when the tool has opened it
+    pub.send(SIGINT);
+    EXPECT_EQ(pub.wait(), Ending({1, 0}));
+    EXPECT_EQ(pub.errors(), "orvanectl: /tmp/lines: broken off by a signal, nothing published\n");
+}
+
 TEST(PubVerbTest, WithoutASubscriberItFails)
 {
     ChildProcess pub({kTool, "pub", "UTCTime", "--wait", "0.1"});
@@ -112,8 +154,12 @@ TEST(PubVerbTest, WhatIsTypedWronglyEndsWithTwo)
         {{"--file", "x", "--set", "a1=1"}, "orvanectl: --set and --type are for a TOPIC, not for --file\n"},
         {{"UTCTime", "--now"}, "orvanectl: --now is for --file; a TOPIC has times of its own\n"},
         {{"UTCTime", "--from", "MasterClok"}, "orvanectl: no server \"MasterClok\"; did you mean MasterClock?\n"},
-        {{"UTCTime", "--system", "KOLD"},
-         "orvanectl: no system \"KOLD\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is\n"},
+        {{"UTCTime", "--system", "KOLD"}, "orvanectl: no system \"KOLD\"; did you mean KOLT?\n"},
+        {{"UTCTime", "--system", "x"},
+         "orvanectl: no system \"x\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is\n"},
+        {{"UTCTim"}, "orvanectl: no topic \"UTCTim\" in /opt/halvex/config/Connections.xml; did you mean UTCTime?\n"},
+        {{"8504", "--hex", std::string(9000, 'F')},
+         "orvanectl: /dev/mcs5: a record of 4556 bytes is longer than a packet\n"},
         {{"UTCTime", "--hex", "FF"}, "orvanectl: --hex is for a frame: 5044, 8504 or 15051\n"},
         {{"8504", "--hex", "F"}, "orvanectl: --hex: pairs of hexadecimal digits must stand here\n"},
         {{"8504", "--hex", "FF", "--set", "word088=1"},

@@ -6,20 +6,7 @@
 // Prints latency (median and 99th percentile) at 100 Hz and at 1 kHz, and throughput at full speed. Either side has its
 // turn in every round, so that what else the machine does falls on both. Run it alone: DDS of others disturbs it.
 
-#include "aspn2_msgs/PositionVelocityAttitudePubSubTypes.h"
-#include "face/HX_Config.h"
-#include "face/HX_TSS.h"
-#include "face/HX_TypedTS.h"
-
-#include <fastrtps/Domain.h>
-#include <fastrtps/attributes/ParticipantAttributes.h>
-#include <fastrtps/attributes/PublisherAttributes.h>
-#include <fastrtps/attributes/SubscriberAttributes.h>
-#include <fastrtps/publisher/Publisher.h>
-#include <fastrtps/rtps/common/MatchingInfo.h>
-#include <fastrtps/subscriber/SampleInfo.h>
-#include <fastrtps/subscriber/Subscriber.h>
-#include <fastrtps/subscriber/SubscriberListener.h>
+#include "bench/face/TransportSides.h"
 
 #include <algorithm>
 #include <atomic>
@@ -39,15 +26,11 @@
 #include <vector>
 
 using aspn2_msgs::idl::PositionVelocityAttitude;
-using FACE::RETURN_CODE_TYPE;
-using namespace eprosima::fastrtps;
 
 namespace {
 
-constexpr int kDepth = 100;
 constexpr int kFullSpeed = 20000;    // messages a round
 constexpr int kFullSpeedRounds = 3;  // for each round of the slow rates: these are short
-constexpr std::uint32_t kDomain = 201;
 
 std::int64_t now()
 {
@@ -89,110 +72,6 @@ private:
     std::int64_t m_first = 0;
     std::int64_t m_last = 0;
 };
-
-class BareListener : public SubscriberListener {
-public:
-    explicit BareListener(Arrivals& arrivals) : m_arrivals(arrivals) {}
-    void onNewDataMessage(Subscriber* subscriber) override
-    {
-        PositionVelocityAttitude message;
-        SampleInfo_t info;
-        if (subscriber->takeNextData(&message, &info) && info.sampleKind == rtps::ALIVE) m_arrivals.add(message);
-    }
-
-private:
-    Arrivals& m_arrivals;
-};
-
-/// The settings of the connection file, for the library.
-FACE::TSS::HX_TSS_Settings settings()
-{
-    return {kDomain, kDepth, false, false, "SHM", "127.0.0.1", 7100};
-}
-
-class Bare {
-public:
-    Bare()
-    {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-        m_participant = Domain::createParticipant(FACE::TSS::participantAttributes(settings(), "bare"));
-#pragma GCC diagnostic pop
-        Domain::registerType(m_participant, &m_type);
-    }
-    ~Bare()
-    {
-        Domain::removeParticipant(m_participant);
-    }
-    Bare(const Bare&) = delete;
-    Bare& operator=(const Bare&) = delete;
-
-    void publish()
-    {
-        m_publisher = Domain::createPublisher(m_participant,
-                                              FACE::TSS::publisherAttributes(settings(), "Bare", m_type.getName()));
-    }
-    void subscribe(Arrivals& arrivals)
-    {
-        m_listener = std::make_unique<BareListener>(arrivals);
-        Domain::createSubscriber(m_participant, FACE::TSS::subscriberAttributes(settings(), "Bare", m_type.getName()),
-                                 m_listener.get());
-    }
-    void write(PositionVelocityAttitude& message)
-    {
-        m_publisher->write(&message);
-    }
-
-private:
-    aspn2_msgs::idl::PositionVelocityAttitudePubSubType m_type;
-    std::unique_ptr<BareListener> m_listener;
-    Participant* m_participant = nullptr;
-    Publisher* m_publisher = nullptr;
-};
-
-class Ours {
-public:
-    explicit Ours(const std::string& path)
-    {
-        m_tss->Set_Reference("", std::make_shared<FACE::HX_Config>(), 0, m_code);
-        m_tss->Initialize(path.c_str(), m_code);
-        m_front->Set_Reference("", m_tss, 0, m_code);
-        int size = -1;
-        m_tss->Create_Connection("Ours", -1, m_id, size, m_code);
-    }
-    void publish() { m_front->Register_Sender(m_id, m_code); }
-    void subscribe(Arrivals& arrivals)
-    {
-        m_front->Register_Callback(
-            m_id, [&arrivals](long long, long long, const auto& message, auto&&...) { arrivals.add(message); }, m_code);
-    }
-    void write(const PositionVelocityAttitude& message)
-    {
-        long long transaction = 0;
-        m_front->Send_Message(m_id, -1, transaction, message, m_code);
-    }
-
-private:
-    std::shared_ptr<FACE::TSS::HX_TSS> m_tss = std::make_shared<FACE::TSS::HX_TSS>("ours");
-    std::shared_ptr<FACE::TSS::Details::HX_TypedTS<PositionVelocityAttitude>> m_front =
-        std::make_shared<FACE::TSS::Details::HX_TypedTS<PositionVelocityAttitude>>();
-    long long m_id = -1;
-    RETURN_CODE_TYPE::Value m_code = RETURN_CODE_TYPE::NO_ERROR;
-};
-
-std::string connectionFile()
-{
-    const std::string path = "/tmp/bench_transport." + std::to_string(getpid()) + ".xml";
-    std::ofstream(path) << "<HX_Configurations><Domain><Name>FastRtps</Name><Parameters><DomainId>" << kDomain
-                        << "</DomainId><HistoryDepth>" << kDepth
-                        << "</HistoryDepth><UseBestEffort>false</UseBestEffort><BackFillHistory>false</BackFillHistory>"
-                           "<UseTransport>SHM</UseTransport><TcpAddress>127.0.0.1</TcpAddress><TcpPort>7100</TcpPort>"
-                           "</Parameters></Domain><Connection><Name>Ours</Name><Parameters>"
-                           "<TopicType>aspn2_msgs::idl::PositionVelocityAttitude</TopicType>"
-                           "<PubSubType>PositionVelocityAttitudePubSubType</PubSubType></Parameters></Connection>"
-                           "</HX_Configurations>\n";
-    return path;
-}
 
 /// What the publishing process is told by one byte: which side, and how fast.
 struct Order {
@@ -248,7 +127,7 @@ void waitFor(const Arrivals& arrivals, std::size_t count)
 int main(int argc, char** argv)
 {
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 10;
-    const std::string path = connectionFile();
+    const std::string path = transportConnectionFile();
     int orders[2];
     if (pipe(orders) != 0) return 1;
     const pid_t publisher = fork();  // before there are threads
@@ -263,8 +142,8 @@ int main(int argc, char** argv)
     {
         Bare bare;
         Ours ours(path);
-        bare.subscribe(arrivals[0]);
-        ours.subscribe(arrivals[1]);
+        bare.subscribe([&](const auto& message) { arrivals[0].add(message); });
+        ours.subscribe([&](const auto& message) { arrivals[1].add(message); });
         const auto run = [&](const Order& order) {
             arrivals[order.isOurs].take();
             if (write(orders[1], &order, sizeof order) != sizeof order) std::exit(1);

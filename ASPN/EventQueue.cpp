@@ -58,7 +58,7 @@ bool EventQueue::pop_front(std::int32_t& type, std::string& text, std::chrono::n
     const MutexLock lock(m_mutex);
     repeatConfigs();
     const Clock::time_point deadline = deadlineAfter(timeout);
-    while (m_events.empty())
+    while (m_events.empty() && m_mayWait)
         if (m_changed.wait_until(m_mutex, deadline) == std::cv_status::timeout) break;
     if (m_events.empty()) return false;
 
@@ -68,6 +68,13 @@ bool EventQueue::pop_front(std::int32_t& type, std::string& text, std::chrono::n
     text = std::move(item.text);
     m_events.pop_front();  // last, so that nothing is lost if memory runs out
     return true;
+}
+
+void EventQueue::letWait(bool mayWait)
+{
+    const MutexLock lock(m_mutex);
+    m_mayWait = mayWait;
+    m_changed.notify_all();
 }
 
 std::size_t EventQueue::size() const

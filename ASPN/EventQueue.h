@@ -39,6 +39,9 @@ public:
     /// Takes the oldest event, waiting up to `timeout` for one. False, and both outputs as they were, if none came.
     bool pop_front(std::int32_t& type, std::string& text, std::chrono::nanoseconds timeout) EXCLUDES(m_mutex);
 
+    /// Whether `pop_front` waits, as it does at first. False ends the waits at hand.
+    void letWait(bool mayWait) EXCLUDES(m_mutex);
+
     /// The number of queued items of both kinds; configuration events that wait for their repeat do not count.
     std::size_t size() const EXCLUDES(m_mutex);
 
@@ -65,6 +68,7 @@ private:
     Clock::time_point (*const m_now)();
     mutable RankedMutex<LockRank::Events> m_mutex;
     std::condition_variable_any m_changed;
+    bool m_mayWait GUARDED_BY(m_mutex) = true;
     std::deque<EventItem> m_events GUARDED_BY(m_mutex);
     std::deque<ConfigItem> m_configs GUARDED_BY(m_mutex);  // in the order of their next times: one period for all
 };

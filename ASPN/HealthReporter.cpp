@@ -74,7 +74,9 @@ void HealthReporter::DoneHealthReporter()
 {
     if (m_publisherThread.joinable()) {
         m_stop = true;
+        m_queue.letWait(false);  // behind the stop: a wait that ends by it finds the stop set
         m_publisherThread.join();
+        m_queue.letWait(true);
     }
     m_transport.reset();
     m_handle = -1;

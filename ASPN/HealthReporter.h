@@ -60,7 +60,7 @@ public:
 
     /// What the publisher goes by.
     struct Times {
-        std::chrono::nanoseconds poll;    ///< the longest wait for an event, and so the delay of an end
+        std::chrono::nanoseconds poll;    ///< the longest wait for an event: what is due again is looked for then
         std::chrono::nanoseconds repeat;  ///< from publishing a configuration event to its being queued again
         std::chrono::milliseconds pause;  ///< behind each event
     };
@@ -93,7 +93,7 @@ public:
                             const std::shared_ptr<Transport>& transport, long long handle);
 
     /// Publishes what is queued, and up to `kEventQueueLimit` events that are sent meanwhile; then lets go of the
-    /// transport. Takes half a second, and a tenth for each event. Harmless if there is nothing to end.
+    /// transport. Takes a tenth of a second for each event. Harmless if there is nothing to end.
     void DoneHealthReporter();
 
     /// Sends an event. Types outside 0 to 5 count as 0. Once faults are recorded, the text of types 3 to 5 gets the

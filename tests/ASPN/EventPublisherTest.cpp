@@ -318,6 +318,20 @@ TEST_F(EventPublisherTest, DonePublishesWhatIsQueued)
     EXPECT_EQ(reporter.queue().size(), 0u);
 }
 
+TEST_F(EventPublisherTest, DoneWaitsForNoPoll)
+{
+    HealthReporter patient(hysteresis, &ASPN2::EventQueue::Clock::now, {1h, 300s, 1ms});
+    init(patient);
+    patient.SendEvent("c.cpp", 1, 1, "first");
+    ASSERT_TRUE(connection.inbox.waitFor(1));  // and polls again
+    patient.DoneHealthReporter();
+    patient.SendEvent("c.cpp", 1, 1, "second");
+    init(patient);
+    ASSERT_TRUE(connection.inbox.waitFor(2));
+    patient.DoneHealthReporter();
+    EXPECT_THAT(arrived(), ElementsAre("0 1 first", "0 1 second"));
+}
+
 TEST_F(EventPublisherTest, TheDestructorPublishesWhatIsQueued)
 {
     {

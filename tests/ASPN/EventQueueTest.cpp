@@ -297,6 +297,42 @@ TEST_F(EventQueueTest, AWaitingPopIsWokenByEitherKind)
     }
 }
 
+TEST_F(EventQueueTest, AWaitThatIsNotLetGoOnEndsWithNothing)
+{
+    static std::atomic<bool> s_isPopping;
+    EventQueue waiting(10, 2, 300s, [] {
+        s_isPopping = true;
+        return EventQueue::Clock::now();
+    });
+    std::thread ender([&] {
+        while (!s_isPopping) std::this_thread::yield();
+        waiting.letWait(false);
+    });
+    std::int32_t type = 0;
+    std::string text;
+    EXPECT_FALSE(waiting.pop_front(type, text, std::chrono::nanoseconds::max()));
+    ender.join();
+}
+
+TEST_F(EventQueueTest, WhereNobodyWaitsEventsAreTakenAllTheSame)
+{
+    queue.letWait(false);
+    queue.push_back(3, "first");
+    queue.push_back_config("banner");
+    EXPECT_EQ(pop(1h), "3:first");
+    EXPECT_EQ(pop(1h), "2:banner");
+    EXPECT_EQ(pop(1h), "none");
+}
+
+TEST_F(EventQueueTest, AWaitMayBeLetAgain)
+{
+    queue.letWait(false);
+    queue.letWait(true);
+    const auto start = EventQueue::Clock::now();
+    EXPECT_EQ(pop(20ms), "none");
+    EXPECT_GE(EventQueue::Clock::now() - start, 20ms);
+}
+
 TEST_F(EventQueueTest, ManySendersAndTakersLoseNothingThatWasAccepted)
 {
     std::atomic<int> accepted = 0, taken = 0, running = 4;

@@ -1,0 +1,66 @@
+#ifndef LAB_MCAP_READER_H
+#define LAB_MCAP_READER_H
+
+#include "lab/mcap/File.h"
+#include "lab/mcap/Records.h"
+
+/// Recordings are read whatever their bytes are: what is damaged is told and left out, every length is checked, and no
+/// more memory is taken than some multiples of `kLargest`.
+namespace mcap {
+
+/// Takes what is in a recording, in its order. A channel comes before its messages and behind its schema.
+class RecordSink {
+public:
+    virtual ~RecordSink() = default;
+
+    virtual void schema(const Schema&) {}
+    virtual void channel(const Channel&) {}
+    virtual void message(const Message&) {}
+    virtual void metadata(const Metadata&) {}
+
+    /// What stands at `offset` of the file is left out.
+    virtual void problem(std::uint64_t /*offset*/, const std::string& /*what*/) {}
+
+protected:
+    RecordSink() = default;
+    RecordSink(const RecordSink&) = default;
+    RecordSink& operator=(const RecordSink&) = default;
+};
+
+/// Log times, both within.
+struct TimeRange {
+    std::uint64_t start = 0;
+    std::uint64_t end = ~std::uint64_t{0};
+
+    bool contains(std::uint64_t time) const { return time >= start && time <= end; }
+};
+
+/// How a recording ended.
+struct ScanResult {
+    bool isRecording = false;  ///< it begins as one
+    bool isClosed = false;     ///< it is whole up to the last byte
+    std::uint64_t end = 0;     ///< offset behind the last whole record that was read
+};
+
+/// Reads from front to back, without the summary. Messages of other times are left out, and chunks of such are not even
+/// read. What the sink throws comes out.
+ScanResult scan(const Source& source, RecordSink& sink, TimeRange range = {});
+
+/// What stands at the end of a recording that was closed.
+struct Summary {
+    std::vector<Schema> schemas;
+    std::vector<Channel> channels;
+    std::vector<ChunkIndex> chunks;  ///< in the order of the file
+    std::optional<Statistics> statistics;
+};
+
+/// Nothing for a recording that was not closed, and for a summary that is damaged or too large.
+std::optional<Summary> readSummary(const Source& source);
+
+/// Reads schemas, channels and the messages of these times, by the summary: only chunks that have some are read. Metadata
+/// are not. What the sink throws comes out.
+void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range = {});
+
+}  // namespace mcap
+
+#endif

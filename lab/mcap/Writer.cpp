@@ -1,0 +1,197 @@
+#include "lab/mcap/Writer.h"
+
+#include "lab/mcap/Compression.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace mcap {
+
+Writer::Writer(Output& output, Options options) : m_output(output), m_options(std::move(options))
+{
+    ByteWriter content;
+    content.text("");  // no profile: nothing more is promised than the format does
+    content.text(m_options.library);
+    ByteWriter bytes;
+    bytes.raw(kMagic);
+    writeFront(bytes, Op::Header, content.size());
+    bytes.raw(content.bytes());
+    put(bytes);
+}
+
+void Writer::put(Bytes bytes)
+{
+    m_output.write(bytes);
+    m_crc.add(bytes);
+    m_offset += bytes.size();
+}
+
+// Schemas and channels stand between chunks, so that none is lost with one.
+
+std::uint16_t Writer::addSchema(const std::string& name, const std::string& encoding, const std::string& text)
+{
+    if (m_schemas.size() >= std::numeric_limits<std::uint16_t>::max()) throw Malformed("has too many schemas");
+    const auto id = static_cast<std::uint16_t>(m_schemas.size() + 1);
+    m_schemas.push_back({id, name, encoding, text});
+    ByteWriter bytes;
+    write(bytes, m_schemas.back());
+    put(bytes);
+    ++m_statistics.schemas;
+    return id;
+}
+
+std::uint16_t Writer::addChannel(std::uint16_t schema, const std::string& topic, const std::string& encoding,
+                                 const Table& metadata)
+{
+    if (m_channels.size() >= std::numeric_limits<std::uint16_t>::max()) throw Malformed("has too many channels");
+    if (schema > m_schemas.size()) throw Malformed("has no such schema");
+    const auto id = static_cast<std::uint16_t>(m_channels.size());
+    m_channels.push_back({id, schema, topic, encoding, metadata});
+    ByteWriter bytes;
+    write(bytes, m_channels.back());
+    put(bytes);
+    ++m_statistics.channels;
+    m_statistics.messagesOf[id] = 0;
+    return id;
+}
+
+void Writer::add(const Message& message)
+{
+    if (message.channel >= m_channels.size()) throw Malformed("has no such channel");
+    constexpr std::uint64_t kRoomForTheRest = 64;
+    if (message.data.size() > kLargest - kRoomForTheRest) throw Malformed("is too long a message");
+    // A large one doesn't make a chunk too large that others have begun.
+    if (m_chunk.size() > 0 && m_chunk.size() + message.data.size() + kRoomForTheRest > kLargest) endChunk();
+    if (m_chunk.size() == 0) m_chunkStart = m_chunkEnd = message.logTime;
+    m_chunkStart = std::min(m_chunkStart, message.logTime);
+    m_chunkEnd = std::max(m_chunkEnd, message.logTime);
+    m_places[message.channel].emplace_back(message.logTime, m_chunk.size());
+    write(m_chunk, message);
+
+    const bool isFirst = m_statistics.messages == 0;
+    m_statistics.startTime = isFirst ? message.logTime : std::min(m_statistics.startTime, message.logTime);
+    m_statistics.endTime = isFirst ? message.logTime : std::max(m_statistics.endTime, message.logTime);
+    ++m_statistics.messages;
+    ++m_statistics.messagesOf[message.channel];
+    if (m_chunk.size() >= m_options.chunkSize) endChunk();
+}
+
+void Writer::add(const Metadata& metadata)
+{
+    ByteWriter bytes;
+    write(bytes, metadata);
+    m_metadata.push_back({m_offset, bytes.size(), metadata.name});
+    put(bytes);
+    ++m_statistics.metadata;
+}
+
+void Writer::endChunk()
+{
+    if (m_chunk.size() == 0) return;
+    ChunkIndex index;
+    index.startTime = m_chunkStart;
+    index.endTime = m_chunkEnd;
+    index.offset = m_offset;
+    index.size = m_chunk.size();
+    index.compression = m_options.isCompressed ? "zstd" : "";
+
+    const std::vector<std::uint8_t> shortened =
+        m_options.isCompressed ? compressed(m_chunk.bytes()) : std::vector<std::uint8_t>();
+    const Bytes records = m_options.isCompressed ? Bytes(shortened) : m_chunk.bytes();
+    index.compressedSize = records.size();
+
+    ByteWriter front;
+    front.u64(index.startTime);
+    front.u64(index.endTime);
+    front.u64(index.size);
+    front.u32(crc32Of(m_chunk.bytes()));
+    front.text(index.compression);
+    front.u64(records.size());
+    ByteWriter chunk;
+    writeFront(chunk, Op::Chunk, front.size() + records.size());
+    chunk.raw(front.bytes());
+    chunk.raw(records);
+    index.length = chunk.size();
+    put(chunk);
+
+    putMessageIndexes(index);
+    m_chunks.push_back(std::move(index));
+    ++m_statistics.chunks;
+    m_chunk.clear();
+    m_places.clear();
+}
+
+void Writer::putMessageIndexes(ChunkIndex& index)
+{
+    const std::uint64_t start = m_offset;
+    ByteWriter bytes;
+    for (const auto& [channel, places] : m_places) {
+        index.messageIndexes[channel] = start + bytes.size();
+        ByteWriter content;
+        content.u16(channel);
+        const std::size_t length = content.beginLength32();
+        for (const auto& [time, offset] : places) {
+            content.u64(time);
+            content.u64(offset);
+        }
+        content.endLength32(length);
+        writeFront(bytes, Op::MessageIndex, content.size());
+        bytes.raw(content.bytes());
+    }
+    put(bytes);
+    index.messageIndexesLength = m_offset - start;
+}
+
+void Writer::writeMetadataIndexes(ByteWriter& bytes) const
+{
+    for (const MetadataIndex& index : m_metadata) {
+        ByteWriter content;
+        content.u64(index.offset);
+        content.u64(index.length);
+        content.text(index.name);
+        writeFront(bytes, Op::MetadataIndex, content.size());
+        bytes.raw(content.bytes());
+    }
+}
+
+void Writer::close()
+{
+    endChunk();
+    ByteWriter end;
+    writeFront(end, Op::DataEnd, 4);
+    end.u32(m_crc.value());
+    put(end);
+
+    const std::uint64_t start = m_offset;
+    ByteWriter summary;
+    std::vector<Group> groups;
+    const auto addGroup = [&](Op op, const auto& writeAll) {
+        const std::size_t from = summary.size();
+        writeAll();
+        if (summary.size() > from) groups.push_back({op, start + from, summary.size() - from});
+    };
+    const auto writeEach = [&](const auto& records) {
+        for (const auto& record : records) write(summary, record);
+    };
+    addGroup(Op::Schema, [&] { writeEach(m_schemas); });
+    addGroup(Op::Channel, [&] { writeEach(m_channels); });
+    addGroup(Op::Statistics, [&] { write(summary, m_statistics); });
+    addGroup(Op::ChunkIndex, [&] { writeEach(m_chunks); });
+    addGroup(Op::MetadataIndex, [&] { writeMetadataIndexes(summary); });
+
+    const std::uint64_t offsetStart = start + summary.size();
+    for (const Group& group : groups) {
+        writeFront(summary, Op::SummaryOffset, 1 + 8 + 8);
+        summary.u8(static_cast<std::uint8_t>(group.op));
+        summary.u64(group.start);
+        summary.u64(group.length);
+    }
+    writeFront(summary, Op::Footer, 8 + 8 + 4);
+    summary.u64(start);
+    summary.u64(offsetStart);
+    summary.u32(crc32Of(summary.bytes()));  // up to here
+    summary.raw(kMagic);
+    put(summary);
+}
+
+}  // namespace mcap

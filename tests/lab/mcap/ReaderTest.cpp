@@ -1,0 +1,159 @@
+#include "tests/lab/mcap/Recordings.h"
+
+#include <gtest/gtest.h>
+
+using namespace recordings;
+
+namespace {
+
+/// Where something stands in a recording that has it once.
+std::size_t placeOf(const std::string& text, const std::string& what)
+{
+    const std::size_t place = text.find(what);
+    EXPECT_NE(place, std::string::npos);
+    return place;
+}
+
+std::string with(std::string text, std::size_t place, const std::string& bytes)
+{
+    return text.replace(place, bytes.size(), bytes);
+}
+
+/// Of the first chunk of a recording that is not compressed: behind its compression's name and the length of its records.
+std::size_t chunkPlace(const std::string& text)
+{
+    constexpr std::size_t kFront = 9 + 8 + 8 + 8 + 4 + 4 + 8;
+    return placeOf(text, "data0") - 31 - kFront;
+}
+
+}  // namespace
+
+TEST(ReaderTest, CutAtAnyByteItIsReadUpToTheLastWholeChunk)
+{
+    const std::string whole = recordingOf(6);
+    const auto all = readingOf(whole).messages;
+    ASSERT_EQ(all.size(), 6U);
+    std::vector<std::size_t> chunkEnds;
+    for (const auto& chunk : mcap::readSummary(TextSource(whole))->chunks)
+        chunkEnds.push_back(static_cast<std::size_t>(chunk.offset + chunk.length));
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        Reading reading;
+        const auto result = mcap::scan(TextSource(whole.substr(0, size)), reading);
+        const auto chunks = std::ranges::count_if(chunkEnds, [&](std::size_t end) { return end <= size; });
+        const std::vector<std::string> expected(all.begin(), all.begin() + 2 * chunks);
+        ASSERT_EQ(reading.messages, expected) << size;
+        ASSERT_EQ(reading.problems, std::vector<std::string>()) << size;
+        ASSERT_FALSE(result.isClosed) << size;
+    }
+}
+
+TEST(ReaderTest, WholeRecordingIsClosed)
+{
+    Reading reading;
+    const auto result = mcap::scan(TextSource(recordingOf(6)), reading);
+    EXPECT_TRUE(result.isRecording);
+    EXPECT_TRUE(result.isClosed);
+}
+
+TEST(ReaderTest, WhateverByteIsDamagedWhatIsReadWasWritten)
+{
+    const std::string whole = recordingOf(4);
+    const auto all = readingOf(whole).messages;
+    for (std::size_t place = 0; place < whole.size(); ++place)
+        for (const char change : {'\x01', '\x80', '\xFF'}) {
+            std::string damaged = whole;
+            damaged[place] = static_cast<char>(damaged[place] ^ change);
+            const Reading reading = readingOf(damaged);
+            // A channel's name may be another one; what its messages hold is told by their chunks' checksums.
+            for (const std::string& message : reading.messages)
+                ASSERT_TRUE(std::ranges::any_of(
+                    all, [&](const std::string& one) { return one.substr(1) == message.substr(message.find(" #")); }))
+                    << place << ' ' << message;
+            if (const auto summary = mcap::readSummary(TextSource(damaged))) {
+                Reading indexed;
+                mcap::readIndexed(TextSource(damaged), *summary, indexed);
+                ASSERT_LE(indexed.messages.size(), all.size()) << place;
+            }
+        }
+}
+
+TEST(ReaderTest, OtherFileIsNoRecording)
+{
+    Reading reading;
+    EXPECT_FALSE(mcap::scan(TextSource("<?xml version=\"1.0\"?>"), reading).isRecording);
+    EXPECT_FALSE(mcap::scan(TextSource(""), reading).isRecording);
+    EXPECT_EQ(mcap::readSummary(TextSource("<?xml version=\"1.0\"?>")), std::nullopt);
+}
+
+TEST(ReaderTest, DamagedChunkIsToldAndTheOthersAreRead)
+{
+    std::string text = recordingOf(6, false);
+    text[placeOf(text, "data2")] = 'D';
+    const Reading reading = readingOf(text);
+    EXPECT_EQ(reading.messages.size(), 4U);
+    ASSERT_EQ(reading.problems.size(), 1U);
+    EXPECT_TRUE(reading.problems[0].ends_with("chunk has a wrong checksum")) << reading.problems[0];
+}
+
+TEST(ReaderTest, ChunkThatSaysItIsHugeTakesNoMemory)
+{
+    const std::string text = recordingOf(2, false);
+    const std::string huge("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F", 8);
+    const Reading reading = readingOf(with(text, chunkPlace(text) + 9 + 16, huge));
+    EXPECT_EQ(reading.messages.size(), 0U);
+    ASSERT_EQ(reading.problems.size(), 1U);
+    EXPECT_TRUE(reading.problems[0].ends_with("chunk is too large")) << reading.problems[0];
+}
+
+TEST(ReaderTest, ChunkThatIsLongerThanItsRecordIsLeftOut)
+{
+    const std::string text = recordingOf(2, false);
+    const Reading reading = readingOf(with(text, chunkPlace(text) + 9 + 32, std::string("\xFF\xFF\xFF\x00", 4)));
+    EXPECT_EQ(reading.messages.size(), 0U);
+    ASSERT_EQ(reading.problems.size(), 1U);
+    EXPECT_TRUE(reading.problems[0].ends_with("chunk ends too early")) << reading.problems[0];
+}
+
+TEST(ReaderTest, RecordBehindTheEndOfTheFileEndsTheReading)
+{
+    const std::string text = recordingOf(2, false);
+    const std::string huge("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 8);
+    Reading reading;
+    const auto result = mcap::scan(TextSource(with(text, chunkPlace(text) + 1, huge)), reading);
+    EXPECT_EQ(result.end, chunkPlace(text));
+    EXPECT_FALSE(result.isClosed);
+    EXPECT_EQ(reading.messages.size(), 0U);
+}
+
+TEST(ReaderTest, MessageOfAnUnknownChannelIsLeftOut)
+{
+    mcap::ByteWriter bytes;
+    bytes.raw(mcap::kMagic);
+    mcap::write(bytes, mcap::Channel{3, 0, "A", "json", {}});
+    mcap::write(bytes, mcap::Message{4, 0, 1, 1, mcap::bytesOf("lost")});
+    mcap::write(bytes, mcap::Message{3, 0, 1, 1, mcap::bytesOf("kept")});
+    const Reading reading = readingOf({bytes.bytes().begin(), bytes.bytes().end()});
+    EXPECT_EQ(reading.messages, std::vector<std::string>{"A #0 1 1 kept"});
+    EXPECT_EQ(reading.problems, std::vector<std::string>{"38 message has a channel that is not there"});
+}
+
+TEST(ReaderTest, OtherTimesAreLeftOut)
+{
+    const std::string text = recordingOf(6);
+    const std::vector<std::string> expected = {"B #3 1030 903 data3xxxxxxxxxxxxxxxxxxxx",
+                                               "A #4 1040 904 data4xxxxxxxxxxxxxxxxxxxx"};
+    EXPECT_EQ(readingOf(text, {1030, 1040}).messages, expected);
+}
+
+TEST(ReaderTest, IndexGivesTheSameAndReadsOnlyWhatItNeeds)
+{
+    const TextSource source(recordingOf(200));
+    const auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary);
+    source.bytesRead = 0;
+    Reading indexed;
+    mcap::readIndexed(source, *summary, indexed, {1500, 1530});
+    EXPECT_LT(source.bytesRead, 800U);
+    EXPECT_EQ(indexed.messages.size(), 4U);
+    EXPECT_EQ(indexed.messages, readingOf(source.text, {1500, 1530}).messages);
+}

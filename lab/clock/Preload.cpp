@@ -91,6 +91,9 @@ ORIGINAL(ppoll);
 ORIGINAL(pselect);
 ORIGINAL(epoll_pwait);
 ORIGINAL(pthread_cond_clockwait);
+constinit Original<decltype(::pthread_cond_signal)> original_pthread_cond_signal("pthread_cond_signal", "GLIBC_2.3.2");
+constinit Original<decltype(::pthread_cond_broadcast)> original_pthread_cond_broadcast("pthread_cond_broadcast",
+                                                                                       "GLIBC_2.3.2");
 ORIGINAL(pthread_mutex_clocklock);
 ORIGINAL(pthread_rwlock_clockrdlock);
 ORIGINAL(pthread_rwlock_clockwrlock);
@@ -116,6 +119,8 @@ ORIGINAL(syscall);
     original_pselect.find();
     original_epoll_pwait.find();
     original_pthread_cond_clockwait.find();
+    original_pthread_cond_signal.find();
+    original_pthread_cond_broadcast.find();
     original_pthread_mutex_clocklock.find();
     original_sem_clockwait.find();
     original_sigtimedwait.find();
@@ -286,6 +291,18 @@ int pollUntil(const Deadline& deadline, Try attempt)
 
 constexpr std::int64_t kMillisecond = kSecond / 1000;
 
+/// How often the threads of this process have told condition variables something. Several may share a number.
+std::atomic<std::uint32_t>& tellsOf(const pthread_cond_t* condition)
+{
+    constexpr std::size_t kNumbers = 1024;
+    static std::atomic<std::uint32_t> numbers[kNumbers];
+    return numbers[reinterpret_cast<std::uintptr_t>(condition) / sizeof *condition % kNumbers];
+}
+
+// The C library keeps there who may use a condition variable, and by which clock it waits.
+constexpr unsigned kByOtherProcesses = 1;
+constexpr unsigned kByMonotonicClock = 2;
+
 }  // namespace
 
 extern "C" {
@@ -351,23 +368,40 @@ unsigned sleep(unsigned seconds)
     return nanosleep(&rest, &rest) == 0 ? 0U : static_cast<unsigned>(rest.tv_sec + (rest.tv_nsec >= kSecond / 2));
 }
 
-// A wait of a condition variable that ends early is one that may end so at any time: a second wait would miss what was
-// told between the two.
+// Some callers begin to wait for the whole time again whenever they are woken, so a wait that is over too early is taken up
+// again, unless something was told since it began: that may have come between two of the machine's waits. It wakes the
+// caller a tenth of a second later then. Whether another process has told something is not known here.
 int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const timespec* until)
 {
     const Kind kind = kindOf(clock);
     if (kind == Kind::Other || !page() || !isProper(*until))
         return original_pthread_cond_clockwait(condition, mutex, clock, until);
     const Deadline deadline(kind, nanosecondsOf(*until));
-    const timespec next = deadline.waitUntil();
-    const int result = original_pthread_cond_clockwait(condition, mutex, CLOCK_MONOTONIC, &next);
-    return result == ETIMEDOUT && !deadline.hasPassed() ? 0 : result;
+    const bool isShared = (condition->__data.__wrefs & kByOtherProcesses) != 0;
+    const std::atomic<std::uint32_t>& tells = tellsOf(condition);
+    const std::uint32_t before = tells;
+    while (true) {
+        const timespec next = deadline.waitUntil();
+        const int result = original_pthread_cond_clockwait(condition, mutex, CLOCK_MONOTONIC, &next);
+        if (result != ETIMEDOUT || deadline.hasPassed()) return result;
+        if (isShared || tells != before) return 0;
+    }
+}
+
+int pthread_cond_signal(pthread_cond_t* condition) noexcept
+{
+    ++tellsOf(condition);
+    return original_pthread_cond_signal(condition);
+}
+
+int pthread_cond_broadcast(pthread_cond_t* condition) noexcept
+{
+    ++tellsOf(condition);
+    return original_pthread_cond_broadcast(condition);
 }
 
 int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* until)
 {
-    // The C library keeps there by which clock the variable was made to wait.
-    constexpr unsigned kByMonotonicClock = 2;
     const bool isMonotonic = (condition->__data.__wrefs & kByMonotonicClock) != 0;
     return pthread_cond_clockwait(condition, mutex, isMonotonic ? CLOCK_MONOTONIC : CLOCK_REALTIME, until);
 }

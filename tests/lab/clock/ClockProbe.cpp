@@ -155,6 +155,33 @@ const std::map<std::string, Call> kCalls = {
          std::unique_lock lock(mutex);
          return condition.wait_until(lock, std::chrono::system_clock::now() + Seconds(s), [] { return false; });
      }},
+    // Of callers that begin anew whenever they are woken.
+    {"condition_variable-once",
+     [](int s) {
+         std::mutex mutex;
+         std::condition_variable condition;
+         std::unique_lock lock(mutex);
+         return condition.wait_for(lock, Seconds(s)) == std::cv_status::timeout ? 0 : 1;
+     }},
+    {"condition_variable-told",
+     [](int s) {
+         std::mutex mutex;
+         std::condition_variable condition;
+         bool isTold = false;
+         std::unique_lock lock(mutex);
+         std::thread teller([&] {
+             std::this_thread::sleep_for(Seconds(s));
+             {
+                 const std::lock_guard here(mutex);
+                 isTold = true;
+             }
+             condition.notify_one();
+         });
+         const bool isSeen = condition.wait_for(lock, Seconds(s) * 1000, [&] { return isTold; });
+         lock.unlock();
+         teller.join();
+         return isSeen ? 0 : 1;
+     }},
     {"pthread_cond_timedwait",
      [](int s) {
          const timespec until = in(CLOCK_REALTIME, s);

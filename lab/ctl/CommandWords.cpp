@@ -1,7 +1,7 @@
 #include "lab/ctl/CommandWords.h"
 
 #include "lab/ctl/FrameDecoder.h"
-#include "lab/ctl/NearestWord.h"
+#include "lab/text/NearestWord.h"
 
 #include <vector>
 
@@ -79,7 +79,7 @@ std::string unknownWord(const CLI::App& tool)
     const std::string word = isOption ? words.front().substr(0, words.front().find('=')) : words.front();
     if (!isOption && verbs.empty()) return "";
     const std::vector<std::string> known = isOption ? optionsOf(*app) : verbs;
-    const std::string nearest = nearestWord(word, known);
+    const std::string nearest = labtext::nearestWord(word, known);
     return path + (isOption ? "no option \"" : "no verb \"") + printable(word) + "\"; " +
            (nearest.empty() ? "there are: " + joined(known, ", ") : "did you mean \"" + nearest + "\"?");
 }

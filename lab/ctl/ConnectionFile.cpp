@@ -1,8 +1,8 @@
 #include "lab/ctl/ConnectionFile.h"
 
 #include "face/FACE_Text.h"
-#include "lab/ctl/NearestWord.h"
 #include "lab/ctl/UnknownNames.h"
+#include "lab/text/NearestWord.h"
 
 #include <tinyxml2.h>
 
@@ -76,7 +76,7 @@ std::string meantIn(const std::vector<ConnectionFile::Topic>& topics, const std:
 {
     std::vector<std::string> names;
     for (const ConnectionFile::Topic& topic : topics) names.push_back(topic.name);
-    const std::string nearest = nearestWord(name, names);
+    const std::string nearest = labtext::nearestWord(name, names);
     if (!nearest.empty()) return "; did you mean " + printable(nearest) + '?';
     std::string all;
     for (const std::string& one : names) all += (all.empty() ? "" : ", ") + printable(one);

@@ -2,8 +2,8 @@
 #define LAB_CTL_FIELDREADING_H
 
 #include "lab/ctl/FieldTexts.h"
-#include "lab/ctl/NearestWord.h"
 #include "lab/ctl/RecordTypes.h"
+#include "lab/text/NearestWord.h"
 
 #include <algorithm>
 #include <cmath>
@@ -92,7 +92,7 @@ void readFields(Record& record, const Json& fields, const std::string& path, con
         if (std::string_view(text.name) != "header") names.emplace_back(text.name);
     for (const auto& [name, value] : fields.items())
         if (std::ranges::find(names, name) == names.end()) {
-            const std::string nearest = nearestWord(name, names);
+            const std::string nearest = labtext::nearestWord(name, names);
             refuseField(path + '.' + name, nearest.empty() ? "there is no such field"
                                                            : "there is no such field; did you mean " + nearest + '?');
         }

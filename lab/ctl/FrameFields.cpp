@@ -250,7 +250,7 @@ Json wholeThreat(const Json& threat, const std::string& path)
     for (const auto& [name, value] : threat.items()) {
         if (name == "index" || name == "reported") continue;  // shown, and follow from the others
         if (!whole.contains(name)) {
-            const std::string nearest = nearestWord(name, names);
+            const std::string nearest = labtext::nearestWord(name, names);
             refuseField(path + '.' + name, nearest.empty() ? "there is no such field"
                                                            : "there is no such field; did you mean " + nearest + '?');
         }

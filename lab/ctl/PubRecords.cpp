@@ -2,8 +2,8 @@
 
 #include "lab/ctl/FieldReading.h"
 #include "lab/ctl/FrameDecoder.h"
-#include "lab/ctl/NearestWord.h"
 #include "lab/ctl/UnknownNames.h"
+#include "lab/text/NearestWord.h"
 
 #include <charconv>
 #include <limits>
@@ -23,7 +23,7 @@ Json& below(Json& value, const std::string& name, const std::string& path)
         if (value.contains(name)) return value.at(name);
         std::vector<std::string> names;
         for (const auto& [one, ignored] : value.items()) names.push_back(one);
-        const std::string nearest = nearestWord(name, names);
+        const std::string nearest = labtext::nearestWord(name, names);
         refuseField(path, nearest.empty() ? "there is no such field"
                                           : "there is no such field; did you mean " + nearest + '?');
     }

@@ -4,12 +4,12 @@
 #include "ASPN/AspnHelper.h"
 #include "aspn2_msgs/GSSIP.h"
 #include "lab/ctl/FrameFields.h"
-#include "lab/ctl/NearestWord.h"
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/PubRecords.h"
 #include "lab/ctl/TopicPublisher.h"
 #include "lab/ctl/UnitClock.h"
 #include "lab/ctl/WatchRun.h"
+#include "lab/text/NearestWord.h"
 #include "lab/unit/DeviceMap.h"
 #include "lab/unit/QueueFeeder.h"
 
@@ -59,7 +59,7 @@ std::uint8_t serverOf(const std::string& text)
         if (name == text) return static_cast<std::uint8_t>(id);
         if (name != "INVALID_SERVER_ID") names.push_back(name);
     }
-    const std::string nearest = nearestWord(text, names);
+    const std::string nearest = labtext::nearestWord(text, names);
     throw UnknownName(
         "no server \"" + printable(text) + "\"" +
         (nearest.empty() ? "; a number from 0 to 255 may stand here" : "; did you mean " + nearest + '?'));
@@ -73,7 +73,7 @@ std::uint8_t systemOf(const std::string& text)
     if (read.ec == std::errc() && read.ptr == text.data() + text.size() && number <= 255)
         return static_cast<std::uint8_t>(number);
     if (const std::uint8_t id = ASPN2::SystemIds::from_string(text.c_str()); id != 0) return id;
-    const std::string nearest = nearestWord(text, {"KOLT", "RENS", "SarventPlus"});
+    const std::string nearest = labtext::nearestWord(text, {"KOLT", "RENS", "SarventPlus"});
     throw UnknownName(
         "no system \"" + printable(text) + "\"; " +
         (nearest.empty() ? "KOLT, RENS, SarventPlus or a number from 0 to 255 is" : "did you mean " + nearest + '?'));

@@ -1,11 +1,10 @@
 #include "lab/ctl/UnknownNames.h"
 
 #include "lab/ctl/FrameDecoder.h"
-#include "lab/ctl/NearestWord.h"
 #include "lab/ctl/RecordTypes.h"
+#include "lab/text/NearestWord.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace orvanectl {
 
@@ -32,6 +31,15 @@ std::string unknownAmong(const std::vector<std::string>& names, const std::strin
 }
 
 }  // namespace
+
+std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words)
+{
+    if (const std::string nearest = labtext::nearestWord(word, words); !nearest.empty())
+        return "did you mean " + printable(nearest) + '?';
+    std::string all;
+    for (const std::string& one : words) all += (all.empty() ? "" : ", ") + printable(one);
+    return "there are: " + (all.empty() ? "none" : all);
+}
 
 std::string unknownBusName(const std::string& name)
 {

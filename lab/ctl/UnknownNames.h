@@ -2,9 +2,14 @@
 #define LAB_CTL_UNKNOWNNAMES_H
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 /// What to say of names that stand for nothing: the nearest that does, or all. Pure functions, any thread.
 namespace orvanectl {
+
+/// "did you mean UTCTime?", or "there are: Command, UTCTime" where no word was probably meant. On one line.
+std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words);
 
 /// Of a line of the lab's bus (docs/lab/bus.md), a tell's or a type; empty for one that there is.
 std::string unknownBusName(const std::string& name);

@@ -1,19 +1,20 @@
 #include "lab/unit/ControlLine.h"
 
+#include "lab/text/Lines.h"
+#include "lab/text/Words.h"
 #include "lab/unit/EventText.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace unitsim {
 
 std::optional<Event> controlEventOf(std::string_view line, double now)
 {
-    constexpr std::string_view kBlanks = " \t\r";
-    std::string_view words = line;
-    words.remove_prefix(std::min(words.find_first_not_of(kBlanks), words.size()));
-    const std::string_view first = words.substr(0, words.find_first_of(kBlanks));
-    if (first.empty() || first.front() == '#' || first == "at") return eventOf(line);
+    const labtext::Words words(line);
+    if (labtext::isBlankOrNote(line) || words.nextIs("at")) return eventOf(line);
+    for (const std::string_view world : {"place", "drive", "stand", "track"})
+        if (words.nextIs(world))
+            throw labtext::wrong(world, "is for the file of a scenario: places stay as they are while it runs");
     return Event{now, happeningOf(line)};
 }
 

@@ -1,47 +1,43 @@
 #include "lab/unit/EventText.h"
 
+#include "lab/text/Lines.h"
+#include "lab/text/Words.h"
 #include "lab/unit/CommandAnswers.h"
-#include "lab/unit/Words.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace unitsim {
 
 namespace {
 
-using words::chosen;
-using words::expectEnd;
-using words::trimmed;
-using words::wrong;
+using labtext::chosen;
+using labtext::Words;
+using labtext::wrong;
 
 template <class Number>
 Number wholeOf(std::string_view text, std::string_view word, Number low = std::numeric_limits<Number>::min(),
                Number high = std::numeric_limits<Number>::max())
 {
-    long long value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < low || value > high)
+    const auto value = labtext::wholeNumberOf(text);
+    if (!value || *value < low || *value > high)
         throw wrong(word, "has no whole number from " + std::to_string(low) + " to " + std::to_string(high));
-    return static_cast<Number>(value);
+    return static_cast<Number>(*value);
 }
 
 /// A number that is not negative, in steps of `step`.
 /// @param most  in steps
 unsigned stepsOf(std::string_view text, std::string_view word, double step, unsigned most)
 {
-    const std::string copy(text);
-    char* end = nullptr;
-    const double steps = std::strtod(copy.c_str(), &end) / step;
+    const auto number = labtext::realNumberOf(text);
+    const double steps = number.value_or(0.0) / step;
     const double whole = std::round(steps);
-    const bool isRead = !copy.empty() && end == copy.c_str() + copy.size();
-    if (!isRead || !(std::abs(steps - whole) < 1e-6) || whole < 0.0 || whole > most) {
+    if (!number || !(std::abs(steps - whole) < 1e-6) || whole < 0.0 || whole > most) {
         const auto shown = [](double value) {
             std::array<char, 32> digits{};
             const auto [last, ignored] = std::to_chars(digits.data(), digits.data() + digits.size(), value);
@@ -70,7 +66,7 @@ Threat kindOf(std::string_view kind)
     ended.state = 0;
     const std::pair<std::string_view, Threat> kKinds[] = {
         {"jam", everythingTold()}, {"bare", Threat()}, {"no-bearing", noBearing}, {"ended", ended}};
-    return chosen(kind, kind, kKinds, "is no kind of threat: ");
+    return chosen(kind, kind, kKinds, "is no kind of threat");
 }
 
 void set(Threat& threat, std::string_view word)
@@ -82,7 +78,7 @@ void set(Threat& threat, std::string_view word)
     const auto equals = word.find('=');
     if (equals == std::string_view::npos) throw wrong(word, "is not of the form KEY=VALUE");
     const std::string_view value = word.substr(equals + 1);
-    switch (chosen(word.substr(0, equals), word, kKeys, "is nothing that a threat has: ")) {
+    switch (chosen(word.substr(0, equals), word, kKeys, "is nothing that a threat has")) {
     case Key::Azimuth:
         threat.azimuthDegrees = wholeOf<std::int16_t>(value, word);
         return;
@@ -139,29 +135,23 @@ FaultKind wrongKindOf(Output output)
 ThreatReport threatReportOf(std::string_view text)
 {
     ThreatReport report;
-    bool expectsKind = true;
-    for (std::string_view word = words::take(text); !word.empty(); word = words::take(text)) {
-        if (expectsKind) {
-            if (report.threats.size() == ThreatReport::kMost) throw wrong(word, "is one threat too many for a report");
-            report.threats.push_back(kindOf(word));
-            expectsKind = false;
-        } else if (word == "+") {
-            expectsKind = true;
-        } else {
-            set(report.threats.back(), word);
-        }
-    }
-    if (expectsKind) throw wrong(report.threats.empty() ? "threat" : "+", "needs a kind: jam, bare, no-bearing, ended");
+    Words words(text, "threat");
+    do {
+        const std::string kind = words.take("a kind: jam, bare, no-bearing, ended");
+        if (report.threats.size() == ThreatReport::kMost) throw wrong(kind, "is one threat too many for a report");
+        report.threats.push_back(kindOf(kind));
+        while (!words.atEnd() && !words.nextIs("+")) set(report.threats.back(), words.take("a value"));
+    } while (words.skip("+"));
     return report;
 }
 
 Warning warningOf(std::string_view text)
 {
-    const std::string_view number = words::take(text);
-    if (number.empty()) throw wrong("warn", "needs a number");
+    Words words(text, "warn");
+    const std::string number = words.take("a number");
     Warning warning;
     warning.number = wholeOf<std::uint16_t>(number, number);
-    warning.text = trimmed(text);
+    warning.text = words.rest();
     if (warning.text.size() > Warning::kLongestText) throw wrong(warning.text, "is longer than 32 characters");
     return warning;
 }
@@ -179,9 +169,9 @@ Answers answersOf(std::string_view text)
         {"pass", Answers::Then::Pass}, {"fail", Answers::Then::Fail}, {"none", Answers::Then::None}};
     const auto comma = text.find(',');
     if (comma != std::string_view::npos)
-        return {chosen(text.substr(0, comma), text, kFirst, "does not begin with one of "),
-                chosen(text.substr(comma + 1), text, kThen, "does not end with one of ")};
-    return chosen(text, text, kKinds, "is no pair such as ack,fail and none of ");
+        return {chosen(text.substr(0, comma), text, kFirst, "begins with no first answer"),
+                chosen(text.substr(comma + 1), text, kThen, "ends with no last answer")};
+    return chosen(text, text, kKinds, "is no pair such as ack,fail, and no answer");
 }
 
 SetFinding findingOf(std::string_view text)
@@ -196,27 +186,32 @@ SetFinding findingOf(std::string_view text)
     finding.server = wholeOf<std::int32_t>(text.substr(0, colon), text, 0, 255);
     finding.finding = colon == std::string_view::npos
                           ? Finding::Error
-                          : chosen(text.substr(colon + 1), text, kFindings, "does not end with one of ");
+                          : chosen(text.substr(colon + 1), text, kFindings, "ends with no finding");
     return finding;
 }
 
 std::string componentOf(std::string_view text)
 {
-    std::string names;
+    std::vector<std::string_view> names;
     for (const std::string& name : componentNames()) {
         if (name == text) return name;
-        names += (names.empty() ? "" : ", ") + name;
+        names.push_back(name);
     }
-    throw wrong(text, "has no part numbers: " + names);
+    throw labtext::noneOf(names, text, text, "has no part numbers");
 }
 
 SetFault faultOf(std::string_view text)
 {
-    const std::string_view name = words::argument(text, "fault");
+    Words words(text, "fault");
+    const std::string name = words.take("an output");
     const std::optional<Output> output = outputNamed(name);
-    if (!output) throw wrong(name, "is no output: pva, utc, pnt, mis, assurance, 8504");
-    const std::string_view word = words::argument(text, name);
-    expectEnd(text);
+    if (!output) {
+        const std::vector<std::string_view> names(kShortOutputNames.begin(), kShortOutputNames.end());
+        throw labtext::noneOf(names, name, name, "is no output");
+    }
+    const std::string kindAndNumber = words.take("a kind of fault");
+    const std::string_view word = kindAndNumber;
+    words.expectEnd();
     const std::pair<std::string_view, FaultKind> kKinds[] = {
         {"none", {Fault::Kind::None}},
         {"off", {Fault::Kind::Off}},
@@ -227,11 +222,11 @@ SetFault faultOf(std::string_view text)
         {"delayed", {Fault::Kind::Delayed, 1.5, 0.001, 60.0, false, "has no seconds from 0.001 to 60"}},
         {"intermittent", {Fault::Kind::Intermittent, 0.5, 0.0, 1.0, false, "has no probability from 0 to 1"}}};
     const auto equals = word.find('=');
-    const FaultKind kind = chosen(word.substr(0, equals), word, kKinds, "is no kind of fault: ");
+    const FaultKind kind = chosen(word.substr(0, equals), word, kKinds, "is no kind of fault");
     SetFault set{*output, {kind.kind, kind.usual}};
     if (equals == std::string_view::npos) return set;
     if (kind.low == kind.high) throw wrong(word, "takes no number");
-    set.fault.amount = words::number(word.substr(equals + 1), word, kind.low, kind.high, kind.what);
+    set.fault.amount = labtext::number(word.substr(equals + 1), word, kind.low, kind.high, kind.what);
     if (kind.isWhole && set.fault.amount != std::floor(set.fault.amount)) throw wrong(word, kind.what);
     return set;
 }
@@ -243,11 +238,12 @@ SetQuality qualityOf(std::string_view text)
                                                                 {"pva", Source::PositionVelocityAttitude},
                                                                 {"utc", Source::UTCTime},
                                                                 {"pnt", Source::HalvexPNT}};
-    const std::string_view name = words::argument(text, "quality");
-    const Source source = chosen(name, name, kSources, "has no quality: ");
-    const std::string_view factor = words::argument(text, name);
-    expectEnd(text);
-    return {source, words::number(factor, factor, 0.0, 1e6, "is no factor from 0 to 1000000")};
+    Words words(text, "quality");
+    const std::string name = words.take("a source");
+    const Source source = chosen(name, name, kSources, "has no quality");
+    const std::string factor = words.take("a factor");
+    words.expectEnd();
+    return {source, labtext::number(factor, factor, 0.0, 1e6, "is no factor from 0 to 1000000")};
 }
 
 Happening happeningOf(std::string_view text)
@@ -257,55 +253,51 @@ Happening happeningOf(std::string_view text)
         {"threat", Word::Threat},   {"warn", Word::Warn},     {"gps-lost", Word::GpsLost},  {"gps-back", Word::GpsBack},
         {"answers", Word::Answers}, {"silent", Word::Silent}, {"speaking", Word::Speaking}, {"bit", Word::Bit},
         {"command", Word::Command}, {"fault", Word::Fault},   {"quality", Word::Quality}};
-    std::string_view rest = text;
-    const std::string_view first = words::take(rest);
-    const auto argument = [&] {
-        std::string_view behind = rest;
-        const std::string_view word = words::take(behind);
-        if (word.empty()) throw wrong(first, "needs a word behind it");
-        expectEnd(behind);
+    Words words(text);
+    const std::string first = words.take("what happens");
+    const auto onlyWord = [&words](const char* what) {
+        const std::string word = words.take(what);
+        words.expectEnd();
         return word;
     };
-    switch (chosen(first, first, kWords, "is nothing that happens: ")) {
+    switch (chosen(first, first, kWords, "is nothing that happens")) {
     case Word::Threat:
-        return threatReportOf(rest);
+        return threatReportOf(words.rest());
     case Word::Warn:
-        return warningOf(rest);
+        return warningOf(words.rest());
     case Word::GpsLost:
-        expectEnd(rest);
+        words.expectEnd();
         return SetGps{true};
     case Word::GpsBack:
-        expectEnd(rest);
+        words.expectEnd();
         return SetGps{false};
     case Word::Answers:
-        return answersOf(argument());
+        return answersOf(onlyWord("how commands are answered"));
     case Word::Silent:
-        return SetSilence{componentOf(argument()), true};
+        return SetSilence{componentOf(onlyWord("a component")), true};
     case Word::Speaking:
-        return SetSilence{componentOf(argument()), false};
+        return SetSilence{componentOf(onlyWord("a component")), false};
     case Word::Bit:
-        return findingOf(argument());
+        return findingOf(onlyWord("a server"));
     case Word::Command:
-        if (trimmed(rest).empty()) throw wrong(first, "needs a text behind it");
-        return SendCommand{std::string(trimmed(rest))};
+        if (words.atEnd()) words.take("a text");
+        return SendCommand{std::string(words.rest())};
     case Word::Fault:
-        return faultOf(rest);
+        return faultOf(words.rest());
     case Word::Quality:
-        return qualityOf(rest);
+        return qualityOf(words.rest());
     }
     throw wrong(first, "is nothing that happens");
 }
 
 std::optional<Event> eventOf(std::string_view line)
 {
-    const std::string_view first = words::take(line);
-    if (first.empty() || first.front() == '#') return std::nullopt;
-    if (first != "at") throw wrong(first, "stands where at SECONDS is expected");
-    const std::string_view time = words::take(line);
-    if (time.empty()) throw wrong("at", "needs a number of seconds");
-    const double seconds = words::seconds(time);
-    if (trimmed(line).empty()) throw wrong(time, "needs behind it what happens then");
-    return Event{seconds, happeningOf(line)};
+    if (labtext::isBlankOrNote(line)) return std::nullopt;
+    Words words(line);
+    if (!words.skip("at")) throw wrong(words.take(""), "stands where at SECONDS is expected");
+    const double seconds = labtext::seconds(words.take("a number of seconds"), 0.0, kLatestSecond);
+    if (words.atEnd()) words.take("what happens then");
+    return Event{seconds, happeningOf(words.rest())};
 }
 
 }  // namespace unitsim

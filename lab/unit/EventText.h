@@ -12,6 +12,8 @@
 /// What is wrong throws `std::invalid_argument`; its text begins with the word that is wrong, in quotes.
 namespace unitsim {
 
+constexpr double kLatestSecond = 1e8;
+
 /// "jam az=90 el=-10 + bare az=20": up to nine lines of bearing.
 ThreatReport threatReportOf(std::string_view text);
 

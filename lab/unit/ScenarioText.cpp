@@ -1,8 +1,9 @@
 #include "lab/unit/ScenarioText.h"
 
+#include "lab/text/Lines.h"
+#include "lab/text/Words.h"
 #include "lab/unit/EventText.h"
 #include "lab/unit/TrackFile.h"
-#include "lab/unit/Words.h"
 
 #include <algorithm>
 #include <array>
@@ -19,41 +20,44 @@
 
 namespace unitsim {
 
+using labtext::chosen;
+using labtext::Words;
+using labtext::wrong;
 using QD_K71T_geometry::Vector3d;
 
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180.0;
 
-/// The number behind a key word, which is named if there is none.
-double numberBehind(std::string_view& rest, std::string_view key, double low, double high, const char* what)
+/// The next word as a number.
+/// @param name  of the number
+/// @param what  of a word that is none
+double numberOf(Words& words, const char* name, double low, double high, const char* what)
 {
-    const std::string_view word = words::argument(rest, key);
-    return words::number(word, word, low, high, what);
+    const std::string word = words.take(name);
+    return labtext::number(word, word, low, high, what);
 }
 
 /// "FROM..TO", or "FROM.." without an end.
 Window windowOf(std::string_view word)
 {
-    const auto dots = word.find("..");
-    if (dots == std::string_view::npos) throw words::wrong(word, "is not of the form FROM..TO");
-    const std::string_view from = word.substr(0, dots), to = word.substr(dots + 2);
+    const auto ends = labtext::endsOf(word);
+    if (!ends) throw wrong(word, "is not of the form FROM..TO");
     constexpr const char* kWhat = "has no number of seconds";
     Window window;
-    window.from = words::number(from, word, 0.0, words::kLatest, kWhat);
-    if (!to.empty()) window.to = words::number(to, word, 0.0, words::kLatest, kWhat);
-    if (window.to <= window.from) throw words::wrong(word, "ends before it begins");
+    window.from = labtext::number(ends->from, word, 0.0, kLatestSecond, kWhat);
+    if (!ends->to.empty()) window.to = labtext::number(ends->to, word, 0.0, kLatestSecond, kWhat);
+    if (window.to <= window.from) throw wrong(word, "ends before it begins");
     return window;
 }
 
 /// Latitude and longitude in degrees, and "alt METRES" if it stands there.
-Vector3d placeOf(std::string_view& rest, std::string_view behind, double usualHeight)
+Vector3d placeOf(Words& words, double usualHeight)
 {
-    const double latitude = numberBehind(rest, behind, -90.0, 90.0, "is no latitude from -90 to 90");
-    const double longitude = numberBehind(rest, behind, -180.0, 180.0, "is no longitude from -180 to 180");
+    const double latitude = numberOf(words, "a latitude", -90.0, 90.0, "is no latitude from -90 to 90");
+    const double longitude = numberOf(words, "a longitude", -180.0, 180.0, "is no longitude from -180 to 180");
     double height = usualHeight;
-    if (words::peek(rest) == "alt")
-        height = numberBehind(rest, words::take(rest), -1000.0, 100e3, "is no height from -1000 to 100000");
+    if (words.skip("alt")) height = numberOf(words, "a height", -1000.0, 100e3, "is no height from -1000 to 100000");
     return {latitude * kDegree, longitude * kDegree, height};
 }
 
@@ -68,25 +72,24 @@ public:
         constexpr std::pair<std::string_view, Line> kLines[] = {
             {"at", Line::At},       {"place", Line::Place}, {"drive", Line::Drive},    {"stand", Line::Stand},
             {"track", Line::Track}, {"fault", Line::Fault}, {"quality", Line::Quality}};
-        std::string_view rest = line;
-        const std::string_view first = words::take(rest);
-        if (first.empty() || first.front() == '#') return;
-        switch (words::chosen(first, first, kLines, "is no line of a scenario: ")) {
+        Words words(line);
+        const std::string first = words.take("");
+        switch (chosen(first, first, kLines, "is no line of a scenario")) {
         case Line::At:
             if (auto event = eventOf(line)) m_scenario.events.push_back(std::move(*event));
             return;
         case Line::Place:
-            return place(rest);
+            return place(words);
         case Line::Drive:
-            return drive(rest);
+            return drive(words);
         case Line::Stand:
-            return stand(rest);
+            return stand(words);
         case Line::Track:
-            return track(words::trimmed(rest));
+            return track(words.rest());
         case Line::Fault:
-            return stretch(first, rest, faultEnd);
+            return stretch(first, words.rest(), faultEnd);
         case Line::Quality:
-            return stretch(first, rest, qualityEnd);
+            return stretch(first, words.rest(), qualityEnd);
         }
     }
 
@@ -100,75 +103,79 @@ public:
     }
 
 private:
-    void place(std::string_view rest)
+    void place(Words& words)
     {
         enum class What { Vehicle, Jammer };
         constexpr std::pair<std::string_view, What> kWhats[] = {{"vehicle", What::Vehicle}, {"jammer", What::Jammer}};
-        const std::string_view word = words::argument(rest, "place");
-        const What what = words::chosen(word, word, kWhats, "is nothing that has a place: ");
-        if (const std::string_view at = words::argument(rest, word); at != "at")
-            throw words::wrong(at, "stands where at LATITUDE LONGITUDE is expected");
-        if (what == What::Jammer) return jammer(rest);
-        if (m_scenario.world.drive) throw words::wrong(word, "has a place already, or has set off");
-        const Vector3d position = placeOf(rest, "at", 0.0);
+        const std::string word = words.take("vehicle or jammer");
+        const What what = chosen(word, word, kWhats, "is nothing that has a place");
+        expect(words, "at", "at LATITUDE LONGITUDE");
+        if (what == What::Jammer) return jammer(words);
+        if (m_scenario.world.drive) throw wrong(word, "has a place already, or has set off");
+        const Vector3d position = placeOf(words, 0.0);
         std::optional<double> heading;
-        if (words::peek(rest) == "heading")
-            heading = numberBehind(rest, words::take(rest), 0.0, 360.0, "is no heading from 0 to 360") * kDegree;
-        words::expectEnd(rest);
+        if (words.skip("heading"))
+            heading = numberOf(words, "a heading", 0.0, 360.0, "is no heading from 0 to 360") * kDegree;
+        words.expectEnd({"alt", "heading"});
         m_scenario.world.drive.emplace(position, heading);
     }
 
-    void jammer(std::string_view rest)
+    void jammer(Words& words)
     {
         if (m_scenario.world.jammers.size() == World::kMostJammers)
-            throw words::wrong("jammer", "is one too many: the sensor tells of nine");
+            throw wrong("jammer", "is one too many: the sensor tells of nine");
         Jammer jammer;
-        jammer.position = placeOf(rest, "at", 0.0);
-        if (const std::string_view word = words::argument(rest, "at"); word != "power")
-            throw words::wrong(word, "stands where power DBM is expected");
-        jammer.powerDbm = numberBehind(rest, "power", -100.0, 100.0, "is no power from -100 to 100 dBm");
-        if (words::peek(rest) == "center")
-            jammer.centerMhz = numberBehind(rest, words::take(rest), 1.0, 3276.75, "is no frequency from 1 to 3276.75");
-        if (words::peek(rest) == "bw")
-            jammer.bandwidthMhz =
-                numberBehind(rest, words::take(rest), 0.001, 65.535, "is no bandwidth from 0.001 to 65.535");
-        if (words::peek(rest) == "on") jammer.when = windowOf(words::argument(rest, words::take(rest)));
-        words::expectEnd(rest);
+        jammer.position = placeOf(words, 0.0);
+        expect(words, "power", "power DBM");
+        jammer.powerDbm = numberOf(words, "dBm", -100.0, 100.0, "is no power from -100 to 100 dBm");
+        if (words.skip("center"))
+            jammer.centerMhz = numberOf(words, "MHz", 1.0, 3276.75, "is no frequency from 1 to 3276.75");
+        if (words.skip("bw"))
+            jammer.bandwidthMhz = numberOf(words, "MHz", 0.001, 65.535, "is no bandwidth from 0.001 to 65.535");
+        if (words.skip("on")) jammer.when = windowOf(words.take("FROM..TO"));
+        words.expectEnd({"alt", "center", "bw", "on"});
         m_scenario.world.jammers.push_back(jammer);
+    }
+
+    /// Takes a word that must stand there.
+    /// @param form  with what is behind it
+    static void expect(Words& words, std::string_view word, const std::string& form)
+    {
+        if (words.skip(word)) return;
+        throw wrong(words.take(form), "stands where " + form + " is expected");
     }
 
     /// The drive, begun where the usual course begins if no place was told.
     Drive& begun()
     {
-        if (m_hasTrack) throw words::wrong("track", "tells the whole drive already");
+        if (m_hasTrack) throw wrong("track", "tells the whole drive already");
         if (!m_scenario.world.drive) m_scenario.world.drive.emplace(Course::at(0.0).position);
         return *m_scenario.world.drive;
     }
 
-    void drive(std::string_view rest)
+    void drive(Words& words)
     {
         Drive& drive = begun();
-        const Vector3d place = placeOf(rest, "drive", drive.points().back().position[2]);
-        if (const std::string_view word = words::argument(rest, "drive"); word != "at")
-            throw words::wrong(word, "stands where at METRES-A-SECOND is expected");
-        const double speed = numberBehind(rest, "at", 0.01, 10e3, "is no speed from 0.01 to 10000 m/s");
-        words::expectEnd(rest);
+        const Vector3d place = placeOf(words, drive.points().back().position[2]);
+        expect(words, "at", "at METRES-A-SECOND");
+        const double speed = numberOf(words, "metres a second", 0.01, 10e3, "is no speed from 0.01 to 10000 m/s");
+        words.expectEnd();
         drive.to(place, speed);
     }
 
-    void stand(std::string_view rest)
+    void stand(Words& words)
     {
-        const double seconds = words::seconds(words::argument(rest, "stand"));
-        words::expectEnd(rest);
+        const double seconds = labtext::seconds(words.take("a number of seconds"), 0.0, kLatestSecond);
+        words.expectEnd();
         begun().stand(seconds);
     }
 
     void track(std::string_view file)
     {
-        if (file.empty()) throw words::wrong("track", "needs a file behind it");
-        if (m_scenario.world.drive) throw words::wrong("track", "stands beside another track, drive or place");
+        if (file.empty()) throw wrong("track", "needs behind it a file");
+        if (m_scenario.world.drive) throw wrong("track", "stands beside another track, drive or place");
         const std::vector<WayPoint> points = m_track(std::string(file));
-        if (points.empty()) throw words::wrong(file, "has no point");
+        if (points.empty()) throw wrong(file, "has no point");
         Drive drive(points.front().position);
         for (auto point = points.begin() + 1; point != points.end(); ++point) drive.add(*point);
         m_scenario.world.drive = std::move(drive);
@@ -179,12 +186,12 @@ private:
     static Happening qualityEnd(const Happening& begin) { return SetQuality{std::get<SetQuality>(begin).source, 1.0}; }
 
     /// "fault pva stuck 20..60": what happens at the begin, and what ends it. Stretches of one thing don't overlap.
-    void stretch(std::string_view key, std::string_view rest, Happening (*end)(const Happening&))
+    void stretch(std::string_view key, std::string_view text, Happening (*end)(const Happening&))
     {
-        const std::string_view text = words::trimmed(rest);
-        const auto blank = text.find_last_of(words::kBlanks);
+        if (text.empty()) throw wrong(key, "needs behind it what, and FROM..TO");
+        const auto blank = text.find_last_of(" \t");
         const std::string_view last = text.substr(blank == std::string_view::npos ? 0 : blank + 1);
-        const Window window = windowOf(last.empty() ? key : last);
+        const Window window = windowOf(last);
         const std::string begin = std::string(key) + ' ' + std::string(text.substr(0, text.size() - last.size()));
         const Happening happening = happeningOf(begin);
         const Happening over = end(happening);
@@ -192,7 +199,7 @@ private:
         const auto later = others.lower_bound(window.from);
         if ((later != others.end() && later->first < window.to) ||
             (later != others.begin() && std::prev(later)->second > window.from))
-            throw words::wrong(last, "overlaps an earlier line of the same");
+            throw wrong(last, "overlaps an earlier line of the same");
         others.emplace(window.from, window.to);
         m_scenario.events.push_back({window.from, happening});
         if (std::isfinite(window.to)) m_ends.push_back({window.to, over});
@@ -218,17 +225,7 @@ private:
 Scenario scenarioOf(std::istream& file, const std::string& name, const TrackReader& track)
 {
     Reader reader(track);
-    std::string line;
-    for (std::size_t number = 1; std::getline(file, line); ++number) {
-        try {
-            reader.take(line);
-        } catch (const std::invalid_argument& error) {
-            throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
-        } catch (const std::runtime_error& error) {  // of a track
-            throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
-        }
-    }
-    if (file.bad()) throw std::runtime_error(name + ": can't be read");
+    labtext::readLines(file, name, [&](std::size_t, std::string_view line) { reader.take(line); });
     return reader.finished();
 }
 

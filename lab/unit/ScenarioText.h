@@ -24,7 +24,7 @@ using TrackReader = std::function<std::vector<WayPoint>(const std::string& name)
 /// @param track  for the files of lines "track FILE"
 Scenario scenarioOf(std::istream& file, const std::string& name, const TrackReader& track);
 
-/// The same of a regular file of at most `kLargestFileBytes`; tracks are looked for beside it.
+/// The same of a regular file of at most `labtext::kLargestFileBytes`; tracks are looked for beside it.
 Scenario readScenario(const std::string& name);
 
 }  // namespace unitsim

@@ -1,6 +1,8 @@
 #include "lab/unit/TrackFile.h"
 
-#include "lab/unit/Words.h"
+#include "lab/text/Lines.h"
+#include "lab/text/Words.h"
+#include "lab/unit/EventText.h"
 
 #include <tinyxml2.h>
 
@@ -11,6 +13,7 @@
 #include <iterator>
 #include <numbers>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -25,9 +28,9 @@ constexpr double kHighest = 100e3;  // m
 Vector3d placeOf(std::string_view latitude, std::string_view longitude, std::string_view height)
 {
     constexpr double kDegree = std::numbers::pi / 180.0;
-    const double north = words::number(latitude, latitude, -90.0, 90.0, "is no latitude from -90 to 90");
-    const double east = words::number(longitude, longitude, -180.0, 180.0, "is no longitude from -180 to 180");
-    const double up = height.empty() ? 0.0 : words::number(height, height, -kHighest, kHighest, "is no height");
+    const double north = labtext::number(latitude, latitude, -90.0, 90.0, "is no latitude from -90 to 90");
+    const double east = labtext::number(longitude, longitude, -180.0, 180.0, "is no longitude from -180 to 180");
+    const double up = height.empty() ? 0.0 : labtext::number(height, height, -kHighest, kHighest, "is no height");
     return {north * kDegree, east * kDegree, up};
 }
 
@@ -39,7 +42,7 @@ public:
         if (m_points.empty()) m_first = seconds;
         const double fromFirst = seconds - m_first;
         if (!m_points.empty() && !(fromFirst > m_points.back().seconds))
-            throw words::wrong(time, "is no later than the point before");
+            throw labtext::wrong(time, "is no later than the point before");
         m_points.push_back({fromFirst, place});
     }
 
@@ -59,7 +62,7 @@ std::string_view takeField(std::string_view& line)
 {
     const std::string_view field = line.substr(0, line.find(','));
     line.remove_prefix(std::min(field.size() + 1, line.size()));
-    return words::trimmed(field);
+    return labtext::trimmed(field);
 }
 
 std::optional<int> digits(std::string_view text, std::size_t at, std::size_t count)
@@ -77,7 +80,7 @@ std::optional<int> digits(std::string_view text, std::size_t at, std::size_t cou
 double timeOf(std::string_view text)
 {
     using namespace std::chrono;
-    const auto wrong = [&] { return words::wrong(text, "is no time such as 2026-11-22T10:00:00Z"); };
+    const auto wrong = [&] { return labtext::wrong(text, "is no time such as 2026-11-22T10:00:00Z"); };
     const auto year = digits(text, 0, 4), month = digits(text, 5, 2), day = digits(text, 8, 2);
     const auto hour = digits(text, 11, 2), minute = digits(text, 14, 2), second = digits(text, 17, 2);
     if (!year || !month || !day || !hour || !minute || !second || text[4] != '-' || text[7] != '-' || text[10] != 'T' ||
@@ -89,7 +92,7 @@ double timeOf(std::string_view text)
     double fraction = 0.0;
     if (const std::string_view rest = text.substr(19, text.size() - 20); !rest.empty()) {
         if (rest.front() != '.' || rest.find_first_not_of("0123456789", 1) != std::string_view::npos) throw wrong();
-        fraction = words::number("0" + std::string(rest), text, 0.0, 1.0, "is no time");
+        fraction = labtext::number("0" + std::string(rest), text, 0.0, 1.0, "is no time");
     }
     return static_cast<double>(duration_cast<seconds>(sys_days(date).time_since_epoch()).count() + *hour * 3600 +
                                *minute * 60 + *second) +
@@ -100,7 +103,7 @@ std::string_view textOf(const tinyxml2::XMLElement& parent, const char* name)
 {
     const tinyxml2::XMLElement* const element = parent.FirstChildElement(name);
     const char* const text = element ? element->GetText() : nullptr;
-    return text ? words::trimmed(text) : std::string_view();
+    return text ? labtext::trimmed(text) : std::string_view();
 }
 
 /// Where a text ends behind `begin`; the end of all if it is not there.
@@ -140,39 +143,33 @@ void addPoint(Track& track, const tinyxml2::XMLElement& point)
 {
     const char* const latitude = point.Attribute("lat");
     const char* const longitude = point.Attribute("lon");
-    if (!latitude || !longitude) throw words::wrong("trkpt", "needs lat and lon");
+    if (!latitude || !longitude) throw labtext::wrong("trkpt", "needs lat and lon");
     const std::string_view time = textOf(point, "time");
-    if (time.empty()) throw words::wrong("trkpt", "needs a time");
+    if (time.empty()) throw labtext::wrong("trkpt", "needs a time");
     const double seconds = timeOf(time);
     track.add(seconds, placeOf(latitude, longitude, textOf(point, "ele")), time);
 }
 
 }  // namespace
 
-std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name)
+std::vector<WayPoint> trackOfCsv(const std::string& text, const std::string& name)
 {
+    std::istringstream file(text);
     Track track;
     bool isFirst = true;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        line = words::trimmed(line);
-        if (line.empty() || line.front() == '#') continue;
+    labtext::readLines(file, name, [&](std::size_t, std::string_view line) {
+        line = labtext::trimmed(line);
         const bool mayBeNames = std::exchange(isFirst, false);
         const char begin = line.front();
-        if (mayBeNames && ((begin >= 'a' && begin <= 'z') || (begin >= 'A' && begin <= 'Z'))) continue;
-        try {
-            const std::string_view time = takeField(line);
-            const std::string_view latitude = takeField(line);
-            const std::string_view longitude = takeField(line);
-            const std::string_view height = takeField(line);
-            if (!line.empty()) throw words::wrong(line, "is one field too many");
-            const double seconds = words::seconds(time);
-            track.add(seconds, placeOf(latitude, longitude, height), time);
-        } catch (const std::invalid_argument& error) {
-            throw std::runtime_error(name + ":" + std::to_string(number) + ": " + error.what());
-        }
-    }
+        if (mayBeNames && ((begin >= 'a' && begin <= 'z') || (begin >= 'A' && begin <= 'Z'))) return;
+        const std::string_view time = takeField(line);
+        const std::string_view latitude = takeField(line);
+        const std::string_view longitude = takeField(line);
+        const std::string_view height = takeField(line);
+        if (!line.empty()) throw labtext::wrong(line, "is one field too many");
+        const double seconds = labtext::seconds(time, 0.0, kLatestSecond);
+        track.add(seconds, placeOf(latitude, longitude, height), time);
+    });
     return track.take(name);
 }
 
@@ -207,7 +204,7 @@ std::string textOfFile(const std::string& name)
     std::ifstream file;
     if (std::filesystem::is_regular_file(name, ignored)) file.open(name, std::ios::binary);
     if (!file.is_open()) throw std::runtime_error(name + ": can't be read");
-    if (std::filesystem::file_size(name, ignored) > kLargestFileBytes)
+    if (std::filesystem::file_size(name, ignored) > labtext::kLargestFileBytes)
         throw std::runtime_error(name + ": is larger than 64 MiB");
     std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     if (file.bad()) throw std::runtime_error(name + ": can't be read");

@@ -3,24 +3,20 @@
 
 #include "lab/unit/Drive.h"
 
-#include <istream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Tracks that a vehicle has driven. Pure functions but for the file, any thread. What is wrong throws
 /// `std::runtime_error` that names the file, and the line or the point.
 namespace unitsim {
 
-constexpr std::size_t kLargestFileBytes = std::size_t{64} << 20;
-
-/// All that stands in a regular file of at most `kLargestFileBytes`.
+/// All that stands in a regular file of at most `labtext::kLargestFileBytes`.
 std::string textOfFile(const std::string& name);
 
 /// Lines "SECONDS,LATITUDE,LONGITUDE,HEIGHT" in degrees and metres, with times that rise; the height may be missing (0).
 /// Empty lines, those that begin with "#" and a first line of names are passed over.
 /// @return its first point at 0 seconds
-std::vector<WayPoint> trackOfCsv(std::string_view text, const std::string& name);
+std::vector<WayPoint> trackOfCsv(const std::string& text, const std::string& name);
 
 /// All points of all tracks of a GPX file, in their order, by their times. An element has at most `kMostAttributes`.
 constexpr std::size_t kMostAttributes = 100;

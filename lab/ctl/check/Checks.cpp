@@ -1,6 +1,6 @@
 #include "lab/ctl/check/Checks.h"
 
-#include "lab/ctl/NearestWord.h"
+#include "lab/text/NearestWord.h"
 
 #include <algorithm>
 #include <cctype>
@@ -73,7 +73,7 @@ void checkBoolean(const ConfigContainer& container, const ConfigKey& key, Findin
 
 std::string suggestion(const std::string& word, const std::vector<std::string>& words)
 {
-    const std::string nearest = nearestWord(word, words);
+    const std::string nearest = labtext::nearestWord(word, words);
     return nearest.empty() || nearest == word ? "" : "; did you mean " + nearest + '?';
 }
 

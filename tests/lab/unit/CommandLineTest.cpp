@@ -113,7 +113,8 @@ TEST(CommandLineTest, ScenarioThatIsWrongIsNamedWithItsLineAndWord)
     const std::string file = directory.write("scenario", "at 5 gps-lost\nat 8 wran 7\n");
     const Read made = read({"--scenario", file.c_str()});
     EXPECT_EQ(made.line.status, 2);
-    EXPECT_NE(made.err.find(file + ":2: 'wran' is nothing that happens: threat, warn,"), std::string::npos) << made.err;
+    EXPECT_NE(made.err.find(file + ":2: 'wran' is nothing that happens; did you mean warn?"), std::string::npos)
+        << made.err;
     EXPECT_NE(read({"--scenario", "/none"}).err.find("/none: can't be read"), std::string::npos);
 }
 
@@ -229,15 +230,14 @@ TEST(CommandLineTest, WrongValueIsNamedWithItsOption)
         {{"--topics", "gps"}, "--topics: 'gps' is no output"},
         {{"--rate", "0"}, "--rate: Value 0 not in range"},
         {{"--answers", "maybe"},
-         "--answers: 'maybe' is no pair such as ack,fail and none of normal, "
-         "none, nack, fail, ack-only"},
-        {{"--answers", "ack,maybe"}, "--answers: 'ack,maybe' does not end with one of pass, fail, none"},
+         "--answers: 'maybe' is no pair such as ack,fail, and no answer: normal, none, nack, fail, ack-only"},
+        {{"--answers", "ack,maybe"}, "--answers: 'ack,maybe' ends with no last answer: pass, fail, none"},
         {{"--threat", "jam"}, "--threat: 'jam' is not of the form TEXT@SECONDS"},
-        {{"--threat", "jma@5"}, "--threat: 'jma' is no kind of threat: jam, bare, no-bearing, ended"},
+        {{"--threat", "jma@5"}, "--threat: 'jma' is no kind of threat; did you mean jam?"},
         {{"--warn", "x@5"}, "--warn: 'x' has no whole number from 0 to 65535"},
         {{"--warn", "7@-1"}, "--warn: '7@-1' has no number of seconds"},
-        {{"--bit-fail", "39:dead"}, "--bit-fail: '39:dead' does not end with one of good, warning, error, critical"},
-        {{"--silent", "GSP"}, "--silent: 'GSP' has no part numbers: Halvex, Sarvent, GPS, TARVOSW, TARVO, PNT-Q, "},
+        {{"--bit-fail", "39:dead"}, "--bit-fail: '39:dead' ends with no finding: good, warning, error, critical"},
+        {{"--silent", "GSP"}, "--silent: 'GSP' has no part numbers; did you mean GPS?"},
         {{"--threat-rate", "-1"}, "--threat-rate: Value -1 not in range"},
         {{"--bogus"}, "--bogus"},
     };

@@ -44,6 +44,13 @@ TEST(ControlLineTest, NotesAndEmptyLinesOrderNothing)
 
 TEST(ControlLineTest, WrongWordIsTheAnswer)
 {
-    EXPECT_EQ(answer("threat jma"), "error 'jma' is no kind of threat: jam, bare, no-bearing, ended");
+    EXPECT_EQ(answer("threat jma"), "error 'jma' is no kind of threat; did you mean jam?");
+    EXPECT_TRUE(g_ordered.empty());
+}
+
+TEST(ControlLineTest, PlacesAreForTheFile)
+{
+    EXPECT_EQ(answer("place jammer at 1 2 power 3"),
+              "error 'place' is for the file of a scenario: places stay as they are while it runs");
     EXPECT_TRUE(g_ordered.empty());
 }

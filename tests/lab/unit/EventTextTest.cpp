@@ -112,23 +112,22 @@ TEST(EventTextTest, WrongWordIsNamed)
 {
     const std::vector<std::pair<std::string, std::string>> wrongs = {
         {"in 5 warn 7", "'in' stands where at SECONDS is expected"},
-        {"at", "'at' needs a number of seconds"},
-        {"at five warn 7", "'five' is no number of seconds"},
-        {"at -1 warn 7", "'-1' is no number of seconds"},
-        {"at nan warn 7", "'nan' is no number of seconds"},
-        {"at 1e9 warn 7", "'1e9' is no number of seconds"},
-        {"at 5s warn 7", "'5s' is no number of seconds"},
+        {"at", "'at' needs behind it a number of seconds"},
+        {"at five warn 7", "'five' is no number of seconds, up to 100000000"},
+        {"at -1 warn 7", "'-1' is no number of seconds, up to 100000000"},
+        {"at nan warn 7", "'nan' is no number of seconds, up to 100000000"},
+        {"at 1e9 warn 7", "'1e9' is no number of seconds, up to 100000000"},
+        {"at 5s warn 7", "'5s' is no number of seconds, up to 100000000"},
         {"at 5", "'5' needs behind it what happens then"},
-        {"at 5 wran 7", "'wran' is nothing that happens: threat, warn, gps-lost, gps-back, answers, silent, speaking, "
-                        "bit, command, fault, quality"},
-        {"at 5 warn", "'warn' needs a number"},
+        {"at 5 wran 7", "'wran' is nothing that happens; did you mean warn?"},
+        {"at 5 warn", "'warn' needs behind it a number"},
         {"at 5 warn seven", "'seven' has no whole number from 0 to 65535"},
         {"at 5 warn 65536", "'65536' has no whole number from 0 to 65535"},
         {"at 5 warn 7x", "'7x' has no whole number from 0 to 65535"},
         {"at 5 warn 7 THIS TEXT HAS 33 CHARACTERS IN ALL", "'THIS TEXT HAS 33 CHARACTERS IN ALL' is longer than 32 "
                                                            "characters"},
-        {"at 5 threat", "'threat' needs a kind: jam, bare, no-bearing, ended"},
-        {"at 5 threat jam +", "'+' needs a kind: jam, bare, no-bearing, ended"},
+        {"at 5 threat", "'threat' needs behind it a kind: jam, bare, no-bearing, ended"},
+        {"at 5 threat jam +", "'+' needs behind it a kind: jam, bare, no-bearing, ended"},
         {"at 5 threat az=5", "'az=5' is no kind of threat: jam, bare, no-bearing, ended"},
         {"at 5 threat jam 90", "'90' is not of the form KEY=VALUE"},
         {"at 5 threat jam range=5", "'range=5' is nothing that a threat has: az, el, power, center, bw, confidence, "
@@ -143,13 +142,17 @@ TEST(EventTextTest, WrongWordIsNamed)
         {"at 5 threat jam + jam + jam + jam + jam + jam + jam + jam + jam + bare", "'bare' is one threat too many for "
                                                                                    "a report"},
         {"at 5 gps-lost now", "'now' is one word too many"},
-        {"at 5 answers", "'answers' needs a word behind it"},
+        {"at 5 answers", "'answers' needs behind it how commands are answered"},
         {"at 5 answers ack pass", "'pass' is one word too many"},
-        {"at 5 answers yes,pass", "'yes,pass' does not begin with one of ack, nack, none"},
-        {"at 5 silent GSP", "'GSP' has no part numbers: Halvex, Sarvent, GPS, TARVOSW, TARVO, PNT-Q, ALTNAV"},
+        {"at 5 answers yes,pass", "'yes,pass' begins with no first answer: ack, nack, none"},
+        {"at 5 answers nak,pass", "'nak,pass' begins with no first answer; did you mean nack?"},
+        {"at 5 answers ack,failed", "'ack,failed' ends with no last answer; did you mean fail?"},
+        {"at 5 answers never",
+         "'never' is no pair such as ack,fail, and no answer: normal, none, nack, fail, ack-only"},
+        {"at 5 silent GSP", "'GSP' has no part numbers; did you mean GPS?"},
         {"at 5 bit 256", "'256' has no whole number from 0 to 255"},
-        {"at 5 bit 39:dead", "'39:dead' does not end with one of good, warning, error, critical, silent"},
-        {"at 5 command", "'command' needs a text behind it"},
+        {"at 5 bit 39:dead", "'39:dead' ends with no finding: good, warning, error, critical, silent"},
+        {"at 5 command", "'command' needs behind it a text"},
         {"at 5 \x1b[31m", "'?[31m' is nothing that happens: threat, warn, gps-lost, gps-back, answers, silent, "
                           "speaking, bit, command, fault, quality"},
     };
@@ -207,8 +210,8 @@ TEST(EventTextTest, QualityIsAFactor)
 TEST(EventTextTest, WrongFaultIsNamed)
 {
     const std::pair<const char*, const char*> wrongs[] = {
-        {"at 5 fault", "'fault' needs a word behind it"},
-        {"at 5 fault pva", "'pva' needs a word behind it"},
+        {"at 5 fault", "'fault' needs behind it an output"},
+        {"at 5 fault pva", "'pva' needs behind it a kind of fault"},
         {"at 5 fault pva stuck now", "'now' is one word too many"},
         {"at 5 fault pva stuck=1", "'stuck=1' takes no number"},
         {"at 5 fault mis wrong=1", "'wrong=1' takes no number"},

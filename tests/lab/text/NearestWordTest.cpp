@@ -1,8 +1,8 @@
-#include "lab/ctl/NearestWord.h"
+#include "lab/text/NearestWord.h"
 
 #include <gtest/gtest.h>
 
-using orvanectl::nearestWord;
+using labtext::nearestWord;
 
 namespace {
 

@@ -1,13 +1,11 @@
-#include "lab/ctl/NearestWord.h"
-
-#include "lab/ctl/FrameDecoder.h"
+#include "lab/text/NearestWord.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstddef>
 
-namespace orvanectl {
+namespace labtext {
 
 namespace {
 
@@ -56,13 +54,4 @@ std::string nearestWord(std::string_view word, const std::vector<std::string>& w
     return nearest;
 }
 
-std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words)
-{
-    if (const std::string nearest = nearestWord(word, words); !nearest.empty())
-        return "did you mean " + printable(nearest) + '?';
-    std::string all;
-    for (const std::string& one : words) all += (all.empty() ? "" : ", ") + printable(one);
-    return "there are: " + (all.empty() ? "none" : all);
-}
-
-}  // namespace orvanectl
+}  // namespace labtext

@@ -4,6 +4,7 @@
 #include "lab/text/Words.h"
 #include "lab/unit/CommandAnswers.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -130,6 +131,12 @@ FaultKind wrongKindOf(Output output)
     return {Fault::Kind::Wrong};
 }
 
+enum class Word { Threat, Warn, GpsLost, GpsBack, Answers, Silent, Speaking, Bit, Command, Fault, Quality };
+constexpr std::pair<std::string_view, Word> kHappenings[] = {
+    {"threat", Word::Threat},   {"warn", Word::Warn},     {"gps-lost", Word::GpsLost},  {"gps-back", Word::GpsBack},
+    {"answers", Word::Answers}, {"silent", Word::Silent}, {"speaking", Word::Speaking}, {"bit", Word::Bit},
+    {"command", Word::Command}, {"fault", Word::Fault},   {"quality", Word::Quality}};
+
 }  // namespace
 
 ThreatReport threatReportOf(std::string_view text)
@@ -246,13 +253,13 @@ SetQuality qualityOf(std::string_view text)
     return {source, labtext::number(factor, factor, 0.0, 1e6, "is no factor from 0 to 1000000")};
 }
 
+bool beginsHappening(std::string_view word)
+{
+    return std::ranges::any_of(kHappenings, [word](const auto& one) { return one.first == word; });
+}
+
 Happening happeningOf(std::string_view text)
 {
-    enum class Word { Threat, Warn, GpsLost, GpsBack, Answers, Silent, Speaking, Bit, Command, Fault, Quality };
-    constexpr std::pair<std::string_view, Word> kWords[] = {
-        {"threat", Word::Threat},   {"warn", Word::Warn},     {"gps-lost", Word::GpsLost},  {"gps-back", Word::GpsBack},
-        {"answers", Word::Answers}, {"silent", Word::Silent}, {"speaking", Word::Speaking}, {"bit", Word::Bit},
-        {"command", Word::Command}, {"fault", Word::Fault},   {"quality", Word::Quality}};
     Words words(text);
     const std::string first = words.take("what happens");
     const auto onlyWord = [&words](const char* what) {
@@ -260,7 +267,7 @@ Happening happeningOf(std::string_view text)
         words.expectEnd();
         return word;
     };
-    switch (chosen(first, first, kWords, "is nothing that happens")) {
+    switch (chosen(first, first, kHappenings, "is nothing that happens")) {
     case Word::Threat:
         return threatReportOf(words.rest());
     case Word::Warn:

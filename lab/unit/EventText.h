@@ -35,6 +35,9 @@ SetFault faultOf(std::string_view text);
 /// "gps 5": a source, and how many times larger its errors are.
 SetQuality qualityOf(std::string_view text);
 
+/// Whether a line of what happens may begin with a word.
+bool beginsHappening(std::string_view word);
+
 /// What stands behind the time in a line of a scenario: "warn 6 ANTENNA OPEN".
 Happening happeningOf(std::string_view text);
 

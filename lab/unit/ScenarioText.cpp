@@ -74,6 +74,8 @@ public:
             {"track", Line::Track}, {"fault", Line::Fault}, {"quality", Line::Quality}};
         Words words(line);
         const std::string first = words.take("");
+        const bool isLine = std::ranges::any_of(kLines, [&](const auto& one) { return one.first == first; });
+        if (!isLine && beginsHappening(first)) throw wrong(first, "needs a time before it: at SECONDS");
         switch (chosen(first, first, kLines, "is no line of a scenario")) {
         case Line::At:
             if (auto event = eventOf(line)) m_scenario.events.push_back(std::move(*event));

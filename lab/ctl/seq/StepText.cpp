@@ -11,6 +11,7 @@
 #include <iostream>
 #include <iterator>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -63,12 +64,19 @@ void setTime(Expectation& expected, Words& words)
         words.expectEnd();
         return;
     }
-    const char* const length = expected.none ? "for" : "within";
-    if (words.skip(length))
+    if (words.atEnd()) {
+        if (expected.none) throw wrong("no", "needs for and a number of seconds behind what is not to come");
+        return;
+    }
+    if (words.skip(expected.none ? "for" : "within")) {
         expected.seconds = takeSeconds(words);
-    else if (expected.none && words.atEnd())
-        throw wrong("no", "needs for and a number of seconds behind what is not to come");
-    words.expectEnd({length, "every"});
+        words.expectEnd();
+        return;
+    }
+    static constexpr std::string_view kOfOne[] = {"within", "every"}, kOfNone[] = {"for"};
+    const std::span<const std::string_view> known = expected.none ? std::span<const std::string_view>(kOfNone) : kOfOne;
+    const std::string word = words.take("");
+    throw labtext::noneOf(known, word, word, "is no text in double quotes, and tells no time");
 }
 
 Step expectationOf(Words& words)

@@ -175,6 +175,7 @@ TEST(ScenarioTextTest, WrongWordsAreNamed)
     const std::pair<const char*, const char*> wrongs[] = {
         {"plcae jammer", "'plcae' is no line of a scenario; did you mean place?"},
         {"jammer at 1 2", "'jammer' is no line of a scenario: at, place, drive, stand, track, fault, quality"},
+        {"warn 7", "'warn' needs a time before it: at SECONDS"},
         {"place", "'place' needs behind it vehicle or jammer"},
         {"place jamer at 1 2", "'jamer' is nothing that has a place; did you mean jammer?"},
         {"place tree at 1 2", "'tree' is nothing that has a place: vehicle, jammer"},

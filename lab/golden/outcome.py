@@ -9,6 +9,7 @@ Left out is what depends on when the machine got round to something, or on where
 - the line of its source that an event names, which changes with the source;
 - the time of a threat, which it gets when its list is told, and lists without a threat;
 - the system configurations while components still answer: the last one is there;
+- when a built-in test began, and the id by which a client knows the answer to its request;
 - what is said from the moment on at which the service is told to end, but for its status.
 
 Real numbers have nine digits, since the last ones depend on the processor's instructions.
@@ -39,7 +40,7 @@ def number(value):
     """A number or a text as it stands in a file."""
     if isinstance(value, float):
         return f"{value:.9g}"
-    return json.dumps(value) if isinstance(value, str) else str(value)
+    return json.dumps(value) if isinstance(value, (str, bool)) else str(value)
 
 
 def flat(value, name=""):
@@ -118,9 +119,16 @@ def warnings(tells):
     return lines
 
 
+def without(value, names):
+    """A record that lacks members of these names, wherever they are."""
+    if isinstance(value, dict):
+        return {key: without(part, names) for key, part in value.items() if key not in names}
+    return [without(part, names) for part in value] if isinstance(value, list) else value
+
+
 def told(tell, *besides):
     left_out = ("number", "type", "tell", "at_ms", "last", "during", *besides)
-    return of_record({key: value for key, value in tell.items() if key not in left_out})
+    return of_record(without({key: value for key, value in tell.items() if key not in left_out}, ("startTime",)))
 
 
 def each(tells):
@@ -169,6 +177,23 @@ def lasting(text):
     return re.sub(r"(\w\.cpp|\w\.h)\[\d+\]", r"\1[LINE]", text)
 
 
+def answer(line):
+    """What a request has printed: a summary of what was told for it, or its answer."""
+    if not line.startswith("{"):
+        # Which publication it was, and of when, is like that of the bus.
+        return [re.sub(r"^\d+ ", "", re.sub(r"  \d+-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}", "", line))]
+    (record,) = records([line], "request")
+    return ["answer", *told(record, "id", "request", "timeOfValidity")] if record.get("type") == "answer" else told(record)
+
+
+def request(one, lines, errors):
+    """@param one  when, with which words and with which status"""
+    shown = [f"== at {one['seconds']:g} {' '.join(one['words'])}"]
+    for line in lines:
+        shown += answer(line)
+    return [*shown, *errors, f"status {one['status']}", ""]
+
+
 def console(lines):
     return [lasting(line) for line in lines]
 
@@ -195,4 +220,8 @@ def of_run(out, utc, seconds):
         "events.txt": events(until_end("events")) + complaints(until_end("events.errors")),
         "console.txt": [*console(until_end("console")), f"status {read('status')[0]}"],
     }
+    requests = json.loads((out / "requests").read_text())
+    if requests:
+        texts = [request(one, read(one["name"]), read(f"{one['name']}.errors")) for one in requests]
+        shown["requests.txt"] = sum(texts, [])
     return {name: "\n".join(lines).rstrip("\n") + "\n" for name, lines in shown.items()}

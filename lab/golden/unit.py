@@ -8,6 +8,7 @@ lab have to complain about in files of their own. Status 75 tells that the machi
 said of the outcome, or that one of them did not end when it was told to; status 1 that one has ended by itself.
 """
 
+import json
 import os
 import pathlib
 import re
@@ -30,6 +31,32 @@ class TooSlow(Exception):
 
 class Broken(Exception):
     """What no slow machine is the reason of."""
+
+
+class Requests:
+    """What clients ask for, each by a program of its own."""
+
+    def __init__(self, programs, requests):
+        self.programs = programs
+        self.requests = requests
+
+    def name(self, number):
+        return f"request{number}"
+
+    def make(self, started):
+        for number, (when, words) in enumerate(self.requests):
+            wait_until(self.programs, started + when)
+            self.programs.start(self.name(number), "lab/ctl/orvanectl", "bus", *words)
+
+    def finish(self):
+        """Leaves with which status each has ended."""
+        ended = []
+        for number, (when, words) in enumerate(self.requests):
+            process = self.programs.running[self.name(number)]
+            what = f"the answer to {' '.join(words)}"
+            wait_for(self.programs, what, lambda: process.poll() is not None, LONGEST_TO_END)  # noqa: B023
+            ended.append({"seconds": when, "words": words, "name": self.name(number), "status": process.returncode})
+        (OUT / "requests").write_text(json.dumps(ended))
 
 
 class Programs:
@@ -137,12 +164,12 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     if time.time() - started > READY_BY:
         raise TooSlow(f"the service was ready {time.time() - started:.1f} s of the unit after its start only\n")
     set_rate(programs, rate)
-    for number, (when, words) in enumerate(requests):
-        wait_until(programs, started + when)
-        programs.start(f"request{number}", "lab/ctl/orvanectl", "bus", *words)
+    asked = Requests(programs, requests)
+    asked.make(started)
     wait_until(programs, started + seconds)
     # What belongs to the last second is on its way for a moment.
     wait_for(programs, "the last epoch", lambda: has_played(seconds + 1.0), LONGEST_TO_BEGIN)
+    asked.finish()
     set_rate(programs, 1)
     time.sleep(0.5)
     # What it says when it ends depends on who is still there to hear it.

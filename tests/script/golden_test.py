@@ -126,6 +126,26 @@ class Words(unittest.TestCase):
         )
 
 
+    def test_begin_of_a_built_in_test_is_left_out(self):
+        result = {"builtInTestId": "0", "status": 2, "startTime": {"year": 182, "seconds": 8}}
+        shown = bus(tell("built-in-test-results", record={"results": [result]}))
+        self.assertEqual(
+            shown,
+            ["== built-in-test-results", "told", '    record.results.0.builtInTestId "0"', "    record.results.0.status 2", ""],
+        )
+
+    def test_request_shows_what_it_has_printed_and_its_status(self):
+        lines = [
+            "29 execute-built-in-tests  expected s 25.0  test 0", "31 blended-navigation  2026-03-01 00:00:12.000  fom 1",
+            json.dumps({"type": "answer", "request": "bit-run", "id": "orvanectl-81", "ok": True}),
+        ]  # fmt: skip
+        one = {"seconds": 18.0, "words": ["bit-run"], "status": 1}
+        self.assertEqual(
+            outcome.request(one, lines, ["orvanectl: gone"]),
+            ["== at 18 bit-run", "execute-built-in-tests  expected s 25.0  test 0", "blended-navigation  fom 1", "answer",
+             "    ok true", "orvanectl: gone", "status 1", ""],
+        )  # fmt: skip
+
     def test_line_of_a_source_is_left_out(self):
         self.assertEqual(outcome.console(["Server.cpp[228]: gone [3]"]), ["Server.cpp[LINE]: gone [3]"])
 
@@ -143,6 +163,18 @@ class Files(unittest.TestCase):
             (self.out / f"{name}.until-end").write_text("")
         (self.out / "console.until-end").write_text("started\n")
         (self.out / "status").write_text("0\n")
+        (self.out / "requests").write_text("[]")
+
+    def test_requests_are_in_a_file_of_their_own(self):
+        one = {"seconds": 3.5, "words": ["clear-data", "all"], "name": "request0", "status": 0}
+        (self.out / "requests").write_text(json.dumps([one]))
+        (self.out / "request0").write_text('{"type":"answer","ok":true}\n')
+        (self.out / "request0.errors").write_text("")
+        shown = outcome.of_run(self.out, UTC, 30)["requests.txt"]
+        self.assertEqual(shown, "== at 3.5 clear-data all\nanswer\n    ok true\nstatus 0\n")
+
+    def test_without_requests_there_is_no_file_of_them(self):
+        self.assertNotIn("requests.txt", outcome.of_run(self.out, UTC, 30))
 
     def test_console_tells_the_status(self):
         self.assertEqual(outcome.of_run(self.out, UTC, 30)["console.txt"], "started\nstatus 0\n")
@@ -232,11 +264,46 @@ class Scenario(unittest.TestCase):
         self.assertEqual(failure, "nothing is kept, since no two runs have shown the same")
         self.assertEqual((self.folder / "bus.txt").read_text(), "right\n")
 
+    def run_all(self, *names, shown="right\n"):
+        """@return status, and what was printed"""
+        printed = io.StringIO()
+        with contextlib.ExitStack() as stack:
+            for what, value in (
+                ("attempt", lambda *_: {"bus.txt": shown}), ("refusal_of_the_sandbox", lambda: ""), ("PROGRAMS", ()),
+            ):  # fmt: skip
+                stack.enter_context(unittest.mock.patch.object(golden, what, value))
+            stack.enter_context(unittest.mock.patch.object(sys, "argv", ["golden", *names]))
+            stack.enter_context(contextlib.redirect_stdout(printed))
+            stack.enter_context(contextlib.redirect_stderr(self.told))
+            return golden.main(), printed.getvalue()
+
+    def test_status_is_0_when_all_is_as_kept(self):
+        (self.folder / "scenario.txt").touch()
+        self.assertEqual(self.run_all(), (0, "golden: a: as kept, 10 times as fast\n"))
+
+    def test_status_is_1_when_something_differs(self):
+        (self.folder / "scenario.txt").touch()
+        status, printed = self.run_all("a", shown="wrong\n")
+        self.assertEqual(status, 1)
+        self.assertIn("golden: a: something else is shown than is kept, in 4 of 4 runs\n", printed)
+
+    def test_scenario_that_there_is_not_names_the_nearest(self):
+        (self.folder.parent / "quiet-drive").mkdir()
+        (self.folder.parent / "quiet-drive/scenario.txt").touch()
+        with self.assertRaisesRegex(SystemExit, "no lab/scenarios/quite-drive/scenario.txt; did you mean quiet-drive?"):
+            self.run_all("quite-drive")
+
+    def test_progress_is_told_at_a_terminal(self):
+        self.told.isatty = lambda: True
+        self.check("right\n")
+        self.assertEqual(self.told.getvalue(), "golden: a: plays 36.5 s, 10 times as fast\n")
+
     def test_run_file_that_is_missing_or_wrong_is_named(self):
         for text, what in (
             ("rate 10\n", "run: seconds needs a number behind it"),
             ("seconds x\n", "run: seconds needs a number behind it"),
-            ("second 3\n", "run: 'second' is no key: seconds, rate, options, request"),
+            ("second 3\n", "run: 'second' is no key; did you mean seconds?"),
+            ("length 3\n", "run: 'length' is no key: seconds, rate, options, request"),
         ):
             (self.folder / "run").write_text(text)
             self.assertEqual(self.failure("right\n"), what)
@@ -315,6 +382,25 @@ class Unit(unittest.TestCase):
         self.programs.start("request0", "true")
         self.programs.running["request0"].wait()
         self.programs.expect_running()
+
+    def test_requests_leave_their_statuses(self):
+        (self.out / "lab/ctl").mkdir(parents=True)
+        tool = self.out / "lab/ctl/orvanectl"
+        tool.write_text('#!/bin/sh\necho "$@"; [ "$2" != bit-run ]\n')
+        tool.chmod(0o755)
+        self.programs.build = self.out
+        asked = unit.Requests(self.programs, [(0.0, ["clear-data", "all"]), (0.0, ["bit-run"])])
+        asked.make(0.0)
+        asked.finish()
+        self.assertEqual([one["status"] for one in json.loads((self.out / "requests").read_text())], [0, 1])
+        self.assertEqual((self.out / "request0").read_text(), "bus clear-data all\n")
+
+    def test_request_that_is_not_answered_is_named(self):
+        self.programs.start("request0", "sleep", "60")
+        asked = unit.Requests(self.programs, [(0.0, ["bit-run"])])
+        with unittest.mock.patch.object(unit, "LONGEST_TO_END", 0.0):
+            with self.assertRaisesRegex(unit.TooSlow, "the answer to bit-run was not there"):
+                asked.finish()
 
     def test_wait_ends_when_the_machine_is_too_slow(self):
         with self.assertRaisesRegex(unit.TooSlow, "the bus was not there after 0.0 s"):

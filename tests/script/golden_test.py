@@ -272,6 +272,7 @@ class Scenario(unittest.TestCase):
                 ("attempt", lambda *_: {"bus.txt": shown}), ("refusal_of_the_sandbox", lambda: ""), ("PROGRAMS", ()),
             ):  # fmt: skip
                 stack.enter_context(unittest.mock.patch.object(golden, what, value))
+            stack.enter_context(unittest.mock.patch.object(golden.signal, "signal"))
             stack.enter_context(unittest.mock.patch.object(sys, "argv", ["golden", *names]))
             stack.enter_context(contextlib.redirect_stdout(printed))
             stack.enter_context(contextlib.redirect_stderr(self.told))
@@ -286,6 +287,13 @@ class Scenario(unittest.TestCase):
         status, printed = self.run_all("a", shown="wrong\n")
         self.assertEqual(status, 1)
         self.assertIn("golden: a: something else is shown than is kept, in 4 of 4 runs\n", printed)
+
+    def test_what_is_broken_off_is_not_tried_again(self):
+        (self.folder / "scenario.txt").touch()
+        self.addCleanup(golden.is_broken_off.clear)
+        with unittest.mock.patch.object(golden, "check", side_effect=KeyboardInterrupt):
+            self.assertEqual(self.run_all("a")[0], 130)
+        self.assertTrue(golden.is_broken_off.is_set())
 
     def test_scenario_that_there_is_not_names_the_nearest(self):
         (self.folder.parent / "quiet-drive").mkdir()
@@ -343,6 +351,17 @@ class Sandbox(unittest.TestCase):
         self.sandbox("echo 'lab-clock: no clock' >&2; exit 125")
         with self.assertRaisesRegex(golden.Failed, "(?s)status 125.*lab-clock: no clock"):
             self.attempt()
+
+    def test_run_that_takes_too_long_is_killed(self):
+        self.sandbox("exec sleep 300")
+        self.assertIsNone(golden.run_until([self.root / "lab/sandbox"], 0.0))
+
+    def test_run_that_is_broken_off_is_killed(self):
+        self.sandbox("exec sleep 300")
+        golden.is_broken_off.set()
+        self.addCleanup(golden.is_broken_off.clear)
+        with self.assertRaisesRegex(golden.Failed, "broken off"):
+            golden.run_until([self.root / "lab/sandbox"], 300.0)
 
     def test_slow_machine_leaves_what_each_program_said_last(self):
         self.sandbox('mkdir -p "$2/tmp/golden"; echo ready >"$2/tmp/golden/console"; echo "the bus was late"; exit 75')

@@ -8,6 +8,18 @@
 
 namespace unitsim {
 
+namespace {
+
+/// What holds from one moment to another is two lines here.
+void refuseStretch(std::string_view text)
+{
+    const std::string_view last = text.substr(text.find_last_of(" \t") + 1);
+    if (labtext::endsOf(last))
+        throw labtext::wrong(last, "is for the file of a scenario: here a line begins it, and another one ends it");
+}
+
+}  // namespace
+
 std::optional<Event> controlEventOf(std::string_view line, double now)
 {
     const labtext::Words words(line);
@@ -15,6 +27,7 @@ std::optional<Event> controlEventOf(std::string_view line, double now)
     for (const std::string_view world : {"place", "drive", "stand", "track"})
         if (words.nextIs(world))
             throw labtext::wrong(world, "is for the file of a scenario: places stay as they are while it runs");
+    if (words.nextIs("fault") || words.nextIs("quality")) refuseStretch(words.rest());
     return Event{now, happeningOf(line)};
 }
 

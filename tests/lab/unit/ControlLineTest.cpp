@@ -48,8 +48,11 @@ TEST(ControlLineTest, WrongWordIsTheAnswer)
     EXPECT_TRUE(g_ordered.empty());
 }
 
-TEST(ControlLineTest, PlacesAreForTheFile)
+TEST(ControlLineTest, PlacesAndStretchesAreForTheFile)
 {
+    EXPECT_EQ(answer("fault pva stuck 20..60"),
+              "error '20..60' is for the file of a scenario: here a line begins it, and another one ends it");
+    EXPECT_EQ(answer("fault pva stuck"), "ok");
     EXPECT_EQ(answer("place jammer at 1 2 power 3"),
               "error 'place' is for the file of a scenario: places stay as they are while it runs");
     EXPECT_TRUE(g_ordered.empty());

@@ -11,9 +11,9 @@
 namespace {
 
 constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {
-    orvanectl::addDecodeVerb, orvanectl::addBusVerb,   orvanectl::addEchoVerb,
-    orvanectl::addHzVerb,     orvanectl::addCheckVerb, orvanectl::addPubVerb,
-    orvanectl::addSeqVerb,    orvanectl::addWhyVerb,   orvanectl::addTopVerb};
+    orvanectl::addDecodeVerb, orvanectl::addBusVerb,  orvanectl::addEchoVerb, orvanectl::addHzVerb,
+    orvanectl::addCheckVerb,  orvanectl::addPubVerb,  orvanectl::addSeqVerb,  orvanectl::addWhyVerb,
+    orvanectl::addTopVerb,    orvanectl::addServeVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -24,6 +24,7 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl check\n"
                                   "  orvanectl why --for 60\n"
                                   "  orvanectl top\n"
+                                  "  orvanectl serve\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";

@@ -44,6 +44,9 @@ Verb addHzVerb(CLI::App& tool);
 /// Shows all of it on one screen.
 Verb addTopVerb(CLI::App& tool);
 
+/// Shows it on a page for a browser.
+Verb addServeVerb(CLI::App& tool);
+
 }  // namespace orvanectl
 
 #endif

@@ -1,0 +1,182 @@
+#include "lab/ctl/serve/PageServer.h"
+
+#include "lab/ctl/serve/PageAssets.h"
+
+#include <atomic>
+#include <httplib.h>
+#include <string_view>
+#include <thread>
+
+namespace orvanectl {
+
+namespace {
+
+using Json = PageRequests::Json;
+
+/// Each viewer has one to itself, and the rest are for all else.
+constexpr std::size_t kThreads = PageServer::kMostViewers + 12;
+constexpr std::size_t kLongestBody = 4096;
+constexpr time_t kWriteSeconds = 5, kReadSeconds = 5;
+
+/// The library's server, on a socket that is there already.
+class AdoptingServer : public httplib::Server {
+public:
+    void adopt(int socket) { svr_sock_ = socket; }
+};
+
+Asking askingOf(const httplib::Request& request)
+{
+    Asking asking;
+    for (std::size_t i = 0; i < request.get_header_value_count("Host"); ++i)
+        asking.hosts.push_back(request.get_header_value("Host", i));
+    for (std::size_t i = 0; i < request.get_header_value_count("Origin"); ++i)
+        asking.origins.push_back(request.get_header_value("Origin", i));
+    asking.token = request.get_header_value("X-Orvane-Token");
+    asking.contentType = request.get_header_value("Content-Type");
+    return asking;
+}
+
+void answer(httplib::Response& response, int status, const Json& body)
+{
+    response.status = status;
+    response.set_content(body.dump(-1, ' ', false, Json::error_handler_t::replace), "application/json");
+}
+
+std::string textIn(const Json& body, const char* key)
+{
+    if (!body.is_object()) return "";
+    const auto found = body.find(key);
+    return found != body.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+}  // namespace
+
+class PageServer::Impl {
+public:
+    Impl(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests)
+        : m_guard(guard), m_board(board), m_requests(requests)
+    {
+        m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+        m_server.set_payload_max_length(kLongestBody);
+        m_server.set_keep_alive_max_count(1);  // no thread is kept by who only waits
+        m_server.set_read_timeout(kReadSeconds);
+        m_server.set_write_timeout(kWriteSeconds);
+        m_server.set_tcp_nodelay(true);
+        m_server.set_default_headers(
+            {{"Content-Security-Policy",
+              "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; img-src 'self' data:; "
+              "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+             {"X-Content-Type-Options", "nosniff"},
+             {"Referrer-Policy", "no-referrer"},
+             {"Cross-Origin-Resource-Policy", "same-origin"},
+             {"Cache-Control", "no-store"}});
+        m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+            const auto refusal = m_guard.refusalToShow(askingOf(request));
+            if (!refusal) return httplib::Server::HandlerResponse::Unhandled;
+            answer(response, 403, {{"ok", false}, {"error", *refusal}});
+            return httplib::Server::HandlerResponse::Handled;
+        });
+        addPages();
+        m_server.Get("/events", [this](const httplib::Request&, httplib::Response& response) { show(response); });
+        addRequest("/confirm", [this](const Json& body) { return m_requests.confirmation(textIn(body, "name")); });
+        addRequest("/request", [this](const Json& body) {
+            return m_requests.make(textIn(body, "name"), textIn(body, "confirmation"));
+        });
+        m_server.adopt(socket.release());
+        m_thread = std::thread([this] {
+            m_server.listen_after_bind();
+            m_hasEnded = true;
+        });
+    }
+
+    ~Impl()
+    {
+        m_board.close();
+        m_requests.end();
+        while (!m_server.is_running() && !m_hasEnded) std::this_thread::yield();
+        m_server.stop();
+        m_thread.join();
+    }
+
+    int viewers() const { return m_viewers; }
+    bool hasFailed() const { return m_hasEnded; }
+
+private:
+    void addPages()
+    {
+        for (const PageAsset& asset : pageAssets()) {
+            std::string text(asset.text);
+            constexpr std::string_view kPlace = "{{token}}";
+            if (const std::size_t place = text.find(kPlace); place != std::string::npos)
+                text.replace(place, kPlace.size(), m_guard.token());
+            const bool isPage = asset.name == "index.html";
+            // The library takes the path as a pattern.
+            std::string path = "/";
+            for (const char c : isPage ? std::string_view() : asset.name)
+                path += c == '.' ? std::string("\\.") : std::string(1, c);
+            m_server.Get(path,
+                         [text, type = std::string(asset.type)](const httplib::Request&, httplib::Response& response) {
+                             response.set_content(text, type);
+                         });
+        }
+    }
+
+    template <class Make>
+    void addRequest(const char* path, Make make)
+    {
+        m_server.Post(path, [this, make](const httplib::Request& request, httplib::Response& response) {
+            if (const auto refusal = m_guard.refusalToChange(askingOf(request)))
+                return answer(response, 403, {{"ok", false}, {"error", *refusal}});
+            const Json body = Json::parse(request.body, nullptr, false);
+            answer(response, 200, make(body));
+        });
+    }
+
+    void show(httplib::Response& response)
+    {
+        if (++m_viewers > kMostViewers) {
+            --m_viewers;
+            response.set_header("Retry-After", "5");
+            return answer(response, 503, {{"ok", false}, {"error", "16 others look on already"}});
+        }
+        response.set_chunked_content_provider(
+            "text/event-stream",
+            [this, seen = std::uint64_t(0)](std::size_t, httplib::DataSink& sink) mutable {
+                const auto frame = m_board.next(seen);
+                if (!frame) {
+                    sink.done();
+                    return false;
+                }
+                seen = frame->number;
+                const std::string event = "data: " + frame->text + "\n\n";
+                return sink.write(event.data(), event.size());
+            },
+            [this](bool) { --m_viewers; });
+    }
+
+    const PageGuard& m_guard;
+    FrameBoard& m_board;
+    PageRequests& m_requests;
+    std::atomic<int> m_viewers = 0;
+    std::atomic<bool> m_hasEnded = false;
+    AdoptingServer m_server;
+    std::thread m_thread;  // last: it uses the above until it is joined
+};
+
+PageServer::PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests)
+    : m_impl(std::make_unique<Impl>(socket, guard, board, requests))
+{}
+
+PageServer::~PageServer() = default;
+
+int PageServer::viewers() const
+{
+    return m_impl->viewers();
+}
+
+bool PageServer::hasFailed() const
+{
+    return m_impl->hasFailed();
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,98 @@
+// The page's life: frames come as server-sent events, each with the sections that have changed; they are drawn when the
+// browser draws, so that a slow one leaves frames out and shows the latest.
+import { panels } from './panels.js';
+import { setUpRequests } from './requests.js';
+
+const state = {};
+const changed = new Set();
+let isDrawing = false;
+let lastFrame = performance.now();
+let isConnected = false;
+let source = null;
+
+const byId = (id) => document.getElementById(id);
+
+function lamp(name, isGood, words) {
+  let row = byId(`lamp-${name}`);
+  if (!row) {
+    row = document.createElement('li');
+    row.id = `lamp-${name}`;
+    byId('lamps').append(row);
+  }
+  row.className = isGood ? 'good' : 'bad';
+  if (row.textContent !== words) row.textContent = words;
+}
+
+function say(words) {
+  if (byId('notice').textContent !== words) byId('notice').textContent = words;
+}
+
+/// What is not there is said in words, above all panels.
+function drawLamps() {
+  const status = state.status;
+  document.body.classList.toggle('gone', !isConnected || !status || !status.serviceRuns);
+  if (!status) return say(isConnected ? '' : 'Waiting for orvanectl serve.');
+  const process = status.process;
+  const cpu = process && process.cpuPercent !== null ? `, CPU ${process.cpuPercent} %` : '';
+  lamp('page', isConnected, isConnected ? 'page live' : 'page not live');
+  lamp('bus', isConnected && !status.busTrouble, status.busTrouble ? `bus: ${status.busTrouble}` : `bus: ${status.bus || 'silent'}`);
+  lamp('process', isConnected && Boolean(process),
+    process ? `process ${process.id}${cpu}, ${(process.residentKiB / 1024).toFixed(1)} MiB, ${process.threads} threads` : 'no process');
+  if (status.leftOut) lamp('left-out', false, `${status.leftOut} records left out`);
+  if (!isConnected) say('orvanectl serve is gone. What is shown is the last that came; the page goes on by itself when it is back.');
+  else if (status.busTrouble) say(`The bus is gone: ${status.busTrouble}. What it told is old; it is looked for once a second.`);
+  else if (!status.serviceRuns) say('The service does not run. What it told is old.');
+  else say('');
+}
+
+function draw() {
+  isDrawing = false;
+  for (const [sections, show] of panels)
+    if (sections.some((name) => changed.has(name))) show(state);
+  changed.clear();
+  drawLamps();
+}
+
+function drawSoon() {
+  if (isDrawing) return;
+  isDrawing = true;
+  requestAnimationFrame(draw);
+}
+
+function take(sections) {
+  // Another run of the server has another token, and perhaps another page.
+  if (state.run && sections.run && sections.run !== state.run) return location.reload();
+  lastFrame = performance.now();
+  isConnected = true;
+  for (const [name, value] of Object.entries(sections)) {
+    state[name] = value;
+    changed.add(name);
+  }
+  drawSoon();
+}
+
+function lose() {
+  if (source) source.close();
+  source = null;
+  isConnected = false;
+  drawSoon();
+  setTimeout(connect, 1000);
+}
+
+function connect() {
+  if (source) return;
+  lastFrame = performance.now();
+  const opened = new EventSource('/events');
+  source = opened;
+  opened.onmessage = (event) => { if (source === opened) take(JSON.parse(event.data)); };
+  opened.onerror = () => { if (source === opened) lose(); };
+}
+
+// A connection that is only silent is lost as well.
+setInterval(() => { if (source && performance.now() - lastFrame > 8000) lose(); }, 1000);
+matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => {
+  for (const name of Object.keys(state)) changed.add(name);
+  drawSoon();
+});
+setUpRequests(document.querySelector('meta[name="orvane-token"]').content);
+connect();

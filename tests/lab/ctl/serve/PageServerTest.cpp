@@ -1,0 +1,202 @@
+#include "lab/ctl/serve/PageServer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ErrorOf.h"
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <atomic>
+#include <cctype>
+#include <list>
+#include <optional>
+#include <thread>
+
+using namespace orvanectl;
+
+namespace {
+
+/// A viewer on a thread of its own, until the server or the test ends it.
+class Viewer {
+public:
+    explicit Viewer(int port)
+        : m_thread([this, port] {
+              httplib::Client client("127.0.0.1", port);
+              client.set_read_timeout(60);
+              const auto result = client.Get(
+                  "/events",
+                  [this](const httplib::Response& response) {
+                      m_status = response.status;
+                      return true;
+                  },
+                  [this](const char* data, std::size_t size) {
+                      const std::lock_guard lock(m_mutex);
+                      m_text.append(data, size);
+                      return !m_leaves;
+                  });
+          })
+    {}
+    ~Viewer()
+    {
+        m_leaves = true;
+        m_thread.join();
+    }
+
+    int status() const { return m_status; }
+    std::string text() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_text;
+    }
+    void leave() { m_leaves = true; }
+
+private:
+    mutable std::mutex m_mutex;
+    std::string m_text;
+    std::atomic<int> m_status = 0;
+    std::atomic<bool> m_leaves = false;
+    std::thread m_thread;
+};
+
+/// A server without a bus, at a port that was free.
+struct PageServerTest : testing::Test {
+    PageServerTest() { board.publish({{"a", "1"}}); }
+
+    httplib::Headers ownHeaders() const
+    {
+        return {{"Origin", "http://127.0.0.1:" + std::to_string(port)}, {"X-Orvane-Token", guard.token()}};
+    }
+
+    httplib::Result post(const std::string& path, const httplib::Headers& headers, const std::string& body)
+    {
+        return httplib::Client("127.0.0.1", port).Post(path, headers, body, "application/json");
+    }
+
+    httplib::Result get(const std::string& path, const httplib::Headers& headers = {})
+    {
+        return httplib::Client("127.0.0.1", port).Get(path, headers);
+    }
+
+    ListeningSocket socket{"127.0.0.1", 0};
+    const int port = socket.port();
+    PageGuard guard{{}};
+    FrameBoard board;
+    PageRequests requests{""};
+    std::optional<PageServer> server{std::in_place, socket, guard, board, requests};
+};
+
+}  // namespace
+
+TEST_F(PageServerTest, ThePageHasItsTokenAndAllowsNoOtherSource)
+{
+    const auto page = get("/");
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->status, 200);
+    EXPECT_NE(page->body.find("content=\"" + guard.token() + '"'), std::string::npos);
+    EXPECT_TRUE(
+        page->get_header_value("Content-Security-Policy").starts_with("default-src 'none'; script-src 'self';"));
+    EXPECT_EQ(page->get_header_value("X-Content-Type-Options"), "nosniff");
+    EXPECT_EQ(page->get_header_value("Access-Control-Allow-Origin"), "");
+}
+
+TEST_F(PageServerTest, EveryFileThatThePageNamesIsServed)
+{
+    const std::string page = get("/")->body;
+    for (const char* const name : {"page.css", "page.js", "chart.min.js", "icon.svg"}) {
+        EXPECT_NE(page.find('"' + std::string(name) + '"'), std::string::npos) << name;
+        const auto file = get('/' + std::string(name));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->status, 200) << name;
+        EXPECT_FALSE(file->body.empty()) << name;
+    }
+    EXPECT_EQ(get("/page.js")->get_header_value("Content-Type"), "text/javascript; charset=utf-8");
+    EXPECT_EQ(get("/pageXjs")->status, 404);
+    EXPECT_EQ(get("/../../etc/passwd")->status, 404);
+}
+
+TEST_F(PageServerTest, AForeignNameOrSiteIsShownNothing)
+{
+    for (const char* const path : {"/", "/events", "/page.js"}) {
+        EXPECT_EQ(get(path, {{"Host", "evil.example"}})->status, 403) << path;
+        EXPECT_EQ(get(path, {{"Origin", "http://evil.example"}})->status, 403) << path;
+    }
+}
+
+TEST_F(PageServerTest, ARequestOfAnotherSiteOrWithoutTheTokenIsRefused)
+{
+    const std::string body = R"({"name":"clear-data-all"})";
+    EXPECT_EQ(post("/confirm", {{"Origin", "http://evil.example"}, {"X-Orvane-Token", guard.token()}}, body)->status,
+              403);
+    EXPECT_EQ(post("/confirm", {{"X-Orvane-Token", guard.token()}}, body)->status, 403);
+    httplib::Headers headers = ownHeaders();
+    headers.erase("X-Orvane-Token");
+    EXPECT_EQ(post("/confirm", headers, body)->status, 403);
+    EXPECT_EQ(post("/confirm", ownHeaders(), body)->status, 200);
+}
+
+TEST_F(PageServerTest, WhatErasesIsConfirmedInWordsBeforeItReachesTheBus)
+{
+    const std::string name = R"({"name":"clear-data-all")";
+    EXPECT_NE(post("/request", ownHeaders(), name + "}")->body.find("confirmed first"), std::string::npos);
+    const auto question = post("/confirm", ownHeaders(), name + "}");
+    const BusLink::Json asked = BusLink::Json::parse(question->body);
+    EXPECT_NE(asked["warns"].get<std::string>().find("erases all of its data"), std::string::npos);
+    const std::string confirmed = name + R"(,"confirmation":")" + asked["confirmation"].get<std::string>() + "\"}";
+    EXPECT_NE(post("/request", ownHeaders(), confirmed)->body.find("no bus is given"), std::string::npos);
+}
+
+TEST_F(PageServerTest, OddBodiesAreAnsweredAndLargeOnesRefused)
+{
+    for (const char* const body : {"", "{", "7", "[]", R"({"name":7})", R"({"name":"no such"})"})
+        EXPECT_NE(post("/request", ownHeaders(), body)->body.find("\"ok\":false"), std::string::npos) << body;
+    EXPECT_EQ(post("/request", ownHeaders(), std::string(5000, ' '))->status, 413);
+}
+
+TEST_F(PageServerTest, AViewerGetsFramesAsTheyCome)
+{
+    Viewer viewer(port);
+    EXPECT_TRUE(eventually([&] { return viewer.text() == "data: {\"a\":1}\n\n"; })) << viewer.text();
+    board.publish({{"a", "2"}});
+    EXPECT_TRUE(eventually([&] { return viewer.text().ends_with("data: {\"a\":2}\n\n"); })) << viewer.text();
+    viewer.leave();
+    EXPECT_TRUE(eventually([&] {
+        board.publish({});
+        return server->viewers() == 0;
+    }));
+}
+
+TEST_F(PageServerTest, SixteenLookOnAndTheNextComesLater)
+{
+    std::list<Viewer> viewers;
+    for (int i = 0; i < 16; ++i) viewers.emplace_back(port);
+    ASSERT_TRUE(eventually([&] { return server->viewers() == 16; }));
+    for (Viewer& viewer : viewers) EXPECT_TRUE(eventually([&] { return viewer.status() == 200; }));
+    EXPECT_EQ(get("/events")->status, 503);
+    EXPECT_EQ(get("/")->status, 200);  // others are answered all the while
+    server.reset();
+}
+
+TEST_F(PageServerTest, ItsEndEndsItsViewers)
+{
+    Viewer viewer(port);
+    ASSERT_TRUE(eventually([&] { return viewer.status() == 200; }));
+    server.reset();
+    EXPECT_TRUE(eventually([&] { return !get("/"); }));
+}
+
+TEST(ListeningSocketTest, APlaceThatIsTakenIsRefused)
+{
+    ListeningSocket first("127.0.0.1", 0);
+    EXPECT_EQ(errorOf([&] { ListeningSocket("127.0.0.1", first.port()); }),
+              "cannot listen at 127.0.0.1 port " + std::to_string(first.port()) + ": Address already in use");
+    EXPECT_EQ(errorOf([] { ListeningSocket("localhost", 0); }), "localhost: no address in numbers");
+}
+
+TEST(ListeningSocketTest, OneThatListensIsTakenOver)
+{
+    ListeningSocket first("127.0.0.1", 0);
+    const int port = first.port();
+    const ListeningSocket second(first.release());
+    EXPECT_EQ(second.port(), port);
+    EXPECT_EQ(second.host(), "127.0.0.1");
+    EXPECT_EQ(errorOf([] { ListeningSocket(0); }), "descriptor 0 is no socket that listens");
+}

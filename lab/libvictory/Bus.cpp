@@ -21,6 +21,7 @@ constexpr int kBacklog = 16;
 /// Of all buses of the process, so that an answer for a client of an earlier one meets nobody.
 std::atomic<Bus::ClientId> s_lastClient{0};
 
+constexpr int kMostWaitMs = 1000;    // for work that it was not woken for
 constexpr int kAcceptPauseMs = 100;  // after a client could not be accepted, as when descriptors have run out
 
 sockaddr_un addressOf(const std::string& path)
@@ -173,7 +174,7 @@ std::map<std::string, Bus::Last> Bus::last() const
 void Bus::wake() const
 {
     const std::uint64_t one = 1;
-    // It can only fail when it is awake anyway.
+    // When it fails, the bus is awake anyway, or looks by itself a moment later.
     [[maybe_unused]] const ssize_t written = ::write(m_wake.get(), &one, sizeof one);
 }
 
@@ -200,7 +201,8 @@ void Bus::waitForWork()
         polled.push_back({connection.socket.get(), static_cast<short>(events), 0});
         clients.push_back(client);
     }
-    if (::poll(polled.data(), static_cast<nfds_t>(polled.size()), m_acceptPaused ? kAcceptPauseMs : -1) < 0) return;
+    const int waitMs = m_acceptPaused ? kAcceptPauseMs : kMostWaitMs;
+    if (::poll(polled.data(), static_cast<nfds_t>(polled.size()), waitMs) < 0) return;
 
     if (polled[0].revents != 0) {
         std::uint64_t count = 0;

@@ -55,6 +55,17 @@ TEST_F(RefusedCallsSystemTest, APrintOfTheLibraryThatCantBeCapturedIsTold)
     expectEndInOrder();
 }
 
+TEST_F(RefusedCallsSystemTest, ABusThatCanNotBeWokenEndsAllTheSame)
+{
+    calls.emplace("only caller libvictory\nonly path [eventfd]\nfail write 1 on\n");
+    desk.start(FailingCalls::environment());
+    ASSERT_TRUE(desk.service().waitUntilHandled(SIGINT));
+    const Bus bus;
+    calls->arm();
+    expectEndInOrder();
+    EXPECT_GT(calls->failed(), 0U);
+}
+
 TEST_F(RefusedCallsSystemTest, AMessageForWhichThereIsNoMemoryIsLostAndTheNextOneIsTaken)
 {
     const Inputs inputs(desk);

@@ -263,7 +263,7 @@ Happening happeningOf(std::string_view text)
     Words words(text);
     const std::string first = words.take("what happens");
     const auto onlyWord = [&words](const char* what) {
-        const std::string word = words.take(what);
+        std::string word = words.take(what);
         words.expectEnd();
         return word;
     };

@@ -97,5 +97,5 @@ void NavWarAwareness::publish(VapntsService* service, bool isStarted, bool isTel
 std::vector<VapntcNavWarSaThreat> NavWarAwareness::list() const
 {
     const MutexLock lock(m_threatListMutex);
-    return {m_threats.begin(), m_threats.end()};
+    return m_threats.elements();
 }

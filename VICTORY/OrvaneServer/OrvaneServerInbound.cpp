@@ -8,9 +8,9 @@
 #include "ioss_mcsq/GssipBytes.h"
 #include "ioss_mcsq/gps_msgs.h"
 #include "utilities/ConsoleLine.h"
-#include "utilities/StringUtils.h"
 
 #include <iostream>
+#include <string_view>
 
 using FACE::LCM::Halvex::ReportedState;
 using HandlerFaults::handle;
@@ -143,8 +143,7 @@ void OrvaneServer::cbRsp(const CommandResponse& response)
         const std::string& text = response.command_response();
         const auto source = sourceOf(response);
         const auto commanded = MessageSource::serverOf(response.commanded_device_id());
-        const auto fields = StringUtils::split(text, ',');
-        if (!fields.empty() && fields.front() == "PARTNUMBERS")
+        if (std::string_view(text).substr(0, text.find(',')) == "PARTNUMBERS")
             m_partNumbers.handlePartNumberResponses(text, source,
                                                     MessageSource::topicOf(response.header().device_id()));
 

@@ -88,8 +88,10 @@ void Warnings::handleBlock5044(const unsigned char* frame, unsigned int length)
 void Warnings::append(const unpacked_msg5044_t& received)
 {
     const auto id = encodeVictoryWarningId(received.warningNumber);
-    const std::string text(warningTextOf(received));
-    append(warningOf(id, id == VAPNTC_WARNING_CUSTOM ? text.c_str() : nullptr));
+    if (id == VAPNTC_WARNING_CUSTOM)
+        append(warningOf(id, std::string(warningTextOf(received)).c_str()));
+    else
+        append(id);
 }
 
 bool Warnings::append(std::uint32_t id) noexcept
@@ -163,5 +165,5 @@ void Warnings::publish(VapntsService* service, bool isStarted, bool isTellDisabl
 std::vector<VapntcWarningMessage> Warnings::list() const
 {
     const MutexLock lock(m_warningListMutex);
-    return {m_warnings.begin(), m_warnings.end()};
+    return m_warnings.elements();
 }

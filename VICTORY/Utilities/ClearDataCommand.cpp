@@ -20,6 +20,12 @@ constexpr const char* kSourceUnit = "ClearDataCommand";
 constexpr const char* kRequest = "processClearDataRequestType";
 constexpr const char* kRequestedResponse = "processClearRequestedResponse";
 
+/// Whether a text is a stem with a suffix behind it.
+bool isStemWith(const std::string& suffix, const std::string& stem, const std::string& text)
+{
+    return text.size() == stem.size() + suffix.size() && text.starts_with(stem) && text.ends_with(suffix);
+}
+
 }  // namespace
 
 /// The right to end the operation in progress, for one of the two that compete for it. An end that an exception cuts
@@ -162,8 +168,8 @@ bool ClearDataCommand::processClearRequestedResponse(const std::string& response
         const MutexLock lock(m_mutex);
         const ClearDataType type = m_eClearTypeRequested;
         const std::string& stem = requestName(type);
-        const bool isAccepted = response == stem + Ack;
-        if (!isAccepted && response != stem + Nack) return false;
+        const bool isAccepted = isStemWith(Ack, stem, response);
+        if (!isAccepted && !isStemWith(Nack, stem, response)) return false;
 
         const ClearDataState state = m_eClearDataState;
         if (state != STATE_REQUESTED) {
@@ -218,8 +224,8 @@ bool ClearDataCommand::processClearCompletedResponse(const std::string& response
         const MutexLock lock(m_mutex);
         const ClearDataType type = m_eClearTypeRequested;
         const std::string& stem = nameOf(m_completionNames, type);
-        const bool isPassed = response == stem + Pass;
-        if (!isPassed && response != stem + Fail) return false;
+        const bool isPassed = isStemWith(Pass, stem, response);
+        if (!isPassed && !isStemWith(Fail, stem, response)) return false;
 
         const ClearDataState state = m_eClearDataState;
         EndClaim claim(m_isEndTaken);  // not to be had unless in progress

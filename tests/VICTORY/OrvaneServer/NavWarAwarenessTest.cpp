@@ -13,10 +13,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -225,11 +227,11 @@ TEST_F(NavWarAwarenessTest, AFailureNamesAnotherOperationAndTheReportStillWaits)
 {
     recordFaults();
     EXPECT_TRUE(awareness.take(threatFrameOf({bearing(20)})));
+    settings.m_debug = true;
     const ConsoleCapture console(std::cout);
-    {
-        const FailingAllocation memory(0, 1);
-        awareness.process();
-    }
+    const BeforeNextLine failure([] { throw std::bad_alloc(); });
+    awareness.process();
+    settings.m_debug = false;
     EXPECT_THAT(popHealthEvents(), ElementsAre(MatchesRegex("3:NavWarAwareness\\.cpp\\[[0-9]+\\]:OrvaneServer: An "
                                                             "exception occurred\\. Details: std::bad_alloc")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
@@ -237,6 +239,22 @@ TEST_F(NavWarAwarenessTest, AFailureNamesAnotherOperationAndTheReportStillWaits)
                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
     EXPECT_TRUE(awareness.process());
     EXPECT_THAT(centres(), ElementsAre(1.0));
+}
+
+TEST_F(NavWarAwarenessTest, MoreThreatsThanAreKeptAskForNoMemory)
+{
+    const auto frame = threatFrameOf({bearing(20), bearing(40)});
+    std::size_t refused = 1;
+    {
+        const FailingAllocation memory;
+        for (int i = 0; i < 30; ++i) {
+            awareness.take(frame);
+            awareness.process();
+        }
+        refused = memory.refused();
+    }
+    EXPECT_EQ(refused, 0U);
+    EXPECT_EQ(awareness.list().size(), 50U);
 }
 
 TEST_F(NavWarAwarenessTest, WhatIsNoStandardExceptionIsUnknown)

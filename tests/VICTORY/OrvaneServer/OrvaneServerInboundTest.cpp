@@ -8,6 +8,7 @@
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/FrameBytes.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/HealthEvents.h"
@@ -18,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <iostream>
@@ -445,6 +447,20 @@ TEST_F(InboundTest, ARefusedThreatReportIsDroppedWithoutAWord)
     const ConsoleCapture console(std::cout);
     server.toReceiver(recordOfId(15051));
     EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(InboundTest, ResponsesBehindTheFirstAskForNoMemory)
+{
+    const auto response = responseOf("A_RESPONSE_OF_MANY_CHARACTERS,WITH_MANY_OTHERS_BEHIND_IT");
+    server.response(response);
+    std::size_t refused = 1;
+    {
+        const FailingAllocation memory;
+        server.response(response);
+        refused = memory.refused();
+    }
+    EXPECT_EQ(refused, 0U);
+    EXPECT_THAT(popHealthEvents(), IsEmpty());
 }
 
 TEST_F(InboundTest, PartNumbersAreTakenWhoeverAskedForThem)

@@ -4,6 +4,7 @@
 #include "tests/VICTORY/OrvaneServer/ThreatFrames.h"
 #include "tests/support/BeforeNextLine.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/Meanwhile.h"
 #include "tests/support/VictoryRecorder.h"
@@ -12,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <limits>
@@ -72,6 +74,19 @@ TEST_F(NavWarTest, OnlyConfiguredSourcesOfReportsAreHeard)
     server.settings().m_gssipSourceServers.clear();
     server.toReceiver(threatRecordOf({bearing(1)}));
     EXPECT_THAT(server.threats(), IsEmpty());
+}
+
+TEST_F(NavWarTest, AReportAsksForNoMemory)
+{
+    const auto record = threatRecordOf(std::vector<Line>(9, bearing(1)));
+    std::size_t refused = 1;
+    {
+        const FailingAllocation memory;
+        server.toReceiver(record);
+        refused = memory.refused();
+    }
+    EXPECT_EQ(refused, 0U);
+    EXPECT_EQ(server.threats().size(), 9U);
 }
 
 TEST_F(NavWarTest, AReportThatComesWhileStoppedMakesNoThreatLater)

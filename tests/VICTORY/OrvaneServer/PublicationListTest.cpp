@@ -20,7 +20,7 @@ List listOf(const std::vector<int>& elements)
 
 std::vector<int> contentOf(const List& list)
 {
-    return {list.begin(), list.end()};
+    return list.elements();
 }
 
 }  // namespace
@@ -49,6 +49,24 @@ TEST(PublicationListTest, CopyFillsTheFirstRowsAndLeavesTheList)
     EXPECT_THAT(rows, ElementsAre(7, 8, -1));
     EXPECT_EQ(count, 2U);
     EXPECT_THAT(contentOf(list), ElementsAre(7, 8));
+}
+
+TEST(PublicationListTest, CopyIsOldestFirstHoweverManyWereDropped)
+{
+    auto list = listOf({1, 2, 3, 4, 5, 6, 7, 8});
+    int rows[3] = {};
+    unsigned count = 0;
+    list.copyTo(rows, count);
+    EXPECT_THAT(rows, ElementsAre(6, 7, 8));
+    EXPECT_EQ(count, 3U);
+}
+
+TEST(PublicationListTest, ListClearedBehindADropTakesAsManyAsBefore)
+{
+    auto list = listOf({1, 2, 3, 4});
+    list.clear();
+    for (const int element : {5, 6, 7, 8}) list.append(element);
+    EXPECT_THAT(contentOf(list), ElementsAre(6, 7, 8));
 }
 
 TEST(PublicationListTest, ClearedListIsEmptyAndTakesAsManyAsBefore)

@@ -14,11 +14,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <iostream>
 #include <map>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -281,19 +283,28 @@ TEST_F(WarningsTest, DebugLineShowsOnlyWarningsWithAText)
 TEST_F(WarningsTest, AWarningThatCannotBeKeptIsFalseAndNamesAnotherOperation)
 {
     recordFaults();
+    settings.m_debug = true;
     const ConsoleCapture console(std::cout);
-    bool appended = true;
-    {
-        const FailingAllocation memory(0, 1);
-        appended = warnings.append(67);
-    }
-    EXPECT_FALSE(appended);
+    const BeforeNextLine failure([] { throw std::bad_alloc(); });
+    EXPECT_FALSE(warnings.sendVDBcustomWarning("careful"));
     EXPECT_THAT(popHealthEvents(), ElementsAre(MatchesRegex("3:Warnings\\.cpp\\[[0-9]+\\]:OrvaneServer: An exception "
                                                             "occurred\\. Details: std::bad_alloc")));
     EXPECT_THAT(console.text(), MatchesRegex("OrvaneServer \\([0-9]+\\) attemptBlendedNavigationProcessing : An "
                                              "exception occurred in attemptBlendedNavigationProcessing\\. Details: "
                                              "OrvaneServer: An exception occurred\\. Details: std::bad_alloc\n"));
     EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(WarningsTest, MoreWarningsThanAreKeptAskForNoMemory)
+{
+    std::size_t refused = 1;
+    {
+        const FailingAllocation memory;
+        for (int i = 0; i < 60; ++i) warnings.append(67);
+        refused = memory.refused();
+    }
+    EXPECT_EQ(refused, 0U);
+    EXPECT_EQ(warnings.list().size(), 50U);
 }
 
 TEST_F(WarningsTest, AnExceptionOfAnotherKindIsUnknown)

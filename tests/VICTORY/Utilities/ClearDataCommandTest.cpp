@@ -2,6 +2,7 @@
 #include "ASPN/HealthReporter.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/HardDeadline.h"
 #include "tests/support/NoNewThreads.h"
 #include "tests/support/PretendedClock.h"
@@ -12,6 +13,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -594,6 +596,29 @@ TEST_F(ClearDataCommandTest, APassThatComesBeforeTheAckIsOneIgnoredEventAndTheWa
     EXPECT_TRUE(m_command.processClearRequestedResponse("REQUEST_ZEROIZE_ACK"));
     EXPECT_TRUE(result.get());
     EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(ClearDataCommandTest, AResponseThatIsNotMatchedAsksForNoMemory)
+{
+    leaveRequested(kZeroize);
+    const std::string response = "REQUEST_ZEROIZE_NEVER";
+    bool isMatched = true;
+    std::size_t refused = 1;
+    {
+        const FailingAllocation memory;
+        isMatched =
+            m_command.processClearRequestedResponse(response) || m_command.processClearCompletedResponse(response);
+        refused = memory.refused();
+    }
+    EXPECT_FALSE(isMatched);
+    EXPECT_EQ(refused, 0u);
+}
+
+TEST_F(ClearDataCommandTest, AResponseMayOverlapNeitherStemNorSuffix)
+{
+    leaveRequested(kZeroize);
+    for (const char* text : {"REQUEST_ZEROIZE", "_ACK", "", "REQUEST_ZEROIZE_ACK_ACK", "REQUEST_ZEROIZE _ACK"})
+        EXPECT_FALSE(m_command.processClearRequestedResponse(text)) << text;
 }
 
 TEST_F(ClearDataCommandTest, ResponsesOfAnotherOperationAreNotMatched)

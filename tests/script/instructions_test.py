@@ -4,6 +4,7 @@ import importlib.machinery
 import importlib.util
 import pathlib
 import sys
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -91,6 +92,18 @@ class Judgement(unittest.TestCase):
         kept = {"join": Figure(7, 0)}
         self.assertEqual(list(instructions.judged(kept, {})), [("join: NOT COUNTED; --update forgets it", True)])
         self.assertEqual(list(instructions.judged(kept, {}, is_all=False)), [])
+
+
+class Programs(unittest.TestCase):
+    def test_what_the_build_does_not_list_any_more_is_left_alone(self):
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            (folder / "programs.txt").write_text("queue\nevents\n")
+            (folder / "instructions_gone").touch()
+            self.assertEqual([path.name for path in instructions.found(folder, [])],
+                             ["instructions_events", "instructions_queue"])
+            with self.assertRaisesRegex(instructions.Failed, "^gone: no such program; there are: events queue$"):
+                instructions.found(folder, ["gone"])
 
 
 class File(unittest.TestCase):

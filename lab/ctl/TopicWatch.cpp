@@ -48,6 +48,7 @@ private:
         const aspn2_msgs::idl::header& header = m_type.headerOf(sample.record.get());
         sample.arrival = {TopicStatistics::Clock::now(), writerOf(info), FACE::TSS::Listeners::transactionOf(info),
                           header.device_id(), header.seq_num()};
+        sample.sent = info.sourceTimestamp.to_ns();
         m_samples.put(std::move(sample));
     }
 

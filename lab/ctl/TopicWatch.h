@@ -18,6 +18,7 @@ struct Sample {
     std::size_t topic;  ///< index of the watch's topics
     TopicStatistics::Arrival arrival;
     RecordPointer record;
+    std::int64_t sent = 0;  ///< by its writer's clock, in nanoseconds since 1970; 0 if it does not tell
 };
 
 /// Samples on their way from the threads of the transport to the one that shows them. Any thread. Who puts one in never

@@ -60,13 +60,37 @@ Clock::duration durationOf(double seconds)
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
 
+/// What is sent now.
+class LiveSource : public WatchSource {
+public:
+    explicit LiveSource(const WatchOptions& options)
+        : m_file(options.connections),
+          m_watch(m_file, chooseTopics(m_file, options.topics, options.type), {options.backfill})
+    {}
+
+    const std::vector<WatchedTopic>& topics() const override { return m_watch.topics(); }
+    std::vector<Sample> take() override { return m_watch.samples().take(); }
+    int publishersOf(std::size_t topic) const override { return m_watch.publishersOf(topic); }
+    std::uint64_t leftOut() const override { return m_samples.leftOut(); }
+    Time now() const override { return Clock::now(); }
+    bool hasEnded() const override { return false; }
+    void wait(const EndingSignals& signals, std::optional<Time> until) override
+    {
+        waitForSample(m_samples, signals, until);
+    }
+
+private:
+    const ConnectionFile m_file;
+    TopicWatch m_watch;
+    SampleBox& m_samples = m_watch.samples();
+};
+
 /// What both verbs do: the topics' statistics, the end, and the sum.
 class WatchRun {
 public:
-    WatchRun(const WatchOptions& options, std::ostream& output)
-        : m_options(options), m_output(output), m_file(options.connections),
-          m_watch(m_file, chooseTopics(m_file, options.topics, options.type), {options.backfill}),
-          m_statistics(m_watch.topics().size(), TopicStatistics(durationOf(options.windowSeconds)))
+    WatchRun(WatchSource& source, const WatchOptions& options, EndingSignals& signals, std::ostream& output)
+        : m_source(source), m_options(options), m_output(output), m_signals(signals),
+          m_statistics(m_source.topics().size(), TopicStatistics(durationOf(options.windowSeconds)))
     {
         if (options.seconds > 0) m_end = m_start + durationOf(options.seconds);
         m_signals.listen();
@@ -79,19 +103,23 @@ public:
     {
         std::optional<Time> next = report(m_start);
         while (!isOver()) {
-            for (const Sample& sample : m_watch.samples().take()) {
+            for (const Sample& sample : m_source.take()) {
                 if (isOver()) break;
                 m_statistics[sample.topic].take(sample.arrival);
                 show(sample);
             }
             if (isOver()) break;
-            const Time now = Clock::now();
+            const Time now = m_source.now();
             if (m_end && now >= *m_end) break;
             if (next && now >= *next) {
                 next = report(now);
                 continue;
             }
-            waitForSample(m_watch.samples(), m_signals, earlier(next, m_end));
+            if (m_source.hasEnded()) {
+                if (next) report(now);
+                break;
+            }
+            m_source.wait(m_signals, earlier(next, m_end));
         }
         printSum();
     }
@@ -112,11 +140,11 @@ public:
     {
         std::vector<TopicRate> rates;
         for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
-            rates.push_back({&m_watch.topics()[topic], m_watch.publishersOf(topic), &m_statistics[topic]});
+            rates.push_back({&m_source.topics()[topic], m_source.publishersOf(topic), &m_statistics[topic]});
         return rates;
     }
 
-    const std::vector<WatchedTopic>& topics() const { return m_watch.topics(); }
+    const std::vector<WatchedTopic>& topics() const { return m_source.topics(); }
 
 private:
     bool isOver() const { return m_signals.received() || (m_options.count > 0 && m_counted >= m_options.count); }
@@ -129,19 +157,18 @@ private:
     void printSum()
     {
         WatchSum sum;
-        sum.seconds = secondsUntil(Clock::now());
+        sum.seconds = secondsUntil(m_source.now());
         for (const TopicStatistics& statistics : m_statistics) sum.add(statistics);
-        sum.leftOut = m_watch.samples().leftOut();
+        sum.leftOut = m_source.leftOut();
         print(m_options.json ? sumJson(sum) : sumText(sum));
     }
 
+    WatchSource& m_source;
     const WatchOptions& m_options;
     std::ostream& m_output;
-    EndingSignals m_signals;  // before the threads of the watch
-    const ConnectionFile m_file;
-    TopicWatch m_watch;
+    EndingSignals& m_signals;
     std::vector<TopicStatistics> m_statistics;
-    const Time m_start = Clock::now();
+    const Time m_start = m_source.now();
     std::optional<Time> m_end;
     std::uint64_t m_counted = 0;
     std::optional<Progress> m_waiting{std::in_place, STDERR_FILENO};  // until something is printed
@@ -208,7 +235,21 @@ void waitForSample(const SampleBox& samples, const EndingSignals& signals, std::
 
 void runEcho(const WatchOptions& options, std::ostream& output)
 {
-    WatchRun run(options, output);
+    EndingSignals signals;  // before the threads of the source
+    LiveSource source(options);
+    echoFrom(source, options, signals, output);
+}
+
+void runHz(const WatchOptions& options, std::ostream& output)
+{
+    EndingSignals signals;
+    LiveSource source(options);
+    hzFrom(source, options, signals, output);
+}
+
+void echoFrom(WatchSource& source, const WatchOptions& options, EndingSignals& signals, std::ostream& output)
+{
+    WatchRun run(source, options, signals, output);
     const bool withTopic = run.topics().size() > 1;
     const auto show = [&](const Sample& sample) {
         const WatchedTopic& topic = run.topics()[sample.topic];
@@ -221,9 +262,9 @@ void runEcho(const WatchOptions& options, std::ostream& output)
     run.run(show, [](Time) { return std::nullopt; });
 }
 
-void runHz(const WatchOptions& options, std::ostream& output)
+void hzFrom(WatchSource& source, const WatchOptions& options, EndingSignals& signals, std::ostream& output)
 {
-    WatchRun run(options, output);
+    WatchRun run(source, options, signals, output);
     const auto every = durationOf(options.everySeconds);
     std::optional<Time> next;
     const auto report = [&](Time now) -> std::optional<Time> {
@@ -236,7 +277,7 @@ void runHz(const WatchOptions& options, std::ostream& output)
             text = rateTable(rates, now);
         run.print(text);
         run.countOne();
-        while (*next <= now) *next += every;
+        *next += every * ((now - *next) / every + 1);
         return *next;
     };
     run.run([](const Sample&) {}, report);

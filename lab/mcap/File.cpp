@@ -18,7 +18,7 @@ std::runtime_error failure(const std::string& path)
 }  // namespace
 
 FileOutput::FileOutput(const std::string& path)
-    : m_path(path), m_file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666))
+    : m_path(path), m_file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
 {
     if (m_file < 0) throw failure(path);
 }

@@ -38,11 +38,11 @@ protected:
     Source& operator=(const Source&) = default;
 };
 
-/// A new file, or one that is made empty. What is written is with the system at once, so that it stays when the process
+/// A new file. What is written is with the system at once, so that it stays when the process
 /// is killed. One thread at a time.
 class FileOutput : public Output {
 public:
-    /// Throws `std::runtime_error`: a line that names the file, as the other does.
+    /// Throws `std::runtime_error`, as the others do: a line that names the file, which must not be there.
     explicit FileOutput(const std::string& path);
     ~FileOutput() override;
     FileOutput(const FileOutput&) = delete;

@@ -33,11 +33,90 @@ bool isMagic(Bytes bytes)
     return std::ranges::equal(bytes, kMagic);
 }
 
+/// The front of a chunk tells whether there is anything in it. If it can't be read the chunk can't be either.
+bool isOutside(const Source& source, std::uint64_t offset, TimeRange range)
+{
+    const auto bytes = readBytes(source, offset + kFrontSize, 16);
+    ByteReader reader(bytes);
+    const std::uint64_t start = reader.u64();
+    const std::uint64_t end = reader.u64();
+    return start <= end && (end < range.start || start > range.end);
+}
+
+bool isSkipped(const Source& source, std::uint64_t offset, Front front, TimeRange range)
+{
+    switch (static_cast<Op>(front.op)) {
+    case Op::Schema:
+    case Op::Channel:
+    case Op::Message:
+    case Op::Metadata:
+        return false;
+    case Op::Chunk:
+        return front.length >= 16 && isOutside(source, offset, range);
+    case Op::Header:
+    case Op::Footer:
+    case Op::MessageIndex:
+    case Op::ChunkIndex:
+    case Op::Attachment:
+    case Op::AttachmentIndex:
+    case Op::Statistics:
+    case Op::MetadataIndex:
+    case Op::SummaryOffset:
+    case Op::DataEnd:
+        break;
+    }
+    return true;
+}
+
+std::optional<Footer> findFooter(const Source& source)
+{
+    const std::uint64_t behind = kFooterSize + kMagic.size();
+    if (source.size() < behind + kMagic.size()) return std::nullopt;
+    const auto bytes = readBytes(source, source.size() - behind, behind);
+    ByteReader reader(bytes);
+    const Front front = readFront(reader);
+    if (static_cast<Op>(front.op) != Op::Footer || front.length != kFooterSize - kFrontSize) return std::nullopt;
+    const Footer footer = readFooter(reader.take(front.length));
+    return isMagic(reader.rest()) ? std::optional(footer) : std::nullopt;
+}
+
+/// Up to, and without, the footer; nothing if its checksum is wrong.
+std::optional<std::vector<std::uint8_t>> summaryBytes(const Source& source, const Footer& footer)
+{
+    constexpr std::size_t kCrc = 4;
+    const std::uint64_t end = source.size() - kMagic.size();
+    if (footer.summaryStart < kMagic.size() || footer.summaryStart > end - kFooterSize) return std::nullopt;
+    auto bytes = readBytes(source, footer.summaryStart, end - footer.summaryStart);
+    if (footer.summaryCrc != 0 && crc32Of(Bytes(bytes).first(bytes.size() - kCrc)) != footer.summaryCrc)
+        return std::nullopt;
+    bytes.resize(bytes.size() - kFooterSize);
+    return bytes;
+}
+
+Summary parseSummary(Bytes bytes)
+{
+    Summary summary;
+    ByteReader reader(bytes);
+    while (!reader.isAtEnd()) {
+        const Front front = readFront(reader);
+        const Bytes content = reader.take(front.length);
+        const auto op = static_cast<Op>(front.op);
+        if (op == Op::Schema) summary.schemas.push_back(readSchema(content));
+        if (op == Op::Channel) summary.channels.push_back(readChannel(content));
+        if (op == Op::ChunkIndex) summary.chunks.push_back(readChunkIndex(content));
+        if (op == Op::Statistics) summary.statistics = readStatistics(content);
+    }
+    std::ranges::sort(summary.chunks, {}, &ChunkIndex::offset);
+    return summary;
+}
+
+}  // namespace
+
 /// Hands over what makes sense: channels whose schema is known, messages whose channel is. Problems are the recording's;
 /// what the sink throws passes through, as long as it is no `Malformed`.
-class Gate {
+class RecordGate {
 public:
-    Gate(RecordSink& sink, TimeRange range) : m_sink(sink), m_range(range) {}
+    RecordGate(RecordSink& sink, TimeRange range) : m_sink(sink), m_range(range) {}
 
     /// A record that stands outside of chunks, or in one.
     /// @param offset  of the file, for problems
@@ -133,112 +212,46 @@ private:
     std::uint64_t m_kept = 0;
 };
 
-/// The front of a chunk tells whether there is anything in it. If it can't be read the chunk can't be either.
-bool isOutside(const Source& source, std::uint64_t offset, TimeRange range)
+Scanner::Scanner(const Source& source, RecordSink& sink, TimeRange range)
+    : m_source(source), m_sink(sink), m_range(range), m_gate(std::make_unique<RecordGate>(sink, range))
 {
-    const auto bytes = readBytes(source, offset + kFrontSize, 16);
-    ByteReader reader(bytes);
-    const std::uint64_t start = reader.u64();
-    const std::uint64_t end = reader.u64();
-    return start <= end && (end < range.start || start > range.end);
+    m_result.isRecording = source.size() >= kMagic.size() && isMagic(readBytes(source, 0, kMagic.size()));
+    m_result.end = m_result.isRecording ? kMagic.size() : 0;
+    m_hasEnded = !m_result.isRecording;
 }
 
-bool isSkipped(const Source& source, std::uint64_t offset, Front front, TimeRange range)
+Scanner::~Scanner() = default;
+
+bool Scanner::step()
 {
-    switch (static_cast<Op>(front.op)) {
-    case Op::Schema:
-    case Op::Channel:
-    case Op::Message:
-    case Op::Metadata:
+    if (m_hasEnded || m_source.size() - m_result.end < kFrontSize) return false;
+    m_hasEnded = true;
+    const auto bytes = readBytes(m_source, m_result.end, kFrontSize);
+    ByteReader reader(bytes);
+    const Front front = readFront(reader);
+    if (front.op == 0) {
+        m_sink.problem(m_result.end, "no record begins here");
         return false;
-    case Op::Chunk:
-        return front.length >= 16 && isOutside(source, offset, range);
-    case Op::Header:
-    case Op::Footer:
-    case Op::MessageIndex:
-    case Op::ChunkIndex:
-    case Op::Attachment:
-    case Op::AttachmentIndex:
-    case Op::Statistics:
-    case Op::MetadataIndex:
-    case Op::SummaryOffset:
-    case Op::DataEnd:
-        break;
     }
+    if (front.length > m_source.size() - m_result.end - kFrontSize) return false;  // it is cut off
+    if (!isSkipped(m_source, m_result.end, front, m_range)) {
+        if (front.length > kLargest)
+            m_sink.problem(m_result.end, "record is too large");
+        else
+            m_gate->take(front, readBytes(m_source, m_result.end + kFrontSize, front.length), m_result.end);
+    }
+    m_result.end += kFrontSize + front.length;
+    m_hasEnded = m_result.isClosed = static_cast<Op>(front.op) == Op::DataEnd;
     return true;
 }
 
-std::optional<Footer> findFooter(const Source& source)
-{
-    const std::uint64_t behind = kFooterSize + kMagic.size();
-    if (source.size() < behind + kMagic.size()) return std::nullopt;
-    const auto bytes = readBytes(source, source.size() - behind, behind);
-    ByteReader reader(bytes);
-    const Front front = readFront(reader);
-    if (static_cast<Op>(front.op) != Op::Footer || front.length != kFooterSize - kFrontSize) return std::nullopt;
-    const Footer footer = readFooter(reader.take(front.length));
-    return isMagic(reader.rest()) ? std::optional(footer) : std::nullopt;
-}
-
-/// Up to, and without, the footer; nothing if its checksum is wrong.
-std::optional<std::vector<std::uint8_t>> summaryBytes(const Source& source, const Footer& footer)
-{
-    constexpr std::size_t kCrc = 4;
-    const std::uint64_t end = source.size() - kMagic.size();
-    if (footer.summaryStart < kMagic.size() || footer.summaryStart > end - kFooterSize) return std::nullopt;
-    auto bytes = readBytes(source, footer.summaryStart, end - footer.summaryStart);
-    if (footer.summaryCrc != 0 && crc32Of(Bytes(bytes).first(bytes.size() - kCrc)) != footer.summaryCrc)
-        return std::nullopt;
-    bytes.resize(bytes.size() - kFooterSize);
-    return bytes;
-}
-
-Summary parseSummary(Bytes bytes)
-{
-    Summary summary;
-    ByteReader reader(bytes);
-    while (!reader.isAtEnd()) {
-        const Front front = readFront(reader);
-        const Bytes content = reader.take(front.length);
-        const auto op = static_cast<Op>(front.op);
-        if (op == Op::Schema) summary.schemas.push_back(readSchema(content));
-        if (op == Op::Channel) summary.channels.push_back(readChannel(content));
-        if (op == Op::ChunkIndex) summary.chunks.push_back(readChunkIndex(content));
-        if (op == Op::Statistics) summary.statistics = readStatistics(content);
-    }
-    std::ranges::sort(summary.chunks, {}, &ChunkIndex::offset);
-    return summary;
-}
-
-}  // namespace
-
 ScanResult scan(const Source& source, RecordSink& sink, TimeRange range)
 {
-    ScanResult result;
-    if (source.size() < kMagic.size() || !isMagic(readBytes(source, 0, kMagic.size()))) return result;
-    result.isRecording = true;
-    result.end = kMagic.size();
-    Gate gate(sink, range);
-    while (source.size() - result.end >= kFrontSize) {
-        const auto front = readBytes(source, result.end, kFrontSize);
-        ByteReader reader(front);
-        const Front record = readFront(reader);
-        const std::uint64_t room = source.size() - result.end - kFrontSize;
-        if (record.op == 0) {
-            sink.problem(result.end, "no record begins here");
-            return result;
-        }
-        if (record.length > room) return result;  // it is cut off
-        if (!isSkipped(source, result.end, record, range)) {
-            if (record.length > kLargest)
-                sink.problem(result.end, "record is too large");
-            else
-                gate.take(record, readBytes(source, result.end + kFrontSize, record.length), result.end);
-        }
-        result.end += kFrontSize + record.length;
-        if (static_cast<Op>(record.op) == Op::DataEnd) break;
+    Scanner scanner(source, sink, range);
+    while (scanner.step()) {
     }
-    result.isClosed = readSummary(source).has_value();
+    ScanResult result = scanner.result();
+    result.isClosed = result.isClosed && readSummary(source).has_value();
     return result;
 }
 
@@ -257,7 +270,7 @@ std::optional<Summary> readSummary(const Source& source)
 
 void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range)
 {
-    Gate gate(sink, range);
+    RecordGate gate(sink, range);
     const auto takeAgain = [&](Op op, const auto& record) {
         ByteWriter bytes;
         write(bytes, record);

@@ -4,6 +4,8 @@
 #include "lab/mcap/File.h"
 #include "lab/mcap/Records.h"
 
+#include <memory>
+
 /// Recordings are read whatever their bytes are: what is damaged is told and left out, every length is checked, and no
 /// more memory is taken than some multiples of `kLargest`.
 namespace mcap {
@@ -40,6 +42,33 @@ struct ScanResult {
     bool isRecording = false;  ///< it begins as one
     bool isClosed = false;     ///< it is whole up to the last byte
     std::uint64_t end = 0;     ///< offset behind the last whole record that was read
+};
+
+class RecordGate;
+
+/// Reads from front to back, without the summary, as far as it is asked to. What the sink throws comes out. One thread at a
+/// time.
+class Scanner {
+public:
+    /// @param source, sink  outlive this object
+    Scanner(const Source& source, RecordSink& sink, TimeRange range = {});
+    ~Scanner();
+    Scanner(const Scanner&) = delete;
+    Scanner& operator=(const Scanner&) = delete;
+
+    /// Hands over what the next record has, which is nothing or one thing or what is in a chunk. False at the end.
+    bool step();
+
+    /// Once `step` has been false; `isClosed` is not told.
+    const ScanResult& result() const { return m_result; }
+
+private:
+    const Source& m_source;
+    RecordSink& m_sink;
+    const TimeRange m_range;
+    std::unique_ptr<RecordGate> m_gate;
+    ScanResult m_result;
+    bool m_hasEnded = false;
 };
 
 /// Reads from front to back, without the summary. Messages of other times are left out, and chunks of such are not even

@@ -2,6 +2,7 @@
 #define LAB_CTL_WHY_RECEIVERCOPY_H
 
 #include "lab/ctl/StreamCutter.h"
+#include "lab/ctl/why/CopiedFile.h"
 #include "lab/ctl/why/JoinDiary.h"
 
 #include <optional>
@@ -16,7 +17,6 @@ public:
     /// Throws `std::runtime_error` for what can't be opened, and for a queue: who reads that takes the records from the
     /// service.
     ReceiverCopy(const std::string& path, JoinDiary& diary);
-    ~ReceiverCopy();
 
     /// What has come since the last call.
     void take(JoinDiary::Time now);
@@ -28,7 +28,7 @@ private:
     void resumed(std::uint64_t, std::uint64_t) override {}
 
     JoinDiary& m_diary;
-    int m_file;
+    CopiedFile m_file;
     JoinDiary::Time m_now;
     std::optional<StreamCutter> m_cutter;
 };

@@ -1,0 +1,62 @@
+#ifndef LAB_CTL_RECORD_QUEUECOPY_H
+#define LAB_CTL_RECORD_QUEUECOPY_H
+
+#include "lab/ctl/StreamCutter.h"
+#include "lab/ctl/why/CopiedFile.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace orvanectl {
+
+/// Cuts what a queue has carried into its records and what is none, without changing a byte of it: what is handed over is
+/// the stream, in its order. Where the way is lost it is looked for in the next piece, as the service does. One thread at
+/// a time.
+class QueueCutter : private StreamSink {
+public:
+    using OnRecord = std::function<void(Bytes record, std::int64_t number)>;
+    using OnRest = std::function<void(Bytes bytes)>;
+
+    QueueCutter(OnRecord onRecord, OnRest onRest) : m_onRecord(std::move(onRecord)), m_onRest(std::move(onRest)) {}
+
+    void take(Bytes bytes);
+
+    /// No more bytes follow: what is held is no record.
+    void end();
+
+private:
+    void frame(std::uint64_t, Bytes) override {}
+    void record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& record) override;
+    void problem(std::uint64_t, const std::string&) override {}
+    void resumed(std::uint64_t, std::uint64_t) override {}
+
+    void handOver(std::size_t size);
+
+    const OnRecord m_onRecord;
+    const OnRest m_onRest;
+    std::unique_ptr<StreamCutter> m_cutter;
+    std::vector<std::uint8_t> m_held;  // not handed over yet
+    std::uint64_t m_offset = 0;        // of it in what this cutter was given
+};
+
+/// A file or named pipe that gets what a queue gets.
+class QueueCopy {
+public:
+    /// Throws `std::runtime_error`, as `CopiedFile` does.
+    QueueCopy(const std::string& path, QueueCutter::OnRecord onRecord, QueueCutter::OnRest onRest)
+        : m_file(path), m_cutter(std::move(onRecord), std::move(onRest))
+    {}
+
+    /// What has come since the last call, or as much of it as one call takes.
+    void take();
+    void end() { m_cutter.end(); }
+
+private:
+    CopiedFile m_file;
+    QueueCutter m_cutter;
+};
+
+}  // namespace orvanectl
+
+#endif

@@ -1,0 +1,196 @@
+#include "lab/ctl/record/RecordRun.h"
+
+#include "lab/ctl/Rendering.h"
+#include "lab/ctl/TopicWatch.h"
+#include "lab/ctl/WatchRun.h"
+#include "lab/ctl/record/QueueCopy.h"
+#include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/top/BusFeed.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <iomanip>
+#include <memory>
+#include <poll.h>
+#include <sstream>
+#include <stdexcept>
+
+namespace orvanectl {
+
+namespace {
+
+using Clock = TopicStatistics::Clock;
+using Time = TopicStatistics::Time;
+
+constexpr std::chrono::milliseconds kTurn{50};  // seldom, so that it costs little; the box has room for far more
+constexpr std::chrono::seconds kSettle{1};      // what a recording that was killed may lack
+
+struct NamedCopy {
+    std::string name;
+    std::string path;
+};
+
+std::vector<NamedCopy> copiesOf(const std::vector<std::string>& texts)
+{
+    std::vector<NamedCopy> copies;
+    for (const std::string& text : texts) {
+        const auto equals = text.find('=');
+        if (equals == 0 || equals == std::string::npos || equals + 1 == text.size())
+            throw UnknownName(text + ": is no NAME=PATH of a queue and its copy");
+        copies.push_back({text.substr(0, equals), text.substr(equals + 1)});
+    }
+    return copies;
+}
+
+std::vector<std::string> namesOf(const std::vector<NamedCopy>& copies)
+{
+    std::vector<std::string> names;
+    for (const NamedCopy& copy : copies) names.push_back(copy.name);
+    return names;
+}
+
+std::string fileNamedByTime()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    std::array<char, 64> text{};
+    std::strftime(text.data(), text.size(), "orvane-%Y%m%dT%H%M%SZ.mcap", &parts);
+    return text.data();
+}
+
+/// Of a time of arrival, which is the steady clock's; what is recorded has the time of day.
+class WallClock {
+public:
+    WallClock() : m_steady(Clock::now()), m_wall(std::chrono::system_clock::now()) {}
+
+    std::uint64_t of(Time time) const
+    {
+        const auto wall = m_wall + std::chrono::duration_cast<std::chrono::system_clock::duration>(time - m_steady);
+        const auto since = std::chrono::duration_cast<std::chrono::nanoseconds>(wall.time_since_epoch()).count();
+        return since > 0 ? static_cast<std::uint64_t>(since) : 0;
+    }
+
+private:
+    Time m_steady;
+    std::chrono::system_clock::time_point m_wall;
+};
+
+class RecordRun {
+public:
+    RecordRun(const RecordOptions& options, std::ostream& output)
+        : m_options(options), m_output(output), m_path(options.file.empty() ? fileNamedByTime() : options.file),
+          m_copies(copiesOf(options.queues)), m_connections(options.connections),
+          m_watch(m_connections, chooseTopics(m_connections, {}, ""), {}), m_bus(options.socket),
+          m_statistics(m_watch.topics().size(), TopicStatistics(kSettle))
+    {
+        openCopies();
+        m_file = std::make_unique<mcap::FileOutput>(m_path);
+        m_recorder = std::make_unique<Recorder>(*m_file, m_watch.topics(), namesOf(m_copies),
+                                                mcap::Table{{"connections", options.connections},
+                                                            {"bus", options.socket},
+                                                            {"domain", m_connections.domain().at("DomainId")}});
+        m_signals.listen();
+    }
+
+    void run()
+    {
+        const std::chrono::duration<double> length(m_options.seconds);
+        Time settled = m_start;
+        for (Time now = m_start; !m_signals.received() && (m_options.seconds <= 0 || now - m_start < length);
+             now = Clock::now()) {
+            takeAll(now);
+            if (now - settled >= kSettle) {
+                m_recorder->settle(missed());
+                settled = now;
+            }
+            wait();
+        }
+        takeAll(Clock::now());
+        for (const auto& queue : m_queues) queue->end();
+        m_recorder->close(missed());
+        m_file->sync();
+        printSum();
+    }
+
+private:
+    void openCopies()
+    {
+        for (std::size_t queue = 0; queue < m_copies.size(); ++queue)
+            m_queues.push_back(std::make_unique<QueueCopy>(
+                m_copies[queue].path,
+                [this, queue](Bytes record, std::int64_t number) {
+                    m_recorder->takeQueueRecord(queue, record, number, m_now);
+                },
+                [this, queue](Bytes bytes) { m_recorder->takeQueueRest(queue, bytes, m_now); }));
+    }
+
+    void wait() const
+    {
+        pollfd waiting{m_signals.descriptor(), POLLIN, 0};
+        ::poll(&waiting, 1, static_cast<int>(kTurn.count()));
+    }
+
+    void takeAll(Time now)
+    {
+        const WallClock clock;
+        for (const Sample& sample : m_watch.samples().take()) {
+            m_statistics[sample.topic].take(sample.arrival);
+            m_recorder->take(sample, clock.of(sample.arrival.time));
+        }
+        m_now = clock.of(Clock::now());
+        for (const BusLink::Json& line : m_bus.take(now))
+            if (!line.is_discarded())
+                m_recorder->takeBusLine(line.dump(-1, ' ', false, BusLink::Json::error_handler_t::replace), m_now);
+        for (const auto& queue : m_queues) queue->take();
+    }
+
+    /// By what each writer has counted, and what found no room here.
+    mcap::Table missed()
+    {
+        mcap::Table missed;
+        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
+            missed[m_watch.topics()[topic].name] = std::to_string(m_statistics[topic].lost());
+        missed["left out"] = std::to_string(m_watch.samples().leftOut());
+        return missed;
+    }
+
+    void printSum()
+    {
+        std::uint64_t lost = m_watch.samples().leftOut();
+        for (const TopicStatistics& statistics : m_statistics) lost = saturatedSum(lost, statistics.lost());
+        std::ostringstream text;
+        text << "orvanectl: " << m_recorder->statistics().messages << " messages in " << std::fixed
+             << std::setprecision(1) << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, " << lost
+             << " missed, " << m_recorder->size() << " bytes in " << printable(m_path) << '\n';
+        if (!m_options.socket.empty() && !m_bus.trouble().empty())
+            text << "orvanectl: no bus at the end: " << m_bus.trouble() << '\n';
+        if (!(m_output << text.str() << std::flush)) throw std::runtime_error("cannot write to standard output");
+    }
+
+    const RecordOptions& m_options;
+    std::ostream& m_output;
+    EndingSignals m_signals;  // before the threads of the watch
+    const std::string m_path;
+    const std::vector<NamedCopy> m_copies;
+    const ConnectionFile m_connections;
+    TopicWatch m_watch;
+    BusFeed m_bus;
+    std::vector<TopicStatistics> m_statistics;
+    std::unique_ptr<mcap::FileOutput> m_file;
+    std::unique_ptr<Recorder> m_recorder;
+    std::vector<std::unique_ptr<QueueCopy>> m_queues;
+    std::uint64_t m_now = 0;
+    const Time m_start = Clock::now();
+};
+
+}  // namespace
+
+void runRecord(const RecordOptions& options, std::ostream& output)
+{
+    RecordRun(options, output).run();
+}
+
+}  // namespace orvanectl

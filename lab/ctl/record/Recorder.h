@@ -1,0 +1,75 @@
+#ifndef LAB_CTL_RECORD_RECORDER_H
+#define LAB_CTL_RECORD_RECORDER_H
+
+#include "lab/ctl/TopicWatch.h"
+#include "lab/mcap/Writer.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// What stands in a recording besides the records of DDS topics, whose channels are named as these are.
+namespace orvanectl::recording {
+
+inline constexpr const char* kCdr = "cdr";        ///< encoding of records, behind the four bytes that tell their order
+inline constexpr const char* kIdl = "omgidl";     ///< encoding of their schemas
+inline constexpr const char* kJson = "json";      ///< encoding of the bus's lines
+inline constexpr const char* kBus = "bus";        ///< channel of the lines
+inline constexpr const char* kQueue = "queue/";   ///< front of the channels of queues, such as "queue/ZEN_HX"
+inline constexpr const char* kRest = "/rest";     ///< end of the channels of what was no record in them
+inline constexpr const char* kMissed = "missed";  ///< metadata: by topic, how many records were not recorded
+inline constexpr const char* kAbout = "recording";  ///< metadata: by what, and from where
+
+}  // namespace orvanectl::recording
+
+namespace orvanectl {
+
+/// Puts what is heard into a recording. Times are nanoseconds since 1970, of arrival. Errors of the output come out. One
+/// thread at a time.
+class Recorder {
+public:
+    /// @param output  outlives this object
+    /// @param queues  names of those that are heard
+    Recorder(mcap::Output& output, const std::vector<WatchedTopic>& topics, const std::vector<std::string>& queues,
+             const mcap::Table& about);
+
+    void take(const Sample& sample, std::uint64_t time);
+    void takeBusLine(const std::string& line, std::uint64_t time);
+    /// @param record  a serialised GSSIP record as the queue carried it
+    /// @param number  by which its source counts
+    void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time);
+    /// Bytes of a queue that are no record.
+    void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time);
+
+    /// Has what came so far stay, whatever happens to the process.
+    /// @param missed  is written when it is not what it was
+    void settle(const mcap::Table& missed);
+
+    /// To be called once, and nothing after it.
+    void close(const mcap::Table& missed);
+
+    const mcap::Statistics& statistics() const { return m_writer.statistics(); }
+    std::uint64_t size() const { return m_writer.size(); }
+
+private:
+    struct QueueChannels {
+        std::string name;
+        std::uint16_t records;
+        std::optional<std::uint16_t> rest;  // seldom there
+    };
+
+    std::uint16_t schemaOf(const RecordType& type);
+
+    mcap::Writer m_writer;
+    const std::vector<WatchedTopic> m_topics;
+    std::map<std::string_view, std::uint16_t> m_schemas;
+    std::vector<std::uint16_t> m_channels;  // of the topics
+    std::vector<QueueChannels> m_queues;
+    std::optional<std::uint16_t> m_bus;
+    std::uint32_t m_busLines = 0;
+    mcap::Table m_missed;
+};
+
+}  // namespace orvanectl
+
+#endif

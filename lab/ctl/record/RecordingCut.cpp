@@ -1,0 +1,58 @@
+#include "lab/ctl/record/RecordingCut.h"
+
+#include "lab/ctl/ConnectionFile.h"
+#include "lab/mcap/Copy.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace orvanectl {
+
+namespace {
+
+class Overview : public mcap::RecordSink {
+public:
+    void channel(const mcap::Channel& channel) override { topics.push_back(channel.topic); }
+    void message(const mcap::Message& message) override { start = std::min(start, message.logTime); }
+
+    std::vector<std::string> topics;
+    std::uint64_t start = std::numeric_limits<std::uint64_t>::max();
+};
+
+std::uint64_t behind(std::uint64_t start, double seconds)
+{
+    constexpr double kNanoseconds = 1e9;
+    constexpr auto kLast = std::numeric_limits<std::uint64_t>::max();
+    const double nanoseconds = seconds * kNanoseconds;
+    if (nanoseconds >= static_cast<double>(kLast - start)) return kLast;
+    return start + static_cast<std::uint64_t>(std::max(nanoseconds, 0.0));
+}
+
+}  // namespace
+
+std::string cutRecording(const CutOptions& options)
+{
+    const mcap::FileSource source(options.file);
+    Overview overview;
+    if (!mcap::scan(source, overview).isRecording) throw std::runtime_error(options.file + ": is no recording");
+    for (const std::string& channel : options.channels) {
+        if (std::ranges::find(overview.topics, channel) != overview.topics.end()) continue;
+        std::string all;
+        for (const std::string& topic : overview.topics) all += (all.empty() ? "" : ", ") + printable(topic);
+        throw UnknownName(options.file + ": no channel " + channel + "; there are " + all);
+    }
+    mcap::CopyFilter filter;
+    filter.range.start = behind(overview.start, options.from);
+    if (options.to) filter.range.end = behind(overview.start, *options.to);
+    if (!options.channels.empty())
+        filter.channel = [&](const mcap::Channel& channel) {
+            return std::ranges::find(options.channels, channel.topic) != options.channels.end();
+        };
+    mcap::FileOutput output(options.into);
+    const mcap::CopyResult copied = mcap::copy(source, output, {}, filter);
+    output.sync();
+    return options.into + ": " + std::to_string(copied.written.messages) + " messages of " +
+           std::to_string(copied.written.channels) + " channels\n";
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,65 @@
+#include "lab/ctl/record/RecordingRepair.h"
+
+#include "lab/mcap/Copy.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvanectl {
+
+namespace {
+
+/// A file that is gone at the end unless it was kept.
+class Draft {
+public:
+    explicit Draft(std::string path) : m_output(path), m_path(std::move(path)) {}
+    ~Draft()
+    {
+        if (!m_isKept) ::unlink(m_path.c_str());
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+
+    mcap::FileOutput& output() { return m_output; }
+    void keep() { m_isKept = true; }
+
+private:
+    mcap::FileOutput m_output;
+    const std::string m_path;
+    bool m_isKept = false;
+};
+
+class Problems : public mcap::RecordSink {
+public:
+    void problem(std::uint64_t, const std::string&) override { ++count; }
+
+    std::uint64_t count = 0;
+};
+
+}  // namespace
+
+std::string repairRecording(const std::string& file, const std::string& into)
+{
+    const mcap::FileSource source(file);
+    Problems problems;
+    const mcap::ScanResult found = mcap::scan(source, problems);
+    if (!found.isRecording) throw std::runtime_error(file + ": is no recording");
+    if (found.isClosed && problems.count == 0) return file + ": is whole\n";
+
+    const std::string path = into.empty() ? file + ".repaired" : into;
+    Draft draft(path);
+    const mcap::CopyResult copied = mcap::copy(source, draft.output(), {});
+    draft.output().sync();
+    if (into.empty() && std::rename(path.c_str(), file.c_str()) != 0)
+        throw std::runtime_error(file + ": " + std::generic_category().message(errno));
+    draft.keep();
+    const std::uint64_t behind = source.size() - found.end;
+    return (into.empty() ? file : into) + ": closed, with " + std::to_string(copied.written.messages) + " messages; " +
+           (found.isClosed ? "" : std::to_string(behind) + " bytes at the end and ") + std::to_string(copied.problems) +
+           " damaged places left out\n";
+}
+
+}  // namespace orvanectl

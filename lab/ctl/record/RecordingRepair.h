@@ -1,0 +1,16 @@
+#ifndef LAB_CTL_RECORD_RECORDINGREPAIR_H
+#define LAB_CTL_RECORD_RECORDINGREPAIR_H
+
+#include <string>
+
+namespace orvanectl {
+
+/// Writes a recording that is closed from all that can be read of `file`, and answers what was done, as a line. A file
+/// that is whole is left as it is.
+/// Throws `std::runtime_error`; `file` is then as it was.
+/// @param into  a new file; empty: takes the place of `file` once it is whole
+std::string repairRecording(const std::string& file, const std::string& into);
+
+}  // namespace orvanectl
+
+#endif

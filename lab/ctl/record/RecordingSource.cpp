@@ -1,0 +1,154 @@
+#include "lab/ctl/record/RecordingSource.h"
+
+#include "lab/ctl/record/RecordPayload.h"
+#include "lab/ctl/record/Recorder.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace orvanectl {
+
+namespace {
+
+using Time = TopicStatistics::Time;
+
+/// A time of a recording on the scale of arrivals, which has room for 292 years.
+Time timeOf(std::uint64_t nanoseconds)
+{
+    constexpr auto kLast = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    const auto since = std::chrono::nanoseconds(static_cast<std::int64_t>(std::min(nanoseconds, kLast)));
+    return Time(std::chrono::duration_cast<Time::duration>(since));
+}
+
+/// Topics whose records we know.
+class TopicList : public mcap::RecordSink {
+public:
+    void schema(const mcap::Schema& schema) override { m_names[schema.id] = schema.name; }
+    void channel(const mcap::Channel& channel) override
+    {
+        const auto name = m_names.find(channel.schema);
+        if (channel.encoding != recording::kCdr || name == m_names.end()) return;
+        if (const RecordType* const type = findRecordType(name->second)) topics.push_back({channel.topic, type});
+    }
+
+    std::vector<WatchedTopic> topics;
+
+private:
+    std::map<std::uint16_t, std::string> m_names;
+};
+
+std::vector<WatchedTopic> topicsOf(const mcap::Source& source, const std::string& file)
+{
+    TopicList list;
+    if (const auto summary = mcap::readSummary(source)) {
+        for (const mcap::Schema& schema : summary->schemas) list.schema(schema);
+        for (const mcap::Channel& channel : summary->channels) list.channel(channel);
+    } else if (!mcap::scan(source, list).isRecording) {
+        throw std::runtime_error(file + ": is no recording");
+    }
+    return list.topics;
+}
+
+/// As `chooseTopics` chooses of a connection file.
+std::vector<WatchedTopic> choose(const std::vector<WatchedTopic>& all, const std::vector<std::string>& names,
+                                 const std::string& typeName, const std::string& file)
+{
+    const RecordType* const type = typeName.empty() ? nullptr : findRecordType(typeName);
+    if (!typeName.empty() && !type)
+        throw UnknownName("no type " + printable(typeName) + "; there are " + namesOfRecordTypes());
+    std::vector<WatchedTopic> chosen;
+    const auto add = [&](const WatchedTopic& topic) {
+        if (std::ranges::find(chosen, topic.name, &WatchedTopic::name) == chosen.end())
+            chosen.push_back({topic.name, type ? type : topic.type});
+    };
+    if (names.empty()) std::ranges::for_each(all, add);
+    for (const std::string& name : names) {
+        const auto topic = std::ranges::find(all, name, &WatchedTopic::name);
+        if (topic == all.end()) {
+            std::string known;
+            for (const WatchedTopic& one : all) known += (known.empty() ? "" : ", ") + printable(one.name);
+            throw UnknownName(file + ": no topic " + printable(name) + "; there are " + known);
+        }
+        add(*topic);
+    }
+    return chosen;
+}
+
+}  // namespace
+
+RecordingSource::RecordingSource(const std::string& file, const std::vector<std::string>& topics,
+                                 const std::string& type)
+    : m_file(file), m_topics(choose(topicsOf(m_file, file), topics, type, file)),
+      m_scanner(std::make_unique<mcap::Scanner>(m_file, static_cast<mcap::RecordSink&>(*this)))
+{
+    if (fill()) m_now = m_samples.front().arrival.time;
+}
+
+void RecordingSource::channel(const mcap::Channel& channel)
+{
+    const auto topic = std::ranges::find(m_topics, channel.topic, &WatchedTopic::name);
+    if (topic != m_topics.end() && channel.encoding == recording::kCdr)
+        m_channels[channel.id] = static_cast<std::size_t>(topic - m_topics.begin());
+}
+
+void RecordingSource::message(const mcap::Message& message)
+{
+    const auto channel = m_channels.find(message.channel);
+    if (channel == m_channels.end()) return;
+    const RecordType& type = *m_topics[channel->second].type;
+    Sample sample{channel->second, {}, type.make()};
+    if (!readPayload(type, message.data, sample.record.get())) {
+        ++m_leftOut;
+        return;
+    }
+    const aspn2_msgs::idl::header& header = type.headerOf(sample.record.get());
+    sample.arrival = {timeOf(message.logTime), {}, 0, header.device_id(), header.seq_num()};
+    m_samples.push_back(std::move(sample));
+}
+
+/// False at the end.
+bool RecordingSource::fill()
+{
+    while (m_samples.empty() && m_scanner->step()) {
+    }
+    return !m_samples.empty();
+}
+
+std::vector<Sample> RecordingSource::take()
+{
+    std::vector<Sample> samples;
+    if (!fill() || m_samples.front().arrival.time > m_now) return samples;
+    samples.push_back(std::move(m_samples.front()));
+    m_samples.pop_front();
+    samples.front().arrival.time = m_now;  // which doesn't go back, whatever the recording says
+    return samples;
+}
+
+void RecordingSource::wait(const EndingSignals&, std::optional<Time> until)
+{
+    constexpr std::chrono::hours kLongest{1};  // pause in which time passes as it did
+    if (!fill()) {
+        m_hasEnded = true;
+        return;
+    }
+    const Time next = m_samples.front().arrival.time;
+    const bool isEarlier = until && *until < next && next - *until < kLongest;
+    m_now = std::max(m_now, isEarlier ? *until : next);
+}
+
+void runEchoOfRecording(const WatchOptions& options, std::ostream& output)
+{
+    EndingSignals signals;
+    RecordingSource source(options.recording, options.topics, options.type);
+    echoFrom(source, options, signals, output);
+}
+
+void runHzOfRecording(const WatchOptions& options, std::ostream& output)
+{
+    EndingSignals signals;
+    RecordingSource source(options.recording, options.topics, options.type);
+    hzFrom(source, options, signals, output);
+}
+
+}  // namespace orvanectl

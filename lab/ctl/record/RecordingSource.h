@@ -1,0 +1,51 @@
+#ifndef LAB_CTL_RECORD_RECORDINGSOURCE_H
+#define LAB_CTL_RECORD_RECORDINGSOURCE_H
+
+#include "lab/ctl/WatchRun.h"
+#include "lab/mcap/Reader.h"
+
+#include <deque>
+#include <memory>
+
+namespace orvanectl {
+
+/// The records of a recording, at their times of arrival. No time passes. Publishers are not known, nor what was lost on
+/// the way to the recorder: `info` tells that.
+class RecordingSource : public WatchSource, private mcap::RecordSink {
+public:
+    /// Throws `std::runtime_error` for what is no recording, `UnknownName` for topics and types that there are not.
+    /// @param topics  all without one
+    /// @param type    of all of them, whatever the recording says; empty: by the recording
+    RecordingSource(const std::string& file, const std::vector<std::string>& topics, const std::string& type);
+
+    const std::vector<WatchedTopic>& topics() const override { return m_topics; }
+    std::vector<Sample> take() override;
+    int publishersOf(std::size_t) const override { return 0; }
+    std::uint64_t leftOut() const override { return m_leftOut; }
+    TopicStatistics::Time now() const override { return m_now; }
+    bool hasEnded() const override { return m_hasEnded; }
+    void wait(const EndingSignals& signals, std::optional<TopicStatistics::Time> until) override;
+
+private:
+    void channel(const mcap::Channel& channel) override;
+    void message(const mcap::Message& message) override;
+
+    bool fill();
+
+    mcap::FileSource m_file;
+    std::vector<WatchedTopic> m_topics;
+    std::map<std::uint16_t, std::size_t> m_channels;  // to topics
+    std::deque<Sample> m_samples;
+    std::uint64_t m_leftOut = 0;  // none of their type
+    TopicStatistics::Time m_now{};
+    bool m_hasEnded = false;
+    std::unique_ptr<mcap::Scanner> m_scanner;
+};
+
+/// Runs `echo` and `hz` of `options.recording`. Throw as `runEcho` does.
+void runEchoOfRecording(const WatchOptions& options, std::ostream& output);
+void runHzOfRecording(const WatchOptions& options, std::ostream& output);
+
+}  // namespace orvanectl
+
+#endif

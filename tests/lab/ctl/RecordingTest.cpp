@@ -1,0 +1,360 @@
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "lab/ctl/record/CatalogueSchema.h"
+#include "lab/ctl/record/QueueCopy.h"
+#include "lab/ctl/record/RecordPayload.h"
+#include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/record/RecordingCut.h"
+#include "lab/ctl/record/RecordingInfo.h"
+#include "lab/ctl/record/RecordingRepair.h"
+#include "lab/ctl/record/RecordingSource.h"
+#include "tests/lab/ctl/Samples.h"
+#include "tests/lab/mcap/Recordings.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace orvanectl;
+using namespace recordings;
+using aspn2_msgs::idl::EventLog;
+
+namespace {
+
+Sample event(std::int64_t number, const std::string& text, std::int64_t sent = 0)
+{
+    auto record = std::make_shared<EventLog>();
+    record->header().seq_num(number);
+    record->header().device_id(0x01340100);
+    record->eventlog(text);
+    Sample sample{0, {}, record, sent};
+    sample.arrival.sequenceNumber = number;
+    return sample;
+}
+
+/// Records the topic "Log" and the queue "ZEN_HX".
+struct RecordingTest : testing::Test {
+    TextOutput output;
+    Recorder recorder{output, {{"Log", findRecordType("EventLog")}}, {"ZEN_HX"}, {{"domain", "7"}}};
+
+    RecordingInfo info() const { return infoOf(TextSource(output.text), "x.mcap"); }
+};
+
+std::string contentOf(const std::string& file)
+{
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+}  // namespace
+
+TEST(CatalogueSchemaTest, TypeComesWithAllThatItIsMadeOf)
+{
+    EXPECT_EQ(schemaTextOf("AssuranceState"), "module aspn2_msgs {\n"
+                                              "    module idl {\n"
+                                              "        struct timestamp { // at most 16 bytes\n"
+                                              "            long long sec;\n"
+                                              "            long nsec;\n"
+                                              "            long time_code;\n"
+                                              "        };\n"
+                                              "        struct header { // at most 44 bytes\n"
+                                              "            long long seq_num;\n"
+                                              "            timestamp timestamp_arrival;\n"
+                                              "            timestamp timestamp_valid;\n"
+                                              "            long device_id;\n"
+                                              "        };\n"
+                                              "        enum assurance_state_enum { assurance_state_enum_0 };\n"
+                                              "        struct AssuranceState { // at most 48 bytes\n"
+                                              "            header _header;\n"
+                                              "            assurance_state_enum assurance_state;\n"
+                                              "        };\n"
+                                              "    };\n"
+                                              "};\n");
+}
+
+TEST(CatalogueSchemaTest, TypeThatTheCatalogueHasNotIsRefused)
+{
+    EXPECT_THROW(schemaTextOf("Altitudes"), std::runtime_error);
+}
+
+TEST(CatalogueSchemaTest, EveryTypeOfATopicHasOne)
+{
+    for (const RecordType& type : recordTypes())
+        EXPECT_NE(schemaTextOf(type.name).find("struct " + std::string(type.name) + " {"), std::string::npos);
+}
+
+TEST(RecordPayloadTest, RecordOfAQueueIsReadAndWrittenAsItWas)
+{
+    const RecordType& type = *findRecordType("GSSIP");
+    const auto bytes = samples::bytesOf(samples::kWarningRecord);
+    const RecordPointer record = type.make();
+    ASSERT_TRUE(readPayload(type, bytes, record.get()));
+    EXPECT_EQ(type.headerOf(record.get()).seq_num(), 7);
+    EXPECT_EQ(payloadOf(type, record.get()), bytes);
+}
+
+TEST(RecordPayloadTest, OtherOrderIsReadToo)
+{
+    const RecordType& type = *findRecordType("GSSIP");
+    const RecordPointer record = type.make();
+    ASSERT_TRUE(readPayload(type, samples::bytesOf(samples::kAckRecord), record.get()));
+    EXPECT_EQ(type.headerOf(record.get()).seq_num(), 7);
+}
+
+TEST(RecordPayloadTest, BytesThatAreNoRecordAreRefused)
+{
+    const RecordType& type = *findRecordType("GSSIP");
+    const RecordPointer record = type.make();
+    for (std::size_t size = 0; size < samples::kAckRecord.size(); ++size)
+        EXPECT_FALSE(readPayload(type, samples::bytesOf(samples::kAckRecord.substr(0, size)), record.get())) << size;
+}
+
+TEST_F(RecordingTest, SampleIsRecordedWithItsNumberAndTimes)
+{
+    recorder.take(event(5, "hello", 1'000), 2'000);
+    recorder.close({});
+    const Reading reading = readingOf(output.text);
+    ASSERT_EQ(reading.messages.size(), 1U);
+    const std::string payload("\x00\x01\x00\x00\x05\x00\x00\x00\x00\x00\x00\x00", 12);
+    EXPECT_TRUE(reading.messages[0].starts_with("Log #5 2000 1000 " + payload)) << reading.messages[0];
+    EXPECT_NE(reading.messages[0].find("hello"), std::string::npos);
+}
+
+TEST_F(RecordingTest, SampleThatDoesNotTellWhenItWasSentHasTheTimeOfItsArrival)
+{
+    recorder.take(event(5, "hello"), 2'000);
+    recorder.close({});
+    EXPECT_TRUE(readingOf(output.text).messages.at(0).starts_with("Log #5 2000 2000 "));
+}
+
+TEST_F(RecordingTest, WhatIsSettledStaysWhenTheProcessIsGone)
+{
+    recorder.take(event(1, "one"), 1);
+    recorder.settle({});
+    recorder.take(event(2, "two"), 2);
+    EXPECT_EQ(readingOf(output.text).messages.size(), 1U);
+}
+
+TEST_F(RecordingTest, WhatWasMissedIsWrittenOnceItChanges)
+{
+    recorder.settle({{"Log", "3"}});
+    recorder.settle({{"Log", "3"}});
+    recorder.settle({{"Log", "4"}});
+    const auto lines = readingOf(output.text).lines;
+    EXPECT_EQ(std::ranges::count(lines, "metadata missed Log=3"), 1);
+    EXPECT_EQ(std::ranges::count(lines, "metadata missed Log=4"), 1);
+}
+
+TEST_F(RecordingTest, BusLinesAreNumbered)
+{
+    recorder.takeBusLine("{\"type\":\"tell\"}", 1);
+    recorder.takeBusLine("{}", 2);
+    recorder.close({});
+    EXPECT_EQ(readingOf(output.text).messages,
+              (std::vector<std::string>{"bus #0 1 1 {\"type\":\"tell\"}", "bus #1 2 2 {}"}));
+}
+
+TEST_F(RecordingTest, QueueIsRecordedByteForByteInPiecesOfAnySize)
+{
+    const std::string stream = samples::kWarningRecord + "no record" + samples::kAckRecord;
+    for (const std::size_t size : {1U, 7U, 110U, 1000U}) {
+        std::string all;
+        std::vector<std::int64_t> numbers;
+        const auto add = [&](Bytes bytes) { all.append(bytes.begin(), bytes.end()); };
+        QueueCutter cutter([&](Bytes bytes, std::int64_t number) { add(bytes), numbers.push_back(number); }, add);
+        for (std::size_t at = 0; at < stream.size(); at += size)
+            cutter.take(mcap::bytesOf(stream).subspan(at, std::min(size, stream.size() - at)));
+        cutter.end();
+        EXPECT_EQ(all, stream) << size;
+        ASSERT_FALSE(numbers.empty()) << size;
+        EXPECT_EQ(numbers[0], 7) << size;
+    }
+}
+
+TEST_F(RecordingTest, InfoTellsChannelsGapsAndWhatWasMissed)
+{
+    recorder.take(event(1, "one"), 1'000'000'000);
+    recorder.take(event(2, "two"), 2'000'000'000);
+    recorder.take(event(5, "five"), 4'000'000'000);
+    recorder.close({{"Log", "2"}, {"left out", "0"}});
+    std::string text = infoText(info());
+    text = text.substr(text.find('\n') + 1);  // its first line tells bytes
+    EXPECT_EQ(text, "domain: 7\n"
+                    "channel        messages    rate Hz  longest s       gaps    missing       back     missed  type\n"
+                    "Log                   3      0.667      2.000          1          2          0          2  "
+                    "aspn2_msgs::idl::EventLog\n"
+                    "queue/ZEN_HX          0      0.000      0.000          0          0          0          -  "
+                    "aspn2_msgs::idl::GSSIP\n");
+}
+
+TEST_F(RecordingTest, InfoOfWhatWasCutSaysSo)
+{
+    recorder.take(event(1, "one"), 1'000'000'000);
+    recorder.settle({});
+    EXPECT_FALSE(info().isClosed);
+    EXPECT_NE(infoText(info()).find("not closed"), std::string::npos);
+}
+
+TEST_F(RecordingTest, RecordThatIsNoneOfItsTypeIsCounted)
+{
+    TextOutput other;
+    mcap::Writer writer(other, {});
+    const auto schema = writer.addSchema("aspn2_msgs::idl::EventLog", "omgidl", "");
+    writer.add(mcap::Message{writer.addChannel(schema, "Log", "cdr", {}), 0, 1, 1, mcap::bytesOf("garbage")});
+    writer.close();
+    EXPECT_EQ(infoOf(TextSource(other.text), "x.mcap").channels.at(0).unreadable, 1U);
+}
+
+TEST_F(RecordingTest, RepairClosesInPlaceAndLeavesWhatIsWhole)
+{
+    recorder.take(event(1, "one"), 1);
+    recorder.settle({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text + "\x06torn");
+    EXPECT_EQ(repairRecording(file, ""),
+              file + ": closed, with 1 messages; 5 bytes at the end and 0 damaged places left out\n");
+    EXPECT_TRUE(infoOf(file).isClosed);
+    EXPECT_EQ(repairRecording(file, ""), file + ": is whole\n");
+}
+
+TEST_F(RecordingTest, RepairOfWhatIsNoRecordingLeavesItAlone)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", "text");
+    EXPECT_THROW(repairRecording(file, ""), std::runtime_error);
+    EXPECT_EQ(contentOf(file), "text");
+    EXPECT_FALSE(std::filesystem::exists(file + ".repaired"));
+}
+
+TEST_F(RecordingTest, RepairIntoAFileThatIsThereIsRefused)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    const std::string other = directory.write("other.mcap", "mine");
+    EXPECT_THROW(repairRecording(file, other), std::runtime_error);
+    EXPECT_EQ(contentOf(other), "mine");
+}
+
+TEST(RecordingTimeTest, DatesHaveMilliseconds)
+{
+    EXPECT_EQ(dateText(0), "1970-01-01T00:00:00.000Z");
+    EXPECT_EQ(dateText(4'102'444'800'012'999'999), "2100-01-01T00:00:00.012Z");
+}
+
+namespace {
+
+WatchOptions optionsFor(const std::string& topic, std::uint64_t count = 0, double seconds = 0, double every = 1)
+{
+    WatchOptions options;
+    if (!topic.empty()) options.topics = {topic};
+    options.count = count;
+    options.seconds = seconds;
+    options.everySeconds = every;
+    return options;
+}
+
+/// What `echo` or `hz` shows of a recording.
+std::string shown(void (*run)(const WatchOptions&, std::ostream&), const std::string& file, WatchOptions options)
+{
+    options.recording = file;
+    std::ostringstream text;
+    run(options, text);
+    return text.str();
+}
+
+/// A file with three events, at 1, 2 and 4 s.
+struct RecordedEventsTest : RecordingTest {
+    RecordedEventsTest()
+    {
+        recorder.take(event(1, "one"), 1'000'000'000);
+        recorder.take(event(2, "two"), 2'000'000'000);
+        recorder.settle({});
+        recorder.take(event(5, "five"), 4'000'000'000);
+        recorder.close({});
+        file = directory.write("x.mcap", output.text);
+    }
+
+    const TemporaryDirectory directory;
+    std::string file;
+};
+
+}  // namespace
+
+TEST_F(RecordedEventsTest, EchoShowsThemAsItShowsLiveOnes)
+{
+    EXPECT_EQ(shown(runEchoOfRecording, file, optionsFor("Log")),
+              "0.000000000  OrvaneServer (52)  #1  GENERAL  one\n"
+              "0.000000000  OrvaneServer (52)  #2  GENERAL  two\n"
+              "0.000000000  OrvaneServer (52)  #5  GENERAL  five\n"
+              "orvanectl: 3 records in 3.0 s, 1 gap with 2 missing, 0 back, 0 lost\n");
+}
+
+TEST_F(RecordedEventsTest, EchoEndsAfterItsCountAndItsTime)
+{
+    const std::string sumOfTwo = "orvanectl: 2 records in 1.0 s, 0 gaps with 0 missing, 0 back, 0 lost\n";
+    EXPECT_TRUE(shown(runEchoOfRecording, file, optionsFor("Log", 2)).ends_with(sumOfTwo));
+    EXPECT_TRUE(shown(runEchoOfRecording, file, optionsFor("Log", 0, 1.5))
+                    .ends_with("orvanectl: 2 records in 1.5 s, 0 gaps with 0 missing, 0 back, 0 lost\n"));
+}
+
+TEST_F(RecordedEventsTest, HzReportsByTheTimesOfTheRecording)
+{
+    const std::string text = shown(runHzOfRecording, file, optionsFor("Log", 0, 0, 2));
+    EXPECT_EQ(text, "topic   rate Hz  longest s  records  gaps  missing  back  lost  pubs  from\n"
+                    "Log       1.000      1.000        2     0        0     0     0     0  OrvaneServer (52)\n"
+                    "\n"
+                    "topic   rate Hz  longest s  records  gaps  missing  back  lost  pubs  from\n"
+                    "Log       0.667      2.000        3     1        2     0     0     0  OrvaneServer (52)\n"
+                    "\n"
+                    "orvanectl: 3 records in 3.0 s, 1 gap with 2 missing, 0 back, 0 lost\n");
+}
+
+TEST_F(RecordedEventsTest, TopicThatTheRecordingHasNotIsAnsweredWithThoseItHas)
+{
+    try {
+        shown(runEchoOfRecording, file, optionsFor("Lag"));
+        FAIL();
+    } catch (const UnknownName& error) {
+        EXPECT_EQ(error.what(), file + ": no topic Lag; there are Log, queue/ZEN_HX");
+    }
+}
+
+TEST_F(RecordedEventsTest, RecordingThatWasCutIsShownUpToItsLastChunk)
+{
+    const std::string cut = directory.write("cut.mcap", output.text.substr(0, output.text.size() - 40));
+    EXPECT_NE(shown(runEchoOfRecording, cut, optionsFor("Log")).find("two"), std::string::npos);
+}
+
+TEST_F(RecordedEventsTest, PauseOfYearsTakesNoTime)
+{
+    TextOutput other;
+    Recorder late(other, {{"Log", findRecordType("EventLog")}}, {}, {});
+    late.take(event(1, "one"), 1);
+    late.take(event(2, "two"), 9'000'000'000'000'000'000);
+    late.close({});
+    const std::string text =
+        shown(runHzOfRecording, directory.write("late.mcap", other.text), optionsFor("", 0, 0, 0.001));
+    EXPECT_LT(text.size(), 1000U);
+}
+
+TEST_F(RecordedEventsTest, CutKeepsATimeAndAChannel)
+{
+    const std::string into = file + ".part";
+    EXPECT_EQ(cutRecording({file, into, 0.5, 1.5, {"Log"}}), into + ": 1 messages of 1 channels\n");
+    EXPECT_EQ(infoOf(into).channels.at(0).first, 2'000'000'000U);
+}
+
+TEST_F(RecordedEventsTest, CutOfAChannelThatThereIsNotIsAnsweredWithThoseThereAre)
+{
+    try {
+        cutRecording({file, file + ".part", 0, std::nullopt, {"Lag"}});
+        FAIL();
+    } catch (const UnknownName& error) {
+        EXPECT_EQ(error.what(), file + ": no channel Lag; there are Log, queue/ZEN_HX");
+    }
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+}

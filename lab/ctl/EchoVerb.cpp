@@ -1,4 +1,5 @@
 #include "lab/ctl/WatchVerb.h"
+#include "lab/ctl/record/RecordingSource.h"
 
 namespace orvanectl {
 
@@ -11,6 +12,7 @@ constexpr const char* kExamples =
     "  orvanectl echo UTCTime --count 1             a paragraph with every field\n"
     "  orvanectl echo EventLog MaintenanceEvent --json --for 60\n"
     "  orvanectl echo --type GSSIP Frames           a topic that the connection file has not\n"
+    "  orvanectl echo EventLog --recording drive.mcap   what a recording has\n"
     "\n"
     "Ctrl-C ends it; the last line sums up. Exit status: 0 when all went well, 1 if the connection\n"
     "file or a DDS participant can't be had, 2 for a wrong command line, also for a topic or a type\n"
@@ -31,7 +33,7 @@ Verb addEchoVerb(CLI::App& tool)
     command->add_flag("--full", options->full, "a paragraph with every field for all types");
     command->add_flag("--backfill", options->backfill,
                       "first the records that publishers still hold; they send again then what is lost on the way");
-    return {command, [options] { return runWatch(runEcho, *options); }};
+    return {command, [options] { return runWatch(runEcho, runEchoOfRecording, *options); }};
 }
 
 }  // namespace orvanectl

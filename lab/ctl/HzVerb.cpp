@@ -1,4 +1,5 @@
 #include "lab/ctl/WatchVerb.h"
+#include "lab/ctl/record/RecordingSource.h"
 
 namespace orvanectl {
 
@@ -9,6 +10,7 @@ constexpr const char* kExamples =
     "  orvanectl hz                                 all topics of the connection file\n"
     "  orvanectl hz PositionVelocityAttitude --window 5\n"
     "  orvanectl hz --every 10 --count 1 --json     one report, after 10 seconds\n"
+    "  orvanectl hz --recording drive.mcap\n"
     "\n"
     "gaps: places where sequence numbers of a source are missing, and how many; back: numbers not\n"
     "higher than the one before; lost: records that were sent and have not arrived here.\n"
@@ -36,7 +38,7 @@ Verb addHzVerb(CLI::App& tool)
         ->check(isSeconds())
         ->type_name("SECONDS")
         ->capture_default_str();
-    return {command, [options] { return runWatch(runHz, *options); }};
+    return {command, [options] { return runWatch(runHz, runHzOfRecording, *options); }};
 }
 
 }  // namespace orvanectl

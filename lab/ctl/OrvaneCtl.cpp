@@ -11,9 +11,10 @@
 namespace {
 
 constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {
-    orvanectl::addDecodeVerb, orvanectl::addBusVerb,  orvanectl::addEchoVerb, orvanectl::addHzVerb,
-    orvanectl::addCheckVerb,  orvanectl::addPubVerb,  orvanectl::addSeqVerb,  orvanectl::addWhyVerb,
-    orvanectl::addTopVerb,    orvanectl::addServeVerb};
+    orvanectl::addDecodeVerb, orvanectl::addBusVerb,    orvanectl::addEchoVerb, orvanectl::addHzVerb,
+    orvanectl::addCheckVerb,  orvanectl::addPubVerb,    orvanectl::addSeqVerb,  orvanectl::addWhyVerb,
+    orvanectl::addTopVerb,    orvanectl::addRecordVerb, orvanectl::addInfoVerb, orvanectl::addCutVerb,
+    orvanectl::addRepairVerb, orvanectl::addServeVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"
@@ -25,6 +26,7 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl why --for 60\n"
                                   "  orvanectl top\n"
                                   "  orvanectl serve\n"
+                                  "  orvanectl record -o drive.mcap --for 5\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";

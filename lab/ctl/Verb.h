@@ -41,6 +41,18 @@ Verb addWhyVerb(CLI::App& tool);
 /// Prints how often records of DDS topics come.
 Verb addHzVerb(CLI::App& tool);
 
+/// Records DDS topics, the bus and queues.
+Verb addRecordVerb(CLI::App& tool);
+
+/// Tells what a recording has.
+Verb addInfoVerb(CLI::App& tool);
+
+/// Writes a part of a recording.
+Verb addCutVerb(CLI::App& tool);
+
+/// Closes a recording that was cut off.
+Verb addRepairVerb(CLI::App& tool);
+
 /// Shows all of it on one screen.
 Verb addTopVerb(CLI::App& tool);
 

@@ -25,16 +25,18 @@ void addWatchOptions(CLI::App& command, WatchOptions& options)
     command.add_option("--connections", options.connections, "domain, transport and topics, as the service reads them")
         ->type_name("FILE")
         ->capture_default_str();
+    command.add_option("--recording", options.recording, "shows a recording in place of what is sent now")
+        ->type_name("FILE");
     command.add_option("--type", options.type, "of the records, whatever FILE says; the topic needn't be there then")
         ->type_name("NAME");
     command.add_option("--for", options.seconds, "end after so long")->check(isSeconds())->type_name("SECONDS");
     command.add_flag("--json", options.json, "one JSON object a line");
 }
 
-ExitStatus runWatch(void (*watch)(const WatchOptions&, std::ostream&), const WatchOptions& options)
+ExitStatus runWatch(Watch live, Watch ofRecording, const WatchOptions& options)
 {
     try {
-        watch(options, std::cout);
+        (options.recording.empty() ? live : ofRecording)(options, std::cout);
         return kDone;
     } catch (const UnknownName& error) {
         printLine(std::cerr, "orvanectl: ", error.what());

@@ -8,14 +8,15 @@
 
 namespace orvanectl {
 
-/// Adds what verbs that watch topics have in common: --connections, --type, --for and --json.
+/// Adds what verbs that watch topics have in common: --connections, --recording, --type, --for and --json.
 void addWatchOptions(CLI::App& command, WatchOptions& options);
 
 /// A length of time in seconds, from a millisecond to a year.
 CLI::Validator isSeconds();
 
-/// Runs it; what goes wrong is a line on standard error.
-ExitStatus runWatch(void (*watch)(const WatchOptions&, std::ostream&), const WatchOptions& options);
+/// Runs it, of a recording if one is named; what goes wrong is a line on standard error.
+using Watch = void (*)(const WatchOptions&, std::ostream&);
+ExitStatus runWatch(Watch live, Watch ofRecording, const WatchOptions& options);
 
 }  // namespace orvanectl
 

@@ -1,0 +1,59 @@
+#include "lab/ctl/Verb.h"
+#include "lab/ctl/record/RecordingInfo.h"
+#include "utilities/ConsoleLine.h"
+
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+namespace orvanectl {
+
+namespace {
+
+struct Options {
+    std::string file;
+    bool json = false;
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  orvanectl info drive.mcap\n"
+    "  orvanectl info drive.mcap --json\n"
+    "\n"
+    "gaps: places where sequence numbers of a source are missing, and how many; back: numbers not higher\n"
+    "than the one before; missed: records that were sent and did not arrive at the recorder.\n"
+    "\n"
+    "Exit status: 0 if FILE is whole, 1 if it was cut off or is damaged, or can't be read, 2 for a wrong\n"
+    "command line.";
+
+ExitStatus info(const Options& options)
+{
+    try {
+        const RecordingInfo info = infoOf(options.file);
+        std::cout << (options.json ? infoJson(info) : infoText(info));
+        if (!std::cout.flush()) {
+            printLine(std::cerr, "orvanectl: cannot write to standard output");
+            return kFailed;
+        }
+        return info.isClosed && info.problemCount == 0 ? kDone : kFailed;
+    } catch (const std::exception& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return kFailed;
+    }
+}
+
+}  // namespace
+
+Verb addInfoVerb(CLI::App& tool)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command = tool.add_subcommand(
+        "info", "Tell what a recording has: its time, and for each channel counts, rates, gaps and what was missed.");
+    command->footer(kExamples);
+    command->add_option("FILE", options->file, "the recording")->required()->type_name("");
+    command->add_flag("--json", options->json, "one JSON object");
+    return {command, [options] { return info(*options); }};
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,52 @@
+#include "lab/ctl/Verb.h"
+#include "lab/ctl/record/RecordingRepair.h"
+#include "utilities/ConsoleLine.h"
+
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+namespace orvanectl {
+
+namespace {
+
+struct Options {
+    std::string file;
+    std::string into;
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  orvanectl repair drive.mcap                   in its place\n"
+    "  orvanectl repair drive.mcap -o whole.mcap     into another file\n"
+    "\n"
+    "Exit status: 0 if FILE was whole or is now, 1 if it is no recording or can't be read or written, 2 for\n"
+    "a wrong command line.";
+
+ExitStatus repair(const Options& options)
+{
+    try {
+        std::cout << repairRecording(options.file, options.into);
+        if (std::cout.flush()) return kDone;
+        printLine(std::cerr, "orvanectl: cannot write to standard output");
+    } catch (const std::exception& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+    }
+    return kFailed;
+}
+
+}  // namespace
+
+Verb addRepairVerb(CLI::App& tool)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command =
+        tool.add_subcommand("repair", "Close a recording that was cut off, with all that can be read of it.");
+    command->footer(kExamples);
+    command->add_option("FILE", options->file, "the recording")->required()->type_name("");
+    command->add_option("-o,--output", options->into, "a new file; FILE itself without it")->type_name("FILE");
+    return {command, [options] { return repair(*options); }};
+}
+
+}  // namespace orvanectl

@@ -77,9 +77,9 @@ function showNavigation({ navigation }) {
   setRows(within('navigation', '.values'), values([
     ['Time of validity', navigation ? timeWords(navigation.timeOfValidity) : NONE],
     ['GPS seconds', number(record.gpsSeconds, 3, 's')],
-    ['Figure of merit', valid('fom', 'fomValid', 0)],
-    ['Expected', valid('efom', 'efomValid', 0)],
-    ['Time', valid('tfom', 'tfomValid', 0)],
+    ['FOM', valid('fom', 'fomValid', 0)],
+    ['EFOM', valid('efom', 'efomValid', 0)],
+    ['TFOM', valid('tfom', 'tfomValid', 0)],
     ['Horizontal error', valid('horizontalPositionError_m', 'horizontalPositionErrorValid', 2, 'm')],
     ['Vertical error', valid('verticalPositionError_m', 'verticalPositionErrorValid', 2, 'm')],
     ['Horizontal velocity', valid('horizontalVelocityError_m_per_s', 'horizontalVelocityErrorValid', 3, 'm/s')],

@@ -192,11 +192,11 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
          "orvanectl: decode: no option \"--jsn\"; did you mean \"--json\"? (orvanectl --help tells more)\n"},
         {"decode --fromat=frames",
          "orvanectl: decode: no option \"--fromat\"; did you mean \"--format\"? (orvanectl --help tells more)\n"},
-        {"xyzzy", "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, why, top, "
+        {"xyzzy", "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, why, top, serve, "
                   "completion (orvanectl "
                   "--help tells "
                   "more)\n"},
-        {"", "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, why, top, completion "
+        {"", "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, why, top, serve, completion "
              "(orvanectl --help tells "
              "more)\n"}};
     for (const auto& [arguments, said] : rows) {

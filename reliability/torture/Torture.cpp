@@ -41,7 +41,7 @@ constexpr const char* kUsage =
     "  --at-most N  so many calls of a kind and phase, picked by chance where there are more (default: all, but 60\n"
     "               allocations of the libraries)\n"
     "  --caller T   calls of objects with T in their names only (default: those of OrvaneServer, then those of all;\n"
-    "               --short: by turns)\n"
+    "               --short: by turns, without memory of libraries)\n"
     "  --on         all calls from the N-th on fail, to the end of the phase\n"
     "  --for N      begins no service after N seconds, from when the calls are counted; --short: after 14\n"
     "  --beside N   so many services beside each other (default: 4)\n"
@@ -317,6 +317,8 @@ private:
 
     void addPoints(Point point, std::vector<Point>& points)
     {
+        // Memory of libraries: some end the process where they have none, for reasons of their own.
+        if (m_options.isShort && point.kind == "malloc" && point.caller != kService) return;
         const std::uint64_t last = m_calls[rowOf(point)];
         std::uint64_t most = m_options.atMost;
         if (most == 0) most = point.kind == "malloc" && point.caller != kService ? kForeignAllocations : kAll;

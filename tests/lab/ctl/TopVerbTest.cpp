@@ -159,6 +159,14 @@ TEST_F(TopVerbTest, AFaultGivesTheTerminalBack)
     EXPECT_EQ(ended(), "139\n");
 }
 
+TEST_F(TopVerbTest, ASignalThatNobodyUsesGivesTheTerminalBack)
+{
+    start();
+    ASSERT_TRUE(shows("no OrvaneServer")) << screen();
+    send("USR1");
+    EXPECT_EQ(ended(), "138\n");
+}
+
 TEST_F(TopVerbTest, StoppedItGivesTheTerminalBackAndGoesOn)
 {
     const auto type = [](const std::string& line) { tmux({"send-keys", "-t", "0", line, "Enter"}); };

@@ -199,11 +199,9 @@ SetFinding findingOf(std::string_view text)
 
 std::string componentOf(std::string_view text)
 {
-    std::vector<std::string_view> names;
-    for (const std::string& name : componentNames()) {
-        if (name == text) return name;
-        names.push_back(name);
-    }
+    const std::vector<std::string> components = componentNames();
+    if (std::ranges::find(components, text) != components.end()) return std::string(text);
+    const std::vector<std::string_view> names(components.begin(), components.end());
     throw labtext::noneOf(names, text, text, "has no part numbers");
 }
 

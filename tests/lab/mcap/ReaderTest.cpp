@@ -34,7 +34,9 @@ TEST(ReaderTest, CutAtAnyByteItIsReadUpToTheLastWholeChunk)
     const auto all = readingOf(whole).messages;
     ASSERT_EQ(all.size(), 6U);
     std::vector<std::size_t> chunkEnds;
-    for (const auto& chunk : mcap::readSummary(TextSource(whole))->chunks)
+    const auto summary = mcap::readSummary(TextSource(whole));
+    ASSERT_TRUE(summary);
+    for (const auto& chunk : summary->chunks)
         chunkEnds.push_back(static_cast<std::size_t>(chunk.offset + chunk.length));
     for (std::size_t size = 0; size < whole.size(); ++size) {
         Reading reading;

@@ -61,7 +61,7 @@ TEST(TrackFileTest, WrongLineOfCsvIsNamed)
     EXPECT_EQ(csvError("0,39,x\n"), "a.csv:1: 'x' is no longitude from -180 to 180");
     EXPECT_EQ(csvError("0,39,-76,1e9\n"), "a.csv:1: '1e9' is no height");
     EXPECT_EQ(csvError("0,39,-76,1,2\n"), "a.csv:1: '2' is one field too many");
-    EXPECT_EQ(csvError("time,lat,lon\ntime,lat,lon\n"), "a.csv:2: 'time' is no number of seconds");
+    EXPECT_EQ(csvError("time,lat,lon\ntime,lat,lon\n"), "a.csv:2: 'time' is no number of seconds, up to 100000000");
     EXPECT_EQ(csvError("x,91,y\n0,91,x\n"), "a.csv:2: '91' is no latitude from -90 to 90");
     EXPECT_EQ(csvError("# nothing\n"), "a.csv: has no point");
 }

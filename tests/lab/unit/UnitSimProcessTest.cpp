@@ -111,6 +111,5 @@ TEST_F(UnitSimProcessTest, LineOfAScenarioThatIsWrongIsRefusedInOneLine)
     EXPECT_EQ(process.wait(), (Ending{2, 0}));
     EXPECT_EQ(process.errors(),
               "unit-sim: " + scenario +
-                  ":2: 'gps-bakc' is nothing that happens: threat, warn, gps-lost, gps-back, answers, "
-                  "silent, speaking, bit, command, fault, quality (unit-sim --help tells more)\n");
+                  ":2: 'gps-bakc' is nothing that happens; did you mean gps-back? (unit-sim --help tells more)\n");
 }

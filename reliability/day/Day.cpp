@@ -70,8 +70,8 @@ public:
                                                            .partNumbers = {},
                                                            .threats = {},
                                                            .warnings = {},
-                                                           .clearings = {},
-                                                           .tests = {},
+                                                           .clearings = TellLedger(patienceAt(rate, isAccelerated)),
+                                                           .tests = TellLedger(patienceAt(rate, isAccelerated)),
                                                            .answers = {}}
     {}
 
@@ -241,6 +241,13 @@ private:
         judgeGrowth(samples);
         m_unit.stopService();
         enter();  // what came behind all that has been judged
+    }
+
+    /// What clients ask for comes from outside the unit's time: two seconds of the machine pass for it, too.
+    static double patienceAt(std::int64_t rate, bool isAccelerated)
+    {
+        return isAccelerated ? std::max(TellLedger::kPatience, 2.0 * static_cast<double>(rate) / 1e3)
+                             : TellLedger::kPatience;
     }
 
     /// What clients ask for when its time has come; what a pause has left behind is left out.

@@ -10,7 +10,7 @@ TellLedger::Verdict TellLedger::verdict(double from, double to) const
         if (*sent++ <= to) ++verdict.due, ++verdict.missing;
     };
     for (auto told = std::ranges::lower_bound(m_told, from - kSlack); told != m_told.end(); ++told) {
-        while (sent != m_sent.end() && *sent + kPatience < *told) passOver();
+        while (sent != m_sent.end() && *sent + m_patience < *told) passOver();
         if (sent == m_sent.end() || *sent > *told + kSlack)
             ++verdict.unexpected;
         else

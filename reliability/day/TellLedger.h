@@ -13,6 +13,9 @@ public:
     /// By so much the two clocks may differ.
     static constexpr double kSlack = 2.0;
 
+    /// @param patience  within which what was sent must be told, in seconds
+    explicit TellLedger(double patience = kPatience) : m_patience(patience) {}
+
     void addSent(double at, std::size_t count = 1) { m_sent.insert(m_sent.end(), count, at); }
     void addTold(double at, std::size_t count = 1) { m_told.insert(m_told.end(), count, at); }
 
@@ -29,6 +32,7 @@ public:
     Verdict verdict(double from, double to) const;
 
 private:
+    double m_patience;
     std::vector<double> m_sent;
     std::vector<double> m_told;
 };

@@ -11,12 +11,14 @@
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
+#include <string>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -31,6 +33,21 @@ void* asData(int number)
 {
     return reinterpret_cast<void*>(static_cast<std::intptr_t>(number));
 }
+
+/// A minute for all that is done beside it: a service that lives on makes calls for ever.
+class Deadline {
+public:
+    explicit Deadline(std::string what) : m_what(std::move(what)) {}
+
+    void check() const
+    {
+        if (std::chrono::steady_clock::now() > m_end) throw std::runtime_error(m_what + " for a minute");
+    }
+
+private:
+    const std::string m_what;
+    const std::chrono::steady_clock::time_point m_end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+};
 
 /// Waits for a stop of the process; false if it has ended, which is left to be waited for.
 bool awaitStop(pid_t process, int& status)
@@ -96,9 +113,11 @@ std::string HeldThread::textToWrite() const
 
 bool HeldThread::runTo(const std::string& text)
 {
+    const Deadline deadline("\"" + text + "\" has not been written");
     while (const auto stop = next()) {
         if (stop->isCall && textToWrite().find(text) != std::string::npos) return true;
         m_toDeliver = stop->signal;
+        deadline.check();
     }
     return false;
 }
@@ -114,6 +133,7 @@ bool HeldThread::sendTwice(int signal)
             return state == SignalState::Taken;
         }
     }
+    const Deadline deadline("the signal has not come");
     while (const auto stop = next()) {
         if (stop->signal == signal) {
             kill(m_process, signal);
@@ -121,6 +141,7 @@ bool HeldThread::sendTwice(int signal)
             return true;
         }
         m_toDeliver = stop->signal;
+        deadline.check();
     }
     return false;
 }

@@ -33,26 +33,15 @@ bool isMagic(Bytes bytes)
     return std::ranges::equal(bytes, kMagic);
 }
 
-/// The front of a chunk tells whether there is anything in it. If it can't be read the chunk can't be either.
-bool isOutside(const Source& source, std::uint64_t offset, TimeRange range)
+bool isSkipped(Op op)
 {
-    const auto bytes = readBytes(source, offset + kFrontSize, 16);
-    ByteReader reader(bytes);
-    const std::uint64_t start = reader.u64();
-    const std::uint64_t end = reader.u64();
-    return start <= end && (end < range.start || start > range.end);
-}
-
-bool isSkipped(const Source& source, std::uint64_t offset, Front front, TimeRange range)
-{
-    switch (static_cast<Op>(front.op)) {
+    switch (op) {
     case Op::Schema:
     case Op::Channel:
     case Op::Message:
+    case Op::Chunk:
     case Op::Metadata:
         return false;
-    case Op::Chunk:
-        return front.length >= 16 && isOutside(source, offset, range);
     case Op::Header:
     case Op::Footer:
     case Op::MessageIndex:
@@ -213,7 +202,7 @@ private:
 };
 
 Scanner::Scanner(const Source& source, RecordSink& sink, TimeRange range)
-    : m_source(source), m_sink(sink), m_range(range), m_gate(std::make_unique<RecordGate>(sink, range))
+    : m_source(source), m_sink(sink), m_gate(std::make_unique<RecordGate>(sink, range))
 {
     m_result.isRecording = source.size() >= kMagic.size() && isMagic(readBytes(source, 0, kMagic.size()));
     m_result.end = m_result.isRecording ? kMagic.size() : 0;
@@ -234,7 +223,7 @@ bool Scanner::step()
         return false;
     }
     if (front.length > m_source.size() - m_result.end - kFrontSize) return false;  // it is cut off
-    if (!isSkipped(m_source, m_result.end, front, m_range)) {
+    if (!isSkipped(static_cast<Op>(front.op))) {
         if (front.length > kLargest)
             m_sink.problem(m_result.end, "record is too large");
         else

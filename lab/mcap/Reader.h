@@ -65,14 +65,14 @@ public:
 private:
     const Source& m_source;
     RecordSink& m_sink;
-    const TimeRange m_range;
     std::unique_ptr<RecordGate> m_gate;
     ScanResult m_result;
     bool m_hasEnded = false;
 };
 
-/// Reads from front to back, without the summary. Messages of other times are left out, and chunks of such are not even
-/// read. What the sink throws comes out.
+/// Reads from front to back, without the summary. Messages of other times are left out. Their chunks are read
+/// nevertheless: others put schemas and channels there, and what a chunk says of its times is under no checksum. What the
+/// sink throws comes out.
 ScanResult scan(const Source& source, RecordSink& sink, TimeRange range = {});
 
 /// What stands at the end of a recording that was closed.

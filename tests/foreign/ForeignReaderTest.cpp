@@ -1,4 +1,5 @@
 #include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/record/RecordingCut.h"
 #include "tests/aspn2_msgs/AllRecords.h"
 #include "tests/lab/mcap/Recordings.h"
 #include "tests/support/ChildProcess.h"
@@ -166,4 +167,14 @@ TEST_F(ForeignReaderTest, WhatOthersWriteIsReadMessageByMessage)
     foreign({"copy", file, copy});
     EXPECT_EQ(messagesOf(copy), messagesOf(file));
     EXPECT_TRUE(mcap::readSummary(mcap::FileSource(copy)));
+}
+
+TEST_F(ForeignReaderTest, WhatOthersWriteIsCutWithoutLosingAChannel)
+{
+    const std::string copy = file + ".copy", part = file + ".part";
+    foreign({"copy", file, copy});
+    cutRecording({copy, part, 10e-6, std::nullopt, {}});  // a message each microsecond
+    const auto all = messagesOf(file);
+    ASSERT_EQ(all.size(), 33U);
+    EXPECT_EQ(messagesOf(part), std::vector<std::string>(all.begin() + 10, all.end()));
 }

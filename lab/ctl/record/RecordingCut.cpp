@@ -52,7 +52,8 @@ std::string cutRecording(const CutOptions& options)
     const mcap::CopyResult copied = mcap::copy(source, output, {}, filter);
     output.sync();
     return options.into + ": " + std::to_string(copied.written.messages) + " messages of " +
-           std::to_string(copied.written.channels) + " channels\n";
+           std::to_string(copied.written.channels) + " channels" +
+           (copied.problems > 0 ? "; " + std::to_string(copied.problems) + " damaged places left out\n" : "\n");
 }
 
 }  // namespace orvanectl

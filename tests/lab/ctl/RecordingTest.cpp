@@ -348,6 +348,15 @@ TEST_F(RecordedEventsTest, CutKeepsATimeAndAChannel)
     EXPECT_EQ(infoOf(into).channels.at(0).first, 2'000'000'000U);
 }
 
+TEST_F(RecordedEventsTest, CutOfWhatIsDamagedSaysSo)
+{
+    std::string damaged = recordingOf(6, false);
+    damaged[damaged.find("data2")] = 'D';
+    const std::string into = file + ".part";
+    EXPECT_EQ(cutRecording({directory.write("damaged.mcap", damaged), into, 0, std::nullopt, {}}),
+              into + ": 4 messages of 2 channels; 1 damaged places left out\n");
+}
+
 TEST_F(RecordedEventsTest, CutOfAChannelThatThereIsNotIsAnsweredWithThoseThereAre)
 {
     try {

@@ -1,3 +1,4 @@
+#include "lab/mcap/Crc32.h"
 #include "tests/lab/mcap/Recordings.h"
 
 #include <gtest/gtest.h>
@@ -25,6 +26,30 @@ std::size_t chunkPlace(const std::string& text)
     constexpr std::size_t kFront = 9 + 8 + 8 + 8 + 4 + 4 + 8;
     return placeOf(text, "data0") - 31 - kFront;
 }
+
+/// A recording that was cut off, of chunks as others write them.
+struct ChunksOfOthers {
+    ChunksOfOthers() { bytes.raw(mcap::kMagic); }
+
+    /// @param start, end  what it says of its times
+    void add(std::uint64_t start, std::uint64_t end, const mcap::ByteWriter& records)
+    {
+        mcap::ByteWriter content;
+        content.u64(start);
+        content.u64(end);
+        content.u64(records.size());
+        content.u32(mcap::crc32Of(records.bytes()));
+        content.text("");
+        content.u64(records.size());
+        content.raw(records.bytes());
+        mcap::writeFront(bytes, mcap::Op::Chunk, content.size());
+        bytes.raw(content.bytes());
+    }
+
+    std::string text() const { return {bytes.bytes().begin(), bytes.bytes().end()}; }
+
+    mcap::ByteWriter bytes;
+};
 
 }  // namespace
 
@@ -145,6 +170,31 @@ TEST(ReaderTest, OtherTimesAreLeftOut)
     const std::vector<std::string> expected = {"B #3 1030 903 data3xxxxxxxxxxxxxxxxxxxx",
                                                "A #4 1040 904 data4xxxxxxxxxxxxxxxxxxxx"};
     EXPECT_EQ(readingOf(text, {1030, 1040}).messages, expected);
+}
+
+TEST(ReaderTest, ChannelThatStandsInAChunkOfOtherTimesIsKnown)
+{
+    mcap::ByteWriter first, second;
+    mcap::write(first, mcap::Channel{0, 0, "A", "json", {}});
+    mcap::write(first, mcap::Message{0, 0, 1, 1, mcap::bytesOf("one")});
+    mcap::write(second, mcap::Message{0, 1, 5, 5, mcap::bytesOf("five")});
+    ChunksOfOthers recording;
+    recording.add(1, 1, first);
+    recording.add(5, 5, second);
+    const Reading reading = readingOf(recording.text(), {3, 6});
+    EXPECT_EQ(reading.messages, std::vector<std::string>{"A #1 5 5 five"});
+    EXPECT_EQ(reading.problems, std::vector<std::string>());
+}
+
+TEST(ReaderTest, TimesOfMessagesCountAndNotThoseThatTheirChunkTells)
+{
+    mcap::ByteWriter records;
+    mcap::write(records, mcap::Channel{0, 0, "A", "json", {}});
+    mcap::write(records, mcap::Message{0, 0, 1, 1, mcap::bytesOf("one")});
+    mcap::write(records, mcap::Message{0, 1, 3, 3, mcap::bytesOf("three")});
+    ChunksOfOthers recording;
+    recording.add(1, 1, records);
+    EXPECT_EQ(readingOf(recording.text(), {2, 4}).messages, std::vector<std::string>{"A #1 3 3 three"});
 }
 
 TEST(ReaderTest, IndexGivesTheSameAndReadsOnlyWhatItNeeds)

@@ -13,10 +13,11 @@ namespace {
 
 using Time = TopicStatistics::Time;
 
-/// A time of a recording on the scale of arrivals, which has room for 292 years.
+/// A time of a recording on the scale of arrivals, which has room for 292 years. Later than half of them is none, so that
+/// a length of time can be added to each.
 Time timeOf(std::uint64_t nanoseconds)
 {
-    constexpr auto kLast = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    constexpr auto kLast = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max() / 2);
     const auto since = std::chrono::nanoseconds(static_cast<std::int64_t>(std::min(nanoseconds, kLast)));
     return Time(std::chrono::duration_cast<Time::duration>(since));
 }

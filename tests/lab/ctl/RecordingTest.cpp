@@ -341,6 +341,17 @@ TEST_F(RecordedEventsTest, PauseOfYearsTakesNoTime)
     EXPECT_LT(text.size(), 1000U);
 }
 
+TEST_F(RecordedEventsTest, LastTimeThereIsEndsTheReports)
+{
+    TextOutput other;
+    Recorder last(other, {{"Log", findRecordType("EventLog")}}, {}, {});
+    last.take(event(1, "one"), 0xFFFFFFFFFFFFFFFF);
+    last.close({});
+    const std::string text = shown(runHzOfRecording, directory.write("last.mcap", other.text), optionsFor("", 100));
+    EXPECT_TRUE(text.ends_with("\n\norvanectl: 1 record in 0.0 s, 0 gaps with 0 missing, 0 back, 0 lost\n")) << text;
+    EXPECT_LT(text.size(), 1000U);
+}
+
 TEST_F(RecordedEventsTest, CutKeepsATimeAndAChannel)
 {
     const std::string into = file + ".part";

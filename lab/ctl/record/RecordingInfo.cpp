@@ -19,23 +19,25 @@ namespace {
 
 constexpr std::uint64_t kSecond = 1'000'000'000;
 constexpr std::size_t kMostProblems = 20;
-constexpr std::size_t kMostSources = 256;  // of a channel, whose numbers are followed
+constexpr std::size_t kMostSources = 256;   // of a channel, whose numbers are followed
+constexpr std::size_t kMostOfAll = 16'384;  // of all channels
+constexpr std::size_t kWidestTopicColumn = 60;
 
 class InfoSink : public mcap::RecordSink {
 public:
     explicit InfoSink(RecordingInfo& info) : m_info(info) {}
 
-    void schema(const mcap::Schema& schema) override { m_schemas[schema.id] = schema; }
+    void schema(const mcap::Schema& schema) override { m_schemas[schema.id] = schema.name; }
 
     void channel(const mcap::Channel& channel) override
     {
         const auto schema = m_schemas.find(channel.schema);
         Followed followed{m_info.channels.size(), nullptr, nullptr, {}};
         m_info.channels.push_back(
-            {channel.topic, channel.encoding, schema == m_schemas.end() ? "" : schema->second.name, 0, 0, 0, 0, {}, 0});
+            {channel.topic, channel.encoding, schema == m_schemas.end() ? "" : schema->second, 0, 0, 0, 0, {}, 0});
         if (schema != m_schemas.end() && channel.encoding == recording::kCdr)
-            followed.type = findRecordType(schema->second.name);
-        if (followed.type) followed.record = followed.type->make();
+            followed.type = findRecordType(schema->second);
+        if (followed.type) followed.record = recordOf(*followed.type);
         m_channels.emplace(channel.id, std::move(followed));
     }
 
@@ -69,24 +71,38 @@ private:
     struct Followed {
         std::size_t index;  // in the information
         const RecordType* type;
-        RecordPointer record;
+        RecordPointer record;                          // to read into, of all channels of the type
         std::map<std::int32_t, SequenceTrack> tracks;  // by device id
     };
 
-    static void follow(Followed& followed, ChannelInfo& info, mcap::Bytes payload)
+    RecordPointer recordOf(const RecordType& type)
+    {
+        RecordPointer& record = m_records[&type];
+        if (!record) record = type.make();
+        return record;
+    }
+
+    void follow(Followed& followed, ChannelInfo& info, mcap::Bytes payload)
     {
         if (!readPayload(*followed.type, payload, followed.record.get())) {
             ++info.unreadable;
             return;
         }
         const aspn2_msgs::idl::header& header = followed.type->headerOf(followed.record.get());
-        if (followed.tracks.size() < kMostSources || followed.tracks.contains(header.device_id()))
-            followed.tracks[header.device_id()].take(header.seq_num(), info.holes);
+        auto track = followed.tracks.find(header.device_id());
+        if (track == followed.tracks.end()) {
+            if (followed.tracks.size() >= kMostSources || m_followed >= kMostOfAll) return;
+            track = followed.tracks.emplace(header.device_id(), SequenceTrack()).first;
+            ++m_followed;
+        }
+        track->second.take(header.seq_num(), info.holes);
     }
 
     RecordingInfo& m_info;
-    std::map<std::uint16_t, mcap::Schema> m_schemas;
+    std::map<std::uint16_t, std::string> m_schemas;  // their names
+    std::map<const RecordType*, RecordPointer> m_records;
     std::map<std::uint16_t, Followed> m_channels;
+    std::size_t m_followed = 0;  // sources, of all channels
 };
 
 double seconds(std::uint64_t nanoseconds)
@@ -181,6 +197,7 @@ std::string infoText(const RecordingInfo& info)
 
     std::size_t width = 7;
     for (const ChannelInfo& channel : info.channels) width = std::max(width, printable(channel.topic).size());
+    width = std::min(width, kWidestTopicColumn);  // one long name is not to widen all rows
     const auto row = [&](const std::string& name, const std::array<std::string, 7>& cells, const std::string& type) {
         text << std::left << std::setw(static_cast<int>(width)) << name << std::right;
         for (const std::string& cell : cells) text << std::setw(11) << cell;

@@ -18,7 +18,7 @@ struct ChannelInfo {
     std::uint64_t first = 0;
     std::uint64_t last = 0;
     std::uint64_t longest = 0;     ///< between two messages
-    SequenceHoles holes;           ///< in the numbers of its sources, where records have headers
+    SequenceHoles holes;           ///< in the numbers of its first sources, where records have headers
     std::uint64_t unreadable = 0;  ///< records that are none of their type
 };
 

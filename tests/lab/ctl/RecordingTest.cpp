@@ -209,6 +209,39 @@ TEST_F(RecordingTest, RecordThatIsNoneOfItsTypeIsCounted)
     EXPECT_EQ(infoOf(TextSource(other.text), "x.mcap").channels.at(0).unreadable, 1U);
 }
 
+TEST_F(RecordingTest, LongNameMakesItsOwnRowLongAlone)
+{
+    TextOutput other;
+    mcap::Writer writer(other, {});
+    writer.addChannel(0, std::string(1000, 'n'), "x", {});
+    for (int i = 0; i < 100; ++i) writer.addChannel(0, "c", "x", {});
+    writer.close();
+    EXPECT_LT(infoText(infoOf(TextSource(other.text), "x.mcap")).size(), 101 * 150 + 2000U);
+}
+
+TEST_F(RecordingTest, SourcesOfAllChannelsAreFollowedUpToALimit)
+{
+    const RecordType& type = *findRecordType("EventLog");
+    TextOutput other;
+    mcap::Writer writer(other, {});
+    const auto schema = writer.addSchema("aspn2_msgs::idl::EventLog", "omgidl", "");
+    std::vector<std::uint16_t> channels;
+    for (int i = 0; i < 65; ++i) channels.push_back(writer.addChannel(schema, "Log" + std::to_string(i), "cdr", {}));
+    EventLog record;
+    for (int source = 0; source < 256; ++source)
+        for (const std::int64_t number : {1, 3}) {
+            record.header().device_id(source);
+            record.header().seq_num(number);
+            const auto payload = payloadOf(type, &record);
+            for (const std::uint16_t channel : channels) writer.add(mcap::Message{channel, 0, 1, 1, payload});
+        }
+    writer.close();
+    std::uint64_t missing = 0;
+    for (const ChannelInfo& channel : infoOf(TextSource(other.text), "x.mcap").channels)
+        missing += channel.holes.missing;
+    EXPECT_EQ(missing, 16'384U);
+}
+
 TEST_F(RecordingTest, RepairClosesInPlaceAndLeavesWhatIsWhole)
 {
     recorder.take(event(1, "one"), 1);

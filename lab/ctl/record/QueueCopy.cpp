@@ -38,7 +38,7 @@ void QueueCutter::handOver(std::size_t size)
 
 void QueueCutter::record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& record)
 {
-    handOver(static_cast<std::size_t>(offset - m_offset));
+    handOverUpTo(offset);
     const std::size_t size = kRecordFront + record.data().size();
     m_onRecord(Bytes(m_held).first(size), record.header().seq_num());
     m_held.erase(m_held.begin(), m_held.begin() + static_cast<std::ptrdiff_t>(size));

@@ -11,8 +11,8 @@
 namespace orvanectl {
 
 /// Cuts what a queue has carried into its records and what is none, without changing a byte of it: what is handed over is
-/// the stream, in its order. Where the way is lost it is looked for in the next piece, as the service does. One thread at
-/// a time.
+/// the stream, in its order, of which no more is held than two records and the last piece. Where the way is lost it is
+/// looked for in the next piece, as the service does. One thread at a time.
 class QueueCutter : private StreamSink {
 public:
     using OnRecord = std::function<void(Bytes record, std::int64_t number)>;
@@ -28,10 +28,11 @@ public:
 private:
     void frame(std::uint64_t, Bytes) override {}
     void record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& record) override;
-    void problem(std::uint64_t, const std::string&) override {}
+    void problem(std::uint64_t offset, const std::string&) override { handOverUpTo(offset); }
     void resumed(std::uint64_t, std::uint64_t) override {}
 
     void handOver(std::size_t size);
+    void handOverUpTo(std::uint64_t offset) { handOver(static_cast<std::size_t>(offset - m_offset)); }
 
     const OnRecord m_onRecord;
     const OnRest m_onRest;

@@ -175,6 +175,18 @@ TEST_F(RecordingTest, QueueIsRecordedByteForByteInPiecesOfAnySize)
     }
 }
 
+TEST_F(RecordingTest, RecordsOfAQueueThatCannotBeReadAreHandedOverAsTheyCome)
+{
+    std::string unreadable = samples::kWarningRecord;
+    unreadable[52] = static_cast<char>(unreadable[52] + 1);  // its count, which is no longer num_bytes
+    std::size_t rest = 0;
+    QueueCutter cutter([](Bytes, std::int64_t) {}, [&](Bytes bytes) { rest += bytes.size(); });
+    for (int i = 0; i < 10; ++i) cutter.take(mcap::bytesOf(unreadable));
+    EXPECT_EQ(rest, 9 * unreadable.size());
+    cutter.end();
+    EXPECT_EQ(rest, 10 * unreadable.size());
+}
+
 TEST_F(RecordingTest, InfoTellsChannelsGapsAndWhatWasMissed)
 {
     recorder.take(event(1, "one"), 1'000'000'000);

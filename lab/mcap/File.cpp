@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -21,6 +22,7 @@ FileOutput::FileOutput(const std::string& path)
     : m_path(path), m_file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
 {
     if (m_file < 0) throw failure(path);
+    ::flock(m_file, LOCK_EX | LOCK_NB);  // it is new: where it can't be had there are no locks
 }
 
 FileOutput::~FileOutput()
@@ -60,6 +62,13 @@ FileSource::FileSource(const std::string& path)
 FileSource::~FileSource()
 {
     ::close(m_file);
+}
+
+bool FileSource::isBeingWritten() const
+{
+    if (::flock(m_file, LOCK_SH | LOCK_NB) != 0) return errno == EWOULDBLOCK;
+    ::flock(m_file, LOCK_UN);
+    return false;
 }
 
 void FileSource::read(std::uint64_t offset, std::span<std::uint8_t> into) const

@@ -39,7 +39,7 @@ protected:
 };
 
 /// A new file. What is written is with the system at once, so that it stays when the process
-/// is killed. One thread at a time.
+/// is killed. It is locked (`flock`) as long as it is written. One thread at a time.
 class FileOutput : public Output {
 public:
     /// Throws `std::runtime_error`, as the others do: a line that names the file, which must not be there.
@@ -69,6 +69,9 @@ public:
 
     std::uint64_t size() const override { return m_size; }
     void read(std::uint64_t offset, std::span<std::uint8_t> into) const override;
+
+    /// Whether a `FileOutput` of any process has it. Where there are no locks nothing is known of that: false.
+    bool isBeingWritten() const;
 
 private:
     std::string m_path;

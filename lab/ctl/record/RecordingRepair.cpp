@@ -43,6 +43,9 @@ public:
 
 std::string repairRecording(const std::string& file, const std::string& into)
 {
+    // Before it is opened to be read: once nobody writes, it stays as long as it is.
+    if (into.empty() && mcap::FileSource(file).isBeingWritten())
+        throw std::runtime_error(file + ": is being recorded; a copy of what is there needs -o");
     const mcap::FileSource source(file);
     Problems problems;
     const mcap::ScanResult found = mcap::scan(source, problems);

@@ -266,6 +266,23 @@ TEST_F(RecordingTest, RepairClosesInPlaceAndLeavesWhatIsWhole)
     EXPECT_EQ(repairRecording(file, ""), file + ": is whole\n");
 }
 
+TEST_F(RecordingTest, RepairInPlaceOfWhatIsStillRecordedIsRefused)
+{
+    recorder.take(event(1, "one"), 1);
+    recorder.settle({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("empty", "") + ".mcap";
+    auto recording = std::make_unique<mcap::FileOutput>(file);
+    recording->write(mcap::bytesOf(output.text));
+    EXPECT_THROW(repairRecording(file, ""), std::runtime_error);
+    EXPECT_EQ(contentOf(file), output.text);
+    repairRecording(file, file + ".copy");
+    EXPECT_TRUE(infoOf(file + ".copy").isClosed);
+    recording.reset();
+    repairRecording(file, "");
+    EXPECT_TRUE(infoOf(file).isClosed);
+}
+
 TEST_F(RecordingTest, RepairOfWhatIsNoRecordingLeavesItAlone)
 {
     const TemporaryDirectory directory;

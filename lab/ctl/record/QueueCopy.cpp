@@ -45,14 +45,15 @@ void QueueCutter::record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& rec
     m_offset += size;
 }
 
-void QueueCopy::take()
+bool QueueCopy::take()
 {
     std::array<std::uint8_t, 65536> buffer;
     for (int i = 0; i < kMostReads; ++i) {
         const Bytes bytes = m_file.read(buffer);
-        if (bytes.empty()) return;
+        if (bytes.empty()) return false;
         m_cutter.take(bytes);
     }
+    return true;
 }
 
 }  // namespace orvanectl

@@ -49,8 +49,8 @@ public:
         : m_file(path), m_cutter(std::move(onRecord), std::move(onRest))
     {}
 
-    /// What has come since the last call, or as much of it as one call takes.
-    void take();
+    /// What has come since the last call, or as much of it as one call takes: true then, since there may be more.
+    bool take();
     void end() { m_cutter.end(); }
 
 private:

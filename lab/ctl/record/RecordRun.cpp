@@ -13,6 +13,7 @@
 #include <ctime>
 #include <iomanip>
 #include <memory>
+#include <numeric>
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
@@ -26,6 +27,7 @@ using Time = TopicStatistics::Time;
 
 constexpr std::chrono::milliseconds kTurn{50};  // seldom, so that it costs little; the box has room for far more
 constexpr std::chrono::seconds kSettle{1};      // what a recording that was killed may lack
+constexpr int kLastTurns = 200;                 // at the end, for who never pauses
 
 struct NamedCopy {
     std::string name;
@@ -108,7 +110,7 @@ public:
             }
             wait();
         }
-        takeAll(Clock::now());
+        takeTheRest();
         for (const auto& queue : m_queues) queue->end();
         m_recorder->close(missed());
         m_file->sync();
@@ -133,7 +135,16 @@ private:
         ::poll(&waiting, 1, static_cast<int>(kTurn.count()));
     }
 
-    void takeAll(Time now)
+    /// What came before the end, which may be more than a turn takes.
+    void takeTheRest()
+    {
+        for (int turn = 0; turn < kLastTurns; ++turn)
+            if (!takeAll(Clock::now())) return;
+        m_isShort = true;
+    }
+
+    /// True if there may be more of the bus or of a queue.
+    bool takeAll(Time now)
     {
         const WallClock clock;
         for (const Sample& sample : m_watch.samples().take()) {
@@ -141,30 +152,43 @@ private:
             m_recorder->take(sample, clock.of(sample.arrival.time));
         }
         m_now = clock.of(Clock::now());
-        for (const BusLink::Json& line : m_bus.take(now))
-            if (!line.is_discarded())
+        const auto lines = m_bus.take(now);
+        for (const BusLink::Json& line : lines)
+            if (line.is_discarded())
+                ++m_unreadableLines;
+            else
                 m_recorder->takeBusLine(line.dump(-1, ' ', false, BusLink::Json::error_handler_t::replace), m_now);
-        for (const auto& queue : m_queues) queue->take();
+        bool isMore = !lines.empty();
+        for (const auto& queue : m_queues) isMore = queue->take() || isMore;
+        return isMore;
     }
 
-    /// By what each writer has counted, and what found no room here.
+    std::vector<std::uint64_t> lost() const
+    {
+        std::vector<std::uint64_t> lost;
+        for (const TopicStatistics& statistics : m_statistics) lost.push_back(statistics.lost());
+        return lost;
+    }
+
+    /// By what each writer has counted, and what of it found no room here.
     mcap::Table missed()
     {
         mcap::Table missed;
         for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
             missed[m_watch.topics()[topic].name] = std::to_string(m_statistics[topic].lost());
         missed["left out"] = std::to_string(m_watch.samples().leftOut());
+        if (!m_options.socket.empty()) missed[recording::kBus] = std::to_string(m_unreadableLines);
         return missed;
     }
 
     void printSum()
     {
-        std::uint64_t lost = m_watch.samples().leftOut();
-        for (const TopicStatistics& statistics : m_statistics) lost = saturatedSum(lost, statistics.lost());
+        const std::uint64_t missed = saturatedSum(missedInAll(lost(), m_watch.samples().leftOut()), m_unreadableLines);
         std::ostringstream text;
         text << "orvanectl: " << m_recorder->statistics().messages << " messages in " << std::fixed
-             << std::setprecision(1) << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, " << lost
-             << " missed, " << m_recorder->size() << " bytes in " << printable(m_path) << '\n';
+             << std::setprecision(1) << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, "
+             << missed << " missed, " << m_recorder->size() << " bytes in " << printable(m_path) << '\n';
+        if (m_isShort) text << "orvanectl: more came at the end than was taken\n";
         if (!m_options.socket.empty() && !m_bus.trouble().empty())
             text << "orvanectl: no bus at the end: " << m_bus.trouble() << '\n';
         if (!(m_output << text.str() << std::flush)) throw std::runtime_error("cannot write to standard output");
@@ -183,10 +207,17 @@ private:
     std::unique_ptr<Recorder> m_recorder;
     std::vector<std::unique_ptr<QueueCopy>> m_queues;
     std::uint64_t m_now = 0;
+    std::uint64_t m_unreadableLines = 0;  // of the bus
+    bool m_isShort = false;               // of what came before the end
     const Time m_start = Clock::now();
 };
 
 }  // namespace
+
+std::uint64_t missedInAll(const std::vector<std::uint64_t>& lost, std::uint64_t leftOut)
+{
+    return std::max(std::accumulate(lost.begin(), lost.end(), std::uint64_t{0}, saturatedSum), leftOut);
+}
 
 void runRecord(const RecordOptions& options, std::ostream& output)
 {

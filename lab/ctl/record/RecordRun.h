@@ -1,6 +1,7 @@
 #ifndef LAB_CTL_RECORD_RECORDRUN_H
 #define LAB_CTL_RECORD_RECORDRUN_H
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -14,6 +15,12 @@ struct RecordOptions {
     std::vector<std::string> queues;  ///< NAME=PATH: a queue, and what gets a copy of it
     double seconds = 0;               ///< to run; 0 has no end
 };
+
+/// Records that were sent and are not in the recording.
+/// @param lost     by topic, what the writers' numbers tell: those that found no room are among them as soon as a later
+///                 one has come
+/// @param leftOut  those that found no room
+std::uint64_t missedInAll(const std::vector<std::uint64_t>& lost, std::uint64_t leftOut);
 
 /// Records all topics of the connection file, the bus and copies of queues, and prints a sum at the end. Throws
 /// `std::runtime_error` for a file that is there, what can't be listened to, and what can't be written.

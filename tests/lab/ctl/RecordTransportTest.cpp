@@ -65,6 +65,21 @@ struct RecordTransportTest : testing::Test {
 
 }  // namespace
 
+TEST(RecordQueueTest, AllThatACopyHasAtTheEndIsRecorded)
+{
+    const TransportConfig config = TransportConfig().connect("Log", "EventLog");
+    const TemporaryDirectory directory;
+    const std::string connections = directory.write("Connections.xml", config.text());
+    const std::string copy = directory.write("copy.bin", std::string(16U * 1024 * 1024, 'x'));
+    const std::string file = connections + ".mcap";
+    ChildProcess tool({ORVANE_CTL_BINARY, "record", "-o", file, "--connections", connections, "--queue",
+                       "ZEN_HX=" + copy, "--for", "0.001"});
+    EXPECT_EQ(tool.wait(), (ChildProcess::Ending{0, 0})) << tool.errors();
+    const RecordingInfo info = infoOf(file);
+    EXPECT_EQ(info.channels.at(2).topic, "queue/ZEN_HX/rest");
+    EXPECT_EQ(info.channels.at(2).messages, 256U);  // of 64 KiB
+}
+
 TEST_F(RecordTransportTest, CtrlCClosesTheRecordingAndSumsUp)
 {
     ASSERT_TRUE(publishUntilRecorded());

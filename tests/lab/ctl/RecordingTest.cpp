@@ -3,6 +3,7 @@
 #include "lab/ctl/record/CatalogueSchema.h"
 #include "lab/ctl/record/QueueCopy.h"
 #include "lab/ctl/record/RecordPayload.h"
+#include "lab/ctl/record/RecordRun.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingCut.h"
 #include "lab/ctl/record/RecordingInfo.h"
@@ -299,6 +300,13 @@ TEST_F(RecordingTest, RepairIntoAFileThatIsThereIsRefused)
     const std::string other = directory.write("other.mcap", "mine");
     EXPECT_THROW(repairRecording(file, other), std::runtime_error);
     EXPECT_EQ(contentOf(other), "mine");
+}
+
+TEST(RecordingSumTest, RecordsThatFoundNoRoomAreMissedOnce)
+{
+    EXPECT_EQ(missedInAll({5, 3}, 5), 8U);  // a later record came: the writers' numbers tell of all
+    EXPECT_EQ(missedInAll({0, 0}, 5), 5U);  // none came
+    EXPECT_EQ(missedInAll({}, 0), 0U);
 }
 
 TEST(RecordingTimeTest, DatesHaveMilliseconds)

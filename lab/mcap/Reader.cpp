@@ -223,6 +223,7 @@ bool Scanner::step()
         return false;
     }
     if (front.length > m_source.size() - m_result.end - kFrontSize) return false;  // it is cut off
+    if (static_cast<Op>(front.op) == Op::Attachment) ++m_result.attachments;
     if (!isSkipped(static_cast<Op>(front.op))) {
         if (front.length > kLargest)
             m_sink.problem(m_result.end, "record is too large");

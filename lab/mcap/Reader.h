@@ -39,9 +39,10 @@ struct TimeRange {
 
 /// How a recording ended.
 struct ScanResult {
-    bool isRecording = false;  ///< it begins as one
-    bool isClosed = false;     ///< it is whole up to the last byte
-    std::uint64_t end = 0;     ///< offset behind the last whole record that was read
+    bool isRecording = false;       ///< it begins as one
+    bool isClosed = false;          ///< it is whole up to the last byte
+    std::uint64_t end = 0;          ///< offset behind the last whole record that was read
+    std::uint64_t attachments = 0;  ///< which are not handed over
 };
 
 class RecordGate;

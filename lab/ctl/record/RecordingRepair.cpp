@@ -51,6 +51,9 @@ std::string repairRecording(const std::string& file, const std::string& into)
     const mcap::ScanResult found = mcap::scan(source, problems);
     if (!found.isRecording) throw std::runtime_error(file + ": is no recording");
     if (found.isClosed && problems.count == 0) return file + ": is whole\n";
+    if (into.empty() && found.attachments > 0)
+        throw std::runtime_error(file +
+                                 ": has attachments, which would be lost in its place; -o writes a copy without them");
 
     const std::string path = into.empty() ? file + ".repaired" : into;
     Draft draft(path);
@@ -62,7 +65,8 @@ std::string repairRecording(const std::string& file, const std::string& into)
     const std::uint64_t behind = source.size() - found.end;
     return (into.empty() ? file : into) + ": closed, with " + std::to_string(copied.written.messages) + " messages; " +
            (found.isClosed ? "" : std::to_string(behind) + " bytes at the end and ") + std::to_string(copied.problems) +
-           " damaged places left out\n";
+           " damaged places left out" +
+           (found.attachments > 0 ? ", and " + std::to_string(found.attachments) + " attachments\n" : "\n");
 }
 
 }  // namespace orvanectl

@@ -284,6 +284,20 @@ TEST_F(RecordingTest, RepairInPlaceOfWhatIsStillRecordedIsRefused)
     EXPECT_TRUE(infoOf(file).isClosed);
 }
 
+TEST_F(RecordingTest, AttachmentsAreNotLostInPlace)
+{
+    recorder.settle({});
+    mcap::ByteWriter attachment;
+    mcap::writeFront(attachment, mcap::Op::Attachment, 4);
+    attachment.raw(mcap::bytesOf("data"));
+    output.write(attachment.bytes());
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    EXPECT_THROW(repairRecording(file, ""), std::runtime_error);
+    EXPECT_EQ(contentOf(file), output.text);
+    EXPECT_TRUE(repairRecording(file, file + ".copy").ends_with("damaged places left out, and 1 attachments\n"));
+}
+
 TEST_F(RecordingTest, RepairOfWhatIsNoRecordingLeavesItAlone)
 {
     const TemporaryDirectory directory;

@@ -77,6 +77,8 @@ std::optional<std::string> PageGuard::refusalToShow(const Asking& asking) const
     if (asking.hosts.size() != 1 || !isOwn(asking.hosts[0])) return "this page is not asked for by that name";
     for (const std::string& origin : asking.origins)
         if (lowered(origin) != "http://" + lowered(asking.hosts[0])) return "another site's page asks";
+    for (const std::string& site : asking.sites)
+        if (site != "same-origin" && site != "none" && !asking.isVisit) return "another site's page asks";
     return std::nullopt;
 }
 

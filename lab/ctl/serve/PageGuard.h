@@ -13,6 +13,8 @@ struct Asking {
     std::vector<std::string> origins;  ///< each `Origin` header
     std::string token;
     std::string contentType;
+    std::vector<std::string> sites = {};  ///< each `Sec-Fetch-Site` header
+    bool isVisit = false;                 ///< a tab is to show the page itself, by a link or a bookmark
 };
 
 /// A text of 32 hexadecimal digits that nobody can guess. Throws `std::system_error` when the system gives none.
@@ -22,8 +24,8 @@ std::string randomToken();
 bool isSameSecret(const std::string& a, const std::string& b);
 
 /// Keeps pages of other sites out. A browser sends along which name the page was asked for by (`Host`) and which site's
-/// page asks (`Origin`), and lets no page set either. A name that is not ours may have been pointed at this machine by its
-/// owner, so it is refused too. Any thread.
+/// page asks (`Origin`, and `Sec-Fetch-Site` where that is missing), and lets no page set them. A name that is not ours
+/// may have been pointed at this machine by its owner, so it is refused too. Any thread.
 class PageGuard {
 public:
     /// Loopback is among the names always.

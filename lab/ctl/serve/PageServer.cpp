@@ -4,8 +4,10 @@
 
 #include <atomic>
 #include <httplib.h>
+#include <optional>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace orvanectl {
 
@@ -24,16 +26,45 @@ public:
     void adopt(int socket) { svr_sock_ = socket; }
 };
 
+std::vector<std::string> headersOf(const httplib::Request& request, const char* name)
+{
+    std::vector<std::string> texts;
+    const auto [first, last] = request.headers.equal_range(name);
+    for (auto header = first; header != last; ++header) texts.push_back(header->second);
+    return texts;
+}
+
 Asking askingOf(const httplib::Request& request)
 {
     Asking asking;
-    for (std::size_t i = 0; i < request.get_header_value_count("Host"); ++i)
-        asking.hosts.push_back(request.get_header_value("Host", i));
-    for (std::size_t i = 0; i < request.get_header_value_count("Origin"); ++i)
-        asking.origins.push_back(request.get_header_value("Origin", i));
+    asking.hosts = headersOf(request, "Host");
+    asking.origins = headersOf(request, "Origin");
+    asking.sites = headersOf(request, "Sec-Fetch-Site");
+    asking.isVisit = request.method == "GET" && request.path == "/" &&
+                     headersOf(request, "Sec-Fetch-Mode") == std::vector<std::string>{"navigate"} &&
+                     headersOf(request, "Sec-Fetch-Dest") == std::vector<std::string>{"document"};
     asking.token = request.get_header_value("X-Orvane-Token");
     asking.contentType = request.get_header_value("Content-Type");
     return asking;
+}
+
+struct Refusal {
+    int status;
+    std::string words;
+};
+
+/// Of a body that is not as long as it says from the first, and short: the library would read on and on, or unpack it.
+std::optional<Refusal> refusalOfBody(const httplib::Request& request)
+{
+    const std::vector<std::string> lengths = headersOf(request, "Content-Length");
+    if (request.has_header("Transfer-Encoding") || lengths.size() != 1)
+        return Refusal{411, "a request says how long it is"};
+    if (request.has_header("Content-Encoding")) return Refusal{415, "a request comes as it is, not packed"};
+    const std::string& length = lengths.front();
+    if (length.empty() || length.find_first_not_of("0123456789") != std::string::npos)
+        return Refusal{400, "the length of the request is no number"};
+    if (length.size() > 5 || std::stoul(length) > kLongestBody) return Refusal{413, "the request is too long"};
+    return std::nullopt;
 }
 
 void answer(httplib::Response& response, int status, const Json& body)
@@ -70,10 +101,16 @@ public:
              {"Referrer-Policy", "no-referrer"},
              {"Cross-Origin-Resource-Policy", "same-origin"},
              {"Cache-Control", "no-store"}});
+        // Before anything of a body is read.
         m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-            const auto refusal = m_guard.refusalToShow(askingOf(request));
+            // The library would send what is answered once for each range: so this has nothing in it.
+            if (!request.ranges.empty()) {
+                response.status = 416;
+                return httplib::Server::HandlerResponse::Handled;
+            }
+            const auto refusal = refusalOf(request);
             if (!refusal) return httplib::Server::HandlerResponse::Unhandled;
-            answer(response, 403, {{"ok", false}, {"error", *refusal}});
+            answer(response, refusal->status, {{"ok", false}, {"error", refusal->words}});
             return httplib::Server::HandlerResponse::Handled;
         });
         addPages();
@@ -102,6 +139,15 @@ public:
     bool hasFailed() const { return m_hasEnded; }
 
 private:
+    std::optional<Refusal> refusalOf(const httplib::Request& request) const
+    {
+        const Asking asking = askingOf(request);
+        const bool isToChange = request.method != "GET" && request.method != "HEAD";
+        if (const auto words = isToChange ? m_guard.refusalToChange(asking) : m_guard.refusalToShow(asking))
+            return Refusal{403, *words};
+        return isToChange ? refusalOfBody(request) : std::nullopt;
+    }
+
     void addPages()
     {
         for (const PageAsset& asset : pageAssets()) {
@@ -124,9 +170,7 @@ private:
     template <class Make>
     void addRequest(const char* path, Make make)
     {
-        m_server.Post(path, [this, make](const httplib::Request& request, httplib::Response& response) {
-            if (const auto refusal = m_guard.refusalToChange(askingOf(request)))
-                return answer(response, 403, {{"ok", false}, {"error", *refusal}});
+        m_server.Post(path, [make](const httplib::Request& request, httplib::Response& response) {
             const Json body = Json::parse(request.body, nullptr, false);
             answer(response, 200, make(body));
         });

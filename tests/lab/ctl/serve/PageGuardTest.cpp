@@ -48,6 +48,31 @@ TEST_F(PageGuardTest, AnotherSitesPageIsRefused)
     EXPECT_FALSE(shows("127.0.0.1:8642", {"http://127.0.0.1:8642", "http://evil.example"}));
 }
 
+TEST_F(PageGuardTest, AnotherSitesPageIsKnownWithoutAnOriginToo)
+{
+    Asking asking{{"127.0.0.1:8642"}, {}, "", ""};
+    for (const char* const site : {"same-origin", "none"}) {
+        asking.sites = {site};
+        EXPECT_FALSE(guard.refusalToShow(asking)) << site;
+    }
+    for (const char* const site : {"cross-site", "same-site", "", "Same-Origin"}) {
+        asking.sites = {site};
+        EXPECT_TRUE(guard.refusalToShow(asking)) << site;
+    }
+    asking.sites = {"same-origin", "cross-site"};
+    EXPECT_TRUE(guard.refusalToShow(asking));
+}
+
+TEST_F(PageGuardTest, ALinkOfAnotherSiteMayBeFollowed)
+{
+    Asking asking{{"127.0.0.1:8642"}, {}, "", ""};
+    asking.sites = {"cross-site"};
+    asking.isVisit = true;
+    EXPECT_FALSE(guard.refusalToShow(asking));
+    asking.origins = {"http://evil.example"};
+    EXPECT_TRUE(guard.refusalToShow(asking));
+}
+
 TEST_F(PageGuardTest, ARequestNeedsOriginTokenAndTypeOfContent)
 {
     EXPECT_FALSE(guard.refusalToChange(ownRequest()));

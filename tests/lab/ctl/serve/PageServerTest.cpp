@@ -8,8 +8,12 @@
 #include <atomic>
 #include <cctype>
 #include <list>
+#include <netinet/in.h>
 #include <optional>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
 using namespace orvanectl;
 
@@ -57,6 +61,41 @@ private:
     std::thread m_thread;
 };
 
+/// A connection on which anything may be said.
+class RawClient {
+public:
+    explicit RawClient(int port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    }
+    ~RawClient() { ::close(m_socket); }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    /// Whether it could be sent.
+    bool send(const std::string& text)
+    {
+        return ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
+    }
+
+    /// All that comes, until the server ends the connection.
+    std::string received()
+    {
+        std::string text;
+        char part[4096];
+        for (ssize_t count; (count = ::recv(m_socket, part, sizeof part, 0)) > 0;)
+            text.append(part, static_cast<std::size_t>(count));
+        return text;
+    }
+
+private:
+    int m_socket;
+};
+
 /// A server without a bus, at a port that was free.
 struct PageServerTest : testing::Test {
     PageServerTest() { board.publish({{"a", "1"}}); }
@@ -64,6 +103,14 @@ struct PageServerTest : testing::Test {
     httplib::Headers ownHeaders() const
     {
         return {{"Origin", "http://127.0.0.1:" + std::to_string(port)}, {"X-Orvane-Token", guard.token()}};
+    }
+
+    /// Of a request that may be made, but for its length.
+    std::string postHead() const
+    {
+        const std::string host = "127.0.0.1:" + std::to_string(port);
+        return "POST /request HTTP/1.1\r\nHost: " + host + "\r\nOrigin: http://" + host +
+               "\r\nX-Orvane-Token: " + guard.token() + "\r\nContent-Type: application/json\r\n";
     }
 
     httplib::Result post(const std::string& path, const httplib::Headers& headers, const std::string& body)
@@ -119,6 +166,54 @@ TEST_F(PageServerTest, AForeignNameOrSiteIsShownNothing)
         EXPECT_EQ(get(path, {{"Host", "evil.example"}})->status, 403) << path;
         EXPECT_EQ(get(path, {{"Origin", "http://evil.example"}})->status, 403) << path;
     }
+}
+
+TEST_F(PageServerTest, AForeignSiteMayLeadToThePageAndLoadNothingOfIt)
+{
+    const httplib::Headers visit = {
+        {"Sec-Fetch-Site", "cross-site"}, {"Sec-Fetch-Mode", "navigate"}, {"Sec-Fetch-Dest", "document"}};
+    EXPECT_EQ(get("/", visit)->status, 200);
+    for (const char* const path : {"/events", "/page.js"}) EXPECT_EQ(get(path, visit)->status, 403) << path;
+    const httplib::Headers frame = {
+        {"Sec-Fetch-Site", "cross-site"}, {"Sec-Fetch-Mode", "navigate"}, {"Sec-Fetch-Dest", "iframe"}};
+    const httplib::Headers load = {
+        {"Sec-Fetch-Site", "same-site"}, {"Sec-Fetch-Mode", "no-cors"}, {"Sec-Fetch-Dest", "image"}};
+    EXPECT_EQ(get("/", frame)->status, 403);
+    for (const char* const path : {"/", "/events", "/page.js"}) EXPECT_EQ(get(path, load)->status, 403) << path;
+}
+
+TEST_F(PageServerTest, PartsOfAFileAreNotServed)
+{
+    for (const char* const range : {"bytes=0-", "bytes=0-,0-,0-"}) {
+        const auto answer = get("/page.css", {{"Range", range}});
+        EXPECT_EQ(answer->status, 416) << range;
+        EXPECT_EQ(answer->body, "") << range;
+        EXPECT_EQ(get("/page.css", {{"Range", range}, {"Host", "evil.example"}})->body, "") << range;
+    }
+}
+
+TEST_F(PageServerTest, ABodyOfUnknownLengthOrPackedIsRefusedUnread)
+{
+    // None of them is sent: who wants to read it waits for it.
+    for (const auto& [header, status] : {std::pair{"Transfer-Encoding: chunked", "411 "},
+                                         {"X-None: 0", "411 "},
+                                         {"Content-Length: 2\r\nContent-Length: 2", "411 "},
+                                         {"Content-Length: 2\r\nContent-Encoding: br", "415 "},
+                                         {"Content-Length: -2", "400 "},
+                                         {"Content-Length: 4097", "413 "},
+                                         {"Content-Length: 18446744073709551617", "413 "}}) {
+        RawClient client(port);
+        client.send(postHead() + header + "\r\n\r\n");
+        const std::string answer = client.received();
+        EXPECT_TRUE(answer.starts_with("HTTP/1.1 " + std::string(status))) << header << '\n' << answer;
+    }
+}
+
+TEST_F(PageServerTest, ABodyIsNotReadWithoutTheToken)
+{
+    RawClient client(port);
+    client.send("POST /request HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 4000\r\n\r\n");
+    EXPECT_TRUE(client.received().starts_with("HTTP/1.1 403 "));
 }
 
 TEST_F(PageServerTest, ARequestOfAnotherSiteOrWithoutTheTokenIsRefused)

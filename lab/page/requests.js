@@ -1,6 +1,7 @@
 // Buttons that make requests of the bus. What can't be undone is asked first, in the server's words; the answer to that
 // question goes along with the request.
 let token = '';
+let isAsking = false;
 const MOST_ANSWERS = 20;
 const byId = (id) => document.getElementById(id);
 
@@ -37,14 +38,24 @@ function ask(label, warns) {
   });
 }
 
-async function press(request) {
-  let confirmation = '';
-  if (request.erases) {
+/// The confirmation of the person; nothing without a yes. There is one dialog, so one question is asked at a time: a yes is
+/// for what stands in it.
+async function confirmed(request) {
+  if (isAsking) return undefined;
+  isAsking = true;
+  try {
     const question = await post('/confirm', { name: request.name });
-    if (!question.ok) return note(request.label, question);
-    if (!await ask(request.label, question.warns)) return;
-    confirmation = question.confirmation;
+    if (question.ok) return await ask(request.label, question.warns) ? question.confirmation : undefined;
+    note(request.label, question);
+    return undefined;
+  } finally {
+    isAsking = false;
   }
+}
+
+async function press(request) {
+  const confirmation = request.erases ? await confirmed(request) : '';
+  if (confirmation === undefined) return;
   note(request.label, await post('/request', { name: request.name, confirmation }));
 }
 
@@ -60,8 +71,11 @@ export function showButtons(requests) {
       // It stays in reach of the keyboard while its request is under way.
       if (button.getAttribute('aria-disabled') === 'true') return;
       button.setAttribute('aria-disabled', 'true');
-      await press(request);
-      button.removeAttribute('aria-disabled');
+      try {
+        await press(request);
+      } finally {
+        button.removeAttribute('aria-disabled');
+      }
     });
     return button;
   }));

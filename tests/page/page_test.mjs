@@ -201,6 +201,32 @@ test('what erases is asked first, and done by keyboard alone', async () => {
   await eventually('the end of the clearing', async () => /^done \(warning 24\)/.test(await textOf('#clear-data .state')));
 });
 
+test('one question is asked at a time', async () => {
+  let isAnswered;
+  const answered = new Promise((resolve) => { isAnswered = resolve; });
+  const asked = [];
+  await page.route('**/confirm', async (route) => {
+    asked.push(route.request().postDataJSON().name);
+    await answered;
+    await route.continue();
+  });
+  await page.getByRole('button', { name: 'Clear crypto data' }).click();
+  await page.getByRole('button', { name: 'Clear all data' }).click();
+  isAnswered();
+  await page.getByRole('dialog').waitFor();
+  assert.deepEqual(asked, ['clear-data-crypto']);
+  assert.equal(await textOf('#confirm-title'), 'Clear crypto data?');
+  await page.keyboard.press('Escape');
+  await page.getByRole('dialog').waitFor({ state: 'hidden' });
+  await page.unroute('**/confirm');
+
+  await page.getByRole('button', { name: 'Clear all data' }).click();
+  await page.getByRole('dialog').waitFor();
+  assert.equal(await textOf('#confirm-title'), 'Clear all data?');
+  await page.keyboard.press('Escape');
+  await page.getByRole('dialog').waitFor({ state: 'hidden' });
+});
+
 test('the keyboard reaches every button and every table that scrolls', async () => {
   await page.evaluate(() => document.activeElement.blur());
   const reached = new Set();

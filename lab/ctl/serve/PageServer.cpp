@@ -1,5 +1,6 @@
 #include "lab/ctl/serve/PageServer.h"
 
+#include "lab/ctl/serve/BoundedServer.h"
 #include "lab/ctl/serve/PageAssets.h"
 
 #include <atomic>
@@ -18,13 +19,13 @@ using Json = PageRequests::Json;
 /// Each viewer has one to itself, and the rest are for all else.
 constexpr std::size_t kThreads = PageServer::kMostViewers + 12;
 constexpr std::size_t kLongestBody = 4096;
-constexpr time_t kWriteSeconds = 5, kReadSeconds = 5;
 
-/// The library's server, on a socket that is there already.
-class AdoptingServer : public httplib::Server {
-public:
-    void adopt(int socket) { svr_sock_ = socket; }
-};
+RequestStream::Limits limitsOf(std::chrono::milliseconds requestTime)
+{
+    RequestStream::Limits limits;
+    limits.request = requestTime;
+    return limits;
+}
 
 std::vector<std::string> headersOf(const httplib::Request& request, const char* name)
 {
@@ -84,14 +85,12 @@ std::string textIn(const Json& body, const char* key)
 
 class PageServer::Impl {
 public:
-    Impl(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests)
-        : m_guard(guard), m_board(board), m_requests(requests)
+    Impl(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
+         std::chrono::milliseconds requestTime)
+        : m_guard(guard), m_board(board), m_requests(requests), m_server(limitsOf(requestTime))
     {
         m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
         m_server.set_payload_max_length(kLongestBody);
-        m_server.set_keep_alive_max_count(1);  // no thread is kept by who only waits
-        m_server.set_read_timeout(kReadSeconds);
-        m_server.set_write_timeout(kWriteSeconds);
         m_server.set_tcp_nodelay(true);
         m_server.set_default_headers(
             {{"Content-Security-Policy",
@@ -130,6 +129,7 @@ public:
     {
         m_board.close();
         m_requests.end();
+        m_server.endConnections();
         while (!m_server.is_running() && !m_hasEnded) std::this_thread::yield();
         m_server.stop();
         m_thread.join();
@@ -203,12 +203,13 @@ private:
     PageRequests& m_requests;
     std::atomic<int> m_viewers = 0;
     std::atomic<bool> m_hasEnded = false;
-    AdoptingServer m_server;
+    BoundedServer m_server;
     std::thread m_thread;  // last: it uses the above until it is joined
 };
 
-PageServer::PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests)
-    : m_impl(std::make_unique<Impl>(socket, guard, board, requests))
+PageServer::PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
+                       std::chrono::milliseconds requestTime)
+    : m_impl(std::make_unique<Impl>(socket, guard, board, requests, requestTime))
 {}
 
 PageServer::~PageServer() = default;

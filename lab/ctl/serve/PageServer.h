@@ -6,8 +6,8 @@
 #include "lab/ctl/serve/PageGuard.h"
 #include "lab/ctl/serve/PageRequests.h"
 
+#include <chrono>
 #include <memory>
-#include <string>
 
 namespace orvanectl {
 
@@ -25,7 +25,9 @@ public:
     static constexpr int kMostViewers = 16;
 
     /// All must outlive it; `board` and `requests` are closed by its end.
-    PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests);
+    /// @param requestTime  for all of a request to come, from the first to the last byte
+    PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
+               std::chrono::milliseconds requestTime = std::chrono::seconds(5));
     ~PageServer();
     PageServer(const PageServer&) = delete;
     PageServer& operator=(const PageServer&) = delete;

@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <cctype>
+#include <cerrno>
+#include <chrono>
 #include <list>
 #include <netinet/in.h>
 #include <optional>
@@ -82,6 +84,15 @@ public:
         return ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
     }
 
+    /// Whether the server has ended it; what came is thrown away.
+    bool isEnded()
+    {
+        char part[4096];
+        ssize_t count = 1;
+        while (count > 0) count = ::recv(m_socket, part, sizeof part, MSG_DONTWAIT);
+        return count == 0 || errno != EAGAIN;
+    }
+
     /// All that comes, until the server ends the connection.
     std::string received()
     {
@@ -128,7 +139,7 @@ struct PageServerTest : testing::Test {
     PageGuard guard{{}};
     FrameBoard board;
     PageRequests requests{""};
-    std::optional<PageServer> server{std::in_place, socket, guard, board, requests};
+    std::optional<PageServer> server{std::in_place, socket, guard, board, requests, std::chrono::hours(1)};
 };
 
 }  // namespace
@@ -268,6 +279,50 @@ TEST_F(PageServerTest, SixteenLookOnAndTheNextComesLater)
     EXPECT_EQ(get("/events")->status, 503);
     EXPECT_EQ(get("/")->status, 200);  // others are answered all the while
     server.reset();
+}
+
+TEST_F(PageServerTest, WhoSendsSlowlyIsGivenUp)
+{
+    server.reset();
+    ListeningSocket own("127.0.0.1", 0);
+    RawClient slow(own.port());
+    const PageServer hasty(own, guard, board, requests, std::chrono::milliseconds(50));
+    slow.send("GET ");
+    // A byte each few milliseconds, for as long as they are taken.
+    EXPECT_TRUE(eventually([&] { return !slow.send("/") || slow.isEnded(); }));
+}
+
+TEST_F(PageServerTest, WhoSendsWithoutAnEndIsGivenUp)
+{
+    const std::string part(65'536, 'x');
+    for (const char* const begin : {"GET /", "GET / HTTP/1.1\r\nX: "}) {
+        RawClient client(port);
+        client.send(begin);
+        int parts = 0;
+        while (parts < 1000 && client.send(part)) ++parts;
+        EXPECT_LT(parts, 1000) << begin;
+    }
+    RawClient client(port);
+    client.send("GET / HTTP/1.1\r\n");
+    int headers = 0;
+    while (headers < 1'000'000 && client.send("X: y\r\n")) ++headers;
+    EXPECT_LT(headers, 1'000'000);
+}
+
+TEST_F(PageServerTest, WhatFollowsARequestDoesNotTakeItsAnswerAway)
+{
+    RawClient client(port);
+    client.send(postHead() + "Content-Length: 4097\r\n\r\n" + std::string(4097, ' '));
+    EXPECT_TRUE(client.received().ends_with(R"({"error":"the request is too long","ok":false})"));
+}
+
+TEST_F(PageServerTest, ItsEndWaitsForNobody)
+{
+    RawClient slow(port);
+    slow.send("GET / HT");
+    ASSERT_EQ(get("/")->status, 200);  // by then it is being read
+    server.reset();
+    EXPECT_TRUE(slow.isEnded());
 }
 
 TEST_F(PageServerTest, ItsEndEndsItsViewers)

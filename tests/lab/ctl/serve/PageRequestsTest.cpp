@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -17,10 +18,11 @@ namespace {
 
 using Json = BusLink::Json;
 
-/// A bus for one client: it reads one line, and answers as the test says.
+/// A bus for one client: it reads one line, and answers as the test says; it closes after an empty answer, and waits for
+/// the client's end after any other or none.
 class OneBus {
 public:
-    using Answer = std::function<std::string(const Json& request)>;
+    using Answer = std::function<std::optional<std::string>(const Json& request)>;
 
     OneBus(const std::string& path, Answer answer) : m_socket(::socket(AF_UNIX, SOCK_STREAM, 0))
     {
@@ -33,11 +35,12 @@ public:
             const int client = ::accept(m_socket, nullptr, nullptr);
             std::string line;
             for (char c = 0; ::read(client, &c, 1) == 1 && c != '\n';) line += c;
-            const std::string text = answer(Json::parse(line, nullptr, false));
-            EXPECT_EQ(::send(client, text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
-            // Until the client is done.
+            const std::optional<std::string> text = answer(Json::parse(line, nullptr, false));
+            if (text) {
+                EXPECT_EQ(::send(client, text->data(), text->size(), MSG_NOSIGNAL), static_cast<ssize_t>(text->size()));
+            }
             char c = 0;
-            while (!text.empty() && ::read(client, &c, 1) == 1) continue;
+            while (text != "" && ::read(client, &c, 1) == 1) continue;
             ::close(client);
         });
     }
@@ -106,7 +109,7 @@ TEST_F(PageRequestsTest, ABusThatClosesIsAnError)
 TEST_F(PageRequestsTest, ABusThatIsSilentIsGivenUp)
 {
     PageRequests hasty(path, std::chrono::milliseconds(1));
-    OneBus bus(path, [](const Json&) { return "\n"; });
+    OneBus bus(path, [](const Json&) { return std::nullopt; });
     EXPECT_EQ(hasty.make("status", "")["error"], "no answer came in time");
 }
 

@@ -50,6 +50,9 @@ Verb addInfoVerb(CLI::App& tool);
 /// Writes a part of a recording.
 Verb addCutVerb(CLI::App& tool);
 
+/// Prints fields of a recording as a table.
+Verb addCsvVerb(CLI::App& tool);
+
 /// Closes a recording that was cut off.
 Verb addRepairVerb(CLI::App& tool);
 

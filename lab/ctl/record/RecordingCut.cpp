@@ -1,6 +1,7 @@
 #include "lab/ctl/record/RecordingCut.h"
 
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/record/RecordingOverview.h"
 #include "lab/mcap/Copy.h"
 
 #include <algorithm>
@@ -9,15 +10,6 @@
 namespace orvanectl {
 
 namespace {
-
-class Overview : public mcap::RecordSink {
-public:
-    void channel(const mcap::Channel& channel) override { topics.push_back(channel.topic); }
-    void message(const mcap::Message& message) override { start = std::min(start, message.logTime); }
-
-    std::vector<std::string> topics;
-    std::uint64_t start = std::numeric_limits<std::uint64_t>::max();
-};
 
 std::uint64_t behind(std::uint64_t start, double seconds)
 {
@@ -33,12 +25,12 @@ std::uint64_t behind(std::uint64_t start, double seconds)
 std::string cutRecording(const CutOptions& options)
 {
     const mcap::FileSource source(options.file);
-    Overview overview;
-    if (!mcap::scan(source, overview).isRecording) throw std::runtime_error(options.file + ": is no recording");
+    const RecordingOverview overview = overviewOf(source, options.file);
+    const std::vector<std::string> topics = overview.topics();
     for (const std::string& channel : options.channels) {
-        if (std::ranges::find(overview.topics, channel) != overview.topics.end()) continue;
+        if (std::ranges::find(topics, channel) != topics.end()) continue;
         std::string all;
-        for (const std::string& topic : overview.topics) all += (all.empty() ? "" : ", ") + printable(topic);
+        for (const std::string& topic : topics) all += (all.empty() ? "" : ", ") + printable(topic);
         throw UnknownName(options.file + ": no channel " + channel + "; there are " + all);
     }
     mcap::CopyFilter filter;

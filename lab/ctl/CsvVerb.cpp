@@ -1,0 +1,55 @@
+#include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/Verb.h"
+#include "lab/ctl/record/RecordingCsv.h"
+#include "utilities/ConsoleLine.h"
+
+#include <exception>
+#include <iostream>
+#include <memory>
+
+namespace orvanectl {
+
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  orvanectl csv drive.mcap EventLog.eventlog           its time, and the text\n"
+    "  orvanectl csv drive.mcap UTCTime.header.seq_num Altitude\n"
+    "  orvanectl csv drive.mcap SVStatus.svs.0              of the first element alone\n"
+    "\n"
+    "A channel alone, or a field that has some within it, stands for all of these. A row is a message; what it\n"
+    "has not is empty. seconds: since the first message of FILE, as cut counts them.\n"
+    "\n"
+    "Exit status: 0 when all went well, 1 if FILE was cut off or is damaged, or can't be read, 2 for a wrong\n"
+    "command line, also for a channel or field that there is not.";
+
+ExitStatus csv(const CsvOptions& options)
+{
+    try {
+        const std::string trouble = printCsv(options, std::cout);
+        if (trouble.empty()) return kDone;
+        printLine(std::cerr, "orvanectl: ", options.file, ": ", trouble);
+        return kFailed;
+    } catch (const UnknownName& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return kMisused;
+    } catch (const std::exception& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return kFailed;
+    }
+}
+
+}  // namespace
+
+Verb addCsvVerb(CLI::App& tool)
+{
+    const auto options = std::make_shared<CsvOptions>();
+    CLI::App* const command =
+        tool.add_subcommand("csv", "Print fields of a recording as comma-separated values, a row for each message.");
+    command->footer(kExamples);
+    command->add_option("FILE", options->file, "the recording")->required()->type_name("");
+    command->add_option("FIELD", options->fields, "a channel, or CHANNEL.FIELD")->required()->type_name("");
+    return {command, [options] { return csv(*options); }};
+}
+
+}  // namespace orvanectl

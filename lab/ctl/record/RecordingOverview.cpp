@@ -1,0 +1,52 @@
+#include "lab/ctl/record/RecordingOverview.h"
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+
+namespace orvanectl {
+
+namespace {
+
+class OverviewSink : public mcap::RecordSink {
+public:
+    explicit OverviewSink(RecordingOverview& overview) : m_overview(overview) {}
+
+    void schema(const mcap::Schema& schema) override { m_schemas[schema.id] = schema.name; }
+
+    void channel(const mcap::Channel& channel) override
+    {
+        const auto schema = m_schemas.find(channel.schema);
+        m_overview.channels.push_back(
+            {channel.topic, channel.encoding, schema == m_schemas.end() ? "" : schema->second});
+    }
+
+    void message(const mcap::Message& message) override
+    {
+        m_overview.start = std::min(m_overview.start, message.logTime);
+    }
+
+private:
+    RecordingOverview& m_overview;
+    std::map<std::uint16_t, std::string> m_schemas;
+};
+
+}  // namespace
+
+std::vector<std::string> RecordingOverview::topics() const
+{
+    std::vector<std::string> names;
+    for (const Channel& channel : channels)
+        if (std::ranges::find(names, channel.topic) == names.end()) names.push_back(channel.topic);
+    return names;
+}
+
+RecordingOverview overviewOf(const mcap::Source& source, const std::string& name)
+{
+    RecordingOverview overview;
+    OverviewSink sink(overview);
+    if (!mcap::scan(source, sink).isRecording) throw std::runtime_error(name + ": is no recording");
+    return overview;
+}
+
+}  // namespace orvanectl

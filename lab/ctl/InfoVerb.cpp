@@ -22,7 +22,8 @@ constexpr const char* kExamples =
     "  orvanectl info drive.mcap --json\n"
     "\n"
     "gaps: places where sequence numbers of a source are missing, and how many; back: numbers not higher\n"
-    "than the one before; missed: records that were sent and did not arrive at the recorder.\n"
+    "than the one before; missed: records that were sent and did not arrive at the recorder, since the\n"
+    "first that did.\n"
     "\n"
     "Exit status: 0 if FILE is whole, 1 if it was cut off or is damaged, or can't be read, 2 for a wrong\n"
     "command line.";

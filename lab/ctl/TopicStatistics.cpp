@@ -58,7 +58,12 @@ void TopicStatistics::take(const Arrival& arrival)
     m_arrivals.push_back(arrival.time);
     if (m_arrivals.size() > kMostArrivals) m_arrivals.pop_front();
     prune(arrival.time);
-    if (SequenceTrack* const track = trackOf(m_writers, arrival.writer)) track->take(arrival.writerNumber, m_transport);
+    const bool isFirst = !m_writers.contains(arrival.writer);
+    if (SequenceTrack* const track = trackOf(m_writers, arrival.writer)) {
+        track->take(arrival.writerNumber, m_transport);
+        if (isFirst && arrival.writerNumber > 1)
+            m_earlier = saturatedSum(m_earlier, static_cast<std::uint64_t>(arrival.writerNumber) - 1);
+    }
     if (SequenceTrack* const track = trackOf(m_tracks, {arrival.writer, arrival.deviceId}))
         track->take(arrival.sequenceNumber, m_holes);
     if (m_sources.size() < kMostSources && std::ranges::find(m_sources, arrival.deviceId) == m_sources.end())

@@ -81,6 +81,9 @@ public:
     /// Records that writers have sent since their first one here, and that have not arrived.
     std::uint64_t lost() const { return m_transport.missing; }
 
+    /// Records that writers had sent before their first one here: before it was known of them, however long ago.
+    std::uint64_t earlier() const { return m_earlier; }
+
     /// The device ids that have sent, in the order of their first record; `kMostSources` at the most.
     const std::vector<std::int32_t>& sources() const { return m_sources; }
 
@@ -93,6 +96,7 @@ private:
     std::uint64_t m_count = 0;
     SequenceHoles m_holes;
     SequenceHoles m_transport;
+    std::uint64_t m_earlier = 0;
     std::map<Writer, SequenceTrack> m_writers;
     std::map<std::pair<Writer, std::int32_t>, SequenceTrack> m_tracks;
     std::vector<std::int32_t> m_sources;

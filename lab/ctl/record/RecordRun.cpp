@@ -105,6 +105,7 @@ public:
              now = Clock::now()) {
             takeAll(now);
             if (now - settled >= kSettle) {
+                m_recorder->noteEarlier(earlier());
                 m_recorder->settle(missed());
                 settled = now;
             }
@@ -112,6 +113,7 @@ public:
         }
         takeTheRest();
         for (const auto& queue : m_queues) queue->end();
+        m_recorder->noteEarlier(earlier());
         m_recorder->close(missed());
         m_file->sync();
         printSum();
@@ -181,13 +183,26 @@ private:
         return missed;
     }
 
+    /// Where there was some. A publisher may have sent it long before this run.
+    mcap::Table earlier() const
+    {
+        mcap::Table earlier;
+        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
+            if (const std::uint64_t count = m_statistics[topic].earlier(); count > 0)
+                earlier[m_watch.topics()[topic].name] = std::to_string(count);
+        return earlier;
+    }
+
     void printSum()
     {
         const std::uint64_t missed = saturatedSum(missedInAll(lost(), m_watch.samples().leftOut()), m_unreadableLines);
+        std::uint64_t before = 0;
+        for (const TopicStatistics& statistics : m_statistics) before = saturatedSum(before, statistics.earlier());
         std::ostringstream text;
         text << "orvanectl: " << m_recorder->statistics().messages << " messages in " << std::fixed
              << std::setprecision(1) << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, "
              << missed << " missed, " << m_recorder->size() << " bytes in " << printable(m_path) << '\n';
+        if (before > 0) text << "orvanectl: " << before << " were sent before their publisher was heard\n";
         if (m_isShort) text << "orvanectl: more came at the end than was taken\n";
         if (!m_options.socket.empty() && !m_bus.trouble().empty())
             text << "orvanectl: no bus at the end: " << m_bus.trouble() << '\n';

@@ -69,6 +69,13 @@ void Recorder::takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t
     m_writer.add(mcap::Message{*channels.rest, 0, time, time, bytes});
 }
 
+void Recorder::noteEarlier(const mcap::Table& earlier)
+{
+    if (earlier == m_earlier) return;
+    m_earlier = earlier;
+    m_writer.add(mcap::Metadata{recording::kEarlier, earlier});
+}
+
 void Recorder::settle(const mcap::Table& missed)
 {
     m_writer.endChunk();

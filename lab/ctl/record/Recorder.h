@@ -18,6 +18,7 @@ inline constexpr const char* kBus = "bus";        ///< channel of the lines
 inline constexpr const char* kQueue = "queue/";   ///< front of the channels of queues, such as "queue/ZEN_HX"
 inline constexpr const char* kRest = "/rest";     ///< end of the channels of what was no record in them
 inline constexpr const char* kMissed = "missed";  ///< metadata: by topic, how many records were not recorded
+inline constexpr const char* kEarlier = "earlier";  ///< by topic, how many were sent before their writer's first here
 inline constexpr const char* kAbout = "recording";  ///< metadata: by what, and from where
 
 }  // namespace orvanectl::recording
@@ -40,6 +41,9 @@ public:
     void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time);
     /// Bytes of a queue that are no record.
     void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time);
+
+    /// What writers had sent before their first record here; is written when it is not what it was.
+    void noteEarlier(const mcap::Table& earlier);
 
     /// Has what came so far stay, whatever happens to the process.
     /// @param missed  is written when it is not what it was
@@ -68,6 +72,7 @@ private:
     std::optional<std::uint16_t> m_bus;
     std::uint32_t m_busLines = 0;
     mcap::Table m_missed;
+    mcap::Table m_earlier;
 };
 
 }  // namespace orvanectl

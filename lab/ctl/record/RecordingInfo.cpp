@@ -57,6 +57,7 @@ public:
     void metadata(const mcap::Metadata& metadata) override
     {
         if (metadata.name == recording::kMissed) m_info.missed = metadata.values;
+        if (metadata.name == recording::kEarlier) m_info.earlier = metadata.values;
         if (metadata.name == recording::kAbout) m_info.about = metadata.values;
     }
 
@@ -213,6 +214,8 @@ std::string infoText(const RecordingInfo& info)
                 (channel.unreadable > 0 ? ", " + std::to_string(channel.unreadable) + " unreadable" : ""));
     if (const auto leftOut = info.missed.find("left out"); leftOut != info.missed.end() && leftOut->second != "0")
         text << "left out by the recorder: " << printable(leftOut->second) << '\n';
+    for (const auto& [topic, count] : info.earlier)
+        text << "sent before their publisher was heard: " << printable(topic) << ' ' << printable(count) << '\n';
     for (const std::string& problem : info.problems) text << "damaged: " << problem << '\n';
     if (info.problemCount > info.problems.size())
         text << "damaged: " << info.problemCount - info.problems.size() << " places more\n";
@@ -236,8 +239,9 @@ std::string infoJson(const RecordingInfo& info)
                             {"missing", channel.holes.missing},
                             {"back", channel.holes.back},
                             {"unreadable", channel.unreadable}});
-    Json missed = Json::object(), about = Json::object();
+    Json missed = Json::object(), earlier = Json::object(), about = Json::object();
     for (const auto& [key, value] : info.missed) missed[printable(key)] = printable(value);
+    for (const auto& [key, value] : info.earlier) earlier[printable(key)] = printable(value);
     for (const auto& [key, value] : info.about) about[printable(key)] = printable(value);
     return jsonLine({{"kind", "recording"},
                      {"file", printable(info.file)},
@@ -249,6 +253,7 @@ std::string infoJson(const RecordingInfo& info)
                      {"seconds", seconds(span.last - span.first)},
                      {"recording", about},
                      {"missed", missed},
+                     {"earlier", earlier},
                      {"channels", channels},
                      {"problems", info.problemCount}});
 }

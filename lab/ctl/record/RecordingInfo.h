@@ -29,7 +29,8 @@ struct RecordingInfo {
     std::uint64_t end = 0;  ///< offset of what can't be read
     std::vector<ChannelInfo> channels;
     mcap::Table about;
-    mcap::Table missed;  ///< as the recorder has counted it
+    mcap::Table missed;   ///< as the recorder has counted it
+    mcap::Table earlier;  ///< likewise, of what was sent before it was known of the publisher
     std::vector<std::string> problems;
     std::uint64_t problemCount = 0;  ///< of which `problems` has the first
 };

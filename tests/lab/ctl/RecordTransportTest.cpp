@@ -92,6 +92,28 @@ TEST_F(RecordTransportTest, CtrlCClosesTheRecordingAndSumsUp)
         << tool.output();
 }
 
+TEST_F(RecordTransportTest, WhatWasSentBeforeTheRecorderIsTold)
+{
+    for (int i = 0; i < 3; ++i) publish(next++);
+    ChildProcess late({ORVANE_CTL_BINARY, "record", "-o", file + "2", "--connections", connections});
+    ASSERT_TRUE(eventually([&] {
+        publish(next++);
+        try {
+            return infoOf(file + "2").earlier.contains("Log");
+        } catch (const std::exception&) {
+            return false;  // not there yet
+        }
+    }));
+    late.send(SIGINT);
+    EXPECT_EQ(late.wait(), (ChildProcess::Ending{0, 0})) << late.errors();
+    const RecordingInfo info = infoOf(file + "2");
+    EXPECT_GE(std::stoll(info.earlier.at("Log")), 3);
+    EXPECT_NE(
+        late.output().find("\norvanectl: " + info.earlier.at("Log") + " were sent before their publisher was heard\n"),
+        std::string::npos)
+        << late.output();
+}
+
 TEST_F(RecordTransportTest, KilledRecorderLeavesAFileThatRepairCloses)
 {
     ASSERT_TRUE(publishUntilRecorded());

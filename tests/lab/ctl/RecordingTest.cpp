@@ -204,6 +204,15 @@ TEST_F(RecordingTest, InfoTellsChannelsGapsAndWhatWasMissed)
                     "aspn2_msgs::idl::GSSIP\n");
 }
 
+TEST_F(RecordingTest, InfoTellsWhatWasSentBeforeItsPublisherWasHeard)
+{
+    recorder.noteEarlier({{"Log", "16"}});
+    recorder.noteEarlier({{"Log", "17"}});
+    recorder.close({});
+    EXPECT_TRUE(infoText(info()).ends_with("sent before their publisher was heard: Log 17\n"));
+    EXPECT_NE(infoJson(info()).find(R"("earlier":{"Log":"17"})"), std::string::npos);
+}
+
 TEST_F(RecordingTest, InfoOfWhatWasCutSaysSo)
 {
     recorder.take(event(1, "one"), 1'000'000'000);

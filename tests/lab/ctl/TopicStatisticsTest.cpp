@@ -154,3 +154,20 @@ TEST(TopicStatisticsTest, TheLastArrivalIsKnownHoweverOld)
     EXPECT_FALSE(statistics.rate(at(milliseconds(60'000))));
     EXPECT_EQ(statistics.last(), at(milliseconds(700)));
 }
+
+TEST(TopicStatisticsTest, WhatAWriterSentBeforeItsFirstRecordHereIsNotLostButEarlier)
+{
+    TopicStatistics statistics(seconds(10));
+    statistics.take(arrivalAt(milliseconds(0), 18));
+    statistics.take(arrivalAt(milliseconds(1), 20));
+    EXPECT_EQ(statistics.earlier(), 17U);
+    EXPECT_EQ(statistics.lost(), 1U);
+}
+
+TEST(TopicStatisticsTest, WriterThatIsHeardFromItsFirstRecordHasNothingEarlier)
+{
+    TopicStatistics statistics(seconds(10));
+    statistics.take(arrivalAt(milliseconds(0), 1));
+    statistics.take({at(milliseconds(1)), {}, kHighest, 7, 2});
+    EXPECT_EQ(statistics.earlier(), 0U);
+}

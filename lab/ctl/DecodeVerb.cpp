@@ -1,11 +1,14 @@
+#include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/DecodeReport.h"
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/StreamCutter.h"
 #include "lab/ctl/Verb.h"
+#include "lab/ctl/record/RecordingQueue.h"
 #include "utilities/ConsoleLine.h"
 
 #include <cerrno>
 #include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
@@ -26,6 +29,8 @@ constexpr std::size_t kPiece = 131072;  // what the service asks of a queue
 struct Options {
     std::string file = "-";
     std::string format = "auto";
+    std::string recording;
+    std::string queue;  // of the recording
     bool json = false;
 };
 
@@ -116,12 +121,32 @@ ExitStatus decode(const Options& options)
     return report.isClean() ? kDone : kFailed;
 }
 
+ExitStatus decodeRecording(const Options& options)
+{
+    DecodeReport report(std::cout, std::cerr, options.recording, {options.json, wantsColour(), nullptr});
+    try {
+        readQueue(options.recording, options.queue, report);
+    } catch (const UnknownName& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return kMisused;
+    } catch (const std::exception& error) {
+        printLine(std::cerr, "orvanectl: ", error.what());
+        return kFailed;
+    }
+    if (!std::cout) {
+        printLine(std::cerr, "orvanectl: cannot write to standard output");
+        return kFailed;
+    }
+    return report.isClean() ? kDone : kFailed;
+}
+
 constexpr const char* kExamples =
     "Examples:\n"
     "  orvanectl decode queue.bin                  a paragraph for each frame\n"
     "  orvanectl decode --json frames.bin          a line of JSON for each frame\n"
     "  orvanectl decode --format frames whole.bin  search for frames from the first byte on\n"
     "  tail -c +1 -f queue.bin | orvanectl decode  follow a file that grows\n"
+    "  orvanectl decode --recording queue.mcap     the queue of a recording\n"
     "\n"
     "Exit status: 0 if everything was decoded and every checksum was right, 1 if not or if FILE\n"
     "can't be read, 2 for a wrong command line.";
@@ -137,12 +162,22 @@ Verb addDecodeVerb(CLI::App& tool)
         "decode", "Print GSSIP queue records or bare frames decoded, with their checksums verified. What can't be "
                   "decoded is reported on standard error with its offset.");
     command->footer(kExamples);
-    command->add_option("FILE", options->file, "what to read; - or none for standard input")->type_name("");
-    command->add_option("--format", options->format, "auto (by the first two bytes), records or frames")
-        ->check(CLI::IsMember(kFormats).description(""))
-        ->type_name("FORMAT");
+    CLI::Option* const file =
+        command->add_option("FILE", options->file, "what to read; - or none for standard input")->type_name("");
+    CLI::Option* const format =
+        command->add_option("--format", options->format, "auto (by the first two bytes), records or frames")
+            ->check(CLI::IsMember(kFormats).description(""))
+            ->type_name("FORMAT");
+    CLI::Option* const recording =
+        command->add_option("--recording", options->recording, "reads a recording in place of FILE")
+            ->excludes(file)
+            ->excludes(format)
+            ->type_name("FILE");
+    command->add_option("--queue", options->queue, "of the recording, if that has several")
+        ->needs(recording)
+        ->type_name("NAME");
     command->add_flag("--json", options->json, "one JSON object a line");
-    return {command, [options] { return decode(*options); }};
+    return {command, [options] { return options->recording.empty() ? decode(*options) : decodeRecording(*options); }};
 }
 
 }  // namespace orvanectl

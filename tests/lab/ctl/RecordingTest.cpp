@@ -1,5 +1,6 @@
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/GSSIP.h"
+#include "lab/ctl/DecodeReport.h"
 #include "lab/ctl/record/CatalogueSchema.h"
 #include "lab/ctl/record/QueueCopy.h"
 #include "lab/ctl/record/RecordPayload.h"
@@ -7,6 +8,7 @@
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingCut.h"
 #include "lab/ctl/record/RecordingInfo.h"
+#include "lab/ctl/record/RecordingQueue.h"
 #include "lab/ctl/record/RecordingRepair.h"
 #include "lab/ctl/record/RecordingSource.h"
 #include "tests/lab/ctl/Samples.h"
@@ -17,6 +19,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 
 using namespace orvanectl;
@@ -186,6 +189,66 @@ TEST_F(RecordingTest, RecordsOfAQueueThatCannotBeReadAreHandedOverAsTheyCome)
     EXPECT_EQ(rest, 9 * unreadable.size());
     cutter.end();
     EXPECT_EQ(rest, 10 * unreadable.size());
+}
+
+namespace {
+
+/// What `decode` shows of a stream, of its problems, and whether it is clean.
+std::string decoded(const std::function<void(StreamSink&)>& read)
+{
+    std::ostringstream output, problems;
+    DecodeReport report(output, problems, "input", {.json = true});
+    read(report);
+    return output.str() + problems.str() + (report.isClean() ? "clean" : "not clean");
+}
+
+}  // namespace
+
+TEST_F(RecordingTest, DecodeShowsAQueueAsItShowsItsBytes)
+{
+    const std::string stream = samples::kWarningRecord + samples::kAckRecord + samples::kWarningRecord;
+    QueueCutter cutter([&](Bytes bytes, std::int64_t number) { recorder.takeQueueRecord(0, bytes, number, 1); },
+                       [&](Bytes bytes) { recorder.takeQueueRest(0, bytes, 1); });
+    cutter.take(mcap::bytesOf(stream));
+    cutter.end();
+    recorder.close({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    const std::string ofBytes = decoded([&](StreamSink& sink) {
+        StreamCutter bytes(StreamFormat::Records, sink);
+        bytes.take(mcap::bytesOf(stream));
+        bytes.end();
+    });
+    EXPECT_EQ(decoded([&](StreamSink& sink) { readQueue(file, "", sink); }), ofBytes);
+    EXPECT_EQ(decoded([&](StreamSink& sink) { readQueue(file, "ZEN_HX", sink); }), ofBytes);
+    EXPECT_NE(ofBytes.find("HELLO"), std::string::npos);
+}
+
+TEST_F(RecordingTest, DecodeTellsWhereAQueueHadNoRecord)
+{
+    recorder.takeQueueRest(0, mcap::bytesOf("rest"), 1);
+    recorder.takeQueueRecord(0, mcap::bytesOf("garbage"), 7, 2);
+    recorder.settle({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    EXPECT_EQ(decoded([&](StreamSink& sink) { readQueue(file, "", sink); }),
+              "orvanectl: input: offset 0: 4 bytes are no record\n"
+              "orvanectl: input: offset 4: 7 bytes are no record\n"
+              "orvanectl: input: offset 11: the recording was cut off here\n"
+              "not clean");
+}
+
+TEST_F(RecordingTest, DecodeOfAQueueThatThereIsNotIsAnsweredWithTheNearest)
+{
+    recorder.close({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    try {
+        decoded([&](StreamSink& sink) { readQueue(file, "ZEN_XH", sink); });
+        FAIL();
+    } catch (const UnknownName& error) {
+        EXPECT_EQ(error.what(), file + ": no queue ZEN_XH; did you mean ZEN_HX?");
+    }
 }
 
 TEST_F(RecordingTest, InfoTellsChannelsGapsAndWhatWasMissed)

@@ -88,11 +88,12 @@ Json PageRequests::make(const std::string& name, const std::string& confirmation
 {
     const PageRequest* const request = find(name);
     if (request == nullptr) return failed("there is no such request");
-    if (request->warns != nullptr && !m_confirmations.take(name, confirmation, Clock::now()))
-        return failed("this has to be confirmed first, within a minute");
     if (m_socket.empty()) return failed("no bus is given: orvanectl serve --socket PATH");
     const Turn turn(m_underWay);
     if (turn.number() > kMostAtOnce) return failed("too many requests are under way");
+    // Last: it is used up by it.
+    if (request->warns != nullptr && !m_confirmations.take(name, confirmation, Clock::now()))
+        return failed("this has to be confirmed first, within a minute");
     try {
         return ask(*request);
     } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <functional>
+#include <list>
 #include <optional>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -18,19 +19,26 @@ namespace {
 
 using Json = BusLink::Json;
 
+/// A socket that takes clients.
+int listenAt(const std::string& path)
+{
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    EXPECT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(socket, 4), 0);
+    return socket;
+}
+
 /// A bus for one client: it reads one line, and answers as the test says; it closes after an empty answer, and waits for
 /// the client's end after any other or none.
 class OneBus {
 public:
     using Answer = std::function<std::optional<std::string>(const Json& request)>;
 
-    OneBus(const std::string& path, Answer answer) : m_socket(::socket(AF_UNIX, SOCK_STREAM, 0))
+    OneBus(const std::string& path, Answer answer) : m_socket(listenAt(path))
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-        EXPECT_EQ(::bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(m_socket, 4), 0);
         m_thread = std::thread([this, answer = std::move(answer)] {
             const int client = ::accept(m_socket, nullptr, nullptr);
             std::string line;
@@ -53,6 +61,25 @@ public:
 private:
     int m_socket;
     std::thread m_thread;
+};
+
+/// A bus that takes clients and answers none, until its end.
+class BusThatIsSilent {
+public:
+    explicit BusThatIsSilent(const std::string& path) : m_socket(listenAt(path)) {}
+    ~BusThatIsSilent()
+    {
+        for (const int descriptor : m_clients) ::close(descriptor);
+        ::close(m_socket);
+    }
+    BusThatIsSilent(const BusThatIsSilent&) = delete;
+    BusThatIsSilent& operator=(const BusThatIsSilent&) = delete;
+
+    void takeClient() { m_clients.push_back(::accept(m_socket, nullptr, nullptr)); }
+
+private:
+    const int m_socket;
+    std::vector<int> m_clients;
 };
 
 struct PageRequestsTest : testing::Test {
@@ -124,6 +151,22 @@ TEST_F(PageRequestsTest, WhatErasesIsNotMadeWithoutItsOwnConfirmation)
     for (const std::string& confirmation : {std::string(), other})
         EXPECT_EQ(requests.make("clear-data-all", confirmation)["error"],
                   "this has to be confirmed first, within a minute");
+}
+
+TEST_F(PageRequestsTest, AConfirmationIsNotUsedUpWhileTooManyAreUnderWay)
+{
+    std::list<std::thread> others;
+    const std::string confirmation = requests.confirmation("clear-data-all")["confirmation"];
+    {
+        BusThatIsSilent bus(path);
+        for (int i = 0; i < PageRequests::kMostAtOnce; ++i) {
+            others.emplace_back([this] { requests.make("status", ""); });
+            bus.takeClient();
+        }
+        EXPECT_EQ(requests.make("clear-data-all", confirmation)["error"], "too many requests are under way");
+    }
+    for (std::thread& other : others) other.join();
+    EXPECT_EQ(requests.make("clear-data-all", confirmation)["error"], "no bus at " + path + ": Connection refused");
 }
 
 TEST_F(PageRequestsTest, EveryRequestOfItsListIsOneOfTheBus)

@@ -158,7 +158,7 @@ struct PageServerTest : testing::Test {
     const int port = socket.port();
     PageGuard guard{{}};
     FrameBoard board;
-    PageRequests requests{""};
+    PageRequests requests{"/no bus"};
     std::optional<PageServer> server{std::in_place, socket, guard, board, requests, std::chrono::hours(1)};
 };
 
@@ -264,7 +264,7 @@ TEST_F(PageServerTest, WhatErasesIsConfirmedInWordsBeforeItReachesTheBus)
     const BusLink::Json asked = BusLink::Json::parse(question.body);
     EXPECT_NE(asked["warns"].get<std::string>().find("erases all of its data"), std::string::npos);
     const std::string confirmed = name + R"(,"confirmation":")" + asked["confirmation"].get<std::string>() + "\"}";
-    EXPECT_NE(post("/request", ownHeaders(), confirmed).body.find("no bus is given"), std::string::npos);
+    EXPECT_NE(post("/request", ownHeaders(), confirmed).body.find("no bus at /no bus"), std::string::npos);
 }
 
 TEST_F(PageServerTest, OddBodiesAreAnsweredAndLargeOnesRefused)

@@ -50,6 +50,22 @@ protected:
               grep -qs '^SigCgt:.*[2367abef]$' "${name%comm}status"; do sleep 0.1; done
         kill -s INT -- -$desk
         wait $desk)";
+    /// The names of those that have the page's socket open, once the page is served.
+    static inline const std::string kHoldersOfThePage = R"sh(
+        setsid env --default-signal=INT python3 -c 'import os, socket, sys
+place = socket.create_server(("127.0.0.1", 0))
+print(os.fstat(place.fileno()).st_ino, file=open("/tmp/inode", "w"))
+os.dup2(place.fileno(), 3)
+os.set_inheritable(3, True)
+os.execvp(sys.argv[1], sys.argv[1:])' "$0" --build "$1" --seconds forever --page 3 >/tmp/said & desk=$!
+        until [ -S /tmp/desk/control ] && grep -qs 'the page is at' /tmp/said; do sleep 0.1; done
+        read -r inode </tmp/inode
+        for descriptor in /proc/[0-9]*/fd/*; do
+            [ "$(readlink "$descriptor")" != "socket:[$inode]" ] || cat "${descriptor%fd/*}comm" 2>/dev/null
+        done
+        kill -s INT -- -$desk
+        wait $desk
+        true)sh";
     std::string m_output;
 };
 
@@ -124,4 +140,10 @@ TEST_F(DeskTest, SecondsThatAreNoneAreRefused)
     ChildProcess process({kDesk, "--seconds", "soon"});
     EXPECT_EQ(process.wait(), (ChildProcess::Ending{2, 0}));
     EXPECT_EQ(process.errors(), "desk: --seconds soon: neither a number nor forever\n");
+}
+
+TEST_F(DeskTest, TheSocketOfThePageIsHeldByThePageAlone)
+{
+    EXPECT_EQ(run({"/bin/sh", "-c", kHoldersOfThePage, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
+    EXPECT_EQ(m_output, "orvanectl\n");
 }

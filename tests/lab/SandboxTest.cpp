@@ -166,6 +166,21 @@ TEST_F(SandboxTest, WhatTheCommandLeavesRunningEndsWithIt)
     EXPECT_EQ(reader.wait(), (Ending{0, 0}));
 }
 
+TEST_F(SandboxTest, ADescriptorThatIsGivenIsOpenForTheCommandAlone)
+{
+    const std::string pipe = (m_directory.path() / "given").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    // Its reader comes to the end once nobody has it any more, and the command runs on.
+    const std::string command = "echo given >&4; exec 4>&-; exec sleep 600";
+    ChildProcess process({"/bin/sh", "-c", "exec 4>" + pipe + "; exec \"$@\"", "sh", kSandbox, "--unit", m_unit, "--",
+                          "/bin/sh", "-c", command});
+    ChildProcess reader({"/bin/cat", pipe});
+    EXPECT_EQ(reader.wait(), (Ending{0, 0})) << process.errors();
+    EXPECT_EQ(reader.output(), "given\n");
+    process.send(SIGKILL);
+    EXPECT_EQ(process.wait(), (Ending{-1, SIGKILL}));
+}
+
 TEST_F(SandboxTest, KilledSandboxTakesTheCommandWithIt)
 {
     const std::string pipe = (m_directory.path() / "left").string();

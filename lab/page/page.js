@@ -9,6 +9,7 @@ let isDrawing = false;
 let lastFrame = performance.now();
 let isConnected = false;
 let source = null;
+let refused = '';  // why the server sends no events, in words
 
 const byId = (id) => document.getElementById(id);
 
@@ -31,7 +32,7 @@ function say(words) {
 function drawLamps() {
   const status = state.status;
   document.body.classList.toggle('gone', !isConnected || !status || !status.serviceRuns);
-  if (!status) return say(isConnected ? '' : 'Waiting for orvanectl serve.');
+  if (!status) return say(isConnected ? '' : refused || 'Waiting for orvanectl serve.');
   const process = status.process;
   const cpu = process && process.cpuPercent !== null ? `, CPU ${process.cpuPercent} %` : '';
   lamp('page', isConnected, isConnected ? 'page live' : 'page not live');
@@ -39,7 +40,7 @@ function drawLamps() {
   lamp('process', isConnected && Boolean(process),
     process ? `process ${process.id}${cpu}, ${(process.residentKiB / 1024).toFixed(1)} MiB, ${process.threads} threads` : 'no process');
   if (status.leftOut) lamp('left-out', false, `${status.leftOut} records left out`);
-  if (!isConnected) say('orvanectl serve is gone. What is shown is the last that came; the page goes on by itself when it is back.');
+  if (!isConnected) say(refused || 'orvanectl serve is gone. What is shown is the last that came; the page goes on by itself when it is back.');
   else if (status.busTrouble) say(`The bus is gone: ${status.busTrouble}. What it told is old; it is looked for once a second.`);
   else if (!status.serviceRuns) say('The service does not run. What it told is old.');
   else say('');
@@ -47,8 +48,14 @@ function drawLamps() {
 
 function draw() {
   isDrawing = false;
-  for (const [sections, show] of panels)
-    if (sections.some((name) => changed.has(name))) show(state);
+  for (const [sections, show] of panels) {
+    if (!sections.some((name) => changed.has(name))) continue;
+    try {
+      show(state);
+    } catch (error) {
+      console.error(error);  // that panel stays as it was
+    }
+  }
   changed.clear();
   drawLamps();
 }
@@ -64,10 +71,24 @@ function take(sections) {
   if (state.run && sections.run && sections.run !== state.run) return location.reload();
   lastFrame = performance.now();
   isConnected = true;
+  refused = '';
   for (const [name, value] of Object.entries(sections)) {
     state[name] = value;
     changed.add(name);
   }
+  drawSoon();
+}
+
+/// Nothing if it does not answer.
+async function learnRefusal() {
+  const asking = new AbortController();
+  try {
+    const response = await fetch('/events', { signal: asking.signal });
+    refused = response.ok ? '' : `orvanectl serve: ${(await response.json()).error}. It is asked again each second.`;
+  } catch {
+    refused = '';
+  }
+  asking.abort();  // an event that comes here is not for the page
   drawSoon();
 }
 
@@ -85,7 +106,13 @@ function connect() {
   const opened = new EventSource('/events');
   source = opened;
   opened.onmessage = (event) => { if (source === opened) take(JSON.parse(event.data)); };
-  opened.onerror = () => { if (source === opened) lose(); };
+  opened.onerror = () => {
+    if (source !== opened) return;
+    // It has been answered, but not by events.
+    if (opened.readyState === EventSource.CLOSED) learnRefusal();
+    else refused = '';
+    lose();
+  };
 }
 
 // A connection that is only silent is lost as well.

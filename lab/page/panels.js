@@ -21,7 +21,9 @@ export function number(value, digits, unit = '') {
 }
 
 const degrees = (radians, digits = 1) => number(typeof radians === 'number' ? radians * 180 / Math.PI : radians, digits);
-const rowsOf = (section, list) => (section && section.record && Array.isArray(section.record[list]) ? section.record[list] : []);
+/// The rows of a list; what is none is left out.
+const rowsIn = (list) => (Array.isArray(list) ? list.filter((row) => row !== null && typeof row === 'object') : []);
+const rowsOf = (section, list) => rowsIn(section && section.record && section.record[list]);
 const setWords = (node, words) => { if (node.textContent !== words) node.textContent = words; };
 
 /// Puts rows in the place of those that stand there, where they differ: who reads or selects one is not disturbed.
@@ -161,7 +163,7 @@ function showTests({ tests, status }) {
   const rows = rowsOf(tests, 'results').map((row) => {
     const [words, className] = TEST_STATUS[row.status] || [`status ${row.status}`, 'doubtful'];
     const line = element('li', `test ${row.builtInTestId}${row.namePresent && row.name ? ` ${row.name}` : ''}: ${words}`, className);
-    for (const sensor of Array.isArray(row.sensors) ? row.sensors : []) {
+    for (const sensor of rowsIn(row.sensors)) {
       const [result, sensorClass] = TEST_STATUS[sensor.status] || [`status ${sensor.status}`, 'doubtful'];
       const text = sensor.textPresent && sensor.text ? ` (${sensor.text})` : '';
       line.append(element('div', `${sensor.sensorId}: ${result}${text}`, sensorClass));

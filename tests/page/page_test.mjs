@@ -284,6 +284,15 @@ test("another site's page can neither read nor press anything", async () => {
   assert.equal(bus.told('clear-system-data').length, asked);
 });
 
+test('what one panel can not show keeps no other from being drawn', async () => {
+  const sections = { inputs: 7, warnings: { record: { warnings: [null, 'x', { warningId: 7 }] } } };
+  const other = await browser.newPage();
+  await other.route('**/events', (route) => route.fulfill({ contentType: 'text/event-stream', body: `data: ${JSON.stringify(sections)}\n\n` }));
+  await other.goto(address);
+  await eventually('the warning', async () => await other.locator('#warnings .lines').innerText() === '7');
+  await other.close();
+});
+
 test('sixteen look on at the same time', async () => {
   const viewers = await Promise.all(Array.from({ length: 15 }, () => fetch(`${address}events`)));
   const readers = viewers.map((viewer) => viewer.body.getReader());
@@ -293,7 +302,13 @@ test('sixteen look on at the same time', async () => {
   }
   assert.equal((await fetch(`${address}events`)).status, 503);
   assert.ok((await textOf('#lamps')).includes('page live'));
+  const late = await browser.newPage();
+  await late.goto(address);
+  const words = 'orvanectl serve: 16 others look on already. It is asked again each second.';
+  await eventually('the words for the seventeenth', async () => await late.locator('#notice').textContent() === words);
   await Promise.all(readers.map((reader) => reader.cancel()));
+  await eventually('its turn', async () => (await late.locator('#lamps').innerText()).includes('page live'));
+  await late.close();
 });
 
 test('up to here the console has no error', () => assert.deepEqual(troubles, []));

@@ -68,8 +68,8 @@ public:
                                                                                         : JoinLedger::kStrictPatience),
                                                            .gps = {},
                                                            .partNumbers = {},
-                                                           .threats = {},
-                                                           .warnings = {},
+                                                           .threats = TellLedger(),
+                                                           .warnings = TellLedger(),
                                                            .clearings = TellLedger(patienceAt(rate, isAccelerated)),
                                                            .tests = TellLedger(patienceAt(rate, isAccelerated)),
                                                            .answers = {}}

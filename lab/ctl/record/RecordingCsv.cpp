@@ -41,14 +41,12 @@ struct Column {
 Path partsOf(std::string_view text)
 {
     Path parts;
-    while (!text.empty()) {
+    while (true) {
         const std::size_t dot = text.find('.');
         parts.emplace_back(text.substr(0, dot));
-        if (dot == std::string_view::npos) break;
+        if (dot == std::string_view::npos) return parts;
         text.remove_prefix(dot + 1);
-        if (text.empty()) parts.emplace_back();
     }
-    return parts;
 }
 
 Json valuesOf(const RecordType& type, const void* record)

@@ -2,6 +2,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorOf.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
 
@@ -330,7 +331,7 @@ TEST_F(PageServerTest, WhatFollowsARequestDoesNotTakeItsAnswerAway)
 {
     RawClient client(port);
     client.send(postHead() + "Content-Length: 4097\r\n\r\n" + std::string(4097, ' '));
-    EXPECT_TRUE(client.received().ends_with(R"({"error":"the request is too long","ok":false})"));
+    EXPECT_THAT(client.received(), testing::EndsWith(R"({"ok":false,"error":"the request is too long"})"));
 }
 
 TEST_F(PageServerTest, ItsEndWaitsForNobody)

@@ -15,7 +15,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  orvanectl csv drive.mcap EventLog.eventlog           its time, and the text\n"
     "  orvanectl csv drive.mcap UTCTime.header.seq_num AssuranceState\n"
-    "  orvanectl csv drive.mcap SVStatus.svs.0              of the first element alone\n"
+    "  orvanectl csv drive.mcap MeasurementIncorporationStatus.meas_types.0    of the first element alone\n"
     "\n"
     "A channel alone, or a field that has some within it, stands for all of these. A row is a message; what it\n"
     "has not is empty. seconds: since the first message of FILE, as cut counts them.\n"

@@ -11,7 +11,7 @@ Writer::Writer(Output& output, Options options) : m_output(output), m_options(st
 {
     ByteWriter content;
     content.text("");  // no profile: nothing more is promised than the format does
-    content.text(m_options.library);
+    content.text(m_options.writtenBy);
     ByteWriter bytes;
     bytes.raw(kMagic);
     writeFront(bytes, Op::Header, content.size());

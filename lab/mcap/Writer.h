@@ -15,7 +15,7 @@ namespace mcap {
 class Writer {
 public:
     struct Options {
-        std::string library = "orvanectl";
+        std::string writtenBy = "orvanectl";
         std::size_t chunkSize = 1024U * 1024;  ///< a chunk that has grown to it, in bytes, is ended
         bool isCompressed = true;
     };

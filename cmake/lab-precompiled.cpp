@@ -1,0 +1,1 @@
+// Compiled for the header that is read with it (LabPrecompiled.cmake).

@@ -13,7 +13,7 @@ sys.path.insert(0, str(ROOT / "packaging"))
 sys.dont_write_bytecode = True
 import sbom  # noqa: E402
 
-TOOLS = ("g++", "git", "dpkg-deb", "dpkg-shlibdeps", "dpkg-architecture")
+TOOLS = ("asciidoctor", "g++", "git", "dpkg-deb", "dpkg-shlibdeps", "dpkg-architecture")
 HAS_ALL = all(map(shutil.which, TOOLS)) and (ROOT / ".git").exists()
 
 
@@ -103,6 +103,15 @@ class Packages(unittest.TestCase):
     def test_the_tool_completes(self):
         place = self.unpacked("orvane-lab") / "usr/share/bash-completion/completions/orvanectl"
         self.assertEqual(place.read_text(), "# completes\n")
+
+    def test_each_program_and_file_has_its_page(self):
+        pages = {package: [file.removeprefix("usr/share/man/") for file in self.files(package)
+                           if file.startswith("usr/share/man/")] for package in ("orvane-server", "orvane-lab")}
+        self.assertEqual(sorted(pages["orvane-server"]),
+                         ["man5/Connections.xml.5.gz", "man5/HX_Sensor_Data.xml.5.gz", "man5/IODevices.xml.5.gz",
+                          "man5/OrvaneServer.xml.5.gz", "man8/OrvaneServer.8.gz"])
+        for page in ("man1/orvanectl.1.gz", "man1/orvanectl-check.1.gz", "man1/unit-sim.1.gz"):
+            self.assertIn(page, pages["orvane-lab"])
 
     def test_symbols_are_apart(self):
         sections = run("readelf", "-WS", self.unpacked("orvane-server") / "usr/sbin/OrvaneServer").stdout

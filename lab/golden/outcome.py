@@ -1,25 +1,35 @@
-"""What a run has shown, as text that is the same each time.
+"""What a run has shown, as text that is the same each time but for moments, and how two such texts are compared.
+
+A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to ROOM seconds off, since
+the machine is never quite in time; all else is compared exactly. What was before the tenth second, when the service may
+still be starting, has no moment.
 
 Left out is what depends on when the machine got round to something, or on where a line of a source stands, and nothing else:
 
-- records of Blended Navigation of before the tenth second of the unit, when the service may still be starting, of behind
-  the last one, and those without a time of validity;
-- numbers of publications, wall-clock times of telling, sequence numbers and times of events;
+- records of Blended Navigation of before the tenth second of the unit, of behind the last one, and those without a time of
+  validity, which have exact times instead of moments;
+- what was told of the service itself, its lists and its system before the tenth second, but for the last of each;
+- numbers of publications, sequence numbers of events, and how often a group has been called;
 - how often a list of warnings was told again: each entry is there once, in its order;
 - the line of its source that an event names, which changes with the source;
 - the time of a threat, which it gets when its list is told, and lists without a threat;
-- the system configurations while components still answer: the last one is there;
-- when a built-in test began, and the id by which a client knows the answer to its request;
+- the components of a system while they still answer: each change of its name is there, and the last configuration;
+- when a built-in test began, by its own account, and the id by which a client knows the answer to its request;
 - what is said from the moment on at which the service is told to end, but for its status.
 
 Real numbers have nine digits, since the last ones depend on the processor's instructions.
 """
 
 import calendar
+import difflib
 import json
 import re
 
-BEGIN = 10  # seconds of the unit
+BEGIN = 10.0  # seconds of the unit
+ROOM = 2.0  # seconds of the unit
+UPTIME = 60.0  # seconds that a unit has been up when its scenario begins
+
+MOMENT = re.compile(r"(?:at (?P<seconds>\d+\.\d)|before 10) s$")
 
 
 class Unreadable(Exception):
@@ -54,6 +64,34 @@ def flat(value, name=""):
 
 def of_record(record, indent="    "):
     return [f"{indent}{name} {value}" for name, value in flat(record)]
+
+
+def at(seconds):
+    """A moment as it stands behind what happened then."""
+    return f"at {seconds:.1f} s" if seconds >= BEGIN else "before 10 s"
+
+
+def settled(kept, shown):
+    """What was shown, with the moments that are kept where they are near enough.
+
+    @param kept  lines, as are those that were shown and those that come back
+    """
+    timeless = lambda lines: [MOMENT.sub("", line.rstrip("\n")) for line in lines]  # noqa: E731
+    result = list(shown)
+    for block in difflib.SequenceMatcher(None, timeless(kept), timeless(shown), autojunk=False).get_matching_blocks():
+        for place in range(block.size):
+            before, now = kept[block.a + place], shown[block.b + place]
+            if are_near(MOMENT.search(before), MOMENT.search(now)):
+                result[block.b + place] = before
+    return result
+
+
+def are_near(one, other):
+    """@param one  a match, or none"""
+    if not one or not other:
+        return False
+    first, second = (float(each["seconds"] or BEGIN) for each in (one, other))
+    return abs(first - second) <= ROOM + 1e-6
 
 
 def moment(time):
@@ -91,19 +129,24 @@ def navigation(tells, utc, seconds):
     return lines
 
 
-def threats(tells):
+def told_at(tell, start):
+    """@param start  of the scenario, by the clock that tells when something was told"""
+    return f" {at(tell['at_ms'] / 1e3 - start)}" if "at_ms" in tell else ""
+
+
+def threats(tells, start):
     """The first one in full, of the others what differs from the one before."""
     lines = []
     last = None
     for tell in tells:
         for threat in tell["record"]["threats"]:
             timeless = {key: value for key, value in threat.items() if key != "time"}
-            lines += ["threat", *changed(last, timeless)]
+            lines += [f"threat{told_at(tell, start)}", *changed(last, timeless)]
             last = timeless
     return lines
 
 
-def warnings(tells):
+def warnings(tells, start):
     """Each warning when it is first in the list; a list that was cleared begins anew."""
     lines = []
     known = []
@@ -111,10 +154,10 @@ def warnings(tells):
         listed = tell["record"]["warnings"]
         common = known == listed[: len(known)]
         if not common:
-            lines.append("another list")
+            lines.append(f"another list{told_at(tell, start)}")
         for warning in listed[len(known) if common else 0 :]:
             text = f' {number(warning["customText"])}' if warning["customTextValid"] else ""
-            lines.append(f'warning {warning["warningId"]}{text}')
+            lines.append(f'warning {warning["warningId"]}{text}{told_at(tell, start)}')
         known = listed
     return lines
 
@@ -128,33 +171,53 @@ def without(value, names):
 
 def told(tell, *besides):
     left_out = ("number", "type", "tell", "at_ms", "last", "during", *besides)
-    return of_record(without({key: value for key, value in tell.items() if key not in left_out}, ("startTime",)))
+    return of_record(without({key: value for key, value in tell.items() if key not in left_out}, ("startTime", "calls")))
 
 
-def each(tells):
-    return [line for tell in tells for line in ("told", *told(tell))]
+def each(tells, start, *besides):
+    return [line for tell in tells for line in (f"told{told_at(tell, start)}", *told(tell, *besides))]
 
 
-def bus(lines, utc, seconds):
+def lasting_of_start(tells, start):
+    """Without what was told before the tenth second, but for the last of it."""
+    early = [tell for tell in tells if tell["at_ms"] / 1e3 - start < BEGIN]
+    return [tell for tell in tells if tell in early[-1:] or tell not in early]
+
+
+def systems(tells, start):
+    """Each change of the name, and the last configuration."""
+    lines = []
+    last = None
+    for tell in lasting_of_start(tells, start):
+        name = tell["record"]["systemName"]
+        if name != last:
+            lines.append(f"system {number(name)}{told_at(tell, start)}")
+        last = name
+    return lines + told(tells[-1], "timeOfValidity")
+
+
+def bus(lines, utc, seconds, start):
     """@param lines  of `orvanectl bus watch --json`"""
     tells = {}
     for message in records(lines, "bus"):
         if message.get("type") == "tell":
             tells.setdefault(message["tell"], []).append(message)
-        elif message.get("type") in ("misuse", "dropped", "error"):
+        elif message.get("type") != "hello":
             tells.setdefault(message["type"], []).append(message)
     shown = []
     for name in sorted(tells):
         if name == "blended-navigation":
             text = navigation(tells[name], utc, seconds)
         elif name == "navwar-sa":
-            text = threats(tells[name])
+            text = threats(tells[name], start)
         elif name == "warning-messages":
-            text = warnings(tells[name])
-        elif name in ("system-configuration", "available-outputs", "available-sensors"):
-            text = told(tells[name][-1], "timeOfValidity")
+            text = warnings(tells[name], start)
+        elif name == "system-configuration":
+            text = systems(tells[name], start)
+        elif name in ("available-outputs", "available-sensors", "service"):
+            text = each(lasting_of_start(tells[name], start), start, "timeOfValidity")
         else:
-            text = each(tells[name])
+            text = each(tells[name], start)
         shown += [f"== {name}", *text, ""]
     return shown
 
@@ -165,9 +228,11 @@ def events(lines):
     for message in records(lines, "events"):
         if message["kind"] != "record":
             continue
-        header = message["header"]["device_id"]
+        header = message["header"]
+        time = header["timestamp_valid"]
+        when = at(time["sec"] + time["nsec"] / 1e9 - UPTIME)
         fields = [lasting(one) for one in of_record(message["message"])]
-        shown += [f'== {message["topic"]} from {header["server_name"]}', *fields]
+        shown += [f'== {message["topic"]} from {header["device_id"]["server_name"]} {when}', *fields]
     return shown
 
 
@@ -198,6 +263,25 @@ def console(lines):
     return [lasting(line) for line in lines]
 
 
+def dawdled(lines, start):
+    """By how many seconds of the unit the service, or the machine that runs it, was behind: of its start, for which it
+    has a second, and of the list of warnings, which is told each second as long as there is a service.
+
+    @param lines  of `orvanectl bus watch --json`
+    """
+    late = 0.0
+    last = None
+    for message in records(lines, "bus"):
+        if message.get("event") == "started" or message.get("tell") == "warning-messages":
+            now = message["at_ms"] / 1e3
+            if last is None:
+                late = now - start - 1.0
+            elif message["type"] == "tell":
+                late = max(late, now - last - 1.0)
+            last = now
+    return late
+
+
 def complaints(lines):
     """What a client of the lab itself had to say."""
     return ["== on standard error", *lines, ""] if lines else []
@@ -214,9 +298,10 @@ def of_run(out, utc, seconds):
     @param out  the directory that unit.py has left
     """
     read = lambda name: whole_lines((out / name).read_text(errors="replace"))  # noqa: E731
+    start = float(read("started")[0])
     until_end = lambda name: read(f"{name}.until-end")  # noqa: E731
     shown = {
-        "bus.txt": bus(until_end("bus"), utc, seconds) + complaints(until_end("bus.errors")),
+        "bus.txt": bus(until_end("bus"), utc, seconds, start) + complaints(until_end("bus.errors")),
         "events.txt": events(until_end("events")) + complaints(until_end("events.errors")),
         "console.txt": [*console(until_end("console")), f"status {read('status')[0]}"],
     }
@@ -225,3 +310,13 @@ def of_run(out, utc, seconds):
         texts = [request(one, read(one["name"]), read(f"{one['name']}.errors")) for one in requests]
         shown["requests.txt"] = sum(texts, [])
     return {name: "\n".join(lines).rstrip("\n") + "\n" for name, lines in shown.items()}
+
+
+def behind(out):
+    """By how many seconds of the unit the machine was behind in a run, at the most.
+
+    @param out  as above
+    """
+    told = whole_lines((out / "bus.until-end").read_text(errors="replace"))
+    start, late = (float((out / name).read_text()) for name in ("started", "late"))
+    return max(late, dawdled(told, start))

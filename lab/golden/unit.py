@@ -65,6 +65,12 @@ class Programs:
     def __init__(self, build):
         self.build = pathlib.Path(build)
         self.running = {}
+        self.late = 0.0  # seconds of the unit by which a sleep has lasted too long, at the most
+
+    def sleep(self, seconds):
+        end = time.time() + seconds
+        time.sleep(seconds)
+        self.late = max(self.late, time.time() - end)
 
     def start(self, name, program, *arguments, **environment):
         # What the service says is kept as a whole; the others tell JSON, beside which nothing may stand.
@@ -137,7 +143,7 @@ def wait_for(programs, what, condition, longest):
 def wait_until(programs, end):
     while (left := end - time.time()) > 0.0:
         programs.expect_running()
-        time.sleep(min(left, 1.0))
+        programs.sleep(min(left, 1.0))
 
 
 def set_rate(programs, rate):
@@ -151,6 +157,7 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     programs.start("unit-sim", "lab/unit/unit-sim", *played)
     wait_for(programs, "the first epoch", lambda: has_played(0.0), LONGEST_TO_BEGIN)
     started = time.time()
+    (OUT / "started").write_text(f"{started}\n")
     programs.start("events", "lab/ctl/orvanectl", "echo", "EventLog", "MaintenanceEvent", "--backfill", "--json")
     programs.start(
         "console", "VICTORY/OrvaneServer/OrvaneServer", "/opt/halvex/config/OrvaneServer.xml",
@@ -164,6 +171,7 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     if time.time() - started > READY_BY:
         raise TooSlow(f"the service was ready {time.time() - started:.1f} s of the unit after its start only\n")
     set_rate(programs, rate)
+    programs.late = 0.0
     asked = Requests(programs, requests)
     asked.make(started)
     wait_until(programs, started + seconds)
@@ -210,6 +218,7 @@ def main():
     finally:
         programs.stop_all()
     (OUT / "status").write_text(f"{status}\n")
+    (OUT / "late").write_text(f"{programs.late}\n")
     return 0
 
 

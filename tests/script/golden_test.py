@@ -32,8 +32,15 @@ golden = script()
 UTC = 1772323200  # 2026-03-01
 
 
-def tell(name, **members):
-    return json.dumps({"type": "tell", "tell": name, "number": 7, "at_ms": 1, **members})
+START = UTC + 0.25  # of the scenario
+
+
+def tell(name, at=2.0, **members):
+    return line("tell", at, tell=name, **members)
+
+
+def line(kind, at, **members):
+    return json.dumps({"type": kind, "number": 7, "at_ms": int((START + at) * 1000), **members})
 
 
 def navigation(second, **record):
@@ -50,7 +57,7 @@ def warning(number, text=""):
 
 
 def bus(*lines):
-    return outcome.bus(lines, UTC, 30)
+    return outcome.bus(lines, UTC, 30, START)
 
 
 class Numbers(unittest.TestCase):
@@ -87,42 +94,116 @@ class BlendedNavigation(unittest.TestCase):
 class Lists(unittest.TestCase):
     def test_threats_are_told_without_their_time(self):
         shown = bus(
-            tell("navwar-sa", record={"threats": [threat(1.5, 3)]}), tell("navwar-sa", record={"threats": []}),
-            tell("navwar-sa", record={"threats": [threat(1.5, 4), threat(2.5, 5)]}),
+            tell("navwar-sa", 11.5, record={"threats": [threat(1.5, 3)]}), tell("navwar-sa", 12.5, record={"threats": []}),
+            tell("navwar-sa", 13.5, record={"threats": [threat(1.5, 4), threat(2.5, 5)]}),
         )  # fmt: skip
         self.assertEqual(
             shown,
-            ["== navwar-sa", "threat", "    azimuth_rad 1.5", "    power -70", "threat", "threat", "    azimuth_rad 2.5", ""],
-        )
+            ["== navwar-sa", "threat at 11.5 s", "    azimuth_rad 1.5", "    power -70", "threat at 13.5 s",
+             "threat at 13.5 s", "    azimuth_rad 2.5", ""],
+        )  # fmt: skip
 
     def test_warning_is_told_once_however_often_its_list_is(self):
         lists = [], [warning(5)], [warning(5)], [warning(5), warning(75, "ANTENNA OPEN")]
-        shown = bus(*(tell("warning-messages", record={"gpsSeconds": 1.0, "warnings": each}) for each in lists))
-        self.assertEqual(shown, ["== warning-messages", "warning 5", 'warning 75 "ANTENNA OPEN"', ""])
+        shown = bus(
+            *(tell("warning-messages", 10.0 + at, record={"gpsSeconds": 1.0, "warnings": each}) for at, each in enumerate(lists))
+        )
+        self.assertEqual(shown, ["== warning-messages", "warning 5 at 11.0 s", 'warning 75 "ANTENNA OPEN" at 13.0 s', ""])
 
     def test_list_that_was_cleared_begins_anew(self):
         shown = bus(*(tell("warning-messages", record={"warnings": each}) for each in ([warning(5)], [], [warning(5)])))
-        self.assertEqual(shown, ["== warning-messages", "warning 5", "another list", "warning 5", ""])
+        before = "before 10 s"
+        self.assertEqual(
+            shown, ["== warning-messages", f"warning 5 {before}", f"another list {before}", f"warning 5 {before}", ""]
+        )
 
-    def test_last_configuration_is_there(self):
-        shown = bus(*(tell("system-configuration", record={"systemName": name}) for name in ("wait", "Kolt")))
-        self.assertEqual(shown, ["== system-configuration", '    record.systemName "Kolt"', ""])
+    def test_changes_of_the_system_and_its_last_configuration_are_there(self):
+        names = (5, "early"), (9, "wait"), (14, "wait"), (24, "Kolt"), (25, "Kolt")
+        shown = bus(*(tell("system-configuration", at, record={"systemName": name, "count": at}) for at, name in names))
+        self.assertEqual(
+            shown,
+            ["== system-configuration", 'system "wait" before 10 s', 'system "Kolt" at 24.0 s',
+             '    record.systemName "Kolt"', "    record.count 25", ""],
+        )  # fmt: skip
 
     def test_every_result_is_there(self):
-        shown = bus(tell("clear-system-data", result=1), tell("clear-system-data", result=1))
-        self.assertEqual(shown, ["== clear-system-data", "told", "    result 1", "told", "    result 1", ""])
+        shown = bus(tell("clear-system-data", 9.9, result=1), tell("clear-system-data", 10, result=1))
+        self.assertEqual(
+            shown, ["== clear-system-data", "told before 10 s", "    result 1", "told at 10.0 s", "    result 1", ""]
+        )
 
     def test_misuse_is_there(self):
         self.assertIn("== misuse", bus(json.dumps({"type": "misuse", "what": "a call"})))
 
+    def test_faults_and_held_tells_are_there(self):
+        shown = bus(line("faults", 12, faults=[{"id": 1}]), line("held", 13, tell="navwar-sa", milliseconds=5))
+        self.assertEqual(
+            shown,
+            ["== faults", "told at 12.0 s", "    faults.0.id 1", "", "== held", "told at 13.0 s", "    milliseconds 5", ""],
+        )
+
+    def test_of_the_services_start_the_last_is_there_and_then_all(self):
+        groups = [{"group": 1, "calls": 34}]
+        events = (1, "created"), (2, "started"), (30, "deleted"), (30, "created")
+        shown = bus(*(line("service", at, event=event, groups=groups) for at, event in events))
+        self.assertEqual([one for one in shown if "group" not in one], [
+            "== service", "told before 10 s", '    event "started"', "told at 30.0 s", '    event "deleted"',
+            "told at 30.0 s", '    event "created"', "",
+        ])  # fmt: skip
+        self.assertIn("    groups.0.group 1", shown)
+        self.assertNotIn("    groups.0.calls 34", shown)
+
+
+class Moments(unittest.TestCase):
+    def settled(self, kept, shown):
+        return outcome.settled([kept], [shown])[0]
+
+    def test_moment_that_is_near_is_that_which_is_kept(self):
+        self.assertEqual(self.settled("warning 5 at 14.0 s\n", "warning 5 at 16.0 s\n"), "warning 5 at 14.0 s\n")
+
+    def test_moment_that_is_farther_off_is_another(self):
+        self.assertEqual(self.settled("warning 5 at 14.0 s\n", "warning 5 at 16.1 s\n"), "warning 5 at 16.1 s\n")
+
+    def test_moment_before_the_tenth_second_is_as_the_tenth(self):
+        self.assertEqual(self.settled("told before 10 s", "told at 11.9 s"), "told before 10 s")
+        self.assertEqual(self.settled("told before 10 s", "told at 12.1 s"), "told at 12.1 s")
+
+    def test_what_happened_is_compared_exactly(self):
+        self.assertEqual(self.settled("warning 5 at 14.0 s", "warning 6 at 14.0 s"), "warning 6 at 14.0 s")
+        self.assertEqual(self.settled("    text at 14.0 seconds", "    text at 14.1 seconds"), "    text at 14.1 seconds")
+
+    def test_what_is_missing_moves_no_other_moment(self):
+        kept = ["told at 12.0 s", "    result 1", "told at 20.0 s", "    result 2"]
+        self.assertEqual(outcome.settled(kept, ["told at 20.5 s", "    result 2"]), ["told at 20.0 s", "    result 2"])
+
+
+class Pace(unittest.TestCase):
+    def warnings(self, *times):
+        return [tell("warning-messages", at, record={"warnings": []}) for at in times]
+
+    def test_list_of_warnings_that_comes_each_second_is_in_time(self):
+        told = [line("service", 0.5, event="started"), *self.warnings(1.5, 2.5, 3.5)]
+        self.assertAlmostEqual(outcome.dawdled(told, START), 0.0, 3)
+
+    def test_list_that_is_late_tells_by_how_much(self):
+        told = [line("service", 0.5, event="started"), *self.warnings(1.5, 2.9, 3.5)]
+        self.assertAlmostEqual(outcome.dawdled(told, START), 0.4, 3)
+
+    def test_start_has_a_second(self):
+        self.assertAlmostEqual(outcome.dawdled([line("service", 3.0, event="started")], START), 2.0, 3)
+
+    def test_time_without_a_service_is_not_late(self):
+        told = [line("service", 0.5, event="started"), *self.warnings(1.5), line("service", 9, event="started"), *self.warnings(10)]
+        self.assertAlmostEqual(outcome.dawdled(told, START), 0.0, 3)
+
 
 class Words(unittest.TestCase):
     def test_events_tell_their_topic_and_sender(self):
-        record = {"kind": "record", "topic": "EventLog", "header": {"device_id": {"server_name": "OrvaneServer"}},
-                  "message": {"eventlog": "begun 2026-03-01T00:00:01Z"}}  # fmt: skip
+        header = {"device_id": {"server_name": "OrvaneServer"}, "timestamp_valid": {"sec": 72, "nsec": 680325919}}
+        record = {"kind": "record", "topic": "EventLog", "header": header, "message": {"eventlog": "begun 2026-03-01T00:00:01Z"}}
         self.assertEqual(
             outcome.events([json.dumps(record), json.dumps({"kind": "sum"})]),
-            ["== EventLog from OrvaneServer", '    eventlog "begun TIME"'],
+            ["== EventLog from OrvaneServer at 12.7 s", '    eventlog "begun TIME"'],
         )
 
 
@@ -131,7 +212,7 @@ class Words(unittest.TestCase):
         shown = bus(tell("built-in-test-results", record={"results": [result]}))
         self.assertEqual(
             shown,
-            ["== built-in-test-results", "told", '    record.results.0.builtInTestId "0"', "    record.results.0.status 2", ""],
+            ["== built-in-test-results", "told before 10 s", '    record.results.0.builtInTestId "0"', "    record.results.0.status 2", ""],
         )
 
     def test_request_shows_what_it_has_printed_and_its_status(self):
@@ -164,6 +245,8 @@ class Files(unittest.TestCase):
         (self.out / "console.until-end").write_text("started\n")
         (self.out / "status").write_text("0\n")
         (self.out / "requests").write_text("[]")
+        (self.out / "started").write_text(f"{START}\n")
+        (self.out / "late").write_text("0.25\n")
 
     def test_requests_are_in_a_file_of_their_own(self):
         one = {"seconds": 3.5, "words": ["clear-data", "all"], "name": "request0", "status": 0}
@@ -186,7 +269,12 @@ class Files(unittest.TestCase):
 
     def test_line_that_is_being_written_is_left_out(self):
         (self.out / "bus.until-end").write_text(tell("clear-system-data", result=1) + '\n{"type":"te')
-        self.assertEqual(outcome.of_run(self.out, UTC, 30)["bus.txt"], "== clear-system-data\ntold\n    result 1\n")
+        self.assertEqual(outcome.of_run(self.out, UTC, 30)["bus.txt"], "== clear-system-data\ntold before 10 s\n    result 1\n")
+
+    def test_run_is_as_late_as_the_latest_that_was_seen(self):
+        self.assertEqual(outcome.behind(self.out), 0.25)
+        (self.out / "bus.until-end").write_text(line("service", 3.0, event="started") + "\n")
+        self.assertAlmostEqual(outcome.behind(self.out), 2.0, 3)
 
 
 class Scenario(unittest.TestCase):
@@ -206,7 +294,7 @@ class Scenario(unittest.TestCase):
         self.told = io.StringIO()
 
     def check(self, *runs, update=False):
-        """@param runs  what each run shows, or raises"""
+        """@param runs  what each run shows, with by how much it was late if it was, or raises"""
         left = list(runs)
 
         def play(name, build, settings, rate, start):
@@ -214,7 +302,8 @@ class Scenario(unittest.TestCase):
             shown = left.pop(0)
             if isinstance(shown, Exception):
                 raise shown
-            return {"bus.txt": shown}
+            shown, late = (shown, 0.0) if isinstance(shown, str) else shown
+            return {"bus.txt": shown}, late
 
         with contextlib.redirect_stderr(self.told):
             return golden.check("a", None, update, play)
@@ -234,13 +323,28 @@ class Scenario(unittest.TestCase):
         self.assertTrue(self.told.getvalue().startswith("golden: a: not as kept, 10 times as fast\n--- a/bus.txt kept\n"))
         self.assertIn("\n+wrong\n", self.told.getvalue())
 
-    def test_what_differs_at_every_rate_fails(self):
-        failure = self.failure(*["wrong\n"] * 4)
-        self.assertIn("something else is shown than is kept, in 4 of 4 runs\n", failure)
+    def test_what_differs_twice_fails(self):
+        failure = self.failure("wrong\n", "wrong\n", "right\n")
+        self.assertIn("something else is shown than is kept, in 2 of 2 runs\n", failure)
         self.assertIn("\n+wrong\n", failure)
 
+    def test_difference_of_a_machine_that_was_late_is_not_counted(self):
+        shown = self.check(("wrong\n", 0.4), ("wrong\n", 0.4), "wrong\n", "right\n")
+        self.assertEqual(
+            shown, "golden: a: as kept, 0.303 times as fast (not as kept in 1 before, too slow a machine for 2 before)\n"
+        )
+        self.assertIn("golden: a: too slow a machine for 10 times as fast, 0.4 s behind\n--- a/bus.txt kept\n", self.told.getvalue())
+
+    def test_run_as_kept_counts_however_late_the_machine_was(self):
+        self.assertEqual(self.check(("right\n", 3.0)), "golden: a: as kept, 10 times as fast\n")
+
+    def test_moments_have_room(self):
+        (self.folder / "bus.txt").write_text("warning 5 at 14.0 s\n")
+        self.assertEqual(self.check("warning 5 at 15.5 s\n"), "golden: a: as kept, 10 times as fast\n")
+        self.assertIn("+warning 5 at 16.5 s\n", self.failure("warning 5 at 16.5 s\n", "warning 5 at 16.5 s\n"))
+
     def test_each_try_is_slower_and_so_is_its_start(self):
-        self.failure(*["wrong\n"] * 4)
+        self.failure(*[("wrong\n", 1.0)] * 4)
         self.assertEqual(self.rates, [(10.0, 1.0), (3.33, 0.5), (1.0, 0.25), (0.3, 0.1)])
 
     def test_slow_machine_is_told_and_tried_again(self):
@@ -259,6 +363,11 @@ class Scenario(unittest.TestCase):
         self.assertIn("-right\n+new\n", difference)
         self.assertEqual((self.folder / "bus.txt").read_text(), "new\n")
 
+    def test_update_keeps_moments_that_are_near(self):
+        (self.folder / "bus.txt").write_text("warning 5 at 14.0 s\n")
+        self.check("warning 5 at 15.0 s\nwarning 6 at 20.0 s\n", "warning 5 at 13.0 s\nwarning 6 at 21.0 s\n", update=True)
+        self.assertEqual((self.folder / "bus.txt").read_text(), "warning 5 at 14.0 s\nwarning 6 at 21.0 s\n")
+
     def test_update_keeps_nothing_of_a_single_run(self):
         failure = self.failure("1\n", "2\n", "3\n", "4\n", update=True)
         self.assertEqual(failure, "nothing is kept, since no two runs have shown the same")
@@ -269,7 +378,7 @@ class Scenario(unittest.TestCase):
         printed = io.StringIO()
         with contextlib.ExitStack() as stack:
             for what, value in (
-                ("attempt", lambda *_: {"bus.txt": shown}), ("refusal_of_the_sandbox", lambda: ""), ("PROGRAMS", ()),
+                ("attempt", lambda *_: ({"bus.txt": shown}, 0.0)), ("refusal_of_the_sandbox", lambda: ""), ("PROGRAMS", ()),
             ):  # fmt: skip
                 stack.enter_context(unittest.mock.patch.object(golden, what, value))
             stack.enter_context(unittest.mock.patch.object(golden.signal, "signal"))
@@ -286,7 +395,7 @@ class Scenario(unittest.TestCase):
         (self.folder / "scenario.txt").touch()
         status, printed = self.run_all("a", shown="wrong\n")
         self.assertEqual(status, 1)
-        self.assertIn("golden: a: something else is shown than is kept, in 4 of 4 runs\n", printed)
+        self.assertIn("golden: a: something else is shown than is kept, in 2 of 2 runs\n", printed)
 
     def test_what_is_broken_off_is_not_tried_again(self):
         (self.folder / "scenario.txt").touch()

@@ -101,10 +101,14 @@ def moment(time):
     )
 
 
-def seconds_of(time, utc):
-    """Of the unit, by the date that a record has."""
+def seconds_of(time, utc, told):
+    """Of the unit, by the date that a record has; by when it was told, where that is another minute."""
     date = (time["year"], time["month"], time["day"], time["hour"], time["minute"], time["seconds"])
-    return calendar.timegm(date) - utc + time["nanoseconds"] / 1e9
+    try:
+        dated = calendar.timegm(date) - utc + time["nanoseconds"] / 1e9
+    except (ValueError, OverflowError):  # in no calendar
+        return told
+    return dated if abs(dated - told) < 60.0 else told
 
 
 def changed(before, after):
@@ -116,13 +120,13 @@ def changed(before, after):
     return other + [f"    {name} gone" for name in gone]
 
 
-def navigation(tells, utc, seconds):
+def navigation(tells, utc, seconds, start):
     """Each record in full where it is the first, and otherwise what has changed."""
     lines = []
     last = None
     for tell in tells:
         time = tell["timeOfValidity"]
-        if not time or not BEGIN - 0.5 <= seconds_of(time, utc) <= seconds + 0.5:
+        if not time or not BEGIN - 0.5 <= seconds_of(time, utc, tell["at_ms"] / 1e3 - start) <= seconds + 0.5:
             continue
         lines += [moment(time), *changed(last, tell["record"])]
         last = tell["record"]
@@ -207,7 +211,7 @@ def bus(lines, utc, seconds, start):
     shown = []
     for name in sorted(tells):
         if name == "blended-navigation":
-            text = navigation(tells[name], utc, seconds)
+            text = navigation(tells[name], utc, seconds, start)
         elif name == "navwar-sa":
             text = threats(tells[name], start)
         elif name == "warning-messages":

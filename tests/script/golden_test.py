@@ -6,6 +6,7 @@ import importlib.util
 import io
 import json
 import pathlib
+import re
 import socket
 import stat
 import sys
@@ -43,9 +44,9 @@ def line(kind, at, **members):
     return json.dumps({"type": kind, "number": 7, "at_ms": int((START + at) * 1000), **members})
 
 
-def navigation(second, **record):
-    time = {"year": 2026, "month": 3, "day": 1, "hour": 0, "minute": 0, "seconds": second, "nanoseconds": 5}
-    return tell("blended-navigation", timeOfValidity=time, record=record)
+def navigation(second, year=2026, **record):
+    time = {"year": year, "month": 3, "day": 1, "hour": 0, "minute": 0, "seconds": second, "nanoseconds": 5}
+    return tell("blended-navigation", second, timeOfValidity=time, record=record)
 
 
 def threat(azimuth, second):
@@ -86,6 +87,14 @@ class BlendedNavigation(unittest.TestCase):
     def test_what_was_told_before_the_tenth_second_or_behind_the_end_is_left_out(self):
         shown = bus(navigation(9, fom=1), navigation(10, fom=2), navigation(30, fom=3), navigation(31, fom=4))
         self.assertEqual([line for line in shown if "fom" in line], ["    fom 2", "    fom 3"])
+
+    def test_record_of_a_date_that_is_nonsense_is_there_by_when_it_was_told(self):
+        shown = bus(navigation(9, 29391827, fom=1), navigation(12, 29391827, fom=2), navigation(13, 1999, fom=3))
+        self.assertEqual(
+            shown,
+            ["== blended-navigation", "29391827-03-01 00:00:12.000000005", "    fom 2", "1999-03-01 00:00:13.000000005",
+             "    fom 3", ""],
+        )  # fmt: skip
 
     def test_record_without_a_time_is_left_out(self):
         self.assertEqual(bus(tell("blended-navigation", timeOfValidity=None, record={"fom": 9})), ["== blended-navigation", ""])
@@ -426,6 +435,18 @@ class Scenario(unittest.TestCase):
             self.assertEqual(self.failure("right\n"), what)
         (self.folder / "run").unlink()
         self.assertEqual(self.failure("right\n"), "run: No such file or directory")
+
+
+class Faults(unittest.TestCase):
+    def test_each_fault_of_each_input_is_in_a_scenario_or_a_sequence(self):
+        manual = (ROOT / "docs/lab/scenarios.md").read_text()
+        kinds = re.findall(r"^\| `([a-z]+)`", manual.split("| kind of fault |")[1].split("\n\n")[0], re.MULTILINE)
+        self.assertEqual(len(kinds), 7)
+        shown = set()
+        for file in (*(ROOT / "lab/scenarios").glob("*/scenario.txt"), *(ROOT / "lab/sequences").glob("*.seq")):
+            shown |= set(re.findall(r"^(?:sim )?(?:at \S+ )?fault (\S+) ([a-z]+)", file.read_text(), re.MULTILINE))
+        inputs = "pva", "utc", "pnt", "mis", "assurance", "8504"
+        self.assertEqual([(one, kind) for one in inputs for kind in kinds if (one, kind) not in shown], [])
 
 
 class Sandbox(unittest.TestCase):

@@ -1,5 +1,6 @@
 #include "lab/ctl/UnknownNames.h"
 
+#include "lab/ctl/BusNames.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/RecordTypes.h"
 #include "lab/text/NearestWord.h"
@@ -9,20 +10,6 @@
 namespace orvanectl {
 
 namespace {
-
-const std::vector<std::string> kKept = {"blended-navigation",
-                                        "navwar-sa",
-                                        "warning-messages",
-                                        "system-configuration",
-                                        "available-outputs",
-                                        "available-sensors",
-                                        "built-in-test-results",
-                                        "clear-system-data",
-                                        "execute-built-in-tests",
-                                        "clear-built-in-test-results",
-                                        "faults",
-                                        "service"};
-const std::vector<std::string> kOtherTypes = {"hello", "tell", "held", "misuse", "answer", "error", "dropped"};
 
 std::string unknownAmong(const std::vector<std::string>& names, const std::string& name)
 {
@@ -43,14 +30,17 @@ std::string nearestOrAll(std::string_view word, const std::vector<std::string>& 
 
 std::string unknownBusName(const std::string& name)
 {
-    std::vector<std::string> names = kKept;
-    names.insert(names.end(), kOtherTypes.begin(), kOtherTypes.end());
+    std::vector<std::string> names;
+    for (const BusName& one : kBusNames) names.emplace_back(one.name);
     return unknownAmong(names, name);
 }
 
 std::string unknownKeptName(const std::string& name)
 {
-    return unknownAmong(kKept, name);
+    std::vector<std::string> names;
+    for (const BusName& one : kBusNames)
+        if (one.isKept) names.emplace_back(one.name);
+    return unknownAmong(names, name);
 }
 
 std::string unknownTypeName(const std::string& name)

@@ -1,7 +1,10 @@
 #include "lab/ctl/seq/BusNews.h"
 
+#include "lab/ctl/BusNames.h"
+
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 namespace orvanectl {
 
@@ -17,7 +20,9 @@ std::string textOf(const Json& object, const char* key)
 
 bool isPublication(const std::string& type)
 {
-    return type == "tell" || type == "faults" || type == "service" || type == "held" || type == "misuse";
+    if (type == "tell") return true;
+    const auto* const found = std::ranges::find(kBusNames, type, &BusName::name);
+    return found != std::end(kBusNames) && found->isNews;
 }
 
 }  // namespace

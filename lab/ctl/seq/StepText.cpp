@@ -1,5 +1,6 @@
 #include "lab/ctl/seq/StepText.h"
 
+#include "lab/ctl/BusNames.h"
 #include "lab/ctl/BusRequests.h"
 #include "lab/text/Lines.h"
 #include "lab/text/Words.h"
@@ -86,20 +87,6 @@ Step expectationOf(Words& words)
                                                                    {"event", Kind::Event},
                                                                    {"answer", Kind::Answer},
                                                                    {"console", Kind::Console}};
-    static constexpr std::string_view kTells[] = {"blended-navigation",
-                                                  "navwar-sa",
-                                                  "warning-messages",
-                                                  "system-configuration",
-                                                  "available-outputs",
-                                                  "available-sensors",
-                                                  "built-in-test-results",
-                                                  "clear-system-data",
-                                                  "execute-built-in-tests",
-                                                  "clear-built-in-test-results",
-                                                  "faults",
-                                                  "held",
-                                                  "misuse",
-                                                  "service"};
     Expectation expected;
     expected.none = words.skip("no");
     const std::string kind = words.take("what is expected");
@@ -107,8 +94,11 @@ Step expectationOf(Words& words)
     if (expected.kind == Kind::Warning) setNumbers(expected, words.take("a number"));
     if (expected.kind == Kind::Tell) {
         expected.name = words.take("the name of what is told");
-        if (std::ranges::find(kTells, expected.name) == std::end(kTells))
-            throw labtext::noneOf(kTells, expected.name, expected.name, "is nothing that is told");
+        std::vector<std::string_view> names;
+        for (const BusName& one : kBusNames)
+            if (one.isNews) names.push_back(one.name);
+        if (std::ranges::find(names, expected.name) == names.end())
+            throw labtext::noneOf(names, expected.name, expected.name, "is nothing that is told");
     }
     while (words.nextIsQuoted()) {
         expected.texts.push_back(words.take(""));

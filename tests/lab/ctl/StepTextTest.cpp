@@ -105,10 +105,11 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"expect warning x", "'x' is no number of a warning, such as 24 or 24..25"},
         {"expect warning 25..24", "'25..24' ends before it begins"},
         {"expect warning 99999999999", "'99999999999' is no number of a warning, such as 24 or 24..25"},
-        {"expect tell blended", "'blended' is nothing that is told: blended-navigation, navwar-sa, warning-messages, "
-                                "system-configuration, available-outputs, available-sensors, built-in-test-results, "
-                                "clear-system-data, execute-built-in-tests, clear-built-in-test-results, faults, held, "
-                                "misuse, service"},
+        {"expect tell blended",
+         "'blended' is nothing that is told: blended-navigation, navwar-sa, warning-messages, "
+         "system-configuration, available-outputs, available-sensors, built-in-test-results, "
+         "clear-system-data, execute-built-in-tests, clear-built-in-test-results, faults, service, "
+         "held, misuse"},
         {"expect event \"a", "'\"a' has no second quote"},
         {"expect event \"\"", "'' is in everything"},
         {"expect no event", "'no' needs for and a number of seconds behind what is not to come"},

@@ -1,11 +1,10 @@
-#include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/record/RecordingCsv.h"
 #include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
+#include <string>
 
 namespace orvanectl {
 
@@ -25,18 +24,10 @@ constexpr const char* kExamples =
 
 ExitStatus csv(const CsvOptions& options)
 {
-    try {
-        const std::string trouble = printCsv(options, std::cout);
-        if (trouble.empty()) return kDone;
-        printLine(std::cerr, "orvanectl: ", options.file, ": ", trouble);
-        return kFailed;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    const std::string trouble = printCsv(options, std::cout);
+    if (trouble.empty()) return kDone;
+    printLine(std::cerr, "orvanectl: ", options.file, ": ", trouble);
+    return kFailed;
 }
 
 }  // namespace
@@ -49,7 +40,7 @@ Verb addCsvVerb(CLI::App& tool)
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_option("FIELD", options->fields, "a channel, or CHANNEL.FIELD")->required()->type_name("");
-    return {command, [options] { return csv(*options); }};
+    return {command, [options] { return ended([&] { return csv(*options); }); }};
 }
 
 }  // namespace orvanectl

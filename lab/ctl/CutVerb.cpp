@@ -1,9 +1,6 @@
-#include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/record/RecordingCut.h"
-#include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -21,18 +18,8 @@ constexpr const char* kExamples =
 
 ExitStatus cut(const CutOptions& options)
 {
-    try {
-        std::cout << cutRecording(options);
-        if (std::cout.flush()) return kDone;
-        printLine(std::cerr, "orvanectl: cannot write to standard output");
-        return kFailed;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    std::cout << cutRecording(options);
+    return printed();
 }
 
 }  // namespace
@@ -54,7 +41,7 @@ Verb addCutVerb(CLI::App& tool)
     command->add_option("--channel", options->channels, "what to keep; all without one")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    return {command, [options] { return cut(*options); }};
+    return {command, [options] { return ended([&] { return cut(*options); }); }};
 }
 
 }  // namespace orvanectl

@@ -3,10 +3,8 @@
 #include "lab/ctl/PubRun.h"
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/WatchVerb.h"
-#include "utilities/ConsoleLine.h"
 
 #include <algorithm>
-#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -37,31 +35,20 @@ bool isOfFrame(const std::string& setting)
 
 ExitStatus publish(const PubOptions& options)
 {
-    try {
-        if (options.topic.empty() == options.file.empty())
-            throw UnknownName(options.topic.empty() ? "give a TOPIC or --file" : "give a TOPIC or --file, not both");
-        if (!options.file.empty() && (!options.settings.empty() || !options.type.empty()))
-            throw UnknownName("--set and --type are for a TOPIC, not for --file");
-        if (!options.hex.empty() && !findFrameKind(options.topic))
-            throw UnknownName("--hex is for a frame: 5044, 8504 or 15051");
-        if (!options.hex.empty() && std::ranges::any_of(options.settings, isOfFrame))
-            throw UnknownName("--hex is a whole frame; of its fields none can be set");
-        if (!options.type.empty() && findFrameKind(options.topic))
-            throw UnknownName("--type is for a topic, not for a frame");
-        if (options.file.empty() && options.stampsNow)
-            throw UnknownName("--now is for --file; a TOPIC has times of its own");
-        runPub(options, std::cout);
-        return kDone;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const FieldError& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    if (options.topic.empty() == options.file.empty())
+        throw UnknownName(options.topic.empty() ? "give a TOPIC or --file" : "give a TOPIC or --file, not both");
+    if (!options.file.empty() && (!options.settings.empty() || !options.type.empty()))
+        throw UnknownName("--set and --type are for a TOPIC, not for --file");
+    if (!options.hex.empty() && !findFrameKind(options.topic))
+        throw UnknownName("--hex is for a frame: 5044, 8504 or 15051");
+    if (!options.hex.empty() && std::ranges::any_of(options.settings, isOfFrame))
+        throw UnknownName("--hex is a whole frame; of its fields none can be set");
+    if (!options.type.empty() && findFrameKind(options.topic))
+        throw UnknownName("--type is for a topic, not for a frame");
+    if (options.file.empty() && options.stampsNow)
+        throw UnknownName("--now is for --file; a TOPIC has times of its own");
+    runPub(options, std::cout);
+    return kDone;
 }
 
 }  // namespace
@@ -104,7 +91,7 @@ Verb addPubVerb(CLI::App& tool)
     command->add_option("--devices", options->devices, "where the time stamp registers are")
         ->type_name("FILE")
         ->capture_default_str();
-    return {command, [options] { return publish(*options); }};
+    return {command, [options] { return ended([&] { return publish(*options); }); }};
 }
 
 }  // namespace orvanectl

@@ -1,10 +1,8 @@
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/WatchVerb.h"
 #include "lab/ctl/record/RecordRun.h"
-#include "utilities/ConsoleLine.h"
 
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -24,16 +22,8 @@ constexpr const char* kExamples =
 
 ExitStatus record(const RecordOptions& options)
 {
-    try {
-        runRecord(options, std::cout);
-        return kDone;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    runRecord(options, std::cout);
+    return kDone;
 }
 
 }  // namespace
@@ -56,7 +46,7 @@ Verb addRecordVerb(CLI::App& tool)
         ->type_name("NAME=PATH")
         ->allow_extra_args(false);
     command->add_option("--for", options->seconds, "end after so long")->check(isSeconds())->type_name("SECONDS");
-    return {command, [options] { return record(*options); }};
+    return {command, [options] { return ended([&] { return record(*options); }); }};
 }
 
 }  // namespace orvanectl

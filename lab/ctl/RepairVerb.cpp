@@ -1,8 +1,6 @@
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/record/RecordingRepair.h"
-#include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -26,14 +24,8 @@ constexpr const char* kExamples =
 
 ExitStatus repair(const Options& options)
 {
-    try {
-        std::cout << repairRecording(options.file, options.into);
-        if (std::cout.flush()) return kDone;
-        printLine(std::cerr, "orvanectl: cannot write to standard output");
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-    }
-    return kFailed;
+    std::cout << repairRecording(options.file, options.into);
+    return printed();
 }
 
 }  // namespace
@@ -46,7 +38,7 @@ Verb addRepairVerb(CLI::App& tool)
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_option("-o,--output", options->into, "a new file; FILE itself without it")->type_name("FILE");
-    return {command, [options] { return repair(*options); }};
+    return {command, [options] { return ended([&] { return repair(*options); }); }};
 }
 
 }  // namespace orvanectl

@@ -17,6 +17,13 @@ struct Verb {
     std::function<ExitStatus()> run;
 };
 
+/// Does a verb's work. What it throws is told on standard error: `UnknownName` and `FieldError` as a wrong command line,
+/// all else as a failure.
+ExitStatus ended(const std::function<ExitStatus()>& work);
+
+/// The end of a verb that has printed all: a failure, which is told, if standard output did not take it.
+ExitStatus printed();
+
 /// Decodes GSSIP records or frames.
 Verb addDecodeVerb(CLI::App& tool);
 

@@ -1,8 +1,5 @@
 #include "lab/ctl/WatchVerb.h"
 
-#include "utilities/ConsoleLine.h"
-
-#include <exception>
 #include <iostream>
 #include <string>
 
@@ -35,16 +32,10 @@ void addWatchOptions(CLI::App& command, WatchOptions& options)
 
 ExitStatus runWatch(Watch live, Watch ofRecording, const WatchOptions& options)
 {
-    try {
+    return ended([&] {
         (options.recording.empty() ? live : ofRecording)(options, std::cout);
         return kDone;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    });
 }
 
 }  // namespace orvanectl

@@ -96,6 +96,20 @@ Verdict judgeEvery(const Expectation& expected, std::span<const Observation> see
     return {State::Passed, text};
 }
 
+Verdict judgeTimes(const Expectation& expected, std::span<const Observation> seen, const Since& since, Time now)
+{
+    const Time end = after(since.begin, expected.seconds);
+    const auto count = std::ranges::count_if(seen, [&](const Observation& one) {
+        return one.time >= since.begin && one.time <= end && matches(expected, one);
+    });
+    const std::string text = (count == 1 ? std::string("once") : std::to_string(count) + " times");
+    if (count > expected.times->most)
+        return {State::Failed, "came " + text + " in " + shown(between(since.begin, std::min(now, end)))};
+    if (now < end) return {};
+    if (count >= expected.times->least) return {State::Passed, text};
+    return {State::Failed, "came " + text + (count == 0 ? "; " + cameInstead(expected, seen, since.begin) : "")};
+}
+
 }  // namespace
 
 bool matches(const Expectation& expected, const Observation& seen)
@@ -110,6 +124,7 @@ bool matches(const Expectation& expected, const Observation& seen)
 Verdict judge(const Expectation& expected, std::span<const Observation> seen, const Since& since, Time now)
 {
     if (expected.every) return judgeEvery(expected, seen, since, now);
+    if (expected.times) return judgeTimes(expected, seen, since, now);
     if (expected.none) return judgeNone(expected, seen, since, now);
     return judgeOnce(expected, seen, since, now);
 }

@@ -48,8 +48,28 @@ void setNumbers(Expectation& expected, const std::string& word)
     if (expected.highest < expected.lowest) throw wrong(word, "ends before it begins");
 }
 
+/// "9" or "9..11".
+Expectation::Times timesOf(const std::string& word)
+{
+    constexpr long long kMost = 1'000'000;
+    const labtext::Ends ends = labtext::endsOf(word).value_or(labtext::Ends{word, word});
+    const auto least = labtext::wholeNumberOf(ends.from), most = labtext::wholeNumberOf(ends.to);
+    if (!least || !most || *least < 1 || *most > kMost) throw wrong(word, "is no number of times, such as 9 or 9..11");
+    if (*most < *least) throw wrong(word, "ends before it begins");
+    return {static_cast<int>(*least), static_cast<int>(*most)};
+}
+
 void setTime(Expectation& expected, Words& words)
 {
+    if (words.skip("times")) {
+        const std::string count = words.take("a number, or LEAST..MOST");
+        expected.times = timesOf(count);
+        if (!words.skip("for")) throw wrong(count, "needs behind it for and a number of seconds");
+        expected.seconds = takeSeconds(words);
+        if (expected.none) throw wrong("times", "can't be expected not to come: no ... for SECONDS");
+        words.expectEnd();
+        return;
+    }
     if (words.skip("every")) {
         Expectation::Interval every{};
         every.seconds = takeSeconds(words);
@@ -74,7 +94,7 @@ void setTime(Expectation& expected, Words& words)
         words.expectEnd();
         return;
     }
-    static constexpr std::string_view kOfOne[] = {"within", "every"}, kOfNone[] = {"for"};
+    static constexpr std::string_view kOfOne[] = {"within", "every", "times"}, kOfNone[] = {"for"};
     const std::span<const std::string_view> known = expected.none ? std::span<const std::string_view>(kOfNone) : kOfOne;
     const std::string word = words.take("");
     throw labtext::noneOf(known, word, word, "is no text in double quotes, and tells no time");

@@ -28,6 +28,12 @@ struct Expectation {
         double tolerance;
     };
 
+    /// How often.
+    struct Times {
+        int least;
+        int most;
+    };
+
     Kind kind = Kind::Tell;
     bool none = false;  ///< it is expected that none comes
     int lowest = 0;     ///< number of a warning, and the highest
@@ -35,6 +41,7 @@ struct Expectation {
     std::string name;                ///< of a tell
     std::vector<std::string> texts;  ///< all of which are in it
     std::optional<Interval> every;   ///< it is expected again and again
+    std::optional<Times> times;      ///< it is expected so often
     double seconds = 10;             ///< for which it is waited, or watched
 };
 

@@ -68,6 +68,15 @@ struct EveryTest : JudgeTest {
     }
 };
 
+struct TimesTest : JudgeTest {
+    TimesTest()
+    {
+        expected.name = "navwar-sa";
+        expected.times = {2, 3};
+        expected.seconds = 4;
+    }
+};
+
 }  // namespace
 
 TEST_F(OnceTest, NumberWithinTheBoundsPasses)
@@ -176,4 +185,26 @@ TEST_F(EveryTest, FirstMayBeDueAtAnyTime)
     EXPECT_EQ(stateAt(13, {told(12.05)}), State::Open);
     EXPECT_EQ(stateAt(13.3, {told(13.25)}), State::Failed);
     EXPECT_EQ(what, "came 1.25 s after the beginning");
+}
+
+TEST_F(TimesTest, NumberWithinTheBoundsPassesAtTheEnd)
+{
+    EXPECT_EQ(stateAt(15.9, {told(13), told(14)}), State::Open);
+    EXPECT_EQ(stateAt(16, {told(13), told(14)}), State::Passed);
+    EXPECT_EQ(what, "2 times");
+    EXPECT_EQ(stateAt(16, {told(13), told(13.1), told(16)}), State::Passed);
+}
+
+TEST_F(TimesTest, TooManyFailAtOnce)
+{
+    EXPECT_EQ(stateAt(13.5, {told(12), told(13), told(13.1), told(13.2)}), State::Failed);
+    EXPECT_EQ(what, "came 4 times in 1.50 s");
+}
+
+TEST_F(TimesTest, TooFewFailAtTheEnd)
+{
+    EXPECT_EQ(stateAt(16, {told(11.9), told(13), told(16.1)}), State::Failed);
+    EXPECT_EQ(what, "came once");
+    EXPECT_EQ(stateAt(16, {told(13, "blended-navigation")}), State::Failed);
+    EXPECT_EQ(what, "came 0 times; nothing of the kind came");
 }

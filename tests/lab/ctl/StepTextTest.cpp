@@ -70,6 +70,16 @@ TEST(StepTextTest, TellIsExpectedAgainAndAgain)
     EXPECT_EQ(expected.seconds, 10.0);
 }
 
+TEST(StepTextTest, TellIsExpectedANumberOfTimes)
+{
+    const auto expected = stepAs<Expectation>("expect tell navwar-sa times 9..11 for 10");
+    ASSERT_TRUE(expected.times);
+    EXPECT_EQ(expected.times->least, 9);
+    EXPECT_EQ(expected.times->most, 11);
+    EXPECT_EQ(expected.seconds, 10.0);
+    EXPECT_EQ(stepAs<Expectation>("expect event times 3 for 10").times->most, 3);
+}
+
 TEST(StepTextTest, NothingIsExpectedForATime)
 {
     const auto expected = stepAs<Expectation>("expect no event \"stopped\" for 3");
@@ -122,7 +132,7 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"expect no event fr 1", "'fr' is no text in double quotes, and tells no time; did you mean for?"},
         {"expect no event within 1", "'within' is no text in double quotes, and tells no time: for"},
         {"expect event OrvaneServer started",
-         "'OrvaneServer' is no text in double quotes, and tells no time: within, every"},
+         "'OrvaneServer' is no text in double quotes, and tells no time: within, every, times"},
         {"sim at 5 wran 7", "'wran' is nothing that happens; did you mean warn?"},
         {"sim place jammer at 1 2 power 3",
          "'place' is for the file of a scenario: places stay as they are while it runs"},
@@ -132,6 +142,14 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"start PARAM_2", "'PARAM_2' is not of the form KEY=VALUE"},
         {"request", "'request' needs behind it a request"},
         {"request --help", "'--help' makes no request: orvanectl bus has the help"},
+        {"expect event times", "'times' needs behind it a number, or LEAST..MOST"},
+        {"expect event times 0 for 5", "'0' is no number of times, such as 9 or 9..11"},
+        {"expect event times 9..x for 5", "'9..x' is no number of times, such as 9 or 9..11"},
+        {"expect event times 3..2 for 5", "'3..2' ends before it begins"},
+        {"expect event times 3", "'3' needs behind it for and a number of seconds"},
+        {"expect event times 3 for 5 6", "'6' is one word too many"},
+        {"expect event tmes 3 for 5", "'tmes' is no text in double quotes, and tells no time; did you mean times?"},
+        {"expect no event times 3 for 5", "'times' can't be expected not to come: no ... for SECONDS"},
         {"request clear-data --help", "'clear-data' makes no request: orvanectl bus has the help"},
         {"request clear-dta", "'clear-dta' makes no request: no verb \"clear-dta\"; did you mean \"clear-data\"?"},
         {"sim threat jma", "'jma' is no kind of threat; did you mean jam?"},

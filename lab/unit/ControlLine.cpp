@@ -8,33 +8,29 @@
 
 namespace unitsim {
 
-namespace {
-
-/// What holds from one moment to another is two lines here.
-void refuseStretch(std::string_view text)
-{
-    const std::string_view last = text.substr(text.find_last_of(" \t") + 1);
-    if (labtext::endsOf(last))
-        throw labtext::wrong(last, "is for the file of a scenario: here a line begins it, and another one ends it");
-}
-
-}  // namespace
-
-std::optional<Event> controlEventOf(std::string_view line, double now)
+std::vector<Event> controlEventsOf(std::string_view line, double now)
 {
     const labtext::Words words(line);
-    if (labtext::isBlankOrNote(line) || words.nextIs("at")) return eventOf(line);
+    if (labtext::isBlankOrNote(line)) return {};
+    if (words.nextIs("at")) return {*eventOf(line)};
     for (const std::string_view world : {"place", "drive", "stand", "track"})
         if (words.nextIs(world))
             throw labtext::wrong(world, "is for the file of a scenario: places stay as they are while it runs");
-    if (words.nextIs("fault") || words.nextIs("quality")) refuseStretch(words.rest());
-    return Event{now, happeningOf(line)};
+    const std::string_view text = words.rest(), last = text.substr(text.find_last_of(" \t") + 1);
+    for (const std::string_view key : {"fault", "quality"})
+        if (words.nextIs(key) && labtext::endsOf(last)) {
+            std::vector<Event> stretch = stretchOf(key, labtext::trimmed(text.substr(key.size())));
+            if (stretch.size() > 1 && stretch.back().seconds <= now)
+                throw labtext::wrong(last, "is over: it counts from the start of unit-sim");
+            return stretch;
+        }
+    return {{now, happeningOf(line)}};
 }
 
 std::string answerToLine(const std::string& line, double now, const std::function<void(const Event&)>& order)
 {
     try {
-        if (const auto event = controlEventOf(line, now)) order(*event);
+        for (const Event& event : controlEventsOf(line, now)) order(event);
         return "ok";
     } catch (const std::invalid_argument& error) {
         return std::string("error ") + error.what();

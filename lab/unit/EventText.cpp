@@ -295,6 +295,41 @@ Happening happeningOf(std::string_view text)
     throw wrong(first, "is nothing that happens");
 }
 
+Window windowOf(std::string_view word)
+{
+    const auto ends = labtext::endsOf(word);
+    if (!ends) throw wrong(word, "is not of the form FROM..TO");
+    constexpr const char* kWhat = "has no number of seconds";
+    Window window;
+    window.from = labtext::number(ends->from, word, 0.0, kLatestSecond, kWhat);
+    if (!ends->to.empty()) window.to = labtext::number(ends->to, word, 0.0, kLatestSecond, kWhat);
+    if (window.to <= window.from) throw wrong(word, "ends before it begins");
+    return window;
+}
+
+Happening endOf(const Happening& begin)
+{
+    if (const auto* const fault = std::get_if<SetFault>(&begin)) return SetFault{fault->output, Fault()};
+    return SetQuality{std::get<SetQuality>(begin).source, 1.0};
+}
+
+std::vector<Event> stretchOf(std::string_view key, std::string_view text)
+{
+    if (text.empty()) throw wrong(key, "needs behind it what, and FROM..TO");
+    const auto blank = text.find_last_of(" \t");
+    const std::string_view last = text.substr(blank == std::string_view::npos ? 0 : blank + 1);
+    if (!labtext::endsOf(last) && (last.front() < '0' || last.front() > '9')) {
+        happeningOf(std::string(key) + ' ' + std::string(text));  // what is missing before it is told first
+        throw wrong(last, "needs behind it FROM..TO");
+    }
+    const Window window = windowOf(last);
+    const Happening begin =
+        happeningOf(std::string(key) + ' ' + std::string(text.substr(0, text.size() - last.size())));
+    std::vector<Event> events = {{window.from, begin}};
+    if (std::isfinite(window.to)) events.push_back({window.to, endOf(begin)});
+    return events;
+}
+
 std::optional<Event> eventOf(std::string_view line)
 {
     if (labtext::isBlankOrNote(line)) return std::nullopt;

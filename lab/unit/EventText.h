@@ -2,10 +2,12 @@
 #define LAB_UNIT_EVENTTEXT_H
 
 #include "lab/unit/Events.h"
+#include "lab/unit/Window.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Events as a person writes them (docs/lab/unit-sim.md tells the forms). Pure functions, any thread.
 ///
@@ -40,6 +42,17 @@ bool beginsHappening(std::string_view word);
 
 /// What stands behind the time in a line of a scenario: "warn 6 ANTENNA OPEN".
 Happening happeningOf(std::string_view text);
+
+/// "FROM..TO", or "FROM.." without an end.
+Window windowOf(std::string_view word);
+
+/// What ends a stretch that begins so: a fault or a quality.
+Happening endOf(const Happening& begin);
+
+/// What a line "fault pva stuck 20..60" or "quality gps 5 20..60" says: its begin, and its end unless it has none.
+/// @param key  the first word
+/// @param text  what stands behind it
+std::vector<Event> stretchOf(std::string_view key, std::string_view text);
 
 /// A line "at 5 warn 6 ANTENNA OPEN"; none for an empty one and for one that begins with "#".
 std::optional<Event> eventOf(std::string_view line);

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <numbers>
 #include <optional>
@@ -36,19 +37,6 @@ double numberOf(Words& words, const char* name, double low, double high, const c
 {
     const std::string word = words.take(name);
     return labtext::number(word, word, low, high, what);
-}
-
-/// "FROM..TO", or "FROM.." without an end.
-Window windowOf(std::string_view word)
-{
-    const auto ends = labtext::endsOf(word);
-    if (!ends) throw wrong(word, "is not of the form FROM..TO");
-    constexpr const char* kWhat = "has no number of seconds";
-    Window window;
-    window.from = labtext::number(ends->from, word, 0.0, kLatestSecond, kWhat);
-    if (!ends->to.empty()) window.to = labtext::number(ends->to, word, 0.0, kLatestSecond, kWhat);
-    if (window.to <= window.from) throw wrong(word, "ends before it begins");
-    return window;
 }
 
 /// Latitude and longitude in degrees, and "alt METRES" if it stands there.
@@ -89,9 +77,8 @@ public:
         case Line::Track:
             return track(words.rest());
         case Line::Fault:
-            return stretch(first, words.rest(), faultEnd);
         case Line::Quality:
-            return stretch(first, words.rest(), qualityEnd);
+            return stretch(first, words.rest());
         }
     }
 
@@ -184,32 +171,26 @@ private:
         m_hasTrack = true;
     }
 
-    static Happening faultEnd(const Happening& begin) { return SetFault{std::get<SetFault>(begin).output, Fault()}; }
-    static Happening qualityEnd(const Happening& begin) { return SetQuality{std::get<SetQuality>(begin).source, 1.0}; }
-
-    /// "fault pva stuck 20..60": what happens at the begin, and what ends it. Stretches of one thing don't overlap.
-    void stretch(std::string_view key, std::string_view text, Happening (*end)(const Happening&))
+    /// Stretches of one thing don't overlap.
+    void stretch(std::string_view key, std::string_view text)
     {
-        if (text.empty()) throw wrong(key, "needs behind it what, and FROM..TO");
-        const auto blank = text.find_last_of(" \t");
-        const std::string_view last = text.substr(blank == std::string_view::npos ? 0 : blank + 1);
-        const Window window = windowOf(last);
-        const std::string begin = std::string(key) + ' ' + std::string(text.substr(0, text.size() - last.size()));
-        const Happening happening = happeningOf(begin);
-        const Happening over = end(happening);
-        std::map<double, double>& others = stretchesThatEndBy(over);
-        const auto later = others.lower_bound(window.from);
-        if ((later != others.end() && later->first < window.to) ||
-            (later != others.begin() && std::prev(later)->second > window.from))
-            throw wrong(last, "overlaps an earlier line of the same");
-        others.emplace(window.from, window.to);
-        m_scenario.events.push_back({window.from, happening});
-        if (std::isfinite(window.to)) m_ends.push_back({window.to, over});
+        const std::vector<Event> events = stretchOf(key, text);
+        const double from = events.front().seconds,
+                     to = events.size() > 1 ? events.back().seconds : std::numeric_limits<double>::infinity();
+        std::map<double, double>& others = stretchesLike(events.front().what);
+        const auto later = others.lower_bound(from);
+        if ((later != others.end() && later->first < to) ||
+            (later != others.begin() && std::prev(later)->second > from))
+            throw wrong(text.substr(text.find_last_of(" \t") + 1), "overlaps an earlier line of the same");
+        others.emplace(from, to);
+        m_scenario.events.push_back(events.front());
+        m_ends.insert(m_ends.end(), events.begin() + 1, events.end());
     }
 
     /// Of one output or source, of which there are few; from begin to end.
-    std::map<double, double>& stretchesThatEndBy(const Happening& over)
+    std::map<double, double>& stretchesLike(const Happening& begin)
     {
+        const Happening over = endOf(begin);
         for (auto& [other, stretches] : m_stretches)
             if (other == over) return stretches;
         return m_stretches.emplace_back(over, std::map<double, double>()).second;

@@ -162,7 +162,7 @@ Step requestOf(Words& words, const std::filesystem::path& folder)
 /// @param line  of a scenario
 Step unitLineOf(const std::string& line)
 {
-    if (!unitsim::controlEventOf(line, 0)) throw wrong(line, "says nothing");
+    if (unitsim::controlEventsOf(line, 0).empty()) throw wrong(line, "says nothing");
     return TellUnit{line};
 }
 

@@ -92,6 +92,7 @@ TEST(StepTextTest, LinesForTheUnitAreThoseOfAScenario)
 {
     EXPECT_EQ(stepAs<TellUnit>("sim threat jam az=90 + bare ").line, "threat jam az=90 + bare");
     EXPECT_EQ(stepAs<TellUnit>("sim at 5 warn 6 ANTENNA  OPEN").line, "at 5 warn 6 ANTENNA  OPEN");
+    EXPECT_EQ(stepAs<TellUnit>("sim fault pva stuck 20..60").line, "fault pva stuck 20..60");
     EXPECT_EQ(stepAs<TellUnit>("command START_ZEROIZE").line, "command START_ZEROIZE");
 }
 
@@ -136,12 +137,11 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"sim at 5 wran 7", "'wran' is nothing that happens; did you mean warn?"},
         {"sim place jammer at 1 2 power 3",
          "'place' is for the file of a scenario: places stay as they are while it runs"},
+        {"sim fault pva stuck 60..20", "'60..20' ends before it begins"},
+        {"sim fault pva stcuk 20..60", "'stcuk' is no kind of fault; did you mean stuck?"},
         {"expect event every 1 for 5", "'every' needs behind its seconds +- and a tolerance"},
         {"expect event every 1 +- 0.5", "'every' needs behind its tolerance for and a number of seconds"},
         {"expect event every 3 +- 1 for 2", "'2' is too short: nothing is due in it"},
-        {"start PARAM_2", "'PARAM_2' is not of the form KEY=VALUE"},
-        {"request", "'request' needs behind it a request"},
-        {"request --help", "'--help' makes no request: orvanectl bus has the help"},
         {"expect event times", "'times' needs behind it a number, or LEAST..MOST"},
         {"expect event times 0 for 5", "'0' is no number of times, such as 9 or 9..11"},
         {"expect event times 9..x for 5", "'9..x' is no number of times, such as 9 or 9..11"},
@@ -150,6 +150,9 @@ TEST(StepTextTest, WhatIsWrongIsNamedByItsWord)
         {"expect event times 3 for 5 6", "'6' is one word too many"},
         {"expect event tmes 3 for 5", "'tmes' is no text in double quotes, and tells no time; did you mean times?"},
         {"expect no event times 3 for 5", "'times' can't be expected not to come: no ... for SECONDS"},
+        {"start PARAM_2", "'PARAM_2' is not of the form KEY=VALUE"},
+        {"request", "'request' needs behind it a request"},
+        {"request --help", "'--help' makes no request: orvanectl bus has the help"},
         {"request clear-data --help", "'clear-data' makes no request: orvanectl bus has the help"},
         {"request clear-dta", "'clear-dta' makes no request: no verb \"clear-dta\"; did you mean \"clear-data\"?"},
         {"sim threat jma", "'jma' is no kind of threat; did you mean jam?"},

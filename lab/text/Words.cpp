@@ -102,7 +102,11 @@ void Words::expectEnd(std::initializer_list<std::string_view> known)
     const std::string word = take("");
     const std::string nearest = nearestWord(word, {known.begin(), known.end()});
     if (nearest == word) throw wrong(word, "stands in the wrong place");
-    throw wrong(word, "is one word too many" + (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
+    std::string text = "is one word too many";
+    if (!nearest.empty()) throw wrong(word, text + "; did you mean " + nearest + "?");
+    for (const std::string_view one : known)
+        text += (one == *known.begin() ? ", or none of: " : ", ") + std::string(one);
+    throw wrong(word, text);
 }
 
 std::optional<double> realNumberOf(std::string_view text)

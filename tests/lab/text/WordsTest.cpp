@@ -66,7 +66,10 @@ TEST(WordsTest, WordTooManyMayBeOneThatWasMeant)
                   Words("wthin 5").expectEnd({"for", "within"});
               }),
               "'wthin' is one word too many; did you mean within?");
-    EXPECT_EQ(wrongWordOf([] { Words("now").expectEnd({"for", "within"}); }), "'now' is one word too many");
+    EXPECT_EQ(wrongWordOf([] {
+                  Words("now").expectEnd({"for", "within"});
+              }),
+              "'now' is one word too many, or none of: for, within");
     EXPECT_EQ(wrongWordOf([] { Words("for").expectEnd({"for"}); }), "'for' stands in the wrong place");
     EXPECT_EQ(wrongWordOf([] { Words(" \r").expectEnd(); }), "nothing");
 }

@@ -1,5 +1,7 @@
 #include "lab/unit/CommandLine.h"
 
+#include "lab/text/NearestWord.h"
+#include "lab/text/Words.h"
 #include "lab/unit/EventText.h"
 #include "lab/unit/ScenarioText.h"
 #include "utilities/ConsoleLine.h"
@@ -12,6 +14,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -57,7 +60,8 @@ Window windowOf(const std::string& option, const std::string& text, const std::s
 std::size_t outputOf(const std::string& option, const std::string& name)
 {
     if (const auto output = outputNamed(name)) return indexOf(*output);
-    throw wrong(option, name, "is no output: pva, utc, pnt, mis, assurance, 8504");
+    const std::vector<std::string_view> names(kShortOutputNames.begin(), kShortOutputNames.end());
+    throw std::invalid_argument(option + ": " + labtext::noneOf(names, name, name, "is no output").what());
 }
 
 /// Reads the value of an option, and names the option if it can't.
@@ -279,6 +283,19 @@ void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_flag("-v,--verbose", settings.verbose, "a line for each epoch");
 }
 
+/// What to say of an option, or of a word without one, that there is not.
+std::string unknownWord(const CLI::App& tool)
+{
+    const std::string word = tool.remaining().empty() ? "" : tool.remaining().front();
+    if (!word.starts_with('-')) return "\"" + word + "\" belongs to no option";
+    const std::string name = word.substr(0, word.find('='));
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : tool.get_options())
+        for (const std::string& one : option->get_lnames()) names.push_back("--" + one);
+    const std::string nearest = labtext::nearestWord(name, names);
+    return "no option \"" + name + '"' + (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
+}
+
 }  // namespace
 
 CommandLine readCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
@@ -300,6 +317,9 @@ CommandLine readCommandLine(int argc, const char* const* argv, std::ostream& out
     } catch (const CLI::CallForHelp&) {
         out << tool.help() << std::flush;
         return {std::nullopt, 0};
+    } catch (const CLI::ExtrasError&) {
+        printLine(err, "unit-sim: ", unknownWord(tool), " (unit-sim --help tells more)");
+        return {std::nullopt, kMisused};
     } catch (const std::exception& error) {
         printLine(err, "unit-sim: ", error.what(), " (unit-sim --help tells more)");
         return {std::nullopt, kMisused};

@@ -239,7 +239,11 @@ TEST(CommandLineTest, WrongValueIsNamedWithItsOption)
         {{"--bit-fail", "39:dead"}, "--bit-fail: '39:dead' ends with no finding: good, warning, error, critical"},
         {{"--silent", "GSP"}, "--silent: 'GSP' has no part numbers; did you mean GPS?"},
         {{"--threat-rate", "-1"}, "--threat-rate: Value -1 not in range"},
-        {{"--bogus"}, "--bogus"},
+        {{"--topics", "pav"}, "--topics: 'pav' is no output; did you mean pva?"},
+        {{"--gps-lots", "2:4"}, "unit-sim: no option \"--gps-lots\"; did you mean \"--gps-lost\"?"},
+        {{"--answer-dely=5"}, "no option \"--answer-dely\"; did you mean \"--answer-delay\"?"},
+        {{"--bogus"}, "no option \"--bogus\" (unit-sim --help tells more)"},
+        {{"quiet"}, "\"quiet\" belongs to no option"},
     };
     for (const auto& [arguments, expected] : wrongs) {
         const Read made = read(arguments);

@@ -1,5 +1,7 @@
 #include "lab/ctl/check/ConfigText.h"
 
+#include "lab/text/NearestWord.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -41,6 +43,19 @@ void XMLCALL startElement(void* data, const XML_Char* name, const XML_Char** att
     outline.line = static_cast<int>(XML_GetCurrentLineNumber(outline.parser));
 }
 
+/// Of a container's own elements only two are read: tells one that was probably meant to be one of them.
+void findMisspelt(const tinyxml2::XMLElement& element, const std::string& name, Findings& findings)
+{
+    for (const auto* one = element.FirstChildElement(); one; one = one->NextSiblingElement()) {
+        const std::string word = one->Value();
+        if (word == "Name" || word == "Parameters") continue;
+        const std::string nearest = labtext::nearestWord(word, {"Name", "Parameters"});
+        if (!nearest.empty() && !element.FirstChildElement(nearest.c_str()))
+            findings.warn(one->GetLineNum(), name.empty() ? element.Value() : name,
+                          "no element \"" + word + "\" is read; did you mean " + nearest + '?');
+    }
+}
+
 ConfigContainer containerOf(const tinyxml2::XMLElement& element, Findings& findings)
 {
     ConfigContainer container{
@@ -48,6 +63,7 @@ ConfigContainer containerOf(const tinyxml2::XMLElement& element, Findings& findi
     const tinyxml2::XMLElement* const list = element.FirstChildElement("Parameters");
     for (const auto* key = list ? list->FirstChildElement() : nullptr; key; key = key->NextSiblingElement())
         container.keys.push_back({key->Value(), textOfElement(key), key->GetLineNum()});
+    findMisspelt(element, container.name, findings);
     if (const auto* const second = list ? list->NextSiblingElement("Parameters") : nullptr)
         findings.warn(second->GetLineNum(), container.name,
                       "these Parameters are not read; one element Parameters has all keys");

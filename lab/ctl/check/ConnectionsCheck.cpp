@@ -89,7 +89,12 @@ void checkHistory(std::int64_t depth, int line, bool looksAtMachine, Findings& f
 void checkDomain(const ConfigText& text, const std::string& path, bool looksAtMachine, Findings& findings)
 {
     const ConfigContainer* const domain = text.find(kDomain);
-    if (!domain) return findings.fail(0, kDomain, "the container with the settings of the transport is missing");
+    if (!domain) {
+        std::vector<std::string> names;
+        for (const ConfigContainer& container : text.containers) names.push_back(container.name);
+        return findings.fail(
+            0, kDomain, "the container with the settings of the transport is missing" + suggestion(kDomain, names));
+    }
     checkKeys(*domain, kDomainKeys, findings);
     if (std::ranges::any_of(kDomainKeys, [&](const KeyRule& rule) { return domain->textOf(rule.name).empty(); }))
         return;

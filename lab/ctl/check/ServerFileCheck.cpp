@@ -92,6 +92,12 @@ void checkLists(const ConfigContainer& section, const ServerSettings& settings, 
             sources->line, place + sources->name,
             "accepts frames of no server; a GPS receiver's number, such as 39, makes Blended Navigation possible");
     const ConfigKey* const limits = section.find("PARAM_8");
+    if (limits && settings.m_clearDataInProgressTimeoutSeconds == 0)
+        findings.warn(limits->line, place + limits->name,
+                      "the second number is 0, so that each erasing of data times out at once; 7200 is usual");
+    const ConfigKey* const test = section.find("PARAM_9");
+    if (test && settings.m_BITtimeoutSeconds == 0)
+        findings.warn(test->line, place + test->name, "is 0, so that each built-in test fails at once; 25 is usual");
     if (limits && !limits->text.empty() && StringUtils::split(limits->text, ',').size() != 2)
         findings.warn(limits->line, place + limits->name,
                       '"' + limits->text +

@@ -215,6 +215,41 @@ TEST_F(CheckTest, AnotherDocumentElementIsRefused)
     EXPECT_EQ(found(), Lines{"IODevices.xml:1: error: Devices: the document element must be HX_Configurations"});
 }
 
+TEST_F(CheckTest, MisspeltSettingsOfTheTransportAreNamed)
+{
+    change("Connections.xml", "<Name>FastRtps<", "<Name>FastRpts<");
+    EXPECT_EQ(found(), Lines{"Connections.xml: error: FastRtps: the container with the settings of the transport is "
+                             "missing; did you mean FastRpts?"});
+}
+
+TEST_F(CheckTest, MisspeltElementsOfAContainerAreNamed)
+{
+    change("Connections.xml", "<Name>FastRtps</Name>", "<Nmae>FastRtps</Nmae>");
+    auto lines = found();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[1], "Connections.xml:5: warning: Domain: has no Name, so that it is never found");
+    EXPECT_EQ(lines[2], "Connections.xml:6: warning: Domain: no element \"Nmae\" is read; did you mean Name?");
+
+    change("Connections.xml", "<Nmae>FastRtps</Nmae>", "<Name>FastRtps</Name>");
+    change("Connections.xml", "<Parameters>", "<Paramters>");
+    change("Connections.xml", "</Parameters>", "</Paramters>");
+    lines = found();
+    ASSERT_EQ(lines.size(), 8u);
+    EXPECT_EQ(lines[7],
+              "Connections.xml:7: warning: FastRtps: no element \"Paramters\" is read; did you mean Parameters?");
+}
+
+TEST_F(CheckTest, TimesOfZeroSecondsAreTold)
+{
+    change("OrvaneServer.xml", "<PARAM_8>12,7200<", "<PARAM_8>0,0<");
+    change("OrvaneServer.xml", "<PARAM_9>25<", "<PARAM_9>0<");
+    EXPECT_EQ(found(),
+              (Lines{"OrvaneServer.xml:40: warning: OrvaneServer/PARAM_8: the second number is 0, so that each "
+                     "erasing of data times out at once; 7200 is usual",
+                     "OrvaneServer.xml:42: warning: OrvaneServer/PARAM_9: is 0, so that each built-in test "
+                     "fails at once; 25 is usual"}));
+}
+
 TEST_F(CheckTest, ATransportThatThereIsNotIsRefused)
 {
     change("Connections.xml", ">UDP<", ">Udp<");

@@ -34,6 +34,11 @@ struct Damage {
     std::string text;
 };
 
+/// How many files each of the tests compares, of which there are enough together.
+constexpr std::size_t kTopLevel = 130, kConnections = 174, kTransports = 43, kDevices = 144, kSensors = 141, kBus = 38,
+                      kBroken = 64, kHarmless = 7;
+static_assert(kTopLevel + kConnections + kTransports + kDevices + kSensors + kBus + kBroken + kHarmless == 741);
+
 /// What may stand as a number, a truth or a name, and mostly shouldn't.
 const std::vector<std::string> kTexts = {"", " ", "-1", "x", "99999999999999999999", "0x"};
 
@@ -139,11 +144,13 @@ TEST_F(CheckVerdictTest, SoundFilesAreAccepted)
 TEST_F(CheckVerdictTest, TopLevelFile)
 {
     compareAll("OrvaneServer.xml", kTexts);
+    EXPECT_EQ(count, kTopLevel);
 }
 
 TEST_F(CheckVerdictTest, Connections)
 {
     compareAll("Connections.xml", {"", "x", "-1"});
+    EXPECT_EQ(count, kConnections);
 }
 
 TEST_F(CheckVerdictTest, Transports)
@@ -178,7 +185,31 @@ TEST_F(CheckVerdictTest, Transports)
     change({{"<PubSubType>EventLogPubSubType", "<PubSubType>MaintenanceEventPubSubType"}});
     change({{"<PubSubType>EventLogPubSubType", "<PubSubType>MaintenanceEventPubSubType"},
             {"idl::EventLog", "idl::MaintenanceEvent"}});
+    change({{"<Name>FastRtps<", "<Name>FastRpts<"}});
+    change({{"<Name>FastRtps</Name>", "<Nmae>FastRtps</Nmae>"}});
+    change({{"<Parameters>", "<Paramters>"}, {"</Parameters>", "</Paramters>"}});
     compare(name, damages);
+    EXPECT_EQ(count, kTransports);
+}
+
+TEST_F(CheckVerdictTest, ValuesThatOnlyLookHarmless)
+{
+    const std::string name = "OrvaneServer.xml", file = readFile(kFolder + name);
+    std::vector<Damage> damages;
+    const std::pair<std::string, std::string> kChanges[] = {
+        {"<PARAM_8>12,7200<", "<PARAM_8>0,0<"},   {"<PARAM_8>12,7200<", "<PARAM_8>12<"},
+        {"<PARAM_8>12,7200<", "<PARAM_8>12,<"},   {"<PARAM_8>12,7200<", "<PARAM_8>,<"},
+        {"<PARAM_8>12,7200<", "<PARAM_8>0,0,0<"}, {"<PARAM_9>25<", "<PARAM_9>0<"},
+        {"<PARAM_5>39,96<", "<PARAM_5>0<"}};
+    for (const auto& [from, to] : kChanges) {
+        Damage damage{to, file};
+        const auto at = damage.text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        damage.text.replace(at, from.size(), to);
+        damages.push_back(damage);
+    }
+    compare(name, damages);
+    EXPECT_EQ(count, kHarmless);
 }
 
 TEST_F(CheckVerdictTest, Devices)
@@ -193,11 +224,13 @@ TEST_F(CheckVerdictTest, Devices)
                !damage.what.ends_with("\"\"");
     });
     compare(name, damages);
+    EXPECT_EQ(count, kDevices);
 }
 
 TEST_F(CheckVerdictTest, Sensors)
 {
     compareAll("HX_Sensor_Data.xml", {"", "x"});
+    EXPECT_EQ(count, kSensors);
 }
 
 TEST_F(CheckVerdictTest, BusFiles)
@@ -211,13 +244,14 @@ TEST_F(CheckVerdictTest, BusFiles)
         damages.push_back({std::string("period ") + period, text});
     }
     compare(name, damages);
+    EXPECT_EQ(count, kBus);
 }
 
 TEST_F(CheckVerdictTest, BrokenFiles)
 {
     for (const char* name : {"OrvaneServer.xml", "Connections.xml", "IODevices.xml", "HX_Sensor_Data.xml"})
         compare(name, brokenOf(readFile(kFolder + name)));
-    EXPECT_EQ(count, 64u);
+    EXPECT_EQ(count, kBroken);
 }
 
 TEST_F(CheckVerdictTest, MissingFiles)

@@ -527,6 +527,13 @@ class Unit(unittest.TestCase):
             with self.assertRaisesRegex(unit.TooSlow, "(?s)console has not ended 0.1 s after SIGTERM.*a last word"):
                 self.programs.stop("console")
 
+    def test_sleep_that_lasts_too_long_tells_how_late_the_machine_is(self):
+        with unittest.mock.patch.object(unit, "time") as time:
+            time.time.side_effect = [10.0, 11.4, 12.0, 12.1]
+            self.programs.sleep(1.0)
+            self.programs.sleep(0.1)
+        self.assertAlmostEqual(self.programs.late, 0.4)
+
     def test_request_may_end(self):
         self.programs.start("request0", "true")
         self.programs.running["request0"].wait()

@@ -1,10 +1,12 @@
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/WatchVerb.h"
 #include "lab/ctl/record/RecordRun.h"
+#include "lab/ctl/record/RecordingFiles.h"
 
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 namespace orvanectl {
 
@@ -16,9 +18,27 @@ constexpr const char* kExamples =
     "  orvanectl record -o drive.mcap --for 5        for five seconds\n"
     "  orvanectl record --socket /tmp/bus            with what is told on the bus of the lab\n"
     "  orvanectl record --queue ZEN_HX=copy.bin      with the records of a queue, from a copy of it\n"
+    "  orvanectl record -o long.mcap --split 10min   into long-0001.mcap and so on\n"
+    "  orvanectl record -o bad.mcap --ring 30        what was before an event of trouble, in bad-0001.mcap\n"
+    "\n"
+    "With --ring nothing is written until an event of type 3 to 5 comes, SIGUSR1, or Enter on a terminal.\n"
     "\n"
     "Exit status: 0 when all went well, 1 if a file, a DDS participant or a queue's copy can't be had or\n"
     "the recording can't be written, 2 for a wrong command line.";
+
+/// A size or a time, as `splitLimitOf` takes it.
+CLI::Validator isSplit()
+{
+    const auto check = [](const std::string& text) -> std::string {
+        try {
+            splitLimitOf(text);
+            return "";
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+    };
+    return {check, ""};
+}
 
 ExitStatus record(const RecordOptions& options)
 {
@@ -46,6 +66,14 @@ Verb addRecordVerb(CLI::App& tool)
         ->type_name("NAME=PATH")
         ->allow_extra_args(false);
     command->add_option("--for", options->seconds, "end after so long")->check(isSeconds())->type_name("SECONDS");
+    CLI::Option* const split =
+        command->add_option("--split", options->split, "a next file after a size or time, such as 64MB or 10min")
+            ->check(isSplit())
+            ->type_name("LIMIT");
+    command->add_option("--ring", options->ring, "keep so much in memory, and write it when there is a reason")
+        ->check(isSeconds())
+        ->excludes(split)
+        ->type_name("SECONDS");
     return {command, [options] { return ended([&] { return record(*options); }); }};
 }
 

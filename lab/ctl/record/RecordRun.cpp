@@ -4,7 +4,9 @@
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/record/QueueCopy.h"
-#include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/record/RecordRing.h"
+#include "lab/ctl/record/RecordingFiles.h"
+#include "lab/ctl/record/WriteRequests.h"
 #include "lab/ctl/top/BusFeed.h"
 
 #include <algorithm>
@@ -14,9 +16,11 @@
 #include <iomanip>
 #include <memory>
 #include <numeric>
+#include <optional>
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace orvanectl {
 
@@ -83,52 +87,102 @@ private:
 class RecordRun {
 public:
     RecordRun(const RecordOptions& options, std::ostream& output)
-        : m_options(options), m_output(output), m_path(options.file.empty() ? fileNamedByTime() : options.file),
+        : m_options(options), m_output(output),
+          m_requests(options.ring > 0 ? std::make_unique<WriteRequests>() : nullptr),
+          m_path(options.file.empty() ? fileNamedByTime() : options.file),
+          m_split(options.split.empty() ? SplitLimit{} : splitLimitOf(options.split)),
           m_copies(copiesOf(options.queues)), m_connections(options.connections),
           m_watch(m_connections, chooseTopics(m_connections, {}, ""), {}), m_bus(options.socket),
-          m_statistics(m_watch.topics().size(), TopicStatistics(kSettle))
+          m_statistics(m_watch.topics().size(), TopicStatistics(kSettle)), m_trigger(options.ring),
+          m_files(m_path, isNumbered(), [this](mcap::Output& file) { return recorderOf(file); })
     {
         openCopies();
-        m_file = std::make_unique<mcap::FileOutput>(m_path);
-        m_recorder = std::make_unique<Recorder>(*m_file, m_watch.topics(), namesOf(m_copies),
-                                                mcap::Table{{"connections", options.connections},
-                                                            {"bus", options.socket},
-                                                            {"domain", m_connections.domain().at("DomainId")}});
+        if (options.ring > 0)
+            m_ring.emplace(m_watch.topics(), options.ring);
+        else
+            m_files.open(m_start);
         m_signals.listen();
     }
 
     void run()
     {
         const std::chrono::duration<double> length(m_options.seconds);
-        Time settled = m_start;
         for (Time now = m_start; !m_signals.received() && (m_options.seconds <= 0 || now - m_start < length);
              now = Clock::now()) {
             takeAll(now);
-            if (now - settled >= kSettle) {
-                m_recorder->noteEarlier(earlier());
-                m_recorder->settle(missed());
-                settled = now;
-            }
+            if (m_ring)
+                turnRing(now);
+            else
+                turnFile(now);
             wait();
         }
         takeTheRest();
         for (const auto& queue : m_queues) queue->end();
-        m_recorder->noteEarlier(earlier());
-        m_recorder->close(missed());
-        m_file->sync();
+        end();
         printSum();
     }
 
 private:
+    bool isNumbered() const { return !m_options.split.empty() || m_options.ring > 0; }
+
+    std::unique_ptr<Recorder> recorderOf(mcap::Output& file) const
+    {
+        const mcap::Table about = {{"connections", m_options.connections},
+                                   {"bus", m_options.socket},
+                                   {"domain", m_connections.domain().at("DomainId")}};
+        return std::make_unique<Recorder>(file, m_watch.topics(), namesOf(m_copies), about);
+    }
+
+    HeardSink& sink()
+    {
+        if (m_ring) return *m_ring;
+        return m_files.recorder();
+    }
+
+    void turnFile(Time now)
+    {
+        if (m_files.isFull(m_split, now)) {
+            m_files.close(unheard());
+            m_files.open(now);
+            m_settled = now;
+        } else if (now - m_settled >= kSettle) {
+            m_files.settle(unheard());
+            m_settled = now;
+        }
+    }
+
+    void turnRing(Time now)
+    {
+        if (m_requests->take()) m_trigger.ask();
+        if (m_trigger.isDue(now)) writeRing(now);
+    }
+
+    void writeRing(Time now)
+    {
+        m_files.open(now);
+        m_ring->writeTo(m_files.recorder());
+        const std::uint64_t messages = m_files.recorder().statistics().messages;
+        m_files.close(unheard());
+        m_trigger.written(now);
+        print("orvanectl: " + std::to_string(messages) + " messages in " + printable(m_files.file()) + '\n');
+    }
+
+    void end()
+    {
+        if (!m_ring) return m_files.close(unheard());
+        if (m_requests->take()) m_trigger.ask();
+        if (m_trigger.isDueAtTheEnd()) writeRing(Clock::now());
+    }
+
     void openCopies()
     {
         for (std::size_t queue = 0; queue < m_copies.size(); ++queue)
             m_queues.push_back(std::make_unique<QueueCopy>(
                 m_copies[queue].path,
                 [this, queue](Bytes record, std::int64_t number) {
-                    m_recorder->takeQueueRecord(queue, record, number, m_now);
+                    sink().takeQueueRecord(queue, record, number, m_now);
                 },
-                [this, queue](Bytes bytes) { m_recorder->takeQueueRest(queue, bytes, m_now); }));
+                [this, queue](Bytes bytes) { sink().takeQueueRest(queue, bytes, m_now); }));
     }
 
     void wait() const
@@ -149,9 +203,10 @@ private:
     bool takeAll(Time now)
     {
         const WallClock clock;
+        if (m_ring) m_ring->turn(now);
         for (const Sample& sample : m_watch.samples().take()) {
             m_statistics[sample.topic].take(sample.arrival);
-            m_recorder->take(sample, clock.of(sample.arrival.time));
+            sink().take(sample, clock.of(sample.arrival.time));
         }
         m_now = clock.of(Clock::now());
         const auto lines = m_bus.take(now);
@@ -159,72 +214,82 @@ private:
             if (line.is_discarded())
                 ++m_unreadableLines;
             else
-                m_recorder->takeBusLine(line.dump(-1, ' ', false, BusLink::Json::error_handler_t::replace), m_now);
+                sink().takeBusLine(line.dump(-1, ' ', false, BusLink::Json::error_handler_t::replace), m_now);
         bool isMore = !lines.empty();
         for (const auto& queue : m_queues) isMore = queue->take() || isMore;
+        if (m_ring && std::exchange(m_troubles, m_ring->troubles()) != m_ring->troubles()) m_trigger.takeEvent();
         return isMore;
     }
 
-    std::vector<std::uint64_t> lost() const
+    /// By what each writer has counted, and what of it found no room here.
+    Unheard unheard()
+    {
+        Unheard unheard;
+        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic) {
+            unheard.missed[m_watch.topics()[topic].name] = m_statistics[topic].lost();
+            unheard.earlier[m_watch.topics()[topic].name] = m_statistics[topic].earlier();
+        }
+        unheard.missed["left out"] = saturatedSum(m_watch.samples().leftOut(), leftOutOfTheRing());
+        if (!m_options.socket.empty()) unheard.missed[recording::kBus] = m_unreadableLines;
+        return unheard;
+    }
+
+    /// Came, and is thus in no writer's missing numbers.
+    std::uint64_t leftOutOfTheRing() const { return m_ring ? m_ring->leftOut() : 0; }
+
+    std::uint64_t missedInAll()
     {
         std::vector<std::uint64_t> lost;
         for (const TopicStatistics& statistics : m_statistics) lost.push_back(statistics.lost());
-        return lost;
-    }
-
-    /// By what each writer has counted, and what of it found no room here.
-    mcap::Table missed()
-    {
-        mcap::Table missed;
-        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
-            missed[m_watch.topics()[topic].name] = std::to_string(m_statistics[topic].lost());
-        missed["left out"] = std::to_string(m_watch.samples().leftOut());
-        if (!m_options.socket.empty()) missed[recording::kBus] = std::to_string(m_unreadableLines);
-        return missed;
-    }
-
-    /// Where there was some. A publisher may have sent it long before this run.
-    mcap::Table earlier() const
-    {
-        mcap::Table earlier;
-        for (std::size_t topic = 0; topic < m_statistics.size(); ++topic)
-            if (const std::uint64_t count = m_statistics[topic].earlier(); count > 0)
-                earlier[m_watch.topics()[topic].name] = std::to_string(count);
-        return earlier;
+        return saturatedSum(orvanectl::missedInAll(lost, m_watch.samples().leftOut()),
+                            saturatedSum(leftOutOfTheRing(), m_unreadableLines));
     }
 
     void printSum()
     {
-        const std::uint64_t missed = saturatedSum(missedInAll(lost(), m_watch.samples().leftOut()), m_unreadableLines);
         std::uint64_t before = 0;
         for (const TopicStatistics& statistics : m_statistics) before = saturatedSum(before, statistics.earlier());
         std::ostringstream text;
-        text << "orvanectl: " << m_recorder->statistics().messages << " messages in " << std::fixed
-             << std::setprecision(1) << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, "
-             << missed << " missed, " << m_recorder->size() << " bytes in " << printable(m_path) << '\n';
+        text << "orvanectl: " << m_files.messages() << " messages in " << std::fixed << std::setprecision(1)
+             << std::chrono::duration<double>(Clock::now() - m_start).count() << " s, " << missedInAll() << " missed, "
+             << m_files.bytes() << " bytes in ";
+        if (isNumbered())
+            text << m_files.files() << (m_files.files() == 1 ? " file\n" : " files\n");
+        else
+            text << printable(m_path) << '\n';
         if (before > 0) text << "orvanectl: " << before << " were sent before their publisher was heard\n";
         if (m_isShort) text << "orvanectl: more came at the end than was taken\n";
         if (!m_options.socket.empty() && !m_bus.trouble().empty())
             text << "orvanectl: no bus at the end: " << m_bus.trouble() << '\n';
-        if (!(m_output << text.str() << std::flush)) throw std::runtime_error("cannot write to standard output");
+        print(text.str());
+    }
+
+    void print(const std::string& text)
+    {
+        if (!(m_output << text << std::flush)) throw std::runtime_error("cannot write to standard output");
     }
 
     const RecordOptions& m_options;
     std::ostream& m_output;
-    EndingSignals m_signals;  // before the threads of the watch
+    const std::unique_ptr<WriteRequests> m_requests;  // before the threads of the watch
+    EndingSignals m_signals;                          // likewise
     const std::string m_path;
+    const SplitLimit m_split;
     const std::vector<NamedCopy> m_copies;
     const ConnectionFile m_connections;
     TopicWatch m_watch;
     BusFeed m_bus;
     std::vector<TopicStatistics> m_statistics;
-    std::unique_ptr<mcap::FileOutput> m_file;
-    std::unique_ptr<Recorder> m_recorder;
+    std::optional<RecordRing> m_ring;
+    RingTrigger m_trigger;
+    RecordingFiles m_files;
     std::vector<std::unique_ptr<QueueCopy>> m_queues;
     std::uint64_t m_now = 0;
+    std::uint64_t m_troubles = 0;         // that the ring had counted
     std::uint64_t m_unreadableLines = 0;  // of the bus
     bool m_isShort = false;               // of what came before the end
     const Time m_start = Clock::now();
+    Time m_settled = m_start;
 };
 
 }  // namespace

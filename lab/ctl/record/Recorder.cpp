@@ -41,10 +41,15 @@ std::uint16_t Recorder::schemaOf(const RecordType& type)
 
 void Recorder::take(const Sample& sample, std::uint64_t time)
 {
-    const std::vector<std::uint8_t> payload = payloadOf(*m_topics.at(sample.topic).type, sample.record.get());
-    const std::uint64_t sent = sample.sent > 0 ? static_cast<std::uint64_t>(sample.sent) : time;
-    m_writer.add(
-        mcap::Message{m_channels[sample.topic], sequenceOf(sample.arrival.sequenceNumber), time, sent, payload});
+    takePayload(sample.topic, payloadOf(*m_topics.at(sample.topic).type, sample.record.get()),
+                sample.arrival.sequenceNumber, sample.sent, time);
+}
+
+void Recorder::takePayload(std::size_t topic, mcap::Bytes payload, std::int64_t number, std::int64_t sent,
+                           std::uint64_t time)
+{
+    const std::uint64_t published = sent > 0 ? static_cast<std::uint64_t>(sent) : time;
+    m_writer.add(mcap::Message{m_channels.at(topic), sequenceOf(number), time, published, payload});
 }
 
 void Recorder::takeBusLine(const std::string& line, std::uint64_t time)

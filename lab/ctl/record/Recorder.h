@@ -2,6 +2,7 @@
 #define LAB_CTL_RECORD_RECORDER_H
 
 #include "lab/ctl/TopicWatch.h"
+#include "lab/ctl/record/HeardSink.h"
 #include "lab/mcap/Writer.h"
 
 #include <map>
@@ -25,22 +26,23 @@ inline constexpr const char* kAbout = "recording";  ///< metadata: by what, and 
 
 namespace orvanectl {
 
-/// Puts what is heard into a recording. Times are nanoseconds since 1970, of arrival. Errors of the output come out. One
-/// thread at a time.
-class Recorder {
+/// Puts what is heard into a recording. Errors of the output come out. One thread at a time.
+class Recorder : public HeardSink {
 public:
     /// @param output  outlives this object
     /// @param queues  names of those that are heard
     Recorder(mcap::Output& output, const std::vector<WatchedTopic>& topics, const std::vector<std::string>& queues,
              const mcap::Table& about);
 
-    void take(const Sample& sample, std::uint64_t time);
-    void takeBusLine(const std::string& line, std::uint64_t time);
-    /// @param record  a serialised GSSIP record as the queue carried it
-    /// @param number  by which its source counts
-    void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time);
-    /// Bytes of a queue that are no record.
-    void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time);
+    void take(const Sample& sample, std::uint64_t time) override;
+    void takeBusLine(const std::string& line, std::uint64_t time) override;
+    void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time) override;
+    void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time) override;
+
+    /// A record of a topic as it travels.
+    /// @param sent  by its writer's clock; 0 if it does not tell
+    void takePayload(std::size_t topic, mcap::Bytes payload, std::int64_t number, std::int64_t sent,
+                     std::uint64_t time);
 
     /// What writers had sent before their first record here; is written when it is not what it was.
     void noteEarlier(const mcap::Table& earlier);

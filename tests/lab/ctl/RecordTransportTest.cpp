@@ -8,7 +8,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <sys/stat.h>
 
 using namespace orvanectl;
 using aspn2_msgs::idl::EventLog;
@@ -25,9 +27,10 @@ struct RecordTransportTest : testing::Test {
         EXPECT_EQ(code, RETURN_CODE_TYPE::NO_ERROR);
     }
 
-    void publish(std::int64_t number) const
+    void publish(std::int64_t number, std::uint32_t type = 0) const
     {
         EventLog event;
+        event.event_log_type(static_cast<aspn2_msgs::idl::event_log_type_enum>(type));
         event.header().seq_num(number);
         event.header().device_id(0x01340100);
         event.eventlog("event");
@@ -132,4 +135,54 @@ TEST_F(RecordTransportTest, FileThatIsThereIsNotWrittenOver)
     ChildProcess other({ORVANE_CTL_BINARY, "record", "-o", file, "--connections", connections});
     EXPECT_EQ(other.wait(), (ChildProcess::Ending{1, 0}));
     EXPECT_EQ(other.errors(), "orvanectl: " + file + ": File exists\n");
+}
+
+TEST_F(RecordTransportTest, NextFileIsBegunWhereTheOneBeforeIsFull)
+{
+    ChildProcess split({ORVANE_CTL_BINARY, "record", "-o", file, "--split", "1s", "--connections", connections});
+    const std::string second = connections + "-0002.mcap", third = connections + "-0003.mcap";
+    ASSERT_TRUE(eventually([&] {
+        publish(next++);
+        return std::filesystem::exists(third);
+    })) << split.errors();
+    split.send(SIGINT);
+    EXPECT_EQ(split.wait(), (ChildProcess::Ending{0, 0})) << split.errors();
+    EXPECT_TRUE(infoOf(second).isClosed);
+    EXPECT_TRUE(infoOf(third).isClosed);
+    EXPECT_EQ(infoOf(second).missed.at("left out"), "0");
+}
+
+TEST_F(RecordTransportTest, RingIsWrittenForAnEventOfTroubleAndForASignal)
+{
+    ChildProcess ring({ORVANE_CTL_BINARY, "record", "-o", file, "--ring", "600", "--connections", connections});
+    const std::string first = connections + "-0001.mcap", second = connections + "-0002.mcap";
+    ASSERT_TRUE(eventually([&] {
+        publish(next++, 3);
+        return ring.output().find(first) != std::string::npos;
+    })) << ring.errors();
+    ring.send(SIGUSR1);
+    EXPECT_TRUE(eventually([&] { return ring.output().find(second) != std::string::npos; }));
+    ring.send(SIGINT);
+    EXPECT_EQ(ring.wait(), (ChildProcess::Ending{0, 0})) << ring.errors();
+    EXPECT_TRUE(infoOf(first).isClosed);
+    EXPECT_GT(infoOf(first).channels.at(0).messages, 0U);
+    EXPECT_TRUE(infoOf(second).isClosed);
+}
+
+TEST_F(RecordTransportTest, RingIsWrittenForEnterOnATerminal)
+{
+    const std::string keys = connections + ".keys";
+    ASSERT_EQ(mkfifo(keys.c_str(), 0600), 0);
+    std::fstream pressed(keys);  // for both, so that nobody waits
+    ChildProcess terminal({"/usr/bin/script", "-q", "-e", "-c",
+                           ORVANE_CTL_BINARY " record -o " + file + " --ring 600 --connections " + connections,
+                           "/dev/null"},
+                          keys);
+    ASSERT_TRUE(eventually([&] {
+        publish(next++, 5);
+        return terminal.output().find("-0001.mcap") != std::string::npos;
+    })) << terminal.output();
+    pressed << '\n' << std::flush;
+    EXPECT_TRUE(eventually([&] { return terminal.output().find("-0002.mcap") != std::string::npos; }))
+        << terminal.output();
 }

@@ -13,15 +13,6 @@ namespace {
 
 using Time = TopicStatistics::Time;
 
-/// A time of a recording on the scale of arrivals, which has room for 292 years. Later than half of them is none, so that
-/// a length of time can be added to each.
-Time timeOf(std::uint64_t nanoseconds)
-{
-    constexpr auto kLast = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max() / 2);
-    const auto since = std::chrono::nanoseconds(static_cast<std::int64_t>(std::min(nanoseconds, kLast)));
-    return Time(std::chrono::duration_cast<Time::duration>(since));
-}
-
 /// Topics whose records we know.
 class TopicList : public mcap::RecordSink {
 public:
@@ -78,6 +69,13 @@ std::vector<WatchedTopic> choose(const std::vector<WatchedTopic>& all, const std
 
 }  // namespace
 
+Time arrivalTimeOf(std::uint64_t nanoseconds)
+{
+    constexpr auto kLast = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max() / 2);
+    const auto since = std::chrono::nanoseconds(static_cast<std::int64_t>(std::min(nanoseconds, kLast)));
+    return Time(std::chrono::duration_cast<Time::duration>(since));
+}
+
 RecordingSource::RecordingSource(const std::string& file, const std::vector<std::string>& topics,
                                  const std::string& type)
     : m_file(file), m_topics(choose(topicsOf(m_file, file), topics, type, file)),
@@ -104,7 +102,7 @@ void RecordingSource::message(const mcap::Message& message)
         return;
     }
     const aspn2_msgs::idl::header& header = type.headerOf(sample.record.get());
-    sample.arrival = {timeOf(message.logTime), {}, 0, header.device_id(), header.seq_num()};
+    sample.arrival = {arrivalTimeOf(message.logTime), {}, 0, header.device_id(), header.seq_num()};
     m_samples.push_back(std::move(sample));
 }
 

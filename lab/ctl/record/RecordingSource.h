@@ -9,6 +9,10 @@
 
 namespace orvanectl {
 
+/// A time of a recording, in nanoseconds since 1970, on the scale of arrivals, which has room for 292 years. Later than
+/// half of them is none, so that a length of time can be added to each.
+TopicStatistics::Time arrivalTimeOf(std::uint64_t nanoseconds);
+
 /// The records of a recording, at their times of arrival. No time passes. Publishers are not known, nor what was lost on
 /// the way to the recorder: `info` tells that.
 class RecordingSource : public WatchSource, private mcap::RecordSink {

@@ -11,6 +11,7 @@ struct WhyOptions {
     std::string file = "/opt/halvex/config/OrvaneServer.xml";  ///< the service's own settings
     std::string socket;                                        ///< of the bus; empty: it is not listened to
     std::string receiver;                                      ///< a copy of the receiver's queue; empty: none
+    std::string recording;                                     ///< is read in place of what is sent now; empty: none
     double seconds = 0;                                        ///< to run; 0 has no end
     bool all = false;                                          ///< joined time messages are told, too
     bool json = false;

@@ -8,7 +8,9 @@ namespace {
 
 class Copier : public RecordSink {
 public:
-    Copier(Writer& writer, const CopyFilter& filter) : m_writer(writer), m_filter(filter) {}
+    Copier(const Source& source, Writer& writer, const CopyFilter& filter)
+        : m_source(source), m_writer(writer), m_filter(filter)
+    {}
 
     std::uint64_t problems() const { return m_problems; }
 
@@ -37,9 +39,11 @@ public:
     }
 
     void metadata(const Metadata& metadata) override { m_writer.add(metadata); }
+    void attachment(const Attachment& attachment) override { m_writer.add(attachment, m_source); }
     void problem(std::uint64_t, const std::string&) override { ++m_problems; }
 
 private:
+    const Source& m_source;
     Writer& m_writer;
     const CopyFilter& m_filter;
     std::map<std::uint16_t, std::pair<Schema, std::uint16_t>> m_schemas;  // with the number in the copy, 0 for none yet
@@ -62,7 +66,7 @@ CopyResult copy(const Source& source, Output& output, const Writer::Options& opt
     CopyResult result;
     if (!beginsAsRecording(source)) return result;
     Writer writer(output, options);
-    Copier copier(writer, filter);
+    Copier copier(source, writer, filter);
     result.source = scan(source, copier, filter.range);
     writer.close();
     result.written = writer.statistics();

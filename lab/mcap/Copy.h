@@ -21,7 +21,7 @@ struct CopyResult {
 };
 
 /// Writes a recording that is closed from all that can be read of another, be it damaged or cut off: messages, with their
-/// schemas and channels, and metadata. Numbers of schemas and channels may be new ones.
+/// schemas and channels, and all metadata and attachments. Numbers of schemas and channels may be new ones.
 /// Throws what `source` and `output` do; nothing is written unless `source` begins as a recording.
 CopyResult copy(const Source& source, Output& output, const Writer::Options& options, const CopyFilter& filter = {});
 

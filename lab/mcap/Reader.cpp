@@ -1,8 +1,7 @@
 #include "lab/mcap/Reader.h"
 
-#include "lab/mcap/Crc32.h"
-
 #include <algorithm>
+#include <functional>
 
 namespace mcap {
 
@@ -31,6 +30,18 @@ std::vector<std::uint8_t> readBytes(const Source& source, std::uint64_t offset, 
 bool isMagic(Bytes bytes)
 {
     return std::ranges::equal(bytes, kMagic);
+}
+
+/// Takes no more memory than for a piece.
+void readPieces(const Source& source, std::uint64_t offset, std::uint64_t size, const std::function<void(Bytes)>& take)
+{
+    constexpr std::uint64_t kPiece = 256U * 1024;
+    while (size > 0) {
+        const std::uint64_t length = std::min(size, kPiece);
+        take(readBytes(source, offset, length));
+        offset += length;
+        size -= length;
+    }
 }
 
 bool isSkipped(Op op)
@@ -69,17 +80,34 @@ std::optional<Footer> findFooter(const Source& source)
     return isMagic(reader.rest()) ? std::optional(footer) : std::nullopt;
 }
 
-/// Up to, and without, the footer; nothing if its checksum is wrong.
-std::optional<std::vector<std::uint8_t>> summaryBytes(const Source& source, const Footer& footer)
+/// Where the summary begins, or the footer where there is none; nothing for what is no such place.
+std::optional<std::uint64_t> startOfEnd(const Source& source, const Footer& footer)
 {
+    const std::uint64_t place = source.size() - kMagic.size() - kFooterSize;
+    if (footer.summaryStart == 0) return place;
+    if (footer.summaryStart < kMagic.size() || footer.summaryStart > place) return std::nullopt;
+    return footer.summaryStart;
+}
+
+/// Where the end of a closed recording begins, however large its summary is; nothing if it has none.
+std::optional<std::uint64_t> findWholeEnd(const Source& source)
+{
+    const auto footer = findFooter(source);
+    const auto start = footer ? startOfEnd(source, *footer) : std::nullopt;
+    if (!start) return std::nullopt;
     constexpr std::size_t kCrc = 4;
-    const std::uint64_t end = source.size() - kMagic.size();
-    if (footer.summaryStart < kMagic.size() || footer.summaryStart > end - kFooterSize) return std::nullopt;
-    auto bytes = readBytes(source, footer.summaryStart, end - footer.summaryStart);
-    if (footer.summaryCrc != 0 && crc32Of(Bytes(bytes).first(bytes.size() - kCrc)) != footer.summaryCrc)
-        return std::nullopt;
-    bytes.resize(bytes.size() - kFooterSize);
-    return bytes;
+    Crc32 crc;
+    readPieces(source, *start, source.size() - kMagic.size() - kCrc - *start, [&](Bytes bytes) { crc.add(bytes); });
+    return footer->summaryCrc == 0 || crc.value() == footer->summaryCrc ? start : std::nullopt;
+}
+
+/// Up to, and without, the footer; nothing if there is none.
+std::optional<std::vector<std::uint8_t>> summaryBytes(const Source& source)
+{
+    const auto start = findWholeEnd(source);
+    const std::uint64_t footer = source.size() - kMagic.size() - kFooterSize;
+    if (!start || *start == footer) return std::nullopt;
+    return readBytes(source, *start, footer - *start);
 }
 
 Summary parseSummary(Bytes bytes)
@@ -98,6 +126,33 @@ Summary parseSummary(Bytes bytes)
     std::ranges::sort(summary.chunks, {}, &ChunkIndex::offset);
     return summary;
 }
+
+/// Whether it tells of all that is to be known to read by it.
+bool isComplete(const Summary& summary)
+{
+    const auto& statistics = summary.statistics;
+    if (!statistics || statistics->chunks != summary.chunks.size() || statistics->channels > summary.channels.size())
+        return false;
+    if (statistics->messages > 0 && summary.chunks.empty()) return false;  // they are in none
+    return std::ranges::all_of(summary.channels, [&](const Channel& channel) {
+        return channel.schema == 0 ||
+               std::ranges::find(summary.schemas, channel.schema, &Schema::id) != summary.schemas.end();
+    });
+}
+
+/// Hands over what reading by the summary does.
+class WithoutExtras : public RecordSink {
+public:
+    explicit WithoutExtras(RecordSink& sink) : m_sink(sink) {}
+
+    void schema(const Schema& schema) override { m_sink.schema(schema); }
+    void channel(const Channel& channel) override { m_sink.channel(channel); }
+    void message(const Message& message) override { m_sink.message(message); }
+    void problem(std::uint64_t offset, const std::string& what) override { m_sink.problem(offset, what); }
+
+private:
+    RecordSink& m_sink;
+};
 
 }  // namespace
 
@@ -142,9 +197,19 @@ public:
                 return;
             }
         } catch (const Malformed& error) {
-            m_sink.problem(offset, std::string(what) + ' ' + error.what());
+            problem(offset, std::string(what) + ' ' + error.what());
         }
     }
+
+    void take(const Attachment& attachment) { m_sink.attachment(attachment); }
+
+    void problem(std::uint64_t offset, const std::string& what)
+    {
+        m_hasProblem = true;
+        m_sink.problem(offset, what);
+    }
+
+    bool hasProblem() const { return m_hasProblem; }
 
 private:
     void take(const Schema& schema, std::size_t size)
@@ -199,14 +264,16 @@ private:
     std::map<std::uint16_t, Schema> m_schemas;
     std::map<std::uint16_t, Channel> m_channels;
     std::uint64_t m_kept = 0;
+    bool m_hasProblem = false;
 };
 
 Scanner::Scanner(const Source& source, RecordSink& sink, TimeRange range)
-    : m_source(source), m_sink(sink), m_gate(std::make_unique<RecordGate>(sink, range))
+    : m_source(source), m_gate(std::make_unique<RecordGate>(sink, range))
 {
     m_result.isRecording = source.size() >= kMagic.size() && isMagic(readBytes(source, 0, kMagic.size()));
     m_result.end = m_result.isRecording ? kMagic.size() : 0;
     m_hasEnded = !m_result.isRecording;
+    m_crc.add(kMagic);
 }
 
 Scanner::~Scanner() = default;
@@ -218,21 +285,71 @@ bool Scanner::step()
     const auto bytes = readBytes(m_source, m_result.end, kFrontSize);
     ByteReader reader(bytes);
     const Front front = readFront(reader);
+    const auto op = static_cast<Op>(front.op);
     if (front.op == 0) {
-        m_sink.problem(m_result.end, "no record begins here");
+        m_gate->problem(m_result.end, "no record begins here");
         return false;
     }
     if (front.length > m_source.size() - m_result.end - kFrontSize) return false;  // it is cut off
-    if (static_cast<Op>(front.op) == Op::Attachment) ++m_result.attachments;
-    if (!isSkipped(static_cast<Op>(front.op))) {
-        if (front.length > kLargest)
-            m_sink.problem(m_result.end, "record is too large");
-        else
-            m_gate->take(front, readBytes(m_source, m_result.end + kFrontSize, front.length), m_result.end);
+    if (op == Op::DataEnd) {
+        checkSum(front.length);
+    } else {
+        m_crc.add(bytes);
+        takeContent(op, front.length);
     }
     m_result.end += kFrontSize + front.length;
-    m_hasEnded = m_result.isClosed = static_cast<Op>(front.op) == Op::DataEnd;
+    m_hasEnded = m_result.isClosed = op == Op::DataEnd;
     return true;
+}
+
+void Scanner::takeContent(Op op, std::uint64_t length)
+{
+    const std::uint64_t place = m_result.end + kFrontSize;
+    const bool isLarge = length > kLargest;
+    if (!isSkipped(op) && !isLarge) {
+        const auto content = readBytes(m_source, place, length);
+        m_crc.add(content);
+        return m_gate->take({static_cast<std::uint8_t>(op), length}, content, m_result.end);
+    }
+    if (!isSkipped(op)) m_gate->problem(m_result.end, "record is too large");
+    readPieces(m_source, place, length, [this](Bytes bytes) { m_crc.add(bytes); });
+    if (op == Op::Attachment) takeAttachment(length);
+}
+
+void Scanner::takeAttachment(std::uint64_t length)
+{
+    constexpr std::uint64_t kCrc = 4;
+    constexpr std::uint64_t kMostFront = 1024U * 1024;
+    ++m_result.attachments;
+    const std::uint64_t place = m_result.end + kFrontSize;
+    try {
+        const auto front = readBytes(m_source, place, std::min(length, kMostFront));
+        ByteReader reader(front);
+        Attachment attachment = readAttachmentFront(reader);
+        const std::uint64_t rest = length - (front.size() - reader.rest().size());
+        if (rest < kCrc || rest - kCrc != attachment.dataSize) throw Malformed("is not as long as it says");
+        Crc32 crc;
+        readPieces(m_source, place, length - kCrc, [&](Bytes bytes) { crc.add(bytes); });
+        const auto end = readBytes(m_source, place + length - kCrc, kCrc);
+        const std::uint32_t told = ByteReader(end).u32();
+        if (told != 0 && told != crc.value()) throw Malformed("has a wrong checksum");
+        attachment.offset = m_result.end;
+        attachment.length = kFrontSize + length;
+        m_gate->take(attachment);
+    } catch (const Malformed& error) {
+        m_gate->problem(m_result.end, std::string("attachment ") + error.what());
+    }
+}
+
+/// What was damaged where no chunk's own checksum tells of it.
+void Scanner::checkSum(std::uint64_t length)
+{
+    constexpr std::uint64_t kCrc = 4;
+    if (length < kCrc) return m_gate->problem(m_result.end, "data end ends too early");
+    const auto content = readBytes(m_source, m_result.end + kFrontSize, kCrc);
+    const std::uint32_t told = ByteReader(content).u32();
+    if (told != 0 && told != m_crc.value() && !m_gate->hasProblem())
+        m_gate->problem(m_result.end, "the checksum of all before is wrong");
 }
 
 ScanResult scan(const Source& source, RecordSink& sink, TimeRange range)
@@ -241,16 +358,14 @@ ScanResult scan(const Source& source, RecordSink& sink, TimeRange range)
     while (scanner.step()) {
     }
     ScanResult result = scanner.result();
-    result.isClosed = result.isClosed && readSummary(source).has_value();
+    result.isClosed = result.isClosed && findWholeEnd(source) == result.end;
     return result;
 }
 
 std::optional<Summary> readSummary(const Source& source)
 {
     try {
-        const auto footer = findFooter(source);
-        if (!footer) return std::nullopt;
-        const auto bytes = summaryBytes(source, *footer);
+        const auto bytes = summaryBytes(source);
         if (!bytes) return std::nullopt;
         return parseSummary(*bytes);
     } catch (const Malformed&) {
@@ -260,6 +375,11 @@ std::optional<Summary> readSummary(const Source& source)
 
 void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range)
 {
+    if (!isComplete(summary)) {
+        WithoutExtras rest(sink);
+        scan(source, rest, range);
+        return;
+    }
     RecordGate gate(sink, range);
     const auto takeAgain = [&](Op op, const auto& record) {
         ByteWriter bytes;
@@ -268,16 +388,19 @@ void readIndexed(const Source& source, const Summary& summary, RecordSink& sink,
     };
     for (const Schema& schema : summary.schemas) takeAgain(Op::Schema, schema);
     for (const Channel& channel : summary.channels) takeAgain(Op::Channel, channel);
+    std::uint64_t end = 0;  // of the chunk before
     for (const ChunkIndex& chunk : summary.chunks) {
         if (chunk.endTime < range.start || chunk.startTime > range.end) continue;
         try {
+            if (chunk.offset < end) throw Malformed("begins within another");
             const auto bytes = readBytes(source, chunk.offset, chunk.length);
             ByteReader reader(bytes);
             const Front front = readFront(reader);
             if (static_cast<Op>(front.op) != Op::Chunk) throw Malformed("is none");
+            end = chunk.offset + chunk.length;
             gate.take(front, reader.take(front.length), chunk.offset);
         } catch (const Malformed& error) {
-            sink.problem(chunk.offset, std::string("chunk ") + error.what());
+            sink.problem(std::min(chunk.offset, source.size()), std::string("chunk ") + error.what());
         }
     }
 }

@@ -1,6 +1,7 @@
 #ifndef LAB_MCAP_READER_H
 #define LAB_MCAP_READER_H
 
+#include "lab/mcap/Crc32.h"
 #include "lab/mcap/File.h"
 #include "lab/mcap/Records.h"
 
@@ -19,8 +20,10 @@ public:
     virtual void channel(const Channel&) {}
     virtual void message(const Message&) {}
     virtual void metadata(const Metadata&) {}
+    /// Its checksum is right.
+    virtual void attachment(const Attachment&) {}
 
-    /// What stands at `offset` of the file is left out.
+    /// What stands at `offset` of the file is left out; the file's size is where an index points behind it.
     virtual void problem(std::uint64_t /*offset*/, const std::string& /*what*/) {}
 
 protected:
@@ -42,13 +45,13 @@ struct ScanResult {
     bool isRecording = false;       ///< it begins as one
     bool isClosed = false;          ///< it is whole up to the last byte
     std::uint64_t end = 0;          ///< offset behind the last whole record that was read
-    std::uint64_t attachments = 0;  ///< which are not handed over
+    std::uint64_t attachments = 0;  ///< be they whole or not
 };
 
 class RecordGate;
 
-/// Reads from front to back, without the summary, as far as it is asked to. What the sink throws comes out. One thread at a
-/// time.
+/// Reads from front to back, without the summary, as far as it is asked to. The checksum of all of it is looked at where
+/// it ends; a wrong one is told as a problem if none was told before. What the sink throws comes out. One thread at a time.
 class Scanner {
 public:
     /// @param source, sink  outlive this object
@@ -64,10 +67,14 @@ public:
     const ScanResult& result() const { return m_result; }
 
 private:
+    void takeContent(Op op, std::uint64_t length);
+    void takeAttachment(std::uint64_t length);
+    void checkSum(std::uint64_t length);
+
     const Source& m_source;
-    RecordSink& m_sink;
     std::unique_ptr<RecordGate> m_gate;
     ScanResult m_result;
+    Crc32 m_crc;  // of all that was read
     bool m_hasEnded = false;
 };
 
@@ -84,11 +91,12 @@ struct Summary {
     std::optional<Statistics> statistics;
 };
 
-/// Nothing for a recording that was not closed, and for a summary that is damaged or too large.
+/// Nothing for a recording that was not closed or has no summary, and for a summary that is damaged or too large.
 std::optional<Summary> readSummary(const Source& source);
 
-/// Reads schemas, channels and the messages of these times, by the summary: only chunks that have some are read. Metadata
-/// are not. What the sink throws comes out.
+/// Reads schemas, channels and the messages of these times, by the summary: only chunks that have some are read. Where the
+/// summary lacks chunks, channels or schemas, as those of others may, or its statistics, all is read. Metadata and
+/// attachments are not handed over. What the sink throws comes out.
 void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range = {});
 
 }  // namespace mcap

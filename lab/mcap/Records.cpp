@@ -97,6 +97,19 @@ void write(ByteWriter& bytes, const ChunkIndex& index)
     writeRecord(bytes, Op::ChunkIndex, content);
 }
 
+void writeIndex(ByteWriter& bytes, const Attachment& attachment)
+{
+    ByteWriter content;
+    content.u64(attachment.offset);
+    content.u64(attachment.length);
+    content.u64(attachment.logTime);
+    content.u64(attachment.createTime);
+    content.u64(attachment.dataSize);
+    content.text(attachment.name);
+    content.text(attachment.mediaType);
+    writeRecord(bytes, Op::AttachmentIndex, content);
+}
+
 void write(ByteWriter& bytes, const Statistics& statistics)
 {
     ByteWriter content;
@@ -197,6 +210,17 @@ Footer readFooter(Bytes content)
     footer.summaryOffsetStart = reader.u64();
     footer.summaryCrc = reader.u32();
     return footer;
+}
+
+Attachment readAttachmentFront(ByteReader& content)
+{
+    Attachment attachment;
+    attachment.logTime = content.u64();
+    attachment.createTime = content.u64();
+    attachment.name = content.text();
+    attachment.mediaType = content.text();
+    attachment.dataSize = content.u64();
+    return attachment;
 }
 
 ChunkFront readChunkFront(ByteReader& content)

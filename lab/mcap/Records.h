@@ -33,7 +33,7 @@ enum class Op : std::uint8_t {
 inline constexpr std::size_t kFrontSize = 9;  ///< of every record: what it is, and the length of its content
 inline constexpr std::size_t kFooterSize = kFrontSize + 20;
 
-/// Longest content of a record that is read, longest chunk once it is decompressed, and the most that all schemas and
+/// Longest content of a record that is kept, longest chunk once it is decompressed, and the most that all schemas and
 /// channels, and the summary, may take, in bytes.
 inline constexpr std::uint64_t kLargest = 64U * 1024 * 1024;
 
@@ -69,6 +69,17 @@ struct Metadata {
     Table values;
 
     bool operator==(const Metadata&) const = default;
+};
+
+/// A file within a recording, whose data may be larger than the memory.
+struct Attachment {
+    std::uint64_t logTime = 0;
+    std::uint64_t createTime = 0;
+    std::string name;
+    std::string mediaType;
+    std::uint64_t dataSize = 0;
+    std::uint64_t offset = 0;  ///< of the whole record in the file
+    std::uint64_t length = 0;  ///< of it
 };
 
 /// What stands before the messages of a chunk.
@@ -119,6 +130,8 @@ void write(ByteWriter& bytes, const Channel& channel);
 void write(ByteWriter& bytes, const Message& message);
 void write(ByteWriter& bytes, const Metadata& metadata);
 void write(ByteWriter& bytes, const ChunkIndex& index);
+/// The record of an index, which tells of it.
+void writeIndex(ByteWriter& bytes, const Attachment& attachment);
 void write(ByteWriter& bytes, const Statistics& statistics);
 
 /// The front of a record.
@@ -132,6 +145,9 @@ Metadata readMetadata(Bytes content);
 ChunkIndex readChunkIndex(Bytes content);
 Statistics readStatistics(Bytes content);
 Footer readFooter(Bytes content);
+
+/// The front of an attachment's content, up to its data; without its place.
+Attachment readAttachmentFront(ByteReader& content);
 
 /// The front of a chunk's content, and the records in it, decompressed and checked.
 ChunkFront readChunkFront(ByteReader& content);

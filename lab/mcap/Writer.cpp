@@ -80,9 +80,43 @@ void Writer::add(const Metadata& metadata)
 {
     ByteWriter bytes;
     write(bytes, metadata);
-    m_metadata.push_back({m_offset, bytes.size(), metadata.name});
+    ByteWriter content;
+    content.u64(m_offset);
+    content.u64(bytes.size());
+    content.text(metadata.name);
+    ByteWriter index;
+    writeFront(index, Op::MetadataIndex, content.size());
+    index.raw(content.bytes());
+    keepIndex(m_metadataIndexes, index);
     put(bytes);
     ++m_statistics.metadata;
+}
+
+void Writer::add(const Attachment& attachment, const Source& source)
+{
+    constexpr std::uint64_t kPiece = 256U * 1024;
+    Attachment copy = attachment;
+    copy.offset = m_offset;
+    ByteWriter index;
+    writeIndex(index, copy);
+    keepIndex(m_attachmentIndexes, index);
+    std::vector<std::uint8_t> piece;
+    for (std::uint64_t done = 0; done < attachment.length; done += piece.size()) {
+        piece.resize(static_cast<std::size_t>(std::min(kPiece, attachment.length - done)));
+        source.read(attachment.offset + done, piece);
+        put(Bytes(piece));
+    }
+    ++m_statistics.attachments;
+}
+
+/// All or none, since some of them would hide the others.
+void Writer::keepIndex(ByteWriter& indexes, const ByteWriter& index)
+{
+    if (!m_hasIndexes) return;
+    indexes.raw(index.bytes());
+    if (m_chunkIndexes.size() + m_attachmentIndexes.size() + m_metadataIndexes.size() <= m_options.mostIndex) return;
+    m_hasIndexes = false;
+    m_chunkIndexes = m_attachmentIndexes = m_metadataIndexes = ByteWriter();
 }
 
 void Writer::endChunk()
@@ -115,7 +149,9 @@ void Writer::endChunk()
     put(chunk);
 
     putMessageIndexes(index);
-    m_chunks.push_back(std::move(index));
+    ByteWriter kept;
+    write(kept, index);
+    keepIndex(m_chunkIndexes, kept);
     ++m_statistics.chunks;
     m_chunk.clear();
     m_places.clear();
@@ -142,18 +178,6 @@ void Writer::putMessageIndexes(ChunkIndex& index)
     index.messageIndexesLength = m_offset - start;
 }
 
-void Writer::writeMetadataIndexes(ByteWriter& bytes) const
-{
-    for (const MetadataIndex& index : m_metadata) {
-        ByteWriter content;
-        content.u64(index.offset);
-        content.u64(index.length);
-        content.text(index.name);
-        writeFront(bytes, Op::MetadataIndex, content.size());
-        bytes.raw(content.bytes());
-    }
-}
-
 void Writer::close()
 {
     endChunk();
@@ -176,8 +200,9 @@ void Writer::close()
     addGroup(Op::Schema, [&] { writeEach(m_schemas); });
     addGroup(Op::Channel, [&] { writeEach(m_channels); });
     addGroup(Op::Statistics, [&] { write(summary, m_statistics); });
-    addGroup(Op::ChunkIndex, [&] { writeEach(m_chunks); });
-    addGroup(Op::MetadataIndex, [&] { writeMetadataIndexes(summary); });
+    addGroup(Op::ChunkIndex, [&] { summary.raw(m_chunkIndexes.bytes()); });
+    addGroup(Op::AttachmentIndex, [&] { summary.raw(m_attachmentIndexes.bytes()); });
+    addGroup(Op::MetadataIndex, [&] { summary.raw(m_metadataIndexes.bytes()); });
 
     const std::uint64_t offsetStart = start + summary.size();
     for (const Group& group : groups) {

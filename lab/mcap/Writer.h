@@ -18,6 +18,9 @@ public:
         std::string writtenBy = "orvanectl";
         std::size_t chunkSize = 1024U * 1024;  ///< a chunk that has grown to it, in bytes, is ended
         bool isCompressed = true;
+        /// Bytes that the indexes of the summary may take. They are left out where that is not enough: a recording of
+        /// days is read from front to back then.
+        std::size_t mostIndex = 48U * 1024 * 1024;
     };
 
     /// Writes what stands first.
@@ -33,6 +36,8 @@ public:
     /// Throws `Malformed` for a channel that was not added, and for a message that no reader would take.
     void add(const Message& message);
     void add(const Metadata& metadata);
+    /// @param source  has the attachment at its place
+    void add(const Attachment& attachment, const Source& source);
 
     /// Writes the messages that are held, if there are any.
     void endChunk();
@@ -52,16 +57,10 @@ private:
         std::uint64_t start;
         std::uint64_t length;
     };
-    struct MetadataIndex {
-        std::uint64_t offset;
-        std::uint64_t length;
-        std::string name;
-    };
-
     void put(Bytes bytes);
     void put(const ByteWriter& bytes) { put(bytes.bytes()); }
     void putMessageIndexes(ChunkIndex& index);
-    void writeMetadataIndexes(ByteWriter& bytes) const;
+    void keepIndex(ByteWriter& indexes, const ByteWriter& index);
 
     Output& m_output;
     const Options m_options;
@@ -70,8 +69,11 @@ private:
 
     std::vector<Schema> m_schemas;
     std::vector<Channel> m_channels;
-    std::vector<ChunkIndex> m_chunks;
-    std::vector<MetadataIndex> m_metadata;
+    // As they are written at the end, which takes far less memory than what they are made of.
+    ByteWriter m_chunkIndexes;
+    ByteWriter m_attachmentIndexes;
+    ByteWriter m_metadataIndexes;
+    bool m_hasIndexes = true;
     Statistics m_statistics;
 
     // The chunk that is being filled.

@@ -178,3 +178,12 @@ TEST_F(ForeignReaderTest, WhatOthersWriteIsCutWithoutLosingAChannel)
     ASSERT_EQ(all.size(), 33U);
     EXPECT_EQ(messagesOf(part), std::vector<std::string>(all.begin() + 10, all.end()));
 }
+
+TEST_F(ForeignReaderTest, FilesThatOthersPutIntoARecordingAreInItsParts)
+{
+    const std::string copy = file + ".copy", part = file + ".part";
+    foreign({"copy", file, copy});
+    cutRecording({copy, part, 10e-6, std::nullopt, {}});
+    const Line notes = {{"name", "notes.txt"}, {"mediaType", "text/plain"}, {"text", "what was noted"}};
+    EXPECT_EQ(foreign({"files", part}), std::vector<Line>{notes});
+}

@@ -2,7 +2,8 @@
 // recording.mjs read FILE       a line of JSON for each message, by the index: topic, schema, sequence, times, and the
 //                               leaves of what it holds, decoded by the schema that stands in FILE: "header.seq_num=7"
 // recording.mjs stream FILE     the same from front to back, with all checksums looked at
-// recording.mjs copy FILE INTO  writes all of it anew
+// recording.mjs copy FILE INTO  writes all of it anew, and a file "notes.txt" within it
+// recording.mjs files FILE      a line of JSON for each file within it
 import { readFileSync, writeFileSync } from "node:fs";
 import { parseIDL } from "@foxglove/omgidl-parser";
 import { MessageReader } from "@foxglove/omgidl-serialization";
@@ -64,6 +65,10 @@ if (verb === "read") {
     const channel = reader.channelsById.get(message.channelId);
     show(message, channel, reader.schemasById.get(channel.schemaId));
   }
+} else if (verb === "files") {
+  const reader = await indexed();
+  for await (const { name, mediaType, data } of reader.readAttachments({ validateCrcs: true }))
+    console.log(JSON.stringify({ name, mediaType, text: new TextDecoder().decode(data) }));
 } else if (verb === "stream") {
   const schemas = new Map(), channels = new Map();
   const reader = new McapStreamReader({ decompressHandlers, validateCrcs: true });
@@ -88,6 +93,8 @@ if (verb === "read") {
     channels.set(channel.id, await writer.registerChannel({ ...channel, schemaId: schemas.get(channel.schemaId) }));
   for await (const message of reader.readMessages())
     await writer.addMessage({ ...message, channelId: channels.get(message.channelId) });
+  const data = new TextEncoder().encode("what was noted");
+  await writer.addAttachment({ name: "notes.txt", mediaType: "text/plain", logTime: 1n, createTime: 1n, data });
   await writer.end();
   writeFileSync(into, writable.get());
 }

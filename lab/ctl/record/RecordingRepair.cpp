@@ -32,11 +32,13 @@ private:
     bool m_isKept = false;
 };
 
-class Problems : public mcap::RecordSink {
+class Findings : public mcap::RecordSink {
 public:
-    void problem(std::uint64_t, const std::string&) override { ++count; }
+    void attachment(const mcap::Attachment&) override { ++attachments; }
+    void problem(std::uint64_t, const std::string&) override { ++problems; }
 
-    std::uint64_t count = 0;
+    std::uint64_t attachments = 0;  // that are whole
+    std::uint64_t problems = 0;
 };
 
 }  // namespace
@@ -47,13 +49,14 @@ std::string repairRecording(const std::string& file, const std::string& into)
     if (into.empty() && mcap::FileSource(file).isBeingWritten())
         throw std::runtime_error(file + ": is being recorded; a copy of what is there needs -o");
     const mcap::FileSource source(file);
-    Problems problems;
-    const mcap::ScanResult found = mcap::scan(source, problems);
+    Findings findings;
+    const mcap::ScanResult found = mcap::scan(source, findings);
     if (!found.isRecording) throw std::runtime_error(file + ": is no recording");
-    if (found.isClosed && problems.count == 0) return file + ": is whole\n";
-    if (into.empty() && found.attachments > 0)
+    if (found.isClosed && findings.problems == 0) return file + ": is whole\n";
+    if (into.empty() && found.attachments > findings.attachments)
         throw std::runtime_error(file +
-                                 ": has attachments, which would be lost in its place; -o writes a copy without them");
+                                 ": has a damaged attachment, which would be lost in its place; -o writes a copy "
+                                 "without it");
 
     const std::string path = into.empty() ? file + ".repaired" : into;
     Draft draft(path);
@@ -65,8 +68,7 @@ std::string repairRecording(const std::string& file, const std::string& into)
     const std::uint64_t behind = source.size() - found.end;
     return (into.empty() ? file : into) + ": closed, with " + std::to_string(copied.written.messages) + " messages; " +
            (found.isClosed ? "" : std::to_string(behind) + " bytes at the end and ") + std::to_string(copied.problems) +
-           " damaged places left out" +
-           (found.attachments > 0 ? ", and " + std::to_string(found.attachments) + " attachments\n" : "\n");
+           " damaged places left out\n";
 }
 
 }  // namespace orvanectl

@@ -356,7 +356,7 @@ TEST_F(RecordingTest, RepairInPlaceOfWhatIsStillRecordedIsRefused)
     EXPECT_TRUE(infoOf(file).isClosed);
 }
 
-TEST_F(RecordingTest, AttachmentsAreNotLostInPlace)
+TEST_F(RecordingTest, DamagedAttachmentsAreNotLostInPlace)
 {
     recorder.settle({});
     mcap::ByteWriter attachment;
@@ -367,7 +367,7 @@ TEST_F(RecordingTest, AttachmentsAreNotLostInPlace)
     const std::string file = directory.write("x.mcap", output.text);
     EXPECT_THROW(repairRecording(file, ""), std::runtime_error);
     EXPECT_EQ(contentOf(file), output.text);
-    EXPECT_TRUE(repairRecording(file, file + ".copy").ends_with("damaged places left out, and 1 attachments\n"));
+    EXPECT_TRUE(repairRecording(file, file + ".copy").ends_with("and 1 damaged places left out\n"));
 }
 
 TEST_F(RecordingTest, RepairOfWhatIsNoRecordingLeavesItAlone)

@@ -14,6 +14,24 @@ std::string copyOf(const std::string& text, const mcap::CopyFilter& filter = {})
     return output.text;
 }
 
+/// A recording that was cut off behind a file within it.
+std::string recordingWithAttachment(std::uint32_t crcOff = 0)
+{
+    mcap::ByteWriter content;
+    content.u64(1000);
+    content.u64(900);
+    content.text("notes.txt");
+    content.text("text/plain");
+    content.u64(4);
+    content.raw(mcap::bytesOf("data"));
+    content.u32(mcap::crc32Of(content.bytes()) + crcOff);
+    mcap::ByteWriter bytes;
+    bytes.raw(mcap::kMagic);
+    mcap::writeFront(bytes, mcap::Op::Attachment, content.size());
+    bytes.raw(content.bytes());
+    return {bytes.bytes().begin(), bytes.bytes().end()};
+}
+
 bool isClosed(const std::string& text)
 {
     Reading reading;
@@ -57,4 +75,23 @@ TEST(CopyTest, ChannelsAndTimesAreChosen)
     auto lines = readingOf(copyOf(recordingOf(6), filter)).lines;
     std::erase(lines, "metadata missed A=3");
     EXPECT_EQ(lines, expected);
+}
+
+TEST(CopyTest, AttachmentsAreKept)
+{
+    const std::string copy = copyOf(recordingWithAttachment());
+    const Reading reading = readingOf(copy);
+    EXPECT_EQ(reading.lines, std::vector<std::string>{"attachment notes.txt text/plain 4"});
+    EXPECT_EQ(reading.problems, std::vector<std::string>());
+    EXPECT_NE(copy.find("data"), std::string::npos);
+    const auto summary = mcap::readSummary(TextSource(copy));
+    ASSERT_TRUE(summary && summary->statistics);
+    EXPECT_EQ(summary->statistics->attachments, 1U);
+}
+
+TEST(CopyTest, DamagedAttachmentIsLeftOutAndCounted)
+{
+    TextOutput output;
+    EXPECT_EQ(mcap::copy(TextSource(recordingWithAttachment(1)), output, {}).problems, 1U);
+    EXPECT_EQ(readingOf(output.text).lines, std::vector<std::string>());
 }

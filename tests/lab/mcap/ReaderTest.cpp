@@ -209,3 +209,77 @@ TEST(ReaderTest, IndexGivesTheSameAndReadsOnlyWhatItNeeds)
     EXPECT_EQ(indexed.messages.size(), 4U);
     EXPECT_EQ(indexed.messages, readingOf(source.text, {1500, 1530}).messages);
 }
+
+TEST(ReaderTest, DamageOfAnyByteIsTold)
+{
+    const std::string whole = recordingOf(4);
+    for (std::size_t place = 8; place < whole.size(); ++place) {
+        std::string damaged = whole;
+        damaged[place] = static_cast<char>(damaged[place] ^ '\x40');
+        Reading reading;
+        const auto result = mcap::scan(TextSource(damaged), reading);
+        ASSERT_TRUE(!result.isClosed || !reading.problems.empty()) << place;
+    }
+}
+
+TEST(ReaderTest, DamageOutsideOfChunksIsToldByTheChecksumOfAll)
+{
+    std::string text = recordingOf(2, false);
+    text[placeOf(text, "missed")] = 'M';
+    const Reading reading = readingOf(text);
+    ASSERT_EQ(reading.problems.size(), 1U);
+    EXPECT_TRUE(reading.problems[0].ends_with(" the checksum of all before is wrong")) << reading.problems[0];
+}
+
+TEST(ReaderTest, SummaryOfOthersWithoutChannelsGivesTheSame)
+{
+    const TextSource source(recordingOf(6));
+    auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary);
+    summary->channels.clear();
+    Reading indexed;
+    mcap::readIndexed(source, *summary, indexed, {1020, 1040});
+    EXPECT_EQ(indexed.messages, readingOf(source.text, {1020, 1040}).messages);
+    EXPECT_EQ(indexed.messages.size(), 3U);
+    EXPECT_EQ(indexed.problems, std::vector<std::string>());
+}
+
+TEST(ReaderTest, ChunkThatTheIndexHasTwiceIsReadOnce)
+{
+    const TextSource source(recordingOf(2));
+    auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary && summary->chunks.size() == 1);
+    summary->chunks.push_back(summary->chunks.front());
+    summary->statistics->chunks = 2;
+    Reading indexed;
+    mcap::readIndexed(source, *summary, indexed);
+    EXPECT_EQ(indexed.messages.size(), 2U);
+    EXPECT_EQ(indexed.problems.size(), 1U);
+}
+
+TEST(ReaderTest, ChunkThatTheIndexHasBehindTheEndIsToldThere)
+{
+    const TextSource source(recordingOf(2));
+    auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary && summary->chunks.size() == 1);
+    summary->chunks[0].offset = 1ULL << 40U;
+    Reading indexed;
+    mcap::readIndexed(source, *summary, indexed);
+    EXPECT_EQ(indexed.problems, std::vector<std::string>{std::to_string(source.size()) + " chunk ends too early"});
+}
+
+TEST(ReaderTest, RecordingWithoutASummaryIsClosed)
+{
+    mcap::ByteWriter bytes;
+    bytes.raw(mcap::kMagic);
+    mcap::writeFront(bytes, mcap::Op::DataEnd, 4);
+    bytes.u32(0);
+    mcap::writeFront(bytes, mcap::Op::Footer, 20);
+    bytes.u64(0);
+    bytes.u64(0);
+    bytes.u32(0);
+    bytes.raw(mcap::kMagic);
+    Reading reading;
+    EXPECT_TRUE(mcap::scan(TextSource({bytes.bytes().begin(), bytes.bytes().end()}), reading).isClosed);
+    EXPECT_EQ(reading.problems, std::vector<std::string>());
+}

@@ -57,6 +57,11 @@ struct Reading : mcap::RecordSink {
         lines.push_back("metadata " + metadata.name);
         for (const auto& [key, value] : metadata.values) lines.back() += ' ' + key + '=' + value;
     }
+    void attachment(const mcap::Attachment& attachment) override
+    {
+        lines.push_back("attachment " + attachment.name + ' ' + attachment.mediaType + ' ' +
+                        std::to_string(attachment.dataSize));
+    }
     void problem(std::uint64_t offset, const std::string& what) override
     {
         problems.push_back(std::to_string(offset) + ' ' + what);

@@ -106,6 +106,26 @@ TEST(WriterTest, StatisticsTellWhatWasWritten)
     EXPECT_EQ(*summary->statistics, expected);
 }
 
+TEST(WriterTest, IndexThatWouldBeTooLargeIsLeftOut)
+{
+    TextOutput output;
+    mcap::Writer writer(output, {"test", 1, true, 200});
+    const auto channel = writer.addChannel(0, "A", "json", {});
+    for (std::uint32_t i = 0; i < 5; ++i) writer.add({channel, i, i, i, {}});
+    writer.add(mcap::Metadata{"missed", {}});
+    writer.close();
+    const TextSource source(output.text);
+    const auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(summary->chunks.size(), 0U);
+    EXPECT_EQ(summary->statistics->chunks, 5U);
+    Reading reading, indexed;
+    EXPECT_TRUE(mcap::scan(source, reading).isClosed);
+    mcap::readIndexed(source, *summary, indexed);
+    EXPECT_EQ(indexed.messages, reading.messages);
+    EXPECT_EQ(indexed.messages.size(), 5U);
+}
+
 TEST(WriterTest, MessageOfNoChannelIsRefused)
 {
     TextOutput output;

@@ -1,5 +1,6 @@
 #include "lab/ctl/record/RecordRun.h"
 
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
@@ -20,6 +21,7 @@
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
+#include <unistd.h>
 #include <utility>
 
 namespace orvanectl {
@@ -114,11 +116,13 @@ public:
                 turnRing(now);
             else
                 turnFile(now);
+            sayProgress();
             wait();
         }
         takeTheRest();
         for (const auto& queue : m_queues) queue->end();
         end();
+        m_progress.reset();
         printSum();
     }
 
@@ -137,6 +141,12 @@ private:
     {
         if (m_ring) return *m_ring;
         return m_files.recorder();
+    }
+
+    void sayProgress()
+    {
+        m_progress->say(m_ring ? "keeps " + std::to_string(m_ring->entries()) + " messages"
+                               : "records, " + std::to_string(m_files.messagesUntilNow()) + " messages");
     }
 
     void turnFile(Time now)
@@ -266,6 +276,7 @@ private:
 
     void print(const std::string& text)
     {
+        if (m_progress) m_progress->hide();
         if (!(m_output << text << std::flush)) throw std::runtime_error("cannot write to standard output");
     }
 
@@ -290,6 +301,7 @@ private:
     bool m_isShort = false;               // of what came before the end
     const Time m_start = Clock::now();
     Time m_settled = m_start;
+    std::optional<Progress> m_progress{std::in_place, STDERR_FILENO};
 };
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "lab/ctl/record/RecordingCut.h"
 
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordingOverview.h"
 #include "lab/mcap/Copy.h"
 
@@ -25,7 +27,8 @@ std::uint64_t behind(std::uint64_t start, double seconds)
 std::string cutRecording(const CutOptions& options)
 {
     const mcap::FileSource source(options.file);
-    const RecordingOverview overview = overviewOf(source, options.file);
+    const std::string name = printable(options.file);
+    const RecordingOverview overview = overviewOf(ReadProgress(source, "reads " + name), options.file);
     const std::vector<std::string> topics = overview.topics();
     for (const std::string& channel : options.channels) {
         if (std::ranges::find(topics, channel) != topics.end()) continue;
@@ -41,7 +44,7 @@ std::string cutRecording(const CutOptions& options)
             return std::ranges::find(options.channels, channel.topic) != options.channels.end();
         };
     mcap::FileOutput output(options.into);
-    const mcap::CopyResult copied = mcap::copy(source, output, {}, filter);
+    const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + name), output, {}, filter);
     output.sync();
     return options.into + ": " + std::to_string(copied.written.messages) + " messages of " +
            std::to_string(copied.written.channels) + " channels" +

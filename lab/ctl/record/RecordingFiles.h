@@ -63,6 +63,7 @@ public:
     unsigned files() const { return m_files; }
     std::uint64_t messages() const { return m_messages; }
     std::uint64_t bytes() const { return m_bytes; }
+    std::uint64_t messagesUntilNow() const { return m_messages + (isOpen() ? m_recorder->statistics().messages : 0); }
 
 private:
     void note(const Unheard& unheard);

@@ -2,6 +2,7 @@
 
 #include "lab/ctl/RecordTypes.h"
 #include "lab/ctl/Rendering.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 
@@ -154,7 +155,7 @@ std::string fixed(double value)
 RecordingInfo infoOf(const std::string& file)
 {
     const mcap::FileSource source(file);
-    return infoOf(source, file);
+    return infoOf(ReadProgress(source, "reads " + printable(file)), file);
 }
 
 RecordingInfo infoOf(const mcap::Source& source, const std::string& name)

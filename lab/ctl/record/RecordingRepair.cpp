@@ -1,5 +1,7 @@
 #include "lab/ctl/record/RecordingRepair.h"
 
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/mcap/Copy.h"
 
 #include <cerrno>
@@ -50,7 +52,7 @@ std::string repairRecording(const std::string& file, const std::string& into)
         throw std::runtime_error(file + ": is being recorded; a copy of what is there needs -o");
     const mcap::FileSource source(file);
     Findings findings;
-    const mcap::ScanResult found = mcap::scan(source, findings);
+    const mcap::ScanResult found = mcap::scan(ReadProgress(source, "reads " + printable(file)), findings);
     if (!found.isRecording) throw std::runtime_error(file + ": is no recording");
     if (found.isClosed && findings.problems == 0) return file + ": is whole\n";
     if (into.empty() && found.attachments > findings.attachments)
@@ -60,7 +62,7 @@ std::string repairRecording(const std::string& file, const std::string& into)
 
     const std::string path = into.empty() ? file + ".repaired" : into;
     Draft draft(path);
-    const mcap::CopyResult copied = mcap::copy(source, draft.output(), {});
+    const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + printable(file)), draft.output(), {});
     draft.output().sync();
     if (into.empty() && std::rename(path.c_str(), file.c_str()) != 0)
         throw std::runtime_error(file + ": " + std::generic_category().message(errno));

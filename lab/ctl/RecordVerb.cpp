@@ -18,6 +18,7 @@ constexpr const char* kExamples =
     "  orvanectl record -o drive.mcap --for 5        for five seconds\n"
     "  orvanectl record --socket /tmp/bus            with what is told on the bus of the lab\n"
     "  orvanectl record --queue ZEN_HX=copy.bin      with the records of a queue, from a copy of it\n"
+    "  orvanectl record --console service.log        with what the service has printed into a file\n"
     "  orvanectl record -o long.mcap --split 10min   into long-0001.mcap and so on\n"
     "  orvanectl record -o bad.mcap --ring 30        what was before an event of trouble, in bad-0001.mcap\n"
     "\n"
@@ -65,6 +66,8 @@ Verb addRecordVerb(CLI::App& tool)
     command->add_option("--queue", options->queues, "a queue's name, and the file or named pipe that gets a copy of it")
         ->type_name("NAME=PATH")
         ->allow_extra_args(false);
+    command->add_option("--console", options->console, "a file or named pipe that gets what the service prints")
+        ->type_name("PATH");
     command->add_option("--for", options->seconds, "end after so long")->check(isSeconds())->type_name("SECONDS");
     CLI::Option* const split =
         command->add_option("--split", options->split, "a next file after a size or time, such as 64MB or 10min")

@@ -16,6 +16,8 @@ public:
 
     virtual void take(const Sample& sample, std::uint64_t time) = 0;
     virtual void takeBusLine(const std::string& line, std::uint64_t time) = 0;
+    /// @param line  as the service has printed it
+    virtual void takeConsoleLine(const std::string& line, std::uint64_t time) = 0;
     /// @param record  a serialised GSSIP record as the queue carried it
     /// @param number  by which its source counts
     virtual void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time) = 0;

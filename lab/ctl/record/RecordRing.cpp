@@ -45,6 +45,11 @@ void RecordRing::takeBusLine(const std::string& line, std::uint64_t time)
     add({Kind::BusLine, 0, 0, 0, time, m_now, {line.begin(), line.end()}});
 }
 
+void RecordRing::takeConsoleLine(const std::string& line, std::uint64_t time)
+{
+    add({Kind::ConsoleLine, 0, 0, 0, time, m_now, {line.begin(), line.end()}});
+}
+
 void RecordRing::takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time)
 {
     add({Kind::QueueRecord, queue, number, 0, time, m_now, {record.begin(), record.end()}});
@@ -85,6 +90,9 @@ void RecordRing::writeTo(Recorder& recorder)
             break;
         case Kind::BusLine:
             recorder.takeBusLine({entry.bytes.begin(), entry.bytes.end()}, entry.time);
+            break;
+        case Kind::ConsoleLine:
+            recorder.takeConsoleLine({entry.bytes.begin(), entry.bytes.end()}, entry.time);
             break;
         case Kind::QueueRecord:
             recorder.takeQueueRecord(entry.index, entry.bytes, entry.number, entry.time);

@@ -49,6 +49,7 @@ public:
 
     void take(const Sample& sample, std::uint64_t time) override;
     void takeBusLine(const std::string& line, std::uint64_t time) override;
+    void takeConsoleLine(const std::string& line, std::uint64_t time) override;
     void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time) override;
     void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time) override;
 
@@ -67,7 +68,7 @@ public:
     std::uint64_t troubles() const { return m_troubles; }
 
 private:
-    enum class Kind { Record, BusLine, QueueRecord, QueueRest };
+    enum class Kind { Record, BusLine, ConsoleLine, QueueRecord, QueueRest };
 
     struct Entry {
         Kind kind;

@@ -4,6 +4,7 @@
 #include "lab/ctl/Rendering.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
+#include "lab/ctl/record/ConsoleCopy.h"
 #include "lab/ctl/record/QueueCopy.h"
 #include "lab/ctl/record/RecordRing.h"
 #include "lab/ctl/record/RecordingFiles.h"
@@ -121,6 +122,7 @@ public:
         }
         takeTheRest();
         for (const auto& queue : m_queues) queue->end();
+        if (m_console) m_console->end();
         end();
         m_progress.reset();
         printSum();
@@ -133,6 +135,7 @@ private:
     {
         const mcap::Table about = {{"connections", m_options.connections},
                                    {"bus", m_options.socket},
+                                   {"console", m_options.console},
                                    {"domain", m_connections.domain().at("DomainId")}};
         return std::make_unique<Recorder>(file, m_watch.topics(), namesOf(m_copies), about);
     }
@@ -193,6 +196,9 @@ private:
                     sink().takeQueueRecord(queue, record, number, m_now);
                 },
                 [this, queue](Bytes bytes) { sink().takeQueueRest(queue, bytes, m_now); }));
+        if (!m_options.console.empty())
+            m_console = std::make_unique<ConsoleCopy>(
+                m_options.console, [this](const std::string& line) { sink().takeConsoleLine(line, m_now); });
     }
 
     void wait() const
@@ -209,7 +215,7 @@ private:
         m_isShort = true;
     }
 
-    /// True if there may be more of the bus or of a queue.
+    /// True if there may be more of the bus, a queue or the console.
     bool takeAll(Time now)
     {
         const WallClock clock;
@@ -227,6 +233,7 @@ private:
                 sink().takeBusLine(line.dump(-1, ' ', false, BusLink::Json::error_handler_t::replace), m_now);
         bool isMore = !lines.empty();
         for (const auto& queue : m_queues) isMore = queue->take() || isMore;
+        if (m_console) isMore = m_console->take() || isMore;
         if (m_ring && std::exchange(m_troubles, m_ring->troubles()) != m_ring->troubles()) m_trigger.takeEvent();
         return isMore;
     }
@@ -295,6 +302,7 @@ private:
     RingTrigger m_trigger;
     RecordingFiles m_files;
     std::vector<std::unique_ptr<QueueCopy>> m_queues;
+    std::unique_ptr<ConsoleCopy> m_console;
     std::uint64_t m_now = 0;
     std::uint64_t m_troubles = 0;         // that the ring had counted
     std::uint64_t m_unreadableLines = 0;  // of the bus

@@ -13,6 +13,7 @@ struct RecordOptions {
     std::string file;                 ///< empty: named by the time
     std::string socket;               ///< of the bus; empty for none
     std::vector<std::string> queues;  ///< NAME=PATH: a queue, and what gets a copy of it
+    std::string console;              ///< gets what the service prints; empty for none
     double seconds = 0;               ///< to run; 0 has no end
     std::string split;                ///< when a file is full, as `splitLimitOf` takes it; empty: never
     double ring = 0;  ///< s that are kept in memory, and written when there is a reason; 0: all is written

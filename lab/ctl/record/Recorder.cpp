@@ -1,5 +1,6 @@
 #include "lab/ctl/record/Recorder.h"
 
+#include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/record/CatalogueSchema.h"
 #include "lab/ctl/record/RecordPayload.h"
 
@@ -54,11 +55,22 @@ void Recorder::takePayload(std::size_t topic, mcap::Bytes payload, std::int64_t 
 
 void Recorder::takeBusLine(const std::string& line, std::uint64_t time)
 {
-    if (!m_bus) {
-        const std::uint16_t schema = m_writer.addSchema("bus", "jsonschema", R"({"type":"object"})");
-        m_bus = m_writer.addChannel(schema, recording::kBus, recording::kJson, {});
+    takeLine(m_bus, recording::kBus, line, time);
+}
+
+void Recorder::takeConsoleLine(const std::string& line, std::uint64_t time)
+{
+    takeLine(m_console, recording::kConsole,
+             Json({{"line", line}}).dump(-1, ' ', false, Json::error_handler_t::replace), time);
+}
+
+void Recorder::takeLine(LineChannel& channel, const char* name, const std::string& json, std::uint64_t time)
+{
+    if (!channel.id) {
+        const std::uint16_t schema = m_writer.addSchema(name, "jsonschema", R"({"type":"object"})");
+        channel.id = m_writer.addChannel(schema, name, recording::kJson, {});
     }
-    m_writer.add(mcap::Message{*m_bus, m_busLines++, time, time, mcap::bytesOf(line)});
+    m_writer.add(mcap::Message{*channel.id, channel.lines++, time, time, mcap::bytesOf(json)});
 }
 
 void Recorder::takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time)

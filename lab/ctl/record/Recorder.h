@@ -12,13 +12,14 @@
 /// What stands in a recording besides the records of DDS topics, whose channels are named as these are.
 namespace orvanectl::recording {
 
-inline constexpr const char* kCdr = "cdr";        ///< encoding of records, behind the four bytes that tell their order
-inline constexpr const char* kIdl = "omgidl";     ///< encoding of their schemas
-inline constexpr const char* kJson = "json";      ///< encoding of the bus's lines
-inline constexpr const char* kBus = "bus";        ///< channel of the lines
-inline constexpr const char* kQueue = "queue/";   ///< front of the channels of queues, such as "queue/ZEN_HX"
-inline constexpr const char* kRest = "/rest";     ///< end of the channels of what was no record in them
-inline constexpr const char* kMissed = "missed";  ///< metadata: by topic, how many records were not recorded
+inline constexpr const char* kCdr = "cdr";     ///< encoding of records, behind the four bytes that tell their order
+inline constexpr const char* kIdl = "omgidl";  ///< encoding of their schemas
+inline constexpr const char* kJson = "json";   ///< encoding of the bus's lines
+inline constexpr const char* kBus = "bus";     ///< channel of the lines
+inline constexpr const char* kConsole = "console";  ///< channel of what the service printed, each "line" as JSON
+inline constexpr const char* kQueue = "queue/";     ///< front of the channels of queues, such as "queue/ZEN_HX"
+inline constexpr const char* kRest = "/rest";       ///< end of the channels of what was no record in them
+inline constexpr const char* kMissed = "missed";    ///< metadata: by topic, how many records were not recorded
 inline constexpr const char* kEarlier = "earlier";  ///< by topic, how many were sent before their writer's first here
 inline constexpr const char* kAbout = "recording";  ///< metadata: by what, and from where
 
@@ -36,6 +37,7 @@ public:
 
     void take(const Sample& sample, std::uint64_t time) override;
     void takeBusLine(const std::string& line, std::uint64_t time) override;
+    void takeConsoleLine(const std::string& line, std::uint64_t time) override;
     void takeQueueRecord(std::size_t queue, mcap::Bytes record, std::int64_t number, std::uint64_t time) override;
     void takeQueueRest(std::size_t queue, mcap::Bytes bytes, std::uint64_t time) override;
 
@@ -64,15 +66,22 @@ private:
         std::optional<std::uint16_t> rest;  // seldom there
     };
 
+    /// Of lines of JSON; made with the first of them.
+    struct LineChannel {
+        std::optional<std::uint16_t> id;
+        std::uint32_t lines = 0;
+    };
+
     std::uint16_t schemaOf(const RecordType& type);
+    void takeLine(LineChannel& channel, const char* name, const std::string& json, std::uint64_t time);
 
     mcap::Writer m_writer;
     const std::vector<WatchedTopic> m_topics;
     std::map<std::string_view, std::uint16_t> m_schemas;
     std::vector<std::uint16_t> m_channels;  // of the topics
     std::vector<QueueChannels> m_queues;
-    std::optional<std::uint16_t> m_bus;
-    std::uint32_t m_busLines = 0;
+    LineChannel m_bus;
+    LineChannel m_console;
     mcap::Table m_missed;
     mcap::Table m_earlier;
 };

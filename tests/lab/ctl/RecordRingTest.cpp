@@ -65,13 +65,15 @@ TEST_F(RecordRingTest, AllKindsAreWrittenAsARecorderWritesThem)
         sink->takeQueueRecord(0, mcap::bytesOf(record), 7, 1001);
         sink->takeQueueRest(0, mcap::bytesOf(rest), 1002);
         sink->takeBusLine("{}", 1003);
+        sink->takeConsoleLine("Starting \"it\" \xFF", 1004);
     }
     recorder.close({});
     const auto messages = written();
     EXPECT_EQ(messages, readingOf(output.text).messages);
-    ASSERT_EQ(messages.size(), 4U);
+    ASSERT_EQ(messages.size(), 5U);
     EXPECT_TRUE(messages[0].starts_with("Log #5 1000 900 "));
     EXPECT_EQ(messages[1], "queue/ZEN_HX #7 1001 1001 record");
+    EXPECT_EQ(messages[4], "console #0 1004 1004 {\"line\":\"Starting \\\"it\\\" \xEF\xBF\xBD\"}");
 }
 
 TEST_F(RecordRingTest, WhatWasWrittenIsNotKept)

@@ -90,6 +90,7 @@ void NavInputs::join(const std::function<void(const Joined&)>& body)
     if (receiver.ok_set_8504_gpsip(m_8504.data().data(), static_cast<std::uint32_t>(m_8504.num_bytes()))) {
         receiver.unpack_8504();
         body({m_utcTime, m_fusionPNT, m_mis, m_pva, m_assuranceState, receiver.unpacked()});
+        ++m_joins;
     }
     m_hasPVA = m_hasUTCTime = m_hasFusionPNT = m_hasMIS = m_hasAssuranceState = m_has8504 = false;
 }

@@ -11,6 +11,7 @@
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
 #include "utilities/ThreadAnnotations.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -49,6 +50,9 @@ public:
     /// do when `body` throws.
     void join(const std::function<void(const Joined&)>& body) EXCLUDES(m_navDataMutex);
 
+    /// How many joins there were whose body has returned, modulo 2^32. Does not wait for one that is under way.
+    std::uint32_t joins() const { return m_joins; }
+
 private:
     template <class Message>
     bool storeLatest(const Message& message, std::uint8_t wantedSource, Message NavInputs::*latest,
@@ -72,6 +76,7 @@ private:
     bool m_hasMIS GUARDED_BY(m_navDataMutex) = false;
     bool m_hasAssuranceState GUARDED_BY(m_navDataMutex) = false;
     bool m_has8504 GUARDED_BY(m_navDataMutex) = false;
+    std::atomic<std::uint32_t> m_joins = 0;
 };
 
 #endif

@@ -91,6 +91,9 @@ public:
     /// Joins the latest inputs and publishes Blended Navigation; once a turn of the worker.
     virtual void attemptBlendedNavigationProcessing();
 
+    /// How many times inputs were joined, modulo 2^32; any thread.
+    std::uint32_t joins() const { return m_inputs.joins(); }
+
     /// Starts the worker thread; one that runs is stopped first. Main thread only.
     void Start();
 

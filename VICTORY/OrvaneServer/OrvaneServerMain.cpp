@@ -1,12 +1,15 @@
 #include "VICTORY/OrvaneServer/OrvaneServerMain.h"
 
+#include "VICTORY/OrvaneServer/LifeSigns.h"
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 #include "utilities/ConsoleLine.h"
 #include "utilities/ConsoleOutput.h"
+#include "utilities/ServiceManager.h"
 #include "utilities/SleepFully.h"
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <poll.h>
 #include <string_view>
@@ -99,6 +102,8 @@ int main(int argc, char* argv[])
         return 1;
     }
 
+    const ServiceManager manager(std::getenv("NOTIFY_SOCKET"));
+    manager.tell(LifeSigns::kStarting);
     const FACE::String file(argv[1]);
     OrvaneServer server;
     RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
@@ -117,7 +122,9 @@ int main(int argc, char* argv[])
 
     SetupSignalHandler();  // until here, a signal takes its default action
     LetFaultsEndTheProcess();
-    while (!exitFlag) sleepFully(std::chrono::milliseconds(exitPollMs));
+    for (LifeSigns life(manager); !exitFlag; sleepFully(std::chrono::milliseconds(exitPollMs)))
+        life.turn(server.joins());
+    manager.tell(LifeSigns::kStopping);
 
     callOnceTransactionally([&](auto& code) { server.Request_State_Transition(RequestedState::STOP, code); }, rc);
     check(__LINE__, "Request_State_Transition(STOP) failed");

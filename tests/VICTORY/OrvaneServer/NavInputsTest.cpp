@@ -105,6 +105,22 @@ TEST_F(NavInputsTest, AMessageFromAnotherSourceLeavesTheLatest)
     EXPECT_EQ(joins, 1);
 }
 
+TEST_F(NavInputsTest, AJoinWhoseBodyReturnsIsCounted)
+{
+    arriveAll();
+    EXPECT_THROW(inputs.join([](const NavInputs::Joined&) { throw std::runtime_error("body"); }), std::runtime_error);
+    EXPECT_EQ(inputs.joins(), 0u);
+    EXPECT_TRUE(look());
+    EXPECT_FALSE(look());
+    EXPECT_EQ(inputs.joins(), 1u);
+    arriveAll();
+    auto record = at<GSSIP>();
+    record.num_bytes(0);
+    take(record);
+    look();
+    EXPECT_EQ(inputs.joins(), 1u);
+}
+
 TEST_F(NavInputsTest, TheSixAreJoinedWithTheReceiversFrameUnpacked)
 {
     auto utcTime = at<UTCTime>();

@@ -3,6 +3,7 @@
 #include "ioss_mcsq/GssipMcsq.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/NotifySocket.h"
 #include "tests/support/ProcessState.h"
 #include "utilities/ConsoleOutput.h"
 
@@ -10,12 +11,14 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 /// The process entry; its own name belongs to the test program.
@@ -32,6 +35,7 @@ namespace {
 struct Script {
     std::map<std::string, std::vector<RETURN_CODE_TYPE::Value>> answers;  // of a step, in turn; then NO_ERROR
     std::vector<std::string> calls;
+    std::function<void()> onStart = [] {};
     std::function<void()> onStop = [] {};
     std::string consoleAtEnd;
     const ConsoleCapture* console = nullptr;
@@ -88,7 +92,7 @@ void OrvaneServer::Framework_Disconnect(RETURN_CODE_TYPE::Value& rc)
 void OrvaneServer::Query_State(ReportedState::Value&, RETURN_CODE_TYPE::Value&) {}
 void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RETURN_CODE_TYPE::Value& rc)
 {
-    if (requested == RequestedState::STOP) s_script.onStop();
+    (requested == RequestedState::START ? s_script.onStart : s_script.onStop)();
     answer(requested == RequestedState::START ? "START" : "STOP", rc);
 }
 void OrvaneServer::checkForFaultTestEvents() {}
@@ -226,6 +230,20 @@ TEST_F(OrvaneServerWalkTest, TheFlagIsLookedAtOnlyAfterTheWholePause)
     EXPECT_TRUE(eventually([] { return exitFlag != 0; }));
     process.join();
     EXPECT_GE(std::chrono::steady_clock::now() - notYet, 1500ms);
+}
+
+TEST_F(OrvaneServerWalkTest, TheServiceManagerIsToldBeforeTheFirstStepAndBeforeTheEnd)
+{
+    const std::string address = "@orvane-walk-" + std::to_string(getpid());
+    const NotifySocket manager(address);
+    setenv("NOTIFY_SOCKET", address.c_str(), 1);
+    std::string atStart, atStop;
+    s_script.onStart = [&] { atStart = manager.next(); };
+    s_script.onStop = [&] { atStop = manager.next(); };
+    walk();
+    unsetenv("NOTIFY_SOCKET");
+    EXPECT_EQ(atStart, "STATUS=Starting");
+    EXPECT_EQ(atStop, "STOPPING=1\nSTATUS=Stopping");  // the signal came first: it was never ready
 }
 
 TEST_F(OrvaneServerWalkTest, OfSeveralSignalsTheLastIsNamed)

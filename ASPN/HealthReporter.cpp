@@ -87,12 +87,14 @@ void HealthReporter::publisherThreadFunction() noexcept
 {
     std::optional<std::size_t> left;  // events to publish, from the stop on: senders may well be faster than this
     while (left != 0u) {
+        m_pulse.turn();
         if (!left && m_stop) left = m_queue.size() + kEventQueueLimit;
         const bool isIdle = !publishNext();
         // What was sent between the end of the wait and the stop is there by now.
-        if (isIdle && m_stop && m_queue.size() == 0) return;
+        if (isIdle && m_stop && m_queue.size() == 0) break;
         if (left) --*left;
     }
+    m_pulse.rest();
 }
 
 /// False if there was nothing to publish. A failure counts as an event, lest it comes again at once.

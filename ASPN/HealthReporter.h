@@ -3,6 +3,7 @@
 
 #include "ASPN/EventQueue.h"
 #include "ASPN/FaultHysteresis.h"
+#include "utilities/ThreadPulse.h"
 
 #include <atomic>
 #include <chrono>
@@ -111,6 +112,9 @@ public:
     /// published.
     ASPN2::EventQueue& queue() { return m_queue; }
 
+    /// That of the publisher, which waits for `Times::poll` at the most; any thread.
+    const ThreadPulse& pulse() const { return m_pulse; }
+
 private:
     void publisherThreadFunction() noexcept;
     bool publishNext() noexcept;
@@ -129,6 +133,7 @@ private:
     std::shared_ptr<Transport> m_transport;
     long long m_handle = -1;
 
+    ThreadPulse m_pulse;
     std::thread m_publisherThread;
     std::atomic<bool> m_stop = false;
     ASPN2::EventQueue m_queue;

@@ -173,7 +173,9 @@ void HX_MCSQ::Connection_t::setCallback(IO_CallbackBase* callback)
     m_callback = callback;
 }
 
-HX_MCSQ::HX_MCSQ(std::string devicePrefix) : HX_IO_Service({"Port"}), m_devicePrefix(std::move(devicePrefix)) {}
+HX_MCSQ::HX_MCSQ(std::string devicePrefix, std::shared_ptr<ThreadPulse> pulse)
+    : HX_IO_Service({"Port"}), m_devicePrefix(std::move(devicePrefix)), m_pulse(std::move(pulse))
+{}
 
 HX_MCSQ::~HX_MCSQ()
 {
@@ -384,7 +386,10 @@ void HX_MCSQ::startThread()
 void HX_MCSQ::pollLoop() noexcept
 {
     bool isRunning = true;
-    while (isRunning) guarded([&] { isRunning = pollTurn(); });
+    while (isRunning) {
+        m_pulse->turn();
+        guarded([&] { isRunning = pollTurn(); });
+    }
 }
 
 /// Waits once; false if the thread is to end. It decides so and lets it be known under one lock, so that nobody
@@ -399,6 +404,7 @@ bool HX_MCSQ::pollTurn()
         const int error = isWanted && count < 0 ? errno : 0;
         if (!isWanted || (error != 0 && error != EINTR)) {
             m_stop = true;
+            if (!isWanted) m_pulse->rest();
             if (isWanted) guarded([&] { reportFailedWait(error); });
             return false;
         }

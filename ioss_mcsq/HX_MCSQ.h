@@ -5,6 +5,7 @@
 #include "face/HX_IO_Service.h"
 #include "ioss_mcsq/mcsQport.h"
 #include "utilities/ThreadAnnotations.h"
+#include "utilities/ThreadPulse.h"
 
 #include <atomic>
 #include <chrono>
@@ -48,8 +49,13 @@ public:
     /// What `Get_Connection_Configuration` knows: the device's number, as `ushort_value`.
     static constexpr std::uint16_t kPortParameter = 0;
 
+    static constexpr const char* kDevicePrefix = "/dev/mcs";
+
     /// @param devicePrefix  what stands before the number in the path of a device
-    explicit HX_MCSQ(std::string devicePrefix = "/dev/mcs");
+    /// @param pulse         of the thread, which turns some twenty times a second; one that has ended because its wait
+    ///                      failed does not rest
+    explicit HX_MCSQ(std::string devicePrefix = kDevicePrefix,
+                     std::shared_ptr<ThreadPulse> pulse = std::make_shared<ThreadPulse>());
     ~HX_MCSQ() override;
     HX_MCSQ(const HX_MCSQ&) = delete;
     HX_MCSQ& operator=(const HX_MCSQ&) = delete;
@@ -171,6 +177,7 @@ private:
     void serve(Registration& registration, int descriptor) REQUIRES(m_pollMutex) EXCLUDES(m_listMutex);
 
     const std::string m_devicePrefix;
+    const std::shared_ptr<ThreadPulse> m_pulse;
     std::deque<Connection_t> m_connections GUARDED_BY(m_listMutex);  // entries neither move nor leave
     RankedMutex<LockRank::Devices> m_listMutex;                      // for fetching an entry
     RankedMutex<LockRank::QueueTurn>

@@ -1,6 +1,7 @@
 #include "VICTORY/OrvaneServer/OrvaneServer.h"
 
 #include "ASPN/CmdResponseStrings.h"
+#include "ASPN/HealthReporter.h"
 #include "VICTORY/OrvaneServer/HandlerFaults.h"
 #include "VICTORY/OrvaneServer/Reports.h"
 #include "VICTORY/OrvaneServer/ServerConfigFile.h"
@@ -84,6 +85,11 @@ void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RET
     }
 }
 
+std::vector<const ThreadPulse*> OrvaneServer::threads() const
+{
+    return {&m_workerPulse, m_queuePulse.get(), &HealthReporter::Instance().pulse()};
+}
+
 void OrvaneServer::Start()
 {
     Stop();
@@ -103,9 +109,11 @@ void OrvaneServer::Stop()
 void OrvaneServer::workerThreadFunction() noexcept
 {
     while (!m_workerStop) {
+        m_workerPulse.turn();
         sleepFully(m_turnPause);
         HandlerFaults::handle(HandlerFaults::kWorker, m_settings.m_serverName, [this] { workerTurn(); });
     }
+    m_workerPulse.rest();
 }
 
 void OrvaneServer::workerTurn()
@@ -125,8 +133,13 @@ void OrvaneServer::workerTurn()
 
 void OrvaneServer::carryOutSanitizeOrders()
 {
+    // Each may wait for call-backs of the library, and ten may come at once: an order counts as a turn.
     m_sanitizeOrders.carryOut(
-        m_workerStop, [this] { sanitize(); },
+        m_workerStop,
+        [this] {
+            m_workerPulse.turn();
+            sanitize();
+        },
         [this](const char* what) { HandlerFaults::report(HandlerFaults::kCmd, m_settings.m_serverName, what); });
 }
 

@@ -22,6 +22,7 @@
 #include "face/FACE_LCM.h"
 #include "face/FACE_String.h"
 #include "utilities/COutputRedirector.h"
+#include "utilities/ThreadPulse.h"
 
 #include <atomic>
 #include <chrono>
@@ -30,6 +31,7 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
 class GssipMcsq;
 
@@ -93,6 +95,9 @@ public:
 
     /// How many times inputs were joined, modulo 2^32; any thread.
     std::uint32_t joins() const { return m_inputs.joins(); }
+
+    /// The pulses of the worker, the queue reader and the event publisher, for as long as this lives.
+    std::vector<const ThreadPulse*> threads() const;
 
     /// Starts the worker thread; one that runs is stopped first. Main thread only.
     void Start();
@@ -188,6 +193,7 @@ protected:
     // The worker.
     std::chrono::milliseconds m_turnPause{250};
     std::atomic<bool> m_workerStop = false;
+    ThreadPulse m_workerPulse;
     std::thread m_workerThread;
 
     // Commanded operations. The wait for part numbers goes before they do.
@@ -208,6 +214,7 @@ protected:
     std::shared_ptr<FACE::IOSS::HX_Devmem> m_devmem;
     ReporterGuard m_reporters;
 
+    const std::shared_ptr<ThreadPulse> m_queuePulse = std::make_shared<ThreadPulse>();
     std::shared_ptr<GssipMcsq> m_gssipMcsq;
     COutputRedirector m_outputRedirector;
 

@@ -10,6 +10,7 @@
 #include "face/HX_Config.h"
 #include "face/HX_Devmem.h"
 #include "ioss_mcsq/GssipMcsq.h"
+#include "ioss_mcsq/HX_MCSQ.h"
 #include "platform/FPGA.h"
 #include "utilities/ConsoleLine.h"
 
@@ -54,7 +55,9 @@ TopicHandlers OrvaneServer::topicHandlers()
 
 bool OrvaneServer::connectDevices()
 {
-    m_gssipMcsq = std::make_shared<GssipMcsq>(m_settings.m_serverName);
+    using FACE::IOSS::HX_MCSQ;
+    m_gssipMcsq = std::make_shared<GssipMcsq>(m_settings.m_serverName,
+                                              std::make_unique<HX_MCSQ>(HX_MCSQ::kDevicePrefix, m_queuePulse));
     m_devmem = std::make_shared<FACE::IOSS::HX_Devmem>();
     auto memory = RETURN_CODE_TYPE::NO_ERROR;
     m_devmem->Set_Reference(FACE::String(), std::make_shared<FACE::HX_Config>(), 0, memory);

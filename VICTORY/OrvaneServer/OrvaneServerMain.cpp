@@ -103,9 +103,12 @@ int main(int argc, char* argv[])
     }
 
     const ServiceManager manager(std::getenv("NOTIFY_SOCKET"));
+    const auto watchdog =
+        ServiceManager::watchdogPeriod(std::getenv("WATCHDOG_USEC"), std::getenv("WATCHDOG_PID"), ::getpid());
     manager.tell(LifeSigns::kStarting);
     const FACE::String file(argv[1]);
     OrvaneServer server;
+    LifeSigns life(manager, server.threads(), watchdog);
     RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
     const auto check = [&rc](int line, const char* text) {
         FACE::Return_Code_Value_No_Error_No_Action(__FILE__, line, text, rc);
@@ -122,8 +125,10 @@ int main(int argc, char* argv[])
 
     SetupSignalHandler();  // until here, a signal takes its default action
     LetFaultsEndTheProcess();
-    for (LifeSigns life(manager); !exitFlag; sleepFully(std::chrono::milliseconds(exitPollMs)))
+    while (!exitFlag) {
         life.turn(server.joins());
+        sleepFully(std::chrono::milliseconds(exitPollMs));
+    }
     manager.tell(LifeSigns::kStopping);
 
     callOnceTransactionally([&](auto& code) { server.Request_State_Transition(RequestedState::STOP, code); }, rc);

@@ -75,6 +75,19 @@ TEST_F(EventPublisherTest, ANullTransportIsRefusedAndNothingIsInitialised)
     EXPECT_EQ(errorOf([&] { init(nullptr); }), "InitHealthReporter(unit) called with an empty eventLogTypedTS.");
 }
 
+TEST_F(EventPublisherTest, ThePublisherTurnsWithoutEventsTooAndRestsAtItsEnd)
+{
+    EXPECT_EQ(reporter.pulse().turns(), ThreadPulse::kAtRest);
+    init();
+    EXPECT_TRUE(eventually([&] { return reporter.pulse().turns() >= 3; }));
+    reporter.SendEvent("c.cpp", 1, 1, "first");
+    ASSERT_TRUE(connection.inbox.waitFor(1));
+    const auto before = reporter.pulse().turns();
+    EXPECT_TRUE(eventually([&] { return reporter.pulse().turns() > before; }));
+    reporter.DoneHealthReporter();
+    EXPECT_EQ(reporter.pulse().turns(), ThreadPulse::kAtRest);
+}
+
 TEST_F(EventPublisherTest, ASecondInitThrowsAndLeavesTheFirstIntact)
 {
     const ConsoleCapture output(std::cout);

@@ -110,7 +110,8 @@ struct HX_MCSQNotificationTest : testing::Test {
     const std::string file =
         directory.write("devices.xml", queueDevicesText({{"A", "5"}, {"B", "6"}, {"A2", "5"}, {"C", "7"}}));
     const std::string pathOfC = QueueDevice::prefix(directory.path()) + "7";  // where there is nothing at first
-    std::optional<HX_MCSQ> service{QueueDevice::prefix(directory.path())};
+    const std::shared_ptr<ThreadPulse> pulse = std::make_shared<ThreadPulse>();
+    std::optional<HX_MCSQ> service{std::in_place, QueueDevice::prefix(directory.path()), pulse};
     Listener listener{*service};
     std::size_t idleThreads = 0;
     std::atomic<int> callingThread = 0;  // with `calls`, kept by `noteCalls`
@@ -530,6 +531,33 @@ TEST_F(HX_MCSQNotificationTest, AFailedWaitIsToldOnceAsAFaultAndALine)
     EXPECT_EQ(errors.text(), text + "\n");
     EXPECT_EQ(popHealthEvent(), "3:" + text);
     EXPECT_EQ(popHealthEvent(), "none");
+    EXPECT_NE(pulse->turns(), ThreadPulse::kAtRest);  // nobody takes it for one that is not wanted
+}
+
+TEST_F(HX_MCSQNotificationTest, TheThreadTurnsWhileThereIsARegistrationAndRestsBehindIt)
+{
+    EXPECT_EQ(pulse->turns(), ThreadPulse::kAtRest);
+    const long long handle = open("A");
+    registerFor(handle);
+    EXPECT_TRUE(eventually([&] { return pulse->turns() >= 3; }));
+    unregister(handle);
+    EXPECT_TRUE(eventually([&] { return pulse->turns() == ThreadPulse::kAtRest; }));
+}
+
+TEST_F(HX_MCSQNotificationTest, ACallBackThatHangsStopsTheTurns)
+{
+    std::atomic<bool> mayReturn = false;
+    std::atomic<std::uint32_t> before = 0;
+    listener.afterwards = [&] {
+        before = pulse->turns();
+        while (!mayReturn) std::this_thread::yield();
+    };
+    registerFor(open("A"));
+    device.send(message(1));
+    EXPECT_TRUE(eventually([&] { return before != 0; }));
+    EXPECT_EQ(pulse->turns(), before);
+    mayReturn = true;
+    EXPECT_TRUE(eventually([&] { return pulse->turns() != before; }));
 }
 
 TEST_F(HX_MCSQNotificationTest, AFailedWaitEndsTheThreadAndALaterRegistrationStartsANewOne)

@@ -2,16 +2,16 @@
 #include "tests/support/Inputs.h"
 #include "tests/support/NotifySocket.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
 #include <string>
+#include <utility>
+#include <vector>
 
 using Ending = ChildProcess::Ending;
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 
 namespace {
 
@@ -26,6 +26,19 @@ struct ServiceManagerSystemTest : testing::Test {
                });
     }
 
+    /// Whether no sign of life comes for as long as the watchdog waits for one.
+    bool staysAway() const
+    {
+        return eventually([&] {
+            const auto start = std::chrono::steady_clock::now();
+            std::string told = manager.next(kWatchdog);
+            while (told.find("STATUS=") == 0) told = manager.next(kWatchdog);
+            return told.empty() && std::chrono::steady_clock::now() - start >= kWatchdog;
+        });
+    }
+
+    static constexpr std::chrono::seconds kWatchdog{2};
+    const std::vector<std::string> watched = {"NOTIFY_SOCKET=/tmp/notify", "WATCHDOG_USEC=2000000"};
     Desk desk;
     const NotifySocket manager{"/tmp/notify"};
 };
@@ -52,4 +65,42 @@ TEST_F(ServiceManagerSystemTest, AServiceThatDoesNotStartIsNeverReady)
     EXPECT_EQ(desk.service().wait(), Ending({-1, SIGABRT}));
     EXPECT_EQ(manager.next(), "STATUS=Starting");
     EXPECT_EQ(manager.next(), "");
+}
+
+TEST_F(ServiceManagerSystemTest, SignsOfLifeComeUntilTheProcessIsStopped)
+{
+    desk.start(watched);
+    EXPECT_TRUE(manager.await("READY=1"));
+    for (int sign = 0; sign < 2; ++sign) EXPECT_EQ(manager.next(30s), "WATCHDOG=1");
+    desk.service().send(SIGSTOP);
+    EXPECT_TRUE(staysAway());
+    desk.service().send(SIGCONT);
+    EXPECT_TRUE(manager.await("WATCHDOG=1"));
+}
+
+TEST_F(ServiceManagerSystemTest, SignsOfLifeStayAwayWhileACallOfTheBusLibraryHangs)
+{
+    const Inputs inputs(desk);
+    desk.start(watched);
+    ASSERT_TRUE(manager.await("READY=1"));
+    Bus bus;
+    const auto ask = [&](Bus::Json request) { return bus.request(std::move(request)).at("ok") == true; };
+    ASSERT_TRUE(ask({{"request", "hold-tell"}, {"tell", "blended-navigation"}, {"milliseconds", 60000}}));
+    ASSERT_TRUE(inputs.waitForService());
+    inputs.sendAll();
+    bus.await("the tell to be held", [](const Bus::Json& line) { return line.value("type", "") == "held"; });
+    EXPECT_TRUE(staysAway());
+    ASSERT_TRUE(ask({{"request", "release-tell"}, {"tell", "blended-navigation"}}));
+    EXPECT_TRUE(manager.await("WATCHDOG=1"));
+}
+
+TEST_F(ServiceManagerSystemTest, TheSignalOfAWatchdogEndsAServiceThatHangsAtOnce)
+{
+    // A sanitizer would take it itself.
+    desk.start({"NOTIFY_SOCKET=/tmp/notify", "ASAN_OPTIONS=handle_segv=0", "TSAN_OPTIONS=handle_segv=0"});
+    ASSERT_TRUE(manager.await("READY=1"));
+    desk.service().send(SIGSTOP);
+    desk.service().send(SIGSEGV);
+    desk.service().send(SIGCONT);
+    EXPECT_EQ(desk.service().wait(), Ending({-1, SIGSEGV}));
 }

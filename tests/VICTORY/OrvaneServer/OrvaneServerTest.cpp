@@ -138,6 +138,35 @@ TEST_F(OrvaneServerTest, StopEndsTheWorkerAndReportsIt)
     EXPECT_EQ(popHealthEvent(), "none");
 }
 
+TEST_F(OrvaneServerTest, TheWorkerTurnsFromStartToStopAndNotWhileItsWorkHangs)
+{
+    const ThreadPulse& pulse = *server->threads().at(0);
+    std::atomic<bool> hangs = false, isHanging = false;
+    server.onBlendedNavigation = [&] {
+        while (hangs) isHanging = true;
+        isHanging = false;
+    };
+    EXPECT_EQ(pulse.turns(), ThreadPulse::kAtRest);
+    server->Start();
+    EXPECT_TRUE(eventually([&] { return pulse.turns() >= 3; }));
+    hangs = true;
+    EXPECT_TRUE(eventually([&] { return isHanging.load(); }));
+    const auto before = pulse.turns();
+    EXPECT_EQ(pulse.turns(), before);
+    hangs = false;
+    EXPECT_TRUE(eventually([&] { return pulse.turns() > before; }));
+    server->Stop();
+    EXPECT_EQ(pulse.turns(), ThreadPulse::kAtRest);
+}
+
+TEST_F(OrvaneServerTest, ThreeThreadsAreWatched)
+{
+    const auto threads = server->threads();
+    ASSERT_EQ(threads.size(), 3u);
+    EXPECT_EQ(threads[2], &HealthReporter::Instance().pulse());
+    for (const ThreadPulse* thread : threads) EXPECT_EQ(thread->turns(), ThreadPulse::kAtRest);
+}
+
 TEST_F(OrvaneServerTest, StartOfARunningServerIsNotAvailableAndStartsNothing)
 {
     std::atomic<pid_t> worker = 0;

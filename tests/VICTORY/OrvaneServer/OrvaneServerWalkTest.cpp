@@ -95,6 +95,10 @@ void OrvaneServer::Request_State_Transition(RequestedState::Value requested, RET
     (requested == RequestedState::START ? s_script.onStart : s_script.onStop)();
     answer(requested == RequestedState::START ? "START" : "STOP", rc);
 }
+std::vector<const ThreadPulse*> OrvaneServer::threads() const
+{
+    return {&m_workerPulse};
+}
 void OrvaneServer::checkForFaultTestEvents() {}
 void OrvaneServer::attemptBlendedNavigationProcessing() {}
 

@@ -100,6 +100,18 @@ class Life(unittest.TestCase):
         self.assertIn("Restart=on-failure", self.lines())
         self.assertIn("RestartForceExitStatus=134 SIGHUP", self.lines())
 
+    def test_the_service_itself_tells_that_it_runs(self):
+        self.assertIn("Type=notify", self.lines())
+        self.assertIn("NotifyAccess=main", self.lines())
+
+    def test_a_service_that_hangs_is_ended_by_a_signal_that_it_does_not_handle(self):
+        self.assertIn("WatchdogSec=40", self.lines())
+        self.assertIn("WatchdogSignal=SIGSEGV", self.lines())
+        self.assertIn("Restart=on-failure", self.lines())
+        entry = (ROOT / "VICTORY/OrvaneServer/OrvaneServerMain.cpp").read_text()
+        self.assertIn("SIGABRT", entry)
+        self.assertNotIn("SIGSEGV", entry)
+
     def test_the_end_has_30_seconds(self):
         self.assertIn("TimeoutStopSec=30", self.lines())
 

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,9 +85,9 @@ TEST_F(ServiceManagerSystemTest, SignsOfLifeStayAwayWhileACallOfTheBusLibraryHan
     desk.start(watched);
     ASSERT_TRUE(manager.await("READY=1"));
     Bus bus;
+    ASSERT_TRUE(awaitJoin(inputs));
     const auto ask = [&](Bus::Json request) { return bus.request(std::move(request)).at("ok") == true; };
     ASSERT_TRUE(ask({{"request", "hold-tell"}, {"tell", "blended-navigation"}, {"milliseconds", 60000}}));
-    ASSERT_TRUE(inputs.waitForService());
     inputs.sendAll();
     bus.await("the tell to be held", [](const Bus::Json& line) { return line.value("type", "") == "held"; });
     EXPECT_TRUE(staysAway());
@@ -97,7 +98,11 @@ TEST_F(ServiceManagerSystemTest, SignsOfLifeStayAwayWhileACallOfTheBusLibraryHan
 TEST_F(ServiceManagerSystemTest, TheSignalOfAWatchdogEndsAServiceThatHangsAtOnce)
 {
     // A sanitizer would take it itself.
-    desk.start({"NOTIFY_SOCKET=/tmp/notify", "ASAN_OPTIONS=handle_segv=0", "TSAN_OPTIONS=handle_segv=0"});
+    for (const char* options : {"ASAN_OPTIONS", "TSAN_OPTIONS"}) {
+        const char* others = std::getenv(options);
+        setenv(options, (std::string(others ? others : "") + ":handle_segv=0").c_str(), 1);
+    }
+    desk.start({"NOTIFY_SOCKET=/tmp/notify"});
     ASSERT_TRUE(manager.await("READY=1"));
     desk.service().send(SIGSTOP);
     desk.service().send(SIGSEGV);

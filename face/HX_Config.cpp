@@ -1,7 +1,5 @@
 #include "face/HX_Config.h"
 
-#include "face/FACE_Text.h"
-
 #include <tinyxml2.h>
 
 #include <algorithm>
@@ -31,11 +29,16 @@ namespace {
 
 constexpr const char* kRoot = "HX_Configurations";
 
-/// The text of a string that must be valid.
-std::string required(const String& text, const char* what)
+[[noreturn]] void refuse(const char* what)
 {
-    if (!text.buffer()) throw std::logic_error(std::string("HX_Config: ") + what + " is null");
-    return textOf(text);
+    throw std::logic_error(std::string("HX_Config: ") + what + " is null");
+}
+
+/// The text of a string that must be valid, which holds it, with a terminator behind it.
+std::string_view required(const String& text, const char* what)
+{
+    if (const char* characters = text.buffer()) return {characters, text.length()};
+    refuse(what);
 }
 
 /// Loads only regular files: all others can't be loaded anyway, and a named pipe would block.
@@ -57,20 +60,6 @@ std::string_view nameOf(const XMLElement& container)
     const XMLElement* name = container.FirstChildElement("Name");
     const char* text = name ? name->GetText() : nullptr;
     return text ? text : std::string_view();
-}
-
-/// The element of a parameter, or of the container's name if that of the parameter is empty.
-XMLElement* parameterOf(XMLElement& container, const std::string& name)
-{
-    if (name.empty()) return container.FirstChildElement("Name");
-    XMLElement* parameters = container.FirstChildElement("Parameters");
-    return parameters ? parameters->FirstChildElement(name.c_str()) : nullptr;
-}
-
-const char* textOfParameter(XMLElement& container, const std::string& name)
-{
-    const XMLElement* parameter = parameterOf(container, name);
-    return parameter ? parameter->GetText() : nullptr;
 }
 
 int sizeOf(const char* text)
@@ -108,7 +97,7 @@ void HX_Config::Initialize(const String& configuration_path, RETURN_CODE_TYPE::V
     if (m_initialized) return;
 
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    std::string path = required(configuration_path, "path");
+    std::string path(required(configuration_path, "path"));
     m_document = loaded(path);
     if (!m_document) return;
     XMLElement* root = m_document->FirstChildElement(kRoot);
@@ -136,37 +125,38 @@ void HX_Config::Open(const String& container_name, int& handle, RETURN_CODE_TYPE
     return_code = RETURN_CODE_TYPE::INVALID_MODE;
     if (!m_initialized) return;
     return_code = RETURN_CODE_TYPE::NO_ERROR;
-    const std::string key = required(container_name, "name");
+    const std::string_view key = required(container_name, "name");
 
-    const auto sameName = [&](const auto& entry) { return entry.second->name == key; };
+    const auto sameName = [&](const auto& entry) { return entry.second.name == key; };
     if (const auto open = std::ranges::find_if(m_sets, sameName); open != m_sets.end()) {
         handle = open->first;
         return;
     }
-    XMLElement* container = findContainer(key, Direction::Forward);
-    if (!container) {
+    const Container container = findContainer(key, Direction::Forward);
+    if (!container.element) {
         return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
         return;
     }
-    const auto sameType = [&](const auto& entry) { return entry.second->type == container->Value(); };
+    const std::string_view type = container.element->Value();
+    const auto sameType = [&](const auto& entry) { return entry.second.type == type; };
     if (const auto open = std::ranges::find_if(m_sets, sameType); open != m_sets.end()) {
-        open->second->name = nameOf(*container);
-        open->second->element = container;
+        select(open->second, container);
         handle = open->first;
         return;
     }
-    auto set = std::make_unique<config_set>(config_set{container, container->Value(), std::string(nameOf(*container))});
     const int next = s_HandleCount++;
-    m_sets[next] = std::move(set);
+    config_set& set = m_sets[next];
+    set.type = type;
+    select(set, container);
     handle = next;
 }
 
 void HX_Config::Get_Size(int handle, const String& set_name, int& size, RETURN_CODE_TYPE::Value& return_code)
 {
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
-    const config_set* set = setOf(handle);
+    config_set* set = setOf(handle);
     if (!set) return;
-    const char* text = textOfParameter(*set->element, required(set_name, "name"));
+    const char* text = textOfParameter(*set, required(set_name, "name"));
     if (!text) return;
     size = sizeOf(text);
     return_code = RETURN_CODE_TYPE::NO_ERROR;
@@ -177,9 +167,9 @@ void HX_Config::Read(int handle, const String& set_name, void* buffer, int buffe
 {
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
     bytes_read = 0;
-    const config_set* set = setOf(handle);
+    config_set* set = setOf(handle);
     if (!set) return;
-    const char* text = textOfParameter(*set->element, required(set_name, "name"));
+    const char* text = textOfParameter(*set, required(set_name, "name"));
     return_code = RETURN_CODE_TYPE::INVALID_PARAM;
     if (!text || (!buffer && buffer_size > 0)) return;
     if (buffer_size > 0) {
@@ -195,17 +185,17 @@ void HX_Config::Write(int handle, const String& set_name, void* buffer, int size
 {
     return_code = RETURN_CODE_TYPE::INVALID_CONFIG;
     bytes_written = 0;
-    const config_set* set = setOf(handle);
+    config_set* set = setOf(handle);
     if (!set) return;
     if (size < 0) throw std::length_error("HX_Config: negative size");
     if (!buffer && size > 0) throw std::logic_error("HX_Config: buffer is null");
     const std::string value =
         size > 0 ? std::string(static_cast<const char*>(buffer), static_cast<std::size_t>(size)) : std::string();
-    const std::string name = required(set_name, "name");
+    const std::string_view name = required(set_name, "name");
 
     return_code = RETURN_CODE_TYPE::INVALID_PARAM;
     if (name.empty()) return;  // the name of a container is read only
-    XMLElement* parameter = parameterOf(*set->element, name);
+    XMLElement* parameter = parameterOf(*set, name);
     XMLText* text = parameter ? textNodeOf(*parameter) : nullptr;
     if (!text) return;
     setText(*text, value);
@@ -227,13 +217,13 @@ void HX_Config::Seek(int handle, WHENCE_TYPE::Value whence, int offset, RETURN_C
     Direction direction = offset < 0 ? Direction::Backward : Direction::Forward;
     switch (whence) {
     case WHENCE_TYPE::WHENCE_BEGIN:
-        container = findContainer(set->type, Direction::Forward);
+        container = findContainer(set->type, Direction::Forward).element;
         break;
     case WHENCE_TYPE::WHENCE_CURRENT:
         container = set->element;
         break;
     case WHENCE_TYPE::WHENCE_END:
-        container = findContainer(set->type, Direction::Backward);
+        container = findContainer(set->type, Direction::Backward).element;
         direction = offset < 0 ? Direction::Forward : Direction::Backward;
         break;
     default:  // a number that is no value of the enumeration
@@ -243,14 +233,13 @@ void HX_Config::Seek(int handle, WHENCE_TYPE::Value whence, int offset, RETURN_C
     std::int64_t steps = offset;  // the lowest offset has no magnitude of its own width
     if (steps < 0) steps = -steps;
     for (; container && steps > 0; --steps)
-        container = direction == Direction::Forward ? container->NextSiblingElement(set->type.c_str())
-                                                    : container->PreviousSiblingElement(set->type.c_str());
+        container = direction == Direction::Forward ? container->NextSiblingElement(set->type.data())
+                                                    : container->PreviousSiblingElement(set->type.data());
     if (!container) {
         return_code = RETURN_CODE_TYPE::INVALID_PARAM;
         return;
     }
-    set->name = nameOf(*container);
-    set->element = container;
+    select(*set, {container, nameOf(*container)});
     return_code = RETURN_CODE_TYPE::NO_ERROR;
 }
 
@@ -265,31 +254,61 @@ std::string HX_Config::schema() const
     return m_schema;
 }
 
-HX_Config::config_set* HX_Config::setOf(int handle) const
+void HX_Config::select(config_set& set, const Container& container)
+{
+    set.element = container.element;
+    set.name = container.name;
+    set.parameters = container.element->FirstChildElement("Parameters");
+    set.parameter = nullptr;
+}
+
+/// The element of a parameter, or of the container's name if that of the parameter is empty.
+XMLElement* HX_Config::parameterOf(config_set& set, std::string_view name)
+{
+    if (name.empty()) return set.element->FirstChildElement("Name");
+    if (!set.parameter || name != set.parameter->Value())
+        set.parameter = set.parameters ? set.parameters->FirstChildElement(name.data()) : nullptr;
+    return set.parameter;
+}
+
+const char* HX_Config::textOfParameter(config_set& set, std::string_view name)
+{
+    const XMLElement* parameter = parameterOf(set, name);
+    return parameter ? parameter->GetText() : nullptr;
+}
+
+HX_Config::config_set* HX_Config::setOf(int handle)
 {
     const auto found = m_sets.find(handle);
-    return found == m_sets.end() ? nullptr : found->second.get();
+    return found == m_sets.end() ? nullptr : &found->second;
 }
 
 /// Names and element names never change: only parameters can be written.
 void HX_Config::indexContainers(XMLElement& root)
 {
     m_containers.clear();
-    for (XMLElement* container = root.FirstChildElement(); container; container = container->NextSiblingElement()) {
-        const std::string_view name = nameOf(*container);
-        if (name.empty()) continue;
-        for (const std::string_view key : {name, std::string_view(container->Value())}) {
-            const auto [found, isFirst] = m_containers.try_emplace(key, Matches{container, container});
-            if (!isFirst) found->second.last = container;
-        }
+    const auto enter = [this](std::string_view key, const Container& container) {
+        const auto [found, isFirst] = m_containers.try_emplace(key, Matches{container, container});
+        if (!isFirst) found->second.last = container;
+        return &*found;
+    };
+    decltype(m_containers)::pointer type = nullptr;  // of the container before, and mostly of the next as well
+    for (XMLElement* element = root.FirstChildElement(); element; element = element->NextSiblingElement()) {
+        const Container container{element, nameOf(*element)};
+        if (container.name.empty()) continue;
+        enter(container.name, container);
+        if (type && type->first == element->Value())
+            type->second.last = container;
+        else
+            type = enter(element->Value(), container);
     }
 }
 
 /// The first container in a direction whose name or element name is the key.
-XMLElement* HX_Config::findContainer(const std::string& key, Direction direction) const
+HX_Config::Container HX_Config::findContainer(std::string_view key, Direction direction) const
 {
     const auto found = m_containers.find(key);
-    if (found == m_containers.end()) return nullptr;
+    if (found == m_containers.end()) return {};
     return direction == Direction::Forward ? found->second.first : found->second.last;
 }
 

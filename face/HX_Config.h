@@ -88,22 +88,33 @@ public:
 private:
     enum class Direction { Forward, Backward };
 
-    /// What an open handle has selected.
+    /// What an open handle has selected; all of it is in the document.
     struct config_set {
-        tinyxml2::XMLElement* element;  // in the document, never null
-        std::string type;
-        std::string name;
+        std::string_view type;  // that it was opened as: a step may come to a container of another one
+        tinyxml2::XMLElement* element = nullptr;
+        std::string_view name;
+        tinyxml2::XMLElement* parameters = nullptr;  // null if the container has none
+        tinyxml2::XMLElement* parameter = nullptr;   // that was asked for last: its size comes before its text
+    };
+
+    /// One of the file; without an element none.
+    struct Container {
+        tinyxml2::XMLElement* element = nullptr;
+        std::string_view name = {};  // in the document
     };
 
     /// The containers that a key stands for, in the order of the file. What has no name takes no part.
     struct Matches {
-        tinyxml2::XMLElement* first;
-        tinyxml2::XMLElement* last;
+        Container first;
+        Container last;
     };
 
-    config_set* setOf(int handle) const;
+    static void select(config_set& set, const Container& container);
+    static tinyxml2::XMLElement* parameterOf(config_set& set, std::string_view name);
+    static const char* textOfParameter(config_set& set, std::string_view name);
+    config_set* setOf(int handle);
     void indexContainers(tinyxml2::XMLElement& root);
-    tinyxml2::XMLElement* findContainer(const std::string& key, Direction direction) const;
+    Container findContainer(std::string_view key, Direction direction) const;
     bool save() REQUIRES(m_mutex);
 
     std::string m_path GUARDED_BY(m_mutex);
@@ -111,7 +122,7 @@ private:
     mutable RankedMutex<LockRank::ConfigurationFile> m_mutex;
     std::unique_ptr<tinyxml2::XMLDocument> m_document;
     std::unordered_map<std::string_view, Matches> m_containers;  // by name and by element name; all in the document
-    std::map<int, std::unique_ptr<config_set>> m_sets;           // destroyed before the document it points into
+    std::map<int, config_set> m_sets;
     std::atomic<bool> m_initialized = false;
 };
 

@@ -39,10 +39,11 @@ int main(int argc, char** argv)
     std::cout << std::fixed << std::setprecision(1);
     for (const int connections : {11, 100, 500, 1000}) {
         const std::string path = fileOf(connections);
+        const auto names = namesOf(connections);
         std::vector<double> bare, ours;
         for (int round = 0; round < rounds; ++round) {
             bare.push_back(microseconds([&] { loadAlone(path); }));
-            ours.push_back(microseconds([&] { openAll(path, connections); }));
+            ours.push_back(microseconds([&] { openAll(path, names); }));
         }
         const double load = median(bare), all = median(ours);
         std::cout << connections << " connections: load alone " << load << " us, opened and read " << all << " us, "

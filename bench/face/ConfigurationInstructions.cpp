@@ -10,8 +10,9 @@ int main()
 {
     for (const int connections : {11, 100, 1000}) {
         const std::string path = fileOf(connections);
+        const auto names = namesOf(connections);
         counted("configuration.load." + std::to_string(connections), 1, [&] { loadAlone(path); });
-        counted("configuration.all." + std::to_string(connections), 1, [&] { openAll(path, connections); });
+        counted("configuration.all." + std::to_string(connections), 1, [&] { openAll(path, names); });
         ::unlink(path.c_str());
     }
 }

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 // A file of many connections, and what is measured with it. What fails is thrown.
 
@@ -46,17 +47,25 @@ inline void loadAlone(const std::string& path)
     if (document.LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS) throw std::runtime_error("cannot load " + path);
 }
 
+/// The names of so many connections.
+inline std::vector<std::string> namesOf(int connections)
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < connections; ++i) names.push_back(nameOf(i));
+    return names;
+}
+
 /// Opens, reads and closes every connection of the file by its name.
-inline void openAll(const std::string& path, int connections)
+inline void openAll(const std::string& path, const std::vector<std::string>& names)
 {
     FACE::HX_Config config;
     FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ERROR;
     config.Initialize(path.c_str(), code);
     check(code);
-    for (int i = 0; i < connections; ++i) {
+    for (const std::string& name : names) {
         int handle = -1;
         FACE::String topicType, pubSubType;
-        config.Open(nameOf(i).c_str(), handle, code);
+        config.Open(name.c_str(), handle, code);
         check(code);
         HX_Config_Helpers::Get_String_Parameter(config, handle, "TopicType", topicType, code);
         HX_Config_Helpers::Get_String_Parameter(config, handle, "PubSubType", pubSubType, code);

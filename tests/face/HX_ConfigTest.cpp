@@ -676,6 +676,28 @@ TEST_F(HX_ConfigTest, SizesAndTextsOfParameters)
     }
 }
 
+TEST_F(HX_ConfigTest, SizeAndTextAreThoseOfTheContainerThatIsSelectedNow)
+{
+    const int handle = open(m_config, "A").handle;
+    EXPECT_EQ(sizeOf(m_config, handle, "Letters"), (Size{0, 6}));
+    ASSERT_EQ(seek(m_config, handle, Whence::WHENCE_CURRENT, 1), 0);
+    EXPECT_EQ(read(m_config, handle, "Letters"), (Text{0, "ghi"}));
+    EXPECT_EQ(sizeOf(m_config, handle, "Twice"), (Size{4, -7}));
+    ASSERT_EQ(open(m_config, "A").handle, handle);
+    EXPECT_EQ(read(m_config, handle, "Twice"), (Text{0, "first"}));
+}
+
+TEST_F(HX_ConfigFileTest, ParameterCalledNameIsNotTheNameOfTheContainer)
+{
+    ASSERT_EQ(load("<HX_Configurations><D><Name>of D</Name><Parameters><Name>parameter</Name></Parameters></D>"
+                   "</HX_Configurations>"),
+              0);
+    const int handle = open(m_config, "of D").handle;
+    EXPECT_EQ(sizeOf(m_config, handle, ""), (Size{0, 4}));
+    EXPECT_EQ(read(m_config, handle, "Name"), (Text{0, "parameter"}));
+    EXPECT_EQ(read(m_config, handle, ""), (Text{0, "of D"}));
+}
+
 TEST_F(HX_ConfigTest, ContainerWithoutParametersHasOnlyItsName)
 {
     const int handle = open(m_config, "C").handle;

@@ -7,7 +7,6 @@
 #include "VICTORY/OrvaneServer/ServerConfigFile.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "utilities/ConsoleLine.h"
-#include "utilities/SleepFully.h"
 
 #include <iostream>
 
@@ -93,14 +92,14 @@ std::vector<const ThreadPulse*> OrvaneServer::threads() const
 void OrvaneServer::Start()
 {
     Stop();
-    m_workerStop = false;
+    m_workerStop.clear();
     m_workerThread = std::thread(&OrvaneServer::workerThreadFunction, this);
     if (m_settings.m_debug) printLine(std::cout, m_settings.m_serverName, ": ", "Start", " : Worker thread started.");
 }
 
 void OrvaneServer::Stop()
 {
-    m_workerStop = true;
+    m_workerStop.set();
     if (!m_workerThread.joinable()) return;
     m_workerThread.join();
     if (m_settings.m_debug) printLine(std::cout, m_settings.m_serverName, ": ", "Stop", " : worker thread stopped.");
@@ -108,9 +107,9 @@ void OrvaneServer::Stop()
 
 void OrvaneServer::workerThreadFunction() noexcept
 {
-    while (!m_workerStop) {
+    while (!m_workerStop.isSet()) {
         m_workerPulse.turn();
-        sleepFully(m_turnPause);
+        m_workerStop.pauseFor(m_turnPause);
         HandlerFaults::handle(HandlerFaults::kWorker, m_settings.m_serverName, [this] { workerTurn(); });
     }
     m_workerPulse.rest();
@@ -135,7 +134,7 @@ void OrvaneServer::carryOutSanitizeOrders()
 {
     // Each may wait for call-backs of the library, and ten may come at once: an order counts as a turn.
     m_sanitizeOrders.carryOut(
-        m_workerStop,
+        m_workerStop.isSet(),
         [this] {
             m_workerPulse.turn();
             sanitize();

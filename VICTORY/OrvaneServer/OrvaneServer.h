@@ -22,6 +22,7 @@
 #include "face/FACE_LCM.h"
 #include "face/FACE_String.h"
 #include "utilities/COutputRedirector.h"
+#include "utilities/StopFlag.h"
 #include "utilities/ThreadPulse.h"
 
 #include <atomic>
@@ -192,7 +193,7 @@ protected:
 
     // The worker.
     std::chrono::milliseconds m_turnPause{250};
-    std::atomic<bool> m_workerStop = false;
+    StopFlag m_workerStop;
     ThreadPulse m_workerPulse;
     std::thread m_workerThread;
 

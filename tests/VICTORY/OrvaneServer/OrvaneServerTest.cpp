@@ -260,11 +260,11 @@ TEST_F(OrvaneServerTest, ATurnStartsAQuarterOfASecondAfterTheLast)
     EXPECT_EQ(ServerDoor().turnPause(), 250ms);
 }
 
-TEST_F(OrvaneServerTest, WorkIsDoneAfterThePauseEvenWhenStopWasAskedForMeanwhile)
+TEST_F(OrvaneServerTest, StopEndsThePauseAndOneMoreTurnIsDone)
 {
     std::atomic<pid_t> worker = 0;
     server.onBlendedNavigation = [&] {
-        server.turnPause() = 5s;  // from now on
+        server.turnPause() = 1h;  // from now on
         worker = gettid();
         ++turns;
     };

@@ -170,7 +170,7 @@ void ServerDoor::collectPartNumbers()
 
 void ServerDoor::turn()
 {
-    m_server->m_workerStop = false;  // as the worker finds it, which orders to sanitize look at
+    m_server->m_workerStop.clear();  // as the worker finds it, which orders to sanitize look at
     m_server->workerTurn();
 }
 

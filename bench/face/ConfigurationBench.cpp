@@ -1,15 +1,14 @@
 // Opening and reading all connections of a file, beside the load of the file alone, in one run: how the cost grows with
-// the number of connections. Prints a line for each number: both medians, and the ratio.
+// the number of connections.
 //
 //     bench_configuration [ROUNDS]
 
+#include "bench/Figure.h"
 #include "bench/face/ConnectionsFile.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <iomanip>
-#include <iostream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -24,19 +23,11 @@ double microseconds(Work work)
     return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
 }
 
-double median(std::vector<double>& values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 31;
-    std::cout << std::fixed << std::setprecision(1);
     for (const int connections : {11, 100, 500, 1000}) {
         const std::string path = fileOf(connections);
         const auto names = namesOf(connections);
@@ -45,9 +36,8 @@ int main(int argc, char** argv)
             bare.push_back(microseconds([&] { loadAlone(path); }));
             ours.push_back(microseconds([&] { openAll(path, names); }));
         }
-        const double load = median(bare), all = median(ours);
-        std::cout << connections << " connections: load alone " << load << " us, opened and read " << all << " us, "
-                  << std::setprecision(2) << all / load << " times" << std::setprecision(1) << std::endl;
+        tellFigure("configuration." + std::to_string(connections), "floor", "us", median(bare));
+        tellFigure("configuration." + std::to_string(connections), "ours", "us", median(ours));
         ::unlink(path.c_str());
     }
 }

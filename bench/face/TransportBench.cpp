@@ -3,9 +3,10 @@
 //
 //     bench_transport [ROUNDS]
 //
-// Prints latency (median and 99th percentile) at 100 Hz and at 1 kHz, and throughput at full speed. Either side has its
-// turn in every round, so that what else the machine does falls on both. Run it alone: DDS of others disturbs it.
+// Tells latency and the receiver's processor time at three rates, and throughput at full speed. Either side has its turn
+// in every round, so that what else the machine does falls on both. Run it alone: DDS of others disturbs it.
 
+#include "bench/Figure.h"
 #include "bench/face/TransportSides.h"
 
 #include <algorithm>
@@ -13,10 +14,9 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <functional>
-#include <iomanip>
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -31,6 +31,7 @@ namespace {
 
 constexpr int kFullSpeed = 20000;    // messages a round
 constexpr int kFullSpeedRounds = 3;  // for each round of the slow rates: these are short
+const char* const kSides[] = {"floor", "ours"};
 
 std::int64_t now()
 {
@@ -105,11 +106,12 @@ void runPublisher(int orders, const std::string& path)
         order.isOurs ? publishAs(ours, order) : publishAs(bare, order);
 }
 
-double percentile(std::vector<double>& values, double part)
+/// Microseconds that this process has had of the processor.
+double processorMicroseconds()
 {
-    if (values.empty()) return 0;
-    std::ranges::sort(values);
-    return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1))];
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) * 1e-3;
 }
 
 /// The arrivals of an order: all of them, or what there is when nothing has come for a second.
@@ -152,21 +154,21 @@ int main(int argc, char** argv)
         for (const bool isOurs : {false, true})  // until each is matched
             while (arrivals[isOurs].size() == 0) run({isOurs, 10, 100});
 
-        const char* const names[] = {"bare", "ours"};
-        std::cout << std::fixed << std::setprecision(1);
-        for (const int rate : {100, 1000}) {
-            std::vector<double> latencies[2];
+        for (const int rate : {100, 1000, 10000}) {
+            std::vector<double> latencies[2], costs[2];
             for (int round = 0; round < rounds; ++round)
                 for (const bool isOurs : {round % 2 == 1, round % 2 == 0}) {
+                    const double before = processorMicroseconds();
                     run({isOurs, rate, rate});
+                    const double used = processorMicroseconds() - before;
                     const auto some = arrivals[isOurs].take();
                     latencies[isOurs].insert(latencies[isOurs].end(), some.begin(), some.end());
+                    if (!some.empty()) costs[isOurs].push_back(used / static_cast<double>(some.size()));
                 }
-            for (const bool isOurs : {false, true})
-                std::cout << "latency at " << rate << " Hz, " << names[isOurs] << ": median "
-                          << percentile(latencies[isOurs], 0.5) << " us, 99th percentile "
-                          << percentile(latencies[isOurs], 0.99) << " us, " << latencies[isOurs].size()
-                          << " messages\n";
+            for (const bool isOurs : {false, true}) {
+                tellDistribution("transport.latency." + std::to_string(rate), kSides[isOurs], "us", latencies[isOurs]);
+                tellFigure("transport.cost." + std::to_string(rate), kSides[isOurs], "us", median(costs[isOurs]));
+            }
         }
         std::vector<double> speeds[2];
         for (int round = 0; round < kFullSpeedRounds * rounds; ++round)
@@ -175,8 +177,7 @@ int main(int argc, char** argv)
                 speeds[isOurs].push_back(static_cast<double>(arrivals[isOurs].size()) / arrivals[isOurs].seconds());
             }
         for (const bool isOurs : {false, true})
-            std::cout << "throughput, " << names[isOurs] << ": median " << percentile(speeds[isOurs], 0.5)
-                      << " messages/s\n";
+            tellFigure("transport.throughput", kSides[isOurs], "1/s", median(speeds[isOurs]));
     }
     close(orders[1]);
     waitpid(publisher, nullptr, 0);

@@ -1,4 +1,5 @@
 #include "aspn2_msgs/EventLog.h"
+#include "bench/Figure.h"
 #include "face/HX_TSS_Listeners.h"
 #include "tests/support/Desk.h"
 #include "tests/support/Transport.h"
@@ -7,25 +8,28 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
+#include <deque>
 #include <exception>
 #include <fstream>
-#include <iomanip>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
-// What the service costs as it is shipped: its start, its memory, its time on the processor.
+// What the service costs as it is shipped: its start and end, its memory, its time on the processor. Beside it, in turn,
+// a program of the bare library with the same topics and queues (BareService.cpp).
 //
-//     lab/sandbox -- bench_service [STARTS [SECONDS]]
+//     lab/sandbox -- bench_service [STARTS [SECONDS [ENDS]]]
+//     lab/sandbox -- bench_service profile RATE SECONDS
 //
 // Milliseconds from the exec to the service running, and to its "started successfully" on the log's topic (which gives
-// out an event every 100 ms, this one as the third), median of STARTS; then memory and processor time over SECONDS with
-// unit-sim at its usual rate and at a hundred times that. The stand-in of the bus library is part of the process.
+// out an event every 100 ms, this one as the third), of STARTS; from SIGTERM to the exit, of ENDS, for which the signal
+// comes at as many moments of the pause in which the service looks for it; then processor time and memory over SECONDS
+// with unit-sim at three rates, and with clients on the bus. The stand-in of the bus library is part of the process.
+// The second form only has the service run so long at a rate, for a profiler, and ends it without a word.
 
 namespace {
 
@@ -33,19 +37,43 @@ using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr const char* kConnections = "/opt/halvex/config/Connections.xml";
+constexpr std::chrono::milliseconds kLook{500};  // in which the service looks for a signal
 
-double median(std::vector<double> values)
+void expectGoodEnd(ChildProcess& process)
 {
-    std::ranges::sort(values);
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2.0;
+    if (process.wait() != ChildProcess::Ending{0, 0}) throw std::runtime_error("it ended badly: " + process.errors());
 }
 
 void end(ChildProcess& process)
 {
     process.send(SIGTERM);
-    if (process.wait() != ChildProcess::Ending{0, 0}) throw std::runtime_error("it ended badly: " + process.errors());
+    expectGoodEnd(process);
 }
+
+/// Milliseconds until the process has ended.
+double timeEnd(ChildProcess& process)
+{
+    const auto begin = Clock::now();
+    end(process);
+    return Milliseconds(Clock::now() - begin).count();
+}
+
+/// The program of the bare library, running.
+class BareService {
+public:
+    BareService()
+    {
+        if (!m_process.waitUntilHandled(SIGINT)) throw std::runtime_error("it does not run: " + m_process.errors());
+    }
+    ChildProcess& process() { return m_process; }
+    void awaitPosition()
+    {
+        if (!eventually([&] { return !m_process.output().empty(); })) throw std::runtime_error("no position");
+    }
+
+private:
+    ChildProcess m_process{{ORVANE_BARE_SERVICE}};
+};
 
 /// The start of a service: until it runs, and until it says so.
 struct Start {
@@ -76,46 +104,133 @@ Start measureStart(Desk& desk)
     return {Milliseconds(running - begin).count(), Milliseconds(told - begin).count()};
 }
 
+double measureBareStart()
+{
+    const auto begin = Clock::now();
+    BareService bare;
+    const double running = Milliseconds(Clock::now() - begin).count();
+    end(bare.process());
+    return running;
+}
+
+void measureStarts(Desk& desk, int count)
+{
+    desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");  // no event is missed
+    std::vector<double> bare, running, told;
+    for (int i = 0; i < count; ++i) {
+        bare.push_back(measureBareStart());
+        const Start start = measureStart(desk);
+        running.push_back(start.running);
+        told.push_back(start.told);
+    }
+    desk.replace("Connections.xml", "<BackFillHistory>true<", "<BackFillHistory>false<");
+    tellDistribution("start.runs", "floor", "ms", bare);
+    tellDistribution("start.runs", "ours", "ms", running);
+    tellDistribution("start.told", "ours", "ms", told);
+}
+
+void measureEnds(Desk& desk, int count)
+{
+    std::vector<double> bare, ours;
+    for (int i = 0; i < count; ++i) {
+        BareService other;
+        bare.push_back(timeEnd(other.process()));
+        desk.run();
+        std::this_thread::sleep_for(kLook * i / count);
+        ours.push_back(timeEnd(desk.service()));
+    }
+    tellDistribution("end", "floor", "ms", bare);
+    tellDistribution("end", "ours", "ms", ours);
+}
+
 /// Seconds that a process has had of the processor.
 double processorSeconds(pid_t process)
 {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    std::istringstream fields(text.substr(text.rfind(')') + 1));
-    std::string skipped;
-    for (int field = 3; field < 14; ++field) fields >> skipped;
-    long long user = 0, system = 0;
-    if (!(fields >> user >> system)) throw std::runtime_error("no such process");
-    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    clockid_t clock{};
+    timespec time{};
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
+        throw std::runtime_error("no such process");
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// A number of /proc/PID/status, in MiB.
-double memory(pid_t process, const std::string& key)
+/// Percent of a processor that the process has for so long.
+double share(pid_t process, std::chrono::seconds duration)
+{
+    const auto begin = Clock::now();
+    const double before = processorSeconds(process);
+    std::this_thread::sleep_for(duration);
+    const double used = processorSeconds(process) - before;
+    return 100.0 * used / std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+/// MiB that are resident.
+double memory(pid_t process)
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(file, line);)
-        if (line.starts_with(key + ":")) return std::stod(line.substr(key.size() + 1)) / 1024.0;
-    throw std::runtime_error("no " + key);
+        if (line.starts_with("VmRSS:")) return std::stod(line.substr(6)) / 1024.0;
+    throw std::runtime_error("no resident memory");
+}
+
+void tellCost(const std::string& when, const std::string& side, pid_t process, std::chrono::seconds duration)
+{
+    tellFigure("processor." + when, side, "%", share(process, duration));
+    tellFigure("memory." + when, side, "MiB", memory(process));
+}
+
+void awaitJoin()
+{
+    Bus().awaitTell("blended-navigation", [](const Bus::Json& tell) { return !tell.at("timeOfValidity").is_null(); });
 }
 
 void measureRate(Desk& desk, const std::string& rate, std::chrono::seconds duration)
 {
     ChildProcess unit({ORVANE_UNIT_SIM, "--rate", rate, "--quiet"});
-    const pid_t service = desk.run().id();
     {
-        Bus bus;
-        bus.awaitTell("blended-navigation", [](const Bus::Json& tell) { return !tell.at("timeOfValidity").is_null(); });
+        BareService bare;
+        bare.awaitPosition();
+        tellCost("rate." + rate, "floor", bare.process().id(), duration);
+        end(bare.process());
     }
-    const auto begin = Clock::now();
-    const double before = processorSeconds(service);
-    std::this_thread::sleep_for(duration);
-    const double used = processorSeconds(service) - before;
-    const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-    std::cout << std::setw(3) << rate << " Hz: " << 100.0 * used / seconds << " % of a processor, "
-              << memory(service, "VmRSS") << " MiB resident, at most " << memory(service, "VmHWM") << " MiB"
-              << std::endl;
+    desk.run();
+    awaitJoin();
+    tellCost("rate." + rate, "ours", desk.service().id(), duration);
     end(desk.service());
     end(unit);
+}
+
+/// Without any input, and then with more and more clients on the bus, at a rate that gives each four joins a second.
+void measureClients(Desk& desk, std::chrono::seconds duration)
+{
+    {
+        BareService bare;
+        tellCost("idle", "floor", bare.process().id(), duration);
+        end(bare.process());
+    }
+    desk.run();
+    tellCost("idle", "ours", desk.service().id(), duration);
+    ChildProcess unit({ORVANE_UNIT_SIM, "--rate", "10", "--quiet"});
+    awaitJoin();
+    std::deque<Bus> clients;
+    for (const std::size_t count : {0U, 1U, 4U, 16U}) {
+        while (clients.size() < count) clients.emplace_back().awaitTell("blended-navigation");
+        tellCost("clients." + std::to_string(count), "ours", desk.service().id(), duration);
+    }
+    clients.clear();
+    end(desk.service());
+    end(unit);
+}
+
+/// Has the service run until so long after the beginning.
+void runForProfile(const std::string& rate, std::chrono::seconds duration)
+{
+    const auto end = Clock::now() + duration;
+    Desk desk;
+    ChildProcess unit({ORVANE_UNIT_SIM, "--rate", rate, "--quiet"});
+    desk.run();
+    awaitJoin();
+    std::this_thread::sleep_until(end);
+    desk.service().send(SIGKILL);
 }
 
 }  // namespace
@@ -123,24 +238,20 @@ void measureRate(Desk& desk, const std::string& rate, std::chrono::seconds durat
 int main(int argc, char** argv)
 {
     try {
+        if (argc == 4 && argv[1] == std::string("profile")) {
+            runForProfile(argv[2], std::chrono::seconds(std::stoi(argv[3])));
+            return 0;
+        }
         const int starts = argc > 1 ? std::stoi(argv[1]) : 10;
         const std::chrono::seconds duration(argc > 2 ? std::stoi(argv[2]) : 20);
-        if (starts < 1 || duration.count() < 1) throw std::invalid_argument("at least one start and one second");
-        std::cout << std::fixed << std::setprecision(1);
-
+        const int ends = argc > 3 ? std::stoi(argv[3]) : 100;
+        if (starts < 1 || duration.count() < 1 || ends < 1)
+            throw std::invalid_argument("at least one start, one second and one end");
         Desk desk;
-        desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");  // no event is missed
-        std::vector<double> running, told;
-        for (int i = 0; i < starts; ++i) {
-            const Start start = measureStart(desk);
-            running.push_back(start.running);
-            told.push_back(start.told);
-        }
-        desk.replace("Connections.xml", "<BackFillHistory>true<", "<BackFillHistory>false<");
-        std::cout << "start: runs after " << median(running) << " ms, tells so after " << median(told) << " ms"
-                  << std::endl;
-        measureRate(desk, "1", duration);
-        measureRate(desk, "100", duration);
+        measureStarts(desk, starts);
+        measureEnds(desk, ends);
+        measureClients(desk, duration);
+        for (const char* const rate : {"1", "100", "1000"}) measureRate(desk, rate, duration);
         return 0;
     } catch (const std::exception& error) {
         std::cerr << "bench_service: " << error.what() << std::endl;

@@ -1,3 +1,4 @@
+#include "lab/ctl/BusNames.h"
 #include "lab/ctl/CommandWords.h"
 #include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/Verb.h"
@@ -31,7 +32,8 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";
 
-/// Types by the catalogue, topics by the unit's connection file; on a machine without one topics are named as their types.
+/// Names of what the bus keeps, types by the catalogue, topics by the unit's connection file; on a machine without one
+/// topics are named as their types.
 orvanectl::KnownValues knownValues()
 {
     std::vector<std::string> types, topics;
@@ -42,14 +44,17 @@ orvanectl::KnownValues knownValues()
     } catch (const std::exception&) {
         topics = types;
     }
-    return {{"TOPIC", topics}, {"--type", types}};
+    std::vector<std::string> names;
+    for (const orvanectl::BusName& one : orvanectl::kBusNames)
+        if (one.isKept) names.emplace_back(one.name);
+    return {{"NAME", names}, {"TOPIC", topics}, {"--type", types}};
 }
 
 /// Its table is the tool's command line, so that it has all of the others.
 orvanectl::Verb addCompletionVerb(CLI::App& tool)
 {
-    CLI::App* const command =
-        tool.add_subcommand("completion", "Print a script that completes verbs, options, topics and types in bash.");
+    CLI::App* const command = tool.add_subcommand(
+        "completion", "Print a script that completes verbs, options, topics, types and names of the bus in bash.");
     command->footer("Examples:\n  source <(orvanectl completion)");
     return {command, [&tool] {
                 std::cout << orvanectl::bashCompletion(tool, knownValues());

@@ -212,7 +212,7 @@ TEST_F(OrvaneCtlTest, AnOptionWithoutItsValueIsNoMissingVerb)
     EXPECT_NE(result.errors.find("--socket"), std::string::npos) << result.errors;
 }
 
-TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsAndTypes)
+TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsTypesAndNamesOfTheBus)
 {
     const auto completed = [](const std::string& words, int position) {
         const Finished result =
@@ -226,6 +226,8 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsAndTypes)
     EXPECT_EQ(completed("orvanectl e", 1), "echo\n");
     EXPECT_EQ(completed("orvanectl bus wa", 2), "watch\n");
     EXPECT_EQ(completed("orvanectl bus --socket /tmp/bus watch --", 5), "--help --json --count\n");
+    EXPECT_EQ(completed("orvanectl bus last nav", 3), "navwar-sa\n");
+    EXPECT_EQ(completed("orvanectl bus watch fau", 3), "faults\n");
     EXPECT_EQ(completed("orvanectl decode frames", 2), "\n");
     EXPECT_EQ(completed("orvanectl echo UTC", 2), "UTCTime\n");
     EXPECT_EQ(completed("orvanectl pub Frames --type AssuranceS", 4), "AssuranceState\n");

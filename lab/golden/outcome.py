@@ -277,9 +277,9 @@ def dawdled(lines, start):
     last = None
     for message in records(lines, "bus"):
         if message.get("event") == "started" or message.get("tell") == "warning-messages":
-            now = message["at_ms"] / 1e3
+            now = message["at_ms"] / 1e3 - start
             if last is None:
-                late = now - start - 1.0
+                late = max(late, now - 1.0)
             elif message["type"] == "tell":
                 late = max(late, now - last - 1.0)
             last = now

@@ -148,7 +148,9 @@ def wait_until(programs, end):
 
 def set_rate(programs, rate):
     clock = programs.build / "lab/clock/lab-clock"
-    subprocess.run([clock, "rate", os.environ["ORVANE_LAB_CLOCK"], str(rate)], check=True)
+    # By the machine's own time: by that of the clock a new rate would hold from another moment on, and time would jump.
+    environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+    subprocess.run([clock, "rate", os.environ["ORVANE_LAB_CLOCK"], str(rate)], env=environment, check=True)
 
 
 def play(programs, scenario, seconds, rate, utc, requests, options):

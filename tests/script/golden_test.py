@@ -202,7 +202,8 @@ class Pace(unittest.TestCase):
         self.assertAlmostEqual(outcome.dawdled([line("service", 3.0, event="started")], START), 2.0, 3)
 
     def test_time_without_a_service_is_not_late(self):
-        told = [line("service", 0.5, event="started"), *self.warnings(1.5), line("service", 9, event="started"), *self.warnings(10)]
+        begin, again = (line("service", at, event="started") for at in (0.5, 19))
+        told = [begin, *self.warnings(1.5), again, *self.warnings(20)]
         self.assertAlmostEqual(outcome.dawdled(told, START), 0.0, 3)
 
 
@@ -533,6 +534,14 @@ class Unit(unittest.TestCase):
             self.programs.sleep(1.0)
             self.programs.sleep(0.1)
         self.assertAlmostEqual(self.programs.late, 0.4)
+
+    def test_rate_is_set_by_the_time_of_the_machine(self):
+        environment = {"LD_PRELOAD": "liblab_clock.so", "ORVANE_LAB_CLOCK": "/tmp/clock"}
+        with unittest.mock.patch.dict(unit.os.environ, environment), unittest.mock.patch.object(unit.subprocess, "run") as run:
+            unit.set_rate(self.programs, 3.5)
+        arguments, options = run.call_args
+        self.assertEqual([str(word) for word in arguments[0][1:]], ["rate", "/tmp/clock", "3.5"])
+        self.assertNotIn("LD_PRELOAD", options["env"])
 
     def test_request_may_end(self):
         self.programs.start("request0", "true")

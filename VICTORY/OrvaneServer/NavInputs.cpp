@@ -16,7 +16,6 @@ using namespace aspn2_msgs::idl;
 
 constexpr std::uint8_t kAnySource = 0;
 constexpr const char* kJoin = "attemptBlendedNavigationProcessing";
-constexpr double kFarthestApart = 1.0;  // s
 
 /// The time and another input.
 struct Pair {
@@ -112,5 +111,6 @@ bool NavInputs::belongTogether() const
                           {": UTCTime <-> 8504    deltaTov: ", apart(m_8504)}}};
     if (!m_settings.m_quiet) print(pairs, m_settings.m_serverName);
     // Not a number is too far apart too.
-    return std::all_of(pairs.begin(), pairs.end(), [](const Pair& pair) { return pair.apart < kFarthestApart; });
+    return std::all_of(pairs.begin(), pairs.end(),
+                       [](const Pair& pair) { return pair.apart < NavInputs::kFarthestApart; });
 }

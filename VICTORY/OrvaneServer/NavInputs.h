@@ -12,6 +12,7 @@
 #include "utilities/ThreadAnnotations.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -22,6 +23,12 @@
 /// meanwhile waits.
 class NavInputs {
 public:
+    /// Inputs that are so far from the time message, or farther, are not joined with it.
+    static constexpr double kFarthestApart = 1.0;  // s
+
+    /// After each pause of this length the service looks whether there is something to join.
+    static constexpr std::chrono::milliseconds kBetweenLooks{250};
+
     /// Six inputs that belong together, as they lie under the lock.
     struct Joined {
         const aspn2_msgs::idl::UTCTime& utcTime;
@@ -45,9 +52,9 @@ public:
     /// Stores the receiver's status, message 8504, as it came: it is unpacked when it is joined.
     void storeReceiver(const aspn2_msgs::idl::GSSIP& message) EXCLUDES(m_navDataMutex);
 
-    /// Calls `body`, under the lock, if all six came and each is less than 1 s from the time message; all count as used
-    /// then, also if the receiver's frame is refused, which costs the call without a word. Otherwise all stay, as they
-    /// do when `body` throws.
+    /// Calls `body`, under the lock, if all six came and each is less than `kFarthestApart` from the time message; all
+    /// count as used then, also if the receiver's frame is refused, which costs the call without a word. Otherwise all
+    /// stay, as they do when `body` throws.
     void join(const std::function<void(const Joined&)>& body) EXCLUDES(m_navDataMutex);
 
     /// How many joins there were whose body has returned, modulo 2^32. Does not wait for one that is under way.

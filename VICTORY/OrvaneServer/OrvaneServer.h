@@ -192,7 +192,7 @@ protected:
     BusService m_bus;
 
     // The worker.
-    std::chrono::milliseconds m_turnPause{250};
+    std::chrono::milliseconds m_turnPause{NavInputs::kBetweenLooks};
     StopFlag m_workerStop;
     ThreadPulse m_workerPulse;
     std::thread m_workerThread;

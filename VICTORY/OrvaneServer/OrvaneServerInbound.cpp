@@ -84,7 +84,7 @@ void OrvaneServer::cbAssuranceState(const AssuranceState& message)
 
 std::span<const std::uint8_t> OrvaneServer::wantedFrame(const GSSIP& message) const
 {
-    if (!isRunning() || !m_settings.m_gssipSourceServers.contains(sourceOf(message))) return {};
+    if (!isRunning() || !m_settings.takesFramesOf(sourceOf(message))) return {};
     return gssip::frameIn(message.data(), message.num_bytes());
 }
 

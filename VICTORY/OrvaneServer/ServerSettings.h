@@ -28,6 +28,10 @@ struct ServerSettings {
     std::uint8_t m_fusionPNTSourceServerId = 0;
     FACE::String m_gssipSourceServerSet;          ///< as the file lists them
     std::set<std::uint8_t> m_gssipSourceServers;  ///< an empty set accepts none
+
+    /// Whether frames of the receiver, or of the anti-jam sensor, are taken from that server.
+    bool takesFramesOf(std::uint8_t server) const { return m_gssipSourceServers.contains(server); }
+
     std::uint64_t m_clearDataInProgressTimeoutSeconds = 7200;
     std::uint64_t m_clearDataRequestTimeoutSeconds = 12;
     std::uint32_t m_BITtimeoutSeconds = 25;

@@ -1,5 +1,8 @@
 #include "lab/ctl/top/TopLayout.h"
 
+#include "VICTORY/OrvaneServer/NavInputs.h"
+#include "lab/ctl/top/BusBoard.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -14,7 +17,7 @@ constexpr int kMostQueues = 4;
 constexpr int kBlockRows = 6;   // of the inputs, and of the bus beside them
 constexpr int kBarColumn = 26;  // behind name, age and offset
 constexpr int kWide = 112;      // where all columns of the topics have room
-constexpr double kJoinLimit = 1.0;
+constexpr double kJoinLimit = NavInputs::kFarthestApart;
 
 const char* const kHelp[] = {
     "q        quit",

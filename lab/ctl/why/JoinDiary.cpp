@@ -3,6 +3,7 @@
 #include "ASPN/AspnHelper.h"
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 #include "VICTORY/OrvaneServer/MessageSource.h"
+#include "VICTORY/OrvaneServer/NavInputs.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +16,7 @@ using Kind = MissCause::Kind;
 
 namespace {
 
-constexpr std::chrono::milliseconds kTurn{250};    // between two looks of the service
+constexpr auto kTurn = NavInputs::kBetweenLooks;
 constexpr std::chrono::seconds kTellsWithin{1};    // after the end of an epoch
 constexpr double kSameTime = 1e-4;                 // s
 constexpr std::chrono::milliseconds kNearly{900};  // the longest that two inputs of a join are apart, but for jitter

@@ -47,7 +47,7 @@ JoinRule::JoinRule(const ServerSettings& settings)
 
 bool JoinRule::takesReport(const GSSIP& message) const
 {
-    return m_settings.m_gssipSourceServers.contains(MessageSource::sourceOf(message));
+    return m_settings.takesFramesOf(MessageSource::sourceOf(message));
 }
 
 bool JoinRule::isReport(const GSSIP& message)

@@ -6,6 +6,7 @@
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingOverview.h"
 #include "lab/ctl/record/RecordingSource.h"
+#include "lab/ctl/why/BusEntries.h"
 #include "lab/ctl/why/ServiceSettings.h"
 #include "lab/ctl/why/WhyReport.h"
 
@@ -130,9 +131,7 @@ private:
 
     void takeBusLine(mcap::Bytes text)
     {
-        const Json line = Json::parse(text, nullptr, false);
-        if (const auto runs = serviceRunsBy(line)) m_diary.setServiceRuns(*runs, m_now);
-        if (const auto second = toldSecondOf(line)) m_diary.tell(*second, m_now);
+        enterBusLine(m_diary, Json::parse(text, nullptr, false), m_now);
     }
 
     const WhyOptions& m_options;

@@ -23,13 +23,6 @@ constexpr struct {
                {"MeasurementIncorporationStatus", give<MeasurementIncorporationStatus>},
                {"AssuranceState", give<AssuranceState>}};
 
-bool isText(const Json& line, const char* key, std::string_view text)
-{
-    if (!line.is_object()) return false;
-    const auto found = line.find(key);
-    return found != line.end() && found->is_string() && found->get_ref<const std::string&>() == text;
-}
-
 }  // namespace
 
 JoinFeed::JoinFeed(const ServerSettings& settings, JoinDiary::Hearing hearing) : m_diary(settings, hearing) {}
@@ -38,18 +31,6 @@ void JoinFeed::take(const WatchedTopic& topic, const Sample& sample)
 {
     for (const auto& input : kInputs)
         if (topic.name == input.topic && topic.type->name == input.topic) input.give(m_diary, sample);
-}
-
-void JoinFeed::takeBusLine(const Json& line, Time now)
-{
-    if (isText(line, "type", "service")) m_diary.setServiceRuns(isText(line, "event", "started"), now);
-    // The one told at the start has no time: nothing was joined for it.
-    const bool isPublished = isText(line, "type", "tell") && isText(line, "tell", "blended-navigation") &&
-                             !line.contains("last") && line.contains("timeOfValidity") &&
-                             line["timeOfValidity"].is_object() && line.contains("record");
-    if (!isPublished || !line["record"].is_object()) return;
-    const auto time = line["record"].find("gpsSeconds");
-    if (time != line["record"].end() && time->is_number()) m_diary.tell(time->get<double>(), now);
 }
 
 std::string JoinFeed::text(Time now)

@@ -3,6 +3,7 @@
 
 #include "lab/ctl/BusLink.h"
 #include "lab/ctl/TopicWatch.h"
+#include "lab/ctl/why/BusEntries.h"
 #include "lab/ctl/why/Epoch.h"
 #include "lab/ctl/why/JoinDiary.h"
 
@@ -22,7 +23,7 @@ public:
     void take(const WatchedTopic& topic, const Sample& sample);
 
     /// Any line.
-    void takeBusLine(const BusLink::Json& line, Time now);
+    void takeBusLine(const BusLink::Json& line, Time now) { enterBusLine(m_diary, line, now); }
 
     /// The service has read something from the receiver's queue.
     void takeReading(Time now) { m_diary.takeReading(now); }

@@ -14,12 +14,6 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{3};  // until publishers are found
 
-std::string textIn(const Json& line, const char* name)
-{
-    const auto member = line.find(name);
-    return member != line.end() && member->is_string() ? member->get<std::string>() : "";
-}
-
 std::string jsonOf(const Epoch& epoch)
 {
     Json causes = Json::array();
@@ -60,26 +54,6 @@ void enterRecord(JoinDiary& diary, std::size_t topic, const void* record, JoinDi
     default:
         return diary.take(*static_cast<const AssuranceState*>(record), now);
     }
-}
-
-std::optional<bool> serviceRunsBy(const Json& line)
-{
-    if (!line.is_object() || textIn(line, "type") != "service") return std::nullopt;
-    return textIn(line, "phase") == "started" && textIn(line, "event") != "deleted";
-}
-
-std::optional<double> toldSecondOf(const Json& line)
-{
-    if (!line.is_object()) return std::nullopt;
-    const auto record = line.find("record");
-    // What is told at the start has no time.
-    const bool isTold = textIn(line, "tell") == "blended-navigation" && !line.contains("last") &&
-                        record != line.end() && record->is_object() && line.contains("timeOfValidity") &&
-                        !line["timeOfValidity"].is_null();
-    if (!isTold) return std::nullopt;
-    const auto time = record->find("gpsSeconds");
-    if (time == record->end() || !time->is_number()) return std::nullopt;
-    return time->get<double>();
 }
 
 void WhyReport::hearsAll()

@@ -23,12 +23,6 @@ extern const std::vector<std::string> kJoinTopics;
 /// @param record  of its type
 void enterRecord(JoinDiary& diary, std::size_t topic, const void* record, JoinDiary::Time now);
 
-/// Of a line of the bus: whether a service runs from there on; nothing if it does not tell that.
-std::optional<bool> serviceRunsBy(const Json& line);
-
-/// Of a line of the bus: the GPS second of Blended Navigation that is told by it; nothing if none is.
-std::optional<double> toldSecondOf(const Json& line);
-
 /// What a sum is told with.
 struct WhyHeard {
     bool bus = false;

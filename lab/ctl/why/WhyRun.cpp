@@ -5,6 +5,7 @@
 #include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/WatchRun.h"
+#include "lab/ctl/why/BusEntries.h"
 #include "lab/ctl/why/JoinDiary.h"
 #include "lab/ctl/why/ReceiverCopy.h"
 #include "lab/ctl/why/ServiceSettings.h"
@@ -119,12 +120,8 @@ private:
     void takeBusLines()
     {
         while (const auto text = m_bus->arrivedLine()) {
-            const Json line = Json::parse(*text, nullptr, false);
-            if (const auto runs = serviceRunsBy(line)) m_diary.setServiceRuns(*runs, Clock::now());
-            const auto second = toldSecondOf(line);
-            if (!second) continue;
             takeReadings();  // what was published was read before
-            m_diary.tell(*second, Clock::now());
+            enterBusLine(m_diary, Json::parse(*text, nullptr, false), Clock::now());
         }
         if (!m_bus->isClosed()) return;
         m_diary.setServiceRuns(false, Clock::now());

@@ -1,5 +1,7 @@
 #include "lab/ctl/why/JoinDiary.h"
 
+#include "lab/ctl/why/BusEntries.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -152,6 +154,18 @@ TEST_F(JoinDiaryTest, WhatIsPublishedIsJoined)
     good(10);
     good(11);
     EXPECT_EQ(all(12), (Lines{"10 joined", "11 joined"}));
+}
+
+TEST_F(JoinDiaryTest, AServiceRunsOnlyOnceItIsStarted)
+{
+    good(10);
+    for (const char* event : {"deleted", "created", "starting"})
+        enterBusLine(diary(), {{"type", "service"}, {"event", event}, {"phase", "started"}}, moment(10.5));
+    time(11);
+    others(11);
+    enterBusLine(diary(), {{"type", "service"}, {"event", "started"}, {"phase", "started"}}, moment(11.9));
+    good(12);
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11: no service running;", "12 joined"}));
 }
 
 TEST_F(JoinDiaryTest, AnInputThatDidNotComeIsNamed)

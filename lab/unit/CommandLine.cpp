@@ -279,6 +279,8 @@ void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_flag("--repeatable", settings.repeatable,
                   "the same seed and scenario send the same bytes: times are the planned ones, no epoch is left out");
     tool.add_option("--log", settings.log, "file that gets a line for all that is sent");
+    tool.add_option("--receiver-copy", settings.receiverCopy,
+                    "file that gets a copy of what the receiver's queue gets");
     tool.add_flag("-q,--quiet", settings.quiet, "say only what is wrong");
     tool.add_flag("-v,--verbose", settings.verbose, "a line for each epoch");
 }

@@ -50,6 +50,7 @@ void QueueFeeder::send(const aspn2_msgs::idl::GSSIP& record)
     if (!serializer.Serialize(record, bytes) || bytes.size() > kLargestPacket)
         throw std::length_error(m_device + ": a record of " + std::to_string(bytes.size()) +
                                 " bytes is longer than a packet");
+    if (m_copy) m_copy(bytes);
     for (;;) {
         const ssize_t written = write(m_descriptor, bytes.data(), bytes.size());
         if (written >= 0) {

@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
 #include <string>
+#include <utility>
 
 namespace unitsim {
 
@@ -25,6 +28,9 @@ public:
     /// Writes a record as one packet. One that is longer than `kLargestPacket` throws `std::length_error`.
     void send(const aspn2_msgs::idl::GSSIP& record);
 
+    /// Has each record's bytes given to `copy` before they are written.
+    void setCopy(std::function<void(std::span<const std::uint8_t>)> copy) { m_copy = std::move(copy); }
+
     std::uint64_t sent() const { return m_sent; }
     /// Bytes that nobody has taken yet.
     std::size_t waiting() const;
@@ -35,6 +41,7 @@ private:
     void dropOldest();
 
     std::string m_device;
+    std::function<void(std::span<const std::uint8_t>)> m_copy;
     int m_descriptor = -1;
     std::uint64_t m_sent = 0;
     std::uint64_t m_dropped = 0;

@@ -90,8 +90,9 @@ struct Settings {
 
     bool repeatable = false;  // times are the planned ones, and no epoch is left out
 
-    std::string control;  // socket that takes lines of a scenario while it runs; empty: none
-    std::string log;      // file with a line for all that is sent; empty: none
+    std::string control;       // socket that takes lines of a scenario while it runs; empty: none
+    std::string receiverCopy;  // file that gets what the receiver's queue gets; empty: none
+    std::string log;           // file with a line for all that is sent; empty: none
     bool quiet = false;
     bool verbose = false;
 };

@@ -80,12 +80,15 @@ UnitSim::UnitSim(const Settings& settings)
         m_randomThreats.emplace(settings.seed, RandomEvents::Kind::Threats, settings.threatRateHz);
     if (settings.warningRateHz > 0.0)
         m_randomWarnings.emplace(settings.seed, RandomEvents::Kind::Warnings, settings.warningRateHz);
+    if (!settings.receiverCopy.empty()) m_receiverCopy.emplace(settings.receiverCopy);
     if (feedsQueues(settings)) {
         const DeviceMap devices(settings.devices);
         const auto open = [&](const char* queue) {
             return std::make_unique<QueueFeeder>(settings.queuePrefix + std::to_string(devices.port(queue)));
         };
         m_feeder = open("ZEN_HX");
+        if (m_receiverCopy)
+            m_feeder->setCopy([this](std::span<const std::uint8_t> record) { m_receiverCopy->append(record); });
         m_otherFeeder = open("HX_ZEN");
     }
     if (settings.flags) removeFlags();

@@ -7,6 +7,7 @@
 #include "lab/unit/Navigation.h"
 #include "lab/unit/QueueFeeder.h"
 #include "lab/unit/RandomEvents.h"
+#include "lab/unit/RecordCopy.h"
 #include "lab/unit/RegisterFile.h"
 #include "lab/unit/SentLog.h"
 #include "lab/unit/Settings.h"
@@ -142,6 +143,7 @@ private:
     GpsMoment m_startTime;
     SystemClock m_clock;
     std::unique_ptr<RunningCount> m_count;  // after the registers, which it writes
+    std::optional<RecordCopy> m_receiverCopy;
     std::unique_ptr<QueueFeeder> m_feeder;
     std::unique_ptr<QueueFeeder> m_otherFeeder;  // towards the receiver; held also when nothing is sent there
     Navigation m_navigation;

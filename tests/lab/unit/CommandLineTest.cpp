@@ -191,6 +191,8 @@ TEST(CommandLineTest, EveryOtherOptionArrives)
                                     "-v",
                                     "--log",
                                     "sent",
+                                    "--receiver-copy",
+                                    "copy",
                                     "--system",
                                     "RENS"});
     EXPECT_TRUE(anyHolds(made.gpsLost, 7.9));
@@ -202,6 +204,7 @@ TEST(CommandLineTest, EveryOtherOptionArrives)
     EXPECT_FALSE(made.postAfterSeconds || made.flags || made.registers);
     EXPECT_EQ(made.clockRate, 58982401U);
     EXPECT_EQ(made.log, "sent");
+    EXPECT_EQ(made.receiverCopy, "copy");
     EXPECT_EQ(made.uptimeSeconds, 5.0);
     EXPECT_EQ(made.durationSeconds, 2.5);
     EXPECT_EQ(made.seed, 9U);

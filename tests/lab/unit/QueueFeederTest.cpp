@@ -16,6 +16,7 @@
 #include <initializer_list>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -71,6 +72,16 @@ GSSIP report(std::int64_t sequence, std::uint16_t words = 200)
 }
 
 }  // namespace
+
+TEST_F(QueueFeederTest, ACopyGetsTheSameBytes)
+{
+    QueueFeeder feeder(m_pipe);
+    std::vector<std::uint8_t> copied;
+    feeder.setCopy([&](std::span<const std::uint8_t> record) { copied.assign(record.begin(), record.end()); });
+    feeder.send(gssipRecord({0xFF, 0x81}));
+    EXPECT_EQ(copied.size(), 58u);
+    EXPECT_EQ(readOnce(), copied);
+}
 
 TEST_F(QueueFeederTest, EachReadGetsOneRecord)
 {

@@ -6,12 +6,14 @@
 #include "lab/ctl/FrameFields.h"
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/PubRecords.h"
+#include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/TopicPublisher.h"
 #include "lab/ctl/UnitClock.h"
 #include "lab/ctl/WatchRun.h"
 #include "lab/text/NearestWord.h"
 #include "lab/unit/DeviceMap.h"
 #include "lab/unit/QueueFeeder.h"
+#include "lab/unit/RecordCopy.h"
 
 #include <algorithm>
 #include <array>
@@ -27,6 +29,7 @@
 #include <memory>
 #include <optional>
 #include <poll.h>
+#include <span>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -286,10 +289,15 @@ private:
 /// room, and loses what is in it when nobody has it open any more.
 class QueueOutlet : public Outlet {
 public:
-    QueueOutlet(const PubOptions& options, const std::string& device, const EndingSignals& signals)
+    QueueOutlet(const PubOptions& options, const std::string& device, bool isReceiver, const EndingSignals& signals)
         : m_device(device), m_most(std::chrono::duration_cast<Clock::duration>(Seconds(options.waitSeconds))),
           m_feeder(device), m_signals(signals)
-    {}
+    {
+        // What the desk copies, the tools that listen to the copy are to hear from here too.
+        if (isReceiver)
+            m_feeder.setCopy(
+                [](std::span<const std::uint8_t> record) { unitsim::appendToCopy(unitsim::kReceiverCopy, record); });
+    }
 
     bool open(const PubRecord&) override
     {
@@ -341,7 +349,7 @@ public:
             m_outlet = std::make_unique<QueueOutlet>(
                 options,
                 kQueueDevices + std::to_string(unitsim::DeviceMap(options.devices).port(std::string(m_frame->queue))),
-                m_signals);
+                m_frame->queue == kReceiverQueue, m_signals);
         } else {
             m_file.emplace(options.connections);
             auto topics = std::make_unique<TopicOutlet>(options, *m_file, m_signals);

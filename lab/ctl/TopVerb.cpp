@@ -50,6 +50,10 @@ Verb addTopVerb(CLI::App& tool)
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
     command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
+    command
+        ->add_option("--receiver", options->receiver,
+                     "gets a copy of what the receiver's queue gets; else the desk's own")
+        ->type_name("PATH");
     command->add_option("--for", options->seconds, "end after so long")->check(isSeconds())->type_name("SECONDS");
     return {command, [options] { return top(*options); }};
 }

@@ -52,9 +52,10 @@ Verb addWhyVerb(CLI::App& tool)
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
     command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
-    CLI::Option* const receiver =
-        command->add_option("--receiver", options->receiver, "gets a copy of what the receiver's queue gets")
-            ->type_name("PATH");
+    CLI::Option* const receiver = command
+                                      ->add_option("--receiver", options->receiver,
+                                                   "gets a copy of what the receiver's queue gets; else the desk's own")
+                                      ->type_name("PATH");
     command->add_option("--recording", options->recording, "reads a recording in place of what is sent now")
         ->excludes(receiver)
         ->type_name("FILE");

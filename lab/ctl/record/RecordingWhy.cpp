@@ -129,10 +129,7 @@ private:
             m_diary.takeNoRecord(m_now);
     }
 
-    void takeBusLine(mcap::Bytes text)
-    {
-        enterBusLine(m_diary, Json::parse(text, nullptr, false), m_now);
-    }
+    void takeBusLine(mcap::Bytes text) { enterBusLine(m_diary, Json::parse(text, nullptr, false), m_now); }
 
     const WhyOptions& m_options;
     const std::string m_receiverTopic = std::string(recording::kQueue) + kReceiverQueue;

@@ -28,6 +28,9 @@ public:
     /// The service has read something from the receiver's queue.
     void takeReading(Time now) { m_diary.takeReading(now); }
 
+    /// What is heard of single inputs; what the receiver's queue gets may be entered there.
+    JoinDiary& diary() { return m_diary; }
+
     /// The bus is gone, and with it the service.
     void takeBusGone(Time now) { m_diary.setServiceRuns(false, now); }
 

@@ -34,6 +34,7 @@ const char* const kHelp[] = {
     "         beyond 1 s to either side nothing is joined",
     "written  records put into a queue since the start, taken: out of it, as seen",
     "         from outside: nothing is read, and several at once may count as one",
+    "refused  8504 that the service doesn't take, where a copy of them is heard",
     "faults   events of the service that tell of trouble with that queue",
 };
 
@@ -244,6 +245,7 @@ std::string queueText(const QueueRow& queue)
 }
 
 /// Both states; where they are too long, each has its half.
+    if (queue.refused) text += "  refused " + std::to_string(*queue.refused);
 std::string stateText(const TopView& view, int width)
 {
     const std::string clearData = "clear data: " + view.clearData, between = "  |  ";

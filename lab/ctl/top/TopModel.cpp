@@ -28,7 +28,9 @@ constexpr struct {
                {"AssuranceState", "Assurance"}};
 constexpr std::size_t kTimeInput = 0;
 
-constexpr const char* kReceiverName = "8504/queue";
+constexpr std::size_t kReceiverInput = std::size(kInputs);
+constexpr const char* kHeardReceiver = "8504";
+constexpr const char* kReadReceiver = "8504/queue";
 
 std::optional<std::size_t> inputOf(const WatchedTopic& topic)
 {
@@ -132,6 +134,13 @@ void TopModel::takeEvent(const Sample& sample)
     if (m_events.size() > kMostEvents) m_events.pop_front();
 }
 
+void TopModel::setReceiver(const std::optional<JoinDiary::InputState>& receiver)
+{
+    const bool isNew = receiver && receiver->taken > 0 && (!m_receiver || receiver->taken != m_receiver->taken);
+    m_receiver = receiver;
+    if (isNew) m_offsets.take(kReceiverInput, receiver->header, *receiver->arrived);
+}
+
 void TopModel::setProcess(const std::optional<ProcessReading>& reading, Time now)
 {
     if (!reading || !m_process || reading->id != m_process->id) m_cpu.clear();
@@ -187,8 +196,12 @@ std::vector<InputRow> TopModel::inputRows(Time now) const
             if (inputOf(m_topics[topic]) == input) row.ageSeconds = ageOf(m_statistics[topic].last(), now);
         rows.push_back(row);
     }
+    if (m_receiver) {
+        rows.push_back({kHeardReceiver, ageOf(m_receiver->arrived, now), m_offsets.of(kReceiverInput)});
+        return rows;
+    }
     // What is in it is the service's to read: all that is seen is that it did.
-    rows.push_back({kReceiverName, std::nullopt, std::nullopt});
+    rows.push_back({kReadReceiver, std::nullopt, std::nullopt});
     for (std::size_t queue = 0; queue < m_queues.size(); ++queue)
         if (m_queues[queue].name == kReceiverQueue) rows.back().ageSeconds = ageOf(m_readings[queue].lastTaken, now);
     return rows;
@@ -199,8 +212,11 @@ std::vector<QueueRow> TopModel::queueRows(Time now) const
     std::vector<QueueRow> rows;
     for (std::size_t queue = 0; queue < m_queues.size(); ++queue) {
         const QueueReading& reading = m_readings[queue];
+        const bool isHeard = m_receiver && m_queues[queue].name == kReceiverQueue;
+        const auto refused = isHeard ? std::optional(m_receiver->refused + m_receiver->broken) : std::nullopt;
         rows.push_back({m_queues[queue].name, m_queues[queue].device, reading.isThere, reading.written, reading.taken,
-                        reading.waitingBytes, ageOf(reading.lastTaken, now), reading.holders, m_queueFaults[queue]});
+                        reading.waitingBytes, ageOf(reading.lastTaken, now), reading.holders, m_queueFaults[queue],
+                        refused});
     }
     return rows;
 }

@@ -7,6 +7,7 @@
 #include "lab/ctl/top/BusBoard.h"
 #include "lab/ctl/top/InputOffsets.h"
 #include "lab/ctl/top/TopView.h"
+#include "lab/ctl/why/JoinDiary.h"
 
 #include <deque>
 #include <optional>
@@ -31,6 +32,8 @@ public:
     void takeBusLine(const Json& line, Time now) { m_bus.take(line, now, m_notes); }
     void setBus(const std::string& state) { m_bus.setState(state); }
     void setQueue(std::size_t queue, const QueueReading& reading) { m_readings.at(queue) = reading; }
+    /// What is heard of the receiver's queue; nothing without a copy of it.
+    void setReceiver(const std::optional<JoinDiary::InputState>& receiver);
     void setProcess(const std::optional<ProcessReading>& reading, Time now);
     void setJoin(const std::string& text) { m_join = text; }
 
@@ -60,6 +63,7 @@ private:
     std::vector<QueueReading> m_readings;
     std::vector<std::uint64_t> m_queueFaults;
     InputOffsets m_offsets;
+    std::optional<JoinDiary::InputState> m_receiver;
     BusBoard m_bus;
     BusNotes m_notes;
     std::string m_join;

@@ -34,7 +34,7 @@ std::vector<std::string> linesOf(const std::string& text)
 class TopRun {
 public:
     explicit TopRun(const TopOptions& options)
-        : m_options(options), m_feed(options.file, options.socket), m_ui(m_feed.topics().size()),
+        : m_options(options), m_feed(options.file, options.socket, options.receiver), m_ui(m_feed.topics().size()),
           m_view(m_feed.view(m_start)), m_screen(options.hasColours)
     {
         m_ending.beforeDefault(TopScreen::giveBack);

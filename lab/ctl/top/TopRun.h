@@ -9,7 +9,8 @@ namespace orvanectl {
 struct TopOptions {
     std::string file = "/opt/halvex/config/OrvaneServer.xml";  ///< the service's own settings
     std::string socket;                                        ///< of the bus; empty: there is none
-    double seconds = 0;                                        ///< to run; 0 has no end
+    std::string receiver;  ///< a copy of the receiver's queue; empty: the lab's own, if there is one
+    double seconds = 0;    ///< to run; 0 has no end
     bool hasColours = true;
 };
 

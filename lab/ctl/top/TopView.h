@@ -51,8 +51,9 @@ struct QueueRow {
     std::uint64_t taken = 0;    ///< likewise
     std::optional<std::uint64_t> waitingBytes;
     std::optional<double> takenAgeSeconds;
-    std::string holders;       ///< "OrvaneServer r, unit-sim rw"
-    std::uint64_t faults = 0;  ///< events of the service that tell of one with it
+    std::string holders;                                  ///< "OrvaneServer r, unit-sim rw"
+    std::uint64_t faults = 0;                             ///< events of the service that tell of one with it
+    std::optional<std::uint64_t> refused = std::nullopt;  ///< 8504 that the service doesn't take; if they are heard
 };
 
 struct ProcessRow {

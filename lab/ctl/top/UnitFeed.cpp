@@ -14,12 +14,12 @@ constexpr const char* kProcess = "OrvaneServer";
 
 }  // namespace
 
-UnitFeed::UnitFeed(const std::string& file, const std::string& socket)
+UnitFeed::UnitFeed(const std::string& file, const std::string& socket, const std::string& receiver)
     : m_hasBus(!socket.empty()), m_settings(serviceSettings(file)), m_file(FACE::textOf(m_settings.m_connectionsFile)),
       m_watch(m_file, chooseTopics(m_file, {}, ""), {}), m_taps(queuesOf(m_settings)), m_bus(socket),
       m_model(m_watch.topics(), m_taps.queues(), TopicStatistics::Clock::now()),
-      m_joins(m_settings, {.bus = m_hasBus, .queue = isReceiverThere()}), m_processLook(kProcessLook),
-      m_queueLook(kQueueLook)
+      m_joins(m_settings, {.bus = m_hasBus, .receiver = !receiver.empty(), .queue = isReceiverThere()}),
+      m_receiver(receiver, m_joins.diary()), m_processLook(kProcessLook), m_queueLook(kQueueLook)
 {}
 
 UnitFeed::News UnitFeed::hear(Time now)
@@ -45,6 +45,7 @@ bool UnitFeed::isReceiverThere() const
 
 void UnitFeed::hearQueues(Time now)
 {
+    m_receiver.take(now);
     m_taps.count(now);
     if (const auto receiver = m_taps.numberOf(kReceiverQueue); receiver && m_taps.reading(*receiver).lastTaken == now)
         m_joins.takeReading(now);
@@ -68,6 +69,8 @@ std::vector<BusLink::Json> UnitFeed::hearBus(Time now)
 TopView UnitFeed::view(Time now)
 {
     m_model.setJoin(m_joins.text(now));
+    const JoinDiary& diary = m_joins.diary();
+    m_model.setReceiver(diary.isReceiverHeard() ? std::optional(diary.input(JoinInput::Receiver)) : std::nullopt);
     for (std::size_t topic = 0; topic < m_watch.topics().size(); ++topic)
         m_model.setPublishers(topic, m_watch.publishersOf(topic));
     for (std::size_t queue = 0; queue < m_taps.queues().size(); ++queue) m_model.setQueue(queue, m_taps.reading(queue));

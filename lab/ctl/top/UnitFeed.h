@@ -6,6 +6,7 @@
 #include "lab/ctl/top/BusFeed.h"
 #include "lab/ctl/top/JoinFeed.h"
 #include "lab/ctl/top/TopModel.h"
+#include "lab/ctl/why/ReceiverCopy.h"
 
 #include <array>
 #include <chrono>
@@ -46,9 +47,10 @@ public:
     };
 
     /// Throws `std::runtime_error` for a file, or a participant of DDS, that can't be had.
-    /// @param file    the service's top-level file
-    /// @param socket  of the bus; empty: there is none
-    UnitFeed(const std::string& file, const std::string& socket);
+    /// @param file      the service's top-level file
+    /// @param socket    of the bus; empty: there is none
+    /// @param receiver  a copy of what the receiver's queue gets; empty: the lab's own, whenever there is one
+    UnitFeed(const std::string& file, const std::string& socket, const std::string& receiver = "");
 
     const std::vector<WatchedTopic>& topics() const { return m_watch.topics(); }
 
@@ -80,6 +82,7 @@ private:
     BusFeed m_bus;
     TopModel m_model;
     JoinFeed m_joins;
+    ReceiverCopy m_receiver;
     Every m_processLook;
     Every m_queueLook;
 };

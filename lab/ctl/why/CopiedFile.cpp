@@ -29,7 +29,7 @@ bool isFollowed(int file)
 
 }  // namespace
 
-CopiedFile::CopiedFile(const std::string& path) : m_file(-1)
+CopiedFile::CopiedFile(const std::string& path) : m_path(path), m_file(-1)
 {
     if (resolved(path).starts_with(kQueues))
         throw std::runtime_error(path +
@@ -44,6 +44,19 @@ CopiedFile::CopiedFile(const std::string& path) : m_file(-1)
 CopiedFile::~CopiedFile()
 {
     ::close(m_file);
+}
+
+void CopiedFile::skip() const
+{
+    ::lseek(m_file, 0, SEEK_END);
+}
+
+bool CopiedFile::isReplaced() const
+{
+    struct stat here {
+    }, there{};
+    return ::fstat(m_file, &here) != 0 || ::stat(m_path.c_str(), &there) != 0 || here.st_ino != there.st_ino ||
+           here.st_dev != there.st_dev;
 }
 
 std::span<const std::uint8_t> CopiedFile::read(std::span<std::uint8_t> into) const

@@ -17,10 +17,17 @@ public:
     CopiedFile(const CopiedFile&) = delete;
     CopiedFile& operator=(const CopiedFile&) = delete;
 
+    /// Passes over what stands in the file; nothing of a pipe.
+    void skip() const;
+
+    /// Whether another file, or none, stands at the path now.
+    bool isReplaced() const;
+
     /// What has come since the last call, up to the size of `into`; empty if nothing has.
     std::span<const std::uint8_t> read(std::span<std::uint8_t> into) const;
 
 private:
+    const std::string m_path;
     int m_file;
 };
 

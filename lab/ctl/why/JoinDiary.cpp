@@ -80,7 +80,10 @@ void JoinDiary::take(const GSSIP& message, Time now)
 {
     if (!JoinRule::isReport(message)) return;
     takeTopic(JoinInput::Receiver, message, now);
-    if (m_rule.takes(message)) heard(JoinInput::Receiver).isWhole = m_rule.isFrame(message);
+    if (!m_rule.takes(message)) return;
+    Heard& receiver = heard(JoinInput::Receiver);
+    receiver.isWhole = m_rule.isFrame(message);
+    if (!receiver.isWhole) ++receiver.state.broken;
 }
 
 void JoinDiary::takeNoRecord(Time now)
@@ -91,6 +94,18 @@ void JoinDiary::takeNoRecord(Time now)
     receiver.isWhole = false;
     receiver.header = m_time;
     receiver.state.arrived = m_now;
+    ++receiver.state.broken;
+}
+
+void JoinDiary::setReceiverHeard(bool isHeard, Time now)
+{
+    pass(now);
+    if (m_hearing.receiver == isHeard) return;
+    m_hearing.receiver = isHeard;
+    // What was only read, or was heard before, tells nothing of what comes now.
+    heard(JoinInput::Receiver) = {};
+    m_span = {};
+    m_best.reset();
 }
 
 void JoinDiary::takeReading(Time now)
@@ -352,6 +367,7 @@ JoinDiary::InputState JoinDiary::input(JoinInput input) const
 {
     const Heard& heard = this->heard(input);
     InputState state = heard.state;
+    state.header = heard.header;
     const bool isTimed = heard.state.arrived && heard.state.taken > 0 && this->heard(JoinInput::UtcTime).state.arrived;
     if (input != JoinInput::UtcTime && isTimed) state.behind = ASPN2::deltaTov(m_time, heard.header);
     return state;

@@ -45,6 +45,8 @@ public:
         double behind = std::numeric_limits<double>::quiet_NaN();  ///< s, how much older it is than the time message
         std::uint64_t taken = 0;
         std::uint64_t refused = 0;
+        std::uint64_t broken = 0;          ///< of the receiver: what can't be unpacked
+        aspn2_msgs::idl::header header{};  ///< of the latest that was not refused
     };
 
     JoinDiary(const ServerSettings& settings, Hearing hearing);
@@ -66,6 +68,10 @@ public:
 
     /// @param gpsSeconds  of the record that was published
     void tell(double gpsSeconds, Time now);
+
+    /// Whether the receiver is heard from now on, whatever was so before.
+    void setReceiverHeard(bool isHeard, Time now);
+    bool isReceiverHeard() const { return m_hearing.receiver; }
 
     /// Whether the bus has a service that runs; so it is until this says otherwise.
     void setServiceRuns(bool runs, Time now);
@@ -131,7 +137,7 @@ private:
     std::string refusedServers(const Heard& heard, Time since) const;
 
     JoinRule m_rule;
-    const Hearing m_hearing;
+    Hearing m_hearing;
     std::array<Heard, kJoinInputs> m_heard;
     Time m_now = Time::min();
     Time m_firstLook = Time::min();

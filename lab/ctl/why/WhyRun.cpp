@@ -45,7 +45,6 @@ public:
           m_report(output, options.all, options.json, Clock::now())
     {
         if (!options.socket.empty()) m_bus.emplace(options.socket);
-        if (!options.receiver.empty()) m_receiver.emplace(options.receiver, m_diary);
         m_signals.listen();
         m_report.progress("listens");
     }
@@ -65,7 +64,7 @@ public:
         takeAll();
         const auto silence = m_diary.silence(Clock::now());
         m_report.show(m_diary.end(Clock::now()));
-        m_report.printSum({!m_options.socket.empty(), !m_options.receiver.empty(),
+        m_report.printSum({!m_options.socket.empty(), m_diary.isReceiverHeard(),
                            m_queue.numberOf(kReceiverQueue).has_value(), unheard(), "nobody publishes ",
                            m_watch.samples().leftOut(), " records came too fast and were left out"},
                           silence);
@@ -85,7 +84,6 @@ private:
     {
         for (const Sample& sample : m_watch.samples().take())
             enterRecord(m_diary, sample.topic, sample.record.get(), sample.arrival.time);
-        if (m_receiver) m_receiver->take(Clock::now());
         takeReadings();
         if (m_options.socket.empty()) return;
         if (!m_bus) findBus();
@@ -94,6 +92,7 @@ private:
 
     void takeReadings()
     {
+        m_receiver.take(Clock::now());
         if (m_queue.queues().empty()) return;
         const auto now = Clock::now();
         if (now >= m_nextFollow) {
@@ -152,7 +151,7 @@ private:
     const ConnectionFile m_file;
     mutable TopicWatch m_watch;
     std::optional<BusLink> m_bus;
-    std::optional<ReceiverCopy> m_receiver;
+    ReceiverCopy m_receiver{m_options.receiver, m_diary};
     Clock::time_point m_nextTry;
     Clock::time_point m_nextFollow;
     bool m_areAllHeard = false;

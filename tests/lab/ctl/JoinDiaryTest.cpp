@@ -491,6 +491,32 @@ TEST_F(JoinDiaryWithReceiverTest, AnotherMessageOfTheQueueIsPassedOver)
     EXPECT_EQ(all(12), (Lines{"10 joined", "11: no 8504;"}));
 }
 
+TEST_F(JoinDiaryWithQueueTest, OnceTheReceiverIsHeardItsReportsCount)
+{
+    good(10);
+    diary().setReceiverHeard(true, moment(10.9));
+    diary().take(report(11), moment(11));
+    JoinDiaryTest::good(11);
+    time(12);
+    others(12);
+    read(12.01);
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11 joined", "12: no 8504;"}));
+}
+
+TEST_F(JoinDiaryWithReceiverTest, WhatIsRefusedOrBrokenIsCounted)
+{
+    good(10);
+    diary().take(report(11, 20), moment(11));
+    auto foreign = report(12);
+    foreign.header().device_id(kNavigator);
+    diary().take(foreign, moment(12));
+    const auto receiver = diary().input(JoinInput::Receiver);
+    EXPECT_EQ(receiver.taken, 2u);
+    EXPECT_EQ(receiver.refused, 1u);
+    EXPECT_EQ(receiver.broken, 1u);
+    EXPECT_EQ(receiver.header.timestamp_valid().sec(), 11);
+}
+
 TEST_F(JoinDiaryWithQueueTest, AQueueThatIsNotReadHasNoReport)
 {
     good(10);

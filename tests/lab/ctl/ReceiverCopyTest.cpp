@@ -77,6 +77,46 @@ TEST_F(ReceiverCopyTest, BehindWhatIsNoRecordTheNextPieceIsRead)
     EXPECT_EQ(taken(), 1u);
 }
 
+TEST_F(ReceiverCopyTest, AFileThatReplacesAnotherIsReadBehindIt)
+{
+    write(report());
+    ReceiverCopy copy(path, diary);
+    copy.take(now);
+    write(report());
+    std::filesystem::rename(path, path + ".old");
+    write(report() + report());
+    copy.take(now + std::chrono::seconds(1));
+    EXPECT_EQ(taken(), 4u);
+    std::filesystem::remove(path + ".old");
+}
+
+TEST_F(ReceiverCopyTest, TheLabsOwnIsHeardWhileItIsThere)
+{
+    JoinDiary deaf{settings(), {true, false}};
+    ReceiverCopy copy("", deaf, path);
+    copy.take(now);
+    EXPECT_FALSE(deaf.isReceiverHeard());
+    write(report());
+    copy.take(now + std::chrono::seconds(1));
+    EXPECT_TRUE(deaf.isReceiverHeard());
+    EXPECT_EQ(deaf.input(JoinInput::Receiver).taken, 1u);
+    std::filesystem::remove(path);
+    copy.take(now + std::chrono::seconds(2));
+    EXPECT_FALSE(deaf.isReceiverHeard());
+}
+
+TEST_F(ReceiverCopyTest, WhatStoodInTheLabsOwnBeforeIsPassedOver)
+{
+    write(report());
+    JoinDiary deaf{settings(), {true, false}};
+    ReceiverCopy copy("", deaf, path);
+    copy.take(now);
+    EXPECT_EQ(deaf.input(JoinInput::Receiver).taken, 0u);
+    write(report());
+    copy.take(now);
+    EXPECT_EQ(deaf.input(JoinInput::Receiver).taken, 1u);
+}
+
 TEST_F(ReceiverCopyTest, AQueueItselfIsRefused)
 {
     EXPECT_EQ(refusal("/dev/mcs5"),

@@ -139,6 +139,24 @@ TEST_F(TopModelTest, TheReceiversAgeIsThatOfWhatWasTakenFromItsQueue)
     EXPECT_EQ(view.queues[0].taken, 3U);
 }
 
+TEST_F(TopModelTest, AReceiverThatIsHeardHasAnOffsetAndRefusals)
+{
+    take(kUtc, 1000, validAt<UTCTime>(11));
+    JoinDiary::InputState receiver;
+    receiver.arrived = at(1010);
+    receiver.taken = 5;
+    receiver.refused = 2;
+    receiver.broken = 1;
+    receiver.header.timestamp_valid().sec(10);
+    model.setReceiver(receiver);
+    const TopView view = model.view(at(1510));
+    EXPECT_EQ(view.inputs[5].name, "8504");
+    EXPECT_DOUBLE_EQ(*view.inputs[5].ageSeconds, 0.5);
+    EXPECT_DOUBLE_EQ(*view.inputs[5].offsetSeconds, -1.0);
+    EXPECT_EQ(view.queues[0].refused, 3U);
+    EXPECT_FALSE(view.queues[1].refused);
+}
+
 TEST_F(TopModelTest, AnEventIsALine)
 {
     takeEvent(0, "OrvaneServer started.\x1B[2J");

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
@@ -98,6 +99,44 @@ struct WhyVerbTest : testing::Test {
     {
         nextSecond();
         rest();
+        ASSERT_TRUE(desk.awaitTurns());
+    }
+
+    /// What is done with each input of a second.
+    enum class How { Good, Absent, Late, Early, Foreign, Broken };
+    struct Second {
+        How time = How::Good, pva = How::Good, pnt = How::Good, mis = How::Good, assurance = How::Good,
+            receiver = How::Good;
+    };
+
+    /// Sends a message unless it is to be absent.
+    template <class Message>
+    void sendAs(How how, Message& message, const std::function<void()>& send) const
+    {
+        constexpr std::uint8_t kUnwanted = 97;
+        validAt(message, second);
+        if (how == How::Late) validAt(message, second - 2, 800'000'000);
+        if (how == How::Early) validAt(message, second + 1, 200'000'000);
+        const auto device = message.header().device_id();
+        if (how == How::Foreign) message.header().device_id(deviceId(kUnwanted));
+        if (how != How::Absent) send();
+        message.header().device_id(device);
+    }
+
+    /// The next second, with what is wrong with it; the service has looked at it then.
+    /// @param isPublished  what the service must do with it
+    void sendSecond(const Second& what, bool isPublished)
+    {
+        ++second;
+        inputs.utcTime.gps_tow_sec(static_cast<std::int32_t>(second));
+        sendAs(what.time, inputs.utcTime, [this] { inputs.sendUtcTime(); });
+        sendAs(what.pva, inputs.pva, [this] { inputs.sendPva(); });
+        sendAs(what.pnt, inputs.pnt, [this] { inputs.sendPnt(); });
+        sendAs(what.mis, inputs.mis, [this] { inputs.sendMis(); });
+        sendAs(what.assurance, inputs.assurance, [this] { inputs.sendAssurance(); });
+        sendAs(what.receiver, inputs.receiver, [&] { sendReceiver(what.receiver == How::Broken ? 2 : 0); });
+        if (isPublished)
+            bus->awaitTell(kBlended, [this](const Json& tell) { return tell.at("record").at("gpsSeconds") == second; });
         ASSERT_TRUE(desk.awaitTurns());
     }
 
@@ -204,6 +243,65 @@ TEST_F(WhyVerbTest, WithoutABusItTellsWhatTheServiceCouldHaveJoined)
     bad(all);
     EXPECT_THAT(end(), ElementsAre("1 joined", "2 no HalvexPNT", "3 joined"));
     EXPECT_EQ(published(), 2u);
+}
+
+TEST_F(WhyVerbTest, ByTheRuleAloneItTellsTheSecondsThatTheServicePublishes)
+{
+    // Only from this source; of an assurance state any is taken.
+    for (const char* const key : {"PARAM_3", "PARAM_4", "PARAM_6", "PARAM_7"}) desk.set(key, "96");
+    begin({"--receiver", kCopy, "--all"});
+    constexpr auto Absent = How::Absent, Late = How::Late, Early = How::Early, Foreign = How::Foreign;
+    // What is late comes behind a second that is published: no other input is left that it would fit.
+    sendSecond({}, true);
+    sendSecond({.pva = Late}, false);
+    sendSecond({.pva = Absent}, false);
+    sendSecond({.pva = Foreign}, false);
+    sendSecond({}, true);
+    sendSecond({.pnt = Late}, false);
+    sendSecond({.pnt = Foreign}, false);
+    sendSecond({.pnt = Early}, false);
+    sendSecond({.pnt = Absent}, true);  // the early one is of this second
+    sendSecond({.assurance = Late}, false);
+    sendSecond({.mis = Absent}, false);
+    sendSecond({.mis = Foreign}, false);
+    sendSecond({.assurance = Foreign}, true);
+    sendSecond({.receiver = Late}, false);
+    sendSecond({.receiver = Absent}, false);
+    sendSecond({.receiver = Foreign}, false);
+    sendSecond({.receiver = How::Broken}, false);
+    sendSecond({}, true);
+    sendSecond({.time = Foreign}, false);
+    sendSecond({}, true);
+    sendSecond({.time = Late}, false);
+    sendSecond({}, true);
+    sendSecond({.pva = Absent, .pnt = Late}, false);
+    sendSecond({}, true);
+    EXPECT_EQ(published(), 8u);
+    EXPECT_THAT(
+        end(),
+        ElementsAre("1 joined", "2 PositionVelocityAttitude 1.2 s late", "3 no PositionVelocityAttitude",
+                    "4 PositionVelocityAttitude refused, from pilServer", "5 joined", "6 HalvexPNT 1.2 s late",
+                    "7 HalvexPNT refused, from pilServer", "8 HalvexPNT 1.2 s early", "9 joined",
+                    "10 AssuranceState 1.2 s late", "11 no MeasurementIncorporationStatus",
+                    "12 MeasurementIncorporationStatus refused, from pilServer", "13 joined", "14 8504 1.2 s late",
+                    "15 no 8504", "16 8504 refused, from pilServer", "17 8504 not a frame", "18 joined",
+                    "19 UTCTime refused, from pilServer", "20 joined",
+                    "21 PositionVelocityAttitude 1.2 s early HalvexPNT 1.2 s early MeasurementIncorporationStatus 1.2 "
+                    "s early AssuranceState 1.2 s early 8504 1.2 s early",
+                    "22 joined", "23 no PositionVelocityAttitude HalvexPNT 1.2 s late", "24 joined"));
+}
+
+TEST_F(WhyVerbTest, TheDesksOwnCopyIsFound)
+{
+    std::filesystem::create_directory("/tmp/desk");
+    begin({"--socket", "/tmp/bus", "--all"});
+    std::filesystem::create_hard_link(kCopy, "/tmp/desk/receiver");
+    ASSERT_TRUE(eventually([this] {
+        bad([this] { inputs.sendPnt(); });
+        return why->output().find("\"no 8504\"") != std::string::npos;
+    })) << why->output();
+    end();
+    EXPECT_EQ(sum["receiver"], true);
 }
 
 TEST_F(WhyVerbTest, AServiceThatEndsIsTheCause)

@@ -26,8 +26,8 @@ const char* const kHelp[] = {
     "s        sort topics by the next of: file, name, rate, age, gaps",
     "r        reverse the order",
     "up down  mark another topic, or scroll its fields (k j)",
+    "[ ]      scroll the names of the bus, or the fields by the page (PgUp PgDn)",
     "e enter  the marked topic's latest record with all fields, live; Esc leaves",
-    "",
     "JITTER   standard deviation of the intervals of the last ten seconds",
     "GAPS     places where sequence numbers of a source are missing",
     "OFFSET   time of validity minus that of the UTCTime beside it;",
@@ -214,23 +214,28 @@ int putInputs(Canvas& canvas, int top, const TopView& view)
 }
 
 /// The bus, right of the inputs, in so many rows below its heading.
-void putGroups(Canvas& canvas, int top, int left, int rows, const TopView& view)
+/// @param first  name that is shown, if they have no room
+void putGroups(Canvas& canvas, int top, int left, int rows, const TopView& view, std::size_t first)
 {
     const int name = canvas.width() - left - 15;
     canvas.put(top, left, leftCell("BUS " + view.bus, name) + rightCell("COUNT", 6) + rightCell("LAST UTC", 9),
                Style::Heading);
     const auto count = static_cast<int>(view.groups.size());
     const int shown = count > rows ? rows - 1 : count;
-    int row = top;
-    for (const GroupRow& group : view.groups) {
-        if (++row > top + shown) break;
+    const int from = std::min(static_cast<int>(std::min<std::size_t>(first, BusBoard::kMostNames)), count - shown);
+    for (int i = 0; i < shown; ++i) {
+        const GroupRow& group = view.groups[static_cast<std::size_t>(from + i)];
+        const int row = top + 1 + i;
         const std::string listed = group.listed ? " [" + std::to_string(*group.listed) + ']' : "";
         canvas.put(row, left,
                    leftCell(group.name + listed, name) + rightCell(std::to_string(group.count), 6) +
                        rightCell(group.last.empty() ? "-" : group.last, 9));
     }
     if (shown < count)
-        canvas.put(top + rows, left, leftCell("and " + std::to_string(count - shown) + " more", name + 15),
+        canvas.put(top + rows, left,
+                   leftCell(std::to_string(from + 1) + '-' + std::to_string(from + shown) + " of " +
+                                std::to_string(count) + ", PgUp PgDn",
+                            name + 15),
                    Style::Faint);
 }
 
@@ -240,12 +245,12 @@ std::string queueText(const QueueRow& queue)
     if (!queue.isThere) return name + "  can't be watched";
     std::string text = name + "  written " + std::to_string(queue.written) + "  taken " + std::to_string(queue.taken);
     if (queue.waitingBytes) text += "  waiting " + std::to_string(*queue.waitingBytes) + " B";
+    if (queue.refused) text += "  refused " + std::to_string(*queue.refused);
     return text + "  faults " + std::to_string(queue.faults) + "  " +
            (queue.holders.empty() ? "open nowhere" : queue.holders);
 }
 
 /// Both states; where they are too long, each has its half.
-    if (queue.refused) text += "  refused " + std::to_string(*queue.refused);
 std::string stateText(const TopView& view, int width)
 {
     const std::string clearData = "clear data: " + view.clearData, between = "  |  ";
@@ -268,27 +273,38 @@ Canvas tooSmall(int width, int height, int leastHeight)
     return canvas;
 }
 
-Canvas overview(const TopView& view, const TopUi& ui, int width, int height)
+/// Rows of the parts of the overview.
+struct Rows {
+    int queues;
+    int topics;
+    int groups;  // of the inputs, too
+    int least;   // of a window that has room
+};
+
+Rows rowsOf(const TopView& view, int height)
 {
     const int queues = std::min(static_cast<int>(view.queues.size()), kMostQueues);
     // Title, states, heading of the topics, the block with its heading, join, queues, an event.
     const int others = 3 + 1 + kBlockRows + 1 + queues + 1;
-    if (width < kNarrowest || height < others + kLeastTopics) return tooSmall(width, height, others + kLeastTopics);
-    Canvas canvas(width, height);
-    int spare = canvas.height() - others;
+    const int spare = std::max(std::min(height, Canvas::kMost) - others, kLeastTopics);
     const int topics = std::min(spare, std::max(static_cast<int>(view.topics.size()), kLeastTopics));
-    spare -= topics;
-    const int moreGroups = std::clamp(static_cast<int>(view.groups.size()) - kBlockRows, 0, spare);
-    spare -= moreGroups;
+    const int more = std::clamp(static_cast<int>(view.groups.size()) - kBlockRows, 0, spare - topics);
+    return {queues, topics, kBlockRows + more, others + kLeastTopics};
+}
 
+Canvas overview(const TopView& view, const TopUi& ui, int width, int height)
+{
+    const auto [queues, topics, groups, least] = rowsOf(view, height);
+    if (width < kNarrowest || height < least) return tooSmall(width, height, least);
+    Canvas canvas(width, height);
     putTitle(canvas, view, ui);
     putLine(canvas, 1, stateText(view, canvas.width()));
     putTopics(canvas, 2, topics, view, ui);
     int row = 3 + topics;
     canvas.paint(row, Style::Heading);
     const int left = putInputs(canvas, row, view) + 1;
-    putGroups(canvas, row, left, kBlockRows + moreGroups, view);
-    row += 1 + kBlockRows + moreGroups;
+    putGroups(canvas, row, left, groups, view, ui.firstGroup());
+    row += 1 + groups;
     putLine(canvas, row++, view.join);
     for (int i = 0; i < queues; ++i) {
         const QueueRow& queue = view.queues[static_cast<std::size_t>(i)];
@@ -319,7 +335,7 @@ Canvas helpPage(const TopView& view, const TopUi& ui, int width, int height)
 {
     Canvas canvas(width, height);
     putTitle(canvas, view, ui);
-    int row = 2;
+    int row = 1;
     for (const char* const line : kHelp) putLine(canvas, row++, line);
     return canvas;
 }
@@ -337,6 +353,12 @@ std::string offsetBar(double seconds, int width)
     if (end != 0) bar[static_cast<std::size_t>(half + end)] = '#';
     if (std::fabs(seconds) >= kJoinLimit) bar[static_cast<std::size_t>(half + end)] = seconds > 0 ? '>' : '<';
     return bar;
+}
+
+int groupLinesOf(const TopView& view, int height)
+{
+    const int rows = rowsOf(view, height).groups, count = static_cast<int>(view.groups.size());
+    return count > rows ? rows - 1 : count;
 }
 
 int fieldLinesOf(int height)

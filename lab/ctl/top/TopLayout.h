@@ -18,6 +18,9 @@ Canvas layOut(const TopView& view, const TopUi& ui, const std::vector<std::strin
 /// How many lines of fields a window of that height shows.
 int fieldLinesOf(int height);
 
+/// How many names of the bus a window of that height shows at once.
+int groupLinesOf(const TopView& view, int height);
+
 /// A line with the middle marked, and how far `seconds` is from it, up to 1 s to either side; what is 1 s or more away,
 /// which can't be joined, ends in '<' or '>'.
 /// @param width  odd, 3 at the least

@@ -78,6 +78,8 @@ private:
         const std::vector<std::string> fields = m_ui.page() == TopUi::Page::Fields ? fieldsOfMarked() : linesOf("");
         const std::size_t room = static_cast<std::size_t>(fieldLinesOf(m_screen.height()));
         m_ui.limitFirstLine(fields.size() > room ? fields.size() - room : 0);
+        const auto names = static_cast<std::size_t>(groupLinesOf(m_view, m_screen.height()));
+        m_ui.limitFirstGroup(m_view.groups.size() - std::min(m_view.groups.size(), names));
         m_screen.show(layOut(m_view, m_ui, fields, m_screen.width(), m_screen.height()));
     }
 

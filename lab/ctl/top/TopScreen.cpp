@@ -119,6 +119,12 @@ Key keyOf(int typed)
     case KEY_DOWN:
     case 'j':
         return Key::Down;
+    case KEY_PPAGE:
+    case '[':
+        return Key::PageUp;
+    case KEY_NPAGE:
+    case ']':
+        return Key::PageDown;
     case 'e':
     case '\n':
     case '\r':

@@ -70,6 +70,12 @@ bool TopUi::take(Key key, const std::vector<TopicRow>& rows)
     case Key::Down:
         step(1, rows);
         break;
+    case Key::PageUp:
+        turn(false);
+        break;
+    case Key::PageDown:
+        turn(true);
+        break;
     case Key::Fields:
         m_page = m_page == Page::Fields || m_topics == 0 ? Page::Overview : Page::Fields;
         m_firstLine = 0;
@@ -94,6 +100,21 @@ std::vector<std::size_t> TopUi::order(const std::vector<TopicRow>& rows) const
         indexes, [&](std::size_t one, std::size_t other) { return isBefore(m_sort, rows[one], rows[other]); });
     if (m_isReversed) std::ranges::reverse(indexes);
     return indexes;
+}
+
+void TopUi::limitFirstGroup(std::size_t most)
+{
+    m_firstGroup = std::min(m_firstGroup, most);
+}
+
+/// Goes up or down by the page in what is shown: names of the bus, or lines of fields.
+void TopUi::turn(bool isDown)
+{
+    constexpr std::size_t kGroups = 4, kLines = 15;
+    const bool isFields = m_page == Page::Fields;
+    std::size_t& first = isFields ? m_firstLine : m_firstGroup;
+    const std::size_t by = isFields ? kLines : kGroups;
+    first = isDown ? first + by : first - std::min(first, by);
 }
 
 /// Goes up or down in what is shown: topics, or lines of fields.

@@ -9,9 +9,10 @@
 namespace orvanectl {
 
 /// What a person has typed.
-enum class Key { None, Quit, Help, Pause, Sort, Reverse, Up, Down, Fields, Back };
+enum class Key { None, Quit, Help, Pause, Sort, Reverse, Up, Down, PageUp, PageDown, Fields, Back };
 
-/// What the person has chosen: the page, the order of the topics, the one that is marked. One thread at a time.
+/// What the person has chosen: the page, the order of the topics, the one that is marked, how far
+/// lists are scrolled. One thread at a time.
 class TopUi {
 public:
     enum class Page { Overview, Fields, Help };
@@ -38,11 +39,18 @@ public:
     /// Keeps `firstLine` within so many.
     void limitFirstLine(std::size_t most);
 
+    /// The first name of the bus that is shown.
+    std::size_t firstGroup() const { return m_firstGroup; }
+
+    /// Keeps `firstGroup` within so many.
+    void limitFirstGroup(std::size_t most);
+
     /// Indexes of the topics in the order in which they are shown.
     std::vector<std::size_t> order(const std::vector<TopicRow>& rows) const;
 
 private:
     void step(int by, const std::vector<TopicRow>& rows);
+    void turn(bool isDown);
 
     std::size_t m_topics;
     Page m_page = Page::Overview;
@@ -51,6 +59,7 @@ private:
     bool m_isPaused = false;
     std::size_t m_marked = 0;
     std::size_t m_firstLine = 0;
+    std::size_t m_firstGroup = 0;
 };
 
 }  // namespace orvanectl

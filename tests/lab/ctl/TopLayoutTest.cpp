@@ -148,17 +148,22 @@ HX_ZEN /dev/mcs6  can't be watched
 )");
 }
 
-TEST(TopLayoutTest, GroupsWithoutRoomAreCounted)
+TEST(TopLayoutTest, GroupsWithoutRoomAreScrolled)
 {
     TopView view = sample();
     for (const char* const name : {"five", "six", "seven"}) view.groups.push_back({name, {}, 1, "16:30:03"});
-    const auto line = [&](int height, int number) {
-        std::string screen = shown(view, {}, 80, height).plain();
+    const auto line = [&](int height, int number, const std::vector<Key>& keys = {}) {
+        std::string screen = shown(view, keys, 80, height).plain();
         for (int i = 0; i < number; ++i) screen.erase(0, screen.find('\n') + 1);
         return screen.substr(0, screen.find('\n'));
     };
     EXPECT_EQ(line(19, 13), "Assurance      -        -               five                          1 16:30:03");
-    EXPECT_EQ(line(19, 14), "8504/queue   0.3        -               and 2 more");
+    EXPECT_EQ(line(19, 14), "8504/queue   0.3        -               1-5 of 7, PgUp PgDn");
+    const std::vector<Key> down = {Key::PageDown, Key::PageDown};
+    EXPECT_EQ(line(19, 13, down), "Assurance      -        -               seven                         1 16:30:03");
+    EXPECT_EQ(line(19, 14, down), "8504/queue   0.3        -               3-7 of 7, PgUp PgDn");
+    EXPECT_EQ(groupLinesOf(view, 19), 5);
+    EXPECT_EQ(groupLinesOf(view, 20), 7);
     EXPECT_EQ(line(20, 15), "                                        seven                         1 16:30:03");
 }
 
@@ -232,6 +237,22 @@ TEST(TopLayoutTest, HelpListsTheKeysAndAnyKeyLeavesIt)
         EXPECT_EQ(shown(sample(), {Key::Help, key}, 80, 24).plain(), shown(sample(), {}, 80, 24).plain());
 }
 
+TEST(TopLayoutTest, TheSmallestWindowHasAllOfTheHelp)
+{
+    const std::string help = shown(sample(), {Key::Help}, 80, 17).plain();
+    EXPECT_NE(help.find("\n[ ]      scroll the names of the bus"), std::string::npos) << help;
+    EXPECT_NE(help.find("\nfaults   events of the service"), std::string::npos) << help;
+}
+
+TEST(TopLayoutTest, RefusalsAreToldWhereTheyAreHeard)
+{
+    TopView view = sample();
+    view.queues[0].refused = 3;
+    EXPECT_TRUE(shown(view, {}, 80, 24)
+                    .text(16)
+                    .starts_with("ZEN_HX /dev/mcs5  written 80  taken 80  waiting 0 B  refused 3  faults 0  "));
+}
+
 TEST(TopLayoutTest, ABarShowsHowFarAnOffsetIs)
 {
     const std::pair<double, const char*> rows[] = {{0.0, ".....|....."},   {0.05, ".....|....."}, {0.2, ".....|#...."},
@@ -294,6 +315,19 @@ TEST(TopUiTest, FieldsScrollWithinTheirLines)
     EXPECT_EQ(ui.marked(), 0U);
     ui.take(Key::Back, rows);
     EXPECT_EQ(ui.page(), TopUi::Page::Overview);
+}
+
+TEST(TopUiTest, NamesOfTheBusScrollWithinTheirList)
+{
+    TopUi ui(5);
+    ui.take(Key::PageUp, sample().topics);
+    EXPECT_EQ(ui.firstGroup(), 0U);
+    for (int i = 0; i < 5; ++i) ui.take(Key::PageDown, sample().topics);
+    ui.limitFirstGroup(6);
+    EXPECT_EQ(ui.firstGroup(), 6U);
+    ui.take(Key::PageUp, sample().topics);
+    EXPECT_EQ(ui.firstGroup(), 2U);
+    EXPECT_EQ(ui.firstLine(), 0U);
 }
 
 TEST(TopUiTest, QuitLeavesFromAnyPage)

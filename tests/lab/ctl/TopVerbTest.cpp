@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -38,8 +40,9 @@ struct TopVerbTest : testing::Test {
     /// Runs it, writes what it ended with, and the settings of the terminal before and behind it.
     static void start(const std::string& arguments = "--socket /tmp/bus", const std::string& environment = "")
     {
-        const std::string script = "stty -a >/tmp/before; " + environment + " \"" ORVANE_CTL_BINARY "\" top " +
-                                   arguments + " 2>/tmp/errors; echo $? >/tmp/status; stty -a >/tmp/after; exec cat";
+        const std::string script = "trap : INT QUIT HUP; stty -a >/tmp/before; " + environment +
+                                   " \"" ORVANE_CTL_BINARY "\" top " + arguments +
+                                   " 2>/tmp/errors; echo $? >/tmp/status; stty -a >/tmp/after; exec cat";
         std::ofstream("/tmp/script") << script;
         tmux({"new-session", "-d", "-x", "80", "-y", "24", "/bin/sh /tmp/script"});
     }
@@ -72,6 +75,13 @@ struct TopVerbTest : testing::Test {
     {
         return outputOf(
             {"/bin/sh", "-c", "grep -lx orvanectl /proc/[0-9]*/comm | head -n 1 | cut -d/ -f3 | tr -d '\\n'"});
+    }
+
+    /// "T" for a process that is stopped.
+    static std::string stateOf(const std::string& id)
+    {
+        return outputOf(
+            {"/bin/sh", "-c", "sed -n 's/^State:[^A-Z]*\\([A-Z]\\).*/\\1/p' /proc/" + id + "/status | tr -d '\\n'"});
     }
 
     static void send(const std::string& signal)
@@ -125,6 +135,13 @@ TEST_F(TopVerbTest, TheWholeUnitIsSeenAtAnySizeAndKeysWork)
     EXPECT_TRUE(shows("PAUSED")) << screen();
     press("p");
     EXPECT_TRUE(shows("h help")) << screen();
+    EXPECT_TRUE(shows("\n8504 ")) << screen();
+    EXPECT_TRUE(shows("  refused 0  ")) << screen();
+    for (const char* const request : {"bit-run", "clear-data"})
+        outputOf({ORVANE_CTL_BINARY, "bus", "--socket", "/tmp/bus", request});
+    EXPECT_TRUE(shows("1-5 of ")) << screen();
+    press("]");
+    EXPECT_TRUE(eventually([] { return screen().find("1-5 of ") == std::string::npos; })) << screen();
     press("Down");
     press("Enter");
     EXPECT_TRUE(shows("(Esc leaves")) << screen();
@@ -145,6 +162,39 @@ TEST_F(TopVerbTest, WithoutAServiceItSaysSoAndEndsByASignal)
     EXPECT_TRUE(shows("BUS no bus at /tmp/bus")) << screen();
     EXPECT_TRUE(shows("no UTCTime")) << screen();
     send("TERM");
+    EXPECT_EQ(ended(), "0\n");
+}
+
+TEST_F(TopVerbTest, HoweverItIsEndedTheTerminalIsAsItWas)
+{
+    const auto endsBy = [](const std::function<void()>& end) {
+        for (const char* const file : {"/tmp/before", "/tmp/status", "/tmp/after"}) std::filesystem::remove(file);
+        start();
+        ASSERT_TRUE(shows("no OrvaneServer")) << screen();
+        end();
+        EXPECT_EQ(ended(), "0\n");
+        tmux({"kill-server"});
+    };
+    endsBy([] { press("C-c"); });
+    endsBy([] { press("C-\\"); });
+    endsBy([] { send("HUP"); });
+    endsBy([] { send("QUIT"); });
+}
+
+TEST_F(TopVerbTest, StoppedFromOutsideItDrawsAllAnewWhenItGoesOn)
+{
+    start();
+    ASSERT_TRUE(shows("no OrvaneServer")) << screen();
+    send("STOP");
+    ASSERT_TRUE(eventually([] { return stateOf(processId()) == "T"; }));
+    tmux({"resize-window", "-t", "0", "-x", "120", "-y", "30"});
+    tmux({"send-keys", "-t", "0", "-R"});  // what was on the screen is gone
+    ASSERT_TRUE(eventually([] { return screen().find("no OrvaneServer") == std::string::npos; })) << screen();
+    send("CONT");
+    EXPECT_TRUE(shows("no OrvaneServer")) << screen();
+    EXPECT_TRUE(shows("RECORDS  PUBS FROM")) << screen();
+    tmux({"resize-window", "-t", "0", "-x", "80", "-y", "24"});
+    press("q");
     EXPECT_EQ(ended(), "0\n");
 }
 

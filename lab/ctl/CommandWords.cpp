@@ -54,9 +54,13 @@ std::string row(const std::string& key, std::vector<std::string> words)
 void addRows(const CLI::App& app, const std::string& path, const KnownValues& values, std::string& rows)
 {
     std::vector<std::string> words = verbsOf(app);
-    for (const CLI::Option* const option : app.get_options())
-        if (const auto known = values.find(option->get_name(true)); option->get_positional() && known != values.end())
-            words.insert(words.end(), known->second.begin(), known->second.end());
+    for (const CLI::Option* const option : app.get_options()) {
+        if (!option->get_positional()) continue;
+        const std::string name = option->get_name(true);
+        auto known = values.find(app.get_name() + ' ' + name);
+        if (known == values.end()) known = values.find(name);
+        if (known != values.end()) words.insert(words.end(), known->second.begin(), known->second.end());
+    }
     for (const std::string& option : optionsOf(app)) words.push_back(option);
     rows += row(path, words);
     for (const CLI::App* const command : commandsOf(app))

@@ -14,7 +14,8 @@ namespace orvanectl {
 /// if something else is wrong.
 std::string unknownWord(const CLI::App& tool);
 
-/// Words that may stand for an argument, by its name ("TOPIC"), and behind an option, by the option's ("--type").
+/// Words that may stand for an argument, by its name ("TOPIC") or by that of a command and its own ("pub TOPIC"), which
+/// comes first; and behind an option, by the option's ("--type").
 using KnownValues = std::map<std::string, std::vector<std::string>>;
 
 /// A script for bash that completes the tool's verbs and options, values that are known, and otherwise names of files.

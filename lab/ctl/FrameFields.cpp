@@ -310,6 +310,13 @@ Frame zeroFrame(std::uint16_t id)
 const FrameKind* findFrameKind(std::string_view name)
 {
     const auto* const found =
+std::vector<std::string> frameNames()
+{
+    std::vector<std::string> names;
+    for (const Maker& maker : kMakers) names.emplace_back(maker.kind.name);
+    return names;
+}
+
         std::ranges::find_if(kMakers, [&](const Maker& maker) { return maker.kind.name == name; });
     return found == std::end(kMakers) ? nullptr : &found->kind;
 }

@@ -20,6 +20,9 @@ struct FrameKind {
 /// The kind of this name; null if there is none.
 const FrameKind* findFrameKind(std::string_view name);
 
+/// Of all kinds.
+std::vector<std::string> frameNames();
+
 /// A whole frame of zeros, but for the fields that are set, with right checksums.
 /// @param settings  FIELD=VALUE, by the names that `decodeFrame` gives: "angle084=1.5", "status096.receiver_failure=1",
 ///                  "threats.0.Az_degrees=90". Of a threat, `Power`, `BW_hz` and `confidence` are valid once they are set.

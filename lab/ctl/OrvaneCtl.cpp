@@ -1,6 +1,7 @@
-#include "lab/ctl/BusNames.h"
 #include "lab/ctl/CommandWords.h"
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/FrameFields.h"
+#include "lab/ctl/UnknownNames.h"
 #include "lab/ctl/Verb.h"
 #include "utilities/ConsoleLine.h"
 
@@ -32,8 +33,8 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";
 
-/// Names of what the bus keeps, types by the catalogue, topics by the unit's connection file; on a machine without one
-/// topics are named as their types.
+/// Types by the catalogue, names of the bus and of frames by their tables, topics by the unit's connection file; on a
+/// machine without one topics are named as their types.
 orvanectl::KnownValues knownValues()
 {
     std::vector<std::string> types, topics;
@@ -44,17 +45,22 @@ orvanectl::KnownValues knownValues()
     } catch (const std::exception&) {
         topics = types;
     }
-    std::vector<std::string> names;
-    for (const orvanectl::BusName& one : orvanectl::kBusNames)
-        if (one.isKept) names.emplace_back(one.name);
-    return {{"NAME", names}, {"TOPIC", topics}, {"--type", types}};
+    std::vector<std::string> published = topics;
+    for (const std::string& frame : orvanectl::frameNames()) published.push_back(frame);
+    return {{"TOPIC", topics},
+            {"pub TOPIC", published},
+            {"--type", types},
+            {"watch NAME", orvanectl::busNames()},
+            {"last NAME", orvanectl::keptNames()},
+            {"TELL", orvanectl::tellNames()},
+            {"DATA", {"all", "crypto", "invalid"}}};
 }
 
 /// Its table is the tool's command line, so that it has all of the others.
 orvanectl::Verb addCompletionVerb(CLI::App& tool)
 {
     CLI::App* const command = tool.add_subcommand(
-        "completion", "Print a script that completes verbs, options, topics, types and names of the bus in bash.");
+        "completion", "Print a script that completes verbs, options, and names of topics, types and the bus in bash.");
     command->footer("Examples:\n  source <(orvanectl completion)");
     return {command, [&tool] {
                 std::cout << orvanectl::bashCompletion(tool, knownValues());

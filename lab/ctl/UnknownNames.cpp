@@ -28,19 +28,36 @@ std::string nearestOrAll(std::string_view word, const std::vector<std::string>& 
     return "there are: " + (all.empty() ? "none" : all);
 }
 
-std::string unknownBusName(const std::string& name)
+std::vector<std::string> busNames()
 {
     std::vector<std::string> names;
     for (const BusName& one : kBusNames) names.emplace_back(one.name);
-    return unknownAmong(names, name);
+    return names;
 }
 
-std::string unknownKeptName(const std::string& name)
+std::vector<std::string> keptNames()
 {
     std::vector<std::string> names;
     for (const BusName& one : kBusNames)
         if (one.isKept) names.emplace_back(one.name);
-    return unknownAmong(names, name);
+    return names;
+}
+
+std::vector<std::string> tellNames()
+{
+    std::vector<std::string> names = keptNames();
+    std::erase_if(names, [](const std::string& name) { return name == "faults" || name == "service"; });
+    return names;
+}
+
+std::string unknownBusName(const std::string& name)
+{
+    return unknownAmong(busNames(), name);
+}
+
+std::string unknownKeptName(const std::string& name)
+{
+    return unknownAmong(keptNames(), name);
 }
 
 std::string unknownTypeName(const std::string& name)

@@ -11,6 +11,11 @@ namespace orvanectl {
 /// "did you mean UTCTime?", or "there are: Command, UTCTime" where no word was probably meant. On one line.
 std::string nearestOrAll(std::string_view word, const std::vector<std::string>& words);
 
+/// Of all lines of the lab's bus; of those that it keeps the last of; and of its tells.
+std::vector<std::string> busNames();
+std::vector<std::string> keptNames();
+std::vector<std::string> tellNames();
+
 /// Of a line of the lab's bus (docs/lab/bus.md), a tell's or a type; empty for one that there is.
 std::string unknownBusName(const std::string& name);
 

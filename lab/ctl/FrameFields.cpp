@@ -249,11 +249,7 @@ Json wholeThreat(const Json& threat, const std::string& path)
     for (const auto& [name, ignored] : whole.items()) names.push_back(name);
     for (const auto& [name, value] : threat.items()) {
         if (name == "index" || name == "reported") continue;  // shown, and follow from the others
-        if (!whole.contains(name)) {
-            const std::string nearest = labtext::nearestWord(name, names);
-            refuseField(path + '.' + name, nearest.empty() ? "there is no such field"
-                                                           : "there is no such field; did you mean " + nearest + '?');
-        }
+        if (!whole.contains(name)) refuseUnknownField(path + '.' + name, name, names);
         whole[name] = value;
     }
     return whole;
@@ -310,15 +306,15 @@ Frame zeroFrame(std::uint16_t id)
 const FrameKind* findFrameKind(std::string_view name)
 {
     const auto* const found =
+        std::ranges::find_if(kMakers, [&](const Maker& maker) { return maker.kind.name == name; });
+    return found == std::end(kMakers) ? nullptr : &found->kind;
+}
+
 std::vector<std::string> frameNames()
 {
     std::vector<std::string> names;
     for (const Maker& maker : kMakers) names.emplace_back(maker.kind.name);
     return names;
-}
-
-        std::ranges::find_if(kMakers, [&](const Maker& maker) { return maker.kind.name == name; });
-    return found == std::end(kMakers) ? nullptr : &found->kind;
 }
 
 std::vector<std::uint8_t> frameOf(const FrameKind& kind, const std::vector<std::string>& settings)

@@ -5,6 +5,7 @@
 #include "lab/ctl/UnknownNames.h"
 #include "lab/text/NearestWord.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <sstream>
@@ -23,9 +24,7 @@ Json& below(Json& value, const std::string& name, const std::string& path)
         if (value.contains(name)) return value.at(name);
         std::vector<std::string> names;
         for (const auto& [one, ignored] : value.items()) names.push_back(one);
-        const std::string nearest = labtext::nearestWord(name, names);
-        refuseField(path, nearest.empty() ? "there is no such field"
-                                          : "there is no such field; did you mean " + nearest + '?');
+        refuseUnknownField(path, name, names);
     }
     std::size_t index = 0;
     const auto read = std::from_chars(name.data(), name.data() + name.size(), index);
@@ -104,6 +103,18 @@ double PubRecord::validSeconds() const
 {
     const auto& valid = type->headerOf(record.get()).timestamp_valid();
     return static_cast<double>(valid.sec()) + 1e-9 * valid.nsec();
+}
+
+void refuseUnknownField(const std::string& path, const std::string& name, const std::vector<std::string>& names)
+{
+    constexpr std::size_t kMostListed = 12;
+    const auto beginsSo = [&](const std::string& one) { return one.starts_with(name); };
+    std::string nearest = labtext::nearestWord(name, names);
+    if (nearest.empty() && !name.empty() && std::ranges::count_if(names, beginsSo) == 1)
+        nearest = *std::ranges::find_if(names, beginsSo);
+    const bool isList = nearest.empty() && !names.empty() && names.size() <= kMostListed;
+    refuseField(path, "there is no such field" + (nearest.empty() ? isList ? "; " + nearestOrAll("", names) : ""
+                                                                  : "; did you mean " + nearest + '?'));
 }
 
 void setField(Json& fields, const std::string& setting)

@@ -31,6 +31,10 @@ struct PubRecord {
 /// set, but the whole sequence.
 PubRecord recordOf(const WatchedTopic& topic, const std::vector<std::string>& settings);
 
+/// Throws `FieldError` for a field that there is not: with the one that was probably meant, or all if they are few.
+[[noreturn]] void refuseUnknownField(const std::string& path, const std::string& name,
+                                     const std::vector<std::string>& names);
+
 /// Sets what stands in `fields` under the path of a FIELD=VALUE as above. Throws the same.
 void setField(Json& fields, const std::string& setting);
 

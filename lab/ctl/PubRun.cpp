@@ -409,6 +409,12 @@ private:
     std::vector<PubRecord> records() const
     {
         if (!m_options.file.empty()) return recordsOf(m_options.file, m_signals);
+        const bool isTopic = std::ranges::find(m_file->topics(), m_options.topic, &ConnectionFile::Topic::name) !=
+                             m_file->topics().end();
+        const std::string frame = labtext::nearestWord(m_options.topic, frameNames());
+        if (!isTopic && m_options.type.empty() && !frame.empty())
+            throw UnknownName("no topic \"" + printable(m_options.topic) + "\", and no frame; did you mean " + frame +
+                              '?');
         std::vector<PubRecord> one;
         one.push_back(recordOf(chooseTopics(*m_file, {m_options.topic}, m_options.type).at(0), m_options.settings));
         return one;

@@ -114,7 +114,10 @@ TEST(FrameFieldsTest, WhatAFieldCantHaveIsRefused)
     EXPECT_EQ(errorOf("15051", {"threats.0.Center_hz=-1e9"}),
               "threats.0.Center_hz: -1000000000.0 is out of range, 0 to 3276750000");
     EXPECT_EQ(errorOf("15051", {"threats.0.state=4"}), "threats.0.state: 4 is out of range, 0 to 3");
-    EXPECT_EQ(errorOf("15051", {R"(threats=[{"Az":1}])"}), "threats.0.Az: there is no such field");
+    EXPECT_EQ(errorOf("15051", {R"(threats=[{"Az":1}])"}),
+              "threats.0.Az: there is no such field; did you mean Az_degrees?");
+    EXPECT_EQ(errorOf("5044", {"number=6"}),
+              "number: there is no such field; there are: field000, warningNumber, warningText");
     EXPECT_EQ(errorOf("15051", {"threats=7"}), "threats: an array of 9 threats at the most must stand here");
 }
 

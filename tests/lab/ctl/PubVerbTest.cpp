@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
@@ -64,6 +65,19 @@ TEST(PubVerbTest, AFrameGoesIntoItsQueue)
     EXPECT_EQ(reader.wait(), Ending({0, 0})) << reader.errors();
     for (const char* text : {"\"receiver_failure\":1,", "\"seq_num\":7,", "\"server_name\":\"ZentorM\""})
         EXPECT_NE(reader.output().find(text), std::string::npos) << reader.output();
+}
+
+TEST(PubVerbTest, AFrameOfTheReceiverGoesIntoTheDesksCopyToo)
+{
+    std::filesystem::create_directory("/tmp/desk");
+    std::ofstream{"/tmp/desk/receiver"};
+    ChildProcess reader({"/bin/sh", "-c", "head -c 58 /dev/mcs5 >/dev/null; head -c 58 /dev/mcs6 >/dev/null"});
+    for (const char* const frame : {"8504", "15051"}) {
+        ChildProcess pub({kTool, "pub", frame, "--hex", "AB CD"});
+        EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    }
+    EXPECT_EQ(reader.wait(), Ending({0, 0})) << reader.errors();
+    EXPECT_EQ(std::filesystem::file_size("/tmp/desk/receiver"), 58u);
 }
 
 TEST(PubVerbTest, AThreatGoesIntoItsOwnQueueAndHexAsItIs)
@@ -158,6 +172,7 @@ TEST(PubVerbTest, WhatIsTypedWronglyEndsWithTwo)
         {{"UTCTime", "--system", "x"},
          "orvanectl: no system \"x\"; KOLT, RENS, SarventPlus or a number from 0 to 255 is\n"},
         {{"UTCTim"}, "orvanectl: no topic \"UTCTim\" in /opt/halvex/config/Connections.xml; did you mean UTCTime?\n"},
+        {{"5404"}, "orvanectl: no topic \"5404\", and no frame; did you mean 5044?\n"},
         {{"8504", "--hex", std::string(9000, 'F')},
          "orvanectl: /dev/mcs5: a record of 4556 bytes is longer than a packet\n"},
         {{"UTCTime", "--hex", "FF"}, "orvanectl: --hex is for a frame: 5044, 8504 or 15051\n"},

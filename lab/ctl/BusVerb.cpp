@@ -44,14 +44,25 @@ bool isWatched(const Json& line, const std::vector<std::string>& names)
     return std::ranges::find(names, type == "tell" ? line.value("tell", "") : type) != names.end();
 }
 
+/// "navwar-sa and faults", or "lines of the bus" if none is asked for.
+std::string watchedText(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : " and ") + name;
+    return text.empty() ? "lines of the bus" : text;
+}
+
 ExitStatus watch(const Options& options)
 {
     BusLink link(options.socket);
+    std::optional<Progress> progress(std::in_place, STDERR_FILENO);
+    progress->say("waits for " + watchedText(options.names));
     for (unsigned long lines = 0; options.count == 0 || lines < options.count;) {
         const auto text = link.nextLine();
         if (!text) break;
         const Json line = Json::parse(*text, nullptr, false);
         if (!isWatched(line, options.names)) continue;
+        progress.reset();
         printLine(std::cout, options.json ? *text : busSummary(line));
         if (!std::cout) return kFailed;
         ++lines;

@@ -1,10 +1,14 @@
+#include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/Progress.h"
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/record/RecordingCsv.h"
 #include "utilities/ConsoleLine.h"
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
+#include <unistd.h>
 
 namespace orvanectl {
 
@@ -24,7 +28,10 @@ constexpr const char* kExamples =
 
 ExitStatus csv(const CsvOptions& options)
 {
+    std::optional<Progress> progress;
+    if (::isatty(STDOUT_FILENO) != 1) progress.emplace(STDERR_FILENO).say("reads " + printable(options.file));
     const std::string trouble = printCsv(options, std::cout);
+    progress.reset();
     if (trouble.empty()) return kDone;
     printLine(std::cerr, "orvanectl: ", options.file, ": ", trouble);
     return kFailed;

@@ -123,9 +123,13 @@ ExitStatus decode(const Options& options)
 
 ExitStatus decodeRecording(const Options& options)
 {
-    DecodeReport report(std::cout, std::cerr, options.recording, {options.json, wantsColour(), nullptr});
+    std::optional<Progress> progress;
+    if (::isatty(STDOUT_FILENO) != 1) progress.emplace(STDERR_FILENO).say("reads " + printable(options.recording));
+    DecodeReport report(std::cout, std::cerr, options.recording,
+                        {options.json, wantsColour(), progress ? &progress.value() : nullptr});
     try {
         readQueue(options.recording, options.queue, report);
+        progress.reset();
     } catch (const UnknownName& error) {
         printLine(std::cerr, "orvanectl: ", error.what());
         return kMisused;

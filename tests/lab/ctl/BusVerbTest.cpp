@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -103,6 +104,18 @@ TEST_F(BusVerbTest, WatchKeepsToTheNamesThatAreAskedFor)
     vapntsTellAvailableOutputs(m_program.service(), {{7}, 1});
     EXPECT_EQ(run({"watch", "clear-system-data", "hello", "--count", "2"}), Ending({0, 0}));
     EXPECT_EQ(m_output, "hello  protocol 1\n4 clear-system-data (last)  result 3\n");
+}
+
+TEST_F(BusVerbTest, AWatchThatNothingComesForSaysSoOnATerminal)
+{
+    const std::string command = "'" ORVANE_CTL_BINARY "' bus --socket '" + m_program.busPath() + "' watch held misuse";
+    ChildProcess terminal(
+        {"/usr/bin/env", "SHELL=/bin/sh", "TERM=xterm", "script", "-q", "-f", "-c", command, "/dev/null"});
+    EXPECT_TRUE(eventually([&] {
+        return terminal.output().find("orvanectl: waits for held and misuse, ") != std::string::npos;
+    })) << terminal.output();
+    terminal.send(SIGTERM);
+    terminal.wait();
 }
 
 TEST_F(BusVerbTest, ANameThatNothingOnTheBusHasIsRefused)

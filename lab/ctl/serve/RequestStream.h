@@ -4,8 +4,12 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <httplib.h>
 #include <string>
+
+// Times are members of the classes of cpp-httplib, which is built with those of the system.
+static_assert(sizeof(std::time_t) == sizeof(long));
 
 namespace orvanectl {
 

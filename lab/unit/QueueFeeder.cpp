@@ -47,9 +47,13 @@ void QueueFeeder::send(const aspn2_msgs::idl::GSSIP& record)
 {
     GssipTopicSerializer serializer;
     std::vector<std::uint8_t> bytes;
-    if (!serializer.Serialize(record, bytes) || bytes.size() > kLargestPacket)
-        throw std::length_error(m_device + ": a record of " + std::to_string(bytes.size()) +
-                                " bytes is longer than a packet");
+    if (!serializer.Serialize(record, bytes)) refuse(bytes.size());
+    send(bytes);
+}
+
+void QueueFeeder::send(std::span<const std::uint8_t> bytes)
+{
+    if (bytes.size() > kLargestPacket) refuse(bytes.size());
     if (m_copy) m_copy(bytes);
     for (;;) {
         const ssize_t written = write(m_descriptor, bytes.data(), bytes.size());
@@ -62,6 +66,11 @@ void QueueFeeder::send(const aspn2_msgs::idl::GSSIP& record)
         else if (errno != EINTR)
             throw failure(m_device, "can't be written");
     }
+}
+
+void QueueFeeder::refuse(std::size_t size) const
+{
+    throw std::length_error(m_device + ": a record of " + std::to_string(size) + " bytes is longer than a packet");
 }
 
 std::size_t QueueFeeder::waiting() const

@@ -31,6 +31,9 @@ public:
     /// Has each record's bytes given to `copy` before they are written.
     void setCopy(std::function<void(std::span<const std::uint8_t>)> copy) { m_copy = std::move(copy); }
 
+    /// Writes bytes as one packet, whatever they are. More than `kLargestPacket` throw the same.
+    void send(std::span<const std::uint8_t> bytes);
+
     std::uint64_t sent() const { return m_sent; }
     /// Bytes that nobody has taken yet.
     std::size_t waiting() const;
@@ -38,6 +41,7 @@ public:
     std::uint64_t dropped() const { return m_dropped; }
 
 private:
+    [[noreturn]] void refuse(std::size_t size) const;
     void dropOldest();
 
     std::string m_device;

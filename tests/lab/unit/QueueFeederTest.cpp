@@ -83,6 +83,16 @@ TEST_F(QueueFeederTest, ACopyGetsTheSameBytes)
     EXPECT_EQ(readOnce(), copied);
 }
 
+TEST_F(QueueFeederTest, BytesAreOnePacketAsTheyAre)
+{
+    QueueFeeder feeder(m_pipe);
+    const std::vector<std::uint8_t> bytes = {1, 2, 3};
+    feeder.send(bytes);
+    feeder.send(bytes);
+    EXPECT_EQ(readOnce(), bytes);
+    EXPECT_THROW(feeder.send(std::vector<std::uint8_t>(4097)), std::length_error);
+}
+
 TEST_F(QueueFeederTest, EachReadGetsOneRecord)
 {
     QueueFeeder feeder(m_pipe);

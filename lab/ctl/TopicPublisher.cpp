@@ -61,6 +61,15 @@ std::string TopicPublisher::waitForSubscribers(std::chrono::milliseconds most,
     return "";
 }
 
+std::vector<std::string> TopicPublisher::topicsWithoutSubscribers() const
+{
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < m_topics.size(); ++i)
+        if (m_transport->connectionMap_mutex_at(HX_TSS::keyOf(m_connections[i])).publisherListener->matched() == 0)
+            names.push_back(m_topics[i].name);
+    return names;
+}
+
 void TopicPublisher::publish(const std::string& topic, const void* record)
 {
     const std::size_t index = indexOf(topic);

@@ -24,6 +24,8 @@ public:
     /// @param isOver  ends the wait early
     std::string waitForSubscribers(std::chrono::milliseconds most, const std::function<bool()>& isOver) const;
 
+    std::vector<std::string> topicsWithoutSubscribers() const;
+
     /// Throws `std::runtime_error` if the library does not take the record, and if subscribers are so slow that a record
     /// of before would be lost: a reliable publisher keeps as many as its history holds until they have arrived.
     void publish(const std::string& topic, const void* record);

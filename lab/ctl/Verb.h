@@ -60,6 +60,9 @@ Verb addCutVerb(CLI::App& tool);
 /// Prints fields of a recording as a table.
 Verb addCsvVerb(CLI::App& tool);
 
+/// Plays a recording to the service.
+Verb addPlayVerb(CLI::App& tool);
+
 /// Closes a recording that was cut off.
 Verb addRepairVerb(CLI::App& tool);
 

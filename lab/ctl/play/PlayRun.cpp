@@ -228,11 +228,23 @@ private:
         }
         if (m_registers) m_heldQueues.emplace(m_options.devices);
         if (m_registers)
-            m_registersAtBegin = m_plan.registersAhead
-                                     ? nanoseconds(static_cast<std::int64_t>(m_plan.first)) + *m_plan.registersAhead
-                                     : m_registers->now();
+            m_registersAtBegin = recordedBegin().value_or(m_registers->now());
         else if (m_options.isFast)
             m_clock.emplace(m_options.devices);
+    }
+
+    /// The time that the registers had at the first message, within limits that leave room for all that follows.
+    std::optional<nanoseconds> recordedBegin() const
+    {
+        constexpr nanoseconds kMost = nanoseconds::max() / 4;
+        if (!m_plan.registersAhead) return std::nullopt;
+        return std::clamp(nanoseconds(static_cast<std::int64_t>(m_plan.first)) + *m_plan.registersAhead, -kMost, kMost);
+    }
+
+    /// The place at which the lap begins; a fast play knows no places.
+    nanoseconds lapBegin() const
+    {
+        return m_options.isFast ? nanoseconds(0) : m_lap * (m_plan.length() + kBetweenLaps);
     }
 
     /// Has the registers go as the play does.
@@ -260,11 +272,10 @@ private:
     bool playLap()
     {
         Reel reel(m_file, m_plan);
-        const nanoseconds lapBegin = m_lap * (m_plan.length() + kBetweenLaps);
         while (std::optional<Cue> cue = reel.next()) {
-            const nanoseconds place = lapBegin + cue->place;
+            const nanoseconds place = lapBegin() + cue->place;
             if (!waitUntil(place) || (m_options.isFast && !waitUntilTaken(*cue))) return false;
-            move(*cue, lapBegin);
+            move(*cue);
             if (m_outlets.send(*cue))
                 ++m_played;
             else
@@ -275,14 +286,13 @@ private:
     }
 
     /// What of its times is not as it was.
-    void move(Cue& cue, nanoseconds lapBegin)
+    void move(Cue& cue)
     {
         if (!cue.channel.hasRecords) return;
         if (!m_options.isFast)
-            moveTimes(cue.payload, lapBegin);
-        else if (m_plan.registersAhead)
-            m_mover.move(cue.payload, registersNow() - (nanoseconds(static_cast<std::int64_t>(m_plan.first)) +
-                                                        *m_plan.registersAhead + cue.place));
+            moveTimes(cue.payload, lapBegin());
+        else if (const auto begin = recordedBegin())
+            m_mover.move(cue.payload, registersNow() - (*begin + cue.place));
     }
 
     nanoseconds registersNow() { return m_registers ? m_registers->now() : stampOfTicks(m_clock->ticks()); }
@@ -376,10 +386,9 @@ private:
         if (!m_terminal.canShow() || now < m_nextStatus) return;
         m_nextStatus = now + kStatus;
         std::ostringstream text;
-        const nanoseconds lapBegin = m_lap * (m_plan.length() + kBetweenLaps);
         const nanoseconds place = m_options.isFast ? m_place : m_timeline.at(now);
         text << (m_timeline.isPaused() ? "paused  " : "plays  ")
-             << inTenths(std::clamp(secondsOf(place - lapBegin), 0.0, secondsOf(m_plan.length()))) << " of "
+             << inTenths(std::clamp(secondsOf(place - lapBegin()), 0.0, secondsOf(m_plan.length()))) << " of "
              << inTenths(secondsOf(m_plan.length())) << " s  ";
         if (m_options.isFast)
             text << "fast  ";

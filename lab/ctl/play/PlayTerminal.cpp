@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -46,7 +47,10 @@ PlayKey PlayTerminal::take()
 void PlayTerminal::show(const std::string& line)
 {
     if (!m_canShow || (line.empty() && !m_isShown)) return;
-    const std::string text = "\r" + line + "\x1B[K";
+    winsize size{};
+    const bool isKnown = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    // One that breaks would stay.
+    const std::string text = "\r" + line.substr(0, isKnown ? size.ws_col - 1U : line.size()) + "\x1B[K";
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
     m_isShown = !line.empty();
 }

@@ -52,6 +52,18 @@ struct PlayVerbTest : testing::Test {
         return {text.begin(), text.end()};
     }
 
+    /// Plays slowly in a terminal, whose keys come from /tmp/keys.
+    static std::vector<std::string> inTerminal()
+    {
+        return {"/bin/sh", "-c", "exec script -q -e -c \"$0 play /tmp/drive.mcap --rate 0.001\" /dev/null </tmp/keys",
+                kTool};
+    }
+
+    static bool shows(const ChildProcess& tool, const std::string& text)
+    {
+        return eventually([&] { return tool.output().find(text) != std::string::npos; });
+    }
+
     const std::string recording = "/tmp/drive.mcap";
     std::vector<std::uint8_t> first, second;
     ChildProcess reader{{"/bin/sh", "-c", "head -c 220 /dev/mcs5 >/tmp/taken"}};
@@ -110,6 +122,32 @@ TEST_F(PlayVerbTest, QueueThatIsNotPlayedCanBeOpenedAllTheSame)
     ChildProcess service({"/bin/sh", "-c", "exec 3</dev/mcs6"});
     ChildProcess tool({kTool, "play", recording, "--rate", "0.001"});
     EXPECT_EQ(service.wait(), (Ending{0, 0}));
+}
+
+TEST_F(PlayVerbTest, KeysOfATerminalPauseAndStepAndALineShowsIt)
+{
+    ASSERT_EQ(::mkfifo("/tmp/keys", 0600), 0);
+    ChildProcess tool(inTerminal());
+    std::ofstream keys("/tmp/keys");
+    ASSERT_TRUE(shows(tool, "plays  0.0 of 100.0 s  x0.001  1 message "));
+    keys << ' ' << std::flush;
+    ASSERT_TRUE(shows(tool, "paused  0.0 of 100.0 s"));
+    keys << '.' << std::flush;
+    EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.output();
+    EXPECT_NE(tool.output().find("orvanectl: 2 messages played in "), std::string::npos) << tool.output();
+}
+
+TEST_F(PlayVerbTest, KeysOfATerminalChangeTheRateAndEndIt)
+{
+    ASSERT_EQ(::mkfifo("/tmp/keys", 0600), 0);
+    ChildProcess tool(inTerminal());
+    std::ofstream keys("/tmp/keys");
+    ASSERT_TRUE(shows(tool, "x0.001  1 message "));
+    keys << '+' << std::flush;
+    ASSERT_TRUE(shows(tool, "x0.002  1 message "));
+    keys << 'q' << std::flush;
+    EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.output();
+    EXPECT_NE(tool.output().find("orvanectl: 1 message played in "), std::string::npos) << tool.output();
 }
 
 TEST_F(PlayVerbTest, FastOneHasTheTimesOfNow)

@@ -3,9 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -30,10 +32,23 @@ void show(const ClockFile& file)
                 static_cast<double>(file.monotonic()) / 1e9, static_cast<double>(file.real()) / 1e9);
 }
 
+/// A clock is set by the machine's time: who sets it must not live by it, as one does that is started by a process that
+/// does.
+void leaveClock(char** arguments)
+{
+    constexpr const char* kVariable = "ORVANE_LAB_CLOCK";
+    if (!std::getenv(kVariable)) return;
+    ::unsetenv(kVariable);
+    ::execv("/proc/self/exe", arguments);
+    std::perror("lab-clock: /proc/self/exe");
+    std::exit(1);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    leaveClock(argv);
     CLI::App app{"Makes and sets the clock of processes that run with liblab_clock.so and ORVANE_LAB_CLOCK=FILE"};
     app.name("lab-clock");
     app.require_subcommand(1);

@@ -64,6 +64,18 @@ TEST_F(LabClockTest, ShowsRateAndTimes)
     EXPECT_NE(m_output.find("  real 1000."), std::string::npos) << m_output;
 }
 
+TEST_F(LabClockTest, ClockThatItLivesByIsNotWhatItIsSetBy)
+{
+    const ClockFile clock = ClockFile::create(m_path, 1'000'000, 1000 * kSecond);
+    ChildProcess process({"/usr/bin/env", "LD_PRELOAD=" ORVANE_CLOCK_LIBRARY, "ORVANE_LAB_CLOCK=" + m_path,
+                          ORVANE_LAB_CLOCK_BINARY, "show", m_path});
+    ASSERT_EQ(process.wait(), (Ending{0, 0})) << process.errors();
+    const std::string output = process.output();
+    const std::size_t real = output.find("  real ");
+    ASSERT_NE(real, std::string::npos) << output;
+    EXPECT_LE(std::stod(output.substr(real + 7)), static_cast<double>(clock.real()) / 1e9);
+}
+
 TEST_F(LabClockTest, WhatIsOutOfRangeIsOneLineAndStatusOne)
 {
     ClockFile::create(m_path, 1, 1000 * kSecond);

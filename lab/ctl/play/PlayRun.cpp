@@ -65,7 +65,7 @@ public:
     UnitFlags()
     {
         remove();
-        std::ofstream(kDirectory + "/SystemStarted");
+        const std::ofstream started(kDirectory + "/SystemStarted");
         Sys::announceFirstBbitDone(kDirectory);
         Sys::announcePostComplete(kDirectory);
     }

@@ -47,6 +47,8 @@ UnitRegisters::~UnitRegisters()
     }
     m_wake.notify_one();
     m_thread.join();
+    const MutexLock lock(m_mutex);
+    m_registers.setSystemCount(ticksOfStamp(nowHeld()));  // a step of a fast play is long
 }
 
 void UnitRegisters::follow(const Timeline& timeline, nanoseconds atBegin)

@@ -1,4 +1,9 @@
-# Writes a source that holds the files of the page: cmake -D OUTPUT=FILE -D INPUTS=FILE;FILE... -P PageAssets.cmake
+# Writes a source that holds the files of a page: cmake -D OUTPUT=FILE -D INPUTS=FILE;FILE... -P PageAssets.cmake
+# With -D FUNCTION=NAME -D HEADER=FILE they are had from that function, which FILE declares.
+if(NOT FUNCTION)
+    set(FUNCTION pageAssets)
+    set(HEADER lab/ctl/serve/PageAssets.h)
+endif()
 set(rows "")
 set(texts "")
 set(number 0)
@@ -22,6 +27,6 @@ foreach(input IN LISTS INPUTS)
     string(APPEND rows "    {\"${name}\", \"${type}\", {kText${number}, sizeof kText${number} - 1}},\n")
     math(EXPR number "${number} + 1")
 endforeach()
-file(WRITE "${OUTPUT}" "#include \"lab/ctl/serve/PageAssets.h\"\n\nnamespace orvanectl {\n\nnamespace {\n\n${texts}\n"
+file(WRITE "${OUTPUT}" "#include \"${HEADER}\"\n\nnamespace orvanectl {\n\nnamespace {\n\n${texts}\n"
     "constexpr PageAsset kAssets[] = {\n${rows}};\n\n}  // namespace\n\n"
-    "std::span<const PageAsset> pageAssets()\n{\n    return kAssets;\n}\n\n}  // namespace orvanectl\n")
+    "std::span<const PageAsset> ${FUNCTION}()\n{\n    return kAssets;\n}\n\n}  // namespace orvanectl\n")

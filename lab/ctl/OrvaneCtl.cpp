@@ -16,7 +16,8 @@ constexpr orvanectl::Verb (*kVerbs[])(CLI::App&) = {
     orvanectl::addDecodeVerb, orvanectl::addBusVerb,    orvanectl::addEchoVerb, orvanectl::addHzVerb,
     orvanectl::addCheckVerb,  orvanectl::addPubVerb,    orvanectl::addSeqVerb,  orvanectl::addWhyVerb,
     orvanectl::addTopVerb,    orvanectl::addRecordVerb, orvanectl::addInfoVerb, orvanectl::addCutVerb,
-    orvanectl::addCsvVerb,    orvanectl::addRepairVerb, orvanectl::addPlayVerb, orvanectl::addServeVerb};
+    orvanectl::addCsvVerb,    orvanectl::addRepairVerb, orvanectl::addPlayVerb, orvanectl::addServeVerb,
+    orvanectl::addReportVerb};
 
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl decode queue.bin\n"

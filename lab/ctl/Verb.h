@@ -66,6 +66,9 @@ Verb addPlayVerb(CLI::App& tool);
 /// Closes a recording that was cut off.
 Verb addRepairVerb(CLI::App& tool);
 
+/// Makes a page of a recording.
+Verb addReportVerb(CLI::App& tool);
+
 /// Shows all of it on one screen.
 Verb addTopVerb(CLI::App& tool);
 

@@ -1,0 +1,126 @@
+#include "lab/ctl/report/JoinLine.h"
+
+#include "VICTORY/OrvaneServer/BlendedNavigation.h"
+#include "lab/ctl/report/BusText.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace orvanectl {
+
+using namespace aspn2_msgs::idl;
+
+namespace {
+
+using Time = JoinDiary::Time;
+
+constexpr std::chrono::milliseconds kTurn{50};   // as `why` looks while it listens
+constexpr std::chrono::minutes kLongestLook{2};  // in a pause, after which nothing is new any more
+
+Time::duration lengthOf(double seconds)
+{
+    constexpr double kLongest = 4e9;  // s, so that others can be added to it
+    return std::chrono::duration_cast<Time::duration>(
+        std::chrono::duration<double>(std::clamp(seconds, 0.0, kLongest)));
+}
+
+}  // namespace
+
+double JoinLine::secondsNow() const
+{
+    return std::chrono::duration<double>(m_now - m_start).count();
+}
+
+void JoinLine::passUntil(double seconds)
+{
+    const Time time = m_start + lengthOf(seconds);
+    if (time <= m_now) return;
+    const Time last = m_now + std::min<Time::duration>(kLongestLook, time - m_now);
+    for (Time now = m_now + kTurn; now < last; now += kTurn) look(now);
+    look(time);
+}
+
+void JoinLine::look(Time now)
+{
+    m_now = now;
+    show(m_diary.takeDecided(m_now));
+}
+
+void JoinLine::take(std::size_t input, const void* record)
+{
+    switch (static_cast<JoinInput>(input)) {
+    case JoinInput::UtcTime:
+        return takeTime(*static_cast<const UTCTime*>(record));
+    case JoinInput::Pva:
+        return m_diary.take(*static_cast<const PositionVelocityAttitude*>(record), m_now);
+    case JoinInput::Pnt:
+        return m_diary.take(*static_cast<const HalvexPNT*>(record), m_now);
+    case JoinInput::Mis:
+        return m_diary.take(*static_cast<const MeasurementIncorporationStatus*>(record), m_now);
+    case JoinInput::Assurance:
+        return m_diary.take(*static_cast<const AssuranceState*>(record), m_now);
+    case JoinInput::Receiver:
+        return;
+    }
+}
+
+void JoinLine::takeTime(const UTCTime& message)
+{
+    m_times.emplace_back(BlendedNavigation::gpsSeconds(message), secondsNow());
+    if (m_times.size() > kMostTimes) m_times.pop_front();
+    m_diary.take(message, m_now);
+}
+
+/// What became of an epoch is known later. One of which no time message tells counts as when it was missed.
+double JoinLine::arrivalOf(const Epoch& epoch) const
+{
+    for (const auto& [gpsSeconds, arrived] : m_times)
+        if (std::abs(gpsSeconds - epoch.gpsSeconds) < 1e-6) return arrived;
+    return secondsNow();
+}
+
+void JoinLine::takeBusLine(const Json& line)
+{
+    if (bus::text(line, "type") == "service")
+        m_diary.setServiceRuns(bus::text(line, "phase") == "started" && bus::text(line, "event") != "deleted", m_now);
+    if (!bus::isToldNow(line, "blended-navigation")) return;
+    if (const auto second = bus::number(bus::record(line), "gpsSeconds")) m_diary.tell(*second, m_now);
+}
+
+void JoinLine::end()
+{
+    show(m_diary.end(m_now));
+}
+
+void JoinLine::show(const std::vector<Epoch>& epochs)
+{
+    for (const Epoch& epoch : epochs) {
+        m_sum.add(epoch);
+        const double seconds = arrivalOf(epoch);
+        m_course.append(seconds, epoch.isJoined ? 1 : 0);
+        if (epoch.isJoined) continue;
+        std::string causes;
+        for (const MissCause& cause : epoch.causes) causes += (causes.empty() ? "" : ", ") + cause.text();
+        m_misses.add({seconds, epoch.gpsSeconds, causes});
+    }
+}
+
+Json JoinLine::json() const
+{
+    Json causes = Json::array(), misses = Json::array();
+    for (const auto& [cause, times] : m_sum.causes()) causes.push_back({{"cause", cause}, {"times", times}});
+    for (const Miss& miss : m_misses.values())
+        misses.push_back({roundedTo(miss.seconds, 0.001), roundedTo(miss.gpsSeconds, 0.001), miss.causes});
+    const auto epochs = static_cast<double>(m_sum.epochs());
+    return {{"epochs", m_sum.epochs()},
+            {"joined", m_sum.joined()},
+            {"rate", epochs > 0 ? roundedTo(static_cast<double>(m_sum.joined()) / epochs, 0.0001) : Json()},
+            {"text", m_sum.text()},
+            {"causes", causes},
+            {"missesLeftOut", m_misses.leftOut()},
+            {"misses", misses},
+            {"course", m_course.json(0.001)}};
+}
+
+}  // namespace orvanectl

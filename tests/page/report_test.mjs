@@ -114,6 +114,15 @@ test('light and dark, broad and narrow it can be read, and is no wider than its 
   }
 });
 
+test('on paper it is light, and nothing is scrolled away', async () => {
+  await page.emulateMedia({ media: 'print', colorScheme: 'dark' });
+  const style = (selector, name) => page.locator(selector).first().evaluate((node, key) => getComputedStyle(node)[key], name);
+  assert.equal(await style(':root', 'colorScheme'), 'light');
+  assert.equal(await style('h1', 'color'), 'rgb(27, 31, 36)');
+  assert.equal(await style('#events .wide', 'overflowY'), 'visible');
+  await page.emulateMedia({ media: 'screen' });
+});
+
 test('nothing went wrong in the browser, and nothing was asked of elsewhere', () => {
   assert.deepEqual(troubles, []);
 });

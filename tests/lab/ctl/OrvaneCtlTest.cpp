@@ -194,10 +194,10 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
          "orvanectl: decode: no option \"--fromat\"; did you mean \"--format\"? (orvanectl --help tells more)\n"},
         {"xyzzy",
          "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, why, top, record, info, "
-         "cut, csv, repair, serve, completion (orvanectl --help tells more)\n"},
+         "cut, csv, repair, serve, report, completion (orvanectl --help tells more)\n"},
         {"",
          "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, why, top, record, info, cut, csv, "
-         "repair, serve, completion (orvanectl --help tells more)\n"}};
+         "repair, serve, report, completion (orvanectl --help tells more)\n"}};
     for (const auto& [arguments, said] : rows) {
         const Finished result = shell("\"$0\" " + std::string(arguments));
         EXPECT_EQ(result.ending, Ending({2, 0})) << arguments;

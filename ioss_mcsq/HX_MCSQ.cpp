@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <chrono>
 #include <iostream>
+#include <sys/eventfd.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace FACE::IOSS {
@@ -48,13 +50,15 @@ bool isUsable(CONNECTION_STATE_TYPE::Value state)
     return state == CONNECTION_STATE_TYPE::OPEN || state == CONNECTION_STATE_TYPE::FAILED;
 }
 
-/// Takes a lock that another thread holds nearly all the time: who waits for the turn gets the lock next.
+/// Takes a lock that another thread holds nearly all the time: who waits for the turn gets the lock next. The event ends
+/// the wait of that thread; -1 is none.
 class SCOPED_CAPABILITY TurnLock {
 public:
-    TurnLock(RankedMutex<LockRank::QueueTurn>& turn, RankedMutex<LockRank::QueuePoll>& mutex) ACQUIRE(mutex)
+    TurnLock(RankedMutex<LockRank::QueueTurn>& turn, RankedMutex<LockRank::QueuePoll>& mutex, int event) ACQUIRE(mutex)
         : m_mutex(mutex)
     {
         const MutexLock lock(turn);
+        if (event != -1) static_cast<void>(::eventfd_write(event, 1));
         m_mutex.lock();
     }
     ~TurnLock() RELEASE() { m_mutex.unlock(); }
@@ -182,10 +186,11 @@ HX_MCSQ::~HX_MCSQ()
     m_stop = true;
     std::thread thread;
     {
-        const TurnLock lock(m_turnMutex, m_pollMutex);
+        const TurnLock lock(m_turnMutex, m_pollMutex, m_wake);
         thread.swap(m_thread);
     }
     if (thread.joinable()) thread.join();
+    if (m_wake != -1) ::close(m_wake);
 }
 
 void HX_MCSQ::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& return_code)
@@ -290,10 +295,14 @@ void HX_MCSQ::Register_Notification_Event(long long handle, IO_CallbackBase& cal
         if (!connection) return;
         return_code = RETURN_CODE_TYPE::NOT_AVAILABLE;
 
-        const TurnLock lock(m_turnMutex, m_pollMutex);
-        m_pollSet.reserve(m_pollSet.size() + 1);
+        const TurnLock lock(m_turnMutex, m_pollMutex, m_wake);
+        m_pollSet.reserve(m_registrations.size() + 2);
         m_registrations.reserve(m_registrations.size() + 1);
         if (m_stop) startThread();  // it waits for this lock
+        if (m_pollSet.empty()) {
+            m_wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+            m_pollSet.push_back({m_wake, POLLIN, 0});
+        }
         m_pollSet.push_back({-1, POLLIN, 0});
         m_registrations.push_back({.handle = handle});
         connection->setCallback(&callback);
@@ -307,10 +316,10 @@ void HX_MCSQ::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::
         Connection_t* const connection = getConnection(handle, return_code);
         if (!connection) return;
 
-        const TurnLock lock(m_turnMutex, m_pollMutex);
+        const TurnLock lock(m_turnMutex, m_pollMutex, m_wake);
         const auto entry = std::ranges::find(m_registrations, handle, &Registration::handle);
         if (entry != m_registrations.end()) {
-            m_pollSet.erase(m_pollSet.begin() + (entry - m_registrations.begin()));
+            m_pollSet.erase(m_pollSet.begin() + 1 + (entry - m_registrations.begin()));
             m_registrations.erase(entry);
         }
         const auto other = std::ranges::find(m_registrations, handle, &Registration::handle);
@@ -397,8 +406,8 @@ void HX_MCSQ::pollLoop() noexcept
 bool HX_MCSQ::pollTurn()
 {
     {
-        const TurnLock lock(m_turnMutex, m_pollMutex);
-        const bool isWanted = !m_stop && !m_pollSet.empty();
+        const TurnLock lock(m_turnMutex, m_pollMutex, -1);
+        const bool isWanted = !m_stop && !m_registrations.empty();
         if (isWanted) takeDescriptors();
         const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;
         const int error = isWanted && count < 0 ? errno : 0;
@@ -409,6 +418,8 @@ bool HX_MCSQ::pollTurn()
             return false;
         }
         if (count <= 0) return true;
+        eventfd_t ignored = 0;
+        if (m_pollSet.front().revents != 0) static_cast<void>(::eventfd_read(m_wake, &ignored));
         notify();
     }
     std::this_thread::sleep_for(kPause);
@@ -420,19 +431,19 @@ bool HX_MCSQ::pollTurn()
 void HX_MCSQ::takeDescriptors()
 {
     const auto now = std::chrono::steady_clock::now();
-    for (std::size_t i = 0; i < m_pollSet.size(); ++i) {
+    for (std::size_t i = 0; i < m_registrations.size(); ++i) {
         Registration& registration = m_registrations[i];
         const int descriptor = entryAt(registration.handle).readerDescriptor();
         if (descriptor != registration.descriptor)
             registration = {.handle = registration.handle, .descriptor = descriptor};
-        m_pollSet[i].fd = now < registration.restsUntil ? -1 : descriptor;
+        m_pollSet[i + 1].fd = now < registration.restsUntil ? -1 : descriptor;
     }
 }
 
 void HX_MCSQ::notify()
 {
-    for (std::size_t i = 0; i < m_pollSet.size(); ++i)
-        if (m_pollSet[i].revents != 0) serve(m_registrations[i], m_pollSet[i].fd);
+    for (std::size_t i = 0; i < m_registrations.size(); ++i)
+        if (m_pollSet[i + 1].revents != 0) serve(m_registrations[i], m_pollSet[i + 1].fd);
 }
 
 /// The descriptor may be another connection's by now. And several entries may stand for one device: what the first of

@@ -30,8 +30,8 @@ namespace FACE::IOSS {
 /// way, but for `Get_Connection_Configuration`, which refuses it as any other.
 ///
 /// One thread, which runs while connections are registered for notification, waits for input on all of them. It calls
-/// back with the poll lock held, so a call-back must neither register nor unregister. Whoever does waits for it: some
-/// 50 ms, and as long as call-backs take. When `Unregister_Notification_Event` returns, none runs, and none will unless
+/// back with the poll lock held, so a call-back must neither register nor unregister. Whoever does waits for it, as
+/// long as call-backs take. When `Unregister_Notification_Event` returns, none runs, and none will unless
 /// the connection is registered more than once. Unregister before closing.
 ///
 /// When that wait itself fails the thread ends, and an event and a line on standard error tell so; the next registration
@@ -183,11 +183,13 @@ private:
     RankedMutex<LockRank::QueueTurn>
         m_turnMutex;  // taken just to take m_pollMutex, so that the thread, which lets go of it for a moment only,
                       // does not keep others out
-    RankedMutex<LockRank::QueuePoll> m_pollMutex;  // call-backs run under it, and take locks of their own
-    std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);
-    std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);  // one for each entry
+    RankedMutex<LockRank::QueuePoll> m_pollMutex;           // call-backs run under it, and take locks of their own
+    std::vector<pollfd> m_pollSet GUARDED_BY(m_pollMutex);  // `m_wake` first, once there was a registration
+    std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);  // one for each entry behind it
     std::thread m_thread GUARDED_BY(m_pollMutex);
     std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves; by the destructor without it
+    std::atomic<int> m_wake =
+        -1;  // an event that ends the thread's wait for those who want the lock; -1 if none can be had
 };
 
 }  // namespace FACE::IOSS

@@ -51,7 +51,8 @@ namespace {
 
 std::mutex waitsMutex;
 std::vector<int> notedWaits;
-std::atomic<int> waitError = 0;  // that all waits of other threads fail with; 0: none does
+std::atomic<int> waitError = 0;             // that all waits of other threads fail with; 0: none does
+std::atomic<bool> areWaitsEndless = false;  // of other threads, where they would wait at all
 
 /// The time-outs of the calls of `poll` by other threads than the first, since the test began.
 std::vector<int> waits()
@@ -222,7 +223,8 @@ int __wrap_poll(pollfd* entries, nfds_t count, int timeout)
         errno = waitError;
         return -1;
     }
-    return __real_poll(entries, count, timeout);
+    const bool isEndless = areWaitsEndless && timeout > 0 && syscall(SYS_gettid) != getpid();
+    return __real_poll(entries, count, isEndless ? -1 : timeout);
 }
 }
 
@@ -691,6 +693,20 @@ TEST_F(HX_MCSQNotificationTest, DestructionEndsTheThreadWithinItsWait)
     const auto start = std::chrono::steady_clock::now();
     service.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_TRUE(threadEnds());
+}
+
+TEST_F(HX_MCSQNotificationTest, RegistrationsAndDestructionEndAWaitThatWouldHaveNoEnd)
+{
+    areWaitsEndless = true;
+    registerFor(open("A"));
+    ASSERT_TRUE(eventually([] { return !waits().empty(); }));
+    const long long other = open("B");
+    registerFor(other);
+    auto code = FACE::RETURN_CODE_TYPE::NO_ACTION;
+    service->Unregister_Notification_Event(other, code);
+    EXPECT_EQ(code, 0);
+    service.reset();
     EXPECT_TRUE(threadEnds());
 }
 

@@ -2,6 +2,7 @@
 
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 #include "lab/ctl/report/BusText.h"
+#include "lab/ctl/why/BusEntries.h"
 
 #include <algorithm>
 #include <chrono>
@@ -82,10 +83,7 @@ double JoinLine::arrivalOf(const Epoch& epoch) const
 
 void JoinLine::takeBusLine(const Json& line)
 {
-    if (bus::text(line, "type") == "service")
-        m_diary.setServiceRuns(bus::text(line, "phase") == "started" && bus::text(line, "event") != "deleted", m_now);
-    if (!bus::isToldNow(line, "blended-navigation")) return;
-    if (const auto second = bus::number(bus::record(line), "gpsSeconds")) m_diary.tell(*second, m_now);
+    enterBusLine(m_diary, line, m_now);
 }
 
 void JoinLine::end()

@@ -233,7 +233,6 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsTypesAndNamesOfTheBus)
     EXPECT_EQ(completed("orvanectl pub 8", 2), "8504\n");
     EXPECT_EQ(completed("orvanectl echo 8", 2), "\n");
     EXPECT_EQ(completed("orvanectl bus watch hel", 3), "hello held\n");
-    EXPECT_EQ(completed("orvanectl bus last nav", 3), "navwar-sa\n");
     EXPECT_EQ(completed("orvanectl bus last hel", 3), "\n");
     EXPECT_EQ(completed("orvanectl bus hold-tell warn", 3), "warning-messages\n");
     EXPECT_EQ(completed("orvanectl bus clear-data cr", 3), "crypto\n");

@@ -122,7 +122,7 @@ TEST_F(PlayPlanTest, BytesThatWereNoRecordGoIntoTheirQueue)
 
 TEST_F(PlayPlanTest, RegistersAreAsTheMiddleRecordSays)
 {
-    for (const std::uint64_t time : {0, 99, 98}) event(0, 1, 7'000'000'000 + time * 1'000'000'000);
+    for (const std::uint64_t time : {0U, 99U, 98U}) event(0, 1, 7'000'000'000 + time * 1'000'000'000);
     EXPECT_EQ(plan().registersAhead, 100s - 105s);
 }
 

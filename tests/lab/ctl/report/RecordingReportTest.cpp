@@ -26,7 +26,7 @@ constexpr std::uint64_t kDay = 1'700'000'000;  // s since 1970, when it was reco
 
 /// Records the inputs and what else a report tells of, and reports it.
 struct RecordingReportTest : testing::Test {
-    static constexpr std::size_t kEvents = 5, kMaintenance = 6, kCommands = 7;
+    static constexpr std::size_t kEvents = 5, kCommands = 7;  // indices in `topics`
 
     static std::vector<WatchedTopic> topics()
     {

@@ -50,15 +50,18 @@ bool isUsable(CONNECTION_STATE_TYPE::Value state)
     return state == CONNECTION_STATE_TYPE::OPEN || state == CONNECTION_STATE_TYPE::FAILED;
 }
 
+const std::atomic<int> kNobody = -1;  // has to be woken
+
 /// Takes a lock that another thread holds nearly all the time: who waits for the turn gets the lock next. The event ends
 /// the wait of that thread; -1 is none.
 class SCOPED_CAPABILITY TurnLock {
 public:
-    TurnLock(RankedMutex<LockRank::QueueTurn>& turn, RankedMutex<LockRank::QueuePoll>& mutex, int event) ACQUIRE(mutex)
+    TurnLock(RankedMutex<LockRank::QueueTurn>& turn, RankedMutex<LockRank::QueuePoll>& mutex,
+             const std::atomic<int>& event) ACQUIRE(mutex)
         : m_mutex(mutex)
     {
         const MutexLock lock(turn);
-        if (event != -1) static_cast<void>(::eventfd_write(event, 1));
+        if (const int wake = event; wake != -1) static_cast<void>(::eventfd_write(wake, 1));
         m_mutex.lock();
     }
     ~TurnLock() RELEASE() { m_mutex.unlock(); }
@@ -406,7 +409,7 @@ void HX_MCSQ::pollLoop() noexcept
 bool HX_MCSQ::pollTurn()
 {
     {
-        const TurnLock lock(m_turnMutex, m_pollMutex, -1);
+        const TurnLock lock(m_turnMutex, m_pollMutex, kNobody);
         const bool isWanted = !m_stop && !m_registrations.empty();
         if (isWanted) takeDescriptors();
         const int count = isWanted ? ::poll(m_pollSet.data(), m_pollSet.size(), kPollMilliseconds) : -1;

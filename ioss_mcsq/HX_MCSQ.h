@@ -188,8 +188,7 @@ private:
     std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);  // one for each entry behind it
     std::thread m_thread GUARDED_BY(m_pollMutex);
     std::atomic<bool> m_stop = true;  // set under m_pollMutex by the thread as it leaves; by the destructor without it
-    std::atomic<int> m_wake =
-        -1;  // an event that ends the thread's wait for those who want the lock; -1 if none can be had
+    std::atomic<int> m_wake = -1;     // an event, written by who wants the lock, that ends the thread's wait; -1: none
 };
 
 }  // namespace FACE::IOSS

@@ -27,7 +27,7 @@ void LifeSigns::turn(std::uint32_t joins) noexcept
     }
     const auto now = m_now();
     if (!m_isReadyTold || (!m_isStateTold && now - m_toldAt >= kBetweenStates)) tellState(now);
-    if (m_watchdog.count() != 0 && now - m_aliveAt >= m_watchdog / 2) tellAlive(now);
+    if (m_isReadyTold && m_watchdog.count() != 0 && now - m_aliveAt >= m_watchdog / 2) tellAlive(now);
 }
 
 void LifeSigns::tellState(Clock::time_point now) noexcept

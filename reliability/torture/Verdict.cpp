@@ -305,6 +305,7 @@ std::vector<Exception> knownExceptions()
          .phase = Phase::Start,
          .reason = "Fast DDS takes another port; peers are heard, and those that come later, too"},
         {.function = "eventfd", .owner = kDds, .reason = kAsio},
+        {.function = "eventfd", .reason = "who wants the queue reader's lock waits for the rest of its poll of 50 ms"},
         {.function = "timerfd_create", .owner = kDds, .reason = kAsio},
         {.function = "write", .place = "anon_inode:[eventfd]", .owner = kDds, .reason = kAsio},
         {.function = "write", .place = "anon_inode:[eventfd]", .owner = kLabBus, .reason = kBusTurn},

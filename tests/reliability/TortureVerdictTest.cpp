@@ -196,6 +196,12 @@ TEST(TortureVerdictTest, TheLibrarysStandardErrorIsTheFirstStreamOfTheService)
     EXPECT_EQ(endingOfSilence("fopencookie", kOwnStack, 2), Ending::Broken);
 }
 
+TEST(TortureVerdictTest, AnEventOfTheServiceItselfMayLackInSilence)
+{
+    EXPECT_EQ(endingOfSilence("eventfd", kOwnStack), Ending::Tolerated);
+    EXPECT_EQ(endingOfSilence("timerfd_create", kOwnStack), Ending::Broken);
+}
+
 TEST(TortureVerdictTest, ALostLineMayBeSilentWhereItIsTheLast)
 {
     Facts facts = cleanEnd();

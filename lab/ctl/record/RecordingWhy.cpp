@@ -117,7 +117,7 @@ private:
         }
         enterRecord(m_diary, topic, record.get(), m_now);
         if (std::exchange(m_isHeard[topic], true)) return;
-        if (std::ranges::count(m_isHeard, true) == std::ssize(m_isHeard)) m_report.hearsAll();
+        if (std::ranges::count(m_isHeard, true) == std::ssize(kJoinTopics)) m_report.hearsAll();
     }
 
     void takeReceiver(mcap::Bytes payload)

@@ -141,17 +141,21 @@ TEST_F(OrvaneServerTest, StopEndsTheWorkerAndReportsIt)
 TEST_F(OrvaneServerTest, TheWorkerTurnsFromStartToStopAndNotWhileItsWorkHangs)
 {
     const ThreadPulse& pulse = *server->threads().at(0);
-    std::atomic<bool> hangs = false, isHanging = false;
+    std::atomic<bool> hangs = false;
+    std::atomic<std::uint32_t> turnThatHangs = ThreadPulse::kAtRest;
     server.onBlendedNavigation = [&] {
-        while (hangs) isHanging = true;
-        isHanging = false;
+        while (hangs) {
+            turnThatHangs = pulse.turns();
+            std::this_thread::sleep_for(1ms);
+        }
     };
     EXPECT_EQ(pulse.turns(), ThreadPulse::kAtRest);
     server->Start();
     EXPECT_TRUE(eventually([&] { return pulse.turns() >= 3; }));
     hangs = true;
-    EXPECT_TRUE(eventually([&] { return isHanging.load(); }));
-    const auto before = pulse.turns();
+    EXPECT_TRUE(eventually([&] { return turnThatHangs != ThreadPulse::kAtRest; }));
+    const std::uint32_t before = turnThatHangs;
+    std::this_thread::sleep_for(20ms);  // many pauses of a worker that goes on
     EXPECT_EQ(pulse.turns(), before);
     hangs = false;
     EXPECT_TRUE(eventually([&] { return pulse.turns() > before; }));

@@ -194,10 +194,10 @@ TEST_F(OrvaneCtlTest, AVerbOrAnOptionThatThereIsNotNamesTheNearest)
          "orvanectl: decode: no option \"--fromat\"; did you mean \"--format\"? (orvanectl --help tells more)\n"},
         {"xyzzy",
          "orvanectl: no verb \"xyzzy\"; there are: decode, bus, echo, hz, check, pub, seq, why, top, record, info, "
-         "cut, csv, repair, serve, report, completion (orvanectl --help tells more)\n"},
+         "cut, csv, repair, play, serve, report, completion (orvanectl --help tells more)\n"},
         {"",
          "orvanectl: which verb? there are: decode, bus, echo, hz, check, pub, seq, why, top, record, info, cut, csv, "
-         "repair, serve, report, completion (orvanectl --help tells more)\n"}};
+         "repair, play, serve, report, completion (orvanectl --help tells more)\n"}};
     for (const auto& [arguments, said] : rows) {
         const Finished result = shell("\"$0\" " + std::string(arguments));
         EXPECT_EQ(result.ending, Ending({2, 0})) << arguments;
@@ -232,7 +232,7 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsTypesAndNamesOfTheBus)
     EXPECT_EQ(completed("orvanectl echo UTC", 2), "UTCTime\n");
     EXPECT_EQ(completed("orvanectl pub 8", 2), "8504\n");
     EXPECT_EQ(completed("orvanectl echo 8", 2), "\n");
-    EXPECT_EQ(completed("orvanectl bus watch hel", 3), "hello held\n");
+    EXPECT_EQ(completed("orvanectl bus watch hel", 3), "held hello\n");
     EXPECT_EQ(completed("orvanectl bus last hel", 3), "\n");
     EXPECT_EQ(completed("orvanectl bus hold-tell warn", 3), "warning-messages\n");
     EXPECT_EQ(completed("orvanectl bus clear-data cr", 3), "crypto\n");

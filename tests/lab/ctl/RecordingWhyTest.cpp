@@ -60,7 +60,7 @@ struct RecordingWhyTest : testing::Test {
     void tell(int number, double when)
     {
         recorder.takeBusLine(
-            R"({"type":"tell","tell":"blended-navigation","timeOfValidity":1,"record":{"gpsSeconds":)" +
+            R"({"type":"tell","tell":"blended-navigation","timeOfValidity":{"year":2026},"record":{"gpsSeconds":)" +
                 std::to_string(number) + "}}",
             at(when));
     }

@@ -51,6 +51,17 @@ struct TopVerbTest : testing::Test {
 
     static std::string screen() { return tmux({"capture-pane", "-p", "-t", "0"}); }
 
+    /// The window is told at once, and the terminal in it some time later.
+    static void resize(const std::string& columns, const std::string& rows)
+    {
+        tmux({"resize-window", "-t", "0", "-x", columns, "-y", rows});
+        const std::string terminal = tmux({"display-message", "-p", "-t", "0", "#{pane_tty}"});
+        const std::string device = terminal.substr(0, terminal.find('\n'));
+        EXPECT_TRUE(eventually([&] {
+            return outputOf({"/bin/stty", "-F", device, "size"}) == rows + ' ' + columns + '\n';
+        }));
+    }
+
     static bool isColoured()
     {
         return tmux({"capture-pane", "-p", "-e", "-t", "0"}).find("\x1B[36m") != std::string::npos;
@@ -120,7 +131,7 @@ TEST_F(TopVerbTest, TheWholeUnitIsSeenAtAnySizeAndKeysWork)
     EXPECT_TRUE(shows("GAPS FROM")) << screen();
     tmux({"resize-window", "-t", "0", "-x", "40", "-y", "10"});
     EXPECT_TRUE(shows("orvanectl top: at least")) << screen();
-    tmux({"resize-window", "-t", "0", "-x", "80", "-y", "24"});
+    resize("80", "24");
     EXPECT_TRUE(shows("GAPS FROM")) << screen();
 
     press("h");
@@ -187,13 +198,13 @@ TEST_F(TopVerbTest, StoppedFromOutsideItDrawsAllAnewWhenItGoesOn)
     ASSERT_TRUE(shows("no OrvaneServer")) << screen();
     send("STOP");
     ASSERT_TRUE(eventually([] { return stateOf(processId()) == "T"; }));
-    tmux({"resize-window", "-t", "0", "-x", "120", "-y", "30"});
+    resize("120", "30");
     tmux({"send-keys", "-t", "0", "-R"});  // what was on the screen is gone
     ASSERT_TRUE(eventually([] { return screen().find("no OrvaneServer") == std::string::npos; })) << screen();
     send("CONT");
     EXPECT_TRUE(shows("no OrvaneServer")) << screen();
     EXPECT_TRUE(shows("RECORDS  PUBS FROM")) << screen();
-    tmux({"resize-window", "-t", "0", "-x", "80", "-y", "24"});
+    resize("80", "24");
     press("q");
     EXPECT_EQ(ended(), "0\n");
 }

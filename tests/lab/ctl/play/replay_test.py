@@ -1,11 +1,11 @@
 """A scenario is played on a unit and recorded; the recording, played to a new service on another unit, has it tell the
-same.
+same, at the same moments of the scenario.
 
 replay_test.py BUILD NAME [--rate N]
 
-Each unit is a sandbox of its own with a clock of the lab, as those of script/golden. On a busy machine inputs are overtaken
-by the next ones when time runs fast; then both are done again more slowly. Status 1 tells that something else was told,
-125 that there can be no sandbox here.
+Each unit is a sandbox of its own with a clock of the lab, as those of script/golden, and what was told is compared as
+there: moments have room, what the machine was too slow for is done again more slowly, and so is once what differs. Status
+1 tells that something else was told, or that a program ended by itself; 125 that there can be no sandbox here.
 """
 
 import argparse
@@ -14,8 +14,8 @@ import importlib.machinery
 import importlib.util
 import os
 import pathlib
+import re
 import shlex
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -27,6 +27,11 @@ from golden import outcome, unit  # noqa: E402
 
 RECORDING = "/tmp/run.mcap"
 LONGEST_TO_START = 60  # seconds of the unit
+
+MEMORY = "/dev/mem"
+CLOCK_RATE = 0x43C20000
+SYSTEM_COUNT = 0x43C20080
+TICKS = 58982400  # a second
 
 
 def load_golden():
@@ -60,13 +65,38 @@ class Bench:
         self.start_tool("bus", "bus", "watch", "--json")
 
     def await_navigation(self):
-        self.wait_for("Blended Navigation", lambda: unit.said("bus", '"timeOfValidity":{'))
+        self.wait_for("Blended Navigation", lambda: has_navigation((unit.OUT / "bus").read_text(errors="replace")))
 
-    def end(self):
-        """What is told belongs to the run until here."""
+    def pass_time(self, rate, end):
+        """@param end  a time of the clock"""
+        unit.set_rate(self.programs, rate)
+        self.programs.late = 0.0
+        unit.wait_until(self.programs, end)
+
+    def end(self, start, seconds):
+        """@param start  of the scenario, a time of the clock"""
         unit.set_rate(self.programs, 1)
         unit.time.sleep(0.5)
-        shutil.copyfile(unit.OUT / "bus", unit.OUT / "bus.until-end")
+        told = outcome.whole_lines((unit.OUT / "bus").read_text(errors="replace"))
+        (unit.OUT / "bus.until-end").write_text("".join(f"{line}\n" for line in of_scenario(told, start, seconds)))
+        (unit.OUT / "started").write_text(f"{start}\n")
+        (unit.OUT / "late").write_text(f"{self.programs.late}\n")
+
+
+def has_navigation(told):
+    """Whether a record with a time is there; other lists may have times before any input has come."""
+    return any('"tell":"blended-navigation"' in line and '"timeOfValidity":{' in line for line in told.splitlines())
+
+
+def of_scenario(lines, start, seconds):
+    """Without what was told behind the last second, when the recording ends at some moment; but all of Blended
+    Navigation, of which the times of validity tell where the end is."""
+    kept = []
+    for line, message in zip(lines, outcome.records(lines, "bus")):
+        is_behind = message.get("at_ms", 0) / 1e3 - start > seconds
+        if not is_behind or message.get("tell") == "blended-navigation":
+            kept.append(line)
+    return kept
 
 
 def record(build, scenario, seconds, rate, utc, options):
@@ -84,13 +114,14 @@ def record(build, scenario, seconds, rate, utc, options):
         bench.wait_for("the recording", lambda: os.path.exists(RECORDING))
         bench.programs.start("unit-sim", "lab/unit/unit-sim", *played, *options)
         bench.wait_for("the first epoch", lambda: unit.has_played(0.0))
+        start = unit.time.time()
         bench.start_service()
         bench.await_navigation()
-        if unit.has_played(unit.READY_BY):
-            raise unit.TooSlow("the service was ready too late\n")
-        unit.set_rate(bench.programs, rate)
-        bench.wait_for("the last epoch", lambda: unit.has_played(seconds + 1.0), seconds + LONGEST_TO_START)
-        bench.end()
+        if unit.time.time() - start > unit.READY_BY:
+            raise unit.TooSlow(f"the service was ready {unit.time.time() - start:.1f} s of the unit after its start only\n")
+        bench.pass_time(rate, start + seconds)
+        bench.wait_for("the last epoch", lambda: unit.has_played(seconds + 1.0))
+        bench.end(start, seconds)
         bench.programs.stop("record")
     finally:
         bench.programs.stop_all()
@@ -101,23 +132,31 @@ def replay(build, recording, seconds, rate):
     try:
         bench.start_tool("request-play", "play", recording, "--wait", "60")  # which has an end
         play = bench.programs.running["request-play"]
-        bench.wait_for("the registers", lambda: os.path.exists("/dev/mem") and clock_rate() != 0)
+        bench.wait_for("the registers", lambda: os.path.exists(MEMORY) and register(CLOCK_RATE) != 0)
         bench.start_service()
         bench.await_navigation()
-        unit.set_rate(bench.programs, rate)
-        bench.wait_for("the end of the play", lambda: play.poll() is not None, seconds + LONGEST_TO_START)
+        start = start_of(unit.time.time(), register(SYSTEM_COUNT))
+        bench.pass_time(rate, start + seconds)
+        bench.wait_for("the end of the play", lambda: play.poll() is not None)
         if play.returncode != 0:
             raise unit.TooSlow(f"play has ended with status {play.returncode}\n{unit.last_of('request-play')}")
-        bench.end()
+        bench.end(start, seconds)
     finally:
         bench.programs.stop_all()
 
 
-def clock_rate():
-    """The register that a service looks at when it starts."""
-    with open("/dev/mem", "rb") as memory:
-        memory.seek(0x43C20000)
-        return int.from_bytes(memory.read(8), "little")
+def register(address, memory=MEMORY):
+    with open(memory, "rb", buffering=0) as file:  # in one access
+        file.seek(address)
+        return int.from_bytes(file.read(8), "little")
+
+
+def start_of(now, count):
+    """When the scenario would have begun, by the clock of the unit, which a play has where it was in the run.
+
+    @param count  of the unit, now
+    """
+    return now - (count / TICKS - outcome.UPTIME)
 
 
 def inside(arguments):
@@ -126,7 +165,7 @@ def inside(arguments):
     except unit.TooSlow as reason:
         print(reason, end="")
         return unit.TOO_SLOW
-    except unit.Broken as reason:
+    except (unit.Broken, outcome.Unreadable) as reason:
         print(reason, end="")
         return 1
     return 0
@@ -138,8 +177,17 @@ def eval_numbers(arguments):
     return [build, what, float(seconds), float(rate), *rest[:1], *([shlex.split(rest[1])] if rest else [])]
 
 
-def told_by(golden, build, directory, rate, start, *words):
-    """Runs one of both on a unit; @return what the bus has said there"""
+def longest(golden, seconds, rate, start):
+    """Seconds of the machine that one of both takes at the most."""
+    return golden.LONGEST + golden.TO_START / start + seconds / rate
+
+
+def told_by(golden, build, directory, seconds, rate, start, *words):
+    """Runs one of both on a unit.
+
+    @param start  the rate until the service is ready
+    @return  what the bus has said there, and by how many seconds of the unit the machine was behind
+    """
     clock = build / "lab/clock/lab-clock"
     inner = [
         "env", f"LD_PRELOAD={build}/lab/clock/liblab_clock.so", "ORVANE_LAB_CLOCK=/tmp/clock", "ORVANE_LAB_BUS=/tmp/bus",
@@ -148,18 +196,40 @@ def told_by(golden, build, directory, rate, start, *words):
     script = f"{shlex.quote(str(clock))} create /tmp/clock --rate {start} --real {golden.UTC} && exec {shlex.join(inner)}"
     binds = ("--bind", ROOT, "--bind", build, "--bind", directory)
     command = [ROOT / "lab/sandbox", "--unit", directory / words[0], *binds, "--", "sh", "-c", script]
-    ended = golden.run_until(command, golden.LONGEST)
+    most = longest(golden, seconds, rate, start)
+    ended = golden.run_until(command, most)
     out = directory / words[0] / "tmp/golden"
     if ended is None or ended.returncode == golden.TOO_SLOW:
-        said = ended.stdout if ended else f"{words[0]}: not over after {golden.LONGEST} s\n"
-        raise golden.TooSlow(said + golden.ends_of(out))
+        said = ended.stdout if ended else f"not over after {most:.0f} s\n"
+        raise golden.TooSlow(f"    {words[0]}: {said}{golden.ends_of(out)}")
     if ended.returncode != 0:
         raise golden.Failed(f"{words[0]}: status {ended.returncode}\n{ended.stdout}{ended.stderr}{golden.ends_of(out)}")
-    return outcome.whole_lines((out / "bus.until-end").read_text())
+    try:
+        return text_of(out, golden.UTC, seconds), outcome.behind(out)
+    except outcome.Unreadable as error:
+        raise golden.Failed(f"{words[0]}: {error}\n") from None
 
 
-def difference(golden, build, name, rate, start):
-    """Records and replays once; @return what was told otherwise"""
+def text_of(out, utc, seconds):
+    """@param out  the directory that one of both has left"""
+    read = lambda name: outcome.whole_lines((out / name).read_text(errors="replace"))  # noqa: E731
+    told = outcome.bus(read("bus.until-end"), utc, seconds, float(read("started")[0]))
+    return told + outcome.complaints(read("bus.errors"))
+
+
+def difference(run, again):
+    """What a replay has told otherwise than its run, but for moments that are near."""
+    if not any(re.match(r"\d{4}-", line) for line in run):
+        return "the run told no Blended Navigation\n"
+    lines = difflib.unified_diff(run, outcome.settled(run, again), "run", "replay", n=2, lineterm="")
+    return "".join(f"{line}\n" for line in lines)
+
+
+def attempt(golden, build, name, rate, start):
+    """Records and replays once.
+
+    @return  what was told otherwise, by how many seconds the machine was behind, and what there is to say besides
+    """
     settings = golden.settings_of(name)
     with tempfile.TemporaryDirectory(prefix="orvane-replay.", ignore_cleanup_errors=True) as made:
         directory = pathlib.Path(made)
@@ -167,19 +237,47 @@ def difference(golden, build, name, rate, start):
         common = (str(seconds), str(rate))
         scenario = str(golden.SCENARIOS / name / "scenario.txt")
         words = ("record", str(build), scenario, *common, str(golden.UTC), settings["options"])
-        run = outcome.bus(told_by(golden, build, directory, rate, start, *words), golden.UTC, seconds)
+        run, late = told_by(golden, build, directory, seconds, rate, start, *words)
         recording = directory / "record/tmp/run.mcap"
         info = subprocess.run([build / "lab/ctl/orvanectl", "info", recording], capture_output=True, text=True, check=False)
         words = ("replay", str(build), str(recording), *common)
-        again = outcome.bus(told_by(golden, build, directory, rate, start, *words), golden.UTC, seconds)
+        again, later = told_by(golden, build, directory, seconds, rate, start, *words)
         sum_of_play = (directory / "replay/tmp/golden/request-play").read_text()
-        if not any(line.startswith("== blended-navigation") for line in run):
-            return "the run told no Blended Navigation\n"
-        changed = list(difflib.unified_diff(run, again, "run", "replay", n=2, lineterm=""))
-        if changed:
-            return "\n".join([*changed, info.stdout, sum_of_play])
-        print(f"replay: {name}: {len(run)} lines of what was told are the same, {rate:g} times as fast\n{sum_of_play}", end="")
-        return ""
+        changed = difference(run, again)
+        said = f"{info.stdout}{sum_of_play}" if changed else f"    {len(run)} lines\n{sum_of_play}"
+        return changed, max(late, later), said
+
+
+def check(golden, name, fastest, play):
+    """@param play  tries once, at a rate and with one of the start
+    @return  what to print"""
+    different = 0  # where the machine was in time
+    slow = 0
+    changed = ""
+    for slower, start in golden.TRIES:
+        rate = fastest / slower
+        try:
+            changed, late, said = play(rate, start)
+        except golden.TooSlow as reason:
+            slow += 1
+            golden.tell(f"replay: {name}: too slow a machine for {rate:.3g} times as fast\n{reason}")
+            continue
+        if not changed:
+            before = f" (not the same in {different} before, too slow a machine for {slow})" if different + slow else ""
+            return f"replay: {name}: the same was told, {rate:.3g} times as fast{before}\n{said}"
+        if late > golden.DAWDLED:
+            slow += 1
+            golden.tell(
+                f"replay: {name}: too slow a machine for {rate:.3g} times as fast, {late:.1f} s behind\n{changed}{said}"
+            )
+            continue
+        different += 1
+        golden.tell(f"replay: {name}: not the same, {rate:.3g} times as fast\n{changed}{said}")
+        if different == golden.MOST_DIFFERENT:
+            break
+    if not different:
+        raise golden.Failed(f"the machine is too slow for any run\n{changed}".rstrip("\n"))
+    raise golden.Failed(f"something else is told than in the run, in {different} of {different + slow} replays\n{changed}")
 
 
 def main():
@@ -195,19 +293,13 @@ def main():
         print(refusal, end="")
         return golden.NO_SANDBOX
     build = pathlib.Path(options.build).resolve()
-    told = ""
-    for slower, start in golden.TRIES:
-        try:
-            told = difference(golden, build, options.name, options.rate / slower, start)
-        except golden.TooSlow as reason:
-            told = f"too slow a machine for {options.rate / slower:g} times as fast\n{reason}"
-        except golden.Failed as failure:
-            print(failure)
-            return 1
-        if not told:
-            return 0
-        print(told, flush=True)
-    return 1
+    play = lambda rate, start: attempt(golden, build, options.name, rate, start)  # noqa: E731
+    try:
+        print(check(golden, options.name, options.rate, play), end="")
+        return 0
+    except golden.Failed as failure:
+        print(f"replay: {options.name}: {failure}")
+        return 1
 
 
 if __name__ == "__main__":

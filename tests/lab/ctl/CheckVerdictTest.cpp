@@ -42,8 +42,7 @@ static_assert(kTopLevel + kConnections + kTransports + kDevices + kSensors + kBu
 /// What may stand as a number, a truth or a name, and mostly shouldn't.
 const std::vector<std::string> kTexts = {"", " ", "-1", "x", "99999999999999999999", "0x"};
 
-/// Every element without elements in it, one after the other, gone and with other texts; every container gone, doubled
-/// and renamed.
+/// Every element without elements in it, one after the other, gone and with other texts; every container gone.
 std::vector<Damage> damagesOf(const std::string& file, const std::vector<std::string>& texts)
 {
     std::vector<Damage> damages;

@@ -2,18 +2,35 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <regex>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
 using Ending = ChildProcess::Ending;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr const char* kTool = ORVANE_CTL_BINARY;
+constexpr std::streamoff kSystemCount = 0x43C20000 + 128;  // of the unit's time stamp block
+
+void writeCount(std::uint64_t ticks)
+{
+    std::array<char, sizeof ticks> bytes;
+    std::memcpy(bytes.data(), &ticks, bytes.size());
+    std::fstream("/dev/mem", std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(kSystemCount)
+        .write(bytes.data(), bytes.size());
+}
 
 }  // namespace
 
@@ -54,6 +71,40 @@ TEST(PubVerbTest, WhatWasShownGoesBackUnchanged)
     EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
     EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
     EXPECT_TRUE(echo.output().starts_with(lines + "\n")) << echo.output();
+}
+
+TEST(PubVerbTest, WhatItStampsIsTheUnitsTime)
+{
+    writeCount(59'011'891'200);  // 1000.5 s
+    const std::string line =
+        R"({"topic":"UTCTime","type":"UTCTime","header":{"seq_num":9,"timestamp_valid":{"sec":4}},)"
+        R"("message":{}})";
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "2", "--backfill"});
+    ChildProcess pub({"/bin/sh", "-c",
+                      "\"$0\" pub UTCTime --set gps_week=1 --wait 60 && "
+                      "printf '%s\\n' \"$1\" | \"$0\" pub --file - --now --wait 60",
+                      kTool, line});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
+    const std::regex stamped(R"("seq_num":0,"timestamp_arrival":\{"sec":1000,[^}]*\},"timestamp_valid":\{"sec":1000,)");
+    const std::string shown = echo.output();
+    EXPECT_EQ(std::distance(std::sregex_iterator(shown.begin(), shown.end(), stamped), std::sregex_iterator()), 2)
+        << shown;
+}
+
+TEST(PubVerbTest, LinesOfAFileGoOutInTheirOwnTime)
+{
+    std::ofstream("/tmp/lines")
+        << R"({"topic":"UTCTime","type":"UTCTime","header":{"timestamp_valid":{"sec":4}},"message":{}})"
+           "\n"
+        << R"({"topic":"UTCTime","type":"UTCTime","header":{"timestamp_valid":{"sec":6}},"message":{}})"
+           "\n";
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "2", "--backfill"});
+    const auto start = std::chrono::steady_clock::now();
+    ChildProcess pub({kTool, "pub", "--file", "/tmp/lines", "--wait", "60"});
+    EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
 }
 
 TEST(PubVerbTest, AFrameGoesIntoItsQueue)

@@ -40,6 +40,11 @@ bool hasMessages(const RecordingInfo& info, const std::string& topic)
         info.channels, [&](const ChannelInfo& channel) { return channel.topic == topic && channel.messages > 0; });
 }
 
+bool hasChannel(const RecordingInfo& info, const std::string& topic)
+{
+    return std::ranges::find(info.channels, topic, &ChannelInfo::topic) != info.channels.end();
+}
+
 /// The first and the last time of all messages; of none both are 0.
 std::pair<std::uint64_t, std::uint64_t> spanOf(const RecordingInfo& info)
 {
@@ -55,7 +60,7 @@ std::pair<std::uint64_t, std::uint64_t> spanOf(const RecordingInfo& info)
 class ReportSink : public mcap::RecordSink {
 public:
     ReportSink(const RecordingInfo& info, const ServerSettings& settings)
-        : m_hearing{hasMessages(info, recording::kBus), hasMessages(info, m_receiverTopic), false},
+        : m_hearing{hasMessages(info, recording::kBus), hasChannel(info, m_receiverTopic), false},
           m_start(spanOf(info).first), m_joins(settings, m_hearing)
     {}
 

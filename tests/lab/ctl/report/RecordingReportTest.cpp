@@ -26,6 +26,9 @@ constexpr std::uint64_t kDay = 1'700'000'000;  // s since 1970, when it was reco
 
 /// Records the inputs and what else a report tells of, and reports it.
 struct RecordingReportTest : testing::Test {
+    explicit RecordingReportTest(const std::vector<std::string>& queues = {}) : recorder(output, topics(), queues, {})
+    {}
+
     static constexpr std::size_t kEvents = 5, kCommands = 7;  // indices in `topics`
 
     static std::vector<WatchedTopic> topics()
@@ -94,7 +97,11 @@ struct RecordingReportTest : testing::Test {
     }
 
     TextOutput output;
-    Recorder recorder{output, topics(), {}, {}};
+    Recorder recorder;
+};
+
+struct SilentReceiverTest : RecordingReportTest {
+    SilentReceiverTest() : RecordingReportTest({"ZEN_HX"}) {}
 };
 
 }  // namespace
@@ -121,6 +128,21 @@ TEST_F(RecordingReportTest, WithoutABusWhatCouldBeJoinedIs)
     EXPECT_EQ(all["heard"]["bus"], false);
     EXPECT_EQ(all["joins"]["text"], "join rate 0.80 (4 of 5): 1 x no HalvexPNT");
     EXPECT_TRUE(all["publications"].empty());
+}
+
+TEST_F(SilentReceiverTest, OfWhichNothingCameIsMissed)
+{
+    for (int number = 100; number < 106; ++number) second(number);
+    const Json all = report();
+    EXPECT_EQ(all["heard"]["receiver"], true);
+    EXPECT_EQ(all["joins"]["text"], "join rate 0.00 (0 of 4): 4 x no 8504");
+}
+
+TEST_F(SilentReceiverTest, OfWhichOnlyWhatIsNoRecordCameIsHeard)
+{
+    second(100);
+    recorder.takeQueueRest(0, mcap::bytesOf("no record"), at(100.5));
+    EXPECT_EQ(report()["heard"]["receiver"], true);
 }
 
 TEST_F(RecordingReportTest, PublicationThatIsLeftOutIsAGap)

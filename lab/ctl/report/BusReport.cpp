@@ -116,9 +116,12 @@ void BusReport::takeThreats(const Json& record, double seconds)
         const auto azimuth = bus::number(threat, "azimuth_rad"), elevation = bus::number(threat, "elevation_rad");
         if (!azimuth || !elevation || rows.size() >= kMostRows) continue;
         constexpr double kDegrees = 180 / std::numbers::pi;
+        const Json azimuthDegrees = roundedTo(*azimuth * kDegrees, 0.1);
+        const Json elevationDegrees = roundedTo(*elevation * kDegrees, 0.1);
+        if (azimuthDegrees.is_null() || elevationDegrees.is_null()) continue;
         rows.push_back(
-            {{"azimuth", roundedTo(*azimuth * kDegrees, 0.1)},
-             {"elevation", roundedTo(*elevation * kDegrees, 0.1)},
+            {{"azimuth", azimuthDegrees},
+             {"elevation", elevationDegrees},
              {"power", orNull(bus::number(threat, "power", "powerValid"), 1, 0.1)},
              {"confidence", orNull(bus::number(threat, "azimuthConfidence_percent", "azimuthConfidenceValid"), 1, 1)},
              {"megahertz", orNull(bus::number(threat, "centreFrequency_Hz"), 1e-6, 0.001)},

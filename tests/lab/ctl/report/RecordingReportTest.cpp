@@ -200,6 +200,16 @@ TEST_F(RecordingReportTest, ThreatsHaveDegreesAndWhatIsNotValidIsNull)
               R"("megahertz":1575.4,"sensor":"CRPA"}]}])");
 }
 
+TEST_F(RecordingReportTest, ThreatWhoseDirectionHasNoDegreesIsLeftOut)
+{
+    line(R"({"type":"tell","tell":"navwar-sa","record":{"threats":[{"azimuth_rad":1e307,"elevation_rad":0},)"
+         R"({"azimuth_rad":0,"elevation_rad":-1e307},{"azimuth_rad":0,"elevation_rad":0}]}})",
+         1);
+    const Json rows = report()["threats"]["looks"][0]["rows"];
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["azimuth"], 0.0);
+}
+
 TEST_F(RecordingReportTest, WarningLastsAsLongAsItIsInTheList)
 {
     const auto warn = [&](const std::string& rows, double when) {

@@ -1,7 +1,5 @@
 #include "lab/ctl/record/ConsoleCopy.h"
 
-#include <array>
-
 namespace orvanectl {
 
 void LineCutter::take(std::span<const std::uint8_t> bytes)
@@ -25,18 +23,6 @@ void LineCutter::handOver()
 void LineCutter::end()
 {
     if (!m_held.empty()) handOver();
-}
-
-bool ConsoleCopy::take()
-{
-    constexpr int kMostReads = 64;  // in one turn, of a writer that never pauses
-    std::array<std::uint8_t, 65536> buffer;
-    for (int i = 0; i < kMostReads; ++i) {
-        const auto bytes = m_file.read(buffer);
-        if (bytes.empty()) return false;
-        m_cutter.take(bytes);
-    }
-    return true;
 }
 
 }  // namespace orvanectl

@@ -1,7 +1,7 @@
 #ifndef LAB_CTL_RECORD_CONSOLECOPY_H
 #define LAB_CTL_RECORD_CONSOLECOPY_H
 
-#include "lab/ctl/why/CopiedFile.h"
+#include "lab/ctl/record/FollowedCopy.h"
 
 #include <cstdint>
 #include <functional>
@@ -33,19 +33,25 @@ private:
     std::string m_held;
 };
 
-/// A file or named pipe that gets what the service prints.
+/// A file or named pipe that gets what the service prints, and those that take its place.
 class ConsoleCopy {
 public:
     /// Throws `std::runtime_error`, as `CopiedFile` does.
-    ConsoleCopy(const std::string& path, LineCutter::OnLine onLine) : m_file(path), m_cutter(std::move(onLine)) {}
+    ConsoleCopy(const std::string& path, LineCutter::OnLine onLine)
+        : m_cutter(std::move(onLine)),
+          m_copy(
+              path, [this](std::span<const std::uint8_t> bytes) { m_cutter.take(bytes); }, [this] { m_cutter.end(); })
+    {}
+    ConsoleCopy(const ConsoleCopy&) = delete;
+    ConsoleCopy& operator=(const ConsoleCopy&) = delete;
 
     /// What has come since the last call, or as much of it as one call takes: true then, since there may be more.
-    bool take();
+    bool take() { return m_copy.take(); }
     void end() { m_cutter.end(); }
 
 private:
-    CopiedFile m_file;
     LineCutter m_cutter;
+    FollowedCopy m_copy;
 };
 
 }  // namespace orvanectl

@@ -1,13 +1,10 @@
 #include "lab/ctl/record/QueueCopy.h"
 
-#include <array>
-
 namespace orvanectl {
 
 namespace {
 
 constexpr std::size_t kRecordFront = 56;  // what stands before a record's frame
-constexpr int kMostReads = 64;            // in one turn, of a writer that never pauses
 
 }  // namespace
 
@@ -43,17 +40,6 @@ void QueueCutter::record(std::uint64_t offset, const aspn2_msgs::idl::GSSIP& rec
     m_onRecord(Bytes(m_held).first(size), record.header().seq_num());
     m_held.erase(m_held.begin(), m_held.begin() + static_cast<std::ptrdiff_t>(size));
     m_offset += size;
-}
-
-bool QueueCopy::take()
-{
-    std::array<std::uint8_t, 65536> buffer;
-    for (int i = 0; i < kMostReads; ++i) {
-        const Bytes bytes = m_file.read(buffer);
-        if (bytes.empty()) return false;
-        m_cutter.take(bytes);
-    }
-    return true;
 }
 
 }  // namespace orvanectl

@@ -2,7 +2,7 @@
 #define LAB_CTL_RECORD_QUEUECOPY_H
 
 #include "lab/ctl/StreamCutter.h"
-#include "lab/ctl/why/CopiedFile.h"
+#include "lab/ctl/record/FollowedCopy.h"
 
 #include <functional>
 #include <memory>
@@ -41,21 +41,25 @@ private:
     std::uint64_t m_offset = 0;        // of it in what this cutter was given
 };
 
-/// A file or named pipe that gets what a queue gets.
+/// A file or named pipe that gets what a queue gets, and those that take its place.
 class QueueCopy {
 public:
     /// Throws `std::runtime_error`, as `CopiedFile` does.
     QueueCopy(const std::string& path, QueueCutter::OnRecord onRecord, QueueCutter::OnRest onRest)
-        : m_file(path), m_cutter(std::move(onRecord), std::move(onRest))
+        : m_cutter(std::move(onRecord), std::move(onRest)),
+          m_copy(
+              path, [this](Bytes bytes) { m_cutter.take(bytes); }, [this] { m_cutter.end(); })
     {}
+    QueueCopy(const QueueCopy&) = delete;
+    QueueCopy& operator=(const QueueCopy&) = delete;
 
     /// What has come since the last call, or as much of it as one call takes: true then, since there may be more.
-    bool take();
+    bool take() { return m_copy.take(); }
     void end() { m_cutter.end(); }
 
 private:
-    CopiedFile m_file;
     QueueCutter m_cutter;
+    FollowedCopy m_copy;
 };
 
 }  // namespace orvanectl

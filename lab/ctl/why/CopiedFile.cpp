@@ -59,6 +59,17 @@ bool CopiedFile::isReplaced() const
            here.st_dev != there.st_dev;
 }
 
+bool CopiedFile::isCutShort() const
+{
+    struct stat status {};
+    return ::fstat(m_file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size < ::lseek(m_file, 0, SEEK_CUR);
+}
+
+void CopiedFile::rewind() const
+{
+    ::lseek(m_file, 0, SEEK_SET);
+}
+
 std::span<const std::uint8_t> CopiedFile::read(std::span<std::uint8_t> into) const
 {
     const ssize_t count = ::read(m_file, into.data(), into.size());

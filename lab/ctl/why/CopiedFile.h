@@ -23,6 +23,12 @@ public:
     /// Whether another file, or none, stands at the path now.
     bool isReplaced() const;
 
+    /// Whether the file is shorter than what was read of it or passed over; never of a pipe.
+    bool isCutShort() const;
+
+    /// Goes back to the start of the file.
+    void rewind() const;
+
     /// What has come since the last call, up to the size of `into`; empty if nothing has.
     std::span<const std::uint8_t> read(std::span<std::uint8_t> into) const;
 

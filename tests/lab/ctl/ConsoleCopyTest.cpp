@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -36,6 +37,31 @@ TEST_F(LineCutterTest, LineWithoutAnEndIsHandedOverInPieces)
     EXPECT_EQ(lines[0].size(), 65536U);
     take("\n");
     EXPECT_EQ(lines.back(), "x");
+}
+
+TEST(ConsoleCopyTest, FileThatReplacesAnotherIsReadBehindIt)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("service.log", "one\n");
+    std::vector<std::string> lines;
+    ConsoleCopy copy(path, [&](const std::string& line) { lines.push_back(line); });
+    EXPECT_FALSE(copy.take());
+    std::ofstream(path, std::ios::app) << "two";
+    std::filesystem::rename(directory.write("next.log", "three\n"), path);
+    EXPECT_FALSE(copy.take());
+    EXPECT_EQ(lines, (std::vector<std::string>{"one", "two", "three"}));
+}
+
+TEST(ConsoleCopyTest, FileThatBeginsAnewIsReadFromItsStart)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("service.log", "the first\n");
+    std::vector<std::string> lines;
+    ConsoleCopy copy(path, [&](const std::string& line) { lines.push_back(line); });
+    EXPECT_FALSE(copy.take());
+    directory.write("service.log", "next\n");
+    EXPECT_FALSE(copy.take());
+    EXPECT_EQ(lines, (std::vector<std::string>{"the first", "next"}));
 }
 
 TEST(ConsoleCopyTest, FileIsFollowedAsItGrows)

@@ -193,6 +193,53 @@ TEST_F(RecordingTest, RecordsOfAQueueThatCannotBeReadAreHandedOverAsTheyCome)
 
 namespace {
 
+/// Counts the records, and the bytes of what is none, that come from a copy in a file.
+struct QueueCopyTest : testing::Test {
+    void write(const std::string& bytes) const { std::ofstream(path, std::ios::app | std::ios::binary) << bytes; }
+
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("copy", samples::kWarningRecord);
+    std::size_t records = 0;
+    std::size_t rest = 0;
+    QueueCopy copy{path, [this](Bytes, std::int64_t) { ++records; }, [this](Bytes bytes) { rest += bytes.size(); }};
+};
+
+}  // namespace
+
+TEST_F(QueueCopyTest, FileThatReplacesAnotherIsReadBehindIt)
+{
+    EXPECT_FALSE(copy.take());
+    write(samples::kWarningRecord + samples::kWarningRecord.substr(0, 30));
+    std::filesystem::rename(directory.write("next", samples::kWarningRecord), path);
+    EXPECT_FALSE(copy.take());
+    write(samples::kWarningRecord);
+    EXPECT_FALSE(copy.take());
+    EXPECT_EQ(records, 4U);
+    EXPECT_EQ(rest, 30U);
+}
+
+TEST_F(QueueCopyTest, FileThatIsAwayForAWhileIsReadWhenItComes)
+{
+    EXPECT_FALSE(copy.take());
+    std::filesystem::remove(path);
+    EXPECT_FALSE(copy.take());
+    write(samples::kWarningRecord);
+    EXPECT_FALSE(copy.take());
+    EXPECT_EQ(records, 2U);
+}
+
+TEST_F(QueueCopyTest, FileThatBeginsAnewIsReadFromItsStart)
+{
+    write(samples::kWarningRecord);
+    EXPECT_FALSE(copy.take());
+    directory.write("copy", samples::kWarningRecord);
+    EXPECT_FALSE(copy.take());
+    EXPECT_EQ(records, 3U);
+    EXPECT_EQ(rest, 0U);
+}
+
+namespace {
+
 /// What `decode` shows of a stream, of its problems, and whether it is clean.
 std::string decoded(const std::function<void(StreamSink&)>& read)
 {

@@ -1,4 +1,5 @@
 #include "lab/ctl/Verb.h"
+#include "lab/ctl/WatchVerb.h"
 #include "lab/ctl/record/RecordingCut.h"
 
 #include <iostream>
@@ -34,9 +35,11 @@ Verb addCutVerb(CLI::App& tool)
     command->add_option("-o,--output", options->into, "a new file")->required()->type_name("FILE");
     command->add_option("--from", options->from, "behind its first message")
         ->check(CLI::NonNegativeNumber.description(""))
+        ->check(isNumber())
         ->type_name("SECONDS");
     command->add_option("--to", options->to, "likewise, and that moment too")
         ->check(CLI::NonNegativeNumber.description(""))
+        ->check(isNumber())
         ->type_name("SECONDS");
     command->add_option("--channel", options->channels, "what to keep; all without one")
         ->type_name("NAME")

@@ -57,9 +57,11 @@ Verb addPlayVerb(CLI::App& tool)
         ->allow_extra_args(false);
     command->add_option("--rate", options->rate, "so many times as fast as it was")
         ->check(CLI::Range(kSlowestPlay, kFastestPlay))
+        ->check(isNumber())
         ->type_name("N");
     command->add_option("--start", options->choice.startSeconds, "begin so far behind its first message")
         ->check(CLI::NonNegativeNumber.description(""))
+        ->check(isNumber())
         ->type_name("SECONDS");
     command->add_flag("--loop", options->loops, "begin again at the end; the times go on");
     command->add_flag("--pause", options->isPaused, "begin paused");

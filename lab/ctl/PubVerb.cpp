@@ -78,6 +78,7 @@ Verb addPubVerb(CLI::App& tool)
     command->add_flag("--now", options->stampsNow, "the lines' headers get new numbers and times");
     command->add_option("--rate", options->rate, "records a second")
         ->check(CLI::Range(0.001, 100000.0))
+        ->check(isNumber())
         ->type_name("HZ");
     command->add_option("--count", options->count, "end after so many records")->type_name("N");
     command->add_option("--wait", options->waitSeconds, "for a subscriber, or until a frame is taken")

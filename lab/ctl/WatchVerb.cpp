@@ -1,5 +1,6 @@
 #include "lab/ctl/WatchVerb.h"
 
+#include <cmath>
 #include <iostream>
 #include <string>
 
@@ -13,6 +14,16 @@ CLI::Validator isSeconds()
         double seconds = 0;
         const bool isGood = CLI::detail::lexical_cast(text, seconds) && seconds >= kShortest && seconds <= kLongest;
         return isGood ? "" : text + " is no time from 0.001 to 31536000 seconds";
+    };
+    return {check, ""};
+}
+
+CLI::Validator isNumber()
+{
+    const auto check = [](const std::string& text) -> std::string {
+        double number = 0;
+        const bool isGood = CLI::detail::lexical_cast(text, number) && !std::isnan(number);
+        return isGood ? "" : text + " is no number";
     };
     return {check, ""};
 }

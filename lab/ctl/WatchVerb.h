@@ -14,6 +14,9 @@ void addWatchOptions(CLI::App& command, WatchOptions& options);
 /// A length of time in seconds, from a millisecond to a year.
 CLI::Validator isSeconds();
 
+/// What is not a number passes each range it is compared with; this refuses it.
+CLI::Validator isNumber();
+
 /// Runs it, of a recording if one is named; what goes wrong is a line on standard error.
 using Watch = void (*)(const WatchOptions&, std::ostream&);
 ExitStatus runWatch(Watch live, Watch ofRecording, const WatchOptions& options);

@@ -44,6 +44,11 @@ TEST_F(WatchVerbTest, WrongCommandLineEndsWithTwo)
         {"hz", "--window", "0"},
         {"hz", "--every", "1e300"},
         {"hz", "--backfill"},
+        {"play", "/missing/x.mcap", "--rate", "nan"},
+        {"play", "/missing/x.mcap", "--start", "nan"},
+        {"cut", "/missing/x.mcap", "-o", "/missing/y.mcap", "--from", "nan"},
+        {"cut", "/missing/x.mcap", "-o", "/missing/y.mcap", "--to", "-nan"},
+        {"pub", "UTCTime", "--connections", "/missing/c.xml", "--rate", "nan"},
     };
     for (const auto& line : lines) {
         EXPECT_EQ(run(line), Ending({2, 0})) << line.back();

@@ -184,7 +184,11 @@ TEST_F(TopVerbTest, HoweverItIsEndedTheTerminalIsAsItWas)
         ASSERT_TRUE(shows("no OrvaneServer")) << screen();
         end();
         EXPECT_EQ(ended(), "0\n");
+        const std::string server = tmux({"display-message", "-p", "#{pid}"});
+        const std::string process = "/proc/" + server.substr(0, server.find('\n'));
         tmux({"kill-server"});
+        // It may still take a new session, and lose that.
+        ASSERT_TRUE(eventually([&] { return textOf(process + "/cmdline").empty(); }));
     };
     endsBy([] { press("C-c"); });
     endsBy([] { press("C-\\"); });

@@ -1,5 +1,7 @@
 """How a page is read, and what is taken for the same as on the page."""
 
+import contextlib
+import io
 import pathlib
 import subprocess
 import sys
@@ -124,6 +126,33 @@ class Comparisons(unittest.TestCase):
     def test_watched_lines_must_come_in_their_order(self):
         self.assertIsNone(walk.first_missing(["a", "b"], ["x", "a", "x", "b", "x"]))
         self.assertEqual(walk.first_missing(["a", "b"], ["b", "a"]), "b")
+
+
+class SectionsThatDiffer(unittest.TestCase):
+    def walks(self, heading, failing):
+        """How often a section is walked through whose first walks fail, and whether it passes."""
+        done = []
+
+        def walk_it():
+            done.append(heading)
+            if len(done) <= failing:
+                raise walk.Failure("one word")
+
+        try:
+            with contextlib.redirect_stdout(io.StringIO()):
+                walk.pass_section(heading, walk_it)
+        except walk.Failure:
+            return len(done), False
+        return len(done), True
+
+    def test_threats_are_walked_through_once_more(self):
+        self.assertEqual(self.walks("Threats", 0), (1, True))
+        self.assertEqual(self.walks("Threats", 1), (2, True))
+        self.assertEqual(self.walks("Threats", 2), (2, False))
+
+    def test_any_other_section_fails(self):
+        for heading in ("All of it", "Clear data", "Fault console"):
+            self.assertEqual(self.walks(heading, 1), (1, False), heading)
 
 
 class Walks(unittest.TestCase):

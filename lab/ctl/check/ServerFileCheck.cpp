@@ -1,4 +1,5 @@
 #include "VICTORY/OrvaneServer/ServerConfigFile.h"
+#include "VICTORY/Utilities/ClearDataCommand.h"
 #include "face/FACE_Text.h"
 #include "lab/ctl/check/Checks.h"
 #include "lab/ctl/check/Silence.h"
@@ -95,6 +96,12 @@ void checkLists(const ConfigContainer& section, const ServerSettings& settings, 
     if (limits && settings.m_clearDataInProgressTimeoutSeconds == 0)
         findings.warn(limits->line, place + limits->name,
                       "the second number is 0, so that each erasing of data times out at once; 7200 is usual");
+    const std::string first = std::to_string(settings.m_clearDataRequestTimeoutSeconds);
+    const std::string wait = std::to_string(ClearDataCommand::kRequestWait.count());
+    if (limits && first != wait)
+        findings.note(limits->line, place + limits->name,
+                      "the first number, " + first + ", sets nothing: an answer is waited for " + wait +
+                          " seconds, whatever it is, and messages alone tell " + first + "; " + wait + " is usual");
     const ConfigKey* const test = section.find("PARAM_9");
     if (test && settings.m_BITtimeoutSeconds == 0)
         findings.warn(test->line, place + test->name, "is 0, so that each built-in test fails at once; 25 is usual");

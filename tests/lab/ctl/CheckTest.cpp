@@ -92,6 +92,20 @@ TEST_F(CheckTest, AServerThatNoSensorHasIsANote)
                              "server 37 (MasterClock) as its ComponentConfigurationId"});
 }
 
+TEST_F(CheckTest, AFirstNumberOfSecondsThatSetsNothingIsANote)
+{
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>39<");
+    const Lines note = {"OrvaneServer.xml:40: note: OrvaneServer/PARAM_8: the first number, 30, sets nothing: an "
+                        "answer is waited for 12 seconds, whatever it is, and messages alone tell 30; 12 is usual"};
+    change("OrvaneServer.xml", "<PARAM_8>12,7200<", "<PARAM_8>30,7200<");
+    EXPECT_EQ(notes(), note);
+    EXPECT_EQ(found(), Lines{});
+    change("OrvaneServer.xml", "<PARAM_8>30,7200<", "<PARAM_8>0,7200<");
+    EXPECT_EQ(notes().size(), 1u);
+    change("OrvaneServer.xml", "<PARAM_8>0,7200<", "<PARAM_8>30<");  // 12 is taken
+    EXPECT_EQ(notes(), Lines{});
+}
+
 TEST_F(CheckTest, ASensorThatIsNotEnabledHasNoServer)
 {
     change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>39<");

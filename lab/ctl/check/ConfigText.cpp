@@ -147,7 +147,8 @@ bool checkXml(const std::string& path, Findings& findings)
     }
     if (outline.attributes > kManyAttributes)
         findings.warn(outline.line, outline.element,
-                      std::to_string(outline.attributes) + " attributes; reading them takes their number squared");
+                      std::to_string(outline.attributes) +
+                          " attributes; reading them takes their number squared; a few are usual");
     return true;
 }
 
@@ -171,7 +172,8 @@ std::optional<ConfigText> readConfigText(const std::string& path, Findings& find
     for (const auto* element = root->FirstChildElement(); element; element = element->NextSiblingElement()) {
         text.containers.push_back(containerOf(*element, findings));
         if (isByName && text.containers.back().name.empty())
-            findings.warn(element->GetLineNum(), element->Value(), "has no Name, so that it is never found");
+            findings.warn(element->GetLineNum(), element->Value(),
+                          "has no Name, so that it is never found; an element Name belongs into it");
     }
     findDoubles(text, isByName, findings);
     return text;

@@ -119,7 +119,7 @@ void checkOverlaps(const ConfigText& text, Findings& findings)
         if (widest && range.begin < widest->end && range.end > range.begin)
             findings.warn(range.container->line, range.container->name,
                           "the block overlaps " + widest->container->name + " of line " +
-                              std::to_string(widest->container->line));
+                              std::to_string(widest->container->line) + "; each has addresses of its own");
         if (!widest || range.end > widest->end) widest = &range;
     }
 }

@@ -53,8 +53,10 @@ std::optional<std::uint8_t> checkServer(const ConfigContainer& sensor, Findings&
                 "\" is not wholly a hexadecimal number of 16 bits; a server's number, such as 0x27, may stand here");
     else if (number > 0xFF ||
              std::string_view(ASPN2::ServerIds::to_string(static_cast<std::uint8_t>(number))) == "INVALID_SERVER_ID")
-        findings.warn(key->line, place,
-                      "no server has the number " + key->text + ", so that no built-in test reports this sensor");
+        findings.warn(
+            key->line, place,
+            "no server has the number " + key->text +
+                ", so that no built-in test reports this sensor; a server's number, such as 0x27, may stand here");
     else
         return static_cast<std::uint8_t>(number);
     return std::nullopt;

@@ -47,11 +47,20 @@ const ConfigContainer* sectionOf(const ConfigText& text, const std::string& name
     return nullptr;
 }
 
+/// A key that names servers, and one that sends what is taken from them.
+struct SourceKey {
+    const char* name;
+    std::uint8_t usual;
+};
+
+constexpr SourceKey kSourceKeys[] = {
+    {"PARAM_3", 37}, {"PARAM_4", 96}, {"PARAM_6", 96}, {"PARAM_7", 96}, {"PARAM_5", 39}};
+
 /// @return those that there are
 std::vector<NamedServer> checkServers(const ConfigContainer& section, Findings& findings)
 {
     std::vector<NamedServer> servers;
-    for (const char* key : {"PARAM_3", "PARAM_4", "PARAM_6", "PARAM_7", "PARAM_5"}) {
+    for (const auto& [key, usual] : kSourceKeys) {
         const ConfigKey* const found = section.find(key);
         if (!found) continue;
         const bool isList = std::string_view(key) == "PARAM_5";
@@ -62,7 +71,10 @@ std::vector<NamedServer> checkServers(const ConfigContainer& section, Findings& 
             const std::string place = section.name + '/' + key;
             if (std::string_view(ASPN2::ServerIds::to_string(id)) == "INVALID_SERVER_ID")
                 findings.warn(found->line, place,
-                              "no server has the number " + std::to_string(id) + ", so nothing will be taken from it");
+                              "no server has the number " + std::to_string(id) +
+                                  ", so nothing will be taken from it; " + std::to_string(usual) + " (" +
+                                  ASPN2::ServerIds::to_string(usual) + ") is one" +
+                                  (isList ? "" : ", and 0 takes any"));
             else
                 servers.push_back({place, found->line, id});
         }

@@ -177,7 +177,15 @@ TEST_F(CheckTest, AServerThatThereIsNotIsTold)
     change("OrvaneServer.xml", "<PARAM_7>0<", "<PARAM_7>7<");
     EXPECT_EQ(found(),
               Lines{"OrvaneServer.xml:37: warning: OrvaneServer/PARAM_7: no server has the number 7, so nothing "
-                    "will be taken from it"});
+                    "will be taken from it; 96 (HalvexNavigator) is one, and 0 takes any"});
+}
+
+TEST_F(CheckTest, AServerThatThereIsNotAmongSeveralIsTold)
+{
+    change("OrvaneServer.xml", "<PARAM_5>39,96<", "<PARAM_5>39,7<");
+    EXPECT_EQ(found(),
+              Lines{"OrvaneServer.xml:34: warning: OrvaneServer/PARAM_5: no server has the number 7, so nothing "
+                    "will be taken from it; 39 (ZentorM) is one"});
 }
 
 TEST_F(CheckTest, ACpuWhoseLowBitsAreZeroIsRefused)
@@ -219,8 +227,8 @@ TEST_F(CheckTest, ThousandsOfAttributesAreTold)
     std::string attributes;
     for (int i = 0; i < 1001; ++i) attributes += " a" + std::to_string(i) + "=\"\"";
     change("Connections.xml", "<Domain>", "<Domain" + attributes + ">");
-    EXPECT_EQ(found(),
-              Lines{"Connections.xml:5: warning: Domain: 1001 attributes; reading them takes their number squared"});
+    EXPECT_EQ(found(), Lines{"Connections.xml:5: warning: Domain: 1001 attributes; reading them takes their number "
+                             "squared; a few are usual"});
 }
 
 TEST_F(CheckTest, AnotherDocumentElementIsRefused)
@@ -241,7 +249,9 @@ TEST_F(CheckTest, MisspeltElementsOfAContainerAreNamed)
     change("Connections.xml", "<Name>FastRtps</Name>", "<Nmae>FastRtps</Nmae>");
     auto lines = found();
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[1], "Connections.xml:5: warning: Domain: has no Name, so that it is never found");
+    EXPECT_EQ(
+        lines[1],
+        "Connections.xml:5: warning: Domain: has no Name, so that it is never found; an element Name belongs into it");
     EXPECT_EQ(lines[2], "Connections.xml:6: warning: Domain: no element \"Nmae\" is read; did you mean Name?");
 
     change("Connections.xml", "<Nmae>FastRtps</Nmae>", "<Name>FastRtps</Name>");
@@ -316,7 +326,7 @@ TEST_F(CheckTest, BlocksThatOverlapAreTold)
     change("IODevices.xml", "0x43C10000", "0x43C00800");
     EXPECT_EQ(found(),
               Lines{"IODevices.xml:29: warning: Peripheral_Interface: the block overlaps Processor_Interface of "
-                    "line 22"});
+                    "line 22; each has addresses of its own"});
 }
 
 TEST_F(CheckTest, BlocksThatAreTooSmallAreTold)
@@ -453,7 +463,7 @@ TEST_F(CheckTest, ASensorWhoseServerThereIsNotIsTold)
     change("HX_Sensor_Data.xml", "0x27", "0x07");
     EXPECT_EQ(found(),
               Lines{"HX_Sensor_Data.xml:13: warning: GPS/ComponentConfigurationId: no server has the number 0x07, so "
-                    "that no built-in test reports this sensor"});
+                    "that no built-in test reports this sensor; a server's number, such as 0x27, may stand here"});
 }
 
 TEST_F(CheckTest, MoreThanFiftySensorsAreTold)

@@ -50,21 +50,35 @@ std::string row(const std::string& key, std::vector<std::string> words)
     return "    [\"" + key + "\"]=\"" + joined(words, " ") + "\"\n";
 }
 
-/// A row for the app and one for each command below it: the words before, and those that may come next.
-void addRows(const CLI::App& app, const std::string& path, const KnownValues& values, std::string& rows)
+/// What is known of an argument or an option of the app; nothing if it isn't.
+std::vector<std::string> knownOf(const CLI::App& app, const std::string& name, const KnownValues& values)
+{
+    auto known = values.find(app.get_name() + ' ' + name);
+    if (known == values.end()) known = values.find(name);
+    return known == values.end() ? std::vector<std::string>() : known->second;
+}
+
+/// For the app and for each command below it: a row with the words before, and those that may come next; and one for
+/// each option that takes a value, which may have no words, so that nothing but names of files comes there.
+void addRows(const CLI::App& app, const std::string& path, const KnownValues& values, std::string& rows,
+             std::string& valueRows)
 {
     std::vector<std::string> words = verbsOf(app);
     for (const CLI::Option* const option : app.get_options()) {
-        if (!option->get_positional()) continue;
-        const std::string name = option->get_name(true);
-        auto known = values.find(app.get_name() + ' ' + name);
-        if (known == values.end()) known = values.find(name);
-        if (known != values.end()) words.insert(words.end(), known->second.begin(), known->second.end());
+        if (option->get_positional()) {
+            const std::vector<std::string> known = knownOf(app, option->get_name(true), values);
+            words.insert(words.end(), known.begin(), known.end());
+        }
+        if (option->get_items_expected_max() == 0) continue;
+        std::vector<std::string> names;
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+        for (const std::string& name : option->get_snames()) names.push_back("-" + name);
+        for (const std::string& name : names) valueRows += row(path + ' ' + name, knownOf(app, name, values));
     }
     for (const std::string& option : optionsOf(app)) words.push_back(option);
     rows += row(path, words);
     for (const CLI::App* const command : commandsOf(app))
-        addRows(*command, path + ' ' + command->get_name(), values, rows);
+        addRows(*command, path + ' ' + command->get_name(), values, rows, valueRows);
 }
 
 }  // namespace
@@ -91,9 +105,7 @@ std::string unknownWord(const CLI::App& tool)
 std::string bashCompletion(const CLI::App& tool, const KnownValues& values)
 {
     std::string rows, valueRows;
-    addRows(tool, tool.get_name(), values, rows);
-    for (const auto& [name, words] : values)
-        if (name.starts_with('-')) valueRows += row(name, words);
+    addRows(tool, tool.get_name(), values, rows, valueRows);
     return "# Completes orvanectl in bash: source <(orvanectl completion)\n"
            "declare -gA _orvanectl_words=(\n" +
            rows +
@@ -107,7 +119,7 @@ std::string bashCompletion(const CLI::App& tool, const KnownValues& values)
            "        next=\"$path $word\"\n"
            "        [ -z \"${_orvanectl_words[$next]+known}\" ] || path=$next\n"
            "    done\n"
-           "    words=${_orvanectl_values[\"${COMP_WORDS[COMP_CWORD-1]}\"]-${_orvanectl_words[\"$path\"]}}\n"
+           "    words=${_orvanectl_values[\"$path ${COMP_WORDS[COMP_CWORD-1]}\"]-${_orvanectl_words[\"$path\"]}}\n"
            "    COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
            "}\n"
            "complete -o default -F _orvanectl orvanectl\n";

@@ -14,11 +14,12 @@ namespace orvanectl {
 /// if something else is wrong.
 std::string unknownWord(const CLI::App& tool);
 
-/// Words that may stand for an argument, by its name ("TOPIC") or by that of a command and its own ("pub TOPIC"), which
-/// comes first; and behind an option, by the option's ("--type").
+/// Words that may stand for an argument, or behind an option, by its name ("TOPIC", "--type") or by that of a command and
+/// its own ("pub TOPIC"), which comes first.
 using KnownValues = std::map<std::string, std::vector<std::string>>;
 
-/// A script for bash that completes the tool's verbs and options, values that are known, and otherwise names of files.
+/// A script for bash that completes the tool's verbs and options, values that are known, and otherwise names of files:
+/// behind an option that takes a value of which nothing is known those alone.
 std::string bashCompletion(const CLI::App& tool, const KnownValues& values = {});
 
 }  // namespace orvanectl

@@ -1,4 +1,5 @@
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/DecodeFormats.h"
 #include "lab/ctl/DecodeReport.h"
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/StreamCutter.h"
@@ -159,8 +160,6 @@ constexpr const char* kExamples =
 
 Verb addDecodeVerb(CLI::App& tool)
 {
-    static const std::vector<std::string> kFormats = {"auto", "records", "frames"};
-
     const auto options = std::make_shared<Options>();
     CLI::App* const command = tool.add_subcommand(
         "decode", "Print GSSIP queue records or bare frames decoded, with their checksums verified. What can't be "
@@ -170,7 +169,7 @@ Verb addDecodeVerb(CLI::App& tool)
         command->add_option("FILE", options->file, "what to read; - or none for standard input")->type_name("");
     CLI::Option* const format =
         command->add_option("--format", options->format, "auto (by the first two bytes), records or frames")
-            ->check(CLI::IsMember(kFormats).description(""))
+            ->check(CLI::IsMember(decodeFormats()).description(""))
             ->type_name("FORMAT");
     CLI::Option* const recording =
         command->add_option("--recording", options->recording, "reads a recording in place of FILE")

@@ -1,5 +1,7 @@
+#include "ASPN/AspnDeviceIds.h"
 #include "lab/ctl/CommandWords.h"
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/DecodeFormats.h"
 #include "lab/ctl/FrameFields.h"
 #include "lab/ctl/UnknownNames.h"
 #include "lab/ctl/Verb.h"
@@ -7,6 +9,7 @@
 
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -34,8 +37,13 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";
 
-/// Types by the catalogue, names of the bus and of frames by their tables, topics by the unit's connection file; on a
-/// machine without one topics are named as their types.
+#define ORVANECTL_NAME(number, symbol, name) name,
+constexpr const char* kServers[] = {ASPN2_SERVER_IDS(ORVANECTL_NAME)};
+constexpr const char* kSystems[] = {ASPN2_SYSTEM_IDS(ORVANECTL_NAME)};
+#undef ORVANECTL_NAME
+
+/// Types by the catalogue, names of the bus, of frames, servers and systems by their tables, topics by the unit's
+/// connection file; on a machine without one topics are named as their types.
 orvanectl::KnownValues knownValues()
 {
     std::vector<std::string> types, topics;
@@ -51,6 +59,9 @@ orvanectl::KnownValues knownValues()
     return {{"TOPIC", topics},
             {"pub TOPIC", published},
             {"--type", types},
+            {"pub --from", {std::begin(kServers), std::end(kServers)}},
+            {"pub --system", {std::begin(kSystems), std::end(kSystems)}},
+            {"decode --format", orvanectl::decodeFormats()},
             {"watch NAME", orvanectl::busNames()},
             {"last NAME", orvanectl::keptNames()},
             {"TELL", orvanectl::tellNames()},

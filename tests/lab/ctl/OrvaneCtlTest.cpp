@@ -237,6 +237,21 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsTypesAndNamesOfTheBus)
     EXPECT_EQ(completed("orvanectl bus hold-tell warn", 3), "warning-messages\n");
     EXPECT_EQ(completed("orvanectl bus clear-data cr", 3), "crypto\n");
     EXPECT_EQ(completed("orvanectl pub Frames --type AssuranceS", 4), "AssuranceState\n");
+    EXPECT_EQ(completed("orvanectl pub UTCTime --from Mas", 4), "MasterClock\n");
+    EXPECT_EQ(completed("orvanectl pub UTCTime --system ''", 4), "KOLT RENS SarventPlus\n");
+    EXPECT_EQ(completed("orvanectl decode --format ''", 3), "auto records frames\n");
+}
+
+TEST_F(OrvaneCtlTest, BashCompletesNothingButFilesBehindAnOptionWithoutATable)
+{
+    const Finished result =
+        run({"/bin/bash", "-c",
+             "source <(\"$0\" completion); COMP_CWORD=3\n"
+             "for words in 'echo --connections' 'why --for' 'bus --socket' 'cut --from' 'cut -o'; do\n"
+             "    COMP_WORDS=(orvanectl $words ''); _orvanectl; echo \"${#COMPREPLY[@]}\"\n"
+             "done; complete -p orvanectl",
+             kTool});
+    EXPECT_EQ(result.output, "0\n0\n0\n0\n0\ncomplete -o default -F _orvanectl orvanectl\n");
 }
 
 TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)

@@ -1,4 +1,5 @@
 #include "lab/ctl/top/TopLayout.h"
+#include "tests/lab/ctl/Manual.h"
 
 #include <gtest/gtest.h>
 
@@ -235,6 +236,15 @@ TEST(TopLayoutTest, HelpListsTheKeysAndAnyKeyLeavesIt)
     EXPECT_EQ(shown(sample(), {Key::Help}, 80, 24).plain().find('~'), std::string::npos);  // nothing is cut
     for (const Key key : {Key::None, Key::Pause, Key::Help, Key::Back})
         EXPECT_EQ(shown(sample(), {Key::Help, key}, 80, 24).plain(), shown(sample(), {}, 80, 24).plain());
+}
+
+TEST(TopLayoutTest, ThePageHasTheHelpAsItIs)
+{
+    const std::string help = shown(sample(), {Key::Help}, 80, 24).plain();
+    const std::size_t keys = help.find("\nq        quit\n"), end = help.find_last_not_of('\n') + 1;
+    ASSERT_LT(keys, end);
+    EXPECT_NE(manual("orvanectl-top").find(help.substr(keys, end - keys) + "\n```\n"), std::string::npos)
+        << help.substr(keys, end - keys);
 }
 
 TEST(TopLayoutTest, TheSmallestWindowHasAllOfTheHelp)

@@ -148,8 +148,17 @@ TEST_F(TopVerbTest, TheWholeUnitIsSeenAtAnySizeAndKeysWork)
     EXPECT_TRUE(shows("h help")) << screen();
     EXPECT_TRUE(shows("\n8504 ")) << screen();
     EXPECT_TRUE(shows("  refused 0  ")) << screen();
-    for (const char* const request : {"bit-run", "clear-data"})
-        outputOf({ORVANE_CTL_BINARY, "bus", "--socket", "/tmp/bus", request});
+    const auto isTaken = [](const char* request) {
+        ChildProcess client({ORVANE_CTL_BINARY, "bus", "--socket", "/tmp/bus", request});
+        return client.wait() == Ending({0, 0});
+    };
+    EXPECT_TRUE(eventually([&] { return isTaken("bit-run"); }));  // the unit's own test must be over
+    EXPECT_TRUE(eventually([&] {
+        return isTaken("bit-results") && screen().find("  built-in test: 0 passed ") != std::string::npos;
+    })) << screen();
+    EXPECT_TRUE(isTaken("clear-data"));
+    EXPECT_TRUE(shows("clear data: done (warning 22) ")) << screen();
+    EXPECT_TRUE(shows(" INFORMATION OrvaneServer: Clear data complete ")) << screen();
     EXPECT_TRUE(shows("1-5 of ")) << screen();
     press("]");
     EXPECT_TRUE(eventually([] { return screen().find("1-5 of ") == std::string::npos; })) << screen();

@@ -33,6 +33,8 @@ constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl top\n"
                                   "  orvanectl serve\n"
                                   "  orvanectl record -o drive.mcap --for 5\n"
+                                  "  orvanectl play drive.mcap\n"
+                                  "  orvanectl report drive.mcap -o drive.html\n"
                                   "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
                                   "  orvanectl seq my.seq\n"
                                   "  orvanectl decode --help";

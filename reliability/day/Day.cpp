@@ -173,14 +173,18 @@ private:
         if (!m_report.expect(m_samplesTooFew == 0, "memory was not judged in " + std::to_string(m_samplesTooFew) +
                                                        " lives, which were too short for it"))
             return;
-        constexpr double kMostKb = 1024.0, kFlatKb = 256.0;
+        constexpr double kMostKb = 1024.0;
+        // The heap grows by steps of 132 KB, in several arenas: of the first quarter of an hour three may come late.
+        const bool hasSettled = std::ranges::all_of(
+            m_plan.lives, [](const DayPlan::Life& life) { return life.end - life.begin >= 3600.0; });
+        const double flatKb = hasSettled ? 256.0 : 512.0;
         const Holdings &growth = m_found.growth, &late = m_found.lateGrowth;
         m_report.figure("growth of resident memory from the second to the last quarter of a life", growth.residentKb,
                         "KB", {Goal::AtMost, kMostKb});
-        m_report.figure("the same from the third quarter", late.residentKb, "KB", {Goal::AtMost, kFlatKb});
+        m_report.figure("the same from the third quarter", late.residentKb, "KB", {Goal::AtMost, flatKb});
         m_report.figure("more threads at the end of a life", growth.threads, "", kNone);
         m_report.figure("more descriptors at the end of a life", growth.descriptors, "", kNone);
-        m_report.expect(growth.residentKb <= kMostKb && late.residentKb <= kFlatKb, "memory grows");
+        m_report.expect(growth.residentKb <= kMostKb && late.residentKb <= flatKb, "memory grows");
         m_report.expect(growth.threads <= 0.0, "threads pile up");
         m_report.expect(growth.descriptors <= 0.0, "descriptors pile up");
     }

@@ -11,7 +11,7 @@ For whoever wants to know what the service costs, and what the least would be. `
 page wholly: change the script, not the page.
 
 ```
-script/bench            # three rounds; {minutes}
+script/bench            # {rounds} rounds took {minutes}
 script/bench --quick    # one short round, to see that all of it runs; its figures are none
 script/instructions     # what the hot paths take by instructions, the same on a busy machine
 ```

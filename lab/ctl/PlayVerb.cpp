@@ -3,9 +3,7 @@
 #include "lab/ctl/WatchVerb.h"
 #include "lab/ctl/play/PlayKeys.h"
 #include "lab/ctl/play/PlayRun.h"
-#include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -27,19 +25,10 @@ constexpr const char* kExamples =
 
 ExitStatus play(const PlayOptions& options)
 {
-    try {
-        if (options.isFast && options.rate != 1) throw UnknownName("give --fast or --rate, not both");
-        if (options.leavesRegisters && options.registers)
-            throw UnknownName("give --registers or --no-registers, not both");
-        runPlay(options, std::cout);
-        return kDone;
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    if (options.isFast && options.rate != 1) throw UnknownName("give --fast or --rate, not both");
+    if (options.leavesRegisters && options.registers) throw UnknownName("give --registers or --no-registers, not both");
+    runPlay(options, std::cout);
+    return kDone;
 }
 
 }  // namespace
@@ -83,7 +72,7 @@ Verb addPlayVerb(CLI::App& tool)
     command->add_option("--devices", options->devices, "where registers and queues are")
         ->type_name("FILE")
         ->capture_default_str();
-    return {command, [options] { return play(*options); }};
+    return {command, [options] { return ended([&] { return play(*options); }); }};
 }
 
 }  // namespace orvanectl

@@ -1,0 +1,95 @@
+# Several sources are compiled as one, in half of the time, in those of "product", "lab" and "tests" that a preset names. What
+# one preset compiles together another of CI's compiles one by one, so that a source that lacks a header is found.
+set(ORVANE_TOGETHER "" CACHE STRING "What is compiled several sources at a time: product, lab, tests")
+
+# These stay alone. A name of their own, or a macro of what they include, stands in another source of the same library or
+# program; or a program is linked without them, or with names that they alone make visible.
+set(ORVANE_ALONE
+    ioss_mcsq/ZentorM_8504_Msg.cpp
+    lab/ctl/BusVerb.cpp
+    lab/ctl/CheckVerb.cpp
+    lab/ctl/CsvVerb.cpp
+    lab/ctl/CutVerb.cpp
+    lab/ctl/DecodeVerb.cpp
+    lab/ctl/EchoVerb.cpp
+    lab/ctl/HzVerb.cpp
+    lab/ctl/InfoVerb.cpp
+    lab/ctl/PlayVerb.cpp
+    lab/ctl/PubRecords.cpp
+    lab/ctl/PubVerb.cpp
+    lab/ctl/RecordVerb.cpp
+    lab/ctl/RepairVerb.cpp
+    lab/ctl/ReportVerb.cpp
+    lab/ctl/SeqVerb.cpp
+    lab/ctl/ServeVerb.cpp
+    lab/ctl/TopVerb.cpp
+    lab/ctl/WatchVerb.cpp
+    lab/ctl/WhyVerb.cpp
+    lab/ctl/play/RecordTimes.cpp
+    lab/ctl/record/RecordingInfo.cpp
+    lab/ctl/record/RecordingWhy.cpp
+    lab/ctl/top/TopModel.cpp
+    lab/ctl/top/UnitFeed.cpp
+    lab/ctl/why/WhyRun.cpp
+    lab/libvictory/victory.cpp
+    lab/unit/QueueFeeder.cpp
+    lab/unit/Records.cpp
+    lab/unit/ScenarioText.cpp
+    reliability/load/Rates.cpp
+    reliability/load/Topics.cpp
+    tests/ASPN/FaultHysteresisTest.cpp
+    tests/VICTORY/OrvaneServer/OrvaneServerManagementTest.cpp
+    tests/VICTORY/OrvaneServer/WarningsTest.cpp
+    tests/face/HX_Config_HelpersTest.cpp
+    tests/face/HX_DevmemTest.cpp
+    tests/ioss_mcsq/ZentorM_5044_MsgTest.cpp
+    tests/lab/clock/ClockFileTest.cpp
+    tests/lab/ctl/FrameDecoderTest.cpp
+    tests/lab/ctl/RecordingFilesTest.cpp
+    tests/lab/ctl/serve/PageModelTest.cpp
+    tests/lab/unit/QueueFeederTest.cpp
+    tests/lab/unit/ReceiverFramesTest.cpp
+    tests/lab/unit/ScenarioTextTest.cpp
+    tests/lab/unit/TrackFileTest.cpp
+    tests/lab/unit/WorldTest.cpp
+    tests/system/ClearDataTest.cpp
+    tests/system/PartNumbersTest.cpp
+    tests/system/ProcessTest.cpp
+    tests/system/SurroundingsTest.cpp
+    tests/utilities/GpsDateTimeTest.cpp
+    tests/utilities/NormalizeRangeTest.cpp
+    tests/utilities/PositionUtilitiesTest.cpp
+    tests/utilities/SaturateTest.cpp
+    tests/utilities/TimeUtilitiesTest.cpp
+    tests/utilities/boxvehtransformTest.cpp
+    tests/utilities/cvtTest.cpp
+    tests/utilities/geodeticTest.cpp
+    tests/utilities/matrix3dTest.cpp
+    tests/utilities/roundTest.cpp
+    tests/utilities/vector3dTest.cpp
+    utilities/WatchdogTimer.cpp
+)
+
+# orvane_together(WHAT): what is added from here on is WHAT.
+function(orvane_together what)
+    set(isTogether OFF)
+    if(what IN_LIST ORVANE_TOGETHER)
+        set(isTogether ON)
+    endif()
+    set(CMAKE_UNITY_BUILD ${isTogether} PARENT_SCOPE)
+endfunction()
+
+# orvane_alone(): sees to those that stay alone, once all is added.
+function(orvane_alone)
+    foreach(source IN LISTS ORVANE_ALONE)
+        if(NOT EXISTS "${PROJECT_SOURCE_DIR}/${source}")
+            message(FATAL_ERROR "cmake/Unity.cmake: there is no ${source}")
+        endif()
+        cmake_path(GET source PARENT_PATH folder)
+        while(NOT EXISTS "${PROJECT_SOURCE_DIR}/${folder}/CMakeLists.txt")
+            cmake_path(GET folder PARENT_PATH folder)
+        endwhile()
+        set_source_files_properties("${PROJECT_SOURCE_DIR}/${source}" DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}"
+            PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endforeach()
+endfunction()

@@ -1,7 +1,5 @@
 """How a page is read, and what is taken for the same as on the page."""
 
-import contextlib
-import io
 import pathlib
 import subprocess
 import sys
@@ -127,32 +125,14 @@ class Comparisons(unittest.TestCase):
         self.assertIsNone(walk.first_missing(["a", "b"], ["x", "a", "x", "b", "x"]))
         self.assertEqual(walk.first_missing(["a", "b"], ["b", "a"]), "b")
 
-
-class SectionsThatDiffer(unittest.TestCase):
-    def walks(self, heading, failing):
-        """How often a section is walked through whose first walks fail, and whether it passes."""
-        done = []
-
-        def walk_it():
-            done.append(heading)
-            if len(done) <= failing:
-                raise walk.Failure("one word")
-
-        try:
-            with contextlib.redirect_stdout(io.StringIO()):
-                walk.pass_section(heading, walk_it)
-        except walk.Failure:
-            return len(done), False
-        return len(done), True
-
-    def test_threats_are_walked_through_once_more(self):
-        self.assertEqual(self.walks("Threats", 0), (1, True))
-        self.assertEqual(self.walks("Threats", 1), (2, True))
-        self.assertEqual(self.walks("Threats", 2), (2, False))
-
-    def test_any_other_section_fails(self):
-        for heading in ("All of it", "Clear data", "Fault console"):
-            self.assertEqual(self.walks(heading, 1), (1, False), heading)
+    def test_threats_of_one_list_may_come_in_lists_that_follow_each_other(self):
+        one, other, both = "52 navwar-sa  threats 1 [a]", "54 navwar-sa  threats 1 [b]", "52 navwar-sa  threats 2 [a; b]"
+        none, warning = "50 navwar-sa  threats 0", "53 warning-messages  warnings 1 [5]"
+        for seen in ([both], [one, other], [none, one, warning, other, none]):
+            self.assertIsNone(walk.first_missing([both], seen), seen)
+        for seen in ([one], [other, one], [one, none, other], [both.replace("2", "3")]):
+            self.assertEqual(walk.first_missing([both], seen), both, seen)
+        self.assertIsNone(walk.first_missing([one, other], [one, other]))
 
 
 class Walks(unittest.TestCase):

@@ -171,6 +171,19 @@ TEST_F(EveryTest, OneTooLateFails)
     EXPECT_EQ(what, "came 1.30 s after the one before");
 }
 
+TEST_F(EveryTest, TenthOfASecondIsHeldForTenSeconds)
+{
+    expected.every = {1.0, 0.1};
+    expected.seconds = 10;
+    std::vector<Observation> seen;
+    for (int i = 1; i <= 10; ++i) seen.push_back(told(12 + i + (i % 2 == 0 ? -0.03 : 0.03)));
+    EXPECT_EQ(stateAt(22.04, seen), State::Passed);
+    EXPECT_EQ(what, "10 times, 0.94 s to 1.06 s apart");
+    seen[5] = told(18.15);
+    EXPECT_EQ(stateAt(22.04, seen), State::Failed);
+    EXPECT_EQ(what, "came 1.12 s after the one before");
+}
+
 TEST_F(EveryTest, SilenceFailsAsSoonAsItIsTooLong)
 {
     EXPECT_EQ(stateAt(13.1, {}), State::Open);

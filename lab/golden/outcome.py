@@ -1,8 +1,11 @@
 """What a run has shown, as text that is the same each time but for moments, and how two such texts are compared.
 
-A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to ROOM seconds off, since
-the machine is never quite in time; all else is compared exactly. What was before the tenth second, when the service may
-still be starting, has no moment.
+A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to LATER seconds later than
+is kept, since the machine is never quite in time, and up to EARLIER seconds earlier, by which the machine that showed what is
+kept may have been late itself. A list that is told each second may have what is new in it a second earlier, too: when in
+the second it is told follows from when the service has started. So does what the service times by its own start: moments may
+also be that much off by which the start was. All else is compared exactly. What was before the tenth second, when the
+service may still be starting, has no moment.
 
 Left out is what depends on when the machine got round to something, or on where a line of a source stands, and nothing else:
 
@@ -25,11 +28,16 @@ import difflib
 import json
 import re
 
+from .unit import UPTIME
+
 BEGIN = 10.0  # seconds of the unit
-ROOM = 2.0  # seconds of the unit
-UPTIME = 60.0  # seconds that a unit has been up when its scenario begins
+LATER = 2.0  # seconds of the unit
+EARLIER = 0.5
+BETWEEN_LISTS = 1.0
 
 MOMENT = re.compile(r"(?:at (?P<seconds>\d+\.\d)|before 10) s$")
+START = re.compile(r"^the service has started at (-?\d+\.\d) s$", re.MULTILINE)
+OF_A_LIST = re.compile(r"(warning \d+|another list|threat|system) ")  # as bus() tells what a list has that is told each second
 
 
 class Unreadable(Exception):
@@ -71,27 +79,39 @@ def at(seconds):
     return f"at {seconds:.1f} s" if seconds >= BEGIN else "before 10 s"
 
 
-def settled(kept, shown):
+def later_start(kept, shown):
+    """By how much later than in what is kept the service has started.
+
+    @param kept  the text of the bus, as is what was shown
+    """
+    first, second = START.search(kept), START.search(shown)
+    return float(second[1]) - float(first[1]) if first and second else 0.0
+
+
+def settled(kept, shown, later=0.0):
     """What was shown, with the moments that are kept where they are near enough.
 
     @param kept  lines, as are those that were shown and those that come back
+    @param later  by how many seconds the service has started later
     """
-    timeless = lambda lines: [MOMENT.sub("", line.rstrip("\n")) for line in lines]  # noqa: E731
+    timeless = lambda lines: [MOMENT.sub("", START.sub("", line.rstrip("\n"))) for line in lines]  # noqa: E731
     result = list(shown)
     for block in difflib.SequenceMatcher(None, timeless(kept), timeless(shown), autojunk=False).get_matching_blocks():
         for place in range(block.size):
             before, now = kept[block.a + place], shown[block.b + place]
-            if are_near(MOMENT.search(before), MOMENT.search(now)):
+            if START.match(before) or are_near(before, now, later):
                 result[block.b + place] = before
     return result
 
 
-def are_near(one, other):
-    """@param one  a match, or none"""
-    if not one or not other:
+def are_near(kept, shown, later):
+    """Whether moments at the ends of two lines, which are alike but for these, are near enough."""
+    first, second = MOMENT.search(kept), MOMENT.search(shown)
+    if not first or not second:
         return False
-    first, second = (float(each["seconds"] or BEGIN) for each in (one, other))
-    return abs(first - second) <= ROOM + 1e-6
+    off = float(second["seconds"] or BEGIN) - float(first["seconds"] or BEGIN)
+    earlier = EARLIER + (BETWEEN_LISTS if OF_A_LIST.match(kept) else 0.0)
+    return any(-earlier - 1e-6 <= off - by <= LATER + 1e-6 for by in (0.0, later))
 
 
 def moment(time):
@@ -200,6 +220,12 @@ def systems(tells, start):
     return lines + told(tells[-1], "timeOfValidity")
 
 
+def started(lines, start):
+    """When the service has for the first time, which has an effect on moments, and is not compared itself."""
+    times = [one["at_ms"] / 1e3 - start for one in records(lines, "bus") if one.get("event") == "started"]
+    return [f"the service has started at {times[0]:.1f} s", ""] if times else []
+
+
 def bus(lines, utc, seconds, start):
     """@param lines  of `orvanectl bus watch --json`"""
     tells = {}
@@ -208,7 +234,7 @@ def bus(lines, utc, seconds, start):
             tells.setdefault(message["tell"], []).append(message)
         elif message.get("type") != "hello":
             tells.setdefault(message["type"], []).append(message)
-    shown = []
+    shown = started(lines, start)
     for name in sorted(tells):
         if name == "blended-navigation":
             text = navigation(tells[name], utc, seconds, start)
@@ -263,8 +289,9 @@ def request(one, lines, errors):
     return [*shown, *errors, f"status {one['status']}", ""]
 
 
-def console(lines):
-    return [lasting(line) for line in lines]
+def console(lines, times, start):
+    """@param times  when each has come, and maybe more, by the clock that tells when the scenario began"""
+    return [f"{lasting(line)}  {at(time - start)}" for line, time in zip(lines, times)]
 
 
 def dawdled(lines, start):
@@ -296,6 +323,10 @@ def whole_lines(text):
     return text[: text.rfind("\n") + 1].splitlines()
 
 
+def times(out):
+    return [float(line) for line in whole_lines((out / "console.times.until-end").read_text())]
+
+
 def of_run(out, utc, seconds):
     """The texts of a run, by the names of their files.
 
@@ -307,7 +338,7 @@ def of_run(out, utc, seconds):
     shown = {
         "bus.txt": bus(until_end("bus"), utc, seconds, start) + complaints(until_end("bus.errors")),
         "events.txt": events(until_end("events")) + complaints(until_end("events.errors")),
-        "console.txt": [*console(until_end("console")), f"status {read('status')[0]}"],
+        "console.txt": [*console(until_end("console"), times(out), start), f"status {read('status')[0]}"],
     }
     requests = json.loads((out / "requests").read_text())
     if requests:

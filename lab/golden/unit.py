@@ -16,6 +16,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import threading
 import time
 
 OUT = pathlib.Path("/tmp/golden")
@@ -23,6 +24,12 @@ TOO_SLOW = 75
 READY_BY = 8.0  # seconds of the unit, at which time runs faster
 LONGEST_TO_BEGIN = 60.0
 LONGEST_TO_END = 60.0
+
+MEMORY = "/dev/mem"
+CLOCK_RATE = 0x43C20000
+SYSTEM_COUNT = 0x43C20080
+TICKS = 58982400  # a second
+UPTIME = 60.0  # seconds that the unit has been up when its scenario begins
 
 
 class TooSlow(Exception):
@@ -76,31 +83,78 @@ class Programs:
         # What the service says is kept as a whole; the others tell JSON, beside which nothing may stand.
         is_service = name == "console"
         with open(OUT / name, "wb") as out, open(OUT / f"{name}.errors", "wb") as errors:
-            self.running[name] = subprocess.Popen(
-                [self.build / program, *arguments], stdin=subprocess.DEVNULL, stdout=out,
-                stderr=subprocess.STDOUT if is_service else errors, env={**os.environ, **environment},
+            process = subprocess.Popen(
+                [self.build / program, *arguments], stdin=subprocess.DEVNULL, env={**os.environ, **environment},
+                stdout=subprocess.PIPE if is_service else out, stderr=subprocess.STDOUT if is_service else errors,
             )  # fmt: skip
+        self.running[name] = process
+        if is_service:
+            self.console = threading.Thread(target=keep_with_times, args=(process.stdout, name), daemon=True)
+            self.console.start()
 
     def expect_running(self):
         """All but the requests, which have an end."""
         for name, process in self.running.items():
             if not name.startswith("request") and process.poll() is not None:
+                self.keep_rest(name)
                 raise Broken(f"{name} has ended with status {process.returncode}\n{last_of(name)}")
 
     def stop(self, name):
         process = self.running.pop(name)
         process.send_signal(signal.SIGTERM)
         try:
-            return process.wait(LONGEST_TO_END)
+            status = process.wait(LONGEST_TO_END)
+            self.keep_rest(name)
+            return status
         except subprocess.TimeoutExpired:
             process.kill()
             process.wait()
+            self.keep_rest(name)
             raise TooSlow(f"{name} has not ended {LONGEST_TO_END:g} s after SIGTERM\n{last_of(name)}") from None
+
+    def keep_rest(self, name):
+        """What a program that has ended has said at last."""
+        if name == "console":
+            self.console.join(10.0)
 
     def stop_all(self):
         for process in self.running.values():
             process.kill()
             process.wait()
+
+
+def keep_with_times(pipe, name):
+    """What comes, in a file, and when each line of it has, in another."""
+    with pipe, open(OUT / name, "wb") as lines, open(OUT / f"{name}.times", "w") as times:
+        for line in pipe:
+            times.write(f"{time.time()}\n")
+            times.flush()
+            lines.write(line)
+            lines.flush()
+
+
+def register(address, memory=MEMORY):
+    with open(memory, "rb", buffering=0) as file:  # in one access
+        file.seek(address)
+        return int.from_bytes(file.read(8), "little")
+
+
+def start_of(now, count):
+    """When the scenario has begun, or would have, by the clock.
+
+    @param count  of the unit, now
+    """
+    return now - (count / TICKS - UPTIME)
+
+
+def start_of_scenario():
+    """By the unit's own count, which tells it however late it was seen here that the scenario has begun."""
+    starts = []
+    for _ in range(10):  # since the count may be written late, too
+        count = register(SYSTEM_COUNT)
+        starts.append(start_of(time.time(), count))
+        time.sleep(0.01)
+    return min(starts)
 
 
 def last_of(name, lines=20):
@@ -158,7 +212,7 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     played = ("--verbose", "--repeatable", "--utc", str(utc), "--scenario", scenario, *options)
     programs.start("unit-sim", "lab/unit/unit-sim", *played)
     wait_for(programs, "the first epoch", lambda: has_played(0.0), LONGEST_TO_BEGIN)
-    started = time.time()
+    started = start_of_scenario()
     (OUT / "started").write_text(f"{started}\n")
     programs.start("events", "lab/ctl/orvanectl", "echo", "EventLog", "MaintenanceEvent", "--backfill", "--json")
     programs.start(
@@ -183,7 +237,7 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     set_rate(programs, 1)
     time.sleep(0.5)
     # What it says when it ends depends on who is still there to hear it.
-    for name in ("console", "events", "bus", "events.errors", "bus.errors"):
+    for name in ("console", "console.times", "events", "bus", "events.errors", "bus.errors"):
         shutil.copyfile(OUT / name, OUT / f"{name}.until-end")
     status = programs.stop("console")
     for name in list(programs.running):

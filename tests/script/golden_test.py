@@ -156,7 +156,7 @@ class Lists(unittest.TestCase):
         events = (1, "created"), (2, "started"), (30, "deleted"), (30, "created")
         shown = bus(*(line("service", at, event=event, groups=groups) for at, event in events))
         self.assertEqual([one for one in shown if "group" not in one], [
-            "== service", "told before 10 s", '    event "started"', "told at 30.0 s", '    event "deleted"',
+            "the service has started at 2.0 s", "", "== service", "told before 10 s", '    event "started"', "told at 30.0 s", '    event "deleted"',
             "told at 30.0 s", '    event "created"', "",
         ])  # fmt: skip
         self.assertIn("    groups.0.group 1", shown)
@@ -164,18 +164,41 @@ class Lists(unittest.TestCase):
 
 
 class Moments(unittest.TestCase):
-    def settled(self, kept, shown):
-        return outcome.settled([kept], [shown])[0]
+    def settled(self, kept, shown, later=0.0):
+        return outcome.settled([kept], [shown], later)[0]
+
+    def near(self, kept, *moments, later=0.0):
+        """Which of the moments are taken for the one that is kept."""
+        what, moment = re.fullmatch(r"(.*)( at \d+\.\d s)", kept).groups()
+        shown = [f"{what} at {one:.1f} s" for one in moments]
+        return [one for one, line in zip(moments, shown) if self.settled(kept, line, later) == kept]
 
     def test_moment_that_is_near_is_that_which_is_kept(self):
-        self.assertEqual(self.settled("warning 5 at 14.0 s\n", "warning 5 at 16.0 s\n"), "warning 5 at 14.0 s\n")
+        self.assertEqual(self.settled("told at 14.0 s\n", "told at 16.0 s\n"), "told at 14.0 s\n")
 
     def test_moment_that_is_farther_off_is_another(self):
-        self.assertEqual(self.settled("warning 5 at 14.0 s\n", "warning 5 at 16.1 s\n"), "warning 5 at 16.1 s\n")
+        self.assertEqual(self.settled("told at 14.0 s\n", "told at 16.1 s\n"), "told at 16.1 s\n")
+
+    def test_machine_tells_later_and_hardly_earlier(self):
+        self.assertEqual(self.near("told at 14.0 s", 13.4, 13.5, 14.0, 16.0, 16.1), [13.5, 14.0, 16.0])
+        event = "== EventLog from OrvaneServer at 14.0 s"
+        self.assertEqual(self.near(event, 13.4, 13.5, 14.0, 16.0, 16.1), [13.5, 14.0, 16.0])
+
+    def test_what_a_list_has_may_be_told_a_second_earlier(self):
+        for what in ("warning 5", 'warning 75 "told at 3"', "another list", "threat", 'system "Kolt Gen II"'):
+            self.assertEqual(self.near(f"{what} at 14.0 s", 12.4, 12.5, 16.0, 16.1), [12.5, 16.0], what)
+
+    def test_what_follows_from_the_start_may_be_off_by_as_much(self):
+        self.assertEqual(self.near("told at 14.0 s", 12.3, 12.4, 13.0, 13.4, 13.5, 16.0, 16.1, later=-1.1), [12.4, 13.0, 13.4, 13.5, 16.0])
+        self.assertEqual(
+            self.near("told at 14.0 s", 13.4, 13.5, 16.0, 16.1, 16.5, 19.0, 19.1, later=3.0), [13.5, 16.0, 16.5, 19.0]
+        )
 
     def test_moment_before_the_tenth_second_is_as_the_tenth(self):
         self.assertEqual(self.settled("told before 10 s", "told at 11.9 s"), "told before 10 s")
         self.assertEqual(self.settled("told before 10 s", "told at 12.1 s"), "told at 12.1 s")
+        self.assertEqual(self.settled("told at 10.5 s", "told before 10 s"), "told at 10.5 s")
+        self.assertEqual(self.settled("told at 10.6 s", "told before 10 s"), "told before 10 s")
 
     def test_what_happened_is_compared_exactly(self):
         self.assertEqual(self.settled("warning 5 at 14.0 s", "warning 6 at 14.0 s"), "warning 6 at 14.0 s")
@@ -184,6 +207,26 @@ class Moments(unittest.TestCase):
     def test_what_is_missing_moves_no_other_moment(self):
         kept = ["told at 12.0 s", "    result 1", "told at 20.0 s", "    result 2"]
         self.assertEqual(outcome.settled(kept, ["told at 20.5 s", "    result 2"]), ["told at 20.0 s", "    result 2"])
+
+
+class Start(unittest.TestCase):
+    def lines(self, *times):
+        return bus(*(line("service", at, event=event, groups=[]) for at, event in times))
+
+    def test_first_start_is_told(self):
+        shown = self.lines((0.5, "created"), (0.9, "started"), (20, "deleted"), (21, "started"))
+        self.assertEqual(shown[:2], ["the service has started at 0.9 s", ""])
+
+    def test_start_is_not_compared_itself(self):
+        kept, late, early = (self.lines((at, "started")) for at in (0.9, 7.2, -0.2))
+        self.assertEqual(outcome.settled(kept, late), kept)
+        self.assertEqual(outcome.settled(kept, early), kept)
+
+    def test_later_start_is_known(self):
+        kept, shown = ("\n".join(self.lines((at, "started"))) for at in (0.9, 1.4))
+        self.assertAlmostEqual(outcome.later_start(kept, shown), 0.5)
+        self.assertAlmostEqual(outcome.later_start(shown, kept), -0.5)
+        self.assertEqual(outcome.later_start("", shown), 0.0)
 
 
 class Pace(unittest.TestCase):
@@ -238,7 +281,14 @@ class Words(unittest.TestCase):
         )  # fmt: skip
 
     def test_line_of_a_source_is_left_out(self):
-        self.assertEqual(outcome.console(["Server.cpp[228]: gone [3]"]), ["Server.cpp[LINE]: gone [3]"])
+        self.assertEqual(
+            outcome.console(["Server.cpp[228]: gone [3]"], [START + 12.34], START), ["Server.cpp[LINE]: gone [3]  at 12.3 s"]
+        )
+
+    def test_line_of_the_console_that_has_a_moment_is_compared_as_others(self):
+        kept, shown, late = ([f"Timeout of 10 seconds  at {at} s"] for at in (13.9, 13.4, 16.0))
+        self.assertEqual(outcome.settled(kept, shown), kept)
+        self.assertEqual(outcome.settled(kept, late), late)
 
     def test_what_is_no_record_is_told_by_its_file(self):
         with self.assertRaisesRegex(outcome.Unreadable, "bus: no JSON: orvanectl: gone"):
@@ -253,6 +303,7 @@ class Files(unittest.TestCase):
         for name in ("bus", "events", "bus.errors", "events.errors"):
             (self.out / f"{name}.until-end").write_text("")
         (self.out / "console.until-end").write_text("started\n")
+        (self.out / "console.times.until-end").write_text(f"{START + 1}\n{START + 2}\n")
         (self.out / "status").write_text("0\n")
         (self.out / "requests").write_text("[]")
         (self.out / "started").write_text(f"{START}\n")
@@ -270,7 +321,7 @@ class Files(unittest.TestCase):
         self.assertNotIn("requests.txt", outcome.of_run(self.out, UTC, 30))
 
     def test_console_tells_the_status(self):
-        self.assertEqual(outcome.of_run(self.out, UTC, 30)["console.txt"], "started\nstatus 0\n")
+        self.assertEqual(outcome.of_run(self.out, UTC, 30)["console.txt"], "started  before 10 s\nstatus 0\n")
 
     def test_what_a_client_complains_about_is_shown(self):
         (self.out / "bus.errors.until-end").write_text("orvanectl: the bus has closed\n")
@@ -349,9 +400,20 @@ class Scenario(unittest.TestCase):
         self.assertEqual(self.check(("right\n", 3.0)), "golden: a: as kept, 10 times as fast\n")
 
     def test_moments_have_room(self):
-        (self.folder / "bus.txt").write_text("warning 5 at 14.0 s\n")
-        self.assertEqual(self.check("warning 5 at 15.5 s\n"), "golden: a: as kept, 10 times as fast\n")
-        self.assertIn("+warning 5 at 16.5 s\n", self.failure("warning 5 at 16.5 s\n", "warning 5 at 16.5 s\n"))
+        (self.folder / "bus.txt").write_text("told at 14.0 s\n")
+        for near in ("told at 15.5 s\n", "told at 13.6 s\n"):
+            self.assertEqual(self.check(near), "golden: a: as kept, 10 times as fast\n")
+        for far in ("told at 16.5 s\n", "told at 13.0 s\n"):
+            self.assertIn(f"+{far}", self.failure(far, far))
+
+    def test_moments_of_all_files_may_be_off_by_the_start_that_the_bus_tells(self):
+        event = "== EventLog from OrvaneServer at {} s\n"
+        (self.folder / "bus.txt").write_text("the service has started at 2.0 s\n")
+        (self.folder / "events.txt").write_text(event.format(13.9))
+        run = {"bus.txt": "the service has started at 0.6 s\n", "events.txt": event.format(12.4)}
+        self.assertEqual(golden.settled("a", run)["events.txt"], event.format(13.9))
+        run["bus.txt"] = "the service has started at 1.6 s\n"
+        self.assertEqual(golden.settled("a", run)["events.txt"], event.format(12.4))
 
     def test_each_try_is_slower_and_so_is_its_start(self):
         self.failure(*[("wrong\n", 1.0)] * 4)
@@ -375,7 +437,7 @@ class Scenario(unittest.TestCase):
 
     def test_update_keeps_moments_that_are_near(self):
         (self.folder / "bus.txt").write_text("warning 5 at 14.0 s\n")
-        self.check("warning 5 at 15.0 s\nwarning 6 at 20.0 s\n", "warning 5 at 13.0 s\nwarning 6 at 21.0 s\n", update=True)
+        self.check("warning 5 at 15.0 s\nwarning 6 at 20.0 s\n", "warning 5 at 13.5 s\nwarning 6 at 21.0 s\n", update=True)
         self.assertEqual((self.folder / "bus.txt").read_text(), "warning 5 at 14.0 s\nwarning 6 at 21.0 s\n")
 
     def test_update_keeps_nothing_of_a_single_run(self):
@@ -535,6 +597,14 @@ class Unit(unittest.TestCase):
             self.programs.sleep(0.1)
         self.assertAlmostEqual(self.programs.late, 0.4)
 
+    def test_console_is_kept_with_the_time_of_each_line(self):
+        with unittest.mock.patch.object(unit, "time") as time:
+            time.time.side_effect = [10.5, 12.0, 13.5]
+            self.programs.start("console", "sh", "-c", "echo one; echo two >&2; printf three")
+            self.programs.console.join(30)
+        self.assertEqual((self.out / "console").read_text(), "one\ntwo\nthree")
+        self.assertEqual((self.out / "console.times").read_text(), "10.5\n12.0\n13.5\n")
+
     def test_rate_is_set_by_the_time_of_the_machine(self):
         environment = {"LD_PRELOAD": "liblab_clock.so", "ORVANE_LAB_CLOCK": "/tmp/clock"}
         with unittest.mock.patch.dict(unit.os.environ, environment), unittest.mock.patch.object(unit.subprocess, "run") as run:
@@ -584,6 +654,34 @@ class Unit(unittest.TestCase):
             self.assertFalse(unit.is_listening(path))
             listener.listen()
             self.assertTrue(unit.is_listening(path))
+
+
+class Count(unittest.TestCase):
+    """By which is known when the scenario has begun."""
+
+    def test_unit_that_is_up_for_a_minute_begins_the_scenario(self):
+        self.assertEqual(unit.start_of(1000.0, 60 * 58982400), 1000.0)
+
+    def test_unit_that_is_at_its_fourth_second_has_begun_so_long_before(self):
+        self.assertEqual(unit.start_of(1000.0, 64 * 58982400), 996.0)
+
+    def test_begin_may_be_still_to_come(self):
+        self.assertEqual(unit.start_of(1000.0, 59 * 58982400), 1001.0)
+
+    def test_count_is_read_where_the_unit_has_it(self):
+        with tempfile.NamedTemporaryFile() as memory:
+            memory.seek(unit.SYSTEM_COUNT)
+            memory.write(bytes([8, 7, 6, 5, 4, 3, 2, 1]))
+            memory.flush()
+            self.assertEqual(unit.register(unit.SYSTEM_COUNT, memory.name), 0x0102030405060708)
+
+    def test_count_that_was_written_late_does_not_move_the_start(self):
+        counts = [round((61 + 0.01 * at) * 58982400) for at in range(10)]
+        counts[0] -= 58982400 // 5
+        with unittest.mock.patch.multiple(unit, time=unittest.mock.DEFAULT, register=unittest.mock.DEFAULT) as mocks:
+            mocks["register"].side_effect = counts
+            mocks["time"].time.side_effect = [101 + 0.01 * at for at in range(10)]
+            self.assertAlmostEqual(unit.start_of_scenario(), 100.0, 6)
 
 
 class Arguments(unittest.TestCase):

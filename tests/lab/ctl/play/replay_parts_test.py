@@ -27,22 +27,6 @@ def navigation(at, second, **record):
 
 
 class Start(unittest.TestCase):
-    def test_unit_that_is_up_for_a_minute_begins_the_scenario(self):
-        self.assertEqual(replay_test.start_of(1000.0, 60 * 58982400), 1000.0)
-
-    def test_replay_that_is_at_its_fourth_second_has_begun_so_long_before(self):
-        self.assertEqual(replay_test.start_of(1000.0, 64 * 58982400), 996.0)
-
-    def test_begin_may_be_before_that_of_the_play(self):
-        self.assertEqual(replay_test.start_of(1000.0, 59 * 58982400), 1001.0)
-
-    def test_count_is_read_where_the_unit_has_it(self):
-        with tempfile.NamedTemporaryFile() as memory:
-            memory.seek(replay_test.SYSTEM_COUNT)
-            memory.write(bytes([8, 7, 6, 5, 4, 3, 2, 1]))
-            memory.flush()
-            self.assertEqual(replay_test.register(replay_test.SYSTEM_COUNT, memory.name), 0x0102030405060708)
-
     def test_navigation_is_there_with_its_first_time(self):
         without = tell("blended-navigation", 1, timeOfValidity=None)
         other = tell("system-configuration", 1, timeOfValidity={"year": 2026})

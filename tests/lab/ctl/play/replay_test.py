@@ -28,11 +28,6 @@ from golden import outcome, unit  # noqa: E402
 RECORDING = "/tmp/run.mcap"
 LONGEST_TO_START = 60  # seconds of the unit
 
-MEMORY = "/dev/mem"
-CLOCK_RATE = 0x43C20000
-SYSTEM_COUNT = 0x43C20080
-TICKS = 58982400  # a second
-
 
 def load_golden():
     """What is there for runs on units; it has no name of a module."""
@@ -114,7 +109,7 @@ def record(build, scenario, seconds, rate, utc, options):
         bench.wait_for("the recording", lambda: os.path.exists(RECORDING))
         bench.programs.start("unit-sim", "lab/unit/unit-sim", *played, *options)
         bench.wait_for("the first epoch", lambda: unit.has_played(0.0))
-        start = unit.time.time()
+        start = unit.start_of_scenario()
         bench.start_service()
         bench.await_navigation()
         if unit.time.time() - start > unit.READY_BY:
@@ -132,10 +127,10 @@ def replay(build, recording, seconds, rate):
     try:
         bench.start_tool("request-play", "play", recording, "--wait", "60")  # which has an end
         play = bench.programs.running["request-play"]
-        bench.wait_for("the registers", lambda: os.path.exists(MEMORY) and register(CLOCK_RATE) != 0)
+        bench.wait_for("the registers", lambda: os.path.exists(unit.MEMORY) and unit.register(unit.CLOCK_RATE) != 0)
         bench.start_service()
         bench.await_navigation()
-        start = start_of(unit.time.time(), register(SYSTEM_COUNT))
+        start = unit.start_of_scenario()  # as a play has the clock where it was in the run
         bench.pass_time(rate, start + seconds)
         bench.wait_for("the end of the play", lambda: play.poll() is not None)
         if play.returncode != 0:
@@ -143,20 +138,6 @@ def replay(build, recording, seconds, rate):
         bench.end(start, seconds)
     finally:
         bench.programs.stop_all()
-
-
-def register(address, memory=MEMORY):
-    with open(memory, "rb", buffering=0) as file:  # in one access
-        file.seek(address)
-        return int.from_bytes(file.read(8), "little")
-
-
-def start_of(now, count):
-    """When the scenario would have begun, by the clock of the unit, which a play has where it was in the run.
-
-    @param count  of the unit, now
-    """
-    return now - (count / TICKS - outcome.UPTIME)
 
 
 def inside(arguments):
@@ -221,7 +202,8 @@ def difference(run, again):
     """What a replay has told otherwise than its run, but for moments that are near."""
     if not any(re.match(r"\d{4}-", line) for line in run):
         return "the run told no Blended Navigation\n"
-    lines = difflib.unified_diff(run, outcome.settled(run, again), "run", "replay", n=2, lineterm="")
+    later = outcome.later_start("\n".join(run), "\n".join(again))
+    lines = difflib.unified_diff(run, outcome.settled(run, again, later), "run", "replay", n=2, lineterm="")
     return "".join(f"{line}\n" for line in lines)
 
 

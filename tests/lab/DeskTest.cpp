@@ -142,6 +142,21 @@ TEST_F(DeskTest, SecondsThatAreNoneAreRefused)
     EXPECT_EQ(process.errors(), "desk: --seconds soon: neither a number nor forever\n");
 }
 
+TEST_F(DeskTest, RecordingsThatCanBeNoneAreRefused)
+{
+    const auto refusal = [](const std::vector<std::string>& words) {
+        std::vector<std::string> command{kDesk, "--build", ORVANE_BUILD_DIR};
+        command.insert(command.end(), words.begin(), words.end());
+        ChildProcess process(command);
+        EXPECT_EQ(process.wait(), (ChildProcess::Ending{2, 0}));
+        return process.errors();
+    };
+    EXPECT_EQ(refusal({"--record", kDesk}), "desk: --record " + kDesk + ": it is there already\n");
+    EXPECT_EQ(refusal({"--play", "/no.mcap"}), "desk: --play /no.mcap: it is not there, or can't be read\n");
+    EXPECT_EQ(refusal({"--play", kDesk, "--", "--quiet"}),
+              "desk: --play " + kDesk + ": options of unit-sim are not for it\n");
+}
+
 TEST_F(DeskTest, TheSocketOfThePageIsHeldByThePageAlone)
 {
     EXPECT_EQ(run({"/bin/sh", "-c", kHoldersOfThePage, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;

@@ -16,9 +16,9 @@ A block without a command, behind a paragraph with "were typed", is what the ter
 the paragraph are typed, each when what is shown for the one before has come. A table with the heading "line | request"
 is worked through row by row; each request has to show what the first one of its name shows in the section.
 
-Lines are compared as they are, but for numbers of publications, times, process ids and the errors that the navigation
-happens to have, for which only the form is compared, and the sums of a desk, of which only is compared whether they are
-0. "..." at the end of a line stands for any rest, and alone for any lines. A list of several threats may come as several
+Lines are compared as they are, but for numbers of publications, times, process ids, sizes of recordings and reports and
+the errors that the navigation happens to have, for which only the form is compared, and the sums of a desk, of which only
+is compared whether they are 0. "..." at the end of a line stands for any rest, and alone for any lines. A list of several threats may come as several
 lists that follow each other, as the page says.
 """
 
@@ -153,6 +153,11 @@ FORMS = [
     (r'"orvanectl-\d+"', '"orvanectl-<process>"'),
     (r"\b(horizontal|vertical) (m|m/s) \d+(\.\d+)?", r"\1 \2 <error>"),
     (r", in \d+\.\d s$", ", in <seconds> s"),
+    (r"\b[1-9]\d* messages in [1-9]\d*\.\d s", "<some> messages in <seconds> s"),
+    (r"\b\d+ missed, ", "<number> missed, "),
+    (r"\b[1-9]\d* bytes\b", "<some> bytes"),
+    (r'"seconds":\d+\.\d+', '"seconds":<seconds>'),
+    (r'\[\d+\.\d+,\d+\.\d+,"', '[<from>,<to>,"'),
 ]
 SUM = r"^desk: (joined|the unit has sent) "
 
@@ -336,7 +341,7 @@ class Walk:
         """The lines that are shown, and the status."""
         process = self.process(text)
         try:
-            seen = process.communicate(timeout=DEADLINE)[0].splitlines()
+            seen = process.communicate(timeout=2 * DEADLINE)[0].replace(self.unit, "/tmp/unit").splitlines()
             return seen, process.returncode
         finally:
             kill(process)
@@ -407,7 +412,7 @@ def runs_a_unit(text):
 
 def is_background(text):
     """Whether it runs until it is ended."""
-    return runs_a_unit(text) and re.search(r"--seconds \d", text) is None
+    return runs_a_unit(text) and re.search(r"--seconds \d|--play ", text) is None
 
 
 def only_looks(text):

@@ -83,6 +83,7 @@ class Pages(unittest.TestCase):
     def test_only_a_desk_without_end_runs_on(self):
         self.assertTrue(walk.is_background("lab/sandbox -- lab/desk --seconds forever"))
         self.assertFalse(walk.is_background("lab/sandbox -- lab/desk --seconds 10"))
+        self.assertFalse(walk.is_background("lab/sandbox -- lab/desk --play drive.mcap"))
 
 
 class Comparisons(unittest.TestCase):
@@ -94,6 +95,9 @@ class Comparisons(unittest.TestCase):
             ("30 blended-navigation  2026-11-21 16:34:57.999  gps s 1  fom 1  horizontal m 1.41288  ...",
              "9 blended-navigation  2027-01-02 00:00:00.000  gps s 2  fom 1  horizontal m 9  vertical m 2"),
             ("orvanectl: 1 step: 1 passed, in 0.0 s", "orvanectl: 1 step: 1 passed, in 12.5 s"),
+            ("desk: recorded 205 messages in 19.3 s, 0 missed, 56493 bytes in /tmp/drive.mcap",
+             "desk: recorded 9 messages in 25.0 s, 2 missed, 7 bytes in /tmp/drive.mcap"),
+            ('"spans":[[0.966,15.05,"available"]]} {"seconds":14.234,"rows"', '"spans":[[1.0,9.5,"available"]]} {"seconds":1.5,"rows"'),
         ):  # fmt: skip
             self.assertTrue(walk.agrees(expected, seen), expected)
 
@@ -102,6 +106,9 @@ class Comparisons(unittest.TestCase):
         for old, new in (("25", "24"), ("FAIL", "PASS"), ("warnings 1", "warnings 2"), (" (last)", ""),
                          ("gps s 5.9", "gps s nan"), ("44 ", ""), ("44 warning", "44 warnings"), ("]", "")):  # fmt: skip
             self.assertFalse(walk.agrees(line, line.replace(old, new)), new)
+        self.assertFalse(walk.agrees("desk: played 127 messages in 18.9 s", "desk: played 0 messages in 18.9 s"))
+        self.assertFalse(walk.agrees('[0.966,15.05,"available"]', '[0.966,15.05,"not available"]'))
+        self.assertFalse(walk.agrees('"seconds":14.234,"rows":[{"azimuth":22.0', '"seconds":14.234,"rows":[{"azimuth":23.0'))
         self.assertFalse(walk.agrees('"ok":true,"returned":1', '"ok":true,"returned":0'))
         self.assertFalse(walk.agrees("faults 1 [1 severity 33", "faults 1 [1 severity 34"))
         self.assertFalse(walk.agrees("execute-built-in-tests  expected s 25.0  test 0", "execute-built-in-tests  expected s 24.0  test 0"))

@@ -25,6 +25,8 @@ READY_BY = 8.0  # seconds of the unit, at which time runs faster
 LONGEST_TO_BEGIN = 60.0
 LONGEST_TO_END = 60.0
 
+MEASURED = "console", "unit-sim", "request-play"  # where a thread that has to wait has an input come late
+
 MEMORY = "/dev/mem"
 CLOCK_RATE = 0x43C20000
 SYSTEM_COUNT = 0x43C20080
@@ -66,18 +68,51 @@ class Requests:
         (OUT / "requests").write_text(json.dumps(ended))
 
 
+class Waits:
+    """How long the threads of a process had to wait for a processor, as the kernel tells where it keeps that."""
+
+    def __init__(self, process):
+        self.tasks = pathlib.Path(f"/proc/{process}/task")
+        self.told = {}
+
+    def longest(self):
+        """Of any thread, in seconds of the machine, since this was asked last."""
+        most = 0.0
+        for task in self.tasks.glob("*/schedstat"):
+            try:
+                waited = int(task.read_text().split()[1]) / 1e9
+            except (OSError, ValueError, IndexError):  # it has ended
+                continue
+            most = max(most, waited - self.told.get(task.parent.name, 0.0))
+            self.told[task.parent.name] = waited
+        return most
+
+
 class Programs:
     """What runs, each with its output in a file of its own."""
 
     def __init__(self, build):
         self.build = pathlib.Path(build)
         self.running = {}
-        self.late = 0.0  # seconds of the unit by which a sleep has lasted too long, at the most
+        self.rate = 1.0
+        self.waits = []
+        self.late = 0.0  # seconds of the unit: what a sleep has lasted too long, or a thread had to wait, at the most
+
+    def measure(self, rate):
+        """From now on how late the machine is.
+
+        @param rate  how many times as fast the unit's time runs
+        """
+        self.rate = rate
+        self.waits = [Waits(process.pid) for name, process in self.running.items() if name in MEASURED]
+        for each in self.waits:
+            each.longest()
+        self.late = 0.0
 
     def sleep(self, seconds):
         end = time.time() + seconds
         time.sleep(seconds)
-        self.late = max(self.late, time.time() - end)
+        self.late = max([self.late, time.time() - end, *(each.longest() * self.rate for each in self.waits)])
 
     def start(self, name, program, *arguments, **environment):
         # What the service says is kept as a whole; the others tell JSON, beside which nothing may stand.
@@ -227,7 +262,7 @@ def play(programs, scenario, seconds, rate, utc, requests, options):
     if time.time() - started > READY_BY:
         raise TooSlow(f"the service was ready {time.time() - started:.1f} s of the unit after its start only\n")
     set_rate(programs, rate)
-    programs.late = 0.0
+    programs.measure(rate)
     asked = Requests(programs, requests)
     asked.make(started)
     wait_until(programs, started + seconds)

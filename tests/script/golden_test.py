@@ -597,6 +597,37 @@ class Unit(unittest.TestCase):
             self.programs.sleep(0.1)
         self.assertAlmostEqual(self.programs.late, 0.4)
 
+    def waits(self, *tasks):
+        """Of a process that has these texts of the kernel, by threads."""
+        for thread, text in tasks:
+            (self.out / "task" / thread).mkdir(parents=True, exist_ok=True)
+            (self.out / "task" / thread / "schedstat").write_text(text)
+        waits = unit.Waits(1)
+        waits.tasks = self.out / "task"
+        return waits
+
+    def test_longest_wait_of_a_thread_for_the_processor_is_known_since_it_was_asked(self):
+        waits = self.waits(("7", "5000 1000000000 3\n"), ("8", "5000 2000000000 3\n"))
+        self.assertAlmostEqual(waits.longest(), 2.0)
+        self.assertAlmostEqual(waits.longest(), 0.0)
+        self.waits(("7", "6000 1040000000 4\n"), ("9", "10 20000000 1\n"))
+        self.assertAlmostEqual(waits.longest(), 0.04)
+
+    def test_kernel_that_does_not_tell_has_no_waits(self):
+        self.assertEqual(self.waits(("7", "")).longest(), 0.0)
+        self.assertEqual(unit.Waits("none").longest(), 0.0)
+
+    def test_thread_that_had_to_wait_tells_how_late_the_machine_is(self):
+        self.programs.start("console", "sleep", "60")
+        self.programs.start("bus", "sleep", "60")
+        self.programs.measure(10.0)
+        self.assertEqual([each.tasks.parent.name for each in self.programs.waits], [str(self.programs.running["console"].pid)])
+        self.programs.waits = [self.waits(("7", "5 1000000000 3"))]
+        self.programs.waits[0].longest()
+        self.waits(("7", "5 1040000000 4"))
+        self.programs.sleep(0.0)
+        self.assertAlmostEqual(self.programs.late, 0.4)
+
     def test_console_is_kept_with_the_time_of_each_line(self):
         with unittest.mock.patch.object(unit, "time") as time:
             time.time.side_effect = [10.5, 12.0, 13.5]

@@ -65,7 +65,7 @@ class Bench:
     def pass_time(self, rate, end):
         """@param end  a time of the clock"""
         unit.set_rate(self.programs, rate)
-        self.programs.late = 0.0
+        self.programs.measure(rate)
         unit.wait_until(self.programs, end)
 
     def end(self, start, seconds):

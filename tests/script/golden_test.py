@@ -715,6 +715,26 @@ class Count(unittest.TestCase):
             self.assertAlmostEqual(unit.start_of_scenario(), 100.0, 6)
 
 
+class Options(unittest.TestCase):
+    def read(self, *words):
+        with unittest.mock.patch.object(sys, "argv", ["golden", *words]), contextlib.redirect_stderr(io.StringIO()) as told:
+            try:
+                return golden.read_options()
+            except SystemExit:
+                return told.getvalue().splitlines()[-1]
+
+    def test_examples_of_the_help_are_taken_and_name_scenarios(self):
+        examples = re.findall(r"^  script/golden(.*?)(?:  .*)?$", golden.EXAMPLES, re.MULTILINE)
+        self.assertEqual(len(examples), 4)
+        for example in examples:
+            for name in self.read(*example.split()).names:
+                self.assertTrue((ROOT / "lab/scenarios" / name / "scenario.txt").is_file(), name)
+
+    def test_numbers_of_runs_begin_at_1(self):
+        self.assertEqual(self.read("--jobs", "0"), "script/golden: error: argument --jobs: invalid number from 1 value: '0'")
+        self.assertEqual(self.read("--repeat", "x"), "script/golden: error: argument --repeat: invalid number from 1 value: 'x'")
+
+
 class Arguments(unittest.TestCase):
     def test_requests_have_their_times(self):
         read = unit.read_arguments(["b", "s.txt", "30", "10", "5", "--request", "13 clear-data all", "--", "--seed", "2"])

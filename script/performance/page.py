@@ -69,8 +69,11 @@ SECTIONS = [
         (f"configuration.{count}", f"{count} connections", None) for count in (11, 100, 500, 1000)]),
     ("The service as it is shipped", "On a unit of the lab, over UDP, the stand-in of the bus library inside. The floor is "
      "a program of the bare library with the same topics, and a loop that polls the queues; it does nothing with what "
-     "comes, has no bus, and ends without looking for a signal now and then.", [
-        ("start.runs", "from exec to running", None),
+     "comes, has no bus, and ends without looking for a signal now and then. Where the bus is told of, the floor runs a "
+     "service of the bus library besides, which it tells nothing.", [
+        ("start.runs", "from exec to running, the bus too", None),
+        ("start.processor", "of that, time on the processor", None),
+        ("start.topics", "from exec to running, the floor without the bus", None),
         ("start.told", "to \"started successfully\" at a peer; an event comes every 100 ms, and this is the third", None),
         ("end", "SIGTERM to exit; the service looks every 500 ms, and its last two events take 100 ms each", None),
         ("processor.idle", "processor without input", None),
@@ -78,7 +81,19 @@ SECTIONS = [
         ("processor.rate.100", "all inputs at 100 Hz", None),
         ("processor.rate.1000", "all inputs at 1000 Hz", None),
         ("memory.idle", "resident memory without input", None),
+        ("memory.bus", "without input, the floor with the bus too", None),
         ("memory.rate.1000", "at 1000 Hz", None)]),
+    ("Where the memory is", "Resident, without input, by what it is. The bus library is the lab's stand-in: it holds "
+     "the last record of each kind that it was told in the heap, some 210 KiB, and has 8 of the threads; the floor is "
+     "without it. The program's stack has the records that go to the bus by value, the largest of 64 KiB.", [
+        ("memory.part.program", "the program's file", None),
+        ("memory.part.dds", "DDS library's files", None),
+        ("memory.part.bus", "bus library's file", None),
+        ("memory.part.libraries", "files of other libraries", None),
+        ("memory.part.heap", "heap", None),
+        ("memory.part.other", "memory beside the heap", None),
+        ("memory.part.stack", "stack of the main thread", None),
+        ("memory.part.stacks", "stacks of the other threads", None)]),
     ("Limits of the machine", "", [
         ("futex.latency.1000", "futex in shared memory, between two processes at 1 kHz, median", "futex.latency.1000"),
         ("pipe.latency.1000", "pipe", "pipe.latency.1000"),
@@ -108,7 +123,8 @@ def goals(figures):
     for count in (11, 100, 500, 1000):
         yield of_ratio(f"{count} connections within 1.5 times the load", f"configuration.{count}",
                        lambda value: value <= 1.5)  # fmt: skip
-    yield of_ratio("start within 1.1 times the floor", "start.runs", lambda value: value <= 1.1)
+    yield of_ratio("start within 1.1 times the floor, the bus too", "start.runs", lambda value: value <= 1.1)
+    yield of_ratio("start within 1.1 times the floor without the bus", "start.topics", lambda value: value <= 1.1)
     end = figures.get(("end", "ours"))
     slowest = end.quantiles[-1] if end and end.quantiles else None
     yield "every end below 800 ms", f"{slowest:.0f} ms" if slowest else "", slowest < 800 if slowest else None

@@ -2,6 +2,9 @@
 // types that fastddsgen makes, and a loop that polls both queues. It does nothing with what comes. For bench_service,
 // which has it run in turn with the service.
 //
+// Built with ORVANE_BARE_BUS it is the least that has the service's set-up: it runs a service of the bus library too, of
+// the same texts, with the same groups, and tells it nothing.
+//
 // It runs once it has a handler for SIGINT, prints a line when a position has come, and ends at SIGTERM.
 
 #include "commandPubSubTypes.h"
@@ -21,6 +24,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
@@ -30,6 +34,10 @@
 #include <type_traits>
 #include <unistd.h>
 #include <vector>
+
+#ifdef ORVANE_BARE_BUS
+#include "VICTORY/libvictory/victory.h"
+#endif
 
 namespace {
 
@@ -96,6 +104,41 @@ void readQueues(const std::atomic<bool>& stop)
     }
 }
 
+#ifdef ORVANE_BARE_BUS
+/// Runs until its end; nothing if it can't be had.
+class BusService {
+public:
+    BusService()
+    {
+        if (vutilReadStringFromFile("/opt/halvex/config/APNTServiceConfig_1_9.xml", kSize, m_configuration.get()) !=
+                0 ||
+            vutilReadStringFromFile("/opt/halvex/config/APNT_VCL_1_9.xml", kSize, m_vcl.get()) != 0)
+            return;
+        m_service = vapntsNewService(m_configuration.get(), m_vcl.get());
+        if (!m_service) return;
+        for (const int group :
+             {VAPNTS_PUB_GROUP_BLENDED_NAVIGATION, VAPNTS_PUB_GROUP_WARNING_MESSAGES, VAPNTS_PUB_GROUP_NAVWAR_SA})
+            vapntsInitPubGroup(m_service, group, 1.0);
+        vapntsStartService(m_service);
+    }
+    ~BusService()
+    {
+        if (m_service) vapntsDeleteService(m_service);
+    }
+    BusService(const BusService&) = delete;
+    BusService& operator=(const BusService&) = delete;
+
+    explicit operator bool() const { return m_service != nullptr; }
+
+private:
+    static constexpr int kSize = 65536;
+
+    std::unique_ptr<char[]> m_configuration{new char[kSize]};
+    std::unique_ptr<char[]> m_vcl{new char[kSize]};
+    VapntsService* m_service = nullptr;
+};
+#endif
+
 }  // namespace
 
 int main()
@@ -132,6 +175,10 @@ int main()
 
     std::atomic<bool> stop = false;
     std::thread reader([&] { readQueues(stop); });
+#ifdef ORVANE_BARE_BUS
+    const BusService bus;
+    if (!bus) std::quick_exit(1);
+#endif
     std::signal(SIGINT, [](int) {});
     int signal = 0;
     sigwait(&signals, &signal);

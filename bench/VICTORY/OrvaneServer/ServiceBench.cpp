@@ -7,12 +7,16 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <deque>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,12 +24,13 @@
 #include <vector>
 
 // What the service costs as it is shipped: its start and end, its memory, its time on the processor. Beside it, in turn,
-// a program of the bare library with the same topics and queues (BareService.cpp).
+// a program of the bare library with the same topics and queues, without and with a service of the bus library
+// (BareService.cpp). All are started alike.
 //
 //     lab/sandbox -- bench_service [STARTS [SECONDS [ENDS]]]
 //     lab/sandbox -- bench_service profile RATE SECONDS
 //
-// Milliseconds from the exec to the service running, and to its "started successfully" on the log's topic (which gives
+// Milliseconds from the exec to the service running, of time and of the processor, and to its "started successfully" on the log's topic (which gives
 // out an event every 100 ms, this one as the third), of STARTS; from SIGTERM to the exit, of ENDS, for which the signal
 // comes at as many moments of the pause in which the service looks for it; then processor time and memory over SECONDS
 // with unit-sim at three rates, and with clients on the bus. The stand-in of the bus library is part of the process.
@@ -58,12 +63,48 @@ double timeEnd(ChildProcess& process)
     return Milliseconds(Clock::now() - begin).count();
 }
 
-/// The program of the bare library, running.
+/// Seconds that a process has had of the processor.
+double processorSeconds(pid_t process)
+{
+    clockid_t clock{};
+    timespec time{};
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
+        throw std::runtime_error("no such process");
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/// Waits until the process has a handler for SIGINT, the last thing that it does before it runs; looks more often than
+/// who doesn't measure.
+void awaitRunning(const ChildProcess& process)
+{
+    const std::string status = "/proc/" + std::to_string(process.id()) + "/status", field = "SigCgt:";
+    const auto end = Clock::now() + ChildProcess::kDeadline;
+    while (Clock::now() < end) {
+        std::ifstream file(status);
+        for (std::string line; std::getline(file, line);)
+            if (line.starts_with(field) &&
+                (std::stoull(line.substr(field.size()), nullptr, 16) >> (SIGINT - 1) & 1) != 0)
+                return;
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    throw std::runtime_error("it does not run: " + process.errors());
+}
+
+/// The command line of another program in the service's place.
+std::vector<std::string> commandLineOf(const char* program)
+{
+    auto line = Desk::commandLine();
+    line.pop_back();
+    line.back() = program;
+    return line;
+}
+
+/// A program of the bare library, running.
 class BareService {
 public:
-    BareService()
+    explicit BareService(const char* program = ORVANE_BARE_SERVICE) : m_process(commandLineOf(program))
     {
-        if (!m_process.waitUntilHandled(SIGINT)) throw std::runtime_error("it does not run: " + m_process.errors());
+        awaitRunning(m_process);
     }
     ChildProcess& process() { return m_process; }
     void awaitPosition()
@@ -72,16 +113,21 @@ public:
     }
 
 private:
-    ChildProcess m_process{{ORVANE_BARE_SERVICE}};
+    ChildProcess m_process;
 };
 
-/// The start of a service: until it runs, and until it says so.
-struct Start {
-    double running = 0.0;  // ms
-    double told = 0.0;     // ms
+/// Starts of one side, in ms: until it runs, the processor's time until then, and until it says so.
+struct Starts {
+    std::vector<double> running, processor, told;
+
+    void addRunning(Clock::time_point begin, const ChildProcess& process)
+    {
+        running.push_back(Milliseconds(Clock::now() - begin).count());
+        processor.push_back(processorSeconds(process.id()) * 1000.0);
+    }
 };
 
-Start measureStart(Desk& desk)
+void measureStart(Desk& desk, Starts& starts)
 {
     Inbox<aspn2_msgs::idl::EventLog> log;
     const Transport transport(kConnections, "bench");
@@ -91,42 +137,43 @@ Start measureStart(Desk& desk)
     if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) throw std::runtime_error("no log");
 
     const auto begin = Clock::now();
-    desk.run();
-    const auto running = Clock::now();
+    awaitRunning(desk.start());
+    starts.addRunning(begin, desk.service());
     const bool isTold = eventually([&] {
         return std::ranges::any_of(log.items(), [](const auto& item) {
             return item.message.eventlog() == std::string("OrvaneServer started successfully.");
         });
     });
-    const auto told = Clock::now();
     if (!isTold) throw std::runtime_error("the service does not tell that it has started");
+    starts.told.push_back(Milliseconds(Clock::now() - begin).count());
     end(desk.service());
-    return {Milliseconds(running - begin).count(), Milliseconds(told - begin).count()};
 }
 
-double measureBareStart()
+void measureBareStart(const char* program, Starts& starts)
 {
     const auto begin = Clock::now();
-    BareService bare;
-    const double running = Milliseconds(Clock::now() - begin).count();
+    BareService bare(program);
+    starts.addRunning(begin, bare.process());
     end(bare.process());
-    return running;
 }
 
 void measureStarts(Desk& desk, int count)
 {
     desk.replace("Connections.xml", "<BackFillHistory>false<", "<BackFillHistory>true<");  // no event is missed
-    std::vector<double> bare, running, told;
+    Starts topics, set, ours;  // of the topics and queues alone, and of the same set-up
     for (int i = 0; i < count; ++i) {
-        bare.push_back(measureBareStart());
-        const Start start = measureStart(desk);
-        running.push_back(start.running);
-        told.push_back(start.told);
+        measureBareStart(ORVANE_BARE_SERVICE, topics);
+        measureBareStart(ORVANE_BARE_BUS_SERVICE, set);
+        measureStart(desk, ours);
     }
     desk.replace("Connections.xml", "<BackFillHistory>true<", "<BackFillHistory>false<");
-    tellDistribution("start.runs", "floor", "ms", bare);
-    tellDistribution("start.runs", "ours", "ms", running);
-    tellDistribution("start.told", "ours", "ms", told);
+    tellDistribution("start.runs", "floor", "ms", set.running);
+    tellDistribution("start.runs", "ours", "ms", ours.running);
+    tellDistribution("start.topics", "floor", "ms", topics.running);
+    tellDistribution("start.topics", "ours", "ms", ours.running);
+    tellDistribution("start.processor", "floor", "ms", set.processor);
+    tellDistribution("start.processor", "ours", "ms", ours.processor);
+    tellDistribution("start.told", "ours", "ms", ours.told);
 }
 
 void measureEnds(Desk& desk, int count)
@@ -141,16 +188,6 @@ void measureEnds(Desk& desk, int count)
     }
     tellDistribution("end", "floor", "ms", bare);
     tellDistribution("end", "ours", "ms", ours);
-}
-
-/// Seconds that a process has had of the processor.
-double processorSeconds(pid_t process)
-{
-    clockid_t clock{};
-    timespec time{};
-    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
-        throw std::runtime_error("no such process");
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 /// Percent of a processor that the process has for so long.
@@ -170,6 +207,47 @@ double memory(pid_t process)
     for (std::string line; std::getline(file, line);)
         if (line.starts_with("VmRSS:")) return std::stod(line.substr(6)) / 1024.0;
     throw std::runtime_error("no resident memory");
+}
+
+/// What a mapping of a process is.
+/// @param path  of its file, empty for memory of the process's own
+std::string partOf(const std::string& path, std::uint64_t size, const std::string& program)
+{
+    constexpr std::uint64_t kThreadStack = std::uint64_t{8} << 20;  // the default
+    if (path.empty()) return size == kThreadStack ? "stacks" : "other";
+    if (path == "[heap]") return "heap";
+    if (path == "[stack]") return "stack";
+    if (path == program) return "program";
+    if (path.find("/libfast") != std::string::npos) return "dds";
+    return path.find("/libvictory") != std::string::npos ? "bus" : "libraries";
+}
+
+/// Resident KiB of a process, by part.
+std::map<std::string, double> memoryParts(pid_t process)
+{
+    const std::string directory = "/proc/" + std::to_string(process);
+    const std::string program = std::filesystem::read_symlink(directory + "/exe");
+    std::ifstream file(directory + "/smaps");
+    std::map<std::string, double> parts;
+    std::string part;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        if (line.starts_with("Rss:")) {
+            parts[part] += std::stod(line.substr(4));
+        } else if (line.find(':') > line.find(' ')) {  // of a mapping: begin-end, mode, offset, device, inode, path
+            std::uint64_t begin = 0, end = 0;
+            char dash = 0;
+            std::string word, path;
+            words >> std::hex >> begin >> dash >> end >> word >> word >> word >> word >> path;
+            part = partOf(path, end - begin, program);
+        }
+    }
+    return parts;
+}
+
+void tellParts(const std::string& side, pid_t process)
+{
+    for (const auto& [part, size] : memoryParts(process)) tellFigure("memory.part." + part, side, "KiB", size);
 }
 
 void tellCost(const std::string& when, const std::string& side, pid_t process, std::chrono::seconds duration)
@@ -205,10 +283,19 @@ void measureClients(Desk& desk, std::chrono::seconds duration)
     {
         BareService bare;
         tellCost("idle", "floor", bare.process().id(), duration);
+        tellParts("floor", bare.process().id());
+        end(bare.process());
+    }
+    {
+        BareService bare(ORVANE_BARE_BUS_SERVICE);  // alone too: participants that know each other need more
+        std::this_thread::sleep_for(duration);
+        tellFigure("memory.bus", "floor", "MiB", memory(bare.process().id()));
         end(bare.process());
     }
     desk.run();
     tellCost("idle", "ours", desk.service().id(), duration);
+    tellParts("ours", desk.service().id());
+    tellFigure("memory.bus", "ours", "MiB", memory(desk.service().id()));
     ChildProcess unit({ORVANE_UNIT_SIM, "--rate", "10", "--quiet"});
     awaitJoin();
     std::deque<Bus> clients;

@@ -55,6 +55,7 @@ public:
 
     void channel(const mcap::Channel& channel) override
     {
+        notePlayable(channel);
         if (m_plan.channels.contains(channel.id) || m_foreign.contains(channel.id)) return;
         const auto& chosen = m_choice.channels;
         if (!chosen.empty() && std::ranges::find(chosen, channel.topic) == chosen.end()) return;
@@ -92,7 +93,17 @@ public:
 
     std::vector<std::int64_t> takeTimes() { return std::move(m_ahead); }
 
+    /// Topics of channels that can be played, chosen or not.
+    const std::vector<std::string>& playable() const { return m_playable; }
+
 private:
+    void notePlayable(const mcap::Channel& channel)
+    {
+        const bool canBePlayed = !queueOf(channel.topic).empty() || channel.encoding == recording::kCdr;
+        if (canBePlayed && std::ranges::find(m_playable, channel.topic) == m_playable.end())
+            m_playable.push_back(channel.topic);
+    }
+
     std::size_t wayOf(const std::string& name, const RecordType* type)
     {
         const auto known = std::ranges::find_if(m_plan.ways, [&](const PlayPlan::Way& way) {
@@ -123,21 +134,14 @@ private:
     const std::uint64_t m_from;
     std::map<std::uint16_t, std::string> m_schemas;
     std::set<std::uint16_t> m_foreign;  // channels
+    std::vector<std::string> m_playable;
     std::vector<std::int64_t> m_ahead;  // ns
 };
 
-bool canBePlayed(const RecordingOverview::Channel& channel)
-{
-    return !queueOf(channel.topic).empty() || channel.encoding == recording::kCdr;
-}
-
 /// Throws for channels that are not among those that can be played.
-void checkChannels(const RecordingOverview& overview, const std::string& name, const std::vector<std::string>& chosen)
+void checkChannels(const std::vector<std::string>& known, const std::string& name,
+                   const std::vector<std::string>& chosen)
 {
-    std::vector<std::string> known;
-    for (const RecordingOverview::Channel& channel : overview.channels)
-        if (canBePlayed(channel) && std::ranges::find(known, channel.topic) == known.end())
-            known.push_back(channel.topic);
     for (const std::string& channel : chosen)
         if (std::ranges::find(known, channel) == known.end())
             throw UnknownName(name + ": no channel " + printable(channel) + " that can be played; " +
@@ -161,12 +165,13 @@ nanoseconds PlayPlan::length() const
 
 PlayPlan planOf(const mcap::Source& source, const std::string& name, const PlayChoice& choice)
 {
-    const RecordingOverview overview = overviewOf(source, name);
-    checkChannels(overview, name, choice.channels);
+    std::uint64_t from = 0;
+    if (choice.startSeconds > 0) from = behind(overviewOf(source, name).start, choice.startSeconds);
     PlayPlan plan;
     plan.withOwn = choice.withOwn;
-    PlanSink sink(plan, choice, behind(overview.start, choice.startSeconds));
-    mcap::scan(source, sink);
+    PlanSink sink(plan, choice, from);
+    if (!mcap::scan(source, sink).isRecording) throw std::runtime_error(name + ": is no recording");
+    checkChannels(sink.playable(), name, choice.channels);
     if (plan.messages == 0) throw std::runtime_error(name + ": has nothing to play");
     if (std::vector<std::int64_t> ahead = sink.takeTimes(); !ahead.empty()) {
         const auto middle = ahead.begin() + static_cast<std::ptrdiff_t>(ahead.size() / 2);

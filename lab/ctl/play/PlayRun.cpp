@@ -9,6 +9,7 @@
 #include "lab/ctl/play/Reel.h"
 #include "lab/ctl/play/Timeline.h"
 #include "lab/ctl/play/UnitRegisters.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/top/TerminalSignals.h"
 #include "lab/unit/DeviceMap.h"
@@ -187,9 +188,8 @@ private:
 class PlayRun {
 public:
     PlayRun(const PlayOptions& options, std::ostream& output)
-        : m_options(options), m_output(output), m_file(options.file),
-          m_plan(planOf(m_file, options.file, options.choice)), m_timeline(Clock::now(), options.rate, true),
-          m_outlets(options, m_plan)
+        : m_options(options), m_output(output), m_file(options.file), m_plan(planned()),
+          m_timeline(Clock::now(), options.rate, true), m_outlets(options, m_plan)
     {
         openRegisters();
         follow();
@@ -217,6 +217,11 @@ public:
     }
 
 private:
+    PlayPlan planned() const
+    {
+        return planOf(ReadProgress(m_file, "reads " + printable(m_options.file)), m_options.file, m_options.choice);
+    }
+
     void openRegisters()
     {
         if (m_options.leavesRegisters) return;
@@ -438,10 +443,10 @@ private:
 
     const PlayOptions& m_options;
     std::ostream& m_output;
-    EndingSignals m_signals;  // before all threads, as the next
-    TerminalSignals m_stops;
     const mcap::FileSource m_file;
-    const PlayPlan m_plan;
+    const PlayPlan m_plan;    // before the signals are held: until it is made they end the process
+    EndingSignals m_signals;  // before all threads that stay, as the next
+    TerminalSignals m_stops;
     Timeline m_timeline;  // of all laps
     std::optional<UnitRegisters> m_registers;
     std::string m_noRegisters;         // why not

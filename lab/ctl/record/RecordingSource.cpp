@@ -78,10 +78,14 @@ Time arrivalTimeOf(std::uint64_t nanoseconds)
 
 RecordingSource::RecordingSource(const std::string& file, const std::vector<std::string>& topics,
                                  const std::string& type)
-    : m_file(file), m_topics(choose(topicsOf(m_file, file), topics, type, file)),
-      m_scanner(std::make_unique<mcap::Scanner>(m_file, static_cast<mcap::RecordSink&>(*this)))
+    : m_file(file), m_source(m_file, "reads " + printable(file)),
+      m_topics(choose(topicsOf(m_source, file), topics, type, file)),
+      m_scanner(std::make_unique<mcap::Scanner>(m_source, static_cast<mcap::RecordSink&>(*this)))
 {
-    if (fill()) m_now = m_samples.front().arrival.time;
+    while (m_samples.empty() && m_scanner->step()) {
+    }
+    if (!m_samples.empty()) m_now = m_samples.front().arrival.time;
+    m_source.hide();
 }
 
 void RecordingSource::channel(const mcap::Channel& channel)
@@ -106,28 +110,22 @@ void RecordingSource::message(const mcap::Message& message)
     m_samples.push_back(std::move(sample));
 }
 
-/// False at the end.
-bool RecordingSource::fill()
-{
-    while (m_samples.empty() && m_scanner->step()) {
-    }
-    return !m_samples.empty();
-}
-
 std::vector<Sample> RecordingSource::take()
 {
     std::vector<Sample> samples;
-    if (!fill() || m_samples.front().arrival.time > m_now) return samples;
+    if (m_samples.empty() || m_samples.front().arrival.time > m_now) return samples;
     samples.push_back(std::move(m_samples.front()));
     m_samples.pop_front();
     samples.front().arrival.time = m_now;  // which doesn't go back, whatever the recording says
     return samples;
 }
 
-void RecordingSource::wait(const EndingSignals&, std::optional<Time> until)
+void RecordingSource::wait(const EndingSignals& signals, std::optional<Time> until)
 {
     constexpr std::chrono::hours kLongest{1};  // pause in which time passes as it did
-    if (!fill()) {
+    while (m_samples.empty()) {
+        if (signals.received()) return;
+        if (m_scanner->step()) continue;
         m_hasEnded = true;
         return;
     }
@@ -138,15 +136,15 @@ void RecordingSource::wait(const EndingSignals&, std::optional<Time> until)
 
 void runEchoOfRecording(const WatchOptions& options, std::ostream& output)
 {
+    RecordingSource source(options.recording, options.topics, options.type);  // which a signal ends as any other
     EndingSignals signals;
-    RecordingSource source(options.recording, options.topics, options.type);
     echoFrom(source, options, signals, output);
 }
 
 void runHzOfRecording(const WatchOptions& options, std::ostream& output)
 {
-    EndingSignals signals;
     RecordingSource source(options.recording, options.topics, options.type);
+    EndingSignals signals;
     hzFrom(source, options, signals, output);
 }
 

@@ -2,6 +2,7 @@
 #define LAB_CTL_RECORD_RECORDINGSOURCE_H
 
 #include "lab/ctl/WatchRun.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/mcap/Reader.h"
 
 #include <deque>
@@ -13,7 +14,8 @@ namespace orvanectl {
 /// half of them is none, so that a length of time can be added to each.
 TopicStatistics::Time arrivalTimeOf(std::uint64_t nanoseconds);
 
-/// The records of a recording, at their times of arrival. No time passes. Publishers are not known, nor what was lost on
+/// The records of a recording, at their times of arrival. No time passes. Up to the first record it is read when this is
+/// made, which is told on the terminal when it takes long. Publishers are not known, nor what was lost on
 /// the way to the recorder: `info` tells that.
 class RecordingSource : public WatchSource, private mcap::RecordSink {
 public:
@@ -34,9 +36,8 @@ private:
     void channel(const mcap::Channel& channel) override;
     void message(const mcap::Message& message) override;
 
-    bool fill();
-
     mcap::FileSource m_file;
+    ReadProgress m_source;  // of it; hidden once there is a record to show
     std::vector<WatchedTopic> m_topics;
     std::map<std::uint16_t, std::size_t> m_channels;  // to topics
     std::deque<Sample> m_samples;

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -252,6 +254,24 @@ TEST_F(OrvaneCtlTest, BashCompletesNothingButFilesBehindAnOptionWithoutATable)
              "done; complete -p orvanectl",
              kTool});
     EXPECT_EQ(result.output, "0\n0\n0\n0\n0\ncomplete -o default -F _orvanectl orvanectl\n");
+}
+
+TEST_F(OrvaneCtlTest, ASignalEndsWhatStillLooksThroughARecording)
+{
+    // Of an attachment that takes minutes to read, and nothing behind it.
+    constexpr std::uint64_t kLength = 1ULL << 36U;
+    std::string front = "\x89MCAP0\r\n\x09"s;
+    for (unsigned i = 0; i < 8; ++i) front += static_cast<char>(kLength >> (8 * i) & 0xFFU);
+    const std::string file = directory.write("x.mcap", front);
+    std::filesystem::resize_file(file, front.size() + kLength);
+    for (const std::vector<std::string>& verb :
+         {std::vector{kTool, "play"s, file}, std::vector{kTool, "echo"s, "EventLog"s, "--recording"s, file}}) {
+        ChildProcess tool(verb);
+        const std::string counts = "/proc/" + std::to_string(tool.id()) + "/io";
+        EXPECT_TRUE(eventually([&] { return std::stoull(readFile(counts).substr(7)) > 16U << 20U; }));
+        tool.send(SIGINT);
+        EXPECT_EQ(tool.wait().signal, SIGINT) << tool.errors();
+    }
 }
 
 TEST_F(OrvaneCtlTest, CheckEndsByItsVerdict)

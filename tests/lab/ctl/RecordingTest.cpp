@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -530,6 +531,20 @@ TEST_F(RecordedEventsTest, RecordingThatWasCutIsShownUpToItsLastChunk)
 {
     const std::string cut = directory.write("cut.mcap", output.text.substr(0, output.text.size() - 40));
     EXPECT_NE(shown(runEchoOfRecording, cut, optionsFor("Log")).find("two"), std::string::npos);
+}
+
+TEST_F(RecordedEventsTest, ASignalEndsTheSearchForTheNextRecord)
+{
+    RecordingSource source(file, {"Log"}, "");
+    EndingSignals signals;
+    signals.listen();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(source.take().size(), 1U);
+        if (i == 1) std::raise(SIGINT);
+        source.wait(signals, std::nullopt);
+    }
+    EXPECT_TRUE(source.take().empty());
+    EXPECT_FALSE(source.hasEnded());
 }
 
 TEST_F(RecordedEventsTest, PauseOfYearsTakesNoTime)

@@ -76,6 +76,16 @@ TEST_F(PlayPlanTest, TopicsAndQueuesArePlayedInTheOrderOfTheirTimes)
     EXPECT_EQ(played(), (Lines{"Log 0", "ZEN_HX 1000", "Other 2000"}));
 }
 
+TEST_F(PlayPlanTest, RecordingIsReadOnceUnlessItsStartIsSought)
+{
+    for (std::uint64_t i = 1; i <= 100; ++i) event(0, static_cast<std::int64_t>(i), i * 1'000);
+    plan();
+    const std::uint64_t once = source->bytesRead;
+    EXPECT_LT(once, output.text.size() * 3 / 2);
+    plan({{}, 1e-6, false});
+    EXPECT_GT(source->bytesRead, once * 5 / 2);
+}
+
 TEST_F(PlayPlanTest, MessagesOfOneTimeStayInTheirOrder)
 {
     event(1, 1, 1'000);

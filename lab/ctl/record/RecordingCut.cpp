@@ -2,6 +2,7 @@
 
 #include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/record/Draft.h"
 #include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordingOverview.h"
 #include "lab/mcap/Copy.h"
@@ -43,9 +44,9 @@ std::string cutRecording(const CutOptions& options)
         filter.channel = [&](const mcap::Channel& channel) {
             return std::ranges::find(options.channels, channel.topic) != options.channels.end();
         };
-    mcap::FileOutput output(options.into);
-    const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + name), output, {}, filter);
-    output.sync();
+    Draft draft(options.into, Draft::Place::Free);
+    const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + name), draft.output(), {}, filter);
+    draft.keep();
     return options.into + ": " + std::to_string(copied.written.messages) + " messages of " +
            std::to_string(copied.written.channels) + " channels" +
            (copied.problems > 0 ? "; " + std::to_string(copied.problems) + " damaged places left out\n" : "\n");

@@ -15,7 +15,7 @@ struct CutOptions {
     std::vector<std::string> channels;  ///< all without one
 };
 
-/// Writes a part of a recording, and answers what was done, as a line. Throws `std::runtime_error`, and `UnknownName` for
+/// Writes a part of a recording, which is there once it is whole, and answers what was done, as a line. Throws `std::runtime_error`, and `UnknownName` for
 /// a channel that the recording has not.
 std::string cutRecording(const CutOptions& options);
 

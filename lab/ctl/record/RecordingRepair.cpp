@@ -1,38 +1,15 @@
 #include "lab/ctl/record/RecordingRepair.h"
 
 #include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/record/Draft.h"
 #include "lab/ctl/record/ReadProgress.h"
 #include "lab/mcap/Copy.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <stdexcept>
-#include <system_error>
-#include <unistd.h>
 
 namespace orvanectl {
 
 namespace {
-
-/// A file that is gone at the end unless it was kept.
-class Draft {
-public:
-    explicit Draft(std::string path) : m_output(path), m_path(std::move(path)) {}
-    ~Draft()
-    {
-        if (!m_isKept) ::unlink(m_path.c_str());
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-
-    mcap::FileOutput& output() { return m_output; }
-    void keep() { m_isKept = true; }
-
-private:
-    mcap::FileOutput m_output;
-    const std::string m_path;
-    bool m_isKept = false;
-};
 
 class Findings : public mcap::RecordSink {
 public:
@@ -60,12 +37,8 @@ std::string repairRecording(const std::string& file, const std::string& into)
                                  ": has a damaged attachment, which would be lost in its place; -o writes a copy "
                                  "without it");
 
-    const std::string path = into.empty() ? file + ".repaired" : into;
-    Draft draft(path);
+    Draft draft(into.empty() ? file : into, into.empty() ? Draft::Place::Taken : Draft::Place::Free);
     const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + printable(file)), draft.output(), {});
-    draft.output().sync();
-    if (into.empty() && std::rename(path.c_str(), file.c_str()) != 0)
-        throw std::runtime_error(file + ": " + std::generic_category().message(errno));
     draft.keep();
     const std::uint64_t behind = source.size() - found.end;
     return (into.empty() ? file : into) + ": closed, with " + std::to_string(copied.written.messages) + " messages; " +

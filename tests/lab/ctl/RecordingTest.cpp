@@ -22,6 +22,7 @@
 #include <fstream>
 #include <functional>
 #include <sstream>
+#include <sys/resource.h>
 
 using namespace orvanectl;
 using namespace recordings;
@@ -387,6 +388,20 @@ TEST_F(RecordingTest, RepairClosesInPlaceAndLeavesWhatIsWhole)
     EXPECT_EQ(repairRecording(file, ""), file + ": is whole\n");
 }
 
+TEST_F(RecordingTest, RepairInPlaceKeepsModeAndLinkWhateverStandsBesideIt)
+{
+    recorder.settle({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text);
+    const std::string link = directory.write("x.mcap.repaired", "left of another") + ".link";
+    std::filesystem::permissions(file, std::filesystem::perms(0600));
+    std::filesystem::create_symlink(file, link);
+    repairRecording(link, "");
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_TRUE(infoOf(file).isClosed);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+}
+
 TEST_F(RecordingTest, RepairInPlaceOfWhatIsStillRecordedIsRefused)
 {
     recorder.take(event(1, "one"), 1);
@@ -584,6 +599,15 @@ TEST_F(RecordedEventsTest, CutOfWhatIsDamagedSaysSo)
     const std::string into = file + ".part";
     EXPECT_EQ(cutRecording({directory.write("damaged.mcap", damaged), into, 0, std::nullopt, {}}),
               into + ": 4 messages of 2 channels; 1 damaged places left out\n");
+}
+
+TEST_F(RecordedEventsTest, CutThatFailsLeavesNothing)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit few{1000, 1000};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &few), 0);
+    EXPECT_THROW(cutRecording({file, file + ".part", 0, std::nullopt, {}}), std::runtime_error);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
 }
 
 TEST_F(RecordedEventsTest, CutOfAChannelThatThereIsNotIsAnsweredWithThoseThereAre)

@@ -48,6 +48,10 @@ void ReceiverCopy::read()
 {
     std::array<std::uint8_t, 65536> buffer;
     for (int i = 0; m_file && i < kMostReads; ++i) {
+        if (m_file->isCutShort()) {
+            m_cutter.reset();
+            m_file->rewind();
+        }
         const Bytes bytes = m_file->read(buffer);
         if (bytes.empty()) return;
         // Where the way is lost it is looked for in what comes next, as the service does.

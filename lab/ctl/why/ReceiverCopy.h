@@ -12,7 +12,7 @@
 namespace orvanectl {
 
 /// Follows a file or a named pipe that gets what the receiver's queue gets, and enters it in a diary. A file that another
-/// one takes the place of is read to its end, then the other. One thread at a time.
+/// one takes the place of is read to its end, then the other; one that has become shorter from its start. One thread at a time.
 class ReceiverCopy : private StreamSink {
 public:
     /// Throws `std::runtime_error` for what can't be opened, and for a queue: who reads that takes the records from the

@@ -90,6 +90,16 @@ TEST_F(ReceiverCopyTest, AFileThatReplacesAnotherIsReadBehindIt)
     std::filesystem::remove(path + ".old");
 }
 
+TEST_F(ReceiverCopyTest, AFileThatBeginsAnewIsReadFromItsStart)
+{
+    write(report() + report());
+    ReceiverCopy copy(path, diary);
+    copy.take(now);
+    std::ofstream(path, std::ios::trunc | std::ios::binary) << report();
+    copy.take(now);
+    EXPECT_EQ(taken(), 3u);
+}
+
 TEST_F(ReceiverCopyTest, TheLabsOwnIsHeardWhileItIsThere)
 {
     JoinDiary deaf{settings(), {true, false}};

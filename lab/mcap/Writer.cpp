@@ -58,7 +58,7 @@ std::uint16_t Writer::addChannel(std::uint16_t schema, const std::string& topic,
 void Writer::add(const Message& message)
 {
     if (message.channel >= m_channels.size()) throw Malformed("has no such channel");
-    constexpr std::uint64_t kRoomForTheRest = 64;
+    constexpr std::uint64_t kRoomForTheRest = 128;  // fronts of message and chunk
     if (message.data.size() > kLargest - kRoomForTheRest) throw Malformed("is too long a message");
     // A large one doesn't make a chunk too large that others have begun.
     if (m_chunk.size() > 0 && m_chunk.size() + message.data.size() + kRoomForTheRest > kLargest) endChunk();
@@ -127,11 +127,13 @@ void Writer::endChunk()
     index.endTime = m_chunkEnd;
     index.offset = m_offset;
     index.size = m_chunk.size();
-    index.compression = m_options.isCompressed ? "zstd" : "";
 
-    const std::vector<std::uint8_t> shortened =
-        m_options.isCompressed ? compressed(m_chunk.bytes()) : std::vector<std::uint8_t>();
-    const Bytes records = m_options.isCompressed ? Bytes(shortened) : m_chunk.bytes();
+    std::vector<std::uint8_t> shortened;
+    if (m_options.isCompressed) shortened = compressed(m_chunk.bytes());
+    // What doesn't become shorter stays as it is: the largest chunk would be too large else.
+    const bool isShorter = m_options.isCompressed && shortened.size() < m_chunk.size();
+    index.compression = isShorter ? "zstd" : "";
+    const Bytes records = isShorter ? Bytes(shortened) : m_chunk.bytes();
     index.compressedSize = records.size();
 
     ByteWriter front;

@@ -1,3 +1,4 @@
+#include "lab/mcap/Compression.h"
 #include "lab/mcap/Crc32.h"
 #include "tests/lab/mcap/Recordings.h"
 
@@ -208,6 +209,19 @@ TEST(ReaderTest, IndexGivesTheSameAndReadsOnlyWhatItNeeds)
     EXPECT_LT(source.bytesRead, 800U);
     EXPECT_EQ(indexed.messages.size(), 4U);
     EXPECT_EQ(indexed.messages, readingOf(source.text, {1500, 1530}).messages);
+}
+
+TEST(ReaderTest, LengthThatNoChunkOfItsSizeHasTakesNoMemory)
+{
+    const std::vector<std::uint8_t> bytes = mcap::compressed(mcap::bytesOf("text"));
+    try {
+        mcap::decompressed(bytes, std::size_t{1} << 30U);
+        FAIL();
+    } catch (const mcap::Malformed& error) {
+        EXPECT_STREQ(error.what(), "is shorter than it says");
+    }
+    const std::vector<std::uint8_t> zeros(8'000'000);
+    EXPECT_EQ(mcap::decompressed(mcap::compressed(zeros), zeros.size()), zeros);
 }
 
 TEST(ReaderTest, DamageOfAnyByteIsTold)

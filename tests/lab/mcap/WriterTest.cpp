@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 using namespace recordings;
 
 namespace {
@@ -96,6 +98,22 @@ TEST(WriterTest, ZerosTakeHardlyAnyRoom)
     writer.add({channel, 0, 1, 1, mcap::bytesOf(data)});
     writer.close();
     EXPECT_LT(output.text.size(), 2000U);
+}
+
+TEST(WriterTest, ChunkThatDoesNotBecomeShorterStaysAsItIs)
+{
+    TextOutput output;
+    mcap::Writer writer(output, {});
+    const auto channel = writer.addChannel(0, "A", "", {});
+    std::mt19937 noise;
+    std::string data(1000, ' ');
+    for (char& byte : data) byte = static_cast<char>(noise() & 0xFFU);
+    writer.add({channel, 0, 1, 1, mcap::bytesOf(data)});
+    writer.close();
+    const auto summary = mcap::readSummary(TextSource(output.text));
+    ASSERT_TRUE(summary && summary->chunks.size() == 1);
+    EXPECT_EQ(summary->chunks[0].compression, "");
+    EXPECT_EQ(readingOf(output.text).messages, std::vector<std::string>{"A #0 1 1 " + data});
 }
 
 TEST(WriterTest, StatisticsTellWhatWasWritten)

@@ -44,7 +44,8 @@ Verb addReportVerb(CLI::App& tool)
         "report", "Make one page of a recording, or of two to compare: what happened, in pictures.");
     command->footer(kExamples);
     command->add_option("FILE", options->files, "the recording, or two")->required()->expected(1, 2)->type_name("");
-    command->add_option("-o", options->page, "write the page there; a file that is there stays")->type_name("PAGE");
+    command->add_option("-o,--output", options->page, "write the page there; a file that is there stays")
+        ->type_name("PAGE");
     command
         ->add_option("--settings", options->settings, "the service's top-level file; else the unit's, if there is one")
         ->type_name("FILE");

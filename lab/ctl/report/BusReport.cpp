@@ -32,6 +32,7 @@ Json orNull(const std::optional<double>& value, double scale, double step)
 
 void BusReport::Spans::extend(const std::string& text, double seconds)
 {
+    if (open.size() >= kMostOpen && !open.contains(text)) return;
     const auto [found, isNew] = open.try_emplace(text, Span{seconds, seconds, text});
     if (!isNew) found->second.to = seconds;
 }
@@ -68,12 +69,12 @@ void BusReport::take(const Json& line, double seconds, double told)
     if (notes.builtInTest.time) noteBuiltInTest(seconds, notes.builtInTest.text);
     if (line.contains("last")) return;
     const std::string type = bus::text(line, "type");
-    if (type == "service") m_service.add({seconds, m_board.state()});
+    if (type == "service") note(m_service, seconds, m_board.state());
     if (type == "faults") {
         std::string text = "no faults";
         if (const std::size_t count = bus::list(line, "faults").size(); count > 0)
             text = std::to_string(count) + (count == 1 ? " fault" : " faults") + " raised";
-        m_service.add({seconds, text});
+        note(m_service, seconds, text);
     }
     if (type == "tell") takeTell(line, seconds, told);
 }
@@ -141,6 +142,11 @@ void BusReport::takeWarnings(const Json& record, double seconds)
         m_warnings.extend((number ? std::to_string(*number) : "?") + (text.empty() ? "" : ' ' + text), seconds);
     }
     m_warnings.closeOthers(seconds);
+}
+
+void BusReport::note(EndsList<Mark>& marks, double seconds, const std::string& text)
+{
+    marks.add({seconds, text.substr(0, kLongestText)});
 }
 
 Json BusReport::marksJson(const EndsList<Mark>& marks)

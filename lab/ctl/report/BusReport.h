@@ -25,8 +25,8 @@ public:
     void take(const Json& line, double seconds, double told);
 
     /// Something of the topics that has to do with clearing data, or with built-in tests.
-    void noteClearData(double seconds, std::string text) { m_clearData.add({seconds, std::move(text)}); }
-    void noteBuiltInTest(double seconds, std::string text) { m_builtInTests.add({seconds, std::move(text)}); }
+    void noteClearData(double seconds, const std::string& text) { note(m_clearData, seconds, text); }
+    void noteBuiltInTest(double seconds, const std::string& text) { note(m_builtInTests, seconds, text); }
 
     std::uint64_t lines() const { return m_lines; }
 
@@ -62,11 +62,14 @@ private:
     static constexpr std::size_t kMostMarks = 150;  // of either end, as spans
     static constexpr std::size_t kMostLooks = 240;  // at threats
     static constexpr std::size_t kMostRows = 50;    // as the bus has at the most
+    static constexpr std::size_t kMostOpen = 100;   // that are so at one time; more of them are left out
+    static constexpr std::size_t kLongestText = 300;
 
     void takeTell(const Json& line, double seconds, double told);
     void takeNavigation(const Json& record, double seconds);
     void takeThreats(const Json& record, double seconds);
     void takeWarnings(const Json& record, double seconds);
+    static void note(EndsList<Mark>& marks, double seconds, const std::string& text);
     static Json marksJson(const EndsList<Mark>& marks);
 
     std::uint64_t m_lines = 0;

@@ -16,7 +16,7 @@ class Latencies {
 public:
     void takeTime(const aspn2_msgs::idl::UTCTime& message, double arrived);
 
-    /// An input on a topic, the time message among them.
+    /// An input, the time message among them.
     void take(const aspn2_msgs::idl::header& header, double arrived);
 
     /// @param gpsSeconds  of the record that was told

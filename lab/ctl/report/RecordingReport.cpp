@@ -13,6 +13,7 @@
 #include "lab/ctl/report/JoinLine.h"
 #include "lab/ctl/report/Latencies.h"
 #include "lab/ctl/report/TrackReport.h"
+#include "lab/ctl/why/JoinRule.h"
 
 #include <algorithm>
 #include <map>
@@ -28,6 +29,7 @@ constexpr double kNanosecond = 1e-9;
 constexpr std::size_t kMostRates = 64;      // channels whose rates are followed
 constexpr std::size_t kMostChannels = 200;  // that are told
 constexpr std::size_t kRateBuckets = 240;
+constexpr std::uint64_t kBetweenTells = 1U << 20;  // bytes, after which progress is told
 
 constexpr const char* kEventLog = "EventLog";
 constexpr const char* kMaintenance = "MaintenanceEvent";
@@ -109,7 +111,7 @@ public:
         case Kind::NoRecord:
             return m_joins.takeNoRecord();
         case Kind::Receiver:
-            return read(followed, message) ? m_joins.take(*static_cast<const GSSIP*>(followed.record.get()))
+            return read(followed, message) ? takeReceiver(*static_cast<const GSSIP*>(followed.record.get()))
                                            : m_joins.takeNoRecord();
         case Kind::Input:
             if (read(followed, message)) takeInput(followed.input, followed.record.get());
@@ -171,6 +173,12 @@ private:
         m_joins.take(input, record);
     }
 
+    void takeReceiver(const GSSIP& record)
+    {
+        if (JoinRule::isReport(record)) m_latencies.take(record.header(), m_seconds);
+        m_joins.take(record);
+    }
+
     /// As the screens of `orvanectl top` tell them apart.
     void takeOther(std::string_view type, const void* record)
     {
@@ -222,6 +230,28 @@ private:
     Latencies m_latencies;
 };
 
+/// A source the reading of which is told as the first half.
+class FirstReading : public mcap::Source {
+public:
+    FirstReading(const mcap::Source& source, const std::function<void(double)>& progress)
+        : m_source(source), m_progress(progress)
+    {}
+
+    std::uint64_t size() const override { return m_source.size(); }
+    void read(std::uint64_t offset, std::span<std::uint8_t> into) const override
+    {
+        m_source.read(offset, into);
+        if (!m_progress || offset < m_told + kBetweenTells) return;
+        m_told = offset;
+        m_progress(0.5 * static_cast<double>(offset) / static_cast<double>(std::max<std::uint64_t>(size(), 1)));
+    }
+
+private:
+    const mcap::Source& m_source;
+    const std::function<void(double)>& m_progress;
+    mutable std::uint64_t m_told = 0;
+};
+
 Json topicsJson(const RecordingInfo& info, const ReportSink& sink)
 {
     Json rows = Json::array();
@@ -250,14 +280,12 @@ Json topicsJson(const RecordingInfo& info, const ReportSink& sink)
 Json reportOf(const mcap::Source& source, const std::string& name, const ServerSettings& settings,
               const std::function<void(double)>& progress)
 {
-    const RecordingInfo info = infoOf(source, name);
-    if (progress) progress(0.5);
+    const RecordingInfo info = infoOf(FirstReading(source, progress), name);
     ReportSink sink(info, settings);
     mcap::Scanner scanner(source, sink);
     const auto size = static_cast<double>(std::max<std::uint64_t>(source.size(), 1));
     for (std::uint64_t told = 0; scanner.step();) {
-        constexpr std::uint64_t kEach = 1U << 20;  // bytes
-        if (!progress || scanner.result().end < told + kEach) continue;
+        if (!progress || scanner.result().end < told + kBetweenTells) continue;
         told = scanner.result().end;
         progress(0.5 + 0.5 * static_cast<double>(told) / size);
     }

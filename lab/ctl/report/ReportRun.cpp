@@ -51,7 +51,7 @@ bool runReport(const ReportOptions& options, std::ostream& output)
         Progress progress(STDERR_FILENO);
         for (const std::string& name : options.files) {
             const auto tell = [&](double share) {
-                progress.say("reads " + name + ", " + std::to_string(static_cast<int>(share * 100)) + " %");
+                progress.say("reads " + printable(name) + ", " + std::to_string(static_cast<int>(share * 100)) + " %");
             };
             tell(0);
             recordings.push_back(reportOf(mcap::FileSource(name), name, settings, tell));

@@ -1,5 +1,6 @@
 #include "lab/ctl/report/TrackReport.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -52,10 +53,13 @@ Json TrackReport::json() const
         east.push_back(roundedTo(point.east, 0.01));
         north.push_back(roundedTo(point.north, 0.01));
         if (i % every != 0 || !point.ellipse) continue;
-        ellipses.push_back({roundedTo(rows[i].seconds, 0.001), roundedTo(point.east, 0.01),
-                            roundedTo(point.north, 0.01), roundedTo(point.ellipse->majorMetres, 0.001),
-                            roundedTo(point.ellipse->minorMetres, 0.001),
-                            roundedTo(point.ellipse->azimuthDegrees, 0.1)});
+        const Json row = {roundedTo(rows[i].seconds, 0.001),
+                          roundedTo(point.east, 0.01),
+                          roundedTo(point.north, 0.01),
+                          roundedTo(point.ellipse->majorMetres, 0.001),
+                          roundedTo(point.ellipse->minorMetres, 0.001),
+                          roundedTo(point.ellipse->azimuthDegrees, 0.1)};
+        if (std::ranges::none_of(row, [](const Json& number) { return number.is_null(); })) ellipses.push_back(row);
     }
     Json origin;
     if (m_origin)

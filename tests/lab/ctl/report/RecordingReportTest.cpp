@@ -2,11 +2,13 @@
 #include "aspn2_msgs/AssuranceState.h"
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/GSSIP.h"
 #include "aspn2_msgs/HalvexPNT.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeasurementIncorporationStatus.h"
 #include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "aspn2_msgs/UTCTime.h"
+#include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/report/JoinLine.h"
 #include "lab/ctl/report/ReportRun.h"
@@ -167,6 +169,32 @@ TEST_F(RecordingReportTest, LatencyIsFromTheInputsToWhenItWasTold)
     EXPECT_EQ(latencies["fromTime"]["spread"]["median"], 240.0);
     EXPECT_EQ(latencies["fromLast"]["spread"]["median"], 230.0);
     EXPECT_EQ(latencies["fromLast"]["spread"]["count"], 4);
+}
+
+TEST_F(SilentReceiverTest, ReportOfTheReceiverIsAnInput)
+{
+    GSSIP record;
+    record.header().timestamp_valid().sec(100);
+    record.data() = {0x5A, 0x5A, 8504 & 0xFF, 8504 >> 8, 0, 0, 0, 0, 0, 0};
+    record.num_bytes(10);
+    second(100);
+    recorder.takeQueueRecord(0, payloadOf(*findRecordType("GSSIP"), &record), 1, at(100.2));
+    tell(100);
+    EXPECT_EQ(report()["latencies"]["fromLast"]["spread"]["median"], 40.0);
+}
+
+TEST_F(RecordingReportTest, TextsOfMarksHaveALimit)
+{
+    line(R"({"type":"service","event":"started"})", 100);
+    line(R"({"type":"service","event":")" + std::string(5000, 'x') + "\"}", 101);
+    for (int warning = 0; warning < 40; ++warning)
+        for (int list = 0; list < 10; ++list)
+            line(R"({"type":"tell","tell":"warning-messages","record":{"warnings":[{"warningId":)" +
+                     std::to_string(warning * 10 + list) + "}]}}",
+                 102);
+    const Json all = report();
+    for (const Json& mark : all["service"]["marks"]) EXPECT_LE(mark[1].get<std::string>().size(), 300U);
+    EXPECT_LE(all["warnings"]["spans"].size(), 100U);
 }
 
 TEST_F(RecordingReportTest, ErrorsAreThoseThatAreValid)

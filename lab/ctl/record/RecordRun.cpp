@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -47,8 +48,13 @@ std::vector<NamedCopy> copiesOf(const std::vector<std::string>& texts)
     for (const std::string& text : texts) {
         const auto equals = text.find('=');
         if (equals == 0 || equals == std::string::npos || equals + 1 == text.size())
-            throw UnknownName(text + ": is no NAME=PATH of a queue and its copy");
-        copies.push_back({text.substr(0, equals), text.substr(equals + 1)});
+            throw UnknownName(printable(text) + ": is no NAME=PATH of a queue and its copy");
+        const std::string name = text.substr(0, equals);
+        if (name.find('/') != std::string::npos)
+            throw UnknownName(printable(name) + ": is no name of a queue, such as ZEN_HX");
+        if (std::ranges::find(copies, name, &NamedCopy::name) != copies.end())
+            throw UnknownName(printable(name) + ": is named twice");
+        copies.push_back({name, text.substr(equals + 1)});
     }
     return copies;
 }
@@ -100,6 +106,7 @@ public:
           m_files(m_path, isNumbered(), [this](mcap::Output& file) { return recorderOf(file); })
     {
         openCopies();
+        if (!m_requests) std::signal(SIGUSR1, SIG_IGN);  // who takes this for one with a ring ends no recording
         if (options.ring > 0)
             m_ring.emplace(m_watch.topics(), options.ring);
         else

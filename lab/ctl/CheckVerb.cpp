@@ -1,3 +1,4 @@
+#include "lab/ctl/Counted.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/Rendering.h"
@@ -19,11 +20,6 @@ struct Options {
     CheckOptions check;
     bool json = false;
 };
-
-std::string counted(std::size_t count, const char* what)
-{
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 Findings found(CheckOptions options)
 {

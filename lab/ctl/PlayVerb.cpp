@@ -20,8 +20,9 @@ constexpr const char* kExamples =
     "\n"
     "Keys: space pauses and goes on, . plays the next message of a paused play, + and - change the rate,\n"
     "q ends it. Exit status: 0 when all was played, and when a key or, of a loop, a signal has ended it;\n"
-    "1 if nobody subscribes to any topic, if a signal breaks it off, or if a file, a queue or a DDS\n"
-    "participant can't be had; 2 for a wrong command line, also for a channel that there is not.";
+    "1 if nobody subscribes to any topic, if a signal breaks it off, if a subscriber takes no more for\n"
+    "5 s, or if a file, a queue or a DDS participant can't be had; 2 for a wrong command line, also for a channel that "
+    "there is not.";
 
 ExitStatus play(const PlayOptions& options)
 {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 
 namespace mcap {
 
@@ -125,19 +126,6 @@ Summary parseSummary(Bytes bytes)
     }
     std::ranges::sort(summary.chunks, {}, &ChunkIndex::offset);
     return summary;
-}
-
-/// Whether it tells of all that is to be known to read by it.
-bool isComplete(const Summary& summary)
-{
-    const auto& statistics = summary.statistics;
-    if (!statistics || statistics->chunks != summary.chunks.size() || statistics->channels > summary.channels.size())
-        return false;
-    if (statistics->messages > 0 && summary.chunks.empty()) return false;  // they are in none
-    return std::ranges::all_of(summary.channels, [&](const Channel& channel) {
-        return channel.schema == 0 ||
-               std::ranges::find(summary.schemas, channel.schema, &Schema::id) != summary.schemas.end();
-    });
 }
 
 /// Hands over what reading by the summary does.
@@ -352,14 +340,19 @@ void Scanner::checkSum(std::uint64_t length)
         m_gate->problem(m_result.end, "the checksum of all before is wrong");
 }
 
+ScanResult Scanner::ending() const
+{
+    ScanResult result = m_result;
+    result.isClosed = result.isClosed && findWholeEnd(m_source) == result.end;
+    return result;
+}
+
 ScanResult scan(const Source& source, RecordSink& sink, TimeRange range)
 {
     Scanner scanner(source, sink, range);
     while (scanner.step()) {
     }
-    ScanResult result = scanner.result();
-    result.isClosed = result.isClosed && findWholeEnd(source) == result.end;
-    return result;
+    return scanner.ending();
 }
 
 std::optional<Summary> readSummary(const Source& source)
@@ -371,6 +364,18 @@ std::optional<Summary> readSummary(const Source& source)
     } catch (const Malformed&) {
         return std::nullopt;
     }
+}
+
+bool isComplete(const Summary& summary)
+{
+    const auto& statistics = summary.statistics;
+    if (!statistics || statistics->chunks != summary.chunks.size() || statistics->channels > summary.channels.size())
+        return false;
+    if (statistics->messages > 0 && summary.chunks.empty()) return false;  // they are in none
+    std::set<std::uint16_t> schemas = {0};                                 // which is none
+    for (const Schema& schema : summary.schemas) schemas.insert(schema.id);
+    return std::ranges::all_of(summary.channels,
+                               [&](const Channel& channel) { return schemas.contains(channel.schema); });
 }
 
 void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range)

@@ -66,6 +66,9 @@ public:
     /// Once `step` has been false; `isClosed` is not told.
     const ScanResult& result() const { return m_result; }
 
+    /// Likewise, with `isClosed`.
+    ScanResult ending() const;
+
 private:
     void takeContent(Op op, std::uint64_t length);
     void takeAttachment(std::uint64_t length);
@@ -93,6 +96,9 @@ struct Summary {
 
 /// Nothing for a recording that was not closed or has no summary, and for a summary that is damaged or too large.
 std::optional<Summary> readSummary(const Source& source);
+
+/// Whether it tells of all chunks, channels and schemas, as those of others need not.
+bool isComplete(const Summary& summary);
 
 /// Reads schemas, channels and the messages of these times, by the summary: only chunks that have some are read. Where the
 /// summary lacks chunks, channels or schemas, as those of others may, or its statistics, all is read. Metadata and

@@ -6,6 +6,7 @@
 #include "lab/ctl/play/RecordTimes.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingOverview.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 
 #include <algorithm>
 #include <limits>
@@ -89,7 +90,8 @@ public:
         noteTime(message, channel->second);
     }
 
-    void problem(std::uint64_t, const std::string&) override { ++m_plan.problems; }
+    void problem(std::uint64_t, const std::string&) override { ++m_problems; }
+    std::uint64_t problems() const { return m_problems; }
 
     std::vector<std::int64_t> takeTimes() { return std::move(m_ahead); }
 
@@ -136,6 +138,7 @@ private:
     std::set<std::uint16_t> m_foreign;  // channels
     std::vector<std::string> m_playable;
     std::vector<std::int64_t> m_ahead;  // ns
+    std::uint64_t m_problems = 0;
 };
 
 /// Throws for channels that are not among those that can be played.
@@ -170,7 +173,9 @@ PlayPlan planOf(const mcap::Source& source, const std::string& name, const PlayC
     PlayPlan plan;
     plan.withOwn = choice.withOwn;
     PlanSink sink(plan, choice, from);
-    if (!mcap::scan(source, sink).isRecording) throw std::runtime_error(name + ": is no recording");
+    const mcap::ScanResult result = mcap::scan(source, sink);
+    if (!result.isRecording) throw std::runtime_error(name + ": is no recording");
+    plan.trouble = troubleText(result, sink.problems());
     checkChannels(sink.playable(), name, choice.channels);
     if (plan.messages == 0) throw std::runtime_error(name + ": has nothing to play");
     if (std::vector<std::int64_t> ahead = sink.takeTimes(); !ahead.empty()) {

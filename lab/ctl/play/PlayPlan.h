@@ -36,9 +36,9 @@ struct PlayPlan {
     std::uint64_t first = ~std::uint64_t{0};    ///< log time of the first message that is played
     std::uint64_t last = 0;                     ///< and of the last
     std::uint64_t messages = 0;
-    std::uint64_t own = 0;       ///< messages left out, since the service itself had sent them
-    std::uint64_t foreign = 0;   ///< and those whose type nobody knows
-    std::uint64_t problems = 0;  ///< damaged places
+    std::uint64_t own = 0;      ///< messages left out, since the service itself had sent them
+    std::uint64_t foreign = 0;  ///< and those whose type nobody knows
+    std::string trouble;        ///< what could not be read of the recording, as a part of a line; mostly empty
     bool withOwn = false;
 
     /// The time of the unit's registers less the log time, by when the first thousands of records say that they came;

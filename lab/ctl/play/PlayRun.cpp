@@ -1,6 +1,7 @@
 #include "lab/ctl/play/PlayRun.h"
 
 #include "ASPN/CmdResponseStrings.h"
+#include "lab/ctl/Counted.h"
 #include "lab/ctl/TopicPublisher.h"
 #include "lab/ctl/UnitClock.h"
 #include "lab/ctl/WatchRun.h"
@@ -11,6 +12,7 @@
 #include "lab/ctl/play/UnitRegisters.h"
 #include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordPayload.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 #include "lab/ctl/top/TerminalSignals.h"
 #include "lab/unit/DeviceMap.h"
 #include "lab/unit/QueueFeeder.h"
@@ -52,12 +54,6 @@ std::string inTenths(double seconds)
     std::ostringstream text;
     text << std::fixed << std::setprecision(1) << seconds;
     return text.str();
-}
-
-/// "1 message", "2 messages".
-std::string counted(std::uint64_t count, const char* what)
-{
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
 /// The files by which a unit tells that it has started and tested itself. There as long as this is.
@@ -137,21 +133,23 @@ public:
 
     const std::string& domain() const { return m_connections.domain().at("DomainId"); }
 
-    /// False for a message that is none of its kind.
-    bool send(const Cue& cue)
+    enum class Sent { Done, Unreadable, TooLong };
+
+    /// A message that is none of its kind, or is a record too long for a queue, is left out.
+    Sent send(const Cue& cue)
     {
         Outlet& outlet = m_outlets.at(cue.channel.way);
         if (outlet.type) {
-            if (!readPayload(*outlet.type, cue.payload, outlet.record.get())) return false;
+            if (!readPayload(*outlet.type, cue.payload, outlet.record.get())) return Sent::Unreadable;
             m_publisher->publish(outlet.name, outlet.record.get());
-            return true;
+            return Sent::Done;
         }
         constexpr std::size_t kMost = unitsim::QueueFeeder::kLargestPacket;
         const std::span<const std::uint8_t> bytes = cue.payload;
-        if (cue.channel.hasRecords && bytes.size() > kMost) return false;
+        if (cue.channel.hasRecords && bytes.size() > kMost) return Sent::TooLong;
         for (std::size_t begin = 0; begin < bytes.size(); begin += kMost)
             outlet.queue->send(bytes.subspan(begin, std::min(kMost, bytes.size() - begin)));
-        return true;
+        return Sent::Done;
     }
 
     /// Of the message's queue; 0 for a topic.
@@ -199,6 +197,7 @@ public:
 
     void run()
     {
+        sayTrouble(m_options.file, m_plan.trouble);
         waitForSubscribers();
         if (m_registers) m_flags.emplace();
         m_begin = Clock::now();
@@ -249,7 +248,10 @@ private:
     /// The place at which the lap begins; a fast play knows no places.
     nanoseconds lapBegin() const
     {
-        return m_options.isFast ? nanoseconds(0) : m_lap * (m_plan.length() + kBetweenLaps);
+        if (m_options.isFast) return nanoseconds(0);
+        constexpr nanoseconds kLast = nanoseconds::max() / 2;  // after some centuries no lap is later
+        const nanoseconds lap = m_plan.length() + kBetweenLaps;
+        return m_lap > kLast / lap ? kLast : m_lap * lap;
     }
 
     /// Has the registers go as the play does.
@@ -281,13 +283,25 @@ private:
             const nanoseconds place = lapBegin() + cue->place;
             if (!waitUntil(place) || (m_options.isFast && !waitUntilTaken(*cue))) return false;
             move(*cue);
-            if (m_outlets.send(*cue))
-                ++m_played;
-            else
-                ++m_leftOut;
+            count(m_outlets.send(*cue));
             m_place = place;
         }
         return true;
+    }
+
+    void count(Outlets::Sent sent)
+    {
+        switch (sent) {
+        case Outlets::Sent::Done:
+            ++m_played;
+            return;
+        case Outlets::Sent::Unreadable:
+            ++m_unreadable;
+            return;
+        case Outlets::Sent::TooLong:
+            ++m_tooLong;
+            return;
+        }
     }
 
     /// What of its times is not as it was.
@@ -434,9 +448,11 @@ private:
             text << "orvanectl: " << counted(m_plan.own, "message") << " left out that the service itself had sent\n";
         if (m_plan.foreign > 0)
             text << "orvanectl: " << counted(m_plan.foreign, "message") << " left out of types that are not known\n";
-        if (m_leftOut > 0) text << "orvanectl: " << counted(m_leftOut, "message") << " left out that can't be read\n";
-        if (m_plan.problems > 0)
-            text << "orvanectl: " << counted(m_plan.problems, "damaged place") << " left out of the recording\n";
+        if (m_unreadable > 0)
+            text << "orvanectl: " << counted(m_unreadable, "message") << " left out that can't be read\n";
+        if (m_tooLong > 0)
+            text << "orvanectl: " << counted(m_tooLong, "record")
+                 << " left out, longer than a queue takes (4096 bytes)\n";
         if (!m_noRegisters.empty()) text << "orvanectl: the registers were left alone: " << m_noRegisters << '\n';
         if (!(m_output << text.str() << std::flush)) throw std::runtime_error("cannot write to standard output");
     }
@@ -461,7 +477,8 @@ private:
     int m_lap = 0;
     nanoseconds m_place{};  // of the latest message
     std::uint64_t m_played = 0;
-    std::uint64_t m_leftOut = 0;
+    std::uint64_t m_unreadable = 0;
+    std::uint64_t m_tooLong = 0;  // for a queue
     std::uint64_t m_stepsAsked = 0;
     bool m_isQuit = false;
     bool m_isNotTaken = false;  // nobody reads a queue

@@ -45,7 +45,7 @@ public:
     HeldSignals& operator=(const HeldSignals&) = delete;
 
 private:
-    sigset_t m_before;
+    sigset_t m_before{};
 };
 
 std::runtime_error failure(const std::string& path, int error)

@@ -1,12 +1,14 @@
 #include "lab/ctl/record/RecordingCsv.h"
 
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/Counted.h"
 #include "lab/ctl/RecordTypes.h"
 #include "lab/ctl/UnknownNames.h"
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingInfo.h"
 #include "lab/ctl/record/RecordingOverview.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 
 #include <algorithm>
 #include <array>
@@ -309,11 +311,9 @@ std::string printCsv(const CsvOptions& options, std::ostream& output)
     const mcap::ScanResult result = mcap::scan(source, printer);
     if (!output.flush()) throw std::runtime_error("cannot write to standard output");
 
-    std::string trouble;
+    std::string trouble = troubleText(result, printer.problems);
     const auto add = [&](const std::string& text) { trouble += (trouble.empty() ? "" : ", ") + text; };
-    if (!result.isClosed) add("was cut off at byte " + std::to_string(result.end) + ", or its end is damaged");
-    if (printer.problems > 0) add(std::to_string(printer.problems) + " damaged places");
-    if (printer.unreadable > 0) add(std::to_string(printer.unreadable) + " unreadable records");
+    if (printer.unreadable > 0) add(counted(printer.unreadable, "unreadable record"));
     return trouble;
 }
 

@@ -1,10 +1,12 @@
 #include "lab/ctl/record/RecordingCut.h"
 
 #include "lab/ctl/ConnectionFile.h"
+#include "lab/ctl/Counted.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/record/Draft.h"
 #include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordingOverview.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 #include "lab/mcap/Copy.h"
 
 #include <algorithm>
@@ -27,6 +29,7 @@ std::uint64_t behind(std::uint64_t start, double seconds)
 
 std::string cutRecording(const CutOptions& options)
 {
+    if (options.to && *options.to < options.from) throw UnknownName("--to lies before --from");
     const mcap::FileSource source(options.file);
     const std::string name = printable(options.file);
     const RecordingOverview overview = overviewOf(ReadProgress(source, "reads " + name), options.file);
@@ -47,9 +50,10 @@ std::string cutRecording(const CutOptions& options)
     Draft draft(options.into, Draft::Place::Free);
     const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + name), draft.output(), {}, filter);
     draft.keep();
-    return options.into + ": " + std::to_string(copied.written.messages) + " messages of " +
-           std::to_string(copied.written.channels) + " channels" +
-           (copied.problems > 0 ? "; " + std::to_string(copied.problems) + " damaged places left out\n" : "\n");
+    sayTrouble(options.file, cutOffText(copied.source));
+    return printable(options.into) + ": " + counted(copied.written.messages, "message") + " of " +
+           counted(copied.written.channels, "channel") +
+           (copied.problems > 0 ? "; " + counted(copied.problems, "damaged place") + " left out\n" : "\n");
 }
 
 }  // namespace orvanectl

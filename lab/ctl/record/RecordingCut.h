@@ -16,7 +16,7 @@ struct CutOptions {
 };
 
 /// Writes a part of a recording, which is there once it is whole, and answers what was done, as a line. Throws `std::runtime_error`, and `UnknownName` for
-/// a channel that the recording has not.
+/// a channel that the recording has not, and an end before the start. Says on standard error if the recording was cut off.
 std::string cutRecording(const CutOptions& options);
 
 }  // namespace orvanectl

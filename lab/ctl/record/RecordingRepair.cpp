@@ -1,5 +1,6 @@
 #include "lab/ctl/record/RecordingRepair.h"
 
+#include "lab/ctl/Counted.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/record/Draft.h"
 #include "lab/ctl/record/ReadProgress.h"
@@ -31,7 +32,7 @@ std::string repairRecording(const std::string& file, const std::string& into)
     Findings findings;
     const mcap::ScanResult found = mcap::scan(ReadProgress(source, "reads " + printable(file)), findings);
     if (!found.isRecording) throw std::runtime_error(file + ": is no recording");
-    if (found.isClosed && findings.problems == 0) return file + ": is whole\n";
+    if (found.isClosed && findings.problems == 0) return printable(file) + ": is whole\n";
     if (into.empty() && found.attachments > findings.attachments)
         throw std::runtime_error(file +
                                  ": has a damaged attachment, which would be lost in its place; -o writes a copy "
@@ -41,9 +42,9 @@ std::string repairRecording(const std::string& file, const std::string& into)
     const mcap::CopyResult copied = mcap::copy(ReadProgress(source, "copies " + printable(file)), draft.output(), {});
     draft.keep();
     const std::uint64_t behind = source.size() - found.end;
-    return (into.empty() ? file : into) + ": closed, with " + std::to_string(copied.written.messages) + " messages; " +
-           (found.isClosed ? "" : std::to_string(behind) + " bytes at the end and ") + std::to_string(copied.problems) +
-           " damaged places left out\n";
+    return printable(into.empty() ? file : into) + ": closed, with " + counted(copied.written.messages, "message") +
+           "; " + (found.isClosed ? "" : counted(behind, "byte") + " at the end and ") +
+           counted(copied.problems, "damaged place") + " left out\n";
 }
 
 }  // namespace orvanectl

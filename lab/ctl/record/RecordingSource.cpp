@@ -2,6 +2,7 @@
 
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 
 #include <algorithm>
 #include <limits>
@@ -33,11 +34,12 @@ private:
 std::vector<WatchedTopic> topicsOf(const mcap::Source& source, const std::string& file)
 {
     TopicList list;
-    if (const auto summary = mcap::readSummary(source)) {
+    if (!mcap::Scanner(source, list).result().isRecording) throw std::runtime_error(file + ": is no recording");
+    if (const auto summary = mcap::readSummary(source); summary && mcap::isComplete(*summary)) {
         for (const mcap::Schema& schema : summary->schemas) list.schema(schema);
         for (const mcap::Channel& channel : summary->channels) list.channel(channel);
-    } else if (!mcap::scan(source, list).isRecording) {
-        throw std::runtime_error(file + ": is no recording");
+    } else {
+        mcap::scan(source, list);
     }
     return list.topics;
 }
@@ -134,11 +136,20 @@ void RecordingSource::wait(const EndingSignals& signals, std::optional<Time> unt
     m_now = std::max(m_now, isEarlier ? *until : next);
 }
 
+std::string RecordingSource::trouble() const
+{
+    mcap::ScanResult ending;
+    ending.isClosed = true;  // as far as is known
+    if (m_hasEnded) ending = m_scanner->ending();
+    return troubleText(ending, m_problems);
+}
+
 void runEchoOfRecording(const WatchOptions& options, std::ostream& output)
 {
     RecordingSource source(options.recording, options.topics, options.type);  // which a signal ends as any other
     EndingSignals signals;
     echoFrom(source, options, signals, output);
+    sayTrouble(options.recording, source.trouble());
 }
 
 void runHzOfRecording(const WatchOptions& options, std::ostream& output)
@@ -146,6 +157,7 @@ void runHzOfRecording(const WatchOptions& options, std::ostream& output)
     RecordingSource source(options.recording, options.topics, options.type);
     EndingSignals signals;
     hzFrom(source, options, signals, output);
+    sayTrouble(options.recording, source.trouble());
 }
 
 }  // namespace orvanectl

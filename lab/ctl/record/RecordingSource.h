@@ -32,16 +32,21 @@ public:
     bool hasEnded() const override { return m_hasEnded; }
     void wait(const EndingSignals& signals, std::optional<TopicStatistics::Time> until) override;
 
+    /// What could not be read of it up to here, as a part of a line; empty if there is nothing to say.
+    std::string trouble() const;
+
 private:
     void channel(const mcap::Channel& channel) override;
     void message(const mcap::Message& message) override;
+    void problem(std::uint64_t, const std::string&) override { ++m_problems; }
 
     mcap::FileSource m_file;
     ReadProgress m_source;  // of it; hidden once there is a record to show
     std::vector<WatchedTopic> m_topics;
     std::map<std::uint16_t, std::size_t> m_channels;  // to topics
     std::deque<Sample> m_samples;
-    std::uint64_t m_leftOut = 0;  // none of their type
+    std::uint64_t m_leftOut = 0;   // none of their type
+    std::uint64_t m_problems = 0;  // damaged places
     TopicStatistics::Time m_now{};
     bool m_hasEnded = false;
     std::unique_ptr<mcap::Scanner> m_scanner;

@@ -2,10 +2,12 @@
 
 #include "aspn2_msgs/GSSIP.h"
 #include "lab/ctl/QueueTaps.h"
+#include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingOverview.h"
 #include "lab/ctl/record/RecordingSource.h"
+#include "lab/ctl/record/RecordingTrouble.h"
 #include "lab/ctl/why/BusEntries.h"
 #include "lab/ctl/why/ServiceSettings.h"
 #include "lab/ctl/why/WhyReport.h"
@@ -40,10 +42,14 @@ public:
           m_report(output, options.all, options.json, m_start)
     {
         for (const std::string& topic : kJoinTopics) m_types.push_back(findRecordType(topic));
-        m_report.progress("reads " + options.recording);
+        m_report.progress("reads " + printable(options.recording));
     }
 
     bool isOver() const { return m_isOver; }
+
+    std::uint64_t problems() const { return m_problems; }
+
+    void problem(std::uint64_t, const std::string&) override { ++m_problems; }
 
     void schema(const mcap::Schema& schema) override { m_schemas[schema.id] = schema.name; }
 
@@ -147,6 +153,7 @@ private:
     std::optional<std::uint16_t> m_rest;
     std::array<bool, kJoinInputs> m_isHeard{};
     std::uint64_t m_leftOut = 0;
+    std::uint64_t m_problems = 0;  // damaged places
     bool m_isOver = false;
 };
 
@@ -160,13 +167,17 @@ void runWhyOfRecording(const WhyOptions& options, std::ostream& output)
 void runWhyOfRecording(const WhyOptions& options, const ServerSettings& settings, std::ostream& output)
 {
     const mcap::FileSource source(options.recording);
-    RecordingOverview overview = overviewOf(source, options.recording);
+    RecordingOverview overview =
+        overviewOf(ReadProgress(source, "reads " + printable(options.recording)), options.recording);
     if (overview.start == ~std::uint64_t{0}) overview.start = 0;  // without a message
     RecordingWhy why(options, settings, overview, output);
     mcap::Scanner scanner(source, why);
     while (!why.isOver() && scanner.step()) {
     }
     why.end();
+    mcap::ScanResult ending = scanner.ending();
+    ending.isClosed = ending.isClosed || why.isOver();  // as far as is known
+    sayTrouble(options.recording, troubleText(ending, why.problems()));
 }
 
 }  // namespace orvanectl

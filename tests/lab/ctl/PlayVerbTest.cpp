@@ -117,6 +117,20 @@ TEST_F(PlayVerbTest, TopicThatNobodyHearsIsToldAndTheRestPlayed)
         << tool.output();
 }
 
+TEST_F(PlayVerbTest, RecordThatNoQueueTakesIsToldAsThat)
+{
+    {
+        mcap::FileOutput output("/tmp/long.mcap");
+        Recorder recorder(output, {}, {"ZEN_HX"}, {});
+        recorder.takeQueueRecord(0, std::vector<std::uint8_t>(5000), 7, 1'000);
+        recorder.close({});
+    }
+    ChildProcess tool({kTool, "play", "/tmp/long.mcap"});
+    EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.errors();
+    EXPECT_TRUE(tool.output().ends_with("\norvanectl: 1 record left out, longer than a queue takes (4096 bytes)\n"))
+        << tool.output();
+}
+
 TEST_F(PlayVerbTest, QueueThatIsNotPlayedCanBeOpenedAllTheSame)
 {
     ChildProcess service({"/bin/sh", "-c", "exec 3</dev/mcs6"});

@@ -146,5 +146,5 @@ TEST_F(RecordingCsvTest, LineNestedWithoutEndIsNoTrouble)
 {
     recorder.takeBusLine(std::string(1'000'000, '['), 0);
     recorder.takeBusLine(std::string(1'000'000, '[') + std::string(1'000'000, ']'), 0);
-    EXPECT_TRUE(csv({"bus"}).ends_with("1 unreadable records"));
+    EXPECT_TRUE(csv({"bus"}).ends_with("1 unreadable record"));
 }

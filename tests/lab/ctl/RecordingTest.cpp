@@ -383,7 +383,7 @@ TEST_F(RecordingTest, RepairClosesInPlaceAndLeavesWhatIsWhole)
     const TemporaryDirectory directory;
     const std::string file = directory.write("x.mcap", output.text + "\x06torn");
     EXPECT_EQ(repairRecording(file, ""),
-              file + ": closed, with 1 messages; 5 bytes at the end and 0 damaged places left out\n");
+              file + ": closed, with 1 message; 5 bytes at the end and 0 damaged places left out\n");
     EXPECT_TRUE(infoOf(file).isClosed);
     EXPECT_EQ(repairRecording(file, ""), file + ": is whole\n");
 }
@@ -430,7 +430,7 @@ TEST_F(RecordingTest, DamagedAttachmentsAreNotLostInPlace)
     const std::string file = directory.write("x.mcap", output.text);
     EXPECT_THROW(repairRecording(file, ""), std::runtime_error);
     EXPECT_EQ(contentOf(file), output.text);
-    EXPECT_TRUE(repairRecording(file, file + ".copy").ends_with("and 1 damaged places left out\n"));
+    EXPECT_TRUE(repairRecording(file, file + ".copy").ends_with("and 1 damaged place left out\n"));
 }
 
 TEST_F(RecordingTest, RepairOfWhatIsNoRecordingLeavesItAlone)
@@ -548,6 +548,57 @@ TEST_F(RecordedEventsTest, RecordingThatWasCutIsShownUpToItsLastChunk)
     EXPECT_NE(shown(runEchoOfRecording, cut, optionsFor("Log")).find("two"), std::string::npos);
 }
 
+TEST_F(RecordedEventsTest, RecordingThatWasCutIsSaidToBe)
+{
+    const std::string cut = directory.write("cut.mcap", output.text.substr(0, output.text.size() - 40));
+    const auto said = [&](const std::function<void()>& look) {
+        testing::internal::CaptureStderr();
+        look();
+        return testing::internal::GetCapturedStderr();
+    };
+    const std::string line = "orvanectl: " + cut + ": was cut off at byte ";
+    for (auto* const run : {runEchoOfRecording, runHzOfRecording}) {
+        EXPECT_TRUE(said([&] { shown(run, cut, optionsFor("Log")); }).starts_with(line));
+        EXPECT_EQ(said([&] { shown(run, cut, optionsFor("Log", 1)); }), "");  // it has not come to that
+        EXPECT_EQ(said([&] { shown(run, file, optionsFor("Log")); }), "");
+    }
+    EXPECT_TRUE(said([&] { cutRecording({cut, file + ".part", 0, std::nullopt, {}}); }).starts_with(line));
+}
+
+TEST_F(RecordedEventsTest, DamagedPlacesAreSaidToBeThere)
+{
+    std::string damaged = output.text;
+    const std::size_t place = damaged.find("zstd") + 20;  // in the first chunk
+    damaged[place] = static_cast<char>(damaged[place] ^ '\x40');
+    const std::string bad = directory.write("bad.mcap", damaged);
+    testing::internal::CaptureStderr();
+    shown(runEchoOfRecording, bad, optionsFor("Log"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "orvanectl: " + bad + ": 1 damaged place\n");
+}
+
+TEST_F(RecordedEventsTest, TopicsOfOthersThatTheSummaryHasNotAreFound)
+{
+    // A summary without channels and statistics.
+    mcap::ByteWriter end;
+    mcap::writeFront(end, mcap::Op::DataEnd, 4);
+    end.u32(0);
+    const std::string last(end.bytes().begin(), end.bytes().end());
+    const std::size_t size = output.text.find(last.substr(0, 9));
+    ASSERT_NE(size, std::string::npos);
+    mcap::ByteWriter summary;
+    mcap::write(summary, mcap::Schema{9, "Other", "omgidl", ""});
+    const std::size_t start = size + last.size();
+    mcap::writeFront(summary, mcap::Op::Footer, 20);
+    summary.u64(start);
+    summary.u64(0);
+    summary.u32(0);
+    summary.raw(mcap::kMagic);
+    const std::string text(summary.bytes().begin(), summary.bytes().end());
+    const std::string whole = directory.write("others.mcap", output.text.substr(0, size) + last + text);
+    ASSERT_TRUE(mcap::readSummary(mcap::FileSource(whole)));
+    EXPECT_NE(shown(runEchoOfRecording, whole, optionsFor("Log")).find("five"), std::string::npos);
+}
+
 TEST_F(RecordedEventsTest, ASignalEndsTheSearchForTheNextRecord)
 {
     RecordingSource source(file, {"Log"}, "");
@@ -588,7 +639,7 @@ TEST_F(RecordedEventsTest, LastTimeThereIsEndsTheReports)
 TEST_F(RecordedEventsTest, CutKeepsATimeAndAChannel)
 {
     const std::string into = file + ".part";
-    EXPECT_EQ(cutRecording({file, into, 0.5, 1.5, {"Log"}}), into + ": 1 messages of 1 channels\n");
+    EXPECT_EQ(cutRecording({file, into, 0.5, 1.5, {"Log"}}), into + ": 1 message of 1 channel\n");
     EXPECT_EQ(infoOf(into).channels.at(0).first, 2'000'000'000U);
 }
 
@@ -598,15 +649,23 @@ TEST_F(RecordedEventsTest, CutOfWhatIsDamagedSaysSo)
     damaged[damaged.find("data2")] = 'D';
     const std::string into = file + ".part";
     EXPECT_EQ(cutRecording({directory.write("damaged.mcap", damaged), into, 0, std::nullopt, {}}),
-              into + ": 4 messages of 2 channels; 1 damaged places left out\n");
+              into + ": 4 messages of 2 channels; 1 damaged place left out\n");
+}
+
+TEST_F(RecordedEventsTest, CutThatEndsBeforeItsStartIsRefused)
+{
+    EXPECT_THROW(cutRecording({file, file + ".part", 2, 1, {}}), UnknownName);
 }
 
 TEST_F(RecordedEventsTest, CutThatFailsLeavesNothing)
 {
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit few{1000, 1000};
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit few{1000, limit.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &few), 0);
     EXPECT_THROW(cutRecording({file, file + ".part", 0, std::nullopt, {}}), std::runtime_error);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
 }
 

@@ -118,6 +118,20 @@ TEST_F(RecordingWhyTest, PauseOfYearsTakesNoTime)
     EXPECT_NE(why().find("no UTCTime"), std::string::npos);
 }
 
+TEST_F(RecordingWhyTest, RecordingThatWasCutIsSaidToBe)
+{
+    second(100);
+    second(101);
+    recorder.close({});
+    WhyOptions options;
+    options.recording = directory.write("cut.mcap", output.text.substr(0, output.text.size() - 40));
+    std::ostringstream text;
+    testing::internal::CaptureStderr();
+    runWhyOfRecording(options, ServerSettings(), text);
+    EXPECT_TRUE(testing::internal::GetCapturedStderr().starts_with("orvanectl: " + options.recording +
+                                                                   ": was cut off at byte "));
+}
+
 TEST_F(RecordingWhyTest, ItEndsAfterItsTime)
 {
     for (int number = 100; number < 110; ++number) second(number);

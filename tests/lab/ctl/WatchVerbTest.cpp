@@ -49,6 +49,9 @@ TEST_F(WatchVerbTest, WrongCommandLineEndsWithTwo)
         {"cut", "/missing/x.mcap", "-o", "/missing/y.mcap", "--from", "nan"},
         {"cut", "/missing/x.mcap", "-o", "/missing/y.mcap", "--to", "-nan"},
         {"pub", "UTCTime", "--connections", "/missing/c.xml", "--rate", "nan"},
+        {"cut", "/missing/x.mcap", "-o", "/missing/y.mcap", "--from", "2", "--to", "1"},
+        {"record", "--connections", "/missing/c.xml", "--queue", "ZEN_HX/rest=/tmp/copy"},
+        {"record", "--connections", "/missing/c.xml", "--queue", "A=/tmp/copy", "--queue", "A=/tmp/other"},
     };
     for (const auto& line : lines) {
         EXPECT_EQ(run(line), Ending({2, 0})) << line.back();

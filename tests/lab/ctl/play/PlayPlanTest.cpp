@@ -167,7 +167,15 @@ TEST_F(PlayPlanTest, CutOffRecordingPlaysAsFarAsItGoes)
     recorder.settle({});
     const TextSource cut(output.text.substr(0, size + 20));
     EXPECT_EQ(planOf(cut, "x.mcap", {}).messages, 1U);
+    EXPECT_EQ(planOf(cut, "x.mcap", {}).trouble,
+              "was cut off at byte " + std::to_string(size) + ", or its end is damaged");
     EXPECT_EQ(planOf(TextSource(output.text), "x.mcap", {}).messages, 2U);
+}
+
+TEST_F(PlayPlanTest, WholeRecordingIsNoTrouble)
+{
+    event(0, 1, 1'000);
+    EXPECT_EQ(plan().trouble, "");
 }
 
 TEST(PlayPlanOfOthersTest, TypesThatNobodyKnowsAreCountedAndLeftOut)

@@ -37,15 +37,6 @@ std::string queueOf(std::string topic)
     return topic;
 }
 
-/// The log time that is so far behind another.
-std::uint64_t behind(std::uint64_t start, double seconds)
-{
-    constexpr auto kLast = std::numeric_limits<std::uint64_t>::max();
-    const double length = seconds * 1e9;
-    if (length >= static_cast<double>(kLast - start)) return kLast;
-    return start + static_cast<std::uint64_t>(length);
-}
-
 class PlanSink : public mcap::RecordSink {
 public:
     PlanSink(PlayPlan& plan, const PlayChoice& choice, std::uint64_t from)
@@ -169,7 +160,7 @@ nanoseconds PlayPlan::length() const
 PlayPlan planOf(const mcap::Source& source, const std::string& name, const PlayChoice& choice)
 {
     std::uint64_t from = 0;
-    if (choice.startSeconds > 0) from = behind(overviewOf(source, name).start, choice.startSeconds);
+    if (choice.startSeconds > 0) from = overviewOf(source, name).timeBehindStart(choice.startSeconds);
     PlayPlan plan;
     plan.withOwn = choice.withOwn;
     PlanSink sink(plan, choice, from);

@@ -10,22 +10,8 @@
 #include "lab/mcap/Copy.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace orvanectl {
-
-namespace {
-
-std::uint64_t behind(std::uint64_t start, double seconds)
-{
-    constexpr double kNanoseconds = 1e9;
-    constexpr auto kLast = std::numeric_limits<std::uint64_t>::max();
-    const double nanoseconds = seconds * kNanoseconds;
-    if (nanoseconds >= static_cast<double>(kLast - start)) return kLast;
-    return start + static_cast<std::uint64_t>(std::max(nanoseconds, 0.0));
-}
-
-}  // namespace
 
 std::string cutRecording(const CutOptions& options)
 {
@@ -41,8 +27,8 @@ std::string cutRecording(const CutOptions& options)
         throw UnknownName(options.file + ": no channel " + channel + "; there are " + all);
     }
     mcap::CopyFilter filter;
-    filter.range.start = behind(overview.start, options.from);
-    if (options.to) filter.range.end = behind(overview.start, *options.to);
+    filter.range.start = overview.timeBehindStart(options.from);
+    if (options.to) filter.range.end = overview.timeBehindStart(*options.to);
     if (!options.channels.empty())
         filter.channel = [&](const mcap::Channel& channel) {
             return std::ranges::find(options.channels, channel.topic) != options.channels.end();

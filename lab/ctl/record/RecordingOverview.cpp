@@ -1,6 +1,7 @@
 #include "lab/ctl/record/RecordingOverview.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -39,6 +40,15 @@ std::vector<std::string> RecordingOverview::topics() const
     for (const Channel& channel : channels)
         if (std::ranges::find(names, channel.topic) == names.end()) names.push_back(channel.topic);
     return names;
+}
+
+std::uint64_t RecordingOverview::timeBehindStart(double seconds) const
+{
+    constexpr double kNanoseconds = 1e9;
+    constexpr auto kLast = std::numeric_limits<std::uint64_t>::max();
+    const double length = seconds * kNanoseconds;
+    if (length >= static_cast<double>(kLast - start)) return kLast;
+    return start + static_cast<std::uint64_t>(std::max(length, 0.0));
 }
 
 RecordingOverview overviewOf(const mcap::Source& source, const std::string& name)

@@ -20,6 +20,9 @@ struct RecordingOverview {
     std::uint64_t start = ~std::uint64_t{0};  ///< lowest log time, in nanoseconds since 1970; as here without a message
 
     std::vector<std::string> topics() const;
+
+    /// The log time that is so far behind the start; the last that there is for what is later.
+    std::uint64_t timeBehindStart(double seconds) const;
 };
 
 /// Reads all of it, damaged or not. Throws `std::runtime_error` for what is no recording.

@@ -9,6 +9,9 @@
 #include "lab/ctl/record/RecordingSource.h"
 #include "lab/ctl/record/RecordingTrouble.h"
 #include "lab/ctl/why/BusEntries.h"
+#include "lab/ctl/why/BusText.h"
+#include "lab/ctl/why/DiaryClock.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "lab/ctl/why/ServiceSettings.h"
 #include "lab/ctl/why/WhyReport.h"
 
@@ -24,9 +27,6 @@ namespace orvanectl {
 namespace {
 
 using Time = JoinDiary::Time;
-
-constexpr std::chrono::milliseconds kTurn{50};   // as while it listens
-constexpr std::chrono::minutes kLongestLook{2};  // in a pause, after which nothing is new any more
 
 bool has(const RecordingOverview& overview, const std::string& topic)
 {
@@ -78,13 +78,13 @@ public:
         else if (message.channel == m_receiver)
             takeReceiver(message.data);
         else if (message.channel == m_rest)
-            m_diary.takeNoRecord(m_now);
+            m_diary.takeNoRecord(now());
     }
 
     void end()
     {
-        const auto silence = m_diary.silence(m_now);
-        m_report.show(m_diary.end(m_now));
+        const auto silence = m_diary.silence(now());
+        m_report.show(m_diary.end(now()));
         WhyHeard heard{m_hasBus, m_hasReceiver, false, {}, "the recording has no ", m_leftOut, " records are none"};
         for (std::size_t topic = 0; topic < kJoinTopics.size(); ++topic)
             if (!m_isHeard[topic]) heard.without.push_back(kJoinTopics[topic]);
@@ -92,7 +92,7 @@ public:
     }
 
 private:
-    /// As `why` looks while it waits. What was recorded does not go back.
+    /// As `why` looks while it waits.
     void passUntil(Time time)
     {
         if (m_options.seconds > 0) {
@@ -102,17 +102,13 @@ private:
                 time = m_start + std::chrono::duration_cast<Time::duration>(length);
             }
         }
-        const Time last = m_now + std::min<Time::duration>(kLongestLook, time - m_now);
-        for (Time now = m_now + kTurn; now < last; now += kTurn) look(now);
-        if (time > m_now) look(time);
+        m_clock.passUntil(time, [this] {
+            m_report.show(m_diary.takeDecided(now()));
+            m_report.saySilence(m_diary.silence(now()), now());
+        });
     }
 
-    void look(Time now)
-    {
-        m_now = now;
-        m_report.show(m_diary.takeDecided(m_now));
-        m_report.saySilence(m_diary.silence(m_now), m_now);
-    }
+    Time now() const { return m_clock.now(); }
 
     void takeRecord(std::size_t topic, mcap::Bytes payload)
     {
@@ -121,7 +117,7 @@ private:
             ++m_leftOut;
             return;
         }
-        enterRecord(m_diary, topic, record.get(), m_now);
+        enterRecord(m_diary, topic, record.get(), now());
         if (std::exchange(m_isHeard[topic], true)) return;
         if (std::ranges::count(m_isHeard, true) == std::ssize(kJoinTopics)) m_report.hearsAll();
     }
@@ -130,19 +126,22 @@ private:
     {
         aspn2_msgs::idl::GSSIP record;
         if (readPayload(*findRecordType("GSSIP"), payload, &record))
-            m_diary.take(record, m_now);
+            m_diary.take(record, now());
         else
-            m_diary.takeNoRecord(m_now);
+            m_diary.takeNoRecord(now());
     }
 
-    void takeBusLine(mcap::Bytes text) { enterBusLine(m_diary, Json::parse(text, nullptr, false), m_now); }
+    void takeBusLine(mcap::Bytes text)
+    {
+        enterBusLine(m_diary, bus::parsed({reinterpret_cast<const char*>(text.data()), text.size()}), now());
+    }
 
     const WhyOptions& m_options;
     const std::string m_receiverTopic = std::string(recording::kQueue) + kReceiverQueue;
     const bool m_hasBus;
     const bool m_hasReceiver;
     const Time m_start;
-    Time m_now = m_start;
+    DiaryClock m_clock{m_start};
     JoinDiary m_diary;
     WhyReport m_report;
     std::vector<const RecordType*> m_types;  // of the five

@@ -1,6 +1,6 @@
 #include "lab/ctl/report/BusReport.h"
 
-#include "lab/ctl/report/BusText.h"
+#include "lab/ctl/why/BusText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,9 @@
 #include "lab/ctl/report/JoinLine.h"
 
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
-#include "lab/ctl/report/BusText.h"
 #include "lab/ctl/why/BusEntries.h"
+#include "lab/ctl/why/BusText.h"
+#include "lab/ctl/why/JoinEntries.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,9 +17,6 @@ namespace {
 
 using Time = JoinDiary::Time;
 
-constexpr std::chrono::milliseconds kTurn{50};   // as `why` looks while it listens
-constexpr std::chrono::minutes kLongestLook{2};  // in a pause, after which nothing is new any more
-
 Time::duration lengthOf(double seconds)
 {
     constexpr double kLongest = 4e9;  // s, so that others can be added to it
@@ -30,47 +28,24 @@ Time::duration lengthOf(double seconds)
 
 double JoinLine::secondsNow() const
 {
-    return std::chrono::duration<double>(m_now - m_start).count();
+    return std::chrono::duration<double>(m_clock.now() - m_start).count();
 }
 
 void JoinLine::passUntil(double seconds)
 {
-    const Time time = m_start + lengthOf(seconds);
-    if (time <= m_now) return;
-    const Time last = m_now + std::min<Time::duration>(kLongestLook, time - m_now);
-    for (Time now = m_now + kTurn; now < last; now += kTurn) look(now);
-    look(time);
-}
-
-void JoinLine::look(Time now)
-{
-    m_now = now;
-    show(m_diary.takeDecided(m_now));
+    m_clock.passUntil(m_start + lengthOf(seconds), [this] { show(m_diary.takeDecided(m_clock.now())); });
 }
 
 void JoinLine::take(std::size_t input, const void* record)
 {
-    switch (static_cast<JoinInput>(input)) {
-    case JoinInput::UtcTime:
-        return takeTime(*static_cast<const UTCTime*>(record));
-    case JoinInput::Pva:
-        return m_diary.take(*static_cast<const PositionVelocityAttitude*>(record), m_now);
-    case JoinInput::Pnt:
-        return m_diary.take(*static_cast<const HalvexPNT*>(record), m_now);
-    case JoinInput::Mis:
-        return m_diary.take(*static_cast<const MeasurementIncorporationStatus*>(record), m_now);
-    case JoinInput::Assurance:
-        return m_diary.take(*static_cast<const AssuranceState*>(record), m_now);
-    case JoinInput::Receiver:
-        return;
-    }
+    if (static_cast<JoinInput>(input) == JoinInput::UtcTime) noteTime(*static_cast<const UTCTime*>(record));
+    enterRecord(m_diary, input, record, m_clock.now());
 }
 
-void JoinLine::takeTime(const UTCTime& message)
+void JoinLine::noteTime(const UTCTime& message)
 {
     m_times.emplace_back(BlendedNavigation::gpsSeconds(message), secondsNow());
     if (m_times.size() > kMostTimes) m_times.pop_front();
-    m_diary.take(message, m_now);
 }
 
 /// What became of an epoch is known later. One of which no time message tells counts as when it was missed.
@@ -83,12 +58,12 @@ double JoinLine::arrivalOf(const Epoch& epoch) const
 
 void JoinLine::takeBusLine(const Json& line)
 {
-    enterBusLine(m_diary, line, m_now);
+    enterBusLine(m_diary, line, m_clock.now());
 }
 
 void JoinLine::end()
 {
-    show(m_diary.end(m_now));
+    show(m_diary.end(m_clock.now()));
 }
 
 void JoinLine::show(const std::vector<Epoch>& epochs)

@@ -6,19 +6,15 @@
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/report/Course.h"
 #include "lab/ctl/report/EndsList.h"
+#include "lab/ctl/why/DiaryClock.h"
 #include "lab/ctl/why/JoinDiary.h"
 
 #include <cstdint>
 #include <deque>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace orvanectl {
-
-/// The topics that are joined, in the order of `JoinInput`.
-inline constexpr std::string_view kInputTopics[] = {"UTCTime", "PositionVelocityAttitude", "HalvexPNT",
-                                                    "MeasurementIncorporationStatus", "AssuranceState"};
 
 /// What became of each time message of a recording, by the rules of `orvanectl why`. Times are seconds since the start
 /// of the recording and must not go back. One thread at a time.
@@ -29,10 +25,10 @@ public:
     /// To be called before anything that came at that time is taken.
     void passUntil(double seconds);
 
-    /// @param input  of `kInputTopics`
+    /// @param input  of `kJoinTopics`
     void take(std::size_t input, const void* record);
-    void take(const aspn2_msgs::idl::GSSIP& record) { m_diary.take(record, m_now); }
-    void takeNoRecord() { m_diary.takeNoRecord(m_now); }
+    void take(const aspn2_msgs::idl::GSSIP& record) { m_diary.take(record, m_clock.now()); }
+    void takeNoRecord() { m_diary.takeNoRecord(m_clock.now()); }
 
     /// Any line of the bus.
     void takeBusLine(const Json& line);
@@ -53,14 +49,13 @@ private:
     static constexpr std::size_t kMostMisses = 250;  // of either end
     static constexpr std::size_t kMostTimes = 256;
 
-    void takeTime(const aspn2_msgs::idl::UTCTime& message);
-    void look(JoinDiary::Time now);
+    void noteTime(const aspn2_msgs::idl::UTCTime& message);
     void show(const std::vector<Epoch>& epochs);
     double secondsNow() const;
     double arrivalOf(const Epoch& epoch) const;
 
     const JoinDiary::Time m_start{};
-    JoinDiary::Time m_now = m_start;
+    DiaryClock m_clock{m_start};
     JoinDiary m_diary;
     JoinSum m_sum;
     std::deque<std::pair<double, double>> m_times;  // of the latest time messages: GPS second, arrival

@@ -8,11 +8,12 @@
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingInfo.h"
 #include "lab/ctl/report/BusReport.h"
-#include "lab/ctl/report/BusText.h"
 #include "lab/ctl/report/EventReport.h"
 #include "lab/ctl/report/JoinLine.h"
 #include "lab/ctl/report/Latencies.h"
 #include "lab/ctl/report/TrackReport.h"
+#include "lab/ctl/why/BusText.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "lab/ctl/why/JoinRule.h"
 
 #include <algorithm>
@@ -79,11 +80,11 @@ public:
         if (schema == m_schemas.end() || channel.encoding != recording::kCdr) return;
         const RecordType* const type = findRecordType(schema->second);
         if (!type) return;
-        const auto input = std::ranges::find(kInputTopics, channel.topic);
-        followed.input = static_cast<std::size_t>(input - std::begin(kInputTopics));
+        const auto input = std::ranges::find(kJoinTopics, channel.topic);
+        followed.input = static_cast<std::size_t>(input - std::begin(kJoinTopics));
         if (channel.topic == m_receiverTopic && type->name == "GSSIP")
             followed.kind = Kind::Receiver;
-        else if (input != std::end(kInputTopics) && type->name == *input)
+        else if (input != std::end(kJoinTopics) && type->name == *input)
             followed.kind = Kind::Input;
         else if (type->name == kEventLog || type->name == kMaintenance || type->name == kCommand ||
                  type->name == kBitReport)
@@ -169,7 +170,7 @@ private:
         const auto which = static_cast<JoinInput>(input);
         if (which == JoinInput::UtcTime) m_latencies.takeTime(*static_cast<const UTCTime*>(record), m_seconds);
         if (which == JoinInput::Pva) m_track.take(*static_cast<const PositionVelocityAttitude*>(record), m_seconds);
-        m_latencies.take(findRecordType(kInputTopics[input])->headerOf(record), m_seconds);
+        m_latencies.take(findRecordType(kJoinTopics[input])->headerOf(record), m_seconds);
         m_joins.take(input, record);
     }
 

@@ -1,36 +1,16 @@
 #include "lab/ctl/top/JoinFeed.h"
 
-#include <string_view>
+#include "lab/ctl/why/JoinEntries.h"
 
 namespace orvanectl {
-
-namespace {
-
-using namespace aspn2_msgs::idl;
-
-template <class Message>
-void give(JoinDiary& diary, const Sample& sample)
-{
-    diary.take(*static_cast<const Message*>(sample.record.get()), sample.arrival.time);
-}
-
-constexpr struct {
-    std::string_view topic;
-    void (*give)(JoinDiary&, const Sample&);
-} kInputs[] = {{"UTCTime", give<UTCTime>},
-               {"PositionVelocityAttitude", give<PositionVelocityAttitude>},
-               {"HalvexPNT", give<HalvexPNT>},
-               {"MeasurementIncorporationStatus", give<MeasurementIncorporationStatus>},
-               {"AssuranceState", give<AssuranceState>}};
-
-}  // namespace
 
 JoinFeed::JoinFeed(const ServerSettings& settings, JoinDiary::Hearing hearing) : m_diary(settings, hearing) {}
 
 void JoinFeed::take(const WatchedTopic& topic, const Sample& sample)
 {
-    for (const auto& input : kInputs)
-        if (topic.name == input.topic && topic.type->name == input.topic) input.give(m_diary, sample);
+    for (std::size_t input = 0; input < kJoinTopics.size(); ++input)
+        if (topic.name == kJoinTopics[input] && topic.type->name == kJoinTopics[input])
+            enterRecord(m_diary, input, sample.record.get(), sample.arrival.time);
 }
 
 std::string JoinFeed::text(Time now)

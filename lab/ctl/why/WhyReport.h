@@ -16,13 +16,6 @@
 /// What `why` hears, and what it prints, be it live or of a recording. One thread at a time.
 namespace orvanectl {
 
-/// The topics of the inputs, each named as its type.
-extern const std::vector<std::string> kJoinTopics;
-
-/// @param topic   index in `kJoinTopics`
-/// @param record  of its type
-void enterRecord(JoinDiary& diary, std::size_t topic, const void* record, JoinDiary::Time now);
-
 /// What a sum is told with.
 struct WhyHeard {
     bool bus = false;

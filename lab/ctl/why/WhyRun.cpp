@@ -7,6 +7,7 @@
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/why/BusEntries.h"
 #include "lab/ctl/why/JoinDiary.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "lab/ctl/why/ReceiverCopy.h"
 #include "lab/ctl/why/ServiceSettings.h"
 #include "lab/ctl/why/WhyReport.h"

@@ -5,6 +5,7 @@
 #include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "lab/ctl/why/WhyReport.h"
 #include "tests/lab/mcap/Recordings.h"
 #include "tests/support/TemporaryDirectory.h"

@@ -10,8 +10,8 @@
 #include "aspn2_msgs/UTCTime.h"
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
-#include "lab/ctl/report/JoinLine.h"
 #include "lab/ctl/report/ReportRun.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "tests/lab/mcap/Recordings.h"
 
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ struct RecordingReportTest : testing::Test {
     static std::vector<WatchedTopic> topics()
     {
         std::vector<WatchedTopic> all;
-        for (const std::string_view topic : kInputTopics) all.push_back({std::string(topic), findRecordType(topic)});
+        for (const std::string& topic : kJoinTopics) all.push_back({topic, findRecordType(topic)});
         for (const char* topic : {"EventLog", "MaintenanceEvent", "CommandResponse"})
             all.push_back({topic, findRecordType(topic)});
         return all;

@@ -1,5 +1,5 @@
-#ifndef LAB_CTL_REPORT_BUSTEXT_H
-#define LAB_CTL_REPORT_BUSTEXT_H
+#ifndef LAB_CTL_WHY_BUSTEXT_H
+#define LAB_CTL_WHY_BUSTEXT_H
 
 #include "lab/ctl/FrameDecoder.h"
 

@@ -1,4 +1,4 @@
-#include "lab/ctl/report/BusText.h"
+#include "lab/ctl/why/BusText.h"
 
 #include <cmath>
 #include <string_view>

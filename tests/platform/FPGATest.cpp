@@ -519,6 +519,15 @@ TEST_F(FPGATest, DelayThatDoesNotFitIsTheNearestLimit)
     EXPECT_EQ(FpgaFace::uartDelayTicks(std::numeric_limits<double>::quiet_NaN(), 0, 0), 0u);
 }
 
+TEST_F(FPGATest, PtfeInitOfASetupThatNamesNothingWritesZeros)
+{
+    init();
+    EXPECT_THAT(callsOf([this] { m_fpga.fpga_ptfe_init(0, {}); }),
+                ElementsAre("write Ptfe_Interface0 interface 0 32 0", "write Ptfe_Interface0 interface 64 32 0",
+                            "write Ptfe_Interface0 interface 144 32 0", "write Ptfe_Interface0 interface 152 32 0",
+                            "write Ptfe_Interface0 interface 288 32 0"));
+}
+
 TEST_F(FPGATest, PtfeInitWritesControlAndSetup)
 {
     init();

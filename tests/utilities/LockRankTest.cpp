@@ -1,7 +1,10 @@
 #include "utilities/LockRank.h"
+#include "tests/support/ChildProcess.h"
 #include "utilities/SharedMutex.h"
 #include "utilities/ThreadAnnotations.h"
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <gtest/gtest.h>
 #include <thread>
@@ -18,6 +21,29 @@ RankedMutex<LockRank::Inputs> inputs;
 RankedMutex<LockRank::ThreatReport> threatReport;
 RankedMutex<LockRank::Time> timeLock;
 SharedMutex<LockRank::Gate> gate;
+
+using InputsLock = MutexLock<decltype(inputs)>;
+using Writer = ExclusiveLock<LockRank::Gate>;
+using Reader = SharedLock<LockRank::Gate>;
+
+/// Whether a thread that wants `Wanted` of the mutex waits while this one has `Held` of it.
+template <class Held, class Wanted, class Lockable>
+bool isKeptOut(Lockable& mutex)
+{
+    std::atomic<bool> isIn = false;
+    std::thread other;
+    bool isOut = false;
+    {
+        const Held held(mutex);
+        other = std::thread([&] {
+            const Wanted wanted(mutex);
+            isIn = true;
+        });
+        isOut = !eventually([&] { return isIn.load(); }, std::chrono::milliseconds(50));
+    }
+    other.join();
+    return isOut;
+}
 
 class LockRankDeathTest : public testing::Test {
 protected:
@@ -74,6 +100,27 @@ TEST(LockRankTest, AWaitGivesItsRankBackAndTakesItAgain)
     }
     const MutexLock lock(lifeCycle);
     SUCCEED();
+}
+
+TEST(LockRankTest, AMutexIsOfOneThreadAtATime)
+{
+    Mutex plain;
+    EXPECT_TRUE((isKeptOut<MutexLock<Mutex>, MutexLock<Mutex>>(plain)));
+    EXPECT_TRUE((isKeptOut<InputsLock, InputsLock>(inputs)));
+}
+
+TEST(LockRankTest, AWriterIsAloneAndReadersAreNot)
+{
+    EXPECT_TRUE((isKeptOut<Writer, Writer>(gate)));
+    EXPECT_TRUE((isKeptOut<Writer, Reader>(gate)));
+    EXPECT_TRUE((isKeptOut<Reader, Writer>(gate)));
+    std::atomic<bool> isIn = false;
+    const Reader held(gate);
+    std::thread([&] {
+        const Reader other(gate);
+        isIn = true;
+    }).join();
+    EXPECT_TRUE(isIn);
 }
 
 TEST_F(LockRankDeathTest, ALowerRankEndsTheProcess)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Tables of what tests have run: coverage.py COUNTS EXCEPTIONS [--list]
 
-COUNTS is what gcovr tells with --json. A line of EXCEPTIONS names a place that need not be run, and why:
+COUNTS is what cmake/gcov_counts.py prints. A line of EXCEPTIONS names a place that need not be run, and why:
 
     FILE: TEXT OF THE LINE # reason
 
@@ -68,9 +68,8 @@ class Sum:
 def places_of(counts, text_of):
     for file in counts["files"]:
         for line in file["lines"]:
-            if not line.get("gcovr/noncode") and not line.get("gcovr/excluded"):
-                number = line["line_number"]
-                yield Place(file["file"], number, line, text_of(file["file"], number))
+            number = line["line_number"]
+            yield Place(file["file"], number, line, text_of(file["file"], number))
 
 
 def exceptions_of(text):

@@ -1,0 +1,107 @@
+"""What script/coverage makes of the counts of gcov, and of the exceptions."""
+
+import pathlib
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "cmake"))
+import coverage  # noqa: E402
+import gcov_counts  # noqa: E402
+
+
+def way(count, throw=False, fallthrough=False):
+    return {"count": count, "throw": throw, "fallthrough": fallthrough}
+
+
+def function(name, line, column):
+    return {"name": name, "start_line": line, "start_column": column}
+
+
+def ran(number, count, ways=(), name="f"):
+    return {"line_number": number, "count": count, "branches": list(ways), "function_name": name}
+
+
+def told(*objects, text="if (a) b();"):
+    """Line, count and branches of what objects tell, each with its functions and its lines."""
+    counts = gcov_counts.Counts()
+    for functions, lines in objects:
+        counts.add("a.cpp", functions, lines)
+    files = counts.files(lambda file, number: text)
+    return [
+        (line["line_number"], line["count"], [branch["count"] for branch in line["branches"]])
+        for file in files
+        for line in file["lines"]
+    ]
+
+
+class Decisions(unittest.TestCase):
+    def test_both_ways_of_a_condition_are_kept(self):
+        self.assertEqual(gcov_counts.decisions_of([way(3, fallthrough=True), way(0)]), [3, 0])
+
+    def test_a_call_that_may_throw_is_none(self):
+        call = [way(5, fallthrough=True), way(0, throw=True)]
+        self.assertEqual(gcov_counts.decisions_of(call), [])
+        self.assertEqual(gcov_counts.decisions_of([*call, way(2, fallthrough=True), way(3), *call]), [2, 3])
+
+    def test_a_call_that_always_throws_is_none(self):
+        self.assertEqual(gcov_counts.decisions_of([way(2, fallthrough=True), way(3), way(1, throw=True)]), [2, 3])
+
+    def test_less_than_nothing_is_nothing(self):
+        self.assertEqual(gcov_counts.decisions_of([way(-1, fallthrough=True), way(4)]), [0, 4])
+
+
+class Sums(unittest.TestCase):
+    def test_what_objects_have_of_a_line_is_added_up(self):
+        one = ([function("f", 1, 5)], [ran(2, 3, [way(3), way(0)])])
+        other = ([function("f", 1, 5)], [ran(2, 1, [way(0), way(1)])])
+        self.assertEqual(told(one, other), [(2, 4, [3, 1])])
+
+    def test_instances_of_a_template_are_one(self):
+        functions = [function("f<int>", 1, 5), function("f<char>", 1, 5)]
+        lines = [ran(2, 3, [way(3), way(0)], "f<int>"), ran(2, 1, [way(0), way(1)], "f<char>")]
+        self.assertEqual(told((functions, lines)), [(2, 4, [3, 1])])
+
+    def test_instances_of_a_lambda_that_are_told_behind_each_other_are_one(self):
+        functions = [function("f<int>::lambda", 2, 9), function("f<char>::lambda", 2, 9), function("main", 1, 1)]
+        ways = [way(3, fallthrough=True), way(0), way(0, fallthrough=True), way(4)]
+        line = {"line_number": 3, "count": 7, "branches": ways}
+        self.assertEqual(told((functions, [line])), [(3, 7, [3, 4])])
+        self.assertEqual(told((functions[1:], [line])), [(3, 7, [3, 0, 0, 4])])
+
+    def test_two_functions_of_one_line_are_two(self):
+        functions = [function("f", 1, 5), function("lambda", 2, 9)]
+        lines = [ran(2, 3, [way(3), way(0)]), ran(2, 1, [way(0), way(1)], "lambda")]
+        self.assertEqual(told((functions, lines)), [(2, 4, [3, 0, 0, 1])])
+
+    def test_instances_with_other_decisions_are_kept_apart(self):
+        functions = [function("f<int>", 1, 5), function("f<char>", 1, 5)]
+        lines = [ran(2, 1, [way(1), way(0)], "f<int>"), ran(2, 0, [way(0)], "f<char>")]
+        self.assertEqual(told((functions, lines)), [(2, 1, [1, 0, 0])])
+
+    def test_a_line_of_braces_is_no_code(self):
+        line = ([function("f", 1, 5)], [ran(2, 0, [way(0), way(0)])])
+        for text in ("{", "  }  // namespace", "};", "else", ""):
+            self.assertEqual(told(line, text=text), [], text)
+        self.assertEqual(told(line, text="return {};"), [(2, 0, [0, 0])])
+
+
+class Exceptions(unittest.TestCase):
+    def test_a_place_is_named_with_its_reason(self):
+        self.assertEqual(list(coverage.exceptions_of("# a\n\nb/c.cpp: f(); # why\n")), [("b/c.cpp", "f();")])
+
+    def test_a_place_without_a_reason_is_refused(self):
+        for line in ("b/c.cpp: f();", "b/c.cpp: f(); #", "b/c.cpp: f(); # ", "f();"):
+            with self.assertRaises(SystemExit):
+                list(coverage.exceptions_of(line))
+
+    def test_what_is_no_exception_any_more_is_told(self):
+        file = {"file": "a.cpp", "lines": [{"line_number": 1, "count": 1, "branches": [{"count": 1}, {"count": 0}]},
+                                           {"line_number": 2, "count": 1, "branches": []}]}  # fmt: skip
+        places = coverage.places_of({"files": [file]}, lambda file, number: {1: "f();", 2: "g();"}[number])
+        counting, stale = coverage.split(places, {("a.cpp", "f();"), ("a.cpp", "g();"), ("a.cpp", "h();")})
+        self.assertEqual([place.number for place in counting], [2])
+        self.assertEqual(stale, [("a.cpp", "g();"), ("a.cpp", "h();")])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -358,6 +358,7 @@ TEST_F(FPGATest, CountsAreClearedByDone)
     EXPECT_THAT(callsOf([this] {
                     EXPECT_EQ(m_fpga.getUartDelay(0), 0u);
                     EXPECT_EQ(m_fpga.getPtfeFirmwareId(0), 0u);
+                    EXPECT_EQ(m_fpga.getAndClearPtfeStatus(0), 0u);
                     m_fpga.fpga_ptfe_soft_reset(0);
                     m_fpga.fpga_ptfe_init(0, {});
                     m_fpga.fpga_set_ppsSlave_control(0, 1);

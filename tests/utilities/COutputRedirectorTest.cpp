@@ -2,6 +2,7 @@
 
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HardDeadline.h"
+#include "utilities/ConsoleOutput.h"
 #include "utilities/ConsoleStreamBuffer.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,13 @@ std::FILE* __wrap_fopencookie(void* cookie, const char* mode, cookie_io_function
     ++streamsOpened;
     return __real_fopencookie(cookie, mode, functions);
 }
+}
+
+TEST_F(COutputRedirectorTest, WithoutAStreamTheConsoleLeavesThatOfErrorsAlone)
+{
+    streamsCanBeOpened = false;
+    const ConsoleOutput console;
+    EXPECT_EQ(stderr, m_err);
 }
 
 TEST_F(COutputRedirectorTest, BothStreamsReachTheSinkAndNotTheDescriptors)

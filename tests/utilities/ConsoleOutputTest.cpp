@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -71,6 +72,43 @@ TEST(ConsoleOutputTest, EachStreamReachesItsDescriptorAsLongAsItLives)
     EXPECT_EQ(std::cout.rdbuf(), before);
     EXPECT_EQ(stderr, errorsBefore);
     EXPECT_EQ(std::clog.flags() & std::ios::unitbuf, 0);
+}
+
+TEST(ConsoleOutputTest, AStreamThatSomebodyElsePutInPlaceStays)
+{
+    std::FILE* const before = stderr;
+    {
+        const ConsoleOutput console;
+        stderr = stdout;
+    }
+    EXPECT_EQ(stderr, stdout);
+    stderr = before;
+}
+
+TEST(ConsoleOutputTest, ALogThatHadNoBufferHasNoneAfterwards)
+{
+    std::clog << std::unitbuf;
+    {
+        const ConsoleOutput console;
+    }
+    EXPECT_NE(std::clog.flags() & std::ios::unitbuf, 0);
+    std::clog << std::nounitbuf;
+}
+
+TEST(ConsoleOutputTest, AClosedDescriptorHasNoReaderInCommonWithTheOther)
+{
+    for (const auto& [closed, open] :
+         {std::pair(STDOUT_FILENO, STDERR_FILENO), std::pair(STDERR_FILENO, STDOUT_FILENO)}) {
+        const DescriptorCapture captured(open);
+        const Instead restored(closed, closed);
+        close(closed);
+        {
+            const ConsoleOutput console;
+            printLine(std::cout, "output");
+            printLine(std::cerr, "error");
+        }
+        EXPECT_EQ(captured.text(), open == STDERR_FILENO ? "error\n" : "output\n");
+    }
 }
 
 TEST(ConsoleOutputTest, WhatWasPrintedBeforeComesOutFirst)

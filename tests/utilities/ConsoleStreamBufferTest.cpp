@@ -158,6 +158,12 @@ struct Console {
     std::ostream out{&buffer};
 };
 
+/// Lets be called what a stream calls.
+struct OpenBuffer : ConsoleStreamBuffer {
+    using ConsoleStreamBuffer::ConsoleStreamBuffer;
+    using ConsoleStreamBuffer::overflow;
+};
+
 using ConsoleStreamBufferDeathTest = ConsoleStreamBufferTest;
 
 void stopJobsInTheBackground(const Terminal& terminal)
@@ -557,6 +563,16 @@ TEST(ConsoleStreamBufferSocketTest, ASocketThatNobodyReadsIsDroppedAndRecovers)
     EXPECT_EQ(fcntl(ends[1], F_GETFL) & O_NONBLOCK, 0);
     close(ends[0]);
     close(ends[1]);
+}
+
+TEST(ConsoleStreamBufferErrorTest, NothingIsWrittenForNoTextAndForTheEndOfOne)
+{
+    const Pipe pipe;
+    OpenBuffer buffer(pipe.writer());
+    EXPECT_EQ(buffer.sputn("text", 0), 0);
+    EXPECT_NE(buffer.overflow(EOF), EOF);
+    EXPECT_EQ(buffer.pubsync(), 0);
+    EXPECT_EQ(pipe.read(), "");
 }
 
 TEST(ConsoleStreamBufferErrorTest, AFullDiskIsRecoveredFrom)

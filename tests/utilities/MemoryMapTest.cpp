@@ -76,6 +76,13 @@ TEST_F(MemoryMapTest, MemoryThatCantBeMappedIsAnError)
     EXPECT_EQ(errorOf([&] { MemoryMap(0x43C00000, 16, nothing); }), "Unable to map memory space.");
 }
 
+TEST_F(MemoryMapTest, MemoryWhoseDescriptorIsGoneIsAnError)
+{
+    const MemoryDeviceFileDescriptor memory(m_registers.path().c_str());
+    ::close(memory.fileDescriptor());
+    EXPECT_EQ(errorOf([&] { MemoryMap(0x10000, 16, memory); }), "Unable to map memory space.");
+}
+
 TEST_F(MemoryMapTest, RangeBehindTheEndOfAFileIsAnError)
 {
     const TemporaryDirectory directory;

@@ -1,11 +1,17 @@
 #include "utilities/StopFlag.h"
 
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ProcessState.h"
+
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <pthread.h>
+#include <sys/types.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -41,6 +47,25 @@ TEST(StopFlagTest, TheStopEndsAPause)
     StopFlag stop;
     const auto start = Clock::now();
     std::thread sleeper([&] { stop.pauseFor(1h); });
+    stop.set();
+    sleeper.join();
+    EXPECT_LT(Clock::now() - start, 1h);
+}
+
+TEST(StopFlagTest, TheStopEndsAPauseThatHasBegun)
+{
+    StopFlag stop;
+    std::atomic<pid_t> thread = 0;
+    const auto start = Clock::now();
+    std::thread sleeper([&] {
+        thread = gettid();
+        stop.pauseFor(1h);
+    });
+    int looks = 0;  // in a row that found it asleep
+    EXPECT_TRUE(eventually([&] {
+        looks = thread != 0 && isAsleep(thread) ? looks + 1 : 0;
+        return looks == 5;
+    }));
     stop.set();
     sleeper.join();
     EXPECT_LT(Clock::now() - start, 1h);

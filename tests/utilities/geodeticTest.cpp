@@ -158,6 +158,11 @@ TEST(GeodeticTest, OverloadsAgree)
                0.0, 0.0);
 }
 
+TEST(GeodeticTest, PointOnTheSecondAxisIsAQuarterTurnToTheEast)
+{
+    expectNear(Geodetic::Geodetic_From_ECEF(0.0, kSemiMajor + 100.0, 0.0), 0.0, kPi / 2, 100.0, 1e-8);
+}
+
 TEST(GeodeticTest, CentreOfTheEarthIsTheZeroVector)
 {
     expectNear(Geodetic::Geodetic_From_ECEF(0.0, 0.0, 0.0), 0.0, 0.0, 0.0, 0.0);

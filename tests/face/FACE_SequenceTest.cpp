@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <new>
 #include <string>
+#include <utility>
 
 using FACE::Sequence;
 using FACE::String;
@@ -37,6 +38,7 @@ void expectUnusable(Octets& octets)
 {
     EXPECT_FALSE(octets.is_valid());
     EXPECT_EQ(octets.buffer(), nullptr);
+    EXPECT_EQ(std::as_const(octets).buffer(), nullptr);
     EXPECT_EQ(octets.length(), 0u);
     EXPECT_EQ(octets.bound(), 0u);
     EXPECT_EQ(octets.capacity(), 0u);

@@ -35,6 +35,7 @@ struct Library {
     std::function<void()> onUnregisterType = [] {};
     std::function<void()> onCreateEndpoint = [] {};
     std::function<void()> onRemoveEndpoint = [] {};
+    bool refusesEndpoints = false;
     Participant* participant = nullptr;  // the one that was made last
 };
 
@@ -85,6 +86,7 @@ Publisher* CREATE_PUBLISHER(REPLACED)(Participant* participant, const PublisherA
                                       PublisherListener* listener)
 {
     theLibrary.onCreateEndpoint();
+    if (theLibrary.refusesEndpoints) return nullptr;
     return CREATE_PUBLISHER(ORIGINAL)(participant, attributes, listener);
 }
 
@@ -94,6 +96,7 @@ Subscriber* CREATE_SUBSCRIBER(REPLACED)(Participant* participant, const Subscrib
                                         SubscriberListener* listener)
 {
     theLibrary.onCreateEndpoint();
+    if (theLibrary.refusesEndpoints) return nullptr;
     return CREATE_SUBSCRIBER(ORIGINAL)(participant, attributes, listener);
 }
 
@@ -284,6 +287,19 @@ TEST_F(ConnectedTransportFaultsTest, ErrorAtRegistrationIsToldAndClosesTheConnec
     EXPECT_EQ(registerSender(), 11);
     EXPECT_EQ(registerCallback(), 11);
     EXPECT_EQ(console.flushed(), "broken\nbroken\n");
+}
+
+TEST_F(ConnectedTransportFaultsTest, EndpointThatTheLibraryRefusesIsToldAndClosesTheConnection)
+{
+    theLibrary.refusesEndpoints = true;
+    const ConsoleCapture console(std::cerr);
+    EXPECT_EQ(registerSender(), 11);
+    EXPECT_EQ(registerCallback(), 11);
+    const std::string start = "Participant " + transport->participantName() + " error creating ";
+    EXPECT_EQ(console.flushed(), start + "publisher for topic: Times\n" + start + "subscriber for topic: Times\n");
+    theLibrary.refusesEndpoints = false;
+    EXPECT_EQ(registerSender(), 0);
+    EXPECT_EQ(registerCallback(), 0);
 }
 
 TEST_F(ConnectedTransportFaultsTest, WhateverIsThrownWhileAnEndpointIsRemovedIsNoAction)

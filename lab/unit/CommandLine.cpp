@@ -183,6 +183,17 @@ void apply(const Texts& texts, Settings& settings)
     settings.registers = !texts.noRegisters;
 }
 
+/// A number between two others, or one of these. What is not a number would pass a check that only compares it with both.
+CLI::Validator isBetween(double least, double most)
+{
+    const CLI::Range range(least, most);
+    const auto check = [range](std::string& text) -> std::string {
+        double number = 0;
+        return CLI::detail::lexical_cast(text, number) && std::isnan(number) ? text + " is no number" : range(text);
+    };
+    return {check, range.get_description()};
+}
+
 void addFiles(CLI::App& tool, Settings& settings)
 {
     tool.add_option("--connections", settings.connections, "connection file of the unit")->capture_default_str();
@@ -199,7 +210,7 @@ void addNavigation(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_option("--topics", texts.topics, "OUTPUT,...: what is sent; none sends nothing (default: all six)")
         ->delimiter(',');
     tool.add_option("--rate", settings.rateHz, "epochs a second")
-        ->check(CLI::Range(0.01, 1000.0))
+        ->check(isBetween(0.01, 1000.0))
         ->capture_default_str();
     tool.add_option("--offset", texts.offsets, "OUTPUT=SECONDS: added to its time of validity");
     tool.add_option("--server", texts.servers, "OUTPUT=ID: the server that it comes from");
@@ -225,7 +236,7 @@ void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
     tool.add_option("--answers", texts.answers,
                     "normal, none, nack, fail, ack-only, or FIRST,LAST of ack, nack, none and "
                     "pass, fail, none: how commands are answered");
-    const auto seconds = CLI::Range(0.0, kLongest);
+    const auto seconds = isBetween(0.0, kLongest);
     tool.add_option("--answer-delay", settings.answerDelaySeconds, "seconds to the first answer")
         ->check(seconds)
         ->capture_default_str();
@@ -246,7 +257,7 @@ void addCommands(CLI::App& tool, Settings& settings, Texts& texts)
 
 void addEvents(CLI::App& tool, Settings& settings, Texts& texts)
 {
-    const auto rate = CLI::Range(0.0, 1000.0);
+    const auto rate = isBetween(0.0, 1000.0);
     tool.add_option("--scenario", texts.scenario,
                     "FILE with a line for each event or place, such as: at 5 warn 6 ANTENNA OPEN");
     tool.add_option("--threat", texts.threats, "KIND KEY=VALUE... + ...@SECONDS: a threat report, such as jam az=90@5");
@@ -262,19 +273,19 @@ void addEvents(CLI::App& tool, Settings& settings, Texts& texts)
 void addUnit(CLI::App& tool, Settings& settings, Texts& texts)
 {
     tool.add_option("--post-after", settings.postAfterSeconds, "seconds to the end of the self test (default: 2)")
-        ->check(CLI::Range(0.0, kLongest));
+        ->check(isBetween(0.0, kLongest));
     tool.add_flag("--no-post", texts.noPost, "the self test never ends");
     tool.add_flag("--no-flags", texts.noFlags, "leave the flag files alone");
     tool.add_flag("--no-registers", texts.noRegisters, "leave the register memory alone");
     tool.add_option("--clock-rate", settings.clockRate, "what the clock rate register tells")->capture_default_str();
     tool.add_option("--uptime", settings.uptimeSeconds, "seconds that the system count begins with, at least")
-        ->check(CLI::Range(0.0, kLongest))
+        ->check(isBetween(0.0, kLongest))
         ->capture_default_str();
     tool.add_option("--count-step", settings.countStepSeconds, "seconds between two writes of the system count")
-        ->check(CLI::Range(0.0001, 10.0))
+        ->check(isBetween(0.0001, 10.0))
         ->capture_default_str();
     tool.add_option("--duration", settings.durationSeconds, "seconds to run (default: until it is stopped)")
-        ->check(CLI::Range(0.0, kLongest));
+        ->check(isBetween(0.0, kLongest));
     tool.add_option("--control", settings.control, "socket that takes lines of a scenario while it runs");
     tool.add_flag("--repeatable", settings.repeatable,
                   "the same seed and scenario send the same bytes: times are the planned ones, no epoch is left out");

@@ -256,6 +256,16 @@ TEST(CommandLineTest, WrongValueIsNamedWithItsOption)
     }
 }
 
+TEST(CommandLineTest, WhatIsNotANumberIsNoneOfAnyRange)
+{
+    for (const char* option : {"--rate", "--answer-delay", "--erase-seconds", "--bit-seconds", "--threat-rate",
+                               "--warn-rate", "--post-after", "--uptime", "--count-step", "--duration"}) {
+        const Read made = read({option, "nan"});
+        EXPECT_EQ(made.line.status, 2) << option;
+        EXPECT_EQ(made.err, "unit-sim: " + std::string(option) + ": nan is no number (unit-sim --help tells more)\n");
+    }
+}
+
 TEST(CommandLineTest, HelpIsPrintedAndEndsWell)
 {
     const Read made = read({"--help"});

@@ -3,9 +3,9 @@
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/serve/PageModel.h"
 #include "lab/ctl/serve/PageServer.h"
+#include "lab/ctl/top/Every.h"
 #include "lab/ctl/top/UnitFeed.h"
 
-#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <poll.h>
@@ -17,8 +17,6 @@ namespace {
 
 using Clock = TopicStatistics::Clock;
 using Time = TopicStatistics::Time;
-
-constexpr std::chrono::milliseconds kFrame{250};
 
 std::unique_ptr<ListeningSocket> socketOf(const ServeOptions& options)
 {
@@ -81,11 +79,10 @@ private:
     /// Until there is something to hear, or the next frame is due.
     void wait()
     {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_frame.next() - Clock::now()).count();
         const auto [samples, queues, bus] = m_feed.descriptors();
         pollfd waiting[] = {
             {m_ending.descriptor(), POLLIN, 0}, {samples, POLLIN, 0}, {queues, POLLIN, 0}, {bus, POLLIN, 0}};
-        ::poll(waiting, std::size(waiting), static_cast<int>(std::clamp<decltype(left)>(left, 0, 250)));
+        ::poll(waiting, std::size(waiting), static_cast<int>(m_frame.left(Clock::now()).count()));
     }
 
     const ServeOptions& m_options;

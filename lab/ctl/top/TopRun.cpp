@@ -2,6 +2,7 @@
 
 #include "lab/ctl/RecordText.h"
 #include "lab/ctl/WatchRun.h"
+#include "lab/ctl/top/Every.h"
 #include "lab/ctl/top/TerminalSignals.h"
 #include "lab/ctl/top/TopLayout.h"
 #include "lab/ctl/top/TopScreen.h"
@@ -20,8 +21,6 @@ namespace {
 
 using Clock = TopicStatistics::Clock;
 using Time = TopicStatistics::Time;
-
-constexpr std::chrono::milliseconds kFrame{250};
 
 std::vector<std::string> linesOf(const std::string& text)
 {
@@ -94,13 +93,12 @@ private:
     /// Until there is something to hear, or the next frame is due.
     void wait()
     {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_frame.next() - Clock::now()).count();
         const auto [samples, queues, bus] = m_feed.descriptors();
         pollfd waiting[] = {
             {STDIN_FILENO, POLLIN, 0},           {samples, POLLIN, 0}, {m_ending.descriptor(), POLLIN, 0},
             {m_signals.descriptor(), POLLIN, 0}, {queues, POLLIN, 0},  {bus, POLLIN, 0}};
-        const int count =
-            ::poll(waiting, std::size(waiting), static_cast<int>(std::clamp<decltype(left)>(left, 0, 250)));
+        const auto left = m_frame.left(Clock::now());
+        const int count = ::poll(waiting, std::size(waiting), static_cast<int>(left.count()));
         // A terminal that is gone would be ready for ever.
         m_isGone = count > 0 && (waiting[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
     }

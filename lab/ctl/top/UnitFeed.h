@@ -4,6 +4,7 @@
 #include "lab/ctl/QueueTaps.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/top/BusFeed.h"
+#include "lab/ctl/top/Every.h"
 #include "lab/ctl/top/JoinFeed.h"
 #include "lab/ctl/top/TopModel.h"
 #include "lab/ctl/why/ReceiverCopy.h"
@@ -14,26 +15,6 @@
 #include <vector>
 
 namespace orvanectl {
-
-/// A moment that comes again and again. One thread at a time.
-class Every {
-public:
-    using Time = TopicStatistics::Time;
-
-    explicit Every(Time::duration interval) : m_interval(interval) {}
-
-    bool isDue(Time now)
-    {
-        if (now < m_next) return false;
-        m_next = now + m_interval;
-        return true;
-    }
-    Time next() const { return m_next; }
-
-private:
-    Time::duration m_interval;
-    Time m_next{};
-};
 
 /// All that can be heard on a unit: topics, bus, queues and the service's process. It only listens. One thread at a time.
 class UnitFeed {

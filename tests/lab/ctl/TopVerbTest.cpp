@@ -205,6 +205,13 @@ TEST_F(TopVerbTest, HoweverItIsEndedTheTerminalIsAsItWas)
     endsBy([] { send("QUIT"); });
 }
 
+TEST_F(TopVerbTest, AfterTheTimeThatItWasGivenTheTerminalIsAsItWas)
+{
+    start("--for 1");
+    EXPECT_EQ(ended(), "0\n");
+    EXPECT_EQ(textOf("/tmp/errors"), "");
+}
+
 TEST_F(TopVerbTest, StoppedFromOutsideItDrawsAllAnewWhenItGoesOn)
 {
     start();

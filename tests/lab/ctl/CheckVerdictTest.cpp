@@ -5,11 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <set>
 #include <string>
+#include <sys/resource.h>
 #include <utility>
 #include <vector>
 
@@ -35,17 +38,38 @@ struct Damage {
 };
 
 /// How many files each of the tests compares, of which there are enough together.
-constexpr std::size_t kTopLevel = 130, kConnections = 174, kTransports = 43, kDevices = 144, kSensors = 141, kBus = 38,
-                      kBroken = 64, kHarmless = 7;
-static_assert(kTopLevel + kConnections + kTransports + kDevices + kSensors + kBus + kBroken + kHarmless == 741);
+constexpr std::size_t kTopLevel = 168, kConnections = 200, kTransports = 43, kDevices = 158, kSensors = 161, kBus = 38,
+                      kBroken = 64, kHarmless = 7, kMany = 14, kHistories = 2;
+static_assert(kTopLevel + kConnections + kTransports + kDevices + kSensors + kBus + kBroken + kHarmless + kMany +
+                  kHistories ==
+              855);
 
 /// What may stand as a number, a truth or a name, and mostly shouldn't.
 const std::vector<std::string> kTexts = {"", " ", "-1", "x", "99999999999999999999", "0x"};
 
-/// Every element without elements in it, one after the other, gone and with other texts; every container gone.
+/// What is there twice: an element without elements in it, once with nothing in the first of them, once in the second; a
+/// container as it is, and behind it one of the same content, but for a name of its own.
+std::vector<Damage> doublesOf(const std::string& place, const std::string& name, const std::string& element,
+                              const std::function<std::string(const std::string&)>& replaced)
+{
+    if (element.find("</") == element.rfind("</")) {
+        const std::string empty = '<' + name + "></" + name + '>';
+        return {{place + " doubled, the first empty", replaced(empty + element)},
+                {place + " doubled, the second empty", replaced(element + empty)}};
+    }
+    std::string other = element;
+    const auto end = other.find("</Name>");
+    if (end != std::string::npos) other.insert(end, "2");
+    return {{place + " doubled", replaced(element + element)},
+            {place + " with another name", replaced(element + other)}};
+}
+
+/// Every element without elements in it, one after the other, gone and with other texts; every container gone. The first
+/// element of each name doubled.
 std::vector<Damage> damagesOf(const std::string& file, const std::vector<std::string>& texts)
 {
     std::vector<Damage> damages;
+    std::set<std::string> names;
     for (std::size_t begin = file.find('<'); begin != std::string::npos; begin = file.find('<', begin + 1)) {
         const std::size_t end = file.find('>', begin);
         if (end == std::string::npos || file[begin + 1] == '/' || file[begin + 1] == '!' || file[begin + 1] == '?')
@@ -60,6 +84,9 @@ std::vector<Damage> damagesOf(const std::string& file, const std::vector<std::st
             return file.substr(0, begin) + element + file.substr(behind + close.size());
         };
         damages.push_back({place + " gone", replaced("")});
+        if (names.insert(name).second)
+            std::ranges::move(doublesOf(place, name, file.substr(begin, behind + close.size() - begin), replaced),
+                              std::back_inserter(damages));
         if (content.find('<') != std::string::npos) continue;
         for (const std::string& text : texts)
             damages.push_back({place + " \"" + text + '"', replaced('<' + name + '>' + text + close)});
@@ -209,6 +236,61 @@ TEST_F(CheckVerdictTest, ValuesThatOnlyLookHarmless)
     }
     compare(name, damages);
     EXPECT_EQ(count, kHarmless);
+}
+
+TEST_F(CheckVerdictTest, WhatIsTooManyOrTwiceInOneFile)
+{
+    const auto changed = [this](const std::string& name, const std::string& from, const std::string& to) {
+        std::string text = readFile(kFolder + name);
+        const auto at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        text.replace(at, from.size(), to);
+        compare(name, {{from + " -> " + to.substr(0, 40), text}});
+    };
+    std::string sensors, attributes;
+    for (int i = 0; i < 51; ++i) {
+        const std::string id = std::to_string(i);
+        sensors += "<Sensor><Name>S" + id + "</Name><Parameters><SensorId>S-" + id +
+                   "</SensorId><Enabled>true</Enabled><SensorType>VAPNTC_SENSOR_TYPE_GPS</SensorType>"
+                   "<HasOtherSensorType>false</HasOtherSensorType><ComponentConfigurationId>0x27"
+                   "</ComponentConfigurationId><HasComponentConfigurationId>true</HasComponentConfigurationId>"
+                   "</Parameters></Sensor>";
+    }
+    for (int i = 0; i < 1001; ++i) attributes += " a" + std::to_string(i) + "=\"\"";
+    changed("HX_Sensor_Data.xml", "<Sensor>", sensors + "<Sensor>");
+    changed("HX_Sensor_Data.xml", "<SensorId>ALTNAV-1<", "<SensorId>GPS-1<");
+    for (const char* file : {"OrvaneServer.xml", "Connections.xml", "IODevices.xml", "HX_Sensor_Data.xml"}) {
+        changed(file, "<Parameters>", "<Parameters" + attributes + ">");
+        changed(file, "<Parameters>", "<Parameters a=\"\" a=\"\">");
+    }
+    changed("IODevices.xml", "<Port>6<", "<Port>5<");
+    changed("IODevices.xml", ">0x43C10000<", ">0x43C00800<");
+    changed("IODevices.xml", ">0x43C10000<", ">0x43C20000<");
+    changed("IODevices.xml", ">0x43C10000<", ">0xFFFFFFF0<");
+    EXPECT_EQ(count, kMany);
+}
+
+TEST_F(CheckVerdictTest, HistoriesThatNoMemoryHolds)
+{
+#ifdef ORVANE_SANITIZED
+    GTEST_SKIP() << "a sanitizer takes more addresses than the limit leaves";
+#endif
+    const std::string name = "Connections.xml", file = readFile(kFolder + name);
+    // Else a machine with much memory would give all of it away before it has none.
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+    rlimit limit = before;
+    limit.rlim_cur = rlim_t{2} << 30;
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &limit), 0);
+    std::vector<Damage> damages;
+    for (const char* depth : {"1000000000", "2147483647"}) {
+        std::string text = file;
+        text.replace(text.find("<HistoryDepth>10<"), 17, "<HistoryDepth>" + std::string(depth) + "<");
+        damages.push_back({depth, text});
+    }
+    compare(name, damages);
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(count, kHistories);
 }
 
 TEST_F(CheckVerdictTest, Devices)

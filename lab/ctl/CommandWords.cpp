@@ -59,7 +59,8 @@ std::vector<std::string> knownOf(const CLI::App& app, const std::string& name, c
 }
 
 /// For the app and for each command below it: a row with the words before, and those that may come next; and one for
-/// each option that takes a value, which may have no words, so that nothing but names of files comes there.
+/// each option that takes a value, which may have no words, so that nothing but names of files comes there, as for a
+/// command where nothing is known of an argument.
 void addRows(const CLI::App& app, const std::string& path, const KnownValues& values, std::string& rows,
              std::string& valueRows)
 {
@@ -68,6 +69,7 @@ void addRows(const CLI::App& app, const std::string& path, const KnownValues& va
         if (option->get_positional()) {
             const std::vector<std::string> known = knownOf(app, option->get_name(true), values);
             words.insert(words.end(), known.begin(), known.end());
+            if (known.empty()) valueRows += row(path + " =", {});  // no word that is looked for
         }
         if (option->get_items_expected_max() == 0) continue;
         std::vector<std::string> names;
@@ -114,13 +116,23 @@ std::string bashCompletion(const CLI::App& tool, const KnownValues& values)
            valueRows +
            ")\n"
            "_orvanectl() {\n"
-           "    local path=orvanectl word next words\n"
+           "    local path=orvanectl option= before= cur=${COMP_WORDS[COMP_CWORD]} word words\n"
+           "    # The shell takes --option=value for three words.\n"
            "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
-           "        next=\"$path $word\"\n"
-           "        [ -z \"${_orvanectl_words[$next]+known}\" ] || path=$next\n"
+           "        if [ \"$word\" = = ]; then option=${option:-=}\n"
+           "        elif [ -n \"$option\" ]; then option=\n"
+           "        elif [ -n \"${_orvanectl_values[\"$path $word\"]+known}\" ]; then option=$word\n"
+           "        elif [ -n \"${_orvanectl_words[\"$path $word\"]+known}\" ]; then path=\"$path $word\"\n"
+           "        fi\n"
            "    done\n"
-           "    words=${_orvanectl_values[\"$path ${COMP_WORDS[COMP_CWORD-1]}\"]-${_orvanectl_words[\"$path\"]}}\n"
-           "    COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
+           "    case $cur in\n"
+           "    =) option=${option:-=} cur= ;;\n"
+           "    --*=*) option=${cur%%=*} before=${cur%%=*}= cur=${cur#*=} ;;\n"
+           "    esac\n"
+           "    words=${_orvanectl_words[\"$path\"]}\n"
+           "    [ -n \"$cur\" ] || [ -z \"${_orvanectl_values[\"$path =\"]+files}\" ] || words=\n"
+           "    [ -z \"$option\" ] || words=${_orvanectl_values[\"$path $option\"]}\n"
+           "    COMPREPLY=($(compgen -P \"$before\" -W \"$words\" -- \"$cur\"))\n"
            "}\n"
            "complete -o default -F _orvanectl orvanectl\n";
 }

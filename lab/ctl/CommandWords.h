@@ -19,7 +19,8 @@ std::string unknownWord(const CLI::App& tool);
 using KnownValues = std::map<std::string, std::vector<std::string>>;
 
 /// A script for bash that completes the tool's verbs and options, values that are known, and otherwise names of files:
-/// behind an option that takes a value of which nothing is known those alone.
+/// behind an option that takes a value of which nothing is known those alone, and where an argument of which nothing is
+/// known may begin those first.
 std::string bashCompletion(const CLI::App& tool, const KnownValues& values = {});
 
 }  // namespace orvanectl

@@ -244,6 +244,30 @@ TEST_F(OrvaneCtlTest, BashCompletesVerbsOptionsTopicsTypesAndNamesOfTheBus)
     EXPECT_EQ(completed("orvanectl decode --format ''", 3), "auto records frames\n");
 }
 
+TEST_F(OrvaneCtlTest, BashCompletesValuesBehindAnEqualsSignAndTakesThemForNoVerbs)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"pub UTCTime --from = Mas", "MasterClock"},  // three words to a shell, unless it was told otherwise
+        {"pub UTCTime --system =", "KOLT RENS SarventPlus"},
+        {"pub UTCTime --from=Mas", "--from=MasterClock"},
+        {"pub --type = UTCTime --system R", "RENS"},
+        {"pub UTCTime --set gps_week = 8", ""},
+        {"pub UTCTime --set gps_week =", ""},
+        {"check --config = ''", ""},
+        {"decode ''", ""},  // that is, files
+        {"decode --format frames ''", ""},
+        {"decode --j", "--json"},
+        {"bus --socket watch wa", "watch"},
+        {"bus --socket = watch wa", "watch"}};
+    for (const auto& [words, offered] : rows) {
+        const Finished result = run({"/bin/bash", "-c",
+                                     "source <(\"$0\" completion); eval \"COMP_WORDS=(orvanectl $1)\"; "
+                                     "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _orvanectl; echo \"${COMPREPLY[@]}\"",
+                                     kTool, words});
+        EXPECT_EQ(result.output, offered + std::string("\n")) << words << result.errors;
+    }
+}
+
 TEST_F(OrvaneCtlTest, BashCompletesNothingButFilesBehindAnOptionWithoutATable)
 {
     const Finished result =

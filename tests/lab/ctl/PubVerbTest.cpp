@@ -86,7 +86,8 @@ TEST(PubVerbTest, WhatItStampsIsTheUnitsTime)
                       kTool, line});
     EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
     EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();
-    const std::regex stamped(R"("seq_num":0,"timestamp_arrival":\{"sec":1000,[^}]*\},"timestamp_valid":\{"sec":1000,)");
+    const std::regex stamped(
+        R"("seq_num":0,"timestamp_arrival":\{"sec":1000,[^}]*\},"timestamp_valid":\{"sec":1000,"nsec":[^}]*,"time_code":100\})");
     const std::string shown = echo.output();
     EXPECT_EQ(std::distance(std::sregex_iterator(shown.begin(), shown.end(), stamped), std::sregex_iterator()), 2)
         << shown;
@@ -97,11 +98,12 @@ TEST(PubVerbTest, LinesOfAFileGoOutInTheirOwnTime)
     std::ofstream("/tmp/lines")
         << R"({"topic":"UTCTime","type":"UTCTime","header":{"timestamp_valid":{"sec":4}},"message":{}})"
            "\n"
-        << R"({"topic":"UTCTime","type":"UTCTime","header":{"timestamp_valid":{"sec":6}},"message":{}})"
+        << R"({"topic":"UTCTime","type":"UTCTime","header":{"timestamp_valid":{"sec":5}},"message":{}})"
            "\n";
-    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "2", "--backfill"});
+    ChildProcess echo({kTool, "echo", "UTCTime", "--json", "--count", "4", "--backfill"});
     const auto start = std::chrono::steady_clock::now();
-    ChildProcess pub({kTool, "pub", "--file", "/tmp/lines", "--wait", "60"});
+    // Which begin anew behind the last one.
+    ChildProcess pub({kTool, "pub", "--file", "/tmp/lines", "--count", "4", "--wait", "60"});
     EXPECT_EQ(pub.wait(), Ending({0, 0})) << pub.errors();
     EXPECT_GE(std::chrono::steady_clock::now() - start, 2s);
     EXPECT_EQ(echo.wait(), Ending({0, 0})) << echo.errors();

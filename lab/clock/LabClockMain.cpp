@@ -52,28 +52,33 @@ int main(int argc, char** argv)
     CLI::App app{"Makes and sets the clock of processes that run with liblab_clock.so and ORVANE_LAB_CLOCK=FILE"};
     app.name("lab-clock");
     app.require_subcommand(1);
+    app.footer("Examples:\n"
+               "  lab-clock create drive.clock --rate 60 --real 1772323200\n"
+               "  lab-clock show drive.clock\n"
+               "  lab-clock step drive.clock -- -0.5       half a second back");
     std::string path;
     double number = 0.0, rate = 1.0, duration = 0.0, real = -1.0;
-    const auto verb = [&](const char* name, const char* what) {
+    const auto verb = [&](const std::string& name, const char* what, const std::string& rest) {
         CLI::App* const command = app.add_subcommand(name, what);
+        command->footer("Examples:\n  lab-clock " + name + " drive.clock" + rest);
         command->add_option("FILE", path, "the clock")->required();
         return command;
     };
-    CLI::App* const create = verb("create", "makes a clock anew");
+    CLI::App* const create = verb("create", "makes a clock anew", " --rate 60 --real 1772323200");
     create->add_option("--rate", rate, "how many times as fast as the machine's, 0.001 to 1000");
     create->add_option("--real", real, "real time to begin with, seconds since 1970; the machine's otherwise");
-    CLI::App* const setRate = verb("rate", "lets it run at another rate");
+    CLI::App* const setRate = verb("rate", "lets it run at another rate", " 10");
     setRate->add_option("RATE", number)->required();
-    CLI::App* const step = verb("step", "shifts its real time at once");
+    CLI::App* const step = verb("step", "shifts its real time at once", " -- -0.5");
     step->add_option("SECONDS", number, "may be negative")->required();
-    CLI::App* const stepTo = verb("set", "sets its real time");
+    CLI::App* const stepTo = verb("set", "sets its real time", " 1772323200");
     stepTo->add_option("SECONDS", number, "since 1970")->required();
-    CLI::App* const slew = verb("slew", "shifts its real time evenly");
+    CLI::App* const slew = verb("slew", "shifts its real time evenly", " 2 --over 60");
     slew->add_option("SECONDS", number, "may be negative")->required();
     slew->add_option("--over", duration, "seconds of the clock that it takes")->required();
-    CLI::App* const leap = verb("leap", "lets a second pass twice");
+    CLI::App* const leap = verb("leap", "lets a second pass twice", " 1798761600");
     leap->add_option("SECONDS", number, "real time at which it begins again, since 1970")->required();
-    CLI::App* const showing = verb("show", "prints rate and times");
+    CLI::App* const showing = verb("show", "prints rate and times", "");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

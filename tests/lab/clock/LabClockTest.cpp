@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -54,6 +56,27 @@ TEST_F(LabClockTest, SetsRateAndTime)
     EXPECT_EQ(clock.state().slew, 3600 * kSecond);
     ASSERT_EQ(run({"rate", m_path, "60"}), (Ending{0, 0})) << m_errors;
     EXPECT_EQ(clock.state().rate, 60'000);
+}
+
+TEST_F(LabClockTest, TheExamplesOfItsHelpHold)
+{
+    // In this order: the first one makes the clock.
+    for (const char* command : {"create", "rate", "step", "set", "slew", "leap", "show", ""}) {
+        std::vector<std::string> words = {command, "--help"};
+        if (words.front().empty()) words.erase(words.begin());
+        ASSERT_EQ(run(words), (Ending{0, 0})) << m_errors;
+        std::istringstream help(m_output.substr(std::min(m_output.find("Examples:\n"), m_output.size())));
+        int examples = 0;
+        for (std::string line; std::getline(help, line);) {
+            if (!line.starts_with("  lab-clock ")) continue;
+            const std::string example = line.substr(12, line.find("  ", 2) - 12);
+            ChildProcess shell({"/bin/sh", "-c", "cd \"$1\" && \"$0\" " + example, ORVANE_LAB_CLOCK_BINARY,
+                                m_directory.path().string()});
+            EXPECT_EQ(shell.wait(), (Ending{0, 0})) << line << ": " << shell.errors();
+            ++examples;
+        }
+        EXPECT_GT(examples, 0) << "lab-clock " << command << " --help";
+    }
 }
 
 TEST_F(LabClockTest, ShowsRateAndTimes)

@@ -723,19 +723,29 @@ class Options(unittest.TestCase):
             except SystemExit:
                 return told.getvalue().splitlines()[-1]
 
-    def test_examples_of_the_help_are_taken_and_name_scenarios(self):
-        examples = re.findall(r"^  script/golden(.*?)(?:  .*)?$", golden.EXAMPLES, re.MULTILINE)
-        self.assertEqual(len(examples), 4)
-        for example in examples:
-            for name in self.read(*example.split()).names:
-                self.assertTrue((ROOT / "lab/scenarios" / name / "scenario.txt").is_file(), name)
-
     def test_numbers_of_runs_begin_at_1(self):
         self.assertEqual(self.read("--jobs", "0"), "script/golden: error: argument --jobs: invalid number from 1 value: '0'")
         self.assertEqual(self.read("--repeat", "x"), "script/golden: error: argument --repeat: invalid number from 1 value: 'x'")
 
 
 class Arguments(unittest.TestCase):
+    def test_examples_of_the_help_are_taken(self):
+        told = io.StringIO()
+        with contextlib.redirect_stdout(told), unittest.mock.patch("sys.argv", ["golden", "--help"]):
+            self.assertRaises(SystemExit, golden.main)
+        examples = [line.split("  ")[0] for line in re.findall(r"^  (script/golden.*)", told.getvalue(), re.MULTILINE)]
+        self.assertGreater(len(examples), 0)
+        for example in examples:
+            with contextlib.ExitStack() as stack:
+                stack.enter_context(contextlib.redirect_stdout(io.StringIO()))
+                stack.enter_context(unittest.mock.patch("sys.argv", example.split()))
+                stack.enter_context(unittest.mock.patch.object(golden, "PROGRAMS", ()))
+                stack.enter_context(unittest.mock.patch.object(golden, "refusal_of_the_sandbox", lambda: ""))
+                stack.enter_context(unittest.mock.patch.object(golden.signal, "signal"))
+                played = stack.enter_context(unittest.mock.patch.object(golden, "check", return_value=""))
+                self.assertEqual(golden.main(), 0, example)
+            self.assertTrue(played.called, example)
+
     def test_requests_have_their_times(self):
         read = unit.read_arguments(["b", "s.txt", "30", "10", "5", "--request", "13 clear-data all", "--", "--seed", "2"])
         self.assertEqual(read, ("b", "s.txt", 30.0, 10.0, 5, [(13.0, ["clear-data", "all"])], ["--seed", "2"]))

@@ -1,4 +1,5 @@
 #include "lab/clock/ClockFile.h"
+#include "lab/text/NearestWord.h"
 
 #include <CLI/CLI.hpp>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <iostream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -44,6 +46,22 @@ void leaveClock(char** arguments)
     std::exit(1);
 }
 
+/// What to say if no verb was given, or none that there is; empty if something else is wrong.
+std::string unknownVerb(const CLI::App& app)
+{
+    if (!app.get_subcommands().empty()) return "";
+    std::vector<std::string> verbs;
+    for (const CLI::App* const verb : app.get_subcommands([](const CLI::App*) { return true; }))
+        verbs.push_back(verb->get_name());
+    std::string all;
+    for (const std::string& verb : verbs) all += (all.empty() ? "" : ", ") + verb;
+    const std::vector<std::string> words = app.remaining();
+    if (words.empty()) return "which verb? there are: " + all;
+    const std::string nearest = labtext::nearestWord(words.front(), verbs);
+    return "no verb \"" + words.front() + "\"; " +
+           (nearest.empty() ? "there are: " + all : "did you mean " + nearest + '?');
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -52,6 +70,9 @@ int main(int argc, char** argv)
     CLI::App app{"Makes and sets the clock of processes that run with liblab_clock.so and ORVANE_LAB_CLOCK=FILE"};
     app.name("lab-clock");
     app.require_subcommand(1);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "lab-clock: " + std::string(error.what()) + " (lab-clock --help tells more)\n";
+    });
     app.footer("Examples:\n"
                "  lab-clock create drive.clock --rate 60 --real 1772323200\n"
                "  lab-clock show drive.clock\n"
@@ -82,6 +103,11 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        const bool isWord = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+        if (const std::string what = isWord ? unknownVerb(app) : ""; !what.empty()) {
+            std::cerr << "lab-clock: " << what << " (lab-clock --help tells more)\n";
+            return 2;
+        }
         return app.exit(error) == 0 ? 0 : 2;
     }
     try {

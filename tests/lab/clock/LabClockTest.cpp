@@ -112,7 +112,13 @@ TEST_F(LabClockTest, WhatIsOutOfRangeIsOneLineAndStatusOne)
     EXPECT_EQ(m_errors, "lab-clock: seconds are less than 9000000000\n");
 }
 
-TEST_F(LabClockTest, UnknownVerbIsStatusTwo)
+TEST_F(LabClockTest, UnknownVerbNamesTheNearestAndIsStatusTwo)
 {
-    EXPECT_EQ(run({"stop", m_path}), (Ending{2, 0}));
+    const std::string more = " (lab-clock --help tells more)\n";
+    EXPECT_EQ(run({"stpe", m_path}), (Ending{2, 0}));
+    EXPECT_EQ(m_errors, "lab-clock: no verb \"stpe\"; did you mean step?" + more);
+    EXPECT_EQ(run({}), (Ending{2, 0}));
+    EXPECT_EQ(m_errors, "lab-clock: which verb? there are: create, rate, step, set, slew, leap, show" + more);
+    EXPECT_EQ(run({"rate", m_path}), (Ending{2, 0}));
+    EXPECT_EQ(m_errors, "lab-clock: RATE is required" + more);
 }

@@ -436,7 +436,7 @@ private:
 
     const PubRecord* nextRecord(std::uint64_t number)
     {
-        if (!m_lines) return &m_records[number % m_records.size()];
+        if (!m_lines) return &m_records[static_cast<std::size_t>(number % m_records.size())];
         m_line = m_lines->next();
         return m_line ? &*m_line : nullptr;
     }

@@ -130,5 +130,17 @@ class Keys(unittest.TestCase):
         self.assertEqual(told - set(re.findall(r"\d+", page)), set())
 
 
+class Scripts(unittest.TestCase):
+    """Those of the lab that are no programs: their pages are written by hand."""
+
+    def test_every_option_of_their_help_is_told(self):
+        for name in ("sandbox", "desk"):
+            told = subprocess.run([ROOT / "lab" / name, "--help"], capture_output=True, text=True, check=True).stdout
+            options = set(re.findall(r"^  (--[a-z-]+)", told, re.M))
+            self.assertGreaterEqual(len(options), 3)
+            page = (ROOT / f"docs/man/lab-{name}.1.adoc").read_text()
+            self.assertEqual(set(re.findall(r"^\*(--[a-z-]+)\*.*::$", page, re.M)), options, name)
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,8 +1,9 @@
 """What a package is made of, as SPDX 2.3: the package, all that it depends on, and what was compiled into it.
 
-python3 packaging/sbom.py PACKAGE.deb
+python3 packaging/sbom.py [--admindir=FOLDER] PACKAGE.deb
 
-It is told by dpkg alone: of what is installed here, which is what the package was built with.
+It is told by dpkg alone: of what is installed here, or in what that folder is the database of, which is what the package
+was built with.
 """
 
 import datetime
@@ -115,11 +116,12 @@ def document(control, digest, installed, epoch):
 
 
 def main():
-    deb = pathlib.Path(sys.argv[1])
+    *database, place = sys.argv[1:]
+    deb = pathlib.Path(place)
     text = subprocess.run(["dpkg-deb", "--field", deb], capture_output=True, text=True, check=True).stdout
     control = dict(line.split(": ", 1) for line in text.splitlines() if not line.startswith(" "))
     query = "\\t".join("${" + field + "}" for field in FIELDS) + "\\n"
-    rows = subprocess.run(["dpkg-query", "-W", "-f", query], capture_output=True, text=True, check=True).stdout
+    rows = subprocess.run(["dpkg-query", *database, "-W", "-f", query], capture_output=True, text=True, check=True).stdout
     digest = hashlib.sha256(deb.read_bytes()).hexdigest()
     json.dump(document(control, digest, installed_packages(rows), int(os.environ["SOURCE_DATE_EPOCH"])), sys.stdout,
               indent=1)

@@ -110,7 +110,8 @@ class Packages(unittest.TestCase):
         self.assertEqual(sorted(pages["orvane-server"]),
                          ["man5/Connections.xml.5.gz", "man5/HX_Sensor_Data.xml.5.gz", "man5/IODevices.xml.5.gz",
                           "man5/OrvaneServer.xml.5.gz", "man8/OrvaneServer.8.gz"])
-        for page in ("man1/orvanectl.1.gz", "man1/orvanectl-check.1.gz", "man1/unit-sim.1.gz"):
+        for page in ("man1/orvanectl.1.gz", "man1/orvanectl-check.1.gz", "man1/unit-sim.1.gz",
+                     "man1/lab-sandbox.1.gz"):
             self.assertIn(page, pages["orvane-lab"])
 
     def test_symbols_are_apart(self):
@@ -129,8 +130,13 @@ class Packages(unittest.TestCase):
 
     def test_an_unknown_option_is_refused(self):
         ended = run(ROOT / "script/package", "--fast")
-        self.assertEqual((ended.returncode, ended.stderr), (2, "package: --fast: no such option; there are --built FOLDER, "
-                                                               "--out FOLDER, --unchecked\n"))
+        self.assertEqual((ended.returncode, ended.stderr), (2, "package: --fast: no such option; there are --for ARCHITECTURE, "
+                                                               "--built FOLDER, --out FOLDER, --unchecked\n"))
+
+    def test_an_architecture_that_is_not_built_for_is_refused(self):
+        ended = run(ROOT / "script/package", "--for", "mips")
+        self.assertEqual(ended.returncode, 2)
+        self.assertIn("package: mips: nothing is built for it here; there are ", ended.stderr)
 
 
 def row(name, depends="", provides="", status="installed"):

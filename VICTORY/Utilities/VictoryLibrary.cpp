@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <limits>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -81,7 +82,7 @@ public:
             m_isDiskFull = errno == ENOSPC || errno == EDQUOT;
             return;
         }
-        m_isAlike = ::fchown(m_file, old.st_uid, old.st_gid) == 0 && ::fchmod(m_file, old.st_mode & 07777) == 0;
+        m_isAlike = giveTo(old.st_uid, old.st_gid) && ::fchmod(m_file, old.st_mode & 07777) == 0;
     }
     ~Replacement()
     {
@@ -117,6 +118,14 @@ public:
     }
 
 private:
+    /// Changes the owner only if it is another one: a service manager may refuse the call altogether.
+    bool giveTo(uid_t user, gid_t group) const
+    {
+        struct stat made = {};
+        if (::fstat(m_file, &made) == 0 && made.st_uid == user && made.st_gid == group) return true;
+        return ::fchown(m_file, user, group) == 0;
+    }
+
     const std::filesystem::path m_old;
     const std::filesystem::path m_new;
     int m_file = -1;

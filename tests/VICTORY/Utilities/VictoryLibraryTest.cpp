@@ -1,4 +1,5 @@
 #include "VICTORY/Utilities/VictoryLibrary.h"
+#include "tests/support/ConfinedChild.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/support/VictoryRecorder.h"
 
@@ -183,6 +184,18 @@ TEST_F(ReplaceTextFileTest, TheModeIsKept)
     EXPECT_TRUE(replace().isSuccess());
     EXPECT_EQ(readFile(path), "new");
     EXPECT_EQ(mode(), 0640U);
+}
+
+TEST_F(ReplaceTextFileTest, WhereNoOwnerMayBeChangedAFileOfThisUserIsReplacedStill)
+{
+    const int written = inChild([this] {
+        if (!confineSystemCalls(SYS_fchown, SECCOMP_RET_ERRNO | EPERM, SECCOMP_RET_ALLOW)) return kNotPossible;
+        if (!replace().isSuccess()) return 1;
+        return victory.last("vutilWriteStringToFile").text(1) == path + ".replacement" ? 0 : 2;
+    });
+    if (written == kNotPossible) GTEST_SKIP() << "no system calls can be refused here";
+    EXPECT_EQ(written, 0);
+    EXPECT_EQ(readFile(path), "new");
 }
 
 TEST_F(ReplaceTextFileTest, ALinkStaysAndItsTargetIsReplaced)

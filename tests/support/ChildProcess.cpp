@@ -5,6 +5,9 @@
 #include <fstream>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,12 +24,28 @@ bool isInMask(pid_t process, const std::string& field, int signal)
     return false;
 }
 
+/// The end of who prints, if there is a socket at the path that somebody listens at; -1 if there is none.
+int connectTo(const std::string& path)
+{
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return -1;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.copy(address.sun_path, sizeof address.sun_path - 1) != path.size())
+        throw std::runtime_error("too long for a socket: " + path);
+    const int end = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (end < 0 || connect(end, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw std::runtime_error("nobody listens at " + path);
+    return end;
+}
+
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std::string& input,
                            const std::string& console)
 {
     int output[2], errors[2];
+    const int socketEnd = connectTo(console);
     // Kept from processes that other threads start meanwhile: they would hold the ends open.
     if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) throw std::runtime_error("cannot make a pipe");
 
@@ -35,7 +54,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std:
     posix_spawn_file_actions_addopen(&actions, 0, input.c_str(), O_RDONLY | O_NOCTTY, 0);
     posix_spawn_file_actions_adddup2(&actions, output[1], 1);
     posix_spawn_file_actions_adddup2(&actions, errors[1], 2);
-    if (!console.empty()) {
+    if (socketEnd >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, socketEnd, 1);
+        posix_spawn_file_actions_adddup2(&actions, socketEnd, 2);
+    } else if (!console.empty()) {
         posix_spawn_file_actions_addopen(&actions, 1, console.c_str(), O_WRONLY | O_NOCTTY, 0);
         posix_spawn_file_actions_adddup2(&actions, 1, 2);
     }
@@ -47,6 +69,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const std:
     posix_spawn_file_actions_destroy(&actions);
     close(output[1]);
     close(errors[1]);
+    if (socketEnd >= 0) close(socketEnd);
     if (error != 0) {
         close(output[0]);
         close(errors[0]);

@@ -23,7 +23,7 @@ public:
 
     /// @param arguments  the program's path first
     /// @param input      what its standard input is
-    /// @param console    what its standard output and error are, instead of being read here
+    /// @param console    file or socket that its standard output and error are, instead of being read here
     explicit ChildProcess(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
                           const std::string& console = "");
     ~ChildProcess();

@@ -10,10 +10,13 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
 #include <regex>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -66,6 +69,55 @@ public:
     }
 
 private:
+    int m_reader = -1;
+};
+
+/// A socket for the service's console, as the journal of a service manager has one for each service.
+class Journal {
+public:
+    Journal()
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::string(path()).copy(address.sun_path, sizeof address.sun_path - 1);
+        m_listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+            listen(m_listener, 1) != 0)
+            throw std::runtime_error("cannot make a journal");
+    }
+    ~Journal() { end(); }
+    Journal(const Journal&) = delete;
+    Journal& operator=(const Journal&) = delete;
+
+    static const char* path() { return "/tmp/journal"; }
+
+    /// For the service that was started with it.
+    void accept()
+    {
+        m_reader = accept4(m_listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (m_reader < 0) throw std::runtime_error("nobody prints to the journal");
+    }
+
+    /// What comes next, all of it that is there at once; nothing if nothing comes.
+    std::string read() const
+    {
+        pollfd ready{m_reader, POLLIN, 0};
+        poll(&ready, 1, 100);
+        std::string text(1024UL * 1024UL, '\0');
+        const ssize_t count = ::read(m_reader, text.data(), text.size());
+        text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+        return text;
+    }
+
+    void end()
+    {
+        for (int* descriptor : {&m_reader, &m_listener})
+            if (*descriptor >= 0) close(std::exchange(*descriptor, -1));
+        unlink(path());
+    }
+
+private:
+    int m_listener = -1;
     int m_reader = -1;
 };
 
@@ -160,6 +212,39 @@ TEST_F(ConsoleSystemTest, AReaderThatDiesDoesNotEndTheService)
     const Inputs inputs(desk);
     desk.run();
     console.closeReader();
+    Bus bus;
+    expectWork(bus, inputs);
+    expectEndInOrder();
+}
+
+TEST_F(ConsoleSystemTest, AJournalGetsWholeLinesWhileTheServiceRuns)
+{
+    desk.set("PARAM_1", "false");
+    Journal journal;
+    desk.setConsole(Journal::path());
+    const Inputs inputs(desk);
+    desk.run();
+    journal.accept();
+    ASSERT_TRUE(inputs.waitForService());
+    std::string all;
+    EXPECT_TRUE(eventually([&] {
+        inputs.sendAll();
+        const std::string now = journal.read();
+        EXPECT_TRUE(now.empty() || now.ends_with('\n')) << now;
+        return (all += now).find("*** All synchronized messages received.") != std::string::npos;
+    }));
+    expectEndInOrder();
+}
+
+TEST_F(ConsoleSystemTest, AJournalThatEndsDoesNotEndTheService)
+{
+    Journal journal;
+    desk.setConsole(Journal::path());
+    const Inputs inputs(desk);
+    desk.run();
+    journal.accept();
+    EXPECT_NE(journal.read(), "");  // the lines of the start
+    journal.end();
     Bus bus;
     expectWork(bus, inputs);
     expectEndInOrder();

@@ -150,6 +150,12 @@ class RecordGate {
 public:
     RecordGate(RecordSink& sink, TimeRange range) : m_sink(sink), m_range(range) {}
 
+    /// Channels whose messages make sense, though they stand further in front.
+    void know(const std::vector<Channel>& channels)
+    {
+        for (const Channel& channel : channels) m_channels.emplace(channel.id, channel);
+    }
+
     /// A record that stands outside of chunks, or in one.
     /// @param offset  of the file, for problems
     void take(Front front, Bytes content, std::uint64_t offset)
@@ -264,6 +270,14 @@ Scanner::Scanner(const Source& source, RecordSink& sink, TimeRange range)
     m_crc.add(kMagic);
 }
 
+Scanner::Scanner(const Source& source, RecordSink& sink, std::uint64_t place, const std::vector<Channel>& channels)
+    : Scanner(source, sink)
+{
+    m_gate->know(channels);
+    m_isFromFront = place <= m_result.end;
+    m_result.end = std::clamp(place, m_result.end, std::max(source.size(), m_result.end));
+}
+
 Scanner::~Scanner() = default;
 
 bool Scanner::step()
@@ -336,7 +350,7 @@ void Scanner::checkSum(std::uint64_t length)
     if (length < kCrc) return m_gate->problem(m_result.end, "data end ends too early");
     const auto content = readBytes(m_source, m_result.end + kFrontSize, kCrc);
     const std::uint32_t told = ByteReader(content).u32();
-    if (told != 0 && told != m_crc.value() && !m_gate->hasProblem())
+    if (m_isFromFront && told != 0 && told != m_crc.value() && !m_gate->hasProblem())
         m_gate->problem(m_result.end, "the checksum of all before is wrong");
 }
 

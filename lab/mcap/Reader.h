@@ -56,6 +56,11 @@ class Scanner {
 public:
     /// @param source, sink  outlive this object
     Scanner(const Source& source, RecordSink& sink, TimeRange range = {});
+
+    /// Reads on from a place that another one came to. The checksum of all of it is not looked at then.
+    /// @param place     its `result().end`
+    /// @param channels  those that are known there; they are not handed over again
+    Scanner(const Source& source, RecordSink& sink, std::uint64_t place, const std::vector<Channel>& channels);
     ~Scanner();
     Scanner(const Scanner&) = delete;
     Scanner& operator=(const Scanner&) = delete;
@@ -63,7 +68,7 @@ public:
     /// Hands over what the next record has, which is nothing or one thing or what is in a chunk. False at the end.
     bool step();
 
-    /// Once `step` has been false; `isClosed` is not told.
+    /// Up to what `step` has read; `isClosed` is not told.
     const ScanResult& result() const { return m_result; }
 
     /// Likewise, with `isClosed`.
@@ -78,6 +83,7 @@ private:
     std::unique_ptr<RecordGate> m_gate;
     ScanResult m_result;
     Crc32 m_crc;  // of all that was read
+    bool m_isFromFront = true;
     bool m_hasEnded = false;
 };
 

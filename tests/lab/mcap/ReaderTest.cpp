@@ -297,3 +297,30 @@ TEST(ReaderTest, RecordingWithoutASummaryIsClosed)
     EXPECT_TRUE(mcap::scan(TextSource({bytes.bytes().begin(), bytes.bytes().end()}), reading).isClosed);
     EXPECT_EQ(reading.problems, std::vector<std::string>());
 }
+
+TEST(ReaderTest, ScannerGoesOnWhereAnotherStopped)
+{
+    const TextSource source(recordingOf(6));
+    Reading front;
+    mcap::Scanner first(source, front);
+    while (front.messages.size() < 2) ASSERT_TRUE(first.step());
+    const std::uint64_t place = first.result().end;
+    const auto summary = mcap::readSummary(source);
+    ASSERT_TRUE(summary);
+    Reading rest;
+    for (const mcap::Channel& channel : summary->channels) rest.topics[channel.id] = channel.topic;
+    mcap::Scanner second(source, rest, place, summary->channels);
+    while (second.step()) {
+    }
+    ASSERT_EQ(rest.messages.size(), 4U);
+    EXPECT_EQ(rest.messages.front(), "A #2 1020 902 data2xxxxxxxxxxxxxxxxxxxx");
+    EXPECT_EQ(rest.problems, std::vector<std::string>());
+}
+
+TEST(ReaderTest, ScannerBehindTheEndReadsNothing)
+{
+    const TextSource source(recordingOf(2));
+    Reading reading;
+    mcap::Scanner scanner(source, reading, 1ULL << 40U, {});
+    EXPECT_FALSE(scanner.step());
+}

@@ -176,7 +176,8 @@ void PageModel::takeBusLine(const Json& line, Time now)
                                            }) != std::end(kTells);
     if (!isKept) return;
     const bool isPast = line.contains("last");
-    m_told[name] = {bounded(line), isPast ? std::nullopt : std::optional(now)};
+    m_told.insert_or_assign(name, Told{std::make_shared<const std::string>(textOf(bounded(line))),
+                                       isPast ? std::nullopt : std::optional(now)});
     const auto record = line.find("record");
     if (name == kTells[0].tell && !isPast && record != line.end() && record->is_object()) takeErrors(*record, now);
 }
@@ -205,9 +206,9 @@ FrameBoard::Sections PageModel::sections(const TopView& view, const std::string&
                                      {"events", textOf(events)}};
     for (const auto& row : kTells)
         if (const auto found = m_told.find(std::string(row.tell)); found != m_told.end())
-            sections.emplace_back(row.section, textOf(found->second.line));
+            sections.emplace_back(row.section, *found->second.line);
     if (const auto found = m_told.find(kFaults); found != m_told.end())
-        sections.emplace_back(kFaults, textOf(found->second.line));
+        sections.emplace_back(kFaults, *found->second.line);
     return sections;
 }
 

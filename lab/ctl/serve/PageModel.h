@@ -10,6 +10,7 @@
 #include "lab/ctl/top/TopView.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,8 +52,8 @@ private:
         Json horizontal, vertical, fom, efom, tfom;
     };
     struct Told {
-        Json line;
-        std::optional<Time> time;  // nothing if it was told before the start
+        std::shared_ptr<const std::string> line;  // copies of the model have it in common
+        std::optional<Time> time;                 // nothing if it was told before the start
     };
 
     void takePosition(const aspn2_msgs::idl::PositionVelocityAttitude& message, Time now);

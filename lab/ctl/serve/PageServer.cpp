@@ -4,6 +4,7 @@
 #include "lab/ctl/serve/PageAssets.h"
 
 #include <atomic>
+#include <chrono>
 #include <httplib.h>
 #include <optional>
 #include <string_view>
@@ -86,7 +87,7 @@ std::string textIn(const Json& body, const char* key)
 class PageServer::Impl {
 public:
     Impl(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
-         std::chrono::milliseconds requestTime)
+         std::chrono::milliseconds requestTime, ReplayPosition* position)
         : m_guard(guard), m_board(board), m_requests(requests), m_server(limitsOf(requestTime))
     {
         m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
@@ -114,10 +115,10 @@ public:
         });
         addPages();
         m_server.Get("/events", [this](const httplib::Request&, httplib::Response& response) { show(response); });
-        addRequest("/confirm", [this](const Json& body) { return m_requests.confirmation(textIn(body, "name")); });
-        addRequest("/request", [this](const Json& body) {
-            return m_requests.make(textIn(body, "name"), textIn(body, "confirmation"));
-        });
+        if (position)
+            addPosition(*position);
+        else
+            addRequests();
         m_server.adopt(socket.release());
         m_thread = std::thread([this] {
             m_server.listen_after_bind();
@@ -176,6 +177,25 @@ private:
         });
     }
 
+    void addRequests()
+    {
+        addRequest("/confirm", [this](const Json& body) { return m_requests.confirmation(textIn(body, "name")); });
+        addRequest("/request", [this](const Json& body) {
+            return m_requests.make(textIn(body, "name"), textIn(body, "confirmation"));
+        });
+    }
+
+    void addPosition(ReplayPosition& position)
+    {
+        const auto refuse = [](const Json&) -> Json {
+            return {{"ok", false}, {"error", "a recording is shown: nothing can be requested"}};
+        };
+        addRequest("/confirm", refuse);
+        addRequest("/request", refuse);
+        addRequest("/position",
+                   [&](const Json& body) { return position.change(body, std::chrono::steady_clock::now()); });
+    }
+
     void show(httplib::Response& response)
     {
         if (++m_viewers > kMostViewers) {
@@ -208,8 +228,8 @@ private:
 };
 
 PageServer::PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
-                       std::chrono::milliseconds requestTime)
-    : m_impl(std::make_unique<Impl>(socket, guard, board, requests, requestTime))
+                       std::chrono::milliseconds requestTime, ReplayPosition* position)
+    : m_impl(std::make_unique<Impl>(socket, guard, board, requests, requestTime, position))
 {}
 
 PageServer::~PageServer() = default;

@@ -5,6 +5,7 @@
 #include "lab/ctl/serve/ListeningSocket.h"
 #include "lab/ctl/serve/PageGuard.h"
 #include "lab/ctl/serve/PageRequests.h"
+#include "lab/ctl/serve/ReplayPosition.h"
 
 #include <chrono>
 #include <memory>
@@ -17,6 +18,7 @@ namespace orvanectl {
 ///     GET  /events      server-sent events: each a frame of the board
 ///     POST /confirm     {"name": ...}: what will happen, and the confirmation
 ///     POST /request     {"name": ..., "confirmation": ...}: a request to the bus
+///     POST /position    {"to": ...} and so on: where a recording is shown, if one is; then the two before are refused
 ///
 /// The guard is asked before each.
 class PageServer {
@@ -26,8 +28,9 @@ public:
 
     /// All must outlive it; `board` and `requests` are closed by its end.
     /// @param requestTime  for all of a request to come, from the first to the last byte
+    /// @param position     of the recording that is shown; null for what is sent now
     PageServer(ListeningSocket& socket, const PageGuard& guard, FrameBoard& board, PageRequests& requests,
-               std::chrono::milliseconds requestTime = std::chrono::seconds(5));
+               std::chrono::milliseconds requestTime = std::chrono::seconds(5), ReplayPosition* position = nullptr);
     ~PageServer();
     PageServer(const PageServer&) = delete;
     PageServer& operator=(const PageServer&) = delete;

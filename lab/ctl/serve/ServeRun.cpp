@@ -3,11 +3,12 @@
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/serve/PageModel.h"
 #include "lab/ctl/serve/PageServer.h"
+#include "lab/ctl/serve/ServePlace.h"
 #include "lab/ctl/top/Every.h"
 #include "lab/ctl/top/UnitFeed.h"
 
 #include <chrono>
-#include <memory>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
 
@@ -18,35 +19,20 @@ namespace {
 using Clock = TopicStatistics::Clock;
 using Time = TopicStatistics::Time;
 
-std::unique_ptr<ListeningSocket> socketOf(const ServeOptions& options)
-{
-    if (options.descriptor >= 0) return std::make_unique<ListeningSocket>(options.descriptor);
-    return std::make_unique<ListeningSocket>(options.address, options.port);
-}
-
-std::vector<std::string> namesOf(const ServeOptions& options, const ListeningSocket& socket)
-{
-    std::vector<std::string> names = options.names;
-    names.push_back(socket.host());
-    return names;
-}
-
 class ServeRun {
 public:
     explicit ServeRun(const ServeOptions& options)
-        : m_options(options), m_socket(socketOf(options)),
-          m_address("http://" + m_socket->host() + ':' + std::to_string(m_socket->port()) + '/'),
-          m_guard(namesOf(options, *m_socket)), m_requests(options.socket), m_feed(options.file, options.socket),
-          m_model(m_start)
+        : m_options(options), m_place(options), m_guard(m_place.names()), m_requests(options.socket),
+          m_feed(options.file, options.socket), m_model(m_start)
     {
         show(m_start);
         // By another one a page knows that this is another run, with another token.
         m_board.publish({{"run", Json(randomToken()).dump()}, {"requests", PageRequests::list().dump()}});
-        m_server.emplace(*m_socket, m_guard, m_board, m_requests);
+        m_server.emplace(m_place.socket(), m_guard, m_board, m_requests);
         m_ending.listen();
     }
 
-    const std::string& address() const { return m_address; }
+    const std::string& address() const { return m_place.address(); }
 
     void run()
     {
@@ -88,8 +74,7 @@ private:
     const ServeOptions& m_options;
     EndingSignals m_ending;  // before all threads
     const Time m_start = Clock::now();
-    std::unique_ptr<ListeningSocket> m_socket;
-    std::string m_address;
+    ServePlace m_place;
     PageGuard m_guard;
     FrameBoard m_board;
     PageRequests m_requests;

@@ -11,6 +11,7 @@ namespace orvanectl {
 struct ServeOptions {
     std::string file = "/opt/halvex/config/OrvaneServer.xml";  ///< the service's own settings
     std::string socket;                                        ///< of the bus; empty: there is none
+    std::string recording;                                     ///< is shown in place of what is sent now; empty: none
     std::string address = "127.0.0.1";
     int port = 8642;      ///< 0: any that is free
     int descriptor = -1;  ///< a socket that listens already, in place of the two

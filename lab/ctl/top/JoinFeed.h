@@ -34,6 +34,12 @@ public:
     /// The bus is gone, and with it the service.
     void takeBusGone(Time now) { m_diary.setServiceRuns(false, now); }
 
+    /// To be called before what came at that time is taken, if `text` is not looked at all the while.
+    void settle(Time now)
+    {
+        for (const Epoch& epoch : m_diary.takeDecided(now)) m_sum.add(epoch);
+    }
+
     /// "join rate 0.93 (56 of 60): ..." up to now; before it why no time message comes, if so.
     std::string text(Time now);
 

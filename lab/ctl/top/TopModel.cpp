@@ -27,6 +27,7 @@ constexpr struct {
                {"MeasurementIncorporationStatus", "MeasStatus"},
                {"AssuranceState", "Assurance"}};
 constexpr std::size_t kTimeInput = 0;
+constexpr std::size_t kLongestText = 1000;  // of an event or a command that is kept
 
 constexpr std::size_t kReceiverInput = std::size(kInputs);
 constexpr const char* kHeardReceiver = "8504";
@@ -109,7 +110,7 @@ void TopModel::takeCommand(const Sample& sample)
     const auto& command = *static_cast<const aspn2_msgs::idl::CommandResponse*>(sample.record.get());
     const std::string& text = command.command_response();
     const auto has = [&](const char* word) { return text.find(word) != std::string::npos; };
-    const BusNote note{printable(text), sample.arrival.time};
+    const BusNote note{printable(text.substr(0, kLongestText)), sample.arrival.time};
     if (has("ZEROIZE") || has("DESTROY")) m_notes.clearData = note;
     if (has("CBIT")) m_notes.builtInTest = note;
 }
@@ -119,7 +120,7 @@ void TopModel::takeEvent(const Sample& sample)
     const WatchedTopic& topic = m_topics[sample.topic];
     if (topic.type->name == "EventLog") {
         const auto& event = *static_cast<const aspn2_msgs::idl::EventLog*>(sample.record.get());
-        const std::string text = printable(event.eventlog());
+        const std::string text = printable(event.eventlog().substr(0, kLongestText));
         m_events.push_back(shortTime(event.header().timestamp_valid()) + ' ' + sourceText(event.header().device_id()) +
                            ' ' + eventTypeText(event.event_log_type()) + ' ' + text);
         // A stream that is no records is told without the queue's name.
@@ -129,7 +130,7 @@ void TopModel::takeEvent(const Sample& sample)
     } else {
         std::string text = recordText(topic, sample.record.get(), false);
         while (text.ends_with('\n')) text.pop_back();
-        m_events.push_back(text);
+        m_events.push_back(text.substr(0, kLongestText));
     }
     if (m_events.size() > kMostEvents) m_events.pop_front();
 }

@@ -13,7 +13,8 @@ namespace orvanectl {
 class JoinRule {
 public:
     explicit JoinRule(const ServerSettings& settings);
-    JoinRule(const JoinRule&) = delete;
+    /// By the same settings: nothing else is kept from one question to the next.
+    JoinRule(const JoinRule& other) : JoinRule(other.m_settings) {}
     JoinRule& operator=(const JoinRule&) = delete;
 
     /// Whether the source of a message is wanted.

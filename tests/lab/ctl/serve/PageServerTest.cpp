@@ -352,6 +352,37 @@ TEST_F(PageServerTest, ItsEndEndsItsViewers)
     EXPECT_FALSE(client().Get("/"));
 }
 
+TEST_F(PageServerTest, APositionIsChangedByOurOwnPageAlone)
+{
+    server.reset();
+    ReplayPosition position(std::chrono::seconds(60), std::chrono::steady_clock::now());
+    ListeningSocket own("127.0.0.1", 0);
+    const std::string site = "http://127.0.0.1:" + std::to_string(own.port());
+    const PageServer replay(own, guard, board, requests, std::chrono::hours(1), &position);
+    httplib::Client viewer("127.0.0.1", own.port());
+    viewer.set_read_timeout(30);
+    const auto ask = [&](const char* path, const httplib::Headers& headers, const std::string& body) {
+        return answerOf(viewer.Post(path, headers, body, "application/json"));
+    };
+    const httplib::Headers good = {{"Origin", site}, {"X-Orvane-Token", guard.token()}};
+    const std::string move = R"({"to":12})";
+    EXPECT_EQ(ask("/position", {{"Origin", "http://evil.example"}, {"X-Orvane-Token", guard.token()}}, move).status,
+              403);
+    EXPECT_EQ(ask("/position", {{"Origin", site}, {"X-Orvane-Token", "x"}}, move).status, 403);
+    EXPECT_EQ(ask("/position", good, std::string(5000, ' ')).status, 413);
+    EXPECT_EQ(position.at(std::chrono::steady_clock::now()).changes, 0U);
+    EXPECT_EQ(ask("/position", good, move).body, R"({"ok":true,"changes":1})");
+    EXPECT_EQ(position.at(std::chrono::steady_clock::now()).place, std::chrono::seconds(12));
+    for (const char* const path : {"/request", "/confirm"})
+        EXPECT_EQ(ask(path, good, R"({"name":"clear-data-all"})").body,
+                  R"({"ok":false,"error":"a recording is shown: nothing can be requested"})");
+}
+
+TEST_F(PageServerTest, WhatIsSentNowHasNoPosition)
+{
+    EXPECT_EQ(post("/position", ownHeaders(), R"({"to":12})").status, 404);
+}
+
 TEST(ListeningSocketTest, APlaceThatIsTakenIsRefused)
 {
     ListeningSocket first("127.0.0.1", 0);

@@ -1,0 +1,55 @@
+#include "lab/ctl/serve/RecordedRun.h"
+
+#include "lab/ctl/record/RecordingSource.h"
+
+#include <algorithm>
+
+namespace orvanectl {
+
+RecordedRun::RecordedRun(const mcap::Source& source, const RecordingIndex& index, const RecordedPlace& place)
+    : m_at(place), m_latest(place.last.value_or(index.start)),
+      m_scanner(source, static_cast<mcap::RecordSink&>(*this), place.offset,
+                place.offset == 0 ? std::vector<mcap::Channel>() : index.channels)
+{}
+
+void RecordedRun::message(const mcap::Message& message)
+{
+    m_latest = std::max(m_latest, arrivalTimeOf(message.logTime));
+    m_held.push_back({message.channel, m_latest, {message.data.begin(), message.data.end()}});
+}
+
+bool RecordedRun::advance(Time until)
+{
+    if (m_held.empty() && !m_hasEnded) {
+        m_hasEnded = !m_scanner.step();
+        return true;
+    }
+    if (m_held.empty() || m_held.front().time > until) return false;
+    takeFirst();
+    return true;
+}
+
+void RecordedRun::takeFirst()
+{
+    const Held& first = m_held.front();
+    m_at.unit.take(first.channel, first.payload, first.time);
+    m_taken += first.payload.size();
+    if (m_at.last && *m_at.last < first.time) m_at.previous = m_at.last;
+    m_at.last = first.time;
+    m_held.pop_front();
+}
+
+std::optional<RecordedRun::Time> RecordedRun::next() const
+{
+    return m_held.empty() ? std::nullopt : std::optional(m_held.front().time);
+}
+
+std::optional<RecordedPlace> RecordedRun::place() const
+{
+    if (!m_held.empty()) return std::nullopt;
+    RecordedPlace place = m_at;
+    place.offset = offset();
+    return place;
+}
+
+}  // namespace orvanectl

@@ -1,0 +1,279 @@
+#include "lab/ctl/serve/Replay.h"
+#include "aspn2_msgs/AssuranceState.h"
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/HalvexPNT.h"
+#include "aspn2_msgs/MeasurementIncorporationStatus.h"
+#include "aspn2_msgs/PositionVelocityAttitude.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/why/WhyReport.h"
+#include "tests/lab/mcap/Recordings.h"
+#include "tests/support/ErrorOf.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+
+using namespace orvanectl;
+using namespace recordings;
+using namespace aspn2_msgs::idl;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Json = BusLink::Json;
+
+constexpr std::uint64_t kDay = 1'700'000'000;  // s since 1970, when it was recorded
+constexpr auto kLong = 1h;
+
+/// A recording that begins at 0 s, and a replay of it.
+struct ReplayTest : testing::Test {
+    static std::vector<WatchedTopic> topics()
+    {
+        std::vector<WatchedTopic> all;
+        for (const std::string& topic : kJoinTopics) all.push_back({topic, findRecordType(topic)});
+        all.push_back({"EventLog", findRecordType("EventLog")});
+        return all;
+    }
+
+    static std::uint64_t stamp(double second)
+    {
+        return kDay * 1'000'000'000 + static_cast<std::uint64_t>(second * 1e9);
+    }
+
+    template <class Message>
+    std::shared_ptr<Message> input(std::size_t topic, int second, double when)
+    {
+        auto message = std::make_shared<Message>();
+        message->header().device_id(topic == 0 ? 0x01250000 : 0x01600000);
+        message->header().seq_num(second);
+        message->header().timestamp_valid().sec(second);
+        recorder.take({topic, {}, message}, stamp(when));
+        return message;
+    }
+
+    /// A second of a unit: time, four inputs, what was told, an event, a line of the console and bytes of the receiver.
+    /// Each in a chunk of its own.
+    void second(int number)
+    {
+        auto time = std::make_shared<UTCTime>();
+        time->header().device_id(0x01250000);
+        time->header().seq_num(number);
+        time->header().timestamp_valid().sec(number);
+        time->gps_tow_sec(number);
+        recorder.take({0, {}, time}, stamp(number));
+        auto place = std::make_shared<PositionVelocityAttitude>();
+        place->header().device_id(0x01600000);
+        place->header().timestamp_valid().sec(number);
+        place->position().latitude(0.5 + number * 1e-5);
+        recorder.take({1, {}, place}, stamp(number + 0.01));
+        input<HalvexPNT>(2, number, number + 0.01);
+        input<MeasurementIncorporationStatus>(3, number, number + 0.01);
+        input<AssuranceState>(4, number, number + 0.01);
+        recorder.takeBusLine(
+            R"({"type":"tell","tell":"blended-navigation","timeOfValidity":{"year":2026},"record":{"gpsSeconds":)" +
+                std::to_string(number) + R"(,"fom":3,"fomValid":1}})",
+            stamp(number + 0.25));
+        auto event = std::make_shared<EventLog>();
+        event->eventlog("event " + std::to_string(number));
+        recorder.take({5, {}, event}, stamp(number + 0.5));
+        recorder.takeConsoleLine("line " + std::to_string(number), stamp(number + 0.5));
+        recorder.takeQueueRest(0, mcap::bytesOf("xx"), stamp(number + 0.6));
+        recorder.settle({});
+    }
+
+    void open(Replay::Limits limits = {256, 1U << 28U, 1})
+    {
+        if (!isCut) recorder.close({});
+        source.emplace(output.text);
+        index = indexOf(*source, "/tmp/drive.mcap");
+        replay.emplace(*source, *index, ServerSettings(), limits);
+    }
+
+    Replay::Time at(double second) const
+    {
+        return index->start + std::chrono::duration_cast<Replay::Time::duration>(std::chrono::duration<double>(second));
+    }
+
+    std::map<std::string, std::string> sections(double second)
+    {
+        EXPECT_TRUE(replay->goTo(at(second), kLong));
+        std::map<std::string, std::string> sections;
+        for (const auto& [name, json] : replay->sections()) sections[name] = json;
+        return sections;
+    }
+
+    Json section(const std::string& name, double second)
+    {
+        const auto all = sections(second);
+        const auto found = all.find(name);
+        return found == all.end() ? Json() : Json::parse(found->second);
+    }
+
+    Json rowOf(const std::string& topic, double second)
+    {
+        for (const Json& row : section("topics", second))
+            if (row["name"] == topic) return row;
+        return nullptr;
+    }
+
+    TextOutput output;
+    Recorder recorder{output, topics(), {"ZEN_HX"}, {}};
+    bool isCut = false;
+    std::optional<TextSource> source;
+    std::optional<RecordingIndex> index;
+    std::optional<Replay> replay;
+};
+
+}  // namespace
+
+TEST_F(ReplayTest, AtEachTimeThereIsWhatWasRecordedUpToIt)
+{
+    for (int number = 0; number < 20; ++number) second(number);
+    open();
+    EXPECT_EQ(rowOf("UTCTime", 4.9)["records"], 5);
+    EXPECT_EQ(rowOf("UTCTime", 4.9)["rateHz"], 1.0);
+    EXPECT_EQ(rowOf("UTCTime", 4.9)["ageSeconds"], 0.9);
+    EXPECT_EQ(section("navigation", 12.3)["record"]["gpsSeconds"], 12);
+    EXPECT_EQ(section("ages", 12.75)["navigation"], 0.5);
+    EXPECT_EQ(section("errors", 12.75)["fom"].size(), 13U);
+    EXPECT_EQ(section("track", 3.5).size(), 4U);
+    EXPECT_EQ(section("events", 3.4).size(), 3U);
+    EXPECT_EQ(section("console", 3.4), Json::parse(R"(["line 0","line 1","line 2"])"));
+    EXPECT_EQ(section("queues", 3.4), Json::parse(R"([{"name":"ZEN_HX","records":0,"rest":3,"faults":0}])"));
+    EXPECT_TRUE(section("navigation", 0.2).is_null());
+}
+
+TEST_F(ReplayTest, TheLineOfWhyIsThatOfItsDiary)
+{
+    for (int number = 0; number < 20; ++number) second(number);
+    open();
+    EXPECT_EQ(section("inputs", 0.5)["join"], "nothing is decided of a UTCTime yet");
+    EXPECT_TRUE(section("inputs", 10.5)["join"].get<std::string>().starts_with("join rate 1.00 ("))
+        << section("inputs", 10.5)["join"];
+    EXPECT_EQ(section("inputs", 10.5)["rows"][5]["name"], "8504");
+}
+
+TEST_F(ReplayTest, WhateverTheWayToATimeItShowsTheSame)
+{
+    for (int number = 0; number < 30; ++number) second(number);
+    open();
+    std::map<int, std::map<std::string, std::string>> passed;  // by tenths of a second
+    for (int place = 0; place < 300; place += 7) passed[place] = sections(place / 10.0);
+    EXPECT_GT(replay->places(), 10U);
+    for (const int place : {210, 70, 287, 0, 147, 140})
+        for (const auto& [name, json] : sections(place / 10.0)) EXPECT_EQ(json, passed.at(place)[name]) << place;
+}
+
+TEST_F(ReplayTest, PlacesThatAreTooManyGoAndWhatIsShownStays)
+{
+    for (int number = 0; number < 30; ++number) second(number);
+    open({4, 1U << 28U, 1});
+    while (replay->readAhead(kLong)) {
+    }
+    EXPECT_LE(replay->places(), 4U);
+    EXPECT_EQ(replay->known(), 1);
+    EXPECT_EQ(rowOf("UTCTime", 20.9)["records"], 21);
+    EXPECT_EQ(rowOf("UTCTime", 10.9)["records"], 11);
+}
+
+TEST_F(ReplayTest, StepsGoFromOneMomentThatWasRecordedToTheNext)
+{
+    for (int number = 0; number < 5; ++number) second(number);
+    open();
+    ASSERT_TRUE(replay->goTo(at(2.3), kLong));
+    EXPECT_EQ(*replay->next(kLong), at(2.5));
+    EXPECT_EQ(replay->previous(), at(2.25));
+    ASSERT_TRUE(replay->goTo(at(2.25), kLong));
+    EXPECT_EQ(replay->previous(), at(2.01));
+    ASSERT_TRUE(replay->goTo(at(0), kLong));
+    EXPECT_EQ(replay->previous(), at(0));
+    ASSERT_TRUE(replay->goTo(at(4.6), kLong));
+    EXPECT_EQ(*replay->next(kLong), at(4.6));
+}
+
+TEST_F(ReplayTest, WithoutTimeItGoesOnWithTheNextCall)
+{
+    for (int number = 0; number < 5; ++number) second(number);
+    open();
+    int calls = 1;
+    while (!replay->goTo(at(4.5), 0s) && calls < 10'000) {
+        ++calls;
+        replay->readAhead(1ms);
+    }
+    EXPECT_GT(calls, 1);
+    EXPECT_TRUE(replay->goTo(at(4.5), kLong));
+    EXPECT_EQ(rowOf("UTCTime", 4.5)["records"], 5);
+}
+
+TEST_F(ReplayTest, TimeThatGoesBackStandsStill)
+{
+    for (const int number : {0, 1, 2}) second(number);
+    input<UTCTime>(0, 3, 0.5);
+    open();
+    EXPECT_EQ(index->length(), 2600ms);
+    EXPECT_EQ(rowOf("UTCTime", 2.5)["records"], 3);
+    EXPECT_EQ(rowOf("UTCTime", 2.6)["records"], 4);
+}
+
+TEST_F(ReplayTest, APauseOfYearsTakesNoTime)
+{
+    second(0);
+    recorder.takeBusLine("{}", 9'000'000'000'000'000'000);
+    open();
+    EXPECT_NE(section("inputs", 1e9)["join"].get<std::string>().find("no UTCTime"), std::string::npos);
+    EXPECT_EQ(rowOf("UTCTime", 5e9)["records"], 1);
+}
+
+TEST_F(ReplayTest, ARecordingThatWasCutOffIsShownAsFarAsItGoes)
+{
+    for (int number = 0; number < 5; ++number) second(number);
+    const std::size_t size = output.text.size();
+    second(5);
+    isCut = true;
+    output.text.resize(size + 100);
+    open();
+    EXPECT_FALSE(index->isClosed);
+    EXPECT_EQ(rowOf("UTCTime", 60)["records"], 5);
+}
+
+TEST_F(ReplayTest, ADamagedPlaceIsLeftOutAndCounted)
+{
+    for (int number = 0; number < 3; ++number) second(number);
+    const std::size_t inChunk = output.text.size() + 100;
+    for (int number = 3; number < 6; ++number) second(number);
+    output.text[inChunk] = static_cast<char>(~output.text[inChunk]);
+    open();
+    EXPECT_EQ(index->problems, 1U);
+    EXPECT_EQ(rowOf("UTCTime", 60)["records"], 5);
+}
+
+TEST_F(ReplayTest, WhatIsNoRecordOrLineIsCounted)
+{
+    second(0);
+    recorder.takePayload(0, mcap::bytesOf("none"), 1, 0, stamp(1));
+    recorder.takePayload(0, std::vector<std::uint8_t>(300'000), 1, 0, stamp(1));
+    recorder.takeBusLine("{", stamp(1));
+    recorder.takeBusLine("[7]", stamp(1));
+    recorder.takeBusLine(std::string(2'000'000, ' ') + "{}", stamp(1));
+    open();
+    EXPECT_EQ(section("status", 2)["leftOut"], 5);
+}
+
+TEST_F(ReplayTest, RecordingsOfOthersAreShownAsFarAsTheyAreKnown)
+{
+    source.emplace(recordingOf(4));
+    index = indexOf(*source, "x");
+    replay.emplace(*source, *index, ServerSettings());
+    EXPECT_EQ(index->topics.size(), 0U);
+    EXPECT_EQ(index->messages, 4U);
+    EXPECT_EQ(section("status", 0)["bus"], "not recorded");
+}
+
+TEST_F(ReplayTest, ARecordingWithoutAMessageAndWhatIsNoneAreRefused)
+{
+    recorder.close({});
+    EXPECT_EQ(errorOf([&] { (void)indexOf(TextSource(output.text), "x"); }), "x: has nothing to show");
+    EXPECT_EQ(errorOf([&] { (void)indexOf(TextSource("text"), "x"); }), "x: is no recording");
+}

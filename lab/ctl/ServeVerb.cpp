@@ -1,5 +1,6 @@
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/WatchVerb.h"
+#include "lab/ctl/serve/ReplayRun.h"
 #include "lab/ctl/serve/ServeRun.h"
 #include "utilities/ConsoleLine.h"
 
@@ -15,6 +16,7 @@ namespace {
 constexpr const char* kExamples = "Examples:\n"
                                   "  orvanectl serve                       until Ctrl-C; prints the page's address\n"
                                   "  orvanectl serve --port 0 --socket /tmp/bus\n"
+                                  "  orvanectl serve --port 0 --replay drive.mcap     a recording, with a time slider\n"
                                   "\n"
                                   "Exit status: 0 when all went well, 1 if a file, a DDS participant or the place to\n"
                                   "listen at can't be had, 2 for a wrong command line.";
@@ -22,7 +24,7 @@ constexpr const char* kExamples = "Examples:\n"
 ExitStatus serve(const ServeOptions& options)
 {
     try {
-        runServe(options, std::cout);
+        (options.recording.empty() ? runServe : runReplay)(options, std::cout);
         return kDone;
     } catch (const std::exception& error) {
         printLine(std::cerr, "orvanectl: ", error.what());
@@ -41,7 +43,11 @@ Verb addServeVerb(CLI::App& tool)
                  "events; with buttons for requests of the bus.");
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
-    command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
+    CLI::Option* const socket =
+        command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
+    command->add_option("--replay", options->recording, "shows a recording in place of what is sent now")
+        ->excludes(socket)
+        ->type_name("FILE");
     command->add_option("--port", options->port, "to listen at; 0: any that is free")
         ->check(CLI::Range(0, 65535))
         ->type_name("N")

@@ -1,6 +1,7 @@
 // The page's life: frames come as server-sent events, each with the sections that have changed; they are drawn when the
 // browser draws, so that a slow one leaves frames out and shows the latest.
 import { panels } from './panels.js';
+import { setUpReplay, showReplay } from './replay.js';
 import { setUpRequests } from './requests.js';
 
 const state = {};
@@ -30,6 +31,7 @@ function say(words) {
 
 /// What is not there is said in words, above all panels.
 function drawLamps() {
+  if (state.replay) return drawLampsOfRecording(state.status);
   const status = state.status;
   document.body.classList.toggle('gone', !isConnected || !status || !status.serviceRuns);
   if (!status) return say(isConnected ? '' : refused || 'Waiting for orvanectl serve.');
@@ -46,8 +48,20 @@ function drawLamps() {
   else say('');
 }
 
+/// What stands there was so when it was recorded.
+function drawLampsOfRecording(status) {
+  document.body.classList.toggle('gone', !isConnected);
+  lamp('page', isConnected, isConnected ? 'page connected' : 'page not connected');
+  if (state.replay.bus)
+    lamp('bus', Boolean(status && status.serviceRuns), `bus: ${(status && status.bus) || 'nothing told yet'}`);
+  if (status && status.leftOut) lamp('left-out', false, `${status.leftOut} records can't be read`);
+  else byId('lamp-left-out')?.remove();
+  say(isConnected ? '' : refused || 'orvanectl serve is gone. What is shown is the last that came; the page goes on by itself when it is back.');
+}
+
 function draw() {
   isDrawing = false;
+  if (changed.has('replay')) showReplay(state);
   for (const [sections, show] of panels) {
     if (!sections.some((name) => changed.has(name))) continue;
     try {
@@ -121,5 +135,6 @@ matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => {
   for (const name of Object.keys(state)) changed.add(name);
   drawSoon();
 });
+setUpReplay();
 setUpRequests(document.querySelector('meta[name="orvane-token"]').content);
 connect();

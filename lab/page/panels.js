@@ -60,10 +60,10 @@ export function timeWords(time) {
   return `${time.year}-${two(time.month)}-${two(time.day)} ${two(time.hour)}:${two(time.minute)}:${two(time.seconds)}.${milliseconds}`;
 }
 
-function showAges({ ages }) {
+function showAges({ ages, replay }) {
   for (const place of document.querySelectorAll('.told')) {
     const age = ages ? ages[place.dataset.of] : undefined;
-    const words = age === undefined ? 'not told yet' : age === null ? 'told before this page was served' : `told ${number(age, 0)} s ago`;
+    const words = age === undefined ? 'not told yet' : age === null ? (replay ? 'told before it was recorded' : 'told before this page was served') : `told ${number(age, 0)} s ago`;
     setWords(place, words);
     place.classList.toggle('old', place.dataset.of !== 'configuration' && typeof age === 'number' && age > 5);
   }
@@ -188,6 +188,25 @@ function showEvents({ events }) {
   setRows(within('events', '.lines'), rows.length ? rows : [element('li', 'none yet')]);
 }
 
+function showConsole({ console: lines }) {
+  panel('console').hidden = !lines;
+  setRows(within('console', '.lines'), (lines || []).slice().reverse().map((text) => element('li', text)));
+}
+
+/// A recording can't be asked for anything.
+function showRequests({ requests, replay }) {
+  setWords(within('requests', '.state'), replay ? 'This is a recording: nothing can be requested of its unit.' : '');
+  if (requests) showButtons(requests);
+}
+
+/// What a recording tells of a queue, or what is seen of one.
+function queueWords(row) {
+  if (row.records !== undefined) return `${row.name}: ${row.records} records, ${row.rest} pieces that are none, faults ${row.faults}`;
+  return row.isThere
+    ? `${row.name} ${row.device}: written ${row.written}, taken ${row.taken}, faults ${row.faults}; ${row.holders || 'nobody has it open'}`
+    : `${row.name} ${row.device}: not there`;
+}
+
 function showConfiguration({ configuration }) {
   const record = (configuration && configuration.record) || {};
   setRows(within('configuration', '.values'), values([
@@ -204,16 +223,14 @@ function showConfiguration({ configuration }) {
   }));
 }
 
-function showTopics({ topics, queues }) {
+function showTopics({ topics, queues, replay }) {
   setRows(within('topics', 'tbody'), (topics || []).map((row) => {
     const line = tableRow([row.name, number(row.rateHz, 3), number(row.ageSeconds, 1), String(row.records), String(row.gaps),
-      String(row.lost), row.sources]);
+      replay ? NONE : String(row.lost), row.sources]);
     line.lastElementChild.className = 'text';
     return line;
   }));
-  setRows(within('topics', '.lines'), (queues || []).map((row) => element('li', row.isThere
-    ? `${row.name} ${row.device}: written ${row.written}, taken ${row.taken}, faults ${row.faults}; ${row.holders || 'nobody has it open'}`
-    : `${row.name} ${row.device}: not there`)));
+  setRows(within('topics', '.lines'), (queues || []).map((row) => element('li', queueWords(row))));
 }
 
 /// Sections, and what is drawn of them.
@@ -222,7 +239,7 @@ export const panels = [
   [['navigation'], showNavigation],
   [['inputs'], showInputs],
   [['position', 'track'], showTrack],
-  [['errors'], ({ errors }) => drawErrors(errors)],
+  [['errors'], ({ errors, replay }) => drawErrors(errors, replay ? 'the recording begins' : 'the page is served')],
   [['navwar'], showNavwar],
   [['warnings'], showWarnings],
   [['tests', 'status'], showTests],
@@ -230,5 +247,6 @@ export const panels = [
   [['events'], showEvents],
   [['configuration'], showConfiguration],
   [['topics', 'queues'], showTopics],
-  [['requests'], ({ requests }) => showButtons(requests)],
+  [['requests', 'replay'], showRequests],
+  [['console'], showConsole],
 ];

@@ -24,7 +24,10 @@ const metres = (value) => (value >= 1000 ? `${+(value / 1000).toPrecision(3)} km
 export function drawTrack(track, position) {
   const plot = document.getElementById('track-plot');
   const words = document.getElementById('track-words');
-  if (!track.length) return plot.replaceChildren();
+  if (!track.length) {
+    plot.replaceChildren();
+    return setWords(words, 'No position yet');
+  }
   const middle = (axis) => (Math.min(...track.map((p) => p[axis])) + Math.max(...track.map((p) => p[axis]))) / 2;
   const [east, north] = [middle(0), middle(1)];
   const reach = Math.max(5, ...track.map((p) => Math.max(Math.abs(p[0] - east), Math.abs(p[1] - north))));
@@ -118,7 +121,7 @@ function makeChart() {
       interaction: { mode: 'nearest', axis: 'x', intersect: false },
       plugins: { legend: { labels: { usePointStyle: true, pointStyle: 'line' } } },
       scales: {
-        x: { type: 'linear', title: { display: true, text: 's since the page is served' } },
+        x: { type: 'linear', title: { display: true, text: '' } },
         metres: { position: 'left', beginAtZero: true, title: { display: true, text: 'm' } },
         merit: { position: 'right', min: 0, max: 10, grid: { drawOnChartArea: false }, title: { display: true, text: 'merit' } },
       },
@@ -126,7 +129,8 @@ function makeChart() {
   });
 }
 
-export function drawErrors(errors) {
+/// @param since  what its seconds are counted from
+export function drawErrors(errors, since) {
   if (!globalThis.Chart) return;
   chart = chart || makeChart();
   const colour = colours();
@@ -139,6 +143,7 @@ export function drawErrors(errors) {
   set(1, errors.vertical, colour.second);
   set(2, errors.fom, colour.good);
   set(3, errors.efom, colour.third);
+  chart.options.scales.x.title.text = `s since ${since}`;
   chart.options.color = colour.text;
   for (const scale of Object.values(chart.options.scales)) {
     scale.ticks.color = scale.title.color = colour.faint;

@@ -24,6 +24,7 @@ async function ask(change) {
     setWords(byId('replay-trouble'), answer.ok ? '' : answer.error);
   }
   isAsking = false;
+  showPlaceTold();  // whose frame may have come before the answer
 }
 
 const two = (value) => String(value).padStart(2, '0');
@@ -48,6 +49,13 @@ function showPlace(seconds, time) {
   setWords(byId('replay-time'), time);
   setWords(byId('replay-place'), words);
   byId('replay-slider').setAttribute('aria-valuetext', `${time}, ${words}`);
+}
+
+/// Unless something was asked for that the server has not told of yet.
+function showPlaceTold() {
+  if (!state || isHeld || isAsking || state.changes < asked) return;
+  byId('replay-slider').value = String(state.at);
+  showPlace(state.at, utc(state.time));
 }
 
 function moveTo(seconds) {
@@ -82,11 +90,8 @@ export function showReplay({ replay }) {
   }
   setWords(byId('replay-reads'), replay.reads ? `reads the recording: ${Math.round(replay.known * 100)} % is known` : '');
   byId('panels').setAttribute('aria-busy', String(replay.reads));
-  const slider = byId('replay-slider');
-  slider.max = String(replay.seconds);
-  if (isHeld || isAsking || replay.changes < asked) return;
-  slider.value = String(replay.at);
-  showPlace(replay.at, utc(replay.time));
+  byId('replay-slider').max = String(replay.seconds);
+  showPlaceTold();
 }
 
 /// The keys of a slider, by steps that are good for a recording. Home and End are the browser's own.
@@ -104,7 +109,11 @@ export function setUpReplay() {
   slider.addEventListener('keydown', onKey);
   slider.addEventListener('input', () => { if (state) moveTo(Number(slider.value)); });
   slider.addEventListener('pointerdown', () => { isHeld = true; });
-  for (const name of ['pointerup', 'pointercancel', 'change', 'blur']) slider.addEventListener(name, () => { isHeld = false; });
+  for (const name of ['pointerup', 'pointercancel', 'change', 'blur'])
+    slider.addEventListener(name, () => {
+      isHeld = false;
+      showPlaceTold();
+    });
   byId('replay-play').addEventListener('click', () => { if (state) ask({ paused: !state.paused }); });
   byId('replay-back').addEventListener('click', () => ask({ step: -1 }));
   byId('replay-on').addEventListener('click', () => ask({ step: 1 }));

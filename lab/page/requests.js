@@ -5,7 +5,7 @@ let isAsking = false;
 const MOST_ANSWERS = 20;
 const byId = (id) => document.getElementById(id);
 
-async function post(path, body) {
+export async function post(path, body) {
   try {
     const response = await fetch(path, { method: 'POST', body: JSON.stringify(body),
       headers: { 'Content-Type': 'application/json', 'X-Orvane-Token': token } });

@@ -1,6 +1,7 @@
 #ifndef LAB_CTL_DECODEREPORT_H
 #define LAB_CTL_DECODEREPORT_H
 
+#include "lab/ctl/FieldSink.h"
 #include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/StreamCutter.h"
 
@@ -13,8 +14,9 @@ namespace orvanectl {
 
 class Progress;
 
-/// Prints what is found in a stream: a paragraph or a line of JSON for each frame, in one write and flushed, so that a
-/// reader can follow; a line for each problem. One thread at a time.
+/// Prints what is found in a stream: a paragraph or a line of JSON for each frame, and a line for each problem. What is
+/// printed is flushed before a problem; else the caller does that when nothing more is there, so that a reader can follow.
+/// One thread at a time.
 class DecodeReport : public StreamSink {
 public:
     struct Style {
@@ -37,13 +39,17 @@ public:
     bool isClean() const { return m_clean; }
 
 private:
-    void print(const char* kind, std::uint64_t offset, Json fields, DecodedFrame decoded);
+    /// @param record  that the frame came in; null if it came alone
+    void print(std::uint64_t offset, const aspn2_msgs::idl::GSSIP* record, Bytes frame);
+    std::vector<std::string> printLine(std::uint64_t offset, const aspn2_msgs::idl::GSSIP* record, Bytes frame);
+    std::vector<std::string> printParagraph(std::uint64_t offset, const aspn2_msgs::idl::GSSIP* record, Bytes frame);
     void complain(std::uint64_t offset, const std::string& text);
 
     std::ostream& m_output;
     std::ostream& m_problems;
     const std::string m_input;
     const Style m_style;
+    JsonLine m_line;
     bool m_clean = true;
 };
 

@@ -105,6 +105,7 @@ ExitStatus decode(const Options& options)
             const std::size_t count = input.read(piece);
             if (count == 0) break;
             cutter.take(Bytes(piece).first(count));
+            std::cout.flush();  // whoever follows has what there is, before more is waited for
             decoded += count;
             if (progress) progress->say("decoded " + std::to_string(decoded >> 20U) + input.sizeText() + " MiB");
         }
@@ -115,7 +116,7 @@ ExitStatus decode(const Options& options)
     }
     if (!cutter.stopped()) cutter.end();
     progress.reset();
-    if (!std::cout) {
+    if (!std::cout.flush()) {
         printLine(std::cerr, "orvanectl: cannot write to standard output");
         return kFailed;
     }
@@ -138,7 +139,7 @@ ExitStatus decodeRecording(const Options& options)
         printLine(std::cerr, "orvanectl: ", error.what());
         return kFailed;
     }
-    if (!std::cout) {
+    if (!std::cout.flush()) {
         printLine(std::cerr, "orvanectl: cannot write to standard output");
         return kFailed;
     }

@@ -5,6 +5,7 @@
 #include "ioss_mcsq/ThreatData.h"
 #include "ioss_mcsq/ZentorM_5044_Msg.h"
 #include "ioss_mcsq/ZentorM_8504_Msg.h"
+#include "lab/ctl/FieldWriting.h"
 
 #include <algorithm>
 #include <array>
@@ -18,9 +19,8 @@ namespace {
 
 std::string hex16(unsigned word)
 {
-    std::array<char, 8> text;
-    std::snprintf(text.data(), text.size(), "0x%04X", word & 0xFFFFu);
-    return text.data();
+    return "0x" +
+           hexOf(std::array{static_cast<std::uint8_t>(word >> 8 & 0xFF), static_cast<std::uint8_t>(word & 0xFF)});
 }
 
 struct NamedGroup {
@@ -28,33 +28,34 @@ struct NamedGroup {
     BitGroup group;
 };
 
-Json groupsOf(std::uint8_t byte, std::initializer_list<NamedGroup> groups)
+void writeGroups(FieldSink& sink, const char* name, std::uint8_t byte, std::initializer_list<NamedGroup> groups)
 {
-    Json fields = Json::object();
-    for (const NamedGroup& group : groups) fields[group.name] = bitsOf(byte, group.group);
-    return fields;
+    sink.name(name);
+    sink.beginObject();
+    for (const NamedGroup& group : groups) sink.member(group.name, bitsOf(byte, group.group));
+    sink.endObject();
 }
 
-Json nibblesOf(std::uint8_t byte)
+void writeNibbles(FieldSink& sink, const char* name, std::uint8_t byte)
 {
-    return groupsOf(byte, {{"low", msg8504::kLowNibble}, {"high", msg8504::kHighNibble}});
+    writeGroups(sink, name, byte, {{"low", msg8504::kLowNibble}, {"high", msg8504::kHighNibble}});
 }
 
 /// @param frame  54 bytes, or one more
-Json decode5044(Bytes frame)
+void write5044(Bytes frame, FieldSink& sink)
 {
     ZentorM_5044_Msg message;
     message.ok_set_5044_gpsip(frame.data(), static_cast<std::uint32_t>(frame.size()));
     message.unpack_5044();
     const unpacked_msg5044_t& record = message.unpacked();
-    return {{"field000", double{record.field000}},
-            {"warningNumber", std::uint16_t{record.warningNumber}},
-            {"warningText", printable({record.warningText, sizeof(record.warningText)})}};
+    sink.member("field000", double{record.field000});
+    sink.member("warningNumber", std::uint16_t{record.warningNumber});
+    sink.member("warningText", printable({record.warningText, sizeof(record.warningText)}));
 }
 
 /// The members are not aligned in the record, so each is taken by value.
 /// @param frame  412 bytes, or one more
-Json decode8504(Bytes frame)
+void write8504(Bytes frame, FieldSink& sink)
 {
     using namespace msg8504;
     ZentorM_8504_Msg message;
@@ -62,107 +63,115 @@ Json decode8504(Bytes frame)
     message.unpack_8504();
     const unpacked_msg8504_t& record = message.unpacked();
 
-    Json fields = Json::object();
-    fields["field000"] = double{record.field000};
-    fields["wholePart"] = double{record.wholePart};
-    fields["fractionPart"] = double{record.fractionPart};
-    fields["field008"] = double{record.field008};
-    fields["field016"] = double{record.field016};
-    fields["field022"] = double{record.field022};
-    fields["field028"] = double{record.field028};
-    fields["field036"] = double{record.field036};
-    fields["field044"] = double{record.field044};
-    fields["field052"] = double{record.field052};
-    fields["field056"] = double{record.field056};
-    fields["field060"] = double{record.field060};
-    fields["field064"] = double{record.field064};
-    fields["field068"] = double{record.field068};
-    fields["angle084"] = double{record.angle084};
-    fields["angle084_degrees"] = double{record.angle084} * 180.0 / std::numbers::pi;
-    fields["word088"] = std::uint16_t{record.word088};
-    fields["word090"] = std::uint16_t{record.word090};
-    fields["word092"] = std::uint16_t{record.word092};
-    fields["word094"] = std::uint16_t{record.word094};
-    fields["status096"] = groupsOf(record.status096, {{"bits0_3", kStatus096Bits0To3},
-                                                      {"receiver_failure", kStatus096ReceiverFailure},
-                                                      {"bit5", kStatus096Bit5},
-                                                      {"bits6_7", kStatus096Bits6To7}});
-    fields["status097"] =
-        groupsOf(record.status097, {{"bits0_1", kStatus097Bits0To1}, {"bits2_7", kStatus097Bits2To7}});
-    fields["word098"] = std::uint16_t{record.word098};
-    fields["byte100"] = std::uint8_t{record.byte100};
-    fields["status101"] = groupsOf(record.status101, {{"bit0", kStatus101Bit0},
-                                                      {"bit1", kStatus101Bit1},
-                                                      {"bit2", kStatus101Bit2},
-                                                      {"bits3_7", kStatus101Bits3To7}});
-    fields["nibbles102"] = nibblesOf(record.nibbles102);
-    fields["nibbles103"] = nibblesOf(record.nibbles103);
-    fields["nibbles104"] = nibblesOf(record.nibbles104);
-    fields["nibbles105"] = nibblesOf(record.nibbles105);
-    fields["word110"] = std::uint16_t{record.word110};
-    fields["word112"] = std::uint16_t{record.word112};
-    fields["word114"] = std::uint16_t{record.word114};
-    fields["byte116"] = std::uint8_t{record.byte116};
-    fields["status117"] = groupsOf(record.status117, {{"bit0", kStatus117Bit0},
-                                                      {"bits1_2", kStatus117Bits1To2},
-                                                      {"bits3_4", kStatus117Bits3To4},
-                                                      {"bits5_6", kStatus117Bits5To6},
-                                                      {"bit7", kStatus117Bit7}});
-    fields["status118"] =
-        groupsOf(record.status118, {{"bits0_2", kStatus118Bits0To2}, {"bits3_7", kStatus118Bits3To7}});
-    fields["byte119"] = std::uint8_t{record.byte119};
-    fields["status120"] = groupsOf(
-        record.status120, {{"bits0_1", kStatus120Bits0To1}, {"bit2", kStatus120Bit2}, {"bits3_7", kStatus120Bits3To7}});
-    fields["byte121"] = std::uint8_t{record.byte121};
-    fields["field122"] = double{record.field122};
-    fields["field126"] = double{record.field126};
-    fields["byte130"] = std::uint8_t{record.byte130};
-    fields["byte131"] = std::uint8_t{record.byte131};
-    fields["block144"] = hexOf(Bytes(record.block144));
-    return fields;
+    sink.member("field000", double{record.field000});
+    sink.member("wholePart", double{record.wholePart});
+    sink.member("fractionPart", double{record.fractionPart});
+    sink.member("field008", double{record.field008});
+    sink.member("field016", double{record.field016});
+    sink.member("field022", double{record.field022});
+    sink.member("field028", double{record.field028});
+    sink.member("field036", double{record.field036});
+    sink.member("field044", double{record.field044});
+    sink.member("field052", double{record.field052});
+    sink.member("field056", double{record.field056});
+    sink.member("field060", double{record.field060});
+    sink.member("field064", double{record.field064});
+    sink.member("field068", double{record.field068});
+    sink.member("angle084", double{record.angle084});
+    sink.member("angle084_degrees", double{record.angle084} * 180.0 / std::numbers::pi);
+    sink.member("word088", std::uint16_t{record.word088});
+    sink.member("word090", std::uint16_t{record.word090});
+    sink.member("word092", std::uint16_t{record.word092});
+    sink.member("word094", std::uint16_t{record.word094});
+    writeGroups(sink, "status096", record.status096,
+                {{"bits0_3", kStatus096Bits0To3},
+                 {"receiver_failure", kStatus096ReceiverFailure},
+                 {"bit5", kStatus096Bit5},
+                 {"bits6_7", kStatus096Bits6To7}});
+    writeGroups(sink, "status097", record.status097,
+                {{"bits0_1", kStatus097Bits0To1}, {"bits2_7", kStatus097Bits2To7}});
+    sink.member("word098", std::uint16_t{record.word098});
+    sink.member("byte100", std::uint8_t{record.byte100});
+    writeGroups(sink, "status101", record.status101,
+                {{"bit0", kStatus101Bit0},
+                 {"bit1", kStatus101Bit1},
+                 {"bit2", kStatus101Bit2},
+                 {"bits3_7", kStatus101Bits3To7}});
+    writeNibbles(sink, "nibbles102", record.nibbles102);
+    writeNibbles(sink, "nibbles103", record.nibbles103);
+    writeNibbles(sink, "nibbles104", record.nibbles104);
+    writeNibbles(sink, "nibbles105", record.nibbles105);
+    sink.member("word110", std::uint16_t{record.word110});
+    sink.member("word112", std::uint16_t{record.word112});
+    sink.member("word114", std::uint16_t{record.word114});
+    sink.member("byte116", std::uint8_t{record.byte116});
+    writeGroups(sink, "status117", record.status117,
+                {{"bit0", kStatus117Bit0},
+                 {"bits1_2", kStatus117Bits1To2},
+                 {"bits3_4", kStatus117Bits3To4},
+                 {"bits5_6", kStatus117Bits5To6},
+                 {"bit7", kStatus117Bit7}});
+    writeGroups(sink, "status118", record.status118,
+                {{"bits0_2", kStatus118Bits0To2}, {"bits3_7", kStatus118Bits3To7}});
+    sink.member("byte119", std::uint8_t{record.byte119});
+    writeGroups(sink, "status120", record.status120,
+                {{"bits0_1", kStatus120Bits0To1}, {"bit2", kStatus120Bit2}, {"bits3_7", kStatus120Bits3To7}});
+    sink.member("byte121", std::uint8_t{record.byte121});
+    sink.member("field122", double{record.field122});
+    sink.member("field126", double{record.field126});
+    sink.member("byte130", std::uint8_t{record.byte130});
+    sink.member("byte131", std::uint8_t{record.byte131});
+    sink.member("block144", hexOf(Bytes(record.block144)));
 }
 
 /// What is not valid is null, but for the bandwidth, which then has a fixed value.
-Json decodeThreat(std::size_t index, const ThreatEntry& entry)
+void writeThreat(std::size_t index, const ThreatEntry& entry, FieldSink& sink)
 {
-    Json fields = Json::object();
-    fields["index"] = index;
-    fields["reported"] = entry.isReported();
-    fields["state"] = bitsOf(entry.statusA, {0, 2});
-    fields["bearing_valid"] = bitsOf(entry.statusB, {0, 1}) != 0;
-    fields["Power_valid"] = entry.hasPower();
-    fields["BW_valid"] = bitsOf(entry.statusA, {5, 1}) != 0;
-    fields["confidence_valid"] = entry.hasConfidence();
-    fields["Az_degrees"] = entry.Az;
-    fields["El_degrees"] = entry.El;
-    fields["Center_hz"] = entry.centerHz();
-    fields["BW_hz"] = entry.bandwidthHz();
-    fields["Power"] = entry.hasPower() ? Json(entry.Power) : Json();
-    fields["confidence"] = entry.hasConfidence() ? Json(entry.confidence()) : Json();
-    return fields;
+    const auto orNull = [&](const char* name, bool isValid, auto value) {
+        sink.name(name);
+        if (isValid)
+            sink.value(value);
+        else
+            sink.null();
+    };
+    sink.beginObject();
+    sink.member("index", index);
+    sink.member("reported", entry.isReported());
+    sink.member("state", bitsOf(entry.statusA, {0, 2}));
+    sink.member("bearing_valid", bitsOf(entry.statusB, {0, 1}) != 0);
+    sink.member("Power_valid", entry.hasPower());
+    sink.member("BW_valid", bitsOf(entry.statusA, {5, 1}) != 0);
+    sink.member("confidence_valid", entry.hasConfidence());
+    sink.member("Az_degrees", entry.Az);
+    sink.member("El_degrees", entry.El);
+    sink.member("Center_hz", entry.centerHz());
+    sink.member("BW_hz", entry.bandwidthHz());
+    orNull("Power", entry.hasPower(), std::int16_t{entry.Power});
+    orNull("confidence", entry.hasConfidence(), entry.confidence());
+    sink.endObject();
 }
 
 /// @param frame  212 bytes, or one more
-Json decode15051(Bytes frame)
+void write15051(Bytes frame, FieldSink& sink)
 {
     constexpr std::size_t kFirstEntry = 38;  // in the data
     ThreatData message;
     message.OkSetContent(frame.data(), static_cast<std::uint16_t>(frame.size()));
 
-    Json fields = Json::object();
-    fields["gpsTime"] = message.gpsTime();
-    fields["lat"] = message.lat();
-    fields["lon"] = message.lon();
-    fields["alt"] = message.alt();
-    fields["Pos_Accuracy"] = message.Pos_Accuracy();
-    fields["threats"] = Json::array();
+    sink.member("gpsTime", message.gpsTime());
+    sink.member("lat", message.lat());
+    sink.member("lon", message.lon());
+    sink.member("alt", message.alt());
+    sink.member("Pos_Accuracy", message.Pos_Accuracy());
+    sink.name("threats");
+    sink.beginArray();
     for (std::size_t i = 0; i < ThreatData::kThreats; ++i) {
         const Bytes entry =
             frame.subspan(kGssipHeaderBytes + kFirstEntry + i * sizeof(ThreatEntry), sizeof(ThreatEntry));
         const bool inUse = std::ranges::any_of(entry, [](std::uint8_t byte) { return byte != 0; });
-        if (inUse) fields["threats"].push_back(decodeThreat(i, message.threat(i)));
+        if (inUse) writeThreat(i, message.threat(i), sink);
     }
-    return fields;
+    sink.endArray();
 }
 
 Json noUnits()
@@ -184,18 +193,27 @@ Json unitsOf15051()
 struct KnownMessage {
     std::uint16_t id;
     std::size_t words;
-    Json (*decode)(Bytes);
+    void (*write)(Bytes, FieldSink&);
     Json (*units)();
 };
 constexpr KnownMessage kMessages[] = {
-    {5044, 21, decode5044, noUnits}, {8504, 200, decode8504, unitsOf8504}, {15051, 100, decode15051, unitsOf15051}};
+    {5044, 21, write5044, noUnits}, {8504, 200, write8504, unitsOf8504}, {15051, 100, write15051, unitsOf15051}};
 
-Json wordsOf(Bytes bytes)
+/// The message that a frame has by its id and length; null if it is none that is known. That is the receivers' own test,
+/// which lets an odd byte pass and does not look at the word count.
+const KnownMessage* messageOf(Bytes frame)
 {
-    Json words = Json::array();
-    for (std::size_t i = 0; i < bytes.size() / 2; ++i)
-        words.push_back(hexOf(std::array{bytes[2 * i + 1], bytes[2 * i]}));
-    return words;
+    const auto* const known = std::ranges::find(kMessages, gssip::wordAt(frame, GssipWord::MsgId), &KnownMessage::id);
+    if (known == std::end(kMessages)) return nullptr;
+    return frame.size() / 2 == gssipFrameWords(static_cast<std::uint32_t>(known->words)) ? known : nullptr;
+}
+
+void writeWords(Bytes bytes, FieldSink& sink)
+{
+    sink.name("words");
+    sink.beginArray();
+    for (std::size_t i = 0; i < bytes.size() / 2; ++i) sink.text(hexOf(std::array{bytes[2 * i + 1], bytes[2 * i]}));
+    sink.endArray();
 }
 
 /// The data of a frame: whichever of them are there, without the data checksum.
@@ -205,61 +223,58 @@ Bytes dataOf(Bytes frame)
     return behind.first(std::min<std::size_t>(behind.size(), 2 * std::size_t{gssip::wordAt(frame, GssipWord::Wdcnt)}));
 }
 
-void decodeFrameHeader(Bytes frame, DecodedFrame& decoded)
+void writeFrameHeader(Bytes frame, FieldSink& sink, std::vector<std::string>& problems)
 {
     const unsigned delimiter = gssip::wordAt(frame, GssipWord::Delimiter);
     const unsigned flags = gssip::wordAt(frame, GssipWord::Flags);
-    Json& fields = decoded.fields["frame"];
-    fields["delimiter"] = hex16(delimiter);
-    fields["message_id"] = gssip::wordAt(frame, GssipWord::MsgId);
-    fields["word_count"] = gssip::wordAt(frame, GssipWord::Wdcnt);
-    fields["flags"] = hex16(flags);
-    if (flags == kGssipFlagsAck) fields["kind"] = "acknowledgement";
-    if (flags == kGssipFlagsNak) fields["kind"] = "negative acknowledgement";
-    if (delimiter != kGssipDelimiter)
-        decoded.problems.push_back("delimiter " + hex16(delimiter) + " instead of 0x81FF");
+    sink.member("delimiter", hex16(delimiter));
+    sink.member("message_id", gssip::wordAt(frame, GssipWord::MsgId));
+    sink.member("word_count", gssip::wordAt(frame, GssipWord::Wdcnt));
+    sink.member("flags", hex16(flags));
+    if (flags == kGssipFlagsAck) sink.member("kind", "acknowledgement");
+    if (flags == kGssipFlagsNak) sink.member("kind", "negative acknowledgement");
+    if (delimiter != kGssipDelimiter) problems.push_back("delimiter " + hex16(delimiter) + " instead of 0x81FF");
 }
 
 /// @return "good" or "bad"
 /// @param words  the last one of which is the checksum
-const char* verified(const char* name, Bytes words, DecodedFrame& decoded)
+const char* verified(const char* name, Bytes words, std::vector<std::string>& problems)
 {
     const unsigned residual = gssip::residualOf(words);
     if (residual == 0) return "good";
     const unsigned stored = gssip::wordAt(words, words.size() / 2 - 1);
-    decoded.problems.push_back("bad " + std::string(name) + " checksum: " + hex16(stored) + " instead of " +
-                               hex16(stored + residual));
+    problems.push_back("bad " + std::string(name) + " checksum: " + hex16(stored) + " instead of " +
+                       hex16(stored + residual));
     return "bad";
 }
 
-void verifyChecksums(Bytes frame, DecodedFrame& decoded)
+void writeChecksums(Bytes frame, FieldSink& sink, std::vector<std::string>& problems)
 {
-    Json& fields = decoded.fields["frame"];
     const std::size_t size = gssip::frameBytesOf(frame);
-    fields["header_checksum"] = verified("header", frame.first(kGssipHeaderBytes), decoded);
+    sink.member("header_checksum", verified("header", frame.first(kGssipHeaderBytes), problems));
     if (frame.size() != size)
-        decoded.problems.push_back("frame of " + std::to_string(frame.size()) + " bytes, its word count makes " +
-                                   std::to_string(size));
+        problems.push_back("frame of " + std::to_string(frame.size()) + " bytes, its word count makes " +
+                           std::to_string(size));
     const bool hasData = gssip::wordAt(frame, GssipWord::Wdcnt) != 0 && frame.size() >= size;
-    fields["data_checksum"] =
-        hasData ? verified("data", frame.first(size).subspan(kGssipHeaderBytes), decoded) : "absent";
+    sink.member("data_checksum",
+                hasData ? verified("data", frame.first(size).subspan(kGssipHeaderBytes), problems) : "absent");
 }
 
-void decodeContent(Bytes frame, DecodedFrame& decoded)
+void writeContent(Bytes frame, FieldSink& sink, std::vector<std::string>& problems)
 {
-    const std::uint16_t id = gssip::wordAt(frame, GssipWord::MsgId);
     const Bytes data = dataOf(frame);
-    const auto* const known = std::ranges::find(kMessages, id, &KnownMessage::id);
-    const bool isKnown = known != std::end(kMessages);
-    // The receivers' own test, which lets an odd byte pass and does not look at the word count.
-    if (isKnown && frame.size() / 2 == gssipFrameWords(static_cast<std::uint32_t>(known->words))) {
-        decoded.fields["message"] = known->decode(frame);
-        decoded.units["message"] = known->units();
+    if (const KnownMessage* const known = messageOf(frame)) {
+        sink.name("message");
+        sink.beginObject();
+        known->write(frame, sink);
+        sink.endObject();
     } else if (!data.empty()) {
-        decoded.fields["words"] = wordsOf(data);
-        if (isKnown)
-            decoded.problems.push_back("message " + std::to_string(id) + " has " + std::to_string(known->words) +
-                                       " data words, not what this frame has");
+        writeWords(data, sink);
+        const std::uint16_t id = gssip::wordAt(frame, GssipWord::MsgId);
+        const auto* const other = std::ranges::find(kMessages, id, &KnownMessage::id);
+        if (other != std::end(kMessages))
+            problems.push_back("message " + std::to_string(id) + " has " + std::to_string(other->words) +
+                               " data words, not what this frame has");
     }
 }
 
@@ -273,9 +288,14 @@ const char* systemName(unsigned id)
     return "INVALID_SYSTEM_ID";
 }
 
-Json decodeTime(const aspn2_msgs::idl::timestamp& time)
+void writeTime(FieldSink& sink, const char* name, const aspn2_msgs::idl::timestamp& time)
 {
-    return {{"sec", time.sec()}, {"nsec", time.nsec()}, {"time_code", time.time_code()}};
+    sink.name(name);
+    sink.beginObject();
+    sink.member("sec", time.sec());
+    sink.member("nsec", time.nsec());
+    sink.member("time_code", time.time_code());
+    sink.endObject();
 }
 
 }  // namespace
@@ -283,11 +303,11 @@ Json decodeTime(const aspn2_msgs::idl::timestamp& time)
 std::string hexOf(Bytes bytes)
 {
     constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string text;
-    text.reserve(2 * bytes.size());
+    std::string text(2 * bytes.size(), '0');
+    auto digit = text.begin();
     for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 15];
+        *digit++ = kDigits[byte >> 4];
+        *digit++ = kDigits[byte & 15];
     }
     return text;
 }
@@ -308,39 +328,64 @@ std::string printable(std::string_view text)
     return result;
 }
 
-DecodedFrame decodeFrame(Bytes frame)
+std::vector<std::string> writeFrame(Bytes frame, FieldSink& sink)
 {
-    DecodedFrame decoded{Json::object(), {}, Json::object()};
+    std::vector<std::string> problems;
     if (frame.size() < kGssipHeaderBytes) {
-        decoded.fields["bytes"] = hexOf(frame);
-        decoded.problems.push_back("frame of " + std::to_string(frame.size()) + " bytes has no whole header");
-        return decoded;
+        sink.member("bytes", hexOf(frame));
+        problems.push_back("frame of " + std::to_string(frame.size()) + " bytes has no whole header");
+        return problems;
     }
-    decodeFrameHeader(frame, decoded);
-    verifyChecksums(frame, decoded);
-    decodeContent(frame, decoded);
-    return decoded;
+    sink.name("frame");
+    sink.beginObject();
+    writeFrameHeader(frame, sink, problems);
+    writeChecksums(frame, sink, problems);
+    sink.endObject();
+    writeContent(frame, sink, problems);
+    return problems;
 }
 
-Json decodeHeader(const aspn2_msgs::idl::header& header)
+DecodedFrame decodeFrame(Bytes frame)
+{
+    FieldTree tree;
+    tree.beginObject();
+    std::vector<std::string> problems = writeFrame(frame, tree);
+    tree.endObject();
+    Json units = Json::object();
+    if (const KnownMessage* const known = frame.size() < kGssipHeaderBytes ? nullptr : messageOf(frame))
+        units["message"] = known->units();
+    return {tree.take(), std::move(problems), std::move(units)};
+}
+
+void writeHeader(const aspn2_msgs::idl::header& header, FieldSink& sink)
 {
     const auto id = static_cast<std::uint32_t>(header.device_id());
     const auto server = static_cast<std::uint8_t>(id >> 16);
     std::array<char, 12> value;
     std::snprintf(value.data(), value.size(), "0x%08lX", static_cast<unsigned long>(id));
 
-    Json fields = Json::object();
-    fields["seq_num"] = header.seq_num();
-    fields["timestamp_arrival"] = decodeTime(header.timestamp_arrival());
-    fields["timestamp_valid"] = decodeTime(header.timestamp_valid());
-    fields["device_id"] = {{"value", value.data()},
-                           {"system", id >> 24},
-                           {"system_name", systemName(id >> 24)},
-                           {"server", server},
-                           {"server_name", ASPN2::ServerIds::to_string(server)},
-                           {"message", id >> 8 & 0xFFu},
-                           {"topic", id & 0xFFu}};
-    return fields;
+    sink.beginObject();
+    sink.member("seq_num", header.seq_num());
+    writeTime(sink, "timestamp_arrival", header.timestamp_arrival());
+    writeTime(sink, "timestamp_valid", header.timestamp_valid());
+    sink.name("device_id");
+    sink.beginObject();
+    sink.member("value", value.data());
+    sink.member("system", id >> 24);
+    sink.member("system_name", systemName(id >> 24));
+    sink.member("server", server);
+    sink.member("server_name", ASPN2::ServerIds::to_string(server));
+    sink.member("message", id >> 8 & 0xFFu);
+    sink.member("topic", id & 0xFFu);
+    sink.endObject();
+    sink.endObject();
+}
+
+Json decodeHeader(const aspn2_msgs::idl::header& header)
+{
+    FieldTree tree;
+    writeHeader(header, tree);
+    return tree.take();
 }
 
 }  // namespace orvanectl

@@ -3,6 +3,7 @@
 #include "ASPN/AspnDeviceIds.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
+#include "lab/ctl/FieldWriting.h"
 #include "lab/ctl/Rendering.h"
 
 #include <algorithm>
@@ -146,11 +147,16 @@ std::string eventTypeText(std::uint32_t type)
 
 std::string recordJson(const WatchedTopic& topic, const void* record)
 {
-    return jsonLine({{"kind", "record"},
-                     {"topic", printable(topic.name)},
-                     {"type", topic.type->name},
-                     {"header", decodeHeader(topic.type->headerOf(record))},
-                     {"message", topic.type->fieldsOf(record)}});
+    JsonLine line;
+    line.begin();
+    line.member("kind", "record");
+    line.member("topic", printable(topic.name));
+    line.member("type", topic.type->name);
+    line.name("header");
+    writeHeader(topic.type->headerOf(record), line);
+    line.name("message");
+    writeFields(*topic.type, record, line);
+    return line.end();
 }
 
 std::string recordParagraph(const WatchedTopic& topic, const void* record)

@@ -2,6 +2,7 @@
 
 #include "lab/ctl/FieldReading.h"
 #include "lab/ctl/FieldTexts.h"
+#include "lab/ctl/FieldWriting.h"
 
 #include <algorithm>
 #include <array>
@@ -27,43 +28,46 @@ double shortest(float value)
 }
 
 template <class Record>
-void addFields(const Record& record, Json& fields);
+void writeRecord(const Record& record, FieldSink& sink);
 
 template <class T>
-Json valueOf(const T& value)
+void writeValue(const T& value, FieldSink& sink)
 {
     if constexpr (std::is_enum_v<T>) {
-        return static_cast<std::underlying_type_t<T>>(value);
+        sink.value(static_cast<std::underlying_type_t<T>>(value));
     } else if constexpr (std::is_same_v<T, float>) {
-        return shortest(value);
+        sink.real(shortest(value));
     } else if constexpr (std::is_arithmetic_v<T>) {
-        return value;
+        sink.value(value);
     } else if constexpr (layout::kIsText<T>) {
-        return printable(value);
+        sink.text(printable(value));
     } else if constexpr (kIsCharacters<T>) {
-        return printable({value.data(), value.size()});
+        sink.text(printable({value.data(), value.size()}));
     } else if constexpr (std::is_same_v<T, std::vector<std::uint8_t>>) {
-        return hexOf(value);
+        sink.text(hexOf(value));
     } else if constexpr (layout::kIsArray<T> || layout::kIsSequence<T>) {
-        Json elements = Json::array();
-        for (const auto& element : value) elements.push_back(valueOf(element));
-        return elements;
+        sink.beginArray();
+        for (const auto& element : value) writeValue(element, sink);
+        sink.endArray();
     } else {
-        Json fields = Json::object();
-        addFields(value, fields);
-        return fields;
+        writeRecord(value, sink);
     }
 }
 
 template <class Record>
-void addFields(const Record& record, Json& fields)
+void writeRecord(const Record& record, FieldSink& sink)
 {
     const FieldText* text = FieldTexts<Record>::all;
-    auto add = [&]<class T>(const T& value) {
-        if constexpr (!std::is_same_v<T, header>) fields[text->name] = valueOf(value);
+    auto write = [&]<class T>(const T& value) {
+        if constexpr (!std::is_same_v<T, header>) {
+            sink.name(text->name);
+            writeValue(value, sink);
+        }
         ++text;
     };
-    layout::Access::eachField(record, add);
+    sink.beginObject();
+    layout::Access::eachField(record, write);
+    sink.endObject();
 }
 
 template <class Record>
@@ -103,11 +107,17 @@ const Json& unitsOfType()
 }
 
 template <class Record>
+void writeFieldsOf(const void* record, FieldSink& sink)
+{
+    writeRecord(*static_cast<const Record*>(record), sink);
+}
+
+template <class Record>
 Json fieldsOf(const void* record)
 {
-    Json fields = Json::object();
-    addFields(*static_cast<const Record*>(record), fields);
-    return fields;
+    FieldTree tree;
+    writeFieldsOf<Record>(record, tree);
+    return tree.take();
 }
 
 template <class Record>
@@ -146,6 +156,14 @@ bool isTypeSupportOf(const FACE::TSS::HX_TSS::TopicDataType& type)
 constexpr RecordType kTypes[] = {ORVANECTL_TOPIC_TYPES(ORVANECTL_ROW)};
 static_assert(std::size(kTypes) == 32);
 
+struct FieldWriter {
+    std::string_view name;
+    void (*write)(const void* record, FieldSink& sink);
+};
+
+#define ORVANECTL_WRITER(Name) {#Name, writeFieldsOf<Name>},
+constexpr FieldWriter kWriters[] = {ORVANECTL_TOPIC_TYPES(ORVANECTL_WRITER)};
+
 }  // namespace
 
 std::string RecordType::typeName() const
@@ -156,6 +174,11 @@ std::string RecordType::typeName() const
 std::string RecordType::pubSubType() const
 {
     return std::string(name) + "PubSubType";
+}
+
+void writeFields(const RecordType& type, const void* record, FieldSink& sink)
+{
+    std::ranges::find(kWriters, type.name, &FieldWriter::name)->write(record, sink);
 }
 
 const Json& headerUnits()

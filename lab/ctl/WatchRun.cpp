@@ -108,6 +108,7 @@ public:
                 m_statistics[sample.topic].take(sample.arrival);
                 show(sample);
             }
+            flush();
             if (isOver()) break;
             const Time now = m_source.now();
             if (m_end && now >= *m_end) break;
@@ -124,11 +125,11 @@ public:
         printSum();
     }
 
+    /// What is printed is seen once all that came has been taken.
     void print(const std::string& text)
     {
         m_waiting.reset();
-        m_output.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
-        if (!m_output) throw std::runtime_error("cannot write to standard output");
+        m_output.write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
     /// Counts what the option `count` limits.
@@ -147,6 +148,11 @@ public:
     const std::vector<WatchedTopic>& topics() const { return m_source.topics(); }
 
 private:
+    void flush()
+    {
+        if (!m_output.flush()) throw std::runtime_error("cannot write to standard output");
+    }
+
     bool isOver() const { return m_signals.received() || (m_options.count > 0 && m_counted >= m_options.count); }
 
     static std::optional<Time> earlier(std::optional<Time> one, std::optional<Time> other)
@@ -161,6 +167,7 @@ private:
         for (const TopicStatistics& statistics : m_statistics) sum.add(statistics);
         sum.leftOut = m_source.leftOut();
         print(m_options.json ? sumJson(sum) : sumText(sum));
+        flush();
     }
 
     WatchSource& m_source;

@@ -135,3 +135,36 @@ TEST(DecodeReportTest, SearchForTheNextFrameIsReported)
     EXPECT_TRUE(result.output.starts_with("frame at 54: message 8504\n")) << result.output;
     EXPECT_FALSE(result.clean);
 }
+
+namespace {
+
+/// Counts how often it is flushed, and keeps what it had then.
+class Flushed : public std::stringbuf {
+public:
+    int count = 0;
+    std::string text;
+
+private:
+    int sync() override
+    {
+        ++count;
+        text = str();
+        return 0;
+    }
+};
+
+}  // namespace
+
+TEST(DecodeReportTest, OnlyAProblemHasWhatStandsBeforeItSeen)
+{
+    Flushed buffer;
+    std::ostream output(&buffer);
+    std::ostringstream problems;
+    DecodeReport report(output, problems, "input", {.json = true});
+    report.frame(0, bytesOf(kWarning));
+    report.frame(54, bytesOf(kWarning));
+    EXPECT_EQ(buffer.count, 0);
+    report.problem(108, "no frame begins here: byte 00");
+    EXPECT_EQ(buffer.count, 1);
+    EXPECT_EQ(buffer.text, buffer.str());
+}

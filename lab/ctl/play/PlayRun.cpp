@@ -223,9 +223,9 @@ private:
 
     void openRegisters()
     {
-        if (m_options.leavesRegisters) return;
         try {
-            m_registers.emplace(m_options.registers.value_or(kMemory), m_options.devices);
+            if (!m_options.leavesRegisters)
+                m_registers.emplace(m_options.registers.value_or(kMemory), m_options.devices);
         } catch (const std::exception& error) {
             if (m_options.registers) throw;
             m_noRegisters = error.what();
@@ -233,7 +233,7 @@ private:
         if (m_registers) m_heldQueues.emplace(m_options.devices);
         if (m_registers)
             m_registersAtBegin = recordedBegin().value_or(m_registers->now());
-        else if (m_options.isFast)
+        else if (m_options.isFast && (!m_options.leavesRegisters || recordedBegin()))
             m_clock.emplace(m_options.devices);
     }
 

@@ -18,6 +18,7 @@
 #include "lab/unit/QueueFeeder.h"
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -40,7 +41,8 @@ using std::chrono::nanoseconds;
 
 constexpr std::chrono::seconds kBetweenLaps{1};
 constexpr std::chrono::seconds kArrival{5};
-constexpr std::chrono::milliseconds kStatus{250};
+constexpr std::chrono::milliseconds kStatus{250};  // less than a second
+constexpr std::chrono::microseconds kTaken{50};    // until a reader that waits for a record has taken it
 constexpr const char* kQueueDevices = "/dev/mcs";
 constexpr const char* kMemory = "/dev/mem";
 
@@ -343,12 +345,12 @@ private:
     /// Until then, or for a moment, or until there is something to heed, which is done.
     void waitForWord(Clock::time_point until)
     {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
-        const auto most = std::clamp(left, std::chrono::milliseconds(0), std::chrono::milliseconds(kStatus));
+        const auto left = std::clamp<nanoseconds>(until - Clock::now(), nanoseconds(0), kStatus);
+        const timespec most{0, static_cast<decltype(timespec::tv_nsec)>(left.count())};
         pollfd waiting[] = {{m_signals.descriptor(), POLLIN, 0},
                             {m_terminal.descriptor(), POLLIN, 0},
                             {m_stops.descriptor(), POLLIN, 0}};
-        if (::poll(waiting, std::size(waiting), static_cast<int>(most.count())) <= 0) return;
+        if (::ppoll(waiting, std::size(waiting), &most, nullptr) <= 0) return;
         if (waiting[2].revents != 0) heedTerminal();
         if (waiting[1].revents != 0) heedKey(m_terminal.take());
     }
@@ -422,10 +424,12 @@ private:
     {
         const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                             std::chrono::duration<double>(m_options.waitSeconds));
+        nanoseconds pause = kTaken;
         while (!m_isNotTaken && m_outlets.bytesNotTaken(cue) > 0) {
             if (m_isQuit || m_signals.received()) return false;
             if (Clock::now() > end) m_isNotTaken = true;
-            waitForWord(Clock::now() + std::chrono::milliseconds(1));
+            waitForWord(Clock::now() + pause);
+            pause = std::min<nanoseconds>(2 * pause, std::chrono::milliseconds(1));  // for those that are slower
         }
         return true;
     }

@@ -107,6 +107,18 @@ class Goals(unittest.TestCase):
         self.assertIs(kept["throughput at least 0.97 of the floor"], False)
         self.assertIs(kept["1000 connections within 1.5 times the load"], True)
 
+    def test_the_slowest_verb_misses_the_goal_of_all(self):
+        text = "verbs start and end within 40 ms"
+        starts = [line(f"tool.start.{verb}", "ours", 20.0, "ms") for verb in ("help", "decode", "check", "info")]
+        self.assertIs(self.kept(*starts)[text], True)
+        self.assertIsNone(self.kept(*starts[:3])[text])
+        self.assertIs(self.kept(*starts[:3], line("tool.start.info", "ours", 41.0, "ms"))[text], False)
+
+    def test_a_tool_that_loses_nothing_keeps_its_goal(self):
+        text = "echo loses nothing of them"
+        self.assertIs(self.kept(line("tool.echo.lost", "ours", 0, "samples"))[text], True)
+        self.assertIs(self.kept(line("tool.echo.lost", "ours", 1, "samples"))[text], False)
+
     def test_one_slow_end_misses_the_goal(self):
         text = "every end below 800 ms"
         self.assertIs(self.kept(line("end", "ours", 500, quantiles=[300, 500, 799]))[text], True)

@@ -1,5 +1,6 @@
 #include "aspn2_msgs/EventLog.h"
 #include "bench/Figure.h"
+#include "bench/Processor.h"
 #include "face/HX_TSS_Listeners.h"
 #include "tests/support/Desk.h"
 #include "tests/support/Transport.h"
@@ -9,7 +10,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <deque>
 #include <exception>
 #include <filesystem>
@@ -190,16 +190,6 @@ void measureEnds(Desk& desk, int count)
     tellDistribution("end", "ours", "ms", ours);
 }
 
-/// Percent of a processor that the process has for so long.
-double share(pid_t process, std::chrono::seconds duration)
-{
-    const auto begin = Clock::now();
-    const double before = processorSeconds(process);
-    std::this_thread::sleep_for(duration);
-    const double used = processorSeconds(process) - before;
-    return 100.0 * used / std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
 /// MiB that are resident.
 double memory(pid_t process)
 {
@@ -252,7 +242,7 @@ void tellParts(const std::string& side, pid_t process)
 
 void tellCost(const std::string& when, const std::string& side, pid_t process, std::chrono::seconds duration)
 {
-    tellFigure("processor." + when, side, "%", share(process, duration));
+    tellFigure("processor." + when, side, "%", processorShare(process, duration));
     tellFigure("memory." + when, side, "MiB", memory(process));
 }
 

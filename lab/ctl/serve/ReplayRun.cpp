@@ -27,7 +27,7 @@ namespace {
 using Json = BusLink::Json;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kFrame{200};  // while it plays
+constexpr std::chrono::milliseconds kPlayingFrame{200};  // while it plays
 constexpr std::chrono::milliseconds kIdleFrame{1000};
 constexpr std::chrono::milliseconds kReading{50};  // at a time
 constexpr std::chrono::milliseconds kAhead{20};
@@ -94,7 +94,7 @@ private:
         m_isMoving = !state.isPaused || state.steps != 0;
         const bool isNew = m_shown != state.changes || m_isReading != m_wasReading;
         if (!isNew && now < m_nextFrame) return;
-        m_nextFrame = now + (m_isMoving ? kFrame : kIdleFrame);
+        m_nextFrame = now + (m_isMoving ? kPlayingFrame : kIdleFrame);
         m_shown = state.changes;
         m_wasReading = m_isReading;
         show(state);

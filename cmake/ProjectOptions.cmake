@@ -38,8 +38,9 @@ add_library(orvane::options ALIAS orvane_options)
 target_include_directories(orvane_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(orvane_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Werror
-    # What one source hides of another that is compiled together with it, it hides of nobody.
+    # What a source hides of another that is compiled together with it, it hides of nobody; nor is it a header to others.
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
+    $<$<AND:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
     # Fused multiply-add differs in the last bit from one machine to the next.
     -ffp-contract=off
     "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="

@@ -63,16 +63,6 @@ double timeEnd(ChildProcess& process)
     return Milliseconds(Clock::now() - begin).count();
 }
 
-/// Seconds that a process has had of the processor.
-double processorSeconds(pid_t process)
-{
-    clockid_t clock{};
-    timespec time{};
-    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
-        throw std::runtime_error("no such process");
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 /// Waits until the process has a handler for SIGINT, the last thing that it does before it runs; looks more often than
 /// who doesn't measure.
 void awaitRunning(const ChildProcess& process)

@@ -1,4 +1,3 @@
-#include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/DecodeFormats.h"
 #include "lab/ctl/DecodeReport.h"
 #include "lab/ctl/Progress.h"
@@ -9,7 +8,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <exception>
 #include <fcntl.h>
 #include <iostream>
 #include <memory>
@@ -116,11 +114,8 @@ ExitStatus decode(const Options& options)
     }
     if (!cutter.stopped()) cutter.end();
     progress.reset();
-    if (!std::cout.flush()) {
-        printLine(std::cerr, "orvanectl: cannot write to standard output");
-        return kFailed;
-    }
-    return report.isClean() ? kDone : kFailed;
+    const ExitStatus status = printed();
+    return report.isClean() ? status : kFailed;
 }
 
 ExitStatus decodeRecording(const Options& options)
@@ -129,21 +124,10 @@ ExitStatus decodeRecording(const Options& options)
     if (::isatty(STDOUT_FILENO) != 1) progress.emplace(STDERR_FILENO).say("reads " + printable(options.recording));
     DecodeReport report(std::cout, std::cerr, options.recording,
                         {options.json, wantsColour(), progress ? &progress.value() : nullptr});
-    try {
-        readQueue(options.recording, options.queue, report);
-        progress.reset();
-    } catch (const UnknownName& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kMisused;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
-    if (!std::cout.flush()) {
-        printLine(std::cerr, "orvanectl: cannot write to standard output");
-        return kFailed;
-    }
-    return report.isClean() ? kDone : kFailed;
+    readQueue(options.recording, options.queue, report);
+    progress.reset();
+    const ExitStatus status = printed();
+    return report.isClean() ? status : kFailed;
 }
 
 constexpr const char* kExamples =
@@ -181,7 +165,9 @@ Verb addDecodeVerb(CLI::App& tool)
         ->needs(recording)
         ->type_name("NAME");
     command->add_flag("--json", options->json, "one JSON object a line");
-    return {command, [options] { return options->recording.empty() ? decode(*options) : decodeRecording(*options); }};
+    return {command, [options] {
+                return ended([&] { return options->recording.empty() ? decode(*options) : decodeRecording(*options); });
+            }};
 }
 
 }  // namespace orvanectl

@@ -1,8 +1,6 @@
 #include "lab/ctl/Verb.h"
 #include "lab/ctl/record/RecordingInfo.h"
-#include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -30,18 +28,10 @@ constexpr const char* kExamples =
 
 ExitStatus info(const Options& options)
 {
-    try {
-        const RecordingInfo info = infoOf(options.file);
-        std::cout << (options.json ? infoJson(info) : infoText(info));
-        if (!std::cout.flush()) {
-            printLine(std::cerr, "orvanectl: cannot write to standard output");
-            return kFailed;
-        }
-        return info.isClosed && info.problemCount == 0 ? kDone : kFailed;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    const RecordingInfo info = infoOf(options.file);
+    std::cout << (options.json ? infoJson(info) : infoText(info));
+    const ExitStatus status = printed();
+    return info.isClosed && info.problemCount == 0 ? status : kFailed;
 }
 
 }  // namespace
@@ -54,7 +44,7 @@ Verb addInfoVerb(CLI::App& tool)
     command->footer(kExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_flag("--json", options->json, "one JSON object");
-    return {command, [options] { return info(*options); }};
+    return {command, [options] { return ended([&] { return info(*options); }); }};
 }
 
 }  // namespace orvanectl

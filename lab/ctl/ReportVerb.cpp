@@ -2,7 +2,6 @@
 #include "lab/ctl/report/ReportRun.h"
 #include "utilities/ConsoleLine.h"
 
-#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -25,14 +24,9 @@ ExitStatus report(const ReportOptions& options)
         printLine(std::cerr, "orvanectl: where to? -o PAGE, or --json (orvanectl report --help tells more)");
         return kMisused;
     }
-    try {
-        if (runReport(options, std::cout)) return kDone;
-        printLine(std::cerr, "orvanectl: a recording was cut off or is damaged: orvanectl info tells more");
-        return kFailed;
-    } catch (const std::exception& error) {
-        printLine(std::cerr, "orvanectl: ", error.what());
-        return kFailed;
-    }
+    if (runReport(options, std::cout)) return kDone;
+    printLine(std::cerr, "orvanectl: a recording was cut off or is damaged: orvanectl info tells more");
+    return kFailed;
 }
 
 }  // namespace
@@ -50,7 +44,7 @@ Verb addReportVerb(CLI::App& tool)
         ->add_option("--settings", options->settings, "the service's top-level file; else the unit's, if there is one")
         ->type_name("FILE");
     command->add_flag("--json", options->json, "print the numbers as one JSON object");
-    return {command, [options] { return report(*options); }};
+    return {command, [options] { return ended([&] { return report(*options); }); }};
 }
 
 }  // namespace orvanectl

@@ -6,7 +6,7 @@
 #include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "lab/ctl/record/Recorder.h"
-#include "lab/ctl/why/WhyReport.h"
+#include "lab/ctl/why/JoinEntries.h"
 #include "tests/lab/mcap/Recordings.h"
 #include "tests/support/ErrorOf.h"
 

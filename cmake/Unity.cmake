@@ -67,6 +67,7 @@ set(ORVANE_ALONE
     tests/utilities/matrix3dTest.cpp
     tests/utilities/roundTest.cpp
     tests/utilities/vector3dTest.cpp
+    utilities/OpenAgain.cpp
     utilities/WatchdogTimer.cpp
 )
 

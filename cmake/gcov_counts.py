@@ -95,7 +95,7 @@ def told_by_gcov(notes):
         ["gcov", "--json-format", "--stdout", "--branch-probabilities", notes], capture_output=True, text=True
     )
     if done.returncode != 0:
-        print(f"gcov: {notes}: {done.stderr.strip()}", file=sys.stderr)
+        sys.exit(f"gcov: {notes}: {done.stderr.strip()}")
     return [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")]
 
 

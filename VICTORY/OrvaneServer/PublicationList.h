@@ -14,8 +14,8 @@ public:
     PublicationList() { m_ring.reserve(Limit); }
     PublicationList(const PublicationList&) = delete;  // a copy would have less room
     PublicationList& operator=(const PublicationList&) = delete;
-    PublicationList(PublicationList&&) = default;
-    PublicationList& operator=(PublicationList&&) = default;
+    PublicationList(PublicationList&&) = delete;
+    PublicationList& operator=(PublicationList&&) = delete;
     ~PublicationList() = default;
 
     void append(const T& element)

@@ -157,6 +157,12 @@ TEST_F(DeskTest, RecordingsThatCanBeNoneAreRefused)
               "desk: --play " + kDesk + ": options of unit-sim are not for it\n");
 }
 
+TEST_F(DeskTest, APlayThatFailsFailsTheDesk)
+{
+    EXPECT_NE(run({kDesk, "--build", ORVANE_BUILD_DIR, "--play", kDesk}), 0) << m_output;
+    EXPECT_THAT(m_output, HasSubstr("desk: " + kDesk + ": "));
+}
+
 TEST_F(DeskTest, TheSocketOfThePageIsHeldByThePageAlone)
 {
     EXPECT_EQ(run({"/bin/sh", "-c", kHoldersOfThePage, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;

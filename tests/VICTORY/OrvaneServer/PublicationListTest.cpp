@@ -11,11 +11,9 @@ namespace {
 
 using List = PublicationList<int, 3>;
 
-List listOf(const std::vector<int>& elements)
+void append(List& list, const std::vector<int>& elements)
 {
-    List list;
     for (const int element : elements) list.append(element);
-    return list;
 }
 
 std::vector<int> contentOf(const List& list)
@@ -27,14 +25,16 @@ std::vector<int> contentOf(const List& list)
 
 TEST(PublicationListTest, ElementsStandOldestFirst)
 {
-    const auto list = listOf({5, 4, 6});
+    List list;
+    append(list, {5, 4, 6});
     EXPECT_THAT(contentOf(list), ElementsAre(5, 4, 6));
     EXPECT_EQ(list.size(), 3U);
 }
 
 TEST(PublicationListTest, AppendBeyondTheLimitDropsTheOldest)
 {
-    auto list = listOf({1, 2, 3, 4});
+    List list;
+    append(list, {1, 2, 3, 4});
     EXPECT_THAT(contentOf(list), ElementsAre(2, 3, 4));
     list.append(5);
     EXPECT_THAT(contentOf(list), ElementsAre(3, 4, 5));
@@ -42,7 +42,8 @@ TEST(PublicationListTest, AppendBeyondTheLimitDropsTheOldest)
 
 TEST(PublicationListTest, CopyFillsTheFirstRowsAndLeavesTheList)
 {
-    const auto list = listOf({7, 8});
+    List list;
+    append(list, {7, 8});
     int rows[3] = {-1, -1, -1};
     unsigned count = 9;
     list.copyTo(rows, count);
@@ -53,7 +54,8 @@ TEST(PublicationListTest, CopyFillsTheFirstRowsAndLeavesTheList)
 
 TEST(PublicationListTest, CopyIsOldestFirstHoweverManyWereDropped)
 {
-    auto list = listOf({1, 2, 3, 4, 5, 6, 7, 8});
+    List list;
+    append(list, {1, 2, 3, 4, 5, 6, 7, 8});
     int rows[3] = {};
     unsigned count = 0;
     list.copyTo(rows, count);
@@ -63,7 +65,8 @@ TEST(PublicationListTest, CopyIsOldestFirstHoweverManyWereDropped)
 
 TEST(PublicationListTest, ListClearedBehindADropTakesAsManyAsBefore)
 {
-    auto list = listOf({1, 2, 3, 4});
+    List list;
+    append(list, {1, 2, 3, 4});
     list.clear();
     for (const int element : {5, 6, 7, 8}) list.append(element);
     EXPECT_THAT(contentOf(list), ElementsAre(6, 7, 8));
@@ -71,7 +74,8 @@ TEST(PublicationListTest, ListClearedBehindADropTakesAsManyAsBefore)
 
 TEST(PublicationListTest, ClearedListIsEmptyAndTakesAsManyAsBefore)
 {
-    auto list = listOf({1, 2, 3});
+    List list;
+    append(list, {1, 2, 3});
     EXPECT_FALSE(list.empty());
     list.clear();
     EXPECT_TRUE(list.empty());

@@ -176,6 +176,15 @@ TEST_F(PlayVerbTest, FastOneHasTheTimesOfNow)
     EXPECT_LT(arrival, 100s);  // not at 112 s, as it was
 }
 
+TEST_F(PlayVerbTest, FastOneThatLeavesTheRegistersReadsTheirTime)
+{
+    ChildProcess tool({kTool, "play", recording, "--fast", "--no-registers", "--wait", "30"});
+    EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.errors();
+    EXPECT_EQ(reader.wait(), (Ending{0, 0})) << reader.errors();
+    EXPECT_EQ(systemCount(), 0U);  // of a unit that nobody plays
+    EXPECT_EQ(bytesOf("/tmp/taken").size(), 220U);
+}
+
 TEST_F(PlayVerbTest, UnitOfAnotherIsLeftAlone)
 {
     ChildProcess other({kTool, "play", recording, "--rate", "0.001"});

@@ -8,6 +8,7 @@
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/mcap/File.h"
+#include "lab/mcap/Reader.h"
 #include "tests/support/Desk.h"
 
 #include <algorithm>
@@ -15,6 +16,8 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
@@ -43,11 +46,12 @@ extern char** environ;
 //
 //     lab/sandbox -- bench_tools [STARTS [SECONDS]]
 //
-// Milliseconds from the exec to the exit of verbs that need no DDS, of STARTS each; beside them, in turn, a program with
-// the same libraries that does nothing. Then the time on the processor of `echo --json` and `record`, and how many
-// samples they lost, over SECONDS with 2,000 samples a second of all topics over shared memory; beside them a program
-// of the bare library that hears the same topics. What `decode` and `play` handle in a second of their own time on the
-// processor. At last `serve`, with the service and unit-sim at 1 Hz, and up to 16 that look on.
+// Milliseconds from the exec to the exit of verbs that need no DDS, of STARTS each; beside them, in turn, a program
+// with the same libraries that does nothing. What `decode` handles in a second of its own time on the processor, but
+// for its start and end. `serve`, with the service and unit-sim at 1 Hz, and up to 16 that look on. Then the time on
+// the processor of `echo --json` and `record`, and how many samples they lost, over SECONDS with 2,000 samples a second
+// of all topics over shared memory; beside them a program of the bare library that hears the same topics. At last
+// `play`, as `decode`.
 
 namespace {
 
@@ -59,8 +63,18 @@ constexpr const char* kConnections = "/opt/halvex/config/Connections.xml";
 constexpr const char* kFollowed = "/tmp/followed";  // what echo and record print
 constexpr const char* kRecording = "/tmp/bench.mcap";
 constexpr int kSamplesASecond = 2000;
-constexpr int kDecoded = 50'000;  // frames
+constexpr std::chrono::nanoseconds kInterval(1'000'000'000 / kSamplesASecond);
+constexpr int kTurnsBefore = 10;  // of all topics, before samples count
 constexpr int kPlayed = 20'000;   // messages
+
+/// Frames that are decoded: in each form as many as take far longer than its start.
+struct Decoding {
+    const char* form;
+    const char* kind;
+    int frames;
+};
+constexpr Decoding kDecodings[] = {
+    {"json", "5044", 1'000'000}, {"json", "8504", 250'000}, {"text", "5044", 50'000}, {"text", "8504", 10'000}};
 
 Words tool(const Words& arguments)
 {
@@ -101,6 +115,32 @@ Cost run(const Words& arguments)
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
     return {lasted, seconds(used.ru_utime) + seconds(used.ru_stime)};
+}
+
+/// How many of something a program handles.
+struct Rate {
+    double perProcessorSecond = 0.0;
+    double perSecond = 0.0;  ///< of the clock
+};
+
+/// Of what comes between a run with few of them and one with many, so that start and end are no part of it.
+/// @param prepare  makes what the program takes, so many
+Rate rateOf(const Words& words, int many, const std::function<void(int)>& prepare)
+{
+    const int few = many / 100;
+    std::vector<double> processorSeconds, milliseconds;
+    prepare(few);
+    for (int i = 0; i < 3; ++i) {
+        const Cost cost = run(words);
+        processorSeconds.push_back(cost.processorSeconds);
+        milliseconds.push_back(cost.milliseconds);
+    }
+    prepare(many);
+    const Cost cost = run(words);
+    const double processor = cost.processorSeconds - median(processorSeconds);
+    const double clock = (cost.milliseconds - median(milliseconds)) / 1e3;
+    if (processor <= 0 || clock <= 0) throw std::runtime_error(words.at(1) + ": many took no longer than few");
+    return {(many - few) / processor, (many - few) / clock};
 }
 
 void expectGoodEnd(ChildProcess& process)
@@ -172,7 +212,15 @@ orvanectl::RecordPointer recordOf(const orvanectl::RecordType& type)
     return record;
 }
 
-/// Publishes on all topics of the unit in turn.
+/// Samples of all topics, by the numbers that their sources count by.
+struct Numbers {
+    std::int64_t first;
+    std::int64_t end;  ///< is none of them
+
+    bool contains(std::int64_t number) const { return number >= first && number < end; }
+};
+
+/// Publishes on all topics of the unit in turn. The samples of a turn have the same number.
 class Source {
 public:
     Source() : m_publisher(m_file, m_topics)
@@ -182,108 +230,148 @@ public:
 
     const std::vector<orvanectl::WatchedTopic>& topics() const { return m_topics; }
 
+    /// What is to count for the one that follows next: as many as come in this time, in whole turns.
+    Numbers nextThatCount(std::chrono::seconds duration) const
+    {
+        const auto samples = static_cast<std::int64_t>(duration.count()) * kSamplesASecond;
+        const auto topics = static_cast<std::int64_t>(m_topics.size());
+        const std::int64_t first = m_number + kTurnsBefore;
+        return {first, first + (samples + topics - 1) / topics};
+    }
+
+    std::int64_t samplesOf(const Numbers& numbers) const
+    {
+        return (numbers.end - numbers.first) * static_cast<std::int64_t>(m_topics.size());
+    }
+
+    /// Percent of a processor that a program has that follows all topics, while those are sent that count. What it
+    /// lacks of them shows by the turn that comes behind.
+    double follow(const ChildProcess& process, const Numbers& counted)
+    {
+        waitForSubscribers();
+        while (m_number < counted.first) {  // has all topics heard and all memory had
+            publishTurn([] {});
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        const double share = processorShare(process.id(), [&] {
+            auto next = Clock::now();
+            while (m_number < counted.end) publishTurn([&] { std::this_thread::sleep_until(next += kInterval); });
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        publishTurn([] {});
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return share;
+    }
+
+private:
     void waitForSubscribers() const
     {
         const std::string lonely = m_publisher.waitForSubscribers(ChildProcess::kDeadline, [] { return false; });
         if (!lonely.empty()) throw std::runtime_error("nobody subscribes to " + lonely);
     }
 
-    /// One of each.
-    void publishAll()
+    /// One of each topic.
+    void publishTurn(const std::function<void()>& beforeEach)
     {
-        for (std::size_t i = 0; i < m_topics.size(); ++i) publishNext();
-    }
-
-    /// As many as are to come in this time.
-    int publishFor(std::chrono::seconds duration)
-    {
-        const int count = static_cast<int>(duration.count()) * kSamplesASecond;
-        auto next = Clock::now();
-        for (int i = 0; i < count; ++i) {
-            std::this_thread::sleep_until(next += std::chrono::nanoseconds(1'000'000'000 / kSamplesASecond));
-            publishNext();
+        for (std::size_t i = 0; i < m_topics.size(); ++i) {
+            beforeEach();
+            const auto& [name, type] = m_topics[i];
+            type->headerIn(m_records[i].get()).seq_num(m_number);
+            m_publisher.publish(name, m_records[i].get());
         }
-        return count;
-    }
-
-private:
-    void publishNext()
-    {
-        const auto& [name, type] = m_topics[m_next];
-        type->headerIn(m_records[m_next].get()).seq_num(m_number);
-        m_publisher.publish(name, m_records[m_next].get());
-        if (++m_next == m_topics.size()) {
-            m_next = 0;
-            ++m_number;
-        }
+        ++m_number;
     }
 
     const orvanectl::ConnectionFile m_file{kConnections};
     const std::vector<orvanectl::WatchedTopic> m_topics = orvanectl::chooseTopics(m_file, {}, "");
     orvanectl::TopicPublisher m_publisher;
     std::vector<orvanectl::RecordPointer> m_records;
-    std::size_t m_next = 0;
     std::int64_t m_number = 0;
 };
 
-/// Percent of a processor that a program has that follows all topics for so long; `sent` is then how many samples came.
-/// What it lacks at the end shows by one more of each topic.
-double follow(Source& source, const ChildProcess& process, std::chrono::seconds duration, int& sent)
+/// Tells how many were lost: of those that count, or by what the program itself has told if that is more.
+void tellLost(const std::string& name, const std::string& side, std::int64_t sent, std::int64_t came, std::int64_t told)
 {
-    source.waitForSubscribers();
-    for (int i = 0; i < 10; ++i) {  // has all topics heard and all memory had
-        source.publishAll();
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    const double share = processorShare(process.id(), [&] { sent = source.publishFor(duration); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    source.publishAll();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    return share;
+    if (came > sent) throw std::runtime_error(name + ": more came than were sent");
+    tellFigure(name + ".lost", side, "samples", static_cast<double>(std::max(sent - came, told)));
 }
 
-double lostOf(int sent, int came, int told)
+/// How many of its lines are records that count.
+std::int64_t countedIn(const std::string& text, const Numbers& counted)
 {
-    return std::max({sent - came, told, 0});
+    std::int64_t count = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with("{\"kind\":\"record\"")) continue;
+        if (counted.contains(Json::parse(line).at("header").at("seq_num").get<std::int64_t>())) ++count;
+    }
+    return count;
+}
+
+/// Counts the messages of a recording that count.
+class CountingSink : public mcap::RecordSink {
+public:
+    explicit CountingSink(const Numbers& counted) : m_counted(counted) {}
+    void message(const mcap::Message& message) override { m_count += m_counted.contains(message.sequence) ? 1 : 0; }
+    std::int64_t count() const { return m_count; }
+
+private:
+    const Numbers m_counted;
+    std::int64_t m_count = 0;
+};
+
+void measureBareFollowing(Source& source, std::chrono::seconds duration)
+{
+    const Numbers counted = source.nextThatCount(duration);
+    ChildProcess bare({ORVANE_BARE_TOOL, "watch", std::to_string(counted.first), std::to_string(counted.end)});
+    const double share = source.follow(bare, counted);
+    end(bare);
+    for (const char* name : {"tool.echo", "tool.record"}) {
+        tellFigure(name, "floor", "%", share);
+        tellLost(name, "floor", source.samplesOf(counted), std::stoll(bare.output()), 0);
+    }
+}
+
+void measureEcho(Source& source, std::chrono::seconds duration)
+{
+    const Numbers counted = source.nextThatCount(duration);
+    Words words = tool({"echo", "--json"});
+    for (const auto& topic : source.topics()) words.push_back(topic.name);
+    std::ofstream{kFollowed};
+    ChildProcess echo(words, "/dev/null", kFollowed);
+    tellFigure("tool.echo", "ours", "%", source.follow(echo, counted));
+    end(echo, SIGINT);
+    const std::string text = textOf(kFollowed);
+    const auto sum = Json::parse(text.substr(text.rfind("{\"kind\":\"sum\"")));
+    tellLost("tool.echo", "ours", source.samplesOf(counted), countedIn(text, counted),
+             std::max(sum.at("lost").get<std::int64_t>(), sum.at("left_out").get<std::int64_t>()));
+    std::filesystem::remove(kFollowed);
+}
+
+void measureRecord(Source& source, std::chrono::seconds duration)
+{
+    const Numbers counted = source.nextThatCount(duration);
+    std::filesystem::remove(kRecording);
+    ChildProcess record(tool({"record", "-o", kRecording}));
+    tellFigure("tool.record", "ours", "%", source.follow(record, counted));
+    end(record, SIGINT);
+    const std::string text = record.output();
+    int messages = 0, missed = 0;
+    double seconds = 0;
+    if (std::sscanf(text.c_str(), "orvanectl: %d messages in %lf s, %d missed", &messages, &seconds, &missed) != 3)
+        throw std::runtime_error("what it recorded is not told: " + text);
+    const mcap::FileSource recording(kRecording);
+    CountingSink sink(counted);
+    mcap::scan(recording, sink);
+    tellLost("tool.record", "ours", source.samplesOf(counted), sink.count(), missed);
 }
 
 void measureFollowing(std::chrono::seconds duration)
 {
     Source source;
-    int sent = 0;
-    {
-        ChildProcess bare({ORVANE_BARE_TOOL, "watch"});
-        const double share = follow(source, bare, duration, sent);
-        tellFigure("tool.echo", "floor", "%", share);
-        tellFigure("tool.record", "floor", "%", share);
-        end(bare);
-    }
-    {
-        Words words = tool({"echo", "--json"});
-        for (const auto& topic : source.topics()) words.push_back(topic.name);
-        std::ofstream{kFollowed};
-        ChildProcess echo(words, "/dev/null", kFollowed);
-        tellFigure("tool.echo", "ours", "%", follow(source, echo, duration, sent));
-        end(echo, SIGINT);
-        const std::string text = textOf(kFollowed);
-        const auto sum = Json::parse(text.substr(text.rfind("{\"kind\":\"sum\"")));
-        const int came = static_cast<int>(occurrences(text, "{\"kind\":\"record\""));
-        tellFigure("tool.echo.lost", "ours", "samples",
-                   lostOf(sent, came, sum.at("lost").get<int>() + sum.at("left_out").get<int>()));
-    }
-    {
-        std::filesystem::remove(kRecording);
-        ChildProcess record(tool({"record", "-o", kRecording}));
-        tellFigure("tool.record", "ours", "%", follow(source, record, duration, sent));
-        end(record, SIGINT);
-        const std::string text = record.output();
-        int came = 0, missed = 0;
-        double seconds = 0;
-        if (std::sscanf(text.c_str(), "orvanectl: %d messages in %lf s, %d missed", &came, &seconds, &missed) != 3)
-            throw std::runtime_error("what it recorded is not told: " + text);
-        tellFigure("tool.record.lost", "ours", "samples", lostOf(sent, came, missed));
-    }
-    std::filesystem::remove(kFollowed);
+    measureBareFollowing(source, duration);
+    measureEcho(source, duration);
+    measureRecord(source, duration);
 }
 
 void measureStarts(int count)
@@ -309,27 +397,30 @@ void measureStarts(int count)
     }
 }
 
-/// Frames, and bytes, that it decodes in a second of its time on the processor.
+/// Frames, and bytes, that it decodes in a second of its time on the processor, and how long a line of JSON is.
 void measureDecoding()
 {
-    for (const char* kind : {"8504", "5044"}) {
-        const std::string path = std::string("/tmp/frames.") + kind;
-        writeFrames(path, kind, kDecoded);
-        const auto megabytes = static_cast<double>(std::filesystem::file_size(path)) / 1e6;
-        for (const std::string form : {"json", "text"}) {
-            const Words words = form == "json" ? tool({"decode", "--json", path}) : tool({"decode", path});
-            const double seconds = run(words).processorSeconds;
-            const std::string name = "tool.decode." + form + '.' + kind;
-            tellFigure(name, "ours", "1/s", kDecoded / seconds);
-            tellFigure(name + ".bytes", "ours", "MB/s", megabytes / seconds);
-        }
-        std::filesystem::remove(path);
+    constexpr const char* kFrames = "/tmp/frames.bin";
+    for (const auto& [form, kind, frames] : kDecodings) {
+        Words words = tool({"decode", kFrames});
+        const bool isJson = form == std::string("json");
+        if (isJson) words.push_back("--json");
+        const Rate rate = rateOf(words, frames, [&](int count) { writeFrames(kFrames, kind, count); });
+        const std::string name = std::string("tool.decode.") + form + '.' + kind;
+        tellFigure(name, "ours", "1/s", rate.perProcessorSecond);
+        tellFigure(name + ".bytes", "ours", "MB/s",
+                   rate.perProcessorSecond * static_cast<double>(frameOf(kind).size()) / 1e6);
+        if (!isJson) continue;
+        writeFrames(kFrames, kind, 1);
+        ChildProcess decode(words);
+        expectGoodEnd(decode);
+        tellFigure(name + ".line", "ours", "bytes", static_cast<double>(decode.output().size()));
     }
+    std::filesystem::remove(kFrames);
 }
 
 /// Writes a recording of so many messages of a topic or, where there is none of the name, of a queue.
-/// @return the bytes of all its messages
-std::size_t writeRecording(const std::string& path, const std::string& topic, int count)
+void writeRecording(const std::string& path, const std::string& topic, int count)
 {
     const orvanectl::ConnectionFile connections(kConnections);
     const bool isQueue = topic == "ZEN_HX";
@@ -355,7 +446,6 @@ std::size_t writeRecording(const std::string& path, const std::string& topic, in
             recorder.takePayload(0, payload, i, static_cast<std::int64_t>(time), time);
     }
     recorder.close({});
-    return payload.size() * static_cast<std::size_t>(count);
 }
 
 /// Runs something over and over on a thread of its own, until destruction.
@@ -379,19 +469,19 @@ private:
     std::thread m_thread;
 };
 
-void tellPlay(const std::string& name, std::size_t bytes, const Cost& cost)
+/// Messages of a topic or a queue that are played in a second of the tool's time on the processor, and of the clock.
+Rate measurePlay(const std::string& name, const std::string& topic)
 {
-    tellFigure("tool.play." + name, "ours", "1/s", kPlayed / cost.processorSeconds);
-    tellFigure("tool.play." + name + ".bytes", "ours", "MB/s",
-               static_cast<double>(bytes) / 1e6 / cost.processorSeconds);
-    tellFigure("tool.play." + name + ".clock", "ours", "1/s", kPlayed / (cost.milliseconds / 1e3));
+    const Rate rate = rateOf(tool({"play", kRecording, "--fast", "--wait", "30"}), kPlayed,
+                             [&](int count) { writeRecording(kRecording, topic, count); });
+    tellFigure(name, "ours", "1/s", rate.perProcessorSecond);
+    tellFigure(name + ".clock", "ours", "1/s", rate.perSecond);
+    return rate;
 }
 
 void measurePlaying()
 {
-    const Words play = tool({"play", kRecording, "--fast", "--wait", "30"});
     {
-        const std::size_t bytes = writeRecording(kRecording, "UTCTime", kPlayed);
         const orvanectl::ConnectionFile connections(kConnections);
         orvanectl::TopicWatch watch(connections, orvanectl::chooseTopics(connections, {"UTCTime"}, ""), {});
         const Meanwhile taken([&] {
@@ -399,10 +489,9 @@ void measurePlaying()
             ::poll(&waiting, 1, 50);
             watch.samples().take();
         });
-        tellPlay("topic", bytes, run(play));
+        measurePlay("tool.play.topic", "UTCTime");
     }
     {
-        const std::size_t bytes = writeRecording(kRecording, "ZEN_HX", kPlayed);
         const int queue = ::open("/dev/mcs5", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (queue < 0) throw std::runtime_error("no queue");
         const Meanwhile read([queue, bytes = std::vector<char>(131072)]() mutable {
@@ -410,7 +499,9 @@ void measurePlaying()
             if (::poll(&waiting, 1, 50) > 0 && ::read(queue, bytes.data(), bytes.size()) < 0 && errno != EAGAIN)
                 throw std::runtime_error("the queue can't be read");
         });
-        tellPlay("queue", bytes, run(play));
+        const Rate rate = measurePlay("tool.play.queue", "ZEN_HX");
+        tellFigure("tool.play.queue.bytes", "ours", "MB/s",
+                   rate.perProcessorSecond * static_cast<double>(frameOf("8504").size()) / 1e6);
         ::close(queue);
     }
     std::filesystem::remove(kRecording);

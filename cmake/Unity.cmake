@@ -6,25 +6,7 @@ set(ORVANE_TOGETHER "" CACHE STRING "What is compiled several sources at a time:
 # program; or a program is linked without them, or with names that they alone make visible.
 set(ORVANE_ALONE
     ioss_mcsq/ZentorM_8504_Msg.cpp
-    lab/ctl/BusVerb.cpp
-    lab/ctl/CheckVerb.cpp
-    lab/ctl/CsvVerb.cpp
-    lab/ctl/CutVerb.cpp
-    lab/ctl/DecodeVerb.cpp
-    lab/ctl/EchoVerb.cpp
-    lab/ctl/HzVerb.cpp
-    lab/ctl/InfoVerb.cpp
-    lab/ctl/PlayVerb.cpp
     lab/ctl/PubRecords.cpp
-    lab/ctl/PubVerb.cpp
-    lab/ctl/RecordVerb.cpp
-    lab/ctl/RepairVerb.cpp
-    lab/ctl/ReportVerb.cpp
-    lab/ctl/SeqVerb.cpp
-    lab/ctl/ServeVerb.cpp
-    lab/ctl/TopVerb.cpp
-    lab/ctl/WatchVerb.cpp
-    lab/ctl/WhyVerb.cpp
     lab/ctl/play/RecordTimes.cpp
     lab/ctl/record/RecordingInfo.cpp
     lab/ctl/record/RecordingWhy.cpp

@@ -23,7 +23,7 @@ namespace {
 
 using Json = BusLink::Json;
 
-struct Options {
+struct BusArguments {
     std::string socket;
     bool json = false;
     unsigned long count = 0;
@@ -52,7 +52,7 @@ std::string watchedText(const std::vector<std::string>& names)
     return text.empty() ? "lines of the bus" : text;
 }
 
-ExitStatus watch(const Options& options)
+ExitStatus watch(const BusArguments& options)
 {
     BusLink link(options.socket);
     std::optional<Progress> progress(std::in_place, STDERR_FILENO);
@@ -106,16 +106,17 @@ ExitStatus askForConfiguration(const std::string& socket, Json request, bool jso
     return answer.value("ok", false) && std::cout ? kDone : kFailed;
 }
 
-constexpr const char* kExamples = "Examples:\n"
-                                  "  orvanectl bus --socket /tmp/bus watch\n"
-                                  "  orvanectl bus last blended-navigation --json\n"
-                                  "  orvanectl bus clear-data all\n"
-                                  "  orvanectl bus bit-results 0 1\n"
-                                  "\n"
-                                  "Exit status: 0 if the request was answered and had no error, else 1; 2 for a wrong\n"
-                                  "command line.";
+constexpr const char* kBusExamples =
+    "Examples:\n"
+    "  orvanectl bus --socket /tmp/bus watch\n"
+    "  orvanectl bus last blended-navigation --json\n"
+    "  orvanectl bus clear-data all\n"
+    "  orvanectl bus bit-results 0 1\n"
+    "\n"
+    "Exit status: 0 if the request was answered and had no error, else 1; 2 for a wrong\n"
+    "command line.";
 
-ExitStatus run(const Options& options, const CLI::App& watching, const BusRequests& requests)
+ExitStatus run(const BusArguments& options, const CLI::App& watching, const BusRequests& requests)
 {
     if (options.socket.empty()) {
         printLine(std::cerr, "orvanectl: no bus: give --socket or set ORVANE_LAB_BUS");
@@ -136,10 +137,10 @@ ExitStatus run(const Options& options, const CLI::App& watching, const BusReques
 
 Verb addBusVerb(CLI::App& tool)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<BusArguments>();
     options->socket = defaultSocket();
     CLI::App* const bus = tool.add_subcommand("bus", "Watch the bus of the lab, and make requests as its clients do.");
-    bus->footer(kExamples);
+    bus->footer(kBusExamples);
     bus->require_subcommand(1);
     bus->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS")->type_name("PATH");
     CLI::App* const watching = bus->add_subcommand("watch", "print a line for each publication, until the bus closes");

@@ -16,7 +16,7 @@ namespace orvanectl {
 
 namespace {
 
-struct Options {
+struct CheckArguments {
     CheckOptions check;
     bool json = false;
 };
@@ -28,7 +28,7 @@ Findings found(CheckOptions options)
     return checkConfiguration(options);
 }
 
-ExitStatus check(const Options& options)
+ExitStatus check(const CheckArguments& options)
 {
     const Findings findings = found(options.check);
     for (const Finding& finding : findings.sorted())
@@ -53,7 +53,7 @@ ExitStatus check(const Options& options)
     return findings.warnings() == 0 ? kDone : kFailed;
 }
 
-constexpr const char* kExamples =
+constexpr const char* kCheckExamples =
     "Examples:\n"
     "  orvanectl check                                      the unit's own files and devices\n"
     "  orvanectl check --config lab/config                  the lab's sample, on any machine\n"
@@ -67,11 +67,11 @@ constexpr const char* kExamples =
 
 Verb addCheckVerb(CLI::App& tool)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CheckArguments>();
     CLI::App* const command = tool.add_subcommand(
         "check", "Read all files that the service would read and report everything that is wrong with them, a line "
                  "each. An error is what keeps the service from starting.");
-    command->footer(kExamples);
+    command->footer(kCheckExamples);
     auto* const file =
         command->add_option("FILE", options->check.file, "the top-level file; the unit's own otherwise")->type_name("");
     command

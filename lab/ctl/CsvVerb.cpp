@@ -14,7 +14,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kCsvExamples =
     "Examples:\n"
     "  orvanectl csv drive.mcap EventLog.eventlog           its time, and the text\n"
     "  orvanectl csv drive.mcap UTCTime.header.seq_num AssuranceState\n"
@@ -44,7 +44,7 @@ Verb addCsvVerb(CLI::App& tool)
     const auto options = std::make_shared<CsvOptions>();
     CLI::App* const command =
         tool.add_subcommand("csv", "Print fields of a recording as comma-separated values, a row for each message.");
-    command->footer(kExamples);
+    command->footer(kCsvExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_option("FIELD", options->fields, "a channel, or CHANNEL.FIELD")->required()->type_name("");
     return {command, [options] { return ended([&] { return csv(*options); }); }};

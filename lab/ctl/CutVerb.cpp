@@ -9,7 +9,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kCutExamples =
     "Examples:\n"
     "  orvanectl cut drive.mcap -o part.mcap --from 0.2 --to 0.8\n"
     "  orvanectl cut drive.mcap -o events.mcap --channel EventLog --channel MaintenanceEvent\n"
@@ -30,7 +30,7 @@ Verb addCutVerb(CLI::App& tool)
     const auto options = std::make_shared<CutOptions>();
     CLI::App* const command =
         tool.add_subcommand("cut", "Write a part of a recording, by time and channel, into another.");
-    command->footer(kExamples);
+    command->footer(kCutExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_option("-o,--output", options->into, "a new file")->required()->type_name("FILE");
     command->add_option("--from", options->from, "behind its first message")

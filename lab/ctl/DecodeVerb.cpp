@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::size_t kPiece = 131072;  // what the service asks of a queue
 
-struct Options {
+struct DecodeArguments {
     std::string file = "-";
     std::string format = "auto";
     std::string recording;
@@ -86,7 +86,7 @@ bool wantsColour()
            !(terminal && std::string_view(terminal) == "dumb");
 }
 
-ExitStatus decode(const Options& options)
+ExitStatus decode(const DecodeArguments& options)
 {
     const std::string name = options.file == "-" ? "standard input" : options.file;
     std::optional<Progress> progress;
@@ -118,7 +118,7 @@ ExitStatus decode(const Options& options)
     return report.isClean() ? status : kFailed;
 }
 
-ExitStatus decodeRecording(const Options& options)
+ExitStatus decodeRecording(const DecodeArguments& options)
 {
     std::optional<Progress> progress;
     if (::isatty(STDOUT_FILENO) != 1) progress.emplace(STDERR_FILENO).say("reads " + printable(options.recording));
@@ -130,7 +130,7 @@ ExitStatus decodeRecording(const Options& options)
     return report.isClean() ? status : kFailed;
 }
 
-constexpr const char* kExamples =
+constexpr const char* kDecodeExamples =
     "Examples:\n"
     "  orvanectl decode queue.bin                  a paragraph for each frame\n"
     "  orvanectl decode --json frames.bin          a line of JSON for each frame\n"
@@ -145,11 +145,11 @@ constexpr const char* kExamples =
 
 Verb addDecodeVerb(CLI::App& tool)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DecodeArguments>();
     CLI::App* const command = tool.add_subcommand(
         "decode", "Print GSSIP queue records or bare frames decoded, with their checksums verified. What can't be "
                   "decoded is reported on standard error with its offset.");
-    command->footer(kExamples);
+    command->footer(kDecodeExamples);
     CLI::Option* const file =
         command->add_option("FILE", options->file, "what to read; - or none for standard input")->type_name("");
     CLI::Option* const format =

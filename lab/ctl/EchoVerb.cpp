@@ -5,7 +5,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kEchoExamples =
     "Examples:\n"
     "  orvanectl echo EventLog                      a line for each event, from now on\n"
     "  orvanectl echo EventLog --backfill           and first those that publishers still hold\n"
@@ -26,7 +26,7 @@ Verb addEchoVerb(CLI::App& tool)
     CLI::App* const command = tool.add_subcommand(
         "echo", "Print the records of DDS topics decoded: source, sequence number, time of validity, every field by "
                 "name; of EventLog and MaintenanceEvent a line each. It only listens.");
-    command->footer(kExamples);
+    command->footer(kEchoExamples);
     command->add_option("TOPIC", options->topics, "what to show")->required()->type_name("");
     addWatchOptions(*command, *options);
     command->add_option("--count", options->count, "end after so many records")->type_name("N");

@@ -5,7 +5,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kHzExamples =
     "Examples:\n"
     "  orvanectl hz                                 all topics of the connection file\n"
     "  orvanectl hz PositionVelocityAttitude --window 5\n"
@@ -26,7 +26,7 @@ Verb addHzVerb(CLI::App& tool)
         "hz",
         "Print for DDS topics how often and how completely their records come: rate over the last seconds, count, "
         "gaps in the sequence numbers. It only listens.");
-    command->footer(kExamples);
+    command->footer(kHzExamples);
     command->add_option("TOPIC", options->topics, "what to look at; all without one")->type_name("");
     addWatchOptions(*command, *options);
     command->add_option("--count", options->count, "end after so many reports")->type_name("N");

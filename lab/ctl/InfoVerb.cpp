@@ -9,12 +9,12 @@ namespace orvanectl {
 
 namespace {
 
-struct Options {
+struct InfoArguments {
     std::string file;
     bool json = false;
 };
 
-constexpr const char* kExamples =
+constexpr const char* kInfoExamples =
     "Examples:\n"
     "  orvanectl info drive.mcap\n"
     "  orvanectl info drive.mcap --json\n"
@@ -26,7 +26,7 @@ constexpr const char* kExamples =
     "Exit status: 0 if FILE is whole, 1 if it was cut off or is damaged, or can't be read, 2 for a wrong\n"
     "command line.";
 
-ExitStatus info(const Options& options)
+ExitStatus info(const InfoArguments& options)
 {
     const RecordingInfo info = infoOf(options.file);
     std::cout << (options.json ? infoJson(info) : infoText(info));
@@ -38,10 +38,10 @@ ExitStatus info(const Options& options)
 
 Verb addInfoVerb(CLI::App& tool)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InfoArguments>();
     CLI::App* const command = tool.add_subcommand(
         "info", "Tell what a recording has: its time, and for each channel counts, rates, gaps and what was missed.");
-    command->footer(kExamples);
+    command->footer(kInfoExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_flag("--json", options->json, "one JSON object");
     return {command, [options] { return ended([&] { return info(*options); }); }};

@@ -11,7 +11,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kPlayExamples =
     "Examples:\n"
     "  orvanectl play drive.mcap\n"
     "  orvanectl play drive.mcap --rate 10 --start 0.2\n"
@@ -40,7 +40,7 @@ Verb addPlayVerb(CLI::App& tool)
     CLI::App* const command = tool.add_subcommand(
         "play", "Play a recording to the service: its records on their topics and into the lab's queues, in their own "
                 "time, which the unit's registers follow.");
-    command->footer(kExamples);
+    command->footer(kPlayExamples);
     command->add_option("FILE", options->file, "the recording")->required()->type_name("");
     command->add_option("--channel", options->choice.channels, "what to play; all without one")
         ->type_name("NAME")

@@ -12,7 +12,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kPubExamples =
     "Examples:\n"
     "  orvanectl pub Command --set command_response=START_ZEROIZE\n"
     "  orvanectl pub UTCTime --from MasterClock --set gps_week=2445 --rate 1 --count 10\n"
@@ -60,7 +60,7 @@ Verb addPubVerb(CLI::App& tool)
         "pub",
         "Publish records on DDS topics: one made of fields, or lines as echo --json prints them; or frames of the "
         "receiver into the lab's queues. Times are the unit's own, by its registers.");
-    command->footer(kExamples);
+    command->footer(kPubExamples);
     command->add_option("TOPIC", options->topic, "where a record made of fields goes; or 5044, 8504, 15051")
         ->type_name("");
     command->add_option("--hex", options->hex, "such a frame as it is, checksums included")->type_name("DIGITS");

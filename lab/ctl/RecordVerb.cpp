@@ -12,7 +12,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kRecordExamples =
     "Examples:\n"
     "  orvanectl record                              until Ctrl-C, into a file named by the time\n"
     "  orvanectl record -o drive.mcap --for 5        for five seconds\n"
@@ -56,7 +56,7 @@ Verb addRecordVerb(CLI::App& tool)
     CLI::App* const command = tool.add_subcommand(
         "record", "Record all DDS topics, the bus of the lab and copies of queues into a file that info, repair and "
                   "viewers of others read. It only listens.");
-    command->footer(kExamples);
+    command->footer(kRecordExamples);
     command->add_option("-o,--output", options->file, "a new file; else one named by the time")->type_name("FILE");
     command
         ->add_option("--connections", options->connections, "domain, transport and topics, as the service reads them")

@@ -9,7 +9,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kReportExamples =
     "Examples:\n"
     "  orvanectl report drive.mcap -o drive.html         a page for a browser\n"
     "  orvanectl report before.mcap after.mcap -o both.html      two of them, compared\n"
@@ -36,7 +36,7 @@ Verb addReportVerb(CLI::App& tool)
     const auto options = std::make_shared<ReportOptions>();
     CLI::App* const command = tool.add_subcommand(
         "report", "Make one page of a recording, or of two to compare: what happened, in pictures.");
-    command->footer(kExamples);
+    command->footer(kReportExamples);
     command->add_option("FILE", options->files, "the recording, or two")->required()->expected(1, 2)->type_name("");
     command->add_option("-o,--output", options->page, "write the page there; a file that is there stays")
         ->type_name("PAGE");

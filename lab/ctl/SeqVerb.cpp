@@ -18,7 +18,7 @@ namespace orvanectl {
 
 namespace {
 
-struct Options {
+struct SeqArguments {
     std::vector<std::string> files;
     SeqPaths paths;
     std::string junit;
@@ -46,7 +46,7 @@ void print(const std::string& text)
     if (!(std::cout << text << std::flush)) throw std::runtime_error("cannot write to standard output");
 }
 
-ExitStatus runAll(const std::vector<Sequence>& sequences, const Options& options)
+ExitStatus runAll(const std::vector<Sequence>& sequences, const SeqArguments& options)
 {
     EndingSignals signals;
     signals.listen();
@@ -66,7 +66,7 @@ ExitStatus runAll(const std::vector<Sequence>& sequences, const Options& options
     return sum.failed == 0 && sum.notRun == 0 && results.size() == sequences.size() ? kDone : kFailed;
 }
 
-ExitStatus run(const Options& options)
+ExitStatus run(const SeqArguments& options)
 {
     std::vector<Sequence> sequences;
     bool areGood = true;
@@ -87,7 +87,7 @@ ExitStatus run(const Options& options)
     }
 }
 
-constexpr const char* kExamples =
+constexpr const char* kSeqExamples =
     "Examples:\n"
     "  orvanectl seq my.seq                            beside a service and a unit-sim that run\n"
     "  orvanectl seq --json --junit result.xml my.seq  the result for programs\n"
@@ -100,7 +100,7 @@ constexpr const char* kExamples =
 
 Verb addSeqVerb(CLI::App& tool)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SeqArguments>();
     SeqPaths& paths = options->paths;
     paths.bus = fromEnvironment("ORVANE_LAB_BUS", "/tmp/bus");
     paths.control = "/tmp/desk/control";
@@ -109,7 +109,7 @@ Verb addSeqVerb(CLI::App& tool)
     paths.busLibrary = builtBeside("lab/libvictory");
     CLI::App* const command = tool.add_subcommand(
         "seq", "Run sequences of operations, a step a line, each with what is expected of it, and tell what came.");
-    command->footer(kExamples);
+    command->footer(kSeqExamples);
     command->add_option("FILE", options->files, "sequences, run one after the other; - is the standard input")
         ->required()
         ->type_name("");

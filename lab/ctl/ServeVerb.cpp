@@ -13,13 +13,14 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples = "Examples:\n"
-                                  "  orvanectl serve                       until Ctrl-C; prints the page's address\n"
-                                  "  orvanectl serve --port 0 --socket /tmp/bus\n"
-                                  "  orvanectl serve --port 0 --replay drive.mcap     a recording, with a time slider\n"
-                                  "\n"
-                                  "Exit status: 0 when all went well, 1 if a file, a DDS participant or the place to\n"
-                                  "listen at can't be had, 2 for a wrong command line.";
+constexpr const char* kServeExamples =
+    "Examples:\n"
+    "  orvanectl serve                       until Ctrl-C; prints the page's address\n"
+    "  orvanectl serve --port 0 --socket /tmp/bus\n"
+    "  orvanectl serve --port 0 --replay drive.mcap     a recording, with a time slider\n"
+    "\n"
+    "Exit status: 0 when all went well, 1 if a file, a DDS participant or the place to\n"
+    "listen at can't be had, 2 for a wrong command line.";
 
 ExitStatus serve(const ServeOptions& options)
 {
@@ -41,7 +42,7 @@ Verb addServeVerb(CLI::App& tool)
     CLI::App* const command = tool.add_subcommand(
         "serve", "Show on a live page, for a browser on this machine: navigation, inputs, NavWar, warnings, tests, "
                  "events; with buttons for requests of the bus.");
-    command->footer(kExamples);
+    command->footer(kServeExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
     CLI::Option* const socket =
         command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");

@@ -13,7 +13,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kTopExamples =
     "Examples:\n"
     "  orvanectl top                       q leaves, h lists the keys\n"
     "  orvanectl top --socket /tmp/bus     with what is told on the bus of the lab\n"
@@ -47,7 +47,7 @@ Verb addTopVerb(CLI::App& tool)
     CLI::App* const command = tool.add_subcommand(
         "top", "Show on one screen, four times a second: topics, inputs, joins, queues, bus, events and the service's "
                "process. It only listens.");
-    command->footer(kExamples);
+    command->footer(kTopExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
     command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
     command

@@ -13,7 +13,7 @@ namespace orvanectl {
 
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kWhyExamples =
     "Examples:\n"
     "  orvanectl why --for 60\n"
     "  orvanectl why --socket /tmp/bus --all         beside what the lab's bus says\n"
@@ -49,7 +49,7 @@ Verb addWhyVerb(CLI::App& tool)
         "why",
         "Tell why Blended Navigation was not published: for each time message that was not joined, which input was "
         "missing, refused, late or early, by the service's own rules. It only listens.");
-    command->footer(kExamples);
+    command->footer(kWhyExamples);
     command->add_option("FILE", options->file, "the service's top-level file")->type_name("")->capture_default_str();
     command->add_option("--socket", options->socket, "the bus; else ORVANE_LAB_BUS, else none")->type_name("PATH");
     CLI::Option* const receiver = command

@@ -212,6 +212,13 @@ FrameBoard::Sections PageModel::sections(const TopView& view, const std::string&
     return sections;
 }
 
+std::size_t PageModel::weight() const
+{
+    std::size_t weight = sizeof *this;
+    for (const auto& [name, told] : m_told) weight += sizeof name + sizeof told + told.line->size();
+    return weight;
+}
+
 Json PageModel::statusJson(const TopView& view, const std::string& trouble, std::uint64_t leftOut) const
 {
     Json process;

@@ -44,6 +44,9 @@ public:
     FrameBoard::Sections sections(const TopView& view, const std::string& trouble, std::uint64_t leftOut,
                                   Time now) const;
 
+    /// Roughly what a copy takes, in bytes, without track and course of errors, whose points are bounded.
+    std::size_t weight() const;
+
 private:
     struct Point {
         double east, north;  // m, from the first one

@@ -44,11 +44,11 @@ std::optional<RecordedRun::Time> RecordedRun::next() const
     return m_held.empty() ? std::nullopt : std::optional(m_held.front().time);
 }
 
-std::optional<RecordedPlace> RecordedRun::place() const
+std::unique_ptr<const RecordedPlace> RecordedRun::place() const
 {
-    if (!m_held.empty()) return std::nullopt;
-    RecordedPlace place = m_at;
-    place.offset = offset();
+    if (!m_held.empty()) return nullptr;
+    auto place = std::make_unique<RecordedPlace>(m_at);
+    place->offset = offset();
     return place;
 }
 

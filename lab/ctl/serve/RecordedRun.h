@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -45,8 +46,8 @@ public:
     /// Bytes of messages that were taken.
     std::uint64_t taken() const { return m_taken; }
 
-    /// Where it is; nothing within a record of the file.
-    std::optional<RecordedPlace> place() const;
+    /// Where it is; null within a record of the file.
+    std::unique_ptr<const RecordedPlace> place() const;
 
 private:
     struct Held {

@@ -23,7 +23,8 @@ constexpr int kDeepest = 16;
 constexpr std::size_t kLongestText = 1000;  // of a line of the console that is kept
 
 constexpr std::chrono::seconds kStretch{10};       // as rates are taken over
-constexpr std::size_t kLeastWeight = 256U * 1024;  // track, course, events and what is told mostly
+constexpr std::size_t kLeastWeight = 256U * 1024;  // track, course of errors, and all that is small
+constexpr std::size_t kOfByte = 2;                 // of a record; its objects are not much larger than itself
 
 /// By the settings, which know the devices of the unit's own queues. Others get a name that no event has.
 std::vector<QueueName> devicesOf(const RecordingIndex& index, const ServerSettings& settings)
@@ -55,7 +56,7 @@ Json parsed(mcap::Bytes text)
 RecordedUnit::RecordedUnit(const RecordingIndex& index, const ServerSettings& settings)
     : m_index(index), m_model(index.topics, devicesOf(index, settings), index.start),
       m_joins(settings, {.bus = index.hasBus, .receiver = index.receiver.has_value(), .queue = false}),
-      m_page(index.start), m_queues(index.queues.size()), m_stretch(index.start)
+      m_page(index.start), m_queues(index.queues.size()), m_held(index.topics.size(), Held{index.start})
 {
     if (!index.hasBus) m_model.setBus("not recorded");
     if (index.receiver) m_model.setReceiver(m_joins.diary().input(JoinInput::Receiver));
@@ -65,7 +66,6 @@ void RecordedUnit::take(std::uint16_t channel, mcap::Bytes payload, Time time)
 {
     const auto way = m_index.ways.find(channel);
     if (way == m_index.ways.end()) return;
-    count(time);
     m_joins.settle(time);
     const std::size_t number = way->second.number;
     switch (way->second.kind) {
@@ -86,14 +86,21 @@ void RecordedUnit::take(std::uint16_t channel, mcap::Bytes payload, Time time)
     }
 }
 
-void RecordedUnit::count(Time time)
+void RecordedUnit::Held::count(Time time)
 {
-    if (const auto passed = time - m_stretch; passed > kStretch) {
-        m_before = passed < 2 * kStretch ? m_inStretch : 0;
-        m_inStretch = 0;
-        m_stretch = time;
+    if (const auto passed = time - stretch; passed > kStretch) {
+        before = passed < 2 * kStretch ? inStretch : 0;
+        inStretch = 0;
+        stretch = time;
     }
-    ++m_inStretch;
+    ++inStretch;
+}
+
+std::size_t RecordedUnit::Held::weight() const
+{
+    // The arrivals of the last seconds before the latest one are all kept, for the rates.
+    const auto arrivals = std::min<std::uint64_t>(before + inStretch, TopicStatistics::kMostArrivals);
+    return static_cast<std::size_t>(arrivals) * sizeof(Time) + kOfByte * latestBytes;
 }
 
 void RecordedUnit::takeRecord(std::size_t topic, mcap::Bytes payload, Time time)
@@ -106,6 +113,8 @@ void RecordedUnit::takeRecord(std::size_t topic, mcap::Bytes payload, Time time)
     }
     const aspn2_msgs::idl::header& header = watched.type->headerOf(sample.record.get());
     sample.arrival = {time, {}, 0, header.device_id(), header.seq_num()};
+    m_held.at(topic).count(time);
+    m_held.at(topic).latestBytes = payload.size();
     m_model.take(sample);
     m_joins.take(watched, sample);
     m_page.take(watched, sample);
@@ -118,7 +127,6 @@ void RecordedUnit::takeBusLine(mcap::Bytes text, Time time)
         ++m_unreadable;
         return;
     }
-    m_toldBytes = std::max(m_toldBytes, text.size());
     m_model.takeBusLine(line, time);
     m_joins.takeBusLine(line, time);
     m_page.takeBusLine(line, time);
@@ -180,10 +188,10 @@ std::string RecordedUnit::queuesText(const TopView& view) const
 
 std::size_t RecordedUnit::weight() const
 {
-    // The arrivals of the last seconds are all kept, for the rates.
-    const auto arrivals = std::min<std::uint64_t>(
-        m_before + m_inStretch, m_index.topics.size() * std::uint64_t{TopicStatistics::kMostArrivals});
-    return kLeastWeight + static_cast<std::size_t>(arrivals) * sizeof(Time) + 10 * m_toldBytes;
+    std::size_t weight = kLeastWeight + m_model.weight() + m_joins.weight() + m_page.weight();
+    for (const Held& held : m_held) weight += held.weight();
+    for (const std::string& line : m_console) weight += sizeof line + line.size();
+    return weight;
 }
 
 }  // namespace orvanectl

@@ -42,7 +42,17 @@ private:
         std::uint64_t rest = 0;  ///< pieces that were none
     };
 
-    void count(Time time);
+    /// Of a topic, what its statistics and its latest record take.
+    struct Held {
+        // Records that came within a stretch of the time that rates are taken over, and within the one before.
+        Time stretch;
+        std::uint64_t inStretch = 0, before = 0;
+        std::size_t latestBytes = 0;  ///< as it was recorded
+
+        void count(Time time);
+        std::size_t weight() const;
+    };
+
     void takeRecord(std::size_t topic, mcap::Bytes payload, Time time);
     void takeBusLine(mcap::Bytes text, Time time);
     void takeConsoleLine(mcap::Bytes text);
@@ -56,11 +66,8 @@ private:
     PageModel m_page;
     std::vector<Queue> m_queues;
     std::deque<std::string> m_console;
+    std::vector<Held> m_held;  // by topic
     std::uint64_t m_unreadable = 0;
-    // Messages that came within a stretch of the time that rates are taken over, and within the one before.
-    Time m_stretch;
-    std::uint64_t m_inStretch = 0, m_before = 0;
-    std::size_t m_toldBytes = 0;  // of the longest lines of the bus
 };
 
 }  // namespace orvanectl

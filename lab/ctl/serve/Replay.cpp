@@ -8,10 +8,11 @@ Replay::Replay(const mcap::Source& source, const RecordingIndex& index, const Se
     : m_source(source), m_index(index), m_limits(limits), m_apart(limits.apart), m_nextPlace(limits.apart),
       m_now(index.start)
 {
-    m_places.push_back({0, {}, {}, RecordedUnit(index, settings)});
-    m_weight = m_places.front().unit.weight();
-    m_ahead = std::make_unique<RecordedRun>(source, index, m_places.front());
-    m_run = std::make_unique<RecordedRun>(source, index, m_places.front());
+    const RecordedPlace front{0, {}, {}, RecordedUnit(index, settings)};
+    m_places.push_back(std::make_unique<const RecordedPlace>(front));
+    m_weight = front.unit.weight();
+    m_ahead = std::make_unique<RecordedRun>(source, index, front);
+    m_run = std::make_unique<RecordedRun>(source, index, front);
 }
 
 /// Whether the places up to a time are kept.
@@ -34,14 +35,14 @@ void Replay::keepPlace()
     auto place = m_ahead->place();
     if (!place) return;
     m_weight += place->unit.weight();
-    m_places.push_back(std::move(*place));
-    if (m_places.size() > m_limits.places || m_weight > m_limits.bytes) {
-        std::vector<RecordedPlace> kept;
+    m_places.push_back(std::move(place));
+    while (m_places.size() > 1 && (m_places.size() > m_limits.places || m_weight > m_limits.bytes)) {
+        std::vector<std::unique_ptr<const RecordedPlace>> kept;
         for (std::size_t i = 0; i < m_places.size(); i += 2) kept.push_back(std::move(m_places[i]));
         m_places = std::move(kept);
         m_apart *= 2;
         m_weight = 0;
-        for (const RecordedPlace& one : m_places) m_weight += one.unit.weight();
+        for (const auto& one : m_places) m_weight += one->unit.weight();
     }
     m_nextPlace = m_ahead->taken() + m_apart;
 }
@@ -56,8 +57,8 @@ bool Replay::readAhead(Clock::duration most)
 const RecordedPlace& Replay::placeBefore(Time time) const
 {
     const auto behind =
-        std::ranges::find_if(m_places, [&](const RecordedPlace& place) { return place.last && *place.last > time; });
-    return *std::prev(behind);  // the first is before all times
+        std::ranges::find_if(m_places, [&](const auto& place) { return place->last && *place->last > time; });
+    return **std::prev(behind);  // the first is before all times
 }
 
 bool Replay::goTo(Time time, Clock::duration most)

@@ -64,7 +64,7 @@ private:
     const mcap::Source& m_source;
     const RecordingIndex& m_index;
     const Limits m_limits;
-    std::vector<RecordedPlace> m_places;  // in the order of the file; the first is its front
+    std::vector<std::unique_ptr<const RecordedPlace>> m_places;  // in the order of the file; the first is its front
     std::uint64_t m_apart;
     std::uint64_t m_nextPlace;  // bytes of messages before it
     std::size_t m_weight = 0;

@@ -100,6 +100,13 @@ void BusBoard::take(const Json& line, TopicStatistics::Time now, BusNotes& notes
     }
 }
 
+std::size_t BusBoard::weight() const
+{
+    std::size_t weight = m_state.size() + m_clearDataWarnings.size();
+    for (const GroupRow& group : m_groups) weight += sizeof group + group.name.size() + group.last.size();
+    return weight;
+}
+
 GroupRow* BusBoard::groupOf(const std::string& name)
 {
     const auto found = std::ranges::find(m_groups, name, &GroupRow::name);

@@ -45,6 +45,9 @@ public:
     /// The three groups, then all else in the order of its first coming.
     const std::vector<GroupRow>& groups() const { return m_groups; }
 
+    /// Roughly what a copy takes, in bytes.
+    std::size_t weight() const;
+
 private:
     GroupRow* groupOf(const std::string& name);
     void takeTell(const BusLink::Json& line, TopicStatistics::Time now, BusNotes& notes);

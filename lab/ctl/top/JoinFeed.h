@@ -43,6 +43,9 @@ public:
     /// "join rate 0.93 (56 of 60): ..." up to now; before it why no time message comes, if so.
     std::string text(Time now);
 
+    /// Roughly what a copy takes, in bytes.
+    std::size_t weight() const { return m_diary.weight() + m_sum.weight(); }
+
 private:
     JoinDiary m_diary;
     JoinSum m_sum;

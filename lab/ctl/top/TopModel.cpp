@@ -29,6 +29,10 @@ constexpr struct {
 constexpr std::size_t kTimeInput = 0;
 constexpr std::size_t kLongestText = 1000;  // of an event or a command that is kept
 
+// What is kept of each takes so many bytes.
+constexpr std::size_t kOfTopic = 1024;  // or queue
+constexpr std::size_t kOfSource = 128;
+
 constexpr std::size_t kReceiverInput = std::size(kInputs);
 constexpr const char* kHeardReceiver = "8504";
 constexpr const char* kReadReceiver = "8504/queue";
@@ -230,6 +234,17 @@ std::optional<ProcessRow> TopModel::processRow() const
         row.cpuPercent = 100.0 * (m_cpu.back().seconds - m_cpu.front().seconds) /
                          secondsBetween(m_cpu.front().time, m_cpu.back().time);
     return row;
+}
+
+std::size_t TopModel::weight() const
+{
+    std::size_t weight =
+        m_bus.weight() + m_join.size() + m_notes.clearData.text.size() + m_notes.builtInTest.text.size();
+    for (const WatchedTopic& topic : m_topics) weight += kOfTopic + topic.name.size();
+    for (const QueueName& queue : m_queues) weight += kOfTopic + queue.name.size() + queue.device.size();
+    for (const TopicStatistics& statistics : m_statistics) weight += statistics.sources().size() * kOfSource;
+    for (const std::string& event : m_events) weight += sizeof event + event.size();
+    return weight;
 }
 
 std::optional<double> TopModel::ageOf(std::optional<Time> last, Time now)

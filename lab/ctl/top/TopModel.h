@@ -39,6 +39,9 @@ public:
 
     TopView view(Time now);
 
+    /// Roughly what a copy takes, in bytes, without what grows with the arrivals and the size of the latest records.
+    std::size_t weight() const;
+
 private:
     struct CpuPoint {
         Time time;

@@ -87,6 +87,15 @@ void JoinSum::add(const Epoch& epoch)
     }
 }
 
+std::size_t JoinSum::weight() const
+{
+    constexpr std::size_t kOfNode = 48;
+    std::size_t weight = 0;
+    for (const auto& [key, count] : m_causes)
+        weight += kOfNode + sizeof key + sizeof count + std::get<std::string>(key).size();
+    return weight;
+}
+
 std::vector<std::pair<std::string, std::uint64_t>> JoinSum::causes() const
 {
     std::vector<std::pair<std::string, std::uint64_t>> all;

@@ -68,6 +68,9 @@ public:
     /// @param silence  why no time message comes, if so; stands in front
     std::string text(const std::optional<MissCause>& silence = {}) const;
 
+    /// Roughly what a copy takes, in bytes: it grows with the sets of servers that were refused.
+    std::size_t weight() const;
+
 private:
     using Key = std::tuple<MissCause::Kind, JoinInput, std::string>;
     struct Count {

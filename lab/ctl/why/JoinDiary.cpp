@@ -363,6 +363,18 @@ std::optional<MissCause> JoinDiary::silence(Time now) const
     return MissCause{servers.empty() ? Kind::Missing : Kind::Refused, JoinInput::UtcTime, seconds, servers};
 }
 
+std::size_t JoinDiary::weight() const
+{
+    constexpr std::size_t kOfServer = 64;
+    std::size_t weight = sizeof *this;
+    for (const Heard& heard : m_heard) weight += heard.refused.size() * kOfServer;
+    for (const Pending& pending : m_pending) {
+        weight += sizeof pending;
+        for (const MissCause& cause : pending.epoch.causes) weight += sizeof cause + cause.servers.size();
+    }
+    return weight;
+}
+
 JoinDiary::InputState JoinDiary::input(JoinInput input) const
 {
     const Heard& heard = this->heard(input);

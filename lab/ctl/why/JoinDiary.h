@@ -89,6 +89,9 @@ public:
     /// are refused. Nothing while they come.
     std::optional<MissCause> silence(Time now) const;
 
+    /// Roughly what a copy takes, in bytes: it grows with the epochs that are not decided yet.
+    std::size_t weight() const;
+
 private:
     using Header = aspn2_msgs::idl::header;
 

@@ -610,6 +610,15 @@ TEST(JoinSumTest, WhatIsLateByMoreAndLessIsOneCause)
     EXPECT_EQ(sum.text(), "join rate 0.00 (0 of 3): 3 x PositionVelocityAttitude 1.2 to 2.0 s late");
 }
 
+TEST(JoinSumTest, EachSetOfServersWeighs)
+{
+    JoinSum sum;
+    for (int i = 0; i < 100; ++i)
+        sum.add(
+            {0, false, {{MissCause::Kind::Refused, JoinInput::Pnt, 0, std::string(1000, 'x') + std::to_string(i)}}});
+    EXPECT_GE(sum.weight(), 100'000U);
+}
+
 TEST(JoinSumTest, WithoutATimeMessageItSaysSo)
 {
     EXPECT_EQ(JoinSum().text(MissCause{MissCause::Kind::Missing}), "no UTCTime, so that nothing can be joined");

@@ -5,6 +5,7 @@
 #include "aspn2_msgs/MeasurementIncorporationStatus.h"
 #include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "aspn2_msgs/UTCTime.h"
+#include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/why/JoinEntries.h"
 #include "tests/lab/mcap/Recordings.h"
@@ -12,8 +13,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
+#include <utility>
 
 using namespace orvanectl;
 using namespace recordings;
@@ -83,6 +86,14 @@ struct ReplayTest : testing::Test {
         recorder.settle({});
     }
 
+    /// Of 250,000 characters.
+    static std::shared_ptr<EventLog> largeEvent()
+    {
+        auto event = std::make_shared<EventLog>();
+        event->eventlog(std::string(250'000, 'x'));
+        return event;
+    }
+
     void open(Replay::Limits limits = {256, 1U << 28U, 1})
     {
         if (!isCut) recorder.close({});
@@ -94,6 +105,11 @@ struct ReplayTest : testing::Test {
     Replay::Time at(double second) const
     {
         return index->start + std::chrono::duration_cast<Replay::Time::duration>(std::chrono::duration<double>(second));
+    }
+
+    std::uint16_t channelOf(const std::string& topic) const
+    {
+        return std::ranges::find(index->channels, topic, &mcap::Channel::topic)->id;
     }
 
     std::map<std::string, std::string> sections(double second)
@@ -176,6 +192,61 @@ TEST_F(ReplayTest, PlacesThatAreTooManyGoAndWhatIsShownStays)
     EXPECT_EQ(replay->known(), 1);
     EXPECT_EQ(rowOf("UTCTime", 20.9)["records"], 21);
     EXPECT_EQ(rowOf("UTCTime", 10.9)["records"], 11);
+}
+
+TEST_F(ReplayTest, PlacesThatTakeTooMuchGoAndWhatIsShownStays)
+{
+    for (int number = 0; number < 30; ++number) {
+        recorder.take({5, {}, largeEvent()}, stamp(number));
+        second(number);
+    }
+    open({256, 10'000'000, 1});
+    while (replay->readAhead(kLong)) {
+    }
+    // Each but the first has a record of 250,000 bytes.
+    EXPECT_LE(replay->places(), 14U);
+    EXPECT_GT(replay->places(), 2U);
+    EXPECT_EQ(rowOf("UTCTime", 20.9)["records"], 21);
+    EXPECT_EQ(rowOf("EventLog", 10.9)["records"], 22);
+}
+
+TEST_F(ReplayTest, WhatIsHeldWeighs)
+{
+    recorder.takeConsoleLine("line", stamp(0));
+    recorder.takeBusLine("{}", stamp(0));
+    open();
+    RecordedUnit unit(*index, ServerSettings());
+    std::size_t weight = unit.weight();
+    const auto gained = [&] {
+        const std::size_t before = std::exchange(weight, unit.weight());
+        return weight - before;
+    };
+    unit.take(channelOf("EventLog"), payloadOf(*findRecordType("EventLog"), largeEvent().get()), at(0));
+    EXPECT_GE(gained(), 250'000U);
+    for (int i = 0; i < 200; ++i)
+        unit.take(channelOf("console"), mcap::bytesOf(R"({"line":")" + std::string(2000, 'x') + "\"}"), at(0));
+    EXPECT_GE(gained(), 200'000U);
+    unit.take(channelOf("bus"), mcap::bytesOf(R"({"type":"tell","tell":")" + std::string(9000, 'x') + "\"}"), at(0));
+    EXPECT_GE(gained(), 9000U);
+    for (int i = 0; i < 200; ++i) {
+        UTCTime time;
+        time.header().device_id(i);
+        unit.take(channelOf("UTCTime"), payloadOf(*findRecordType("UTCTime"), &time), at(0));
+    }
+    EXPECT_GE(gained(), 200 * 64U);
+}
+
+TEST_F(ReplayTest, ArrivalsOfATopicThatIsSilentSinceWeigh)
+{
+    second(0);
+    open();
+    RecordedUnit unit(*index, ServerSettings());
+    const std::size_t before = unit.weight();
+    const AssuranceState record;
+    const auto payload = payloadOf(*findRecordType("AssuranceState"), &record);
+    for (int i = 0; i < 5000; ++i) unit.take(channelOf("AssuranceState"), payload, at(1));
+    for (const int when : {200, 300}) unit.take(channelOf("console"), mcap::bytesOf("{}"), at(when));
+    EXPECT_GE(unit.weight() - before, 5000 * sizeof(Replay::Time));
 }
 
 TEST_F(ReplayTest, StepsGoFromOneMomentThatWasRecordedToTheNext)

@@ -21,7 +21,7 @@ Timeline::Timeline(Time now, double rate, bool isPaused) : m_since(now), m_rate(
 Timeline::Place Timeline::at(Time now) const
 {
     if (m_isPaused) return m_from;
-    const std::chrono::nanoseconds passed = now - m_since;
+    const std::chrono::nanoseconds passed = std::max(now, m_since) - m_since;
     // Exact at the usual rate.
     return m_from + (m_rate == 1.0 ? passed : limited(static_cast<double>(passed.count()) * m_rate));
 }
@@ -55,7 +55,7 @@ void Timeline::setRate(double rate, Time now)
 void Timeline::jump(Place place, Time now)
 {
     m_from = place;
-    m_since = now;
+    m_since = std::max(now, m_since);
 }
 
 }  // namespace orvanectl

@@ -7,7 +7,8 @@
 namespace orvanectl {
 
 /// The place of a recording that is played at a moment: it moves at a rate, and stands while the play is paused. Places
-/// are counted from where the play began. A value; one thread at a time.
+/// are counted from where the play began. A moment before the last one at which something was changed counts as that. A
+/// value; one thread at a time.
 class Timeline {
 public:
     using Clock = std::chrono::steady_clock;

@@ -44,6 +44,15 @@ TEST(TimelineTest, OtherRateGoesOnFromWhereItIs)
     EXPECT_EQ(timeline.reaches(10s), kStart + 4s);
 }
 
+TEST(TimelineTest, MomentBeforeTheLatestChangeCountsAsThat)
+{
+    Timeline timeline(kStart, 1, false);
+    timeline.setRate(10, kStart + 2s);
+    EXPECT_EQ(timeline.at(kStart + 1s), Timeline::Place(2s));
+    timeline.setRate(1, kStart + 1s);
+    EXPECT_EQ(timeline.at(kStart + 3s), Timeline::Place(3s));
+}
+
 TEST(TimelineTest, JumpOfAPausedOneStaysThere)
 {
     Timeline timeline(kStart, 2, true);

@@ -62,10 +62,13 @@ TEST_F(DraftTest, NothingIsLeftWhenASignalEndsTheProcess)
 
 TEST_F(DraftTest, ASignalThatWasIgnoredStaysSo)
 {
-    std::signal(SIGHUP, SIG_IGN);
-    Draft draft(path, Draft::Place::Free);
-    std::raise(SIGHUP);
-    draft.keep();
+    const auto before = std::signal(SIGHUP, SIG_IGN);
+    {
+        Draft draft(path, Draft::Place::Free);
+        std::raise(SIGHUP);
+        draft.keep();
+    }
+    EXPECT_EQ(std::signal(SIGHUP, before), SIG_IGN);
     EXPECT_EQ(count(), 1U);
 }
 

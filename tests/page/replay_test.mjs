@@ -2,7 +2,7 @@
 // It is made on a unit of the lab with all of the desk. With a folder for PICTURES it leaves that of the documents there.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { readFile, truncate, copyFile } from 'node:fs/promises';
+import { copyFile, readFile, stat, truncate } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { after, before, test } from 'node:test';
 import { chromium } from 'playwright-core';
@@ -279,12 +279,27 @@ test("another site's page can't move it, and nothing is requested of it", async 
 });
 
 test('what was cut off is shown as far as it goes', async () => {
+  assert.ok((await stat(RECORDING)).size > 60_000);
   await copyFile(RECORDING, '/tmp/cut.mcap');
   await truncate('/tmp/cut.mcap', 60_000);
+  const info = new Program(ctl, 'info', '/tmp/cut.mcap', '--json');
+  assert.equal(await info.ended, 1, info.errors);
+  const told = JSON.parse(info.output);
+  assert.ok(!told.closed && told.messages > 0 && told.seconds < length, info.output);
   const [, where] = await startServe('/tmp/cut.mcap');
   const other = await browser.newPage();
   await other.goto(where);
   await eventually('the words', async () => /it was cut off/.test(await other.locator('#replay-lacks').textContent()));
+  await other.locator('#replay-slider').press('End');
+  const timeText = () => other.locator('#replay-time').textContent();
+  await eventually('its end', async () => Math.abs(Date.parse((await timeText()).replace(' UTC', 'Z').replace(' ', 'T')) - Date.parse(told.to)) <= 2);
+  const counts = Object.fromEntries(told.channels.map((channel) => [channel.topic, channel.messages]));
+  await eventually('its last messages', async () => {
+    const rows = await other.locator('#topics tbody tr').evaluateAll((all) => all.map((row) => [row.children[0].textContent, Number(row.children[3].textContent)]));
+    assert.ok(rows.length > 5);
+    assert.deepEqual(rows, rows.map(([name]) => [name, counts[name]]));
+    return true;
+  });
   await other.close();
 });
 

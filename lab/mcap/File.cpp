@@ -76,7 +76,7 @@ void FileSource::read(std::uint64_t offset, std::span<std::uint8_t> into) const
     while (!into.empty()) {
         const ssize_t count = ::pread(m_file, into.data(), into.size(), static_cast<off_t>(offset));
         if (count < 0 && errno != EINTR) throw failure(m_path);
-        if (count == 0) throw Malformed("ends too early");
+        if (count == 0) throw Malformed(m_path + ": ends too early");
         if (count < 0) continue;
         into = into.subspan(static_cast<std::size_t>(count));
         offset += static_cast<std::uint64_t>(count);

@@ -1,8 +1,12 @@
 #include "lab/mcap/Compression.h"
 #include "lab/mcap/Crc32.h"
 #include "tests/lab/mcap/Recordings.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 using namespace recordings;
 
@@ -323,4 +327,14 @@ TEST(ReaderTest, ScannerBehindTheEndReadsNothing)
     Reading reading;
     mcap::Scanner scanner(source, reading, 1ULL << 40U, {});
     EXPECT_FALSE(scanner.step());
+}
+
+TEST(FileSourceTest, AFileThatBecameShorterIsNamed)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("x.mcap", recordingOf(6));
+    const mcap::FileSource source(path);
+    std::filesystem::resize_file(path, 100);
+    Reading reading;
+    EXPECT_EQ(errorOf([&] { mcap::scan(source, reading); }), path + ": ends too early");
 }

@@ -150,10 +150,11 @@ class RecordGate {
 public:
     RecordGate(RecordSink& sink, TimeRange range) : m_sink(sink), m_range(range) {}
 
-    /// Channels whose messages make sense, though they stand further in front.
-    void know(const std::vector<Channel>& channels)
+    /// What stands further in front, as if it had been taken.
+    void know(std::span<const Schema> schemas, std::span<const Channel> channels)
     {
-        for (const Channel& channel : channels) m_channels.emplace(channel.id, channel);
+        for (const Schema& schema : schemas) know(m_schemas, schema);
+        for (const Channel& channel : channels) know(m_channels, channel);
     }
 
     /// A record that stands outside of chunks, or in one.
@@ -206,6 +207,14 @@ public:
     bool hasProblem() const { return m_hasProblem; }
 
 private:
+    template <class T>
+    void know(std::map<std::uint16_t, T>& all, const T& one)
+    {
+        ByteWriter bytes;
+        write(bytes, one);
+        if (all.emplace(one.id, one).second) account(bytes.size() - kFrontSize);
+    }
+
     void take(const Schema& schema, std::size_t size)
     {
         if (const auto known = m_schemas.find(schema.id); known != m_schemas.end()) {
@@ -270,10 +279,11 @@ Scanner::Scanner(const Source& source, RecordSink& sink, TimeRange range)
     m_crc.add(kMagic);
 }
 
-Scanner::Scanner(const Source& source, RecordSink& sink, std::uint64_t place, const std::vector<Channel>& channels)
+Scanner::Scanner(const Source& source, RecordSink& sink, std::uint64_t place, std::span<const Schema> schemas,
+                 std::span<const Channel> channels)
     : Scanner(source, sink)
 {
-    m_gate->know(channels);
+    m_gate->know(schemas, channels);
     m_isFromFront = place <= m_result.end;
     m_result.end = std::clamp(place, m_result.end, std::max(source.size(), m_result.end));
 }

@@ -6,6 +6,7 @@
 #include "lab/mcap/Records.h"
 
 #include <memory>
+#include <span>
 
 /// Recordings are read whatever their bytes are: what is damaged is told and left out, every length is checked, and no
 /// more memory is taken than some multiples of `kLargest`.
@@ -58,9 +59,10 @@ public:
     Scanner(const Source& source, RecordSink& sink, TimeRange range = {});
 
     /// Reads on from a place that another one came to. The checksum of all of it is not looked at then.
-    /// @param place     its `result().end`
-    /// @param channels  those that are known there; they are not handed over again
-    Scanner(const Source& source, RecordSink& sink, std::uint64_t place, const std::vector<Channel>& channels);
+    /// @param place              its `result().end`
+    /// @param schemas, channels  those that were handed over up to there; they are not handed over again
+    Scanner(const Source& source, RecordSink& sink, std::uint64_t place, std::span<const Schema> schemas,
+            std::span<const Channel> channels);
     ~Scanner();
     Scanner(const Scanner&) = delete;
     Scanner& operator=(const Scanner&) = delete;

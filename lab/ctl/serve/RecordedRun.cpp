@@ -3,13 +3,24 @@
 #include "lab/ctl/record/RecordingSource.h"
 
 #include <algorithm>
+#include <span>
 
 namespace orvanectl {
 
+namespace {
+
+template <class T>
+std::span<const T> firstOf(const std::vector<T>& all, std::size_t count)
+{
+    return std::span(all).first(std::min(count, all.size()));
+}
+
+}  // namespace
+
 RecordedRun::RecordedRun(const mcap::Source& source, const RecordingIndex& index, const RecordedPlace& place)
     : m_at(place), m_latest(place.last.value_or(index.start)),
-      m_scanner(source, static_cast<mcap::RecordSink&>(*this), place.offset,
-                place.offset == 0 ? std::vector<mcap::Channel>() : index.channels)
+      m_scanner(source, static_cast<mcap::RecordSink&>(*this), place.offset, firstOf(index.schemas, place.schemas),
+                firstOf(index.channels, place.channels))
 {}
 
 void RecordedRun::message(const mcap::Message& message)

@@ -15,9 +15,10 @@ namespace orvanectl {
 struct RecordedPlace {
     using Time = RecordedUnit::Time;
 
-    std::uint64_t offset = 0;      ///< in the file; 0 is its front
-    std::optional<Time> last;      ///< when the last message before it came
-    std::optional<Time> previous;  ///< when one came last that was earlier than that
+    std::uint64_t offset = 0;               ///< in the file; 0 is its front
+    std::size_t schemas = 0, channels = 0;  ///< of the index, in their order, that stand before it
+    std::optional<Time> last;               ///< when the last message before it came
+    std::optional<Time> previous;           ///< when one came last that was earlier than that
     RecordedUnit unit;
 };
 
@@ -56,6 +57,8 @@ private:
         std::vector<std::uint8_t> payload;
     };
 
+    void schema(const mcap::Schema&) override { ++m_at.schemas; }
+    void channel(const mcap::Channel&) override { ++m_at.channels; }
     void message(const mcap::Message& message) override;
     void takeFirst();
 

@@ -16,7 +16,11 @@ class IndexSink : public mcap::RecordSink {
 public:
     explicit IndexSink(RecordingIndex& index) : m_index(index) {}
 
-    void schema(const mcap::Schema& schema) override { m_schemas[schema.id] = schema.name; }
+    void schema(const mcap::Schema& schema) override
+    {
+        m_index.schemas.push_back(schema);
+        m_schemas[schema.id] = schema.name;
+    }
 
     void channel(const mcap::Channel& channel) override
     {

@@ -30,7 +30,8 @@ struct RecordingIndex {
     std::vector<WatchedTopic> topics;
     std::vector<QueueName> queues;  ///< the devices are empty
     std::map<std::uint16_t, Way> ways;
-    std::vector<mcap::Channel> channels;  ///< all of them
+    std::vector<mcap::Schema> schemas;    ///< all of them, in their order in the file
+    std::vector<mcap::Channel> channels;  ///< likewise
     bool hasBus = false, hasConsole = false;
     std::optional<std::size_t> receiver;  ///< among the queues
     std::uint64_t messages = 0;

@@ -8,7 +8,7 @@ Replay::Replay(const mcap::Source& source, const RecordingIndex& index, const Se
     : m_source(source), m_index(index), m_limits(limits), m_apart(limits.apart), m_nextPlace(limits.apart),
       m_now(index.start)
 {
-    const RecordedPlace front{0, {}, {}, RecordedUnit(index, settings)};
+    const RecordedPlace front{0, 0, 0, {}, {}, RecordedUnit(index, settings)};
     m_places.push_back(std::make_unique<const RecordedPlace>(front));
     m_weight = front.unit.weight();
     m_ahead = std::make_unique<RecordedRun>(source, index, front);

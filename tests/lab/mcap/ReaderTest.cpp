@@ -313,7 +313,7 @@ TEST(ReaderTest, ScannerGoesOnWhereAnotherStopped)
     ASSERT_TRUE(summary);
     Reading rest;
     for (const mcap::Channel& channel : summary->channels) rest.topics[channel.id] = channel.topic;
-    mcap::Scanner second(source, rest, place, summary->channels);
+    mcap::Scanner second(source, rest, place, summary->schemas, summary->channels);
     while (second.step()) {
     }
     ASSERT_EQ(rest.messages.size(), 4U);
@@ -321,11 +321,28 @@ TEST(ReaderTest, ScannerGoesOnWhereAnotherStopped)
     EXPECT_EQ(rest.problems, std::vector<std::string>());
 }
 
+TEST(ReaderTest, ScannerOfAPlaceTakesAChannelWhoseSchemaStandsInFront)
+{
+    TextOutput output;
+    mcap::Writer writer(output, {"test", 1U << 20, true});
+    const auto schema = writer.addSchema("T", "omgidl", "struct T { long x; };");
+    const std::uint64_t place = writer.size();
+    writer.add({writer.addChannel(schema, "A", "cdr", {}), 0, 1000, 900, mcap::bytesOf("data")});
+    writer.close();
+    const TextSource source(output.text);
+    const mcap::Schema known[] = {{schema, "T", "omgidl", "struct T { long x; };"}};
+    Reading reading;
+    mcap::Scanner scanner(source, reading, place, known, {});
+    while (scanner.step()) {
+    }
+    EXPECT_EQ(reading.lines, (std::vector<std::string>{"channel A cdr", "A #0 1000 900 data"}));
+}
+
 TEST(ReaderTest, ScannerBehindTheEndReadsNothing)
 {
     const TextSource source(recordingOf(2));
     Reading reading;
-    mcap::Scanner scanner(source, reading, 1ULL << 40U, {});
+    mcap::Scanner scanner(source, reading, 1ULL << 40U, {}, {});
     EXPECT_FALSE(scanner.step());
 }
 

@@ -182,6 +182,32 @@ TEST_F(ReplayTest, WhateverTheWayToATimeItShowsTheSame)
         for (const auto& [name, json] : sections(place / 10.0)) EXPECT_EQ(json, passed.at(place)[name]) << place;
 }
 
+TEST_F(ReplayTest, AMessageInFrontOfItsChannelIsLeftOutWhateverTheWay)
+{
+    TextOutput moved;
+    mcap::Writer writer(moved, {"test", 1U << 20U, true});
+    const auto add = [&](std::uint16_t channel, int second, const char* line) {
+        writer.add({channel, 0, stamp(second), 0, mcap::bytesOf(line)});
+        writer.endChunk();
+        return static_cast<std::ptrdiff_t>(moved.text.size());
+    };
+    const auto from = add(writer.addChannel(0, "bus", "json", {}), 0, "{}");
+    const std::uint16_t console = writer.addChannel(0, "console", "json", {});
+    const auto behind = static_cast<std::ptrdiff_t>(moved.text.size());
+    const auto to = add(console, 1, R"({"line":"too early"})");
+    add(console, 2, R"({"line":"told"})");
+    writer.close();
+    const auto front = moved.text.begin();
+    std::rotate(front + from, front + behind, front + to);
+    source.emplace(moved.text);
+    index = indexOf(*source, "x");
+    for (const std::uint64_t apart : {std::uint64_t{1} << 40U, std::uint64_t{1}}) {
+        replay.emplace(*source, *index, ServerSettings(), Replay::Limits{256, 1U << 28U, apart});
+        EXPECT_EQ(section("console", 1.5), Json::array()) << apart;
+        EXPECT_EQ(section("console", 2), Json::parse(R"(["told"])")) << apart;
+    }
+}
+
 TEST_F(ReplayTest, PlacesThatAreTooManyGoAndWhatIsShownStays)
 {
     for (int number = 0; number < 30; ++number) second(number);

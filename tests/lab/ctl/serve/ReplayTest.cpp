@@ -178,8 +178,7 @@ TEST_F(ReplayTest, WhateverTheWayToATimeItShowsTheSame)
     std::map<int, std::map<std::string, std::string>> passed;  // by tenths of a second
     for (int place = 0; place < 300; place += 7) passed[place] = sections(place / 10.0);
     EXPECT_GT(replay->places(), 10U);
-    for (const int place : {210, 70, 287, 0, 147, 140})
-        for (const auto& [name, json] : sections(place / 10.0)) EXPECT_EQ(json, passed.at(place)[name]) << place;
+    for (const int place : {210, 70, 287, 0, 147, 140}) EXPECT_EQ(sections(place / 10.0), passed.at(place)) << place;
 }
 
 TEST_F(ReplayTest, AMessageInFrontOfItsChannelIsLeftOutWhateverTheWay)

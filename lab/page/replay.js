@@ -70,6 +70,8 @@ function wordsOf(replay) {
   const words = [];
   if (!replay.closed) words.push('it was cut off');
   if (replay.problems) words.push(`${replay.problems} damaged ${replay.problems === 1 ? 'place is' : 'places are'} left out`);
+  for (const [count, what] of [[replay.topicsPassedOver, 'topic'], [replay.queuesPassedOver, 'queue']])
+    if (count) words.push(`${count} more ${what}${count === 1 ? ' is' : 's are'} not shown`);
   if (!replay.bus) words.push('the bus was not recorded');
   if (!replay.receiver) words.push("the receiver's queue was not recorded");
   return words.length ? `Of this recording ${words.join('; ')}.` : '';

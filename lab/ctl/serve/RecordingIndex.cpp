@@ -5,8 +5,10 @@
 #include "lab/ctl/record/RecordingSource.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace orvanectl {
 
@@ -63,7 +65,11 @@ private:
         const auto known = std::ranges::find_if(
             topics, [&](const WatchedTopic& topic) { return topic.name == name && topic.type == &type; });
         const auto number = static_cast<std::size_t>(known - topics.begin());
-        if (number >= kMostRecordedTopics) return std::nullopt;
+        if (number >= kMostRecordedTopics) {
+            m_topicsPassedOver.emplace(name, &type);
+            m_index.topicsPassedOver = m_topicsPassedOver.size();
+            return std::nullopt;
+        }
         if (known == topics.end()) topics.push_back({name, &type});
         return RecordingIndex::Way{Kind::Topic, number};
     }
@@ -76,7 +82,11 @@ private:
         auto& queues = m_index.queues;
         const auto known = std::ranges::find(queues, name, &QueueName::name);
         const auto number = static_cast<std::size_t>(known - queues.begin());
-        if (number >= kMostRecordedQueues) return std::nullopt;
+        if (number >= kMostRecordedQueues) {
+            m_queuesPassedOver.insert(name);
+            m_index.queuesPassedOver = m_queuesPassedOver.size();
+            return std::nullopt;
+        }
         if (known == queues.end()) queues.push_back({name, ""});
         if (name == kReceiverQueue) m_index.receiver = number;
         return RecordingIndex::Way{isRest ? Kind::Rest : Kind::Records, number};
@@ -84,6 +94,8 @@ private:
 
     RecordingIndex& m_index;
     std::map<std::uint16_t, std::string> m_schemas;
+    std::set<std::pair<std::string, const RecordType*>> m_topicsPassedOver;
+    std::set<std::string> m_queuesPassedOver;
 };
 
 }  // namespace

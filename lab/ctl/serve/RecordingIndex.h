@@ -29,6 +29,8 @@ struct RecordingIndex {
     std::string name;  ///< of the file, without its folder; printable
     std::vector<WatchedTopic> topics;
     std::vector<QueueName> queues;  ///< the devices are empty
+    /// Those that are more than are followed.
+    std::size_t topicsPassedOver = 0, queuesPassedOver = 0;
     std::map<std::uint16_t, Way> ways;
     std::vector<mcap::Schema> schemas;    ///< all of them, in their order in the file
     std::vector<mcap::Channel> channels;  ///< likewise
@@ -42,7 +44,7 @@ struct RecordingIndex {
     Time::duration length() const { return end - start; }
 };
 
-/// Topics and queues that are followed; what comes behind them is passed over.
+/// Topics and queues that are followed; what comes behind them is passed over, and counted.
 inline constexpr std::size_t kMostRecordedTopics = 100;
 inline constexpr std::size_t kMostRecordedQueues = 16;
 

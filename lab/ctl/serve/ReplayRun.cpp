@@ -143,6 +143,8 @@ private:
                 {"known", std::floor(m_replay.known() * 100) / 100},
                 {"closed", m_index.isClosed},
                 {"problems", m_index.problems},
+                {"topicsPassedOver", m_index.topicsPassedOver},
+                {"queuesPassedOver", m_index.queuesPassedOver},
                 {"bus", m_index.hasBus},
                 {"receiver", m_index.receiver.has_value()},
                 {"console", m_index.hasConsole}};

@@ -367,6 +367,23 @@ TEST_F(ReplayTest, RecordingsOfOthersAreShownAsFarAsTheyAreKnown)
     EXPECT_EQ(section("status", 0)["bus"], "not recorded");
 }
 
+TEST_F(ReplayTest, TopicsAndQueuesThatAreTooManyAreCounted)
+{
+    std::vector<WatchedTopic> many;
+    for (int i = 0; i < 103; ++i) many.push_back({"Time" + std::to_string(i), findRecordType("UTCTime")});
+    std::vector<std::string> queues;
+    for (int i = 0; i < 18; ++i) queues.push_back("QUEUE" + std::to_string(i));
+    TextOutput file;
+    Recorder other(file, many, queues, {});
+    other.takeQueueRest(17, mcap::bytesOf("xx"), stamp(0));
+    other.close({});
+    index = indexOf(TextSource(file.text), "x");
+    EXPECT_EQ(index->topics.size(), 100U);
+    EXPECT_EQ(index->topicsPassedOver, 3U);
+    EXPECT_EQ(index->queues.size(), 16U);
+    EXPECT_EQ(index->queuesPassedOver, 2U);
+}
+
 TEST_F(ReplayTest, ARecordingWithoutAMessageAndWhatIsNoneAreRefused)
 {
     recorder.close({});

@@ -77,17 +77,6 @@ bool Replay::goTo(Time time, Clock::duration most)
     return true;
 }
 
-std::optional<Replay::Time> Replay::next(Clock::duration most)
-{
-    const auto end = Clock::now() + most;
-    while (!m_run->next()) {
-        if (m_run->hasEnded()) return m_index.end;
-        if (Clock::now() >= end) return std::nullopt;
-        m_run->advance(m_now);
-    }
-    return *m_run->next();
-}
-
 Replay::Time Replay::previous() const
 {
     if (m_run->last() && *m_run->last() < m_now) return *m_run->last();

@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace orvanectl {
@@ -43,9 +42,8 @@ public:
     /// What was told up to there.
     FrameBoard::Sections sections() const { return m_run->unit().sections(m_now); }
 
-    /// When something was recorded next, behind where it is; the end if nothing was. Nothing if that is not found within so
-    /// long: it goes on with the next call.
-    std::optional<Time> next(Clock::duration most);
+    /// When something was recorded next, behind where it is; the end if nothing was. `goTo` is there only once that is read.
+    Time next() const { return m_run->next().value_or(m_index.end); }
 
     /// When something was recorded last, before where it is; the start if nothing was.
     Time previous() const;

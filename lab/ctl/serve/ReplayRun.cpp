@@ -88,8 +88,8 @@ private:
         if (m_isReading) {
             // Time stands still until that is read.
             m_position.goOnFrom(state.place, state.changes, 0, Clock::now());
-        } else if (state.steps != 0 && step(state)) {
-            return;
+        } else if (state.steps != 0) {
+            return step(state);
         }
         m_isMoving = !state.isPaused || state.steps != 0;
         const bool isNew = m_shown != state.changes || m_isReading != m_wasReading;
@@ -100,15 +100,12 @@ private:
         show(state);
     }
 
-    /// True if it was made: there is more to go to.
-    bool step(const ReplayPosition::State& state)
+    void step(const ReplayPosition::State& state)
     {
         const int step = state.steps > 0 ? 1 : -1;
-        const auto time = step > 0 ? m_replay.next(kReading) : std::optional(m_replay.previous());
-        if (!time) return false;
-        m_position.goOnFrom(*time - m_index.start, state.changes, step, Clock::now());
+        const Replay::Time time = step > 0 ? m_replay.next() : m_replay.previous();
+        m_position.goOnFrom(time - m_index.start, state.changes, step, Clock::now());
         m_nextFrame = {};
-        return true;
     }
 
     void show(const ReplayPosition::State& state)

@@ -279,14 +279,28 @@ TEST_F(ReplayTest, StepsGoFromOneMomentThatWasRecordedToTheNext)
     for (int number = 0; number < 5; ++number) second(number);
     open();
     ASSERT_TRUE(replay->goTo(at(2.3), kLong));
-    EXPECT_EQ(*replay->next(kLong), at(2.5));
+    EXPECT_EQ(replay->next(), at(2.5));
     EXPECT_EQ(replay->previous(), at(2.25));
     ASSERT_TRUE(replay->goTo(at(2.25), kLong));
     EXPECT_EQ(replay->previous(), at(2.01));
     ASSERT_TRUE(replay->goTo(at(0), kLong));
     EXPECT_EQ(replay->previous(), at(0));
     ASSERT_TRUE(replay->goTo(at(4.6), kLong));
-    EXPECT_EQ(*replay->next(kLong), at(4.6));
+    EXPECT_EQ(replay->next(), at(4.6));
+}
+
+TEST_F(ReplayTest, WhatIsNextIsKnownOnceItIsThere)
+{
+    second(0);
+    for (int i = 0; i < 100; ++i) recorder.settle({{"UTCTime", std::to_string(i)}});
+    second(9);
+    open();
+    while (replay->readAhead(kLong)) {
+    }
+    int calls = 1;
+    while (!replay->goTo(at(0.7), 0s) && calls < 10'000) ++calls;
+    EXPECT_GT(calls, 50);
+    EXPECT_EQ(replay->next(), at(9));
 }
 
 TEST_F(ReplayTest, WithoutTimeItGoesOnWithTheNextCall)

@@ -7,7 +7,6 @@
 #include "utilities/Shielded.h"
 
 #include <iostream>
-#include <new>
 #include <tinyxml2.h>
 #include <utility>
 
@@ -18,13 +17,6 @@ constexpr unsigned long kShortestPeriodMs = 1000;
 }  // namespace
 
 BusService::BusService(const ServerSettings& settings, Owner owner) : m_settings(settings), m_owner(std::move(owner)) {}
-
-std::unique_ptr<BusService::Texts, BusService::Freed> BusService::zeroedTexts()
-{
-    auto* const texts = static_cast<Texts*>(std::calloc(1, sizeof(Texts)));
-    if (!texts) throw std::bad_alloc();
-    return std::unique_ptr<Texts, Freed>(texts);
-}
 
 bool BusService::start(const char* vclText)
 {
@@ -98,14 +90,14 @@ bool BusService::startService(const char* vclText)
 VapntsService* BusService::makeService(const char* vclText)
 {
     bool hasTexts =
-        VictoryLibrary::readTextFile(m_settings.m_victoryConfigurationFile, m_texts->configuration).isSuccess();
+        VictoryLibrary::readTextFile(m_settings.m_victoryConfigurationFile, m_victoryConfigurationText).isSuccess();
     if (!vclText) {
         const MutexLock lock(m_vclFileMutex);
-        hasTexts = VictoryLibrary::readTextFile(m_settings.m_vclFile, m_texts->vcl).isSuccess() && hasTexts;
-        vclText = m_texts->vcl.data();
+        hasTexts = VictoryLibrary::readTextFile(m_settings.m_vclFile, m_vclText).isSuccess() && hasTexts;
+        vclText = m_vclText.data();
     }
     if (!hasTexts) return nullptr;
-    VapntsService* const service = VictoryLibrary::newService(m_texts->configuration.data(), vclText);
+    VapntsService* const service = VictoryLibrary::newService(m_victoryConfigurationText.data(), vclText);
     m_service = service;
     return service;
 }

@@ -9,9 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
-#include <memory>
 #include <string>
 
 /// The life of the bus library's service, which is made of two texts:
@@ -93,16 +91,6 @@ private:
     void discardService() REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
     void deleteService(const char* caller) REQUIRES(m_lifeCycleMutex) EXCLUDES(m_serviceGate);
 
-    /// What the library is given; zeros at first, whose memory is taken where a text is written.
-    struct Texts {
-        std::array<char, 65536> configuration;
-        std::array<char, 65536> vcl;
-    };
-    struct Freed {
-        void operator()(Texts* texts) const { std::free(texts); }
-    };
-    static std::unique_ptr<Texts, Freed> zeroedTexts();
-
     const ServerSettings& m_settings;
     const Owner m_owner;
 
@@ -116,7 +104,8 @@ private:
     std::atomic<std::uint32_t> m_victoryGeneration = 0;
 
     // The texts stay as they are until the service that was made of them has been deleted.
-    const std::unique_ptr<Texts, Freed> m_texts GUARDED_BY(m_lifeCycleMutex) = zeroedTexts();
+    std::array<char, 65536> m_victoryConfigurationText GUARDED_BY(m_lifeCycleMutex) = {};
+    std::array<char, 65536> m_vclText GUARDED_BY(m_lifeCycleMutex) = {};
     std::string m_updatedVclText GUARDED_BY(m_lifeCycleMutex);  // that the service was restarted with
 };
 

@@ -494,14 +494,17 @@ void measurePlaying()
     {
         const int queue = ::open("/dev/mcs5", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (queue < 0) throw std::runtime_error("no queue");
-        const Meanwhile read([queue, bytes = std::vector<char>(131072)]() mutable {
-            pollfd waiting{queue, POLLIN, 0};
-            if (::poll(&waiting, 1, 50) > 0 && ::read(queue, bytes.data(), bytes.size()) < 0 && errno != EAGAIN)
-                throw std::runtime_error("the queue can't be read");
-        });
-        const Rate rate = measurePlay("tool.play.queue", "ZEN_HX");
-        tellFigure("tool.play.queue.bytes", "ours", "MB/s",
-                   rate.perProcessorSecond * static_cast<double>(frameOf("8504").size()) / 1e6);
+        {
+            // It ends before the queue is closed.
+            const Meanwhile read([queue, bytes = std::vector<char>(131072)]() mutable {
+                pollfd waiting{queue, POLLIN, 0};
+                if (::poll(&waiting, 1, 50) > 0 && ::read(queue, bytes.data(), bytes.size()) < 0 && errno != EAGAIN)
+                    throw std::runtime_error("the queue can't be read");
+            });
+            const Rate rate = measurePlay("tool.play.queue", "ZEN_HX");
+            tellFigure("tool.play.queue.bytes", "ours", "MB/s",
+                       rate.perProcessorSecond * static_cast<double>(frameOf("8504").size()) / 1e6);
+        }
         ::close(queue);
     }
     std::filesystem::remove(kRecording);

@@ -1,34 +1,16 @@
 // The live page in a browser, on a unit of the lab with all of the desk: node page_test.mjs SOURCE BUILD [PICTURES]
 // With a folder for PICTURES it leaves those of the documents there.
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { createServer } from 'node:http';
 import net from 'node:net';
 import { after, before, test } from 'node:test';
 import { chromium } from 'playwright-core';
+import { Program, eventually } from './programs.mjs';
 
 const [source, build, pictures] = process.argv.slice(2);
 const axeScript = createRequire(import.meta.url).resolve('axe-core');
-const DEADLINE = 30_000;
-
-/// Waits until it gives something that is not false; what it throws meanwhile is thrown at the end.
-async function eventually(what, look) {
-  const end = Date.now() + DEADLINE;
-  for (;;) {
-    let problem;
-    try {
-      const found = await look();
-      if (found) return found;
-    } catch (error) { problem = error; }
-    if (Date.now() > end) {
-      const said = Program.all.map((program) => program.output.slice(-400)).join('\n---\n');
-      throw new Error(`${what}: not within ${DEADLINE / 1000} s; the programs said last:\n${said}`, { cause: problem });
-    }
-    await new Promise((resolve) => { setTimeout(resolve, 20); });
-  }
-}
 
 /// A client of the bus that remembers what was told.
 class Bus {
@@ -58,25 +40,6 @@ class Bus {
 
   told(name) { return this.lines.filter((line) => line.type === 'tell' && line.tell === name); }
   last(name) { return this.told(name).at(-1); }
-}
-
-/// A process with what it has printed; ended with the test.
-class Program {
-  static all = [];
-  output = '';
-
-  constructor(command, ...words) {
-    this.child = spawn(command, words, { stdio: ['ignore', 'pipe', 'pipe'] });
-    this.child.stdout.on('data', (data) => { this.output += data; });
-    this.child.stderr.on('data', (data) => { this.output += data; });
-    this.ended = new Promise((resolve) => { this.child.once('exit', (code, signal) => resolve(signal || code)); });
-    Program.all.push(this);
-  }
-
-  end() {
-    this.child.kill('SIGTERM');
-    return this.ended;
-  }
 }
 
 const startDesk = (...words) => new Program(`${source}/lab/desk`, '--build', build, '--seconds', 'forever', '--',

@@ -1,51 +1,16 @@
 // A recording on the live page, in a browser: node replay_test.mjs SOURCE BUILD [PICTURES]
 // It is made on a unit of the lab with all of the desk. With a folder for PICTURES it leaves that of the documents there.
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { copyFile, mkdir, readFile, stat, truncate, writeFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { after, before, test } from 'node:test';
 import { chromium } from 'playwright-core';
+import { Program, eventually } from './programs.mjs';
 
 const [source, build, pictures] = process.argv.slice(2);
 const axeScript = createRequire(import.meta.url).resolve('axe-core');
 const ctl = `${build}/lab/ctl/orvanectl`;
 const RECORDING = '/tmp/drive.mcap';
-const DEADLINE = 30_000;
-
-/// Waits until it gives something that is not false; what it throws meanwhile is thrown at the end.
-async function eventually(what, look) {
-  const end = Date.now() + DEADLINE;
-  for (;;) {
-    let problem;
-    try {
-      const found = await look();
-      if (found) return found;
-    } catch (error) { problem = error; }
-    if (Date.now() > end) throw new Error(`${what}: not within ${DEADLINE / 1000} s`, { cause: problem });
-    await new Promise((resolve) => { setTimeout(resolve, 20); });
-  }
-}
-
-/// A process, and what it has printed.
-class Program {
-  static all = [];
-  output = '';
-  errors = '';
-
-  constructor(command, ...words) {
-    this.child = spawn(command, words, { stdio: ['ignore', 'pipe', 'pipe'] });
-    this.child.stdout.on('data', (data) => { this.output += data; });
-    this.child.stderr.on('data', (data) => { this.errors += data; });
-    this.ended = new Promise((resolve) => { this.child.once('close', (code, signal) => resolve(signal || code)); });
-    Program.all.push(this);
-  }
-
-  end(signal = 'SIGTERM') {
-    this.child.kill(signal);
-    return this.ended;
-  }
-}
 
 async function startServe(file) {
   const serve = new Program(ctl, 'serve', '--port', '0', '--replay', file);

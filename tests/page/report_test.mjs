@@ -1,10 +1,10 @@
 // The page of a report in a browser, of a short drive on a unit of the lab: node report_test.mjs SOURCE BUILD
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { after, before, test } from 'node:test';
 import { chromium } from 'playwright-core';
+import { Program } from './programs.mjs';
 
 const [source, build] = process.argv.slice(2);
 const axeScript = createRequire(import.meta.url).resolve('axe-core');
@@ -12,21 +12,6 @@ const ctl = `${build}/lab/ctl/orvanectl`;
 const HOSTILE = '</script><script>globalThis.broken=1</script><img src=x onerror=globalThis.broken=1>';
 const PAGE = '/tmp/report.html';
 const RECORDING = '/tmp/drive.mcap';
-
-/// A process, and what it has printed once it has ended.
-class Program {
-  static all = [];
-  output = '';
-  errors = '';
-
-  constructor(command, ...words) {
-    this.child = spawn(command, words, { stdio: ['ignore', 'pipe', 'pipe'] });
-    this.child.stdout.on('data', (data) => { this.output += data; });
-    this.child.stderr.on('data', (data) => { this.errors += data; });
-    this.ended = new Promise((resolve) => { this.child.once('close', (code, signal) => resolve(signal || code)); });
-    Program.all.push(this);
-  }
-}
 
 let numbers, drive, browser, page;
 const troubles = [];

@@ -60,15 +60,25 @@ class Tree(unittest.TestCase):
 
 
 class Search(Tree):
-    def search(self, search=EXECUTES, reading=""):
+    def search(self, search=EXECUTES, reading="", options=()):
         self.program("build/fuzz/fuzz/fuzz_angles", SEARCH % {"search": search, "reading": reading or ":"})
-        return self.fuzz()
+        return self.fuzz(*options)
 
     def test_a_search_that_finds_nothing_is_a_success(self):
         ended = self.search()
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
         self.assertIn("angles: 5 executions", ended.stdout)
         self.assertIn("nothing found", ended.stdout)
+
+    def test_one_that_goes_on_begins_where_there_is_no_table_yet_and_is_done_by_what_it_holds(self):
+        uses = EXECUTES + "; i=0; while [ $i -lt 300000 ]; do i=$((i + 1)); done"
+        ended = self.search(uses, options=["--resume"])
+        self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
+        self.assertEqual(ended.stderr, "")
+        self.assertIn("angles: 5 executions", ended.stdout)
+        table = self.tree / "build/fuzz/results.tsv"
+        table.write_text("now\tabc\tangles\t5.0\t5\t0\t0\tnothing\n")
+        self.assertNotIn("executions", self.search(options=["--resume"]).stdout)
 
     def test_a_job_that_is_killed_is_none(self):
         ended = self.search("kill -KILL $PPID")

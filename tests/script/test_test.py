@@ -102,6 +102,32 @@ class Skipped(unittest.TestCase):
             ],
         )
 
+    def test_reason_is_the_first_line_that_has_text_wherever_that_begins(self):
+        cases = [
+            BY_STATUS % ("own-line", NO_SANDBOX),
+            BY_STATUS % ("next-line", f"\n{NO_SANDBOX}"),
+            BY_STATUS % ("indented", f"\n  {NO_SANDBOX} \nand more"),
+            (BY_STATUS % ("with-properties", NO_SANDBOX)).replace("\t\t<system-out>", "\t\t<properties/>\n\t\t<system-out>"),
+            (BY_STATUS % ("one-line", NO_SANDBOX)).replace("\n</system-out>", "</system-out>"),
+        ]
+        self.assertEqual(
+            self.lines(*cases)[0],
+            f"5 skipped, since {NO_SANDBOX}: own-line, next-line, indented, with-properties, one-line",
+        )
+
+    def test_of_what_says_nothing_ctest_has_the_reason(self):
+        cases = (
+            BY_STATUS % ("blank", " "),
+            SILENT,
+            (SILENT % ()).replace('"silent"', '"no-output"').replace("\t\t<system-out></system-out>\n", ""),
+            (SILENT % ()).replace('"silent"', '"closed"').replace("<system-out></system-out>", "<system-out/>"),
+        )
+        self.assertEqual(self.lines(*cases)[0], "4 skipped, since SKIP_RETURN_CODE=125: blank, silent, no-output, closed")
+
+    def test_googletest_without_a_reason_has_that_of_ctest(self):
+        silent = GOOGLETEST.replace("this build doesn&apos;t check &quot;it&quot; &amp; more\n", "")
+        self.assertEqual(self.lines(silent)[0], "1 skipped, since SKIP_REGULAR_EXPRESSION_MATCHED: Lock.Order/<int>")
+
     def test_where_all_have_run_nothing_more_is_told(self):
         self.assertEqual(self.lines(PASSED), ["1 passed, 0 failed, 0 skipped"])
 

@@ -1,9 +1,10 @@
 """What a run has shown, as text that is the same each time but for moments, and how two such texts are compared.
 
-A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to LATER seconds later than
-is kept, since the machine is never quite in time, and up to EARLIER seconds earlier, by which the machine that showed what is
-kept may have been late itself. A list that is told each second may have what is new in it a second earlier, too: when in
-the second it is told follows from when the service has started. So does what the service times by its own start: moments may
+A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to OFF seconds off what is
+kept, by which a machine is never quite in time, the one that showed what is kept included, and later by as much as the
+machine was seen to be late: by sleeps that lasted too long, and by threads that had to wait for a processor. A list that
+is told each second may have what is new in it a second off, too: when in the second it is told follows from when the
+service has started. So does what the service times by its own start: moments may
 also be that much off by which the start was. All else is compared exactly. What was before the tenth second, when the
 service may still be starting, has no moment.
 
@@ -31,8 +32,7 @@ import re
 from .unit import UPTIME
 
 BEGIN = 10.0  # seconds of the unit
-LATER = 2.0  # seconds of the unit
-EARLIER = 0.5
+OFF = 0.5  # seconds of the unit
 BETWEEN_LISTS = 1.0
 
 MOMENT = re.compile(r"(?:at (?P<seconds>\d+\.\d)|before 10) s$")
@@ -88,30 +88,31 @@ def later_start(kept, shown):
     return float(second[1]) - float(first[1]) if first and second else 0.0
 
 
-def settled(kept, shown, later=0.0):
+def settled(kept, shown, later=0.0, late=0.0):
     """What was shown, with the moments that are kept where they are near enough.
 
     @param kept  lines, as are those that were shown and those that come back
     @param later  by how many seconds the service has started later
+    @param late   by how many seconds the machine was late, at the most
     """
     timeless = lambda lines: [MOMENT.sub("", START.sub("", line.rstrip("\n"))) for line in lines]  # noqa: E731
     result = list(shown)
     for block in difflib.SequenceMatcher(None, timeless(kept), timeless(shown), autojunk=False).get_matching_blocks():
         for place in range(block.size):
             before, now = kept[block.a + place], shown[block.b + place]
-            if START.match(before) or are_near(before, now, later):
+            if START.match(before) or are_near(before, now, later, late):
                 result[block.b + place] = before
     return result
 
 
-def are_near(kept, shown, later):
+def are_near(kept, shown, later, late):
     """Whether moments at the ends of two lines, which are alike but for these, are near enough."""
     first, second = MOMENT.search(kept), MOMENT.search(shown)
     if not first or not second:
         return False
     off = float(second["seconds"] or BEGIN) - float(first["seconds"] or BEGIN)
-    earlier = EARLIER + (BETWEEN_LISTS if OF_A_LIST.match(kept) else 0.0)
-    return any(-earlier - 1e-6 <= off - by <= LATER + 1e-6 for by in (0.0, later))
+    room = OFF + (BETWEEN_LISTS if OF_A_LIST.match(kept) else 0.0)
+    return any(-room - 1e-6 <= off - by <= room + late + 1e-6 for by in (0.0, later))
 
 
 def moment(time):

@@ -76,15 +76,16 @@ class Told(unittest.TestCase):
 class Difference(unittest.TestCase):
     NAVIGATION = ["== blended-navigation", "2026-03-01 00:00:12.000000005", "    fom 1", ""]
 
-    def difference(self, run, again):
-        return replay_test.difference([*self.NAVIGATION, *run], [*self.NAVIGATION, *again])
+    def difference(self, run, again, late=0.0):
+        return replay_test.difference([*self.NAVIGATION, *run], [*self.NAVIGATION, *again], late)
 
     def test_moment_that_is_near_is_the_same(self):
-        self.assertEqual(self.difference(["warning 5 at 14.0 s"], ["warning 5 at 15.9 s"]), "")
+        self.assertEqual(self.difference(["warning 5 at 14.0 s"], ["warning 5 at 15.5 s"]), "")
+        self.assertEqual(self.difference(["warning 5 at 14.0 s"], ["warning 5 at 16.5 s"], 1.0), "")
 
     def test_moment_that_is_farther_off_is_told(self):
-        told = self.difference(["warning 5 at 14.0 s"], ["warning 5 at 16.1 s"])
-        self.assertIn("\n-warning 5 at 14.0 s\n+warning 5 at 16.1 s\n", told)
+        told = self.difference(["warning 5 at 14.0 s"], ["warning 5 at 15.6 s"])
+        self.assertIn("\n-warning 5 at 14.0 s\n+warning 5 at 15.6 s\n", told)
 
     def test_what_is_missing_is_told_and_so_is_what_is_new(self):
         self.assertIn("\n-warning 5 at 14.0 s\n", self.difference(["warning 5 at 14.0 s"], []))
@@ -92,11 +93,11 @@ class Difference(unittest.TestCase):
 
     def test_time_of_navigation_is_compared_exactly(self):
         again = [line.replace("000000005", "000000006") for line in self.NAVIGATION]
-        self.assertIn("+2026-03-01 00:00:12.000000006\n", replay_test.difference(self.NAVIGATION, again))
+        self.assertIn("+2026-03-01 00:00:12.000000006\n", replay_test.difference(self.NAVIGATION, again, 0.0))
 
     def test_run_without_navigation_is_no_success(self):
         nothing = ["== blended-navigation", ""]
-        self.assertEqual(replay_test.difference(nothing, nothing), "the run told no Blended Navigation\n")
+        self.assertEqual(replay_test.difference(nothing, nothing, 0.0), "the run told no Blended Navigation\n")
 
 
 class Check(unittest.TestCase):

@@ -27,6 +27,7 @@ from golden import outcome, unit  # noqa: E402
 
 RECORDING = "/tmp/run.mcap"
 LONGEST_TO_START = 60  # seconds of the unit
+UNSEEN = 0.03  # seconds of the machine that it may be late without being seen to be
 
 
 def load_golden():
@@ -198,12 +199,15 @@ def text_of(out, utc, seconds):
     return told + outcome.complaints(read("bus.errors"))
 
 
-def difference(run, again):
-    """What a replay has told otherwise than its run, but for moments that are near."""
+def difference(run, again, late):
+    """What a replay has told otherwise than its run, but for moments that are near.
+
+    @param late  by how many seconds of the unit the machine was
+    """
     if not any(re.match(r"\d{4}-", line) for line in run):
         return "the run told no Blended Navigation\n"
     later = outcome.later_start("\n".join(run), "\n".join(again))
-    lines = difflib.unified_diff(run, outcome.settled(run, again, later), "run", "replay", n=2, lineterm="")
+    lines = difflib.unified_diff(run, outcome.settled(run, again, later, late), "run", "replay", n=2, lineterm="")
     return "".join(f"{line}\n" for line in lines)
 
 
@@ -225,7 +229,7 @@ def attempt(golden, build, name, rate, start):
         words = ("replay", str(build), str(recording), *common)
         again, later = told_by(golden, build, directory, seconds, rate, start, *words)
         sum_of_play = (directory / "replay/tmp/golden/request-play").read_text()
-        changed = difference(run, again)
+        changed = difference(run, again, max(late, later, UNSEEN * rate))
         said = f"{info.stdout}{sum_of_play}" if changed else f"    {len(run)} lines\n{sum_of_play}"
         return changed, max(late, later), said
 

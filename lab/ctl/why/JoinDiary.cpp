@@ -83,6 +83,7 @@ void JoinDiary::take(const GSSIP& message, Time now)
     if (!m_rule.takes(message)) return;
     Heard& receiver = heard(JoinInput::Receiver);
     receiver.isWhole = m_rule.isFrame(message);
+    receiver.usesUp = !receiver.isWhole && m_rule.usesUp(message);
     if (!receiver.isWhole) ++receiver.state.broken;
 }
 
@@ -90,11 +91,14 @@ void JoinDiary::takeNoRecord(Time now)
 {
     pass(now);
     Heard& receiver = heard(JoinInput::Receiver);
+    ++receiver.state.broken;
+    // It takes the place of nothing: the service keeps the report before it.
+    if (receiver.isNew && receiver.isWhole && m_rule.fits(receiver.header, m_time)) return;
     receiver.isNew = true;
     receiver.isWhole = false;
+    receiver.usesUp = false;
     receiver.header = m_time;
     receiver.state.arrived = m_now;
-    ++receiver.state.broken;
 }
 
 void JoinDiary::setReceiverHeard(bool isHeard, Time now)
@@ -106,6 +110,7 @@ void JoinDiary::setReceiverHeard(bool isHeard, Time now)
     heard(JoinInput::Receiver) = {};
     m_span = {};
     m_best.reset();
+    m_refused.reset();
 }
 
 void JoinDiary::takeReading(Time now)
@@ -135,6 +140,8 @@ void JoinDiary::take(const UTCTime& message, Time now)
     m_time = message.header();
     m_span = {};
     m_best.reset();
+    m_refused.reset();
+    m_isUsedUp = false;
     Heard& time = heard(JoinInput::UtcTime);
     time.refused.clear();
     time.state.arrived = m_now;
@@ -192,7 +199,7 @@ void JoinDiary::pass(Time now)
 {
     if (m_now == Time::min()) m_firstLook = now;
     now = std::max(now, m_now);
-    if (m_isUnderWay && !m_epoch.isJoined) {
+    if (m_isUnderWay && !m_epoch.isJoined && !m_isUsedUp) {
         Span span{causes(), now - m_now};
         const bool isLookedAt = isLookedAtUntil(now);
         if (areAlike(span.causes, m_span.causes)) span.lasted += m_span.lasted;
@@ -202,8 +209,29 @@ void JoinDiary::pass(Time now)
             m_epoch.isJoined = true;
             join(m_time, m_now);
         }
+        useUp(isLookedAt);
     }
     m_now = now;
+}
+
+/// A report that is no frame is joined like others, and then nothing is published: all six are used.
+void JoinDiary::useUp(bool isLookedAt)
+{
+    const auto& causes = m_span.causes;
+    if (!m_serviceRuns || causes.size() != 1 || causes.front().kind != Kind::NotAFrame) return;
+    if (!heard(JoinInput::Receiver).usesUp) return;
+    m_refused = m_span;
+    m_refusedAt = m_now;
+    if (!(m_hearing.bus ? m_span.lasted >= kTurn : isLookedAt)) return;
+    m_isUsedUp = true;
+    m_best = m_span;
+    join(m_time, m_now);
+}
+
+/// Also when the service must have looked before a frame came, since nothing was published of that.
+bool JoinDiary::wasUsedUp() const
+{
+    return m_isUsedUp || (m_refused && m_best && m_best->causes.empty() && m_best->lasted >= kTurn);
 }
 
 /// Whether one of the looks that are made every turn falls between the last moment and this one.
@@ -228,6 +256,7 @@ void JoinDiary::closeEpoch(Time now)
     const bool wasFirst = std::exchange(m_isFirst, false);
     if (!m_epoch.isJoined) {
         m_epoch.causes = finalCauses();
+        if (wasUsedUp()) join(m_time, m_refusedAt);
         // What came before the first message is not known.
         const auto isMissing = [](const MissCause& cause) {
             return cause.kind == Kind::Missing || cause.kind == Kind::Unread;
@@ -241,6 +270,7 @@ std::vector<MissCause> JoinDiary::finalCauses() const
 {
     if (m_wasWithoutService) return {{.kind = Kind::NoService}};
     if (!m_best) return {};
+    if (wasUsedUp()) return m_refused->causes;
     if (!m_best->causes.empty()) return m_best->causes;
     if (m_best->lasted < kTurn) return {{.kind = Kind::Overtaken, .seconds = secondsOf(m_best->lasted)}};
     if (m_hearing.receiver) return {{.kind = Kind::NotTold}};
@@ -342,7 +372,7 @@ std::vector<Epoch> JoinDiary::end(Time now)
     pass(now);
     if (m_isUnderWay) {
         // The second look is behind at least one whole turn.
-        const bool isUndecided = !m_epoch.isJoined && m_now - m_began < 2 * kTurn;
+        const bool isUndecided = !m_epoch.isJoined && !m_isUsedUp && m_now - m_began < 2 * kTurn;
         const std::uint64_t missing = missingIn(secondsOf(m_now - m_began));
         if (!isUndecided) closeEpoch(m_now);
         m_isUnderWay = false;

@@ -98,6 +98,7 @@ private:
     struct Heard {
         bool isNew = false;  // since the latest join
         bool isWhole = true;
+        bool usesUp = false;  // the inputs of its join, though it isn't whole
         Header header;
         InputState state;
         std::map<std::uint8_t, Time> refused;  // by server, the latest
@@ -127,6 +128,8 @@ private:
     bool isRead() const;
     bool fits(JoinInput input, const Header& time) const;
     void judge(const Span& span);
+    void useUp(bool isLookedAt);
+    bool wasUsedUp() const;
     void join(const Header& time, Time before);
     void closeEpoch(Time now);
     void countGap(double apart);
@@ -156,6 +159,9 @@ private:
     Time m_fresh = Time::min();  // what came before belongs to the epoch before
     Span m_span;                 // that goes on
     std::optional<Span> m_best;
+    std::optional<Span> m_refused;   // all were there, the report no frame: the service may have used them
+    Time m_refusedAt = Time::min();  // the latest of it
+    bool m_isUsedUp = false;         // so it has
 
     std::deque<double> m_intervals;  // s, between the latest time messages, those that were left out included
     std::deque<Pending> m_pending;

@@ -39,6 +39,24 @@ GSSIP goodReport(const header& time)
     return report;
 }
 
+/// @param input  the time of one of them
+void storeAll(NavInputs& inputs, const header& time, const header& input, const GSSIP& receiver)
+{
+    inputs.store(at<UTCTime>(time));
+    inputs.store(at<PositionVelocityAttitude>(time));
+    inputs.store(at<HalvexPNT>(input));
+    inputs.store(at<MeasurementIncorporationStatus>(time));
+    inputs.store(at<AssuranceState>(time));
+    inputs.storeReceiver(receiver);
+}
+
+bool isJoinedNow(NavInputs& inputs)
+{
+    bool isJoined = false;
+    inputs.join([&](const NavInputs::Joined&) { isJoined = true; });
+    return isJoined;
+}
+
 }  // namespace
 
 JoinRule::JoinRule(const ServerSettings& settings)
@@ -65,18 +83,20 @@ bool JoinRule::isFrame(const GSSIP& report) const
     return joins(report.header(), report.header(), report);
 }
 
+bool JoinRule::usesUp(const GSSIP& report) const
+{
+    NavInputs inputs(m_anySource);
+    storeAll(inputs, report.header(), report.header(), report);
+    isJoinedNow(inputs);
+    inputs.storeReceiver(goodReport(report.header()));
+    return !isJoinedNow(inputs);
+}
+
 bool JoinRule::joins(const header& time, const header& input, const GSSIP& receiver) const
 {
     NavInputs inputs(m_anySource);
-    inputs.store(at<UTCTime>(time));
-    inputs.store(at<PositionVelocityAttitude>(time));
-    inputs.store(at<HalvexPNT>(input));
-    inputs.store(at<MeasurementIncorporationStatus>(time));
-    inputs.store(at<AssuranceState>(time));
-    inputs.storeReceiver(receiver);
-    bool isJoined = false;
-    inputs.join([&](const NavInputs::Joined&) { isJoined = true; });
-    return isJoined;
+    storeAll(inputs, time, input, receiver);
+    return isJoinedNow(inputs);
 }
 
 }  // namespace orvanectl

@@ -36,6 +36,9 @@ public:
     /// Whether a report can be unpacked.
     bool isFrame(const aspn2_msgs::idl::GSSIP& report) const;
 
+    /// Whether a report uses up the inputs that are there with it, so that the next join needs new ones.
+    bool usesUp(const aspn2_msgs::idl::GSSIP& report) const;
+
 private:
     bool takesReport(const aspn2_msgs::idl::GSSIP& message) const;
     bool joins(const aspn2_msgs::idl::header& time, const aspn2_msgs::idl::header& input,

@@ -147,6 +147,10 @@ struct JoinDiaryWithoutBusTest : JoinDiaryTest {
     JoinDiaryWithoutBusTest() : JoinDiaryTest({false, false}) {}
 };
 
+struct JoinDiaryWithReceiverAloneTest : JoinDiaryTest {
+    JoinDiaryWithReceiverAloneTest() : JoinDiaryTest({.bus = false, .receiver = true}) {}
+};
+
 }  // namespace
 
 TEST_F(JoinDiaryTest, WhatIsPublishedIsJoined)
@@ -450,6 +454,90 @@ TEST_F(JoinDiaryWithReceiverTest, AReportThatCantBeUnpackedIsNoFrame)
     others(11);
     diary().take(report(11, 212), moment(11.02));
     EXPECT_EQ(all(12), (Lines{"10 joined", "11: 8504 not a frame;"}));
+}
+
+TEST_F(JoinDiaryWithReceiverTest, AFrameBehindOneThatUsedUpTheOthersIsOfNoUse)
+{
+    good(10);
+    time(11);
+    others(11);
+    diary().take(report(11, 212), moment(11.02));
+    diary().take(report(11), moment(11.4));
+    good(12);
+    EXPECT_EQ(all(13), (Lines{"10 joined", "11: 8504 not a frame;", "12 joined"}));
+}
+
+TEST_F(JoinDiaryWithReceiverTest, AFrameSoonBehindOneThatIsNoneMayStillBeJoined)
+{
+    for (const double second : {10.0, 11.0}) {
+        time(second);
+        others(second);
+        diary().take(report(second, 212), moment(second + 0.02));
+        diary().take(report(second), moment(second + 0.1));
+        if (second == 10) tell(10, 10.3);
+    }
+    EXPECT_EQ(all(12), (Lines{"10 joined", "11: 8504 not a frame;"}));
+}
+
+TEST_F(JoinDiaryWithReceiverTest, WhatWasUsedUpIsNotThereForTheNextTimeMessage)
+{
+    const std::string lacks = "no PositionVelocityAttitude; no HalvexPNT; no MeasurementIncorporationStatus;";
+    for (const double until : {11.4, 11.1}) {
+        made.reset();
+        good(10);
+        time(11);
+        others(11);
+        diary().take(report(11, 212), moment(11.02));
+        diary().take(report(11), moment(until));
+        time(11.5);
+        take<AssuranceState>(11.5, 11.51);
+        EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: 8504 not a frame;", "11: " + lacks})) << until;
+    }
+}
+
+TEST_F(JoinDiaryWithReceiverTest, WithoutAServiceNothingIsUsedUp)
+{
+    good(10);
+    diary().setServiceRuns(false, moment(10.5));
+    time(11);
+    others(11);
+    diary().take(report(11, 212), moment(11.02));
+    diary().setServiceRuns(true, moment(11.45));
+    time(11.5);
+    diary().take(report(11.5), moment(11.51));
+    tell(11.5, 11.8);
+    EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: no service running;", "11 joined"}));
+}
+
+TEST_F(JoinDiaryWithReceiverAloneTest, AFrameBehindOneThatUsedUpTheOthersIsNotJoined)
+{
+    time(10);
+    others(10);
+    diary().take(report(10, 212), moment(10.02));
+    diary().take(report(10), moment(10.6));
+    time(11);
+    others(11);
+    diary().take(report(11), moment(11.02));
+    EXPECT_EQ(all(12), (Lines{"10: 8504 not a frame;", "11 joined"}));
+}
+
+TEST_F(JoinDiaryWithReceiverAloneTest, WhatIsNoRecordLeavesTheReportBeforeIt)
+{
+    time(10);
+    others(10);
+    diary().take(report(10), moment(10.02));
+    diary().takeNoRecord(moment(10.03));
+    EXPECT_EQ(all(11), Lines{"10 joined"});
+    EXPECT_EQ(diary().input(JoinInput::Receiver).broken, 1u);
+}
+
+TEST_F(JoinDiaryWithReceiverAloneTest, WhatIsNoRecordUsesNothingUp)
+{
+    time(10);
+    others(10);
+    diary().takeNoRecord(moment(10.02));
+    diary().take(report(10), moment(10.6));
+    EXPECT_EQ(all(11), Lines{"10 joined"});
 }
 
 TEST_F(JoinDiaryWithReceiverTest, WhatIsNoRecordIsNoFrame)

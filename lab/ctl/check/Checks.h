@@ -9,6 +9,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <sys/sysinfo.h>
 #include <vector>
 
 /// The checks of one file each. All add to the findings what is wrong and throw nothing but what memory does.
@@ -67,8 +68,14 @@ struct NamedServer {
 std::vector<NamedServer> checkServerFile(const CheckOptions& options, ServerSettings& settings, Findings& findings);
 
 /// The file of the bus connections.
-/// @param looksAtMachine  whether its memory is the service's
-void checkConnections(const std::string& path, bool looksAtMachine, Findings& findings);
+/// @param memory  bytes that the service can have
+void checkConnections(const std::string& path, std::uint64_t memory, Findings& findings);
+
+/// Bytes of memory and swap, as many of them as one process can have.
+std::uint64_t memoryOf(const struct sysinfo& machine);
+
+/// The same of this machine, or of the largest unit that there may be.
+std::uint64_t memoryOfService(bool isThisMachine);
 
 /// The file of the devices.
 /// @param looksAtMachine  whether the queue devices must be there

@@ -26,8 +26,9 @@ Findings checkConfiguration(const CheckOptions& options)
     const auto named = checkServerFile(options, settings, findings);
     const std::string connections = FACE::textOf(settings.m_connectionsFile);
     const std::string devices = FACE::textOf(settings.m_ioDevicesFile);
-    if (!connections.empty()) checkConnections(options.found(connections), options.folder.empty(), findings);
-    if (!devices.empty()) checkDevices(options.found(devices), options.folder.empty(), findings);
+    const bool looksAtMachine = options.folder.empty();
+    if (!connections.empty()) checkConnections(options.found(connections), memoryOfService(looksAtMachine), findings);
+    if (!devices.empty()) checkDevices(options.found(devices), looksAtMachine, findings);
     checkBusFiles(options.found(settings.m_victoryConfigurationFile), options.found(settings.m_vclFile), findings);
     const std::string sensors = options.found(kSensors);
     checkSources(options.file, named, sensors, checkSensors(sensors, findings), findings);

@@ -8,7 +8,8 @@
 #include <array>
 #include <cstdint>
 #include <iterator>
-#include <unistd.h>
+#include <limits>
+#include <sys/sysinfo.h>
 
 namespace orvanectl {
 
@@ -20,7 +21,6 @@ constexpr const char* kDomain = "FastRtps";
 constexpr std::int64_t kLongHistory = 10000;
 // Bytes that all ends of topics take for each sample of their histories, at the least: 9,060 were seen on x86-64.
 constexpr std::uint64_t kLeastOfSample = sizeof(void*) == 8 ? 8000 : 4000;
-constexpr std::uint64_t kMostMemory = std::uint64_t{1} << 40;  // bytes, of any unit
 constexpr std::size_t kLongestName = 255;
 
 constexpr KeyRule kDomainKeys[] = {
@@ -65,19 +65,11 @@ FACE::TSS::HX_TSS_Settings settingsOf(const std::string& path)
     return FACE::TSS::readSettings(config, handle, code);
 }
 
-/// Bytes; of any unit if it isn't this machine.
-std::uint64_t memoryOf(bool isThisMachine)
-{
-    const long pages = ::sysconf(_SC_PHYS_PAGES), page = ::sysconf(_SC_PAGESIZE);
-    if (!isThisMachine || pages <= 0 || page <= 0) return kMostMemory;
-    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page);
-}
-
-void checkHistory(std::int64_t depth, int line, bool looksAtMachine, Findings& findings)
+void checkHistory(std::int64_t depth, int line, std::uint64_t memory, Findings& findings)
 {
     const std::string place = std::string(kDomain) + "/HistoryDepth";
     const std::uint64_t needed = static_cast<std::uint64_t>(depth) * kLeastOfSample;
-    if (needed > memoryOf(looksAtMachine))
+    if (needed > memory)
         findings.fail(line, place,
                       "no memory holds " + std::to_string(depth) +
                           " samples, which are taken at the start for each end of a topic; 10 is usual");
@@ -87,7 +79,7 @@ void checkHistory(std::int64_t depth, int line, bool looksAtMachine, Findings& f
                           " samples is taken at the start for each end of a topic; 10 is usual");
 }
 
-void checkDomain(const ConfigText& text, const std::string& path, bool looksAtMachine, Findings& findings)
+void checkDomain(const ConfigText& text, const std::string& path, std::uint64_t memory, Findings& findings)
 {
     const ConfigContainer* const domain = text.find(kDomain);
     if (!domain) {
@@ -114,7 +106,7 @@ void checkDomain(const ConfigText& text, const std::string& path, bool looksAtMa
                       std::to_string(settings.historyDepth) + " samples are too few; 1 is the least");
     else
         checkNumber(*domain, *domain->find("HistoryDepth"), 0, 1, 2147483647, findings);
-    if (settings.historyDepth >= 1) checkHistory(settings.historyDepth, at("HistoryDepth"), looksAtMachine, findings);
+    if (settings.historyDepth >= 1) checkHistory(settings.historyDepth, at("HistoryDepth"), memory, findings);
     if (std::ranges::find(kTransports, settings.useTransport) == std::end(kTransports))
         findings.fail(at("UseTransport"), place + "UseTransport",
                       '"' + settings.useTransport + "\" is no transport; SHM, UDP, TCP_Client or TCP_Server is" +
@@ -169,11 +161,27 @@ void checkTopic(const ConfigContainer& topic, const char* needed, Findings& find
 
 }  // namespace
 
-void checkConnections(const std::string& path, bool looksAtMachine, Findings& findings)
+std::uint64_t memoryOf(const struct sysinfo& machine)
+{
+    const std::uint64_t units = std::uint64_t{machine.totalram} + machine.totalswap;
+    const std::uint64_t most = std::numeric_limits<std::size_t>::max();
+    const std::uint64_t bytes = std::max(machine.mem_unit, 1U);
+    return units > most / bytes ? most : units * bytes;
+}
+
+std::uint64_t memoryOfService(bool isThisMachine)
+{
+    struct sysinfo machine {};
+    if (isThisMachine && ::sysinfo(&machine) == 0) return memoryOf(machine);
+    constexpr std::uint64_t kOfAnyUnit = std::uint64_t{1} << 40;
+    return std::min<std::uint64_t>(kOfAnyUnit, std::numeric_limits<std::size_t>::max());
+}
+
+void checkConnections(const std::string& path, std::uint64_t memory, Findings& findings)
 {
     const auto text = readConfigText(path, findings);
     if (!text) return;
-    checkDomain(*text, path, looksAtMachine, findings);
+    checkDomain(*text, path, memory, findings);
 
     std::vector<std::string> names;
     for (const ConfigContainer& container : text->containers) names.push_back(container.name);

@@ -1,3 +1,4 @@
+#include "lab/ctl/check/Checks.h"
 #include "lab/ctl/check/ConfigCheck.h"
 #include "lab/ctl/check/ConfigText.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -563,9 +565,40 @@ TEST_F(CheckTest, RegistersThatAreNotAlignedAreTold)
 
 TEST_F(CheckTest, AHistoryThatNoMemoryHoldsIsAnError)
 {
-    change("Connections.xml", "<HistoryDepth>10<", "<HistoryDepth>200000000<");  // 1.8 TB where that was tried
-    EXPECT_EQ(found(), Lines{"Connections.xml:11: error: FastRtps/HistoryDepth: no memory holds 200000000 samples, "
+    change("Connections.xml", "<HistoryDepth>10<", "<HistoryDepth>2147483647<");  // 19 TB by what was seen of less
+    EXPECT_EQ(found(), Lines{"Connections.xml:11: error: FastRtps/HistoryDepth: no memory holds 2147483647 samples, "
                              "which are taken at the start for each end of a topic; 10 is usual"});
+}
+
+TEST_F(CheckTest, AHistoryIsWeighedAgainstWhatTheServiceCanHave)
+{
+    constexpr std::uint64_t kOfSample = sizeof(void*) == 8 ? 8000 : 4000;
+    change("Connections.xml", "<HistoryDepth>10<", "<HistoryDepth>100000<");
+    const auto errorsWith = [this](std::uint64_t memory) {
+        Findings findings;
+        checkConnections(pathOf("Connections.xml"), memory, findings);
+        return findings.errors();
+    };
+    EXPECT_EQ(errorsWith(100'000 * kOfSample - 1), 1u);
+    EXPECT_EQ(errorsWith(100'000 * kOfSample), 0u);
+}
+
+TEST(CheckMemoryTest, SwapCountsAsMemory)
+{
+    struct sysinfo machine {};
+    machine.totalram = 300;
+    machine.totalswap = 100;
+    machine.mem_unit = 4096;
+    EXPECT_EQ(memoryOf(machine), 1'638'400u);
+}
+
+TEST(CheckMemoryTest, NoProcessHasMoreThanItsAddresses)
+{
+    struct sysinfo machine {};
+    machine.totalram = std::numeric_limits<unsigned long>::max();
+    machine.mem_unit = 4096;
+    EXPECT_EQ(memoryOf(machine), std::numeric_limits<std::size_t>::max());
+    EXPECT_LE(memoryOfService(false), std::numeric_limits<std::size_t>::max());
 }
 
 TEST_F(CheckTest, AFolderIsNoFile)

@@ -1,12 +1,14 @@
 #include "lab/ctl/RecordTypes.h"
 
 #include "face/HX_Topic_Helpers.h"
+#include "lab/ctl/FieldWriting.h"
 #include "lab/ctl/Rendering.h"
 #include "tests/aspn2_msgs/AllRecords.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <set>
 
@@ -79,12 +81,62 @@ Json expectedOf(const void* record)
     return fields;
 }
 
+/// Values at the ends of their ranges, and texts that JSON can't have as they are, in turn; where it begins is given.
+class OddValues : public Source {
+public:
+    explicit OddValues(std::size_t turn) : m_turn(turn) {}
+
+    bool boolean() override { return next({false, true}); }
+    char character() override { return next({'A', '\0', '"', '\\', '\x1B', '\x7F', '\xC3', '\xFF'}); }
+    std::uint8_t byte() override { return next<std::uint8_t>({0, 255, 0x0A, 0x80}); }
+    std::int32_t int32() override { return next({0, -1, kLeast<std::int32_t>, kMost<std::int32_t>}); }
+    std::int64_t int64() override { return next<std::int64_t>({0, -1, kLeast<std::int64_t>, kMost<std::int64_t>}); }
+    float float32() override { return real<float>(); }
+    double float64() override { return real<double>(); }
+    std::uint32_t enumeration() override { return next<std::uint32_t>({0, 1, 0xFFFFFFFF}); }
+    std::string text() override
+    {
+        return next<std::string>({"", "plain", "\"\\\n\t\x1B[31m\x7F", "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x9B\xB0",
+                                  "\xC3( \xFF \xE2\x82", std::string("a\0b", 3), std::string(5000, 'x')});
+    }
+    std::size_t count() override { return next<std::size_t>({0, 3, 1, 32}); }
+
+private:
+    template <class T>
+    static constexpr T kLeast = std::numeric_limits<T>::lowest();
+    template <class T>
+    static constexpr T kMost = std::numeric_limits<T>::max();
+
+    template <class T>
+    T real()
+    {
+        using Limits = std::numeric_limits<T>;
+        return next<T>({0, T(-0.0), T(0.1), Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
+                        Limits::denorm_min(), Limits::max(), Limits::lowest(), T(1e21), T(-1)});
+    }
+
+    template <class T>
+    T next(std::initializer_list<T> values)
+    {
+        return values.begin()[m_turn++ % values.size()];
+    }
+
+    std::size_t m_turn;
+};
+
+template <class Record>
+void fillFrom(Source& source, void* record)
+{
+    eachFieldOf(*static_cast<Record*>(record), Fill{source});
+}
+
 struct TypeCase {
     std::string name;
     Json (*expected)(const void* record);
+    void (*fill)(Source& source, void* record);
 };
 
-#define TYPE_CASE(Name) {#Name, expectedOf<aspn2_msgs::idl::Name>},
+#define TYPE_CASE(Name) {#Name, expectedOf<aspn2_msgs::idl::Name>, fillFrom<aspn2_msgs::idl::Name>},
 const TypeCase kCases[] = {FOR_EACH_SUPPORTED_RECORD(TYPE_CASE)};
 
 Json expectedOf(const RecordType& type, const void* record)
@@ -92,6 +144,18 @@ Json expectedOf(const RecordType& type, const void* record)
     for (const TypeCase& one : kCases)
         if (one.name == type.name) return one.expected(record);
     return "not in the catalogue";
+}
+
+/// What `JsonLine` writes of a record.
+std::string lineOf(const RecordType& type, const void* record)
+{
+    JsonLine line;
+    line.begin();
+    line.name("header");
+    writeHeader(type.headerOf(record), line);
+    line.name("message");
+    writeFields(type, record, line);
+    return line.end();
 }
 
 Json fieldsOf(const char* type, const void* record)
@@ -129,6 +193,28 @@ TEST(RecordTypesTest, EveryFieldOfEveryTypeIsThereByNameInItsOrder)
         const Json fields = type->fieldsOf(record.numbered->data());
         EXPECT_EQ(fields.dump(), expectedOf(*type, record.numbered->data()).dump()) << record.name;
         EXPECT_EQ(type->headerOf(record.numbered->data()).device_id(), 0x0A0B0C08) << record.name;
+    }
+    EXPECT_EQ(seen.size(), 32U);
+}
+
+TEST(RecordTypesTest, OfOddValuesALineIsThatOfTheTreeForEveryType)
+{
+    std::set<std::string> seen;
+    for (const TypeCase& one : kCases) {
+        const RecordType* const type = findRecordType(one.name);
+        if (!type) continue;
+        // Each field has each of its values in some turn.
+        for (std::size_t turn = 0; turn < 11; ++turn) {
+            const RecordPointer record = type->make();
+            OddValues values(turn);
+            one.fill(values, record.get());
+            const std::string line = lineOf(*type, record.get());
+            EXPECT_EQ(line, jsonLine({{"header", decodeHeader(type->headerOf(record.get()))},
+                                      {"message", type->fieldsOf(record.get())}}))
+                << one.name;
+            EXPECT_FALSE(Json::parse(line, nullptr, false).is_discarded()) << line;
+        }
+        seen.insert(one.name);
     }
     EXPECT_EQ(seen.size(), 32U);
 }

@@ -18,8 +18,8 @@ std::runtime_error failure(const std::string& path)
 
 }  // namespace
 
-FileOutput::FileOutput(const std::string& path)
-    : m_path(path), m_file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
+FileOutput::FileOutput(const std::string& path, unsigned mode)
+    : m_path(path), m_file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode))
 {
     if (m_file < 0) throw failure(path);
     ::flock(m_file, LOCK_EX | LOCK_NB);  // it is new: where it can't be had there are no locks

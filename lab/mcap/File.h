@@ -43,7 +43,8 @@ protected:
 class FileOutput : public Output {
 public:
     /// Throws `std::runtime_error`, as the others do: a line that names the file, which must not be there.
-    explicit FileOutput(const std::string& path);
+    /// @param mode  of which the process's mask takes away
+    explicit FileOutput(const std::string& path, unsigned mode = 0666);
     ~FileOutput() override;
     FileOutput(const FileOutput&) = delete;
     FileOutput& operator=(const FileOutput&) = delete;

@@ -103,8 +103,10 @@ void moveToFree(const std::string& from, const std::string& to)
 Draft::Draft(const std::string& path, Place place)
     : m_place(place), m_path(placeOf(path, place)), m_draft(draftOf(m_path))
 {
+    // What takes the place of a file that few may read is not to be read by others meanwhile.
+    constexpr unsigned kOwnersAlone = 0600, kUsual = 0666;
     const HeldSignals held;
-    m_output = std::make_unique<mcap::FileOutput>(m_draft);
+    m_output = std::make_unique<mcap::FileOutput>(m_draft, place == Place::Taken ? kOwnersAlone : kUsual);
     std::memcpy(g_draft.data(), m_draft.c_str(), m_draft.size() + 1);
     for (std::size_t i = 0; i < kEnding.size(); ++i) {
         sigaction(kEnding[i], nullptr, &g_before[i]);

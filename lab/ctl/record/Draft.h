@@ -14,8 +14,10 @@ namespace orvanectl {
 class Draft {
 public:
     enum class Place {
-        Free,   ///< nothing stands there, and what comes there meanwhile stays
-        Taken,  ///< what stands there is replaced; the file that a symbolic link names, with its mode and its owner
+        Free,  ///< nothing stands there, and what comes there meanwhile stays
+        /// What stands there is replaced; the file that a symbolic link names, with its mode and its owner. Until it is
+        /// kept, the owner alone may read it.
+        Taken,
     };
 
     /// Throws `std::runtime_error`, as the others do: a line that names the file.

@@ -26,6 +26,13 @@ struct DraftTest : testing::Test {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory.path()), {}));
     }
 
+    static unsigned modeOf(const std::string& file)
+    {
+        struct stat status {};
+        EXPECT_EQ(::stat(file.c_str(), &status), 0);
+        return status.st_mode & 0777U;
+    }
+
     const TemporaryDirectory directory;
     const std::string path = (directory.path() / "x").string();
 };
@@ -100,7 +107,15 @@ TEST_F(DraftTest, TakenPlaceKeepsItsModeAndTheLinkToIt)
     write(link, Draft::Place::Taken, "new");
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(readFile(path), "new");
-    struct stat status {};
-    ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_EQ(modeOf(path), 0640U);
+}
+
+TEST_F(DraftTest, OfATakenPlaceOnlyTheOwnerReadsUntilItIsKept)
+{
+    directory.write("x", "old");
+    ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+    Draft draft(path, Draft::Place::Taken);
+    EXPECT_EQ(modeOf(path + ".part"), 0600U);
+    draft.keep();
+    EXPECT_EQ(modeOf(path), 0644U);
 }

@@ -12,7 +12,7 @@
 namespace orvanectl {
 
 /// What a recording tells, as numbers: of bounded size, however long it is (docs/lab/orvanectl-report.md tells the
-/// members). Seconds are since its first message. What comes earlier than something before it counts as coming with
+/// members). Seconds are since its earliest message. What comes earlier than something before it counts as coming with
 /// that. Reads all of it twice, damaged or not. Throws `std::runtime_error` for what is no recording.
 /// @param name      of the file
 /// @param settings  of the service, for what is joined

@@ -2,11 +2,11 @@
 
 #include "lab/ctl/Progress.h"
 #include "lab/ctl/Rendering.h"
+#include "lab/ctl/record/Draft.h"
 #include "lab/ctl/report/Comparison.h"
 #include "lab/ctl/report/RecordingReport.h"
 #include "lab/ctl/report/ReportPage.h"
 #include "lab/ctl/why/ServiceSettings.h"
-#include "lab/mcap/File.h"
 
 #include <filesystem>
 #include <ostream>
@@ -62,7 +62,9 @@ bool runReport(const ReportOptions& options, std::ostream& output)
         wholeReport(std::move(recordings), file.empty() ? "the service without a file" : printable(file));
     if (!options.page.empty()) {
         const std::string page = reportPage(report);
-        mcap::FileOutput(options.page).write(mcap::bytesOf(page));
+        Draft draft(options.page, Draft::Place::Free);
+        draft.output().write(mcap::bytesOf(page));
+        draft.keep();
         if (!options.json) output << printable(options.page) << ": " << page.size() << " bytes\n";
     }
     if (options.json) output << jsonLine(report);

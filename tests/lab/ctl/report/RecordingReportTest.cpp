@@ -13,8 +13,15 @@
 #include "lab/ctl/report/ReportRun.h"
 #include "lab/ctl/why/JoinEntries.h"
 #include "tests/lab/mcap/Recordings.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <iterator>
+#include <sstream>
+#include <sys/resource.h>
 
 using namespace orvanectl;
 using namespace recordings;
@@ -339,6 +346,37 @@ TEST_F(RecordingReportTest, PauseOfYearsTakesNoTime)
     line("{}", 7'000'000'000.0);
     second(101);
     EXPECT_GT(report()["seconds"], 6.9e9);
+}
+
+TEST_F(RecordingReportTest, SecondsAreSinceTheEarliestMessageWhereverItStands)
+{
+    event(2, "late", 102);
+    event(2, "early", 100);
+    event(2, "last", 103);
+    const Json all = report();
+    EXPECT_EQ(all["start"], "2023-11-14T22:15:00.000Z");
+    EXPECT_EQ(all["seconds"], 3.0);
+    EXPECT_EQ(all["events"]["rows"][0][0], 2.0);
+    EXPECT_EQ(all["events"]["rows"][2][0], 3.0);
+}
+
+TEST_F(RecordingReportTest, PageThatHasNoRoomLeavesNothing)
+{
+    event(2, "Started", 0);
+    recorder.close({});
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("x.mcap", output.text), page = file + ".html";
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit few{1000, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &few), 0);
+    std::ostringstream said;
+    EXPECT_THROW(runReport({{file}, page, "", false}, said), std::runtime_error);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
+    EXPECT_TRUE(runReport({{file}, page, "", false}, said));
+    EXPECT_GT(std::filesystem::file_size(page), 1000U);
 }
 
 TEST(ReportTest, WhatIsNoRecordingIsRefused)

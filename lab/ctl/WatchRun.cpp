@@ -73,6 +73,7 @@ public:
     int publishersOf(std::size_t topic) const override { return m_watch.publishersOf(topic); }
     std::uint64_t leftOut() const override { return m_samples.leftOut(); }
     Time now() const override { return Clock::now(); }
+    bool isLive() const override { return true; }
     bool hasEnded() const override { return false; }
     void wait(const EndingSignals& signals, std::optional<Time> until) override
     {
@@ -108,7 +109,7 @@ public:
                 m_statistics[sample.topic].take(sample.arrival);
                 show(sample);
             }
-            flush();
+            if (m_source.isLive() || isLongUnseen()) flush();
             if (isOver()) break;
             const Time now = m_source.now();
             if (m_end && now >= *m_end) break;
@@ -125,11 +126,11 @@ public:
         printSum();
     }
 
-    /// What is printed is seen once all that came has been taken.
+    /// What is printed is seen once all that came has been taken; of what doesn't come while time passes, soon.
     void print(const std::string& text)
     {
         m_waiting.reset();
-        m_output.write(text.data(), static_cast<std::streamsize>(text.size()));
+        check(m_output.write(text.data(), static_cast<std::streamsize>(text.size())));
     }
 
     /// Counts what the option `count` limits.
@@ -150,7 +151,19 @@ public:
 private:
     void flush()
     {
-        if (!m_output.flush()) throw std::runtime_error("cannot write to standard output");
+        check(m_output.flush());
+        m_flushed = Clock::now();
+    }
+
+    bool isLongUnseen() const
+    {
+        constexpr std::chrono::milliseconds kUnseen{100};
+        return Clock::now() - m_flushed >= kUnseen;
+    }
+
+    static void check(const std::ostream& output)
+    {
+        if (!output) throw std::runtime_error("cannot write to standard output");
     }
 
     bool isOver() const { return m_signals.received() || (m_options.count > 0 && m_counted >= m_options.count); }
@@ -177,6 +190,7 @@ private:
     std::vector<TopicStatistics> m_statistics;
     const Time m_start = m_source.now();
     std::optional<Time> m_end;
+    Clock::time_point m_flushed = Clock::now();
     std::uint64_t m_counted = 0;
     std::optional<Progress> m_waiting{std::in_place, STDERR_FILENO};  // until something is printed
 };

@@ -64,6 +64,8 @@ public:
     virtual int publishersOf(std::size_t topic) const = 0;
     virtual std::uint64_t leftOut() const = 0;
     virtual TopicStatistics::Time now() const = 0;
+    /// What it has comes while time passes.
+    virtual bool isLive() const = 0;
     /// Nothing follows.
     virtual bool hasEnded() const = 0;
     /// Until there is something to take, a signal has come, or `until`; without that as long as it takes.

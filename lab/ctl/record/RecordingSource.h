@@ -29,6 +29,7 @@ public:
     int publishersOf(std::size_t) const override { return 0; }
     std::uint64_t leftOut() const override { return m_leftOut; }
     TopicStatistics::Time now() const override { return m_now; }
+    bool isLive() const override { return false; }
     bool hasEnded() const override { return m_hasEnded; }
     void wait(const EndingSignals& signals, std::optional<TopicStatistics::Time> until) override;
 

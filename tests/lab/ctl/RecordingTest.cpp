@@ -599,6 +599,25 @@ TEST_F(RecordedEventsTest, TopicsOfOthersThatTheSummaryHasNotAreFound)
     EXPECT_NE(shown(runEchoOfRecording, whole, optionsFor("Log")).find("five"), std::string::npos);
 }
 
+TEST_F(RecordedEventsTest, RecordsAreNotFlushedOneByOne)
+{
+    struct Counting : std::stringbuf {
+        int sync() override { return ++flushes, 0; }
+        int flushes = 0;
+    } text;
+    TextOutput many;
+    Recorder log(many, {{"Log", findRecordType("EventLog")}}, {}, {});
+    for (std::uint64_t number = 1; number <= 1000; ++number) log.take(event(1, "one"), number);
+    log.close({});
+    std::ostream shown(&text);
+    WatchOptions options = optionsFor("Log");
+    options.recording = directory.write("many.mcap", many.text);
+    runEchoOfRecording(options, shown);
+    EXPECT_TRUE(text.str().ends_with("\norvanectl: 1000 records in 0.0 s, 0 gaps with 0 missing, 999 back, 0 lost\n"))
+        << text.str().substr(text.str().size() - 100);
+    EXPECT_LT(text.flushes, 500);
+}
+
 TEST_F(RecordedEventsTest, ASignalEndsTheSearchForTheNextRecord)
 {
     RecordingSource source(file, {"Log"}, "");

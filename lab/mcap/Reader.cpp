@@ -128,20 +128,6 @@ Summary parseSummary(Bytes bytes)
     return summary;
 }
 
-/// Hands over what reading by the summary does.
-class WithoutExtras : public RecordSink {
-public:
-    explicit WithoutExtras(RecordSink& sink) : m_sink(sink) {}
-
-    void schema(const Schema& schema) override { m_sink.schema(schema); }
-    void channel(const Channel& channel) override { m_sink.channel(channel); }
-    void message(const Message& message) override { m_sink.message(message); }
-    void problem(std::uint64_t offset, const std::string& what) override { m_sink.problem(offset, what); }
-
-private:
-    RecordSink& m_sink;
-};
-
 }  // namespace
 
 /// Hands over what makes sense: channels whose schema is known, messages whose channel is. Problems are the recording's;
@@ -400,38 +386,6 @@ bool isComplete(const Summary& summary)
     for (const Schema& schema : summary.schemas) schemas.insert(schema.id);
     return std::ranges::all_of(summary.channels,
                                [&](const Channel& channel) { return schemas.contains(channel.schema); });
-}
-
-void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range)
-{
-    if (!isComplete(summary)) {
-        WithoutExtras rest(sink);
-        scan(source, rest, range);
-        return;
-    }
-    RecordGate gate(sink, range);
-    const auto takeAgain = [&](Op op, const auto& record) {
-        ByteWriter bytes;
-        write(bytes, record);
-        gate.take({static_cast<std::uint8_t>(op), 0}, bytes.bytes().subspan(kFrontSize), 0);
-    };
-    for (const Schema& schema : summary.schemas) takeAgain(Op::Schema, schema);
-    for (const Channel& channel : summary.channels) takeAgain(Op::Channel, channel);
-    std::uint64_t end = 0;  // of the chunk before
-    for (const ChunkIndex& chunk : summary.chunks) {
-        if (chunk.endTime < range.start || chunk.startTime > range.end) continue;
-        try {
-            if (chunk.offset < end) throw Malformed("begins within another");
-            const auto bytes = readBytes(source, chunk.offset, chunk.length);
-            ByteReader reader(bytes);
-            const Front front = readFront(reader);
-            if (static_cast<Op>(front.op) != Op::Chunk) throw Malformed("is none");
-            end = chunk.offset + chunk.length;
-            gate.take(front, reader.take(front.length), chunk.offset);
-        } catch (const Malformed& error) {
-            sink.problem(std::min(chunk.offset, source.size()), std::string("chunk ") + error.what());
-        }
-    }
 }
 
 }  // namespace mcap

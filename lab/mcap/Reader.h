@@ -24,7 +24,7 @@ public:
     /// Its checksum is right.
     virtual void attachment(const Attachment&) {}
 
-    /// What stands at `offset` of the file is left out; the file's size is where an index points behind it.
+    /// What stands at `offset` of the file is left out.
     virtual void problem(std::uint64_t /*offset*/, const std::string& /*what*/) {}
 
 protected:
@@ -107,11 +107,6 @@ std::optional<Summary> readSummary(const Source& source);
 
 /// Whether it tells of all chunks, channels and schemas, as those of others need not.
 bool isComplete(const Summary& summary);
-
-/// Reads schemas, channels and the messages of these times, by the summary: only chunks that have some are read. Where the
-/// summary lacks chunks, channels or schemas, as those of others may, or its statistics, all is read. Metadata and
-/// attachments are not handed over. What the sink throws comes out.
-void readIndexed(const Source& source, const Summary& summary, RecordSink& sink, TimeRange range = {});
 
 }  // namespace mcap
 

@@ -51,8 +51,9 @@ struct PlayPlan {
     std::chrono::nanoseconds length() const;
 };
 
-/// Reads all of a recording; twice if it is not to begin at its first message. Throws `std::runtime_error` for what is none and for one that has nothing to play,
-/// `UnknownName` for channels that there are not and that can't be played.
+/// Reads all of a recording; twice if it is to begin later and its end doesn't tell when it begins. Throws
+/// `std::runtime_error` for what is none and for one that has nothing to play, `UnknownName` for channels that there are
+/// not and that can't be played.
 /// @param name  of the file
 PlayPlan planOf(const mcap::Source& source, const std::string& name, const PlayChoice& choice);
 

@@ -55,7 +55,15 @@ RecordingOverview overviewOf(const mcap::Source& source, const std::string& name
 {
     RecordingOverview overview;
     OverviewSink sink(overview);
-    if (!mcap::scan(source, sink).isRecording) throw std::runtime_error(name + ": is no recording");
+    if (!mcap::Scanner(source, sink).result().isRecording) throw std::runtime_error(name + ": is no recording");
+    const auto summary = mcap::readSummary(source);
+    if (!summary || !mcap::isComplete(*summary)) {
+        mcap::scan(source, sink);
+        return overview;
+    }
+    for (const mcap::Schema& schema : summary->schemas) sink.schema(schema);
+    for (const mcap::Channel& channel : summary->channels) sink.channel(channel);
+    if (summary->statistics->messages > 0) overview.start = summary->statistics->startTime;
     return overview;
 }
 

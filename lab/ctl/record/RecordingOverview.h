@@ -25,7 +25,7 @@ struct RecordingOverview {
     std::uint64_t timeBehindStart(double seconds) const;
 };
 
-/// Reads all of it, damaged or not. Throws `std::runtime_error` for what is no recording.
+/// Reads its end, if that tells of all, else all of it, damaged or not. Throws `std::runtime_error` for what is no recording.
 RecordingOverview overviewOf(const mcap::Source& source, const std::string& name);
 
 }  // namespace orvanectl

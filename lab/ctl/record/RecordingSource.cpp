@@ -2,6 +2,7 @@
 
 #include "lab/ctl/record/RecordPayload.h"
 #include "lab/ctl/record/Recorder.h"
+#include "lab/ctl/record/RecordingOverview.h"
 #include "lab/ctl/record/RecordingTrouble.h"
 
 #include <algorithm>
@@ -15,33 +16,13 @@ namespace {
 using Time = TopicStatistics::Time;
 
 /// Topics whose records we know.
-class TopicList : public mcap::RecordSink {
-public:
-    void schema(const mcap::Schema& schema) override { m_names[schema.id] = schema.name; }
-    void channel(const mcap::Channel& channel) override
-    {
-        const auto name = m_names.find(channel.schema);
-        if (channel.encoding != recording::kCdr || name == m_names.end()) return;
-        if (const RecordType* const type = findRecordType(name->second)) topics.push_back({channel.topic, type});
-    }
-
-    std::vector<WatchedTopic> topics;
-
-private:
-    std::map<std::uint16_t, std::string> m_names;
-};
-
 std::vector<WatchedTopic> topicsOf(const mcap::Source& source, const std::string& file)
 {
-    TopicList list;
-    if (!mcap::Scanner(source, list).result().isRecording) throw std::runtime_error(file + ": is no recording");
-    if (const auto summary = mcap::readSummary(source); summary && mcap::isComplete(*summary)) {
-        for (const mcap::Schema& schema : summary->schemas) list.schema(schema);
-        for (const mcap::Channel& channel : summary->channels) list.channel(channel);
-    } else {
-        mcap::scan(source, list);
-    }
-    return list.topics;
+    std::vector<WatchedTopic> topics;
+    for (const RecordingOverview::Channel& channel : overviewOf(source, file).channels)
+        if (const RecordType* const type = findRecordType(channel.schema); type && channel.encoding == recording::kCdr)
+            topics.push_back({channel.topic, type});
+    return topics;
 }
 
 /// As `chooseTopics` chooses of a connection file.

@@ -8,6 +8,7 @@
 #include "lab/ctl/record/Recorder.h"
 #include "lab/ctl/record/RecordingCut.h"
 #include "lab/ctl/record/RecordingInfo.h"
+#include "lab/ctl/record/RecordingOverview.h"
 #include "lab/ctl/record/RecordingQueue.h"
 #include "lab/ctl/record/RecordingRepair.h"
 #include "lab/ctl/record/RecordingSource.h"
@@ -653,6 +654,21 @@ TEST_F(RecordedEventsTest, LastTimeThereIsEndsTheReports)
     const std::string text = shown(runHzOfRecording, directory.write("last.mcap", other.text), optionsFor("", 100));
     EXPECT_TRUE(text.ends_with("\n\norvanectl: 1 record in 0.0 s, 0 gaps with 0 missing, 0 back, 0 lost\n")) << text;
     EXPECT_LT(text.size(), 1000U);
+}
+
+TEST_F(RecordedEventsTest, OverviewOfAWholeRecordingIsReadFromItsEnd)
+{
+    TextOutput large;
+    mcap::Writer writer(large, {"test", 1U << 20, false});
+    const auto channel = writer.addChannel(0, "B", "json", {});
+    const std::string data(100'000, 'x');
+    for (const std::uint64_t time : {7, 5, 9}) writer.add({channel, 0, time, time, mcap::bytesOf(data)});
+    writer.close();
+    const TextSource source(large.text);
+    const RecordingOverview overview = overviewOf(source, "x.mcap");
+    EXPECT_EQ(overview.topics(), std::vector<std::string>{"B"});
+    EXPECT_EQ(overview.start, 5U);
+    EXPECT_LT(source.bytesRead, 10'000U);
 }
 
 TEST_F(RecordedEventsTest, CutKeepsATimeAndAChannel)

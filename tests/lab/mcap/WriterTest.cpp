@@ -137,11 +137,10 @@ TEST(WriterTest, IndexThatWouldBeTooLargeIsLeftOut)
     ASSERT_TRUE(summary);
     EXPECT_EQ(summary->chunks.size(), 0U);
     EXPECT_EQ(summary->statistics->chunks, 5U);
-    Reading reading, indexed;
+    EXPECT_FALSE(mcap::isComplete(*summary));
+    Reading reading;
     EXPECT_TRUE(mcap::scan(source, reading).isClosed);
-    mcap::readIndexed(source, *summary, indexed);
-    EXPECT_EQ(indexed.messages, reading.messages);
-    EXPECT_EQ(indexed.messages.size(), 5U);
+    EXPECT_EQ(reading.messages.size(), 5U);
 }
 
 TEST(WriterTest, MessageOfNoChannelIsRefused)

@@ -62,8 +62,20 @@ function(orvane_together what)
     set(CMAKE_UNITY_BUILD ${isTogether} PARENT_SCOPE)
 endfunction()
 
-# orvane_alone(): sees to those that stay alone, once all is added.
+# orvane_folders(OUT FOLDER): all that was added, that folder and those below it.
+function(orvane_folders out folder)
+    set(found "${folder}")
+    get_property(inner DIRECTORY "${folder}" PROPERTY SUBDIRECTORIES)
+    foreach(each IN LISTS inner)
+        orvane_folders(deeper "${each}")
+        list(APPEND found ${deeper})
+    endforeach()
+    set(${out} "${found}" PARENT_SCOPE)
+endfunction()
+
+# orvane_alone(): sees to those that stay alone, once all is added. A preset may leave out folders of theirs.
 function(orvane_alone)
+    orvane_folders(added "${PROJECT_SOURCE_DIR}")
     foreach(source IN LISTS ORVANE_ALONE)
         if(NOT EXISTS "${PROJECT_SOURCE_DIR}/${source}")
             message(FATAL_ERROR "cmake/Unity.cmake: there is no ${source}")
@@ -72,6 +84,9 @@ function(orvane_alone)
         while(NOT EXISTS "${PROJECT_SOURCE_DIR}/${folder}/CMakeLists.txt")
             cmake_path(GET folder PARENT_PATH folder)
         endwhile()
+        if(NOT "${PROJECT_SOURCE_DIR}/${folder}" IN_LIST added)
+            continue()
+        endif()
         set_source_files_properties("${PROJECT_SOURCE_DIR}/${source}" DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}"
             PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     endforeach()

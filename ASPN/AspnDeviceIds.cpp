@@ -4,6 +4,30 @@
 
 namespace ASPN2 {
 
+#define ASPN2_DEFINE_NAME(number, symbol, name) const std::string symbol = name;
+
+namespace SystemIds {
+ASPN2_SYSTEM_IDS(ASPN2_DEFINE_NAME)
+}  // namespace SystemIds
+
+namespace ServerIds {
+ASPN2_SERVER_IDS(ASPN2_DEFINE_NAME)
+}  // namespace ServerIds
+
+#undef ASPN2_DEFINE_NAME
+
+namespace Components {
+
+const std::string sv_component = "Sarvent";
+const std::string hx_component = "Halvex";
+const std::string pntq_component = "PNT-Q";
+const std::string altnav_component = "ALTNAV";
+const std::string gps_component = "GPS";
+const std::string tarvo_component = "TARVO";
+const std::string tarvosw_component = "TARVOSW";
+
+}  // namespace Components
+
 namespace {
 
 constexpr const char* kInvalid = "INVALID_SERVER_ID";

@@ -6,7 +6,7 @@
 #include <string>
 
 /// Who is who on the unit's internal bus. A device id names the source of a message in four bytes, highest first:
-/// system, server, message number, topic.
+/// system, server, message number, topic. The names are there from the start of `main` on.
 namespace ASPN2 {
 
 /// The product variants: number, symbol, name.
@@ -58,7 +58,7 @@ namespace ASPN2 {
     ROW(125, VGenericEndNodeServer_name, "VGenericEndNodeServer")                                                      \
     ROW(54, MaintLogServer_name, "MaintLogServer")
 
-#define ASPN2_DECLARE_NAME(number, symbol, name) inline const std::string symbol = name;
+#define ASPN2_DECLARE_NAME(number, symbol, name) extern const std::string symbol;
 
 namespace SystemIds {
 
@@ -83,13 +83,13 @@ const char* to_string(std::uint8_t id);
 /// The names under which part numbers are reported.
 namespace Components {
 
-inline const std::string sv_component = "Sarvent";
-inline const std::string hx_component = "Halvex";
-inline const std::string pntq_component = "PNT-Q";
-inline const std::string altnav_component = "ALTNAV";
-inline const std::string gps_component = "GPS";
-inline const std::string tarvo_component = "TARVO";
-inline const std::string tarvosw_component = "TARVOSW";
+extern const std::string sv_component;
+extern const std::string hx_component;
+extern const std::string pntq_component;
+extern const std::string altnav_component;
+extern const std::string gps_component;
+extern const std::string tarvo_component;
+extern const std::string tarvosw_component;
 
 /// The component that a server reports under a topic; "INVALID_SERVER_ID" where it reports none. Topics 1 and 2 name
 /// a board and a sensor whatever the server: the one that reports them also reports itself, under topic 0.

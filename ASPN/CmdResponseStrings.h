@@ -7,70 +7,71 @@
 /// tables are those of the whole unit: this service uses some of them.
 ///
 /// A command may carry arguments behind commas; what stands before the first comma is its stem. A response is the stem
-/// and one of four suffixes, or a text of the responder's choice. Texts are compared whole, byte for byte.
+/// and one of four suffixes, or a text of the responder's choice. Texts are compared whole, byte for byte. They are
+/// there from the start of `main` on.
 namespace Sys {
 
 namespace CommandString {
 
-inline const std::string SystemModeLive = "SYSTEM_MODE_SELECT_LIVE";
-inline const std::string SystemModeSim = "SYSTEM_MODE_SELECT_SIMULATION";
-inline const std::string QueryVersioning = "QUERY_VERSIONING";
-inline const std::string BitServerPing = "BITSERVER_PING";
-inline const std::string BitServerReportClear = "BITSERVER_REPORT_CLEAR";
-inline const std::string BitServerReportAppend = "BITSERVER_REPORT_APPEND";
-inline const std::string BitServerReportRemove = "BITSERVER_REPORT_REMOVE";
-inline const std::string RequestBitReport = "REQUEST_BIT_REPORT";
-inline const std::string RequestSystemCBit = "REQUEST_CBIT";
-inline const std::string RequestComponentCBit = "REQUEST_COMPONENT_CBIT";
-inline const std::string NavigatorCommand = "NAVIGATOR_COMMAND";
-inline const std::string NavigatorStatus = "NAVIGATOR_STATUS";
-inline const std::string QueryZentormStatus = "QUERY_ZENTORM_STATUS";
-inline const std::string ZentorMSetStandby = "ZENTORM_SET_STANDBY";
-inline const std::string ZentorMSetContinuous = "ZENTORM_SET_CONT";
-inline const std::string ZentorMCVZeroize = "ZENTORM_CV_ZEROIZE";
-inline const std::string QuerySarventStatus = "QUERY_SARVENT_STATUS";
-inline const std::string SetSarventStatus = "SET_SARVENT_STATUS";
-inline const std::string SystemEnvRerad = "SYSTEM_ENV_RERAD";
-inline const std::string SystemEnvLive = "SYSTEM_ENV_LIVE";
-inline const std::string AltNavAssured = "ALTNAV_ASSURED";
-inline const std::string AltNavUnassured = "ALTNAV_UNASSURED";
-inline const std::string AltNavNotAvail = "ALTNAV_NOT_AVAILABLE";
-inline const std::string InitSincgars = "INIT_SINCGARS";
-inline const std::string InitHotStart = "INIT_HOTSTART";
-inline const std::string InitWarmStart = "INIT_WARMSTART";
-inline const std::string InitDataTransferOutLNav = "INIT_DATA_TRANSFER_OUT_LNAV";
-inline const std::string SetHmiBlackoutEnable = "SET_BLACKOUT_ENABLED";
-inline const std::string SetHmiBlackoutDisable = "SET_BLACKOUT_DISABLED";
-inline const std::string RequestZeroize = "REQUEST_ZEROIZE";
-inline const std::string RequestDestroy = "REQUEST_DESTROY";
-inline const std::string StartSystemZeroize = "START_ZEROIZE";
-inline const std::string StartSystemDestroy = "START_DESTROY";
-inline const std::string ZentormZeroize = "ZENTORM_ZEROIZE";
-inline const std::string ZentormDestroy = "ZENTORM_DESTROY";
-inline const std::string QueryPassthrough = "QUERY_PASSTHROUGH_STATE";
-inline const std::string ServerStarted = "SERVER_STARTED";
-inline const std::string ServerStopped = "SERVER_STOPPED";
-inline const std::string RequestPartNumbers = "REQUEST_PARTNUMBERS";
-inline const std::string RequestZentormDestroyStatus = "ZENTORM_DESTROY_STATUS";
-inline const std::string RequestTarvoCompatibilityDesignation = "GET_TARVO_COMPAT_DESIGN";
+extern const std::string SystemModeLive;
+extern const std::string SystemModeSim;
+extern const std::string QueryVersioning;
+extern const std::string BitServerPing;
+extern const std::string BitServerReportClear;
+extern const std::string BitServerReportAppend;
+extern const std::string BitServerReportRemove;
+extern const std::string RequestBitReport;
+extern const std::string RequestSystemCBit;
+extern const std::string RequestComponentCBit;
+extern const std::string NavigatorCommand;
+extern const std::string NavigatorStatus;
+extern const std::string QueryZentormStatus;
+extern const std::string ZentorMSetStandby;
+extern const std::string ZentorMSetContinuous;
+extern const std::string ZentorMCVZeroize;
+extern const std::string QuerySarventStatus;
+extern const std::string SetSarventStatus;
+extern const std::string SystemEnvRerad;
+extern const std::string SystemEnvLive;
+extern const std::string AltNavAssured;
+extern const std::string AltNavUnassured;
+extern const std::string AltNavNotAvail;
+extern const std::string InitSincgars;
+extern const std::string InitHotStart;
+extern const std::string InitWarmStart;
+extern const std::string InitDataTransferOutLNav;
+extern const std::string SetHmiBlackoutEnable;
+extern const std::string SetHmiBlackoutDisable;
+extern const std::string RequestZeroize;
+extern const std::string RequestDestroy;
+extern const std::string StartSystemZeroize;
+extern const std::string StartSystemDestroy;
+extern const std::string ZentormZeroize;
+extern const std::string ZentormDestroy;
+extern const std::string QueryPassthrough;
+extern const std::string ServerStarted;
+extern const std::string ServerStopped;
+extern const std::string RequestPartNumbers;
+extern const std::string RequestZentormDestroyStatus;
+extern const std::string RequestTarvoCompatibilityDesignation;
 
 }  // namespace CommandString
 
 namespace ResponseString {
 
-inline const std::string Pass = "_PASS";
-inline const std::string Fail = "_FAIL";
-inline const std::string Ack = "_ACK";
-inline const std::string Nack = "_NACK";
-inline const std::string ComponentZeroize = "COMPONENT_ZEROIZE";
-inline const std::string ComponentDestroy = "COMPONENT_DESTROY";
-inline const std::string SystemZeroize = "SYSTEM_ZEROIZE";
-inline const std::string SystemDestroy = "SYSTEM_DESTROY";
-inline const std::string CbitResponse = "CBIT_RESPONSE";
-inline const std::string PassthroughEnabled = "PASSTHROUGH_ENABLED";
-inline const std::string PassthroughDisabled = "PASSTHROUGH_DISABLED";
-inline const std::string CurrentZentormStatus = "CURRENT_ZENTORM_STATUS";
-inline const std::string CurrentSarventStatus = "CURRENT_SARVENT_STATUS";
+extern const std::string Pass;
+extern const std::string Fail;
+extern const std::string Ack;
+extern const std::string Nack;
+extern const std::string ComponentZeroize;
+extern const std::string ComponentDestroy;
+extern const std::string SystemZeroize;
+extern const std::string SystemDestroy;
+extern const std::string CbitResponse;
+extern const std::string PassthroughEnabled;
+extern const std::string PassthroughDisabled;
+extern const std::string CurrentZentormStatus;
+extern const std::string CurrentSarventStatus;
 
 }  // namespace ResponseString
 

@@ -2,43 +2,45 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
 
-std::vector<std::string> s_reports;
-
-void report(const char* what)
-{
-    s_reports.push_back(what ? what : "<null>");
-}
+class ShieldedTest : public testing::Test {
+protected:
+    std::vector<std::string> m_reports;
+    std::function<void(const char*)> m_report = [this](const char* what) {
+        m_reports.emplace_back(what ? what : "<null>");
+    };
+};
 
 }  // namespace
 
-TEST(ShieldedTest, WorkThatEndsWellIsNotReported)
+TEST_F(ShieldedTest, WorkThatEndsWellIsNotReported)
 {
     bool isDone = false;
-    shielded([&] { isDone = true; }, report);
+    shielded([&] { isDone = true; }, m_report);
     EXPECT_TRUE(isDone);
-    EXPECT_TRUE(s_reports.empty());
+    EXPECT_TRUE(m_reports.empty());
 }
 
-TEST(ShieldedTest, AStandardExceptionIsReportedByItsText)
+TEST_F(ShieldedTest, AStandardExceptionIsReportedByItsText)
 {
-    shielded([] { throw std::out_of_range("the text"); }, report);
-    EXPECT_EQ(s_reports, std::vector<std::string>({"the text"}));
+    shielded([] { throw std::out_of_range("the text"); }, m_report);
+    EXPECT_EQ(m_reports, std::vector<std::string>({"the text"}));
 }
 
-TEST(ShieldedTest, AnythingElseIsReportedAsNull)
+TEST_F(ShieldedTest, AnythingElseIsReportedAsNull)
 {
-    shielded([] { throw 1; }, report);
-    shielded([] { throw "text"; }, report);
-    EXPECT_EQ(s_reports, std::vector<std::string>({"<null>", "<null>"}));
+    shielded([] { throw 1; }, m_report);
+    shielded([] { throw "text"; }, m_report);
+    EXPECT_EQ(m_reports, std::vector<std::string>({"<null>", "<null>"}));
 }
 
-TEST(ShieldedTest, AnExceptionOfTheReportIsDropped)
+TEST_F(ShieldedTest, AnExceptionOfTheReportIsDropped)
 {
     int reports = 0;
     const auto fail = [&](const char*) {

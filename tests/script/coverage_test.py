@@ -1,10 +1,11 @@
-"""What script/coverage makes of the counts of gcov, and of the exceptions."""
+"""What script/coverage makes of the counts of gcov, of the goals and of the exceptions."""
 
 import pathlib
 import sys
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "cmake"))
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "cmake"))
 import coverage  # noqa: E402
 import gcov_counts  # noqa: E402
 
@@ -101,6 +102,34 @@ class Exceptions(unittest.TestCase):
         counting, stale = coverage.split(places, {("a.cpp", "f();"), ("a.cpp", "g();"), ("a.cpp", "h();")})
         self.assertEqual([place.number for place in counting], [2])
         self.assertEqual(stale, [("a.cpp", "g();"), ("a.cpp", "h();")])
+
+
+def places(file, count, taken, of):
+    line = {"count": count, "branches": [{"count": 1}] * taken + [{"count": 0}] * (of - taken)}
+    return [coverage.Place(file, 1, line, "f();")]
+
+
+class Goals(unittest.TestCase):
+    CODEC, OTHER = "aspn2_msgs/Layout.h", "platform/FPGA.cpp"
+
+    def test_one_branch_missed_in_a_codec_is_told_by_the_status(self):
+        self.assertEqual(coverage.status_of(places(self.CODEC, 1, 200, 200), []), 0)
+        self.assertEqual(coverage.status_of(places(self.CODEC, 1, 199, 200), []), 1)
+
+    def test_a_line_missed_is_told_by_the_status(self):
+        self.assertEqual(coverage.status_of(places(self.CODEC, 0, 0, 0), []), 1)
+
+    def test_the_rest_has_goals_of_its_own(self):
+        self.assertEqual(coverage.status_of(places(self.OTHER, 1, 9, 10), []), 0)
+        self.assertEqual(coverage.status_of(places(self.OTHER, 1, 8, 10), []), 1)
+
+    def test_an_exception_that_is_none_is_told_by_the_status(self):
+        self.assertEqual(coverage.status_of(places(self.CODEC, 1, 2, 2), [("a.cpp", "h();")]), 1)
+
+    def test_the_table_says_which_goal_is_missed(self):
+        *_, strict, rest = coverage.table(places(self.CODEC, 1, 2, 2) + places(self.OTHER, 1, 1, 2))
+        self.assertTrue(strict.endswith("(100 and 100: kept)"), strict)
+        self.assertTrue(rest.endswith("(95 and 90: MISSED)"), rest)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,11 @@
-"""What script/coverage makes of the counts of gcov, of the goals and of the exceptions."""
+"""What script/coverage makes of the counts of gcov, of the goals and of the exceptions, and what is counted of a process that aborts."""
 
 import pathlib
+import shutil
+import signal
+import subprocess
 import sys
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -130,6 +134,76 @@ class Goals(unittest.TestCase):
         *_, strict, rest = coverage.table(places(self.CODEC, 1, 2, 2) + places(self.OTHER, 1, 1, 2))
         self.assertTrue(strict.endswith("(100 and 100: kept)"), strict)
         self.assertTrue(rest.endswith("(95 and 90: MISSED)"), rest)
+
+
+ABORTING = """
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+static void handle(int)
+{
+    if (write(1, "!", 1) != 1) _exit(9);  // line 9
+}
+
+static void abortAgain(int)
+{
+    std::abort();  // line 14
+}
+
+int main(int, char** arguments)
+{
+    if (std::strcmp(arguments[1], "blocked") == 0) {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, nullptr);
+    }
+    if (std::strcmp(arguments[1], "ignored") == 0) std::signal(SIGABRT, SIG_IGN);
+    if (std::strcmp(arguments[1], "handled") == 0) std::signal(SIGABRT, handle);
+    if (std::strcmp(arguments[1], "again") == 0) std::signal(SIGABRT, abortAgain);
+    std::abort();  // line 27
+}
+"""
+
+
+@unittest.skipUnless(shutil.which("g++") and shutil.which("gcov"), "no g++")
+class Aborts(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        (cls.folder / "aborting.cpp").write_text(ABORTING)
+        own = ROOT / "cmake/coverage/CountsAtEnd.cpp"
+        for command in (
+            ["g++", "-std=c++20", "-c", str(own), "-o", "own.o"],
+            ["g++", "-std=c++20", "--coverage", "-c", "aborting.cpp"],
+            ["g++", "--coverage", "aborting.o", "own.o", "-o", "aborting"],
+        ):
+            subprocess.run(command, cwd=cls.folder, check=True)
+
+    def lines_after(self, how):
+        """How often lines ran in a process that aborts, which has to be its end."""
+        for counts in self.folder.glob("*.gcda"):
+            counts.unlink()
+        ended = subprocess.run([self.folder / "aborting", how], cwd=self.folder, timeout=30, stdout=subprocess.DEVNULL)
+        self.assertEqual(ended.returncode, -signal.SIGABRT)
+        (told,) = gcov_counts.told_by_gcov(str(self.folder / "aborting.gcno"))
+        return {line["line_number"]: line["count"] for file in told["files"] for line in file["lines"]}
+
+    def test_what_ran_before_an_abort_is_counted(self):
+        self.assertEqual(self.lines_after("plain")[27], 1)
+
+    def test_a_process_that_blocks_or_ignores_the_signal_ends_all_the_same(self):
+        self.assertEqual(self.lines_after("blocked")[27], 1)
+        self.assertEqual(self.lines_after("ignored")[27], 1)
+
+    def test_what_a_handler_of_the_signal_ran_is_counted_once_and_so_is_what_was_before(self):
+        lines = self.lines_after("handled")
+        self.assertEqual((lines[9], lines[27]), (1, 1))
+
+    def test_a_handler_that_aborts_ends_the_process(self):
+        lines = self.lines_after("again")
+        self.assertEqual((lines[14], lines[27]), (1, 1))
 
 
 if __name__ == "__main__":

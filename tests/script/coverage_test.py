@@ -1,4 +1,4 @@
-"""What script/coverage makes of the counts of gcov, of the goals and of the exceptions, and what is counted of a process that aborts."""
+"""What script/coverage makes of counts, goals and exceptions, and what is counted of a process that aborts."""
 
 import pathlib
 import shutil

@@ -489,7 +489,7 @@ TEST(TypeSupportTest, EveryKeyOfOneSupportIsSummedByItself)
 {
     KeyedPubSubType<1> support;
     EXPECT_EQ(keyOf(support, 1, true), "0c83141e717e6d943703f6b65cd0b788");
-    EXPECT_EQ(keyOf(support, 1, true), "0c83141e717e6d943703f6b65cd0b788");
+    EXPECT_EQ(keyOf(support, 2, true), "6dd5022174e69705e13884b072469552");
 }
 
 TEST(TypeSupportTest, ThreadsMayAskOneSupportForKeys)

@@ -192,6 +192,24 @@ TEST(OutOfMemoryTest, SequenceOfSettingsThatCantCopyATextSaysSoAndChangesNothing
     EXPECT_STREQ(settings[1].value.buffer(), kLong);
 }
 
+TEST(OutOfMemoryTest, SettingWhoseTextsCantBeCopiedThrowsAsItIsAssigned)
+{
+    const FACE::TSS::QoS_Element source(longText(), longText());
+    FACE::TSS::QoS_Element target;
+    for (std::size_t granted = 0; granted < 2; ++granted) {
+        bool isThrown = false;
+        try {
+            const FailingAllocation memory(granted);
+            target = source;
+        } catch (const std::bad_alloc&) {
+            isThrown = true;
+        }
+        EXPECT_TRUE(isThrown) << granted;
+    }
+    target = source;
+    EXPECT_STREQ(target.value.buffer(), kLong);
+}
+
 TEST(OutOfMemoryTest, CopyOfASequenceOfSettingsIsWholeOrNotValid)
 {
     Sequence<FACE::TSS::QoS_Element> settings;

@@ -51,6 +51,8 @@ TEST(FieldRowsTest, OverlapAndOverhangDoNotFit)
     EXPECT_FALSE(rowsFit(kRows, 4, 4));
     constexpr FieldRow overlapping[] = {{0, FieldForm::U16, 0}, {1, FieldForm::Byte, 2}};
     EXPECT_FALSE(rowsFit(overlapping, 10, 10));
+    constexpr FieldRow overlappingInTheRecord[] = {{0, FieldForm::U16, 0}, {2, FieldForm::Byte, 1}};
+    EXPECT_FALSE(rowsFit(overlappingInTheRecord, 10, 10));
     EXPECT_EQ(bytesInBlock(kRows), 3u);
 }
 

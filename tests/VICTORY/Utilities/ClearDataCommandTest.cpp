@@ -984,6 +984,20 @@ TEST_F(ClearDataCommandTest, DumpStateInfoPrintsTheRunningRequest)
     EXPECT_EQ(console.text(), ", m_eClearTypeRequested = none\n, m_eClearTypeRequested = REQUEST_DESTROY\n");
 }
 
+TEST_F(ClearDataCommandTest, AStateThatCantBePrintedForWantOfMemoryIsReported)
+{
+    m_command.setQuiet(false);
+    const ConsoleCapture console(std::cout);
+    std::size_t refused = 0;
+    {
+        const FailingAllocation once(0, 1);
+        m_command.dumpStateInfo();
+        refused = once.refused();
+    }
+    EXPECT_EQ(refused, 1u);
+    EXPECT_THAT(events(), ElementsAre("4:SN: An exception occurred. Details: std::bad_alloc"));
+}
+
 TEST_F(ClearDataCommandTest, LinesOfResponsesNameTheOperationThatTakesThem)
 {
     leaveRequested(kZeroize);

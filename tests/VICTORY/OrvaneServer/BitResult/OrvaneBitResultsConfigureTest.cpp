@@ -265,7 +265,10 @@ TEST_F(BitConfigureTest, MemoryThatRunsOutLeavesWholeRowsAlone)
 
 TEST_F(BitConfigureTest, AListForWhichThereIsNoMemoryIsNotGivenInPart)
 {
-    writeSensors({SensorText("GPS with a name that is too long for a short text")});
+    writeSensors(
+        {SensorText("GPS with a name that is too long for a short text", "0x27, and some more that is not read")
+             .set("HasOtherSensorType", "true")
+             .set("OtherSensorType", "one that is too long for a short text")});
     ASSERT_TRUE(initialize());
     for (std::size_t granted = 0, refused = 1; refused > 0; ++granted) {
         std::vector<OrvaneBitResults::SensorServer> list;

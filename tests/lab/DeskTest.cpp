@@ -157,6 +157,25 @@ TEST_F(DeskTest, RecordingsThatCanBeNoneAreRefused)
               "desk: --play " + kDesk + ": options of unit-sim are not for it\n");
 }
 
+TEST_F(DeskTest, PortsAreRecordedHoweverTheFileWritesThem)
+{
+    const std::string script = R"(
+        sed -i 's/<Port>5</<Port>0x05</; s/<Port>6</<Port>006</' /opt/halvex/config/IODevices.xml
+        "$0" --build "$1" --seconds 3 --record /tmp/drive.mcap &&
+            "$1/lab/ctl/orvanectl" info /tmp/drive.mcap)";
+    EXPECT_EQ(run({"/bin/sh", "-c", script, kDesk, ORVANE_BUILD_DIR}), 0) << m_output;
+    EXPECT_THAT(m_output, ContainsRegex("queue/ZEN_HX +[1-9]"));
+}
+
+TEST_F(DeskTest, APortThatIsNoneIsRefused)
+{
+    const std::string script = R"(
+        sed -i 's/<Port>6</<Port>6x</' /opt/halvex/config/IODevices.xml
+        "$0" --build "$1" --record /tmp/drive.mcap 2>&1)";
+    EXPECT_EQ(run({"/bin/sh", "-c", script, kDesk, ORVANE_BUILD_DIR}), 2) << m_output;
+    EXPECT_EQ(m_output, "desk: /opt/halvex/config/IODevices.xml: HX_ZEN/Port: '6x' is no queue number, 0 to 65535\n");
+}
+
 TEST_F(DeskTest, APlayThatFailsFailsTheDesk)
 {
     EXPECT_NE(run({kDesk, "--build", ORVANE_BUILD_DIR, "--play", kDesk}), 0) << m_output;

@@ -70,6 +70,7 @@ void JoinLine::show(const std::vector<Epoch>& epochs)
 {
     for (const Epoch& epoch : epochs) {
         m_sum.add(epoch);
+        if (epoch.leftOut > 0) continue;
         const double seconds = arrivalOf(epoch);
         m_course.append(seconds, epoch.isJoined ? 1 : 0);
         if (epoch.isJoined) continue;
@@ -88,6 +89,7 @@ Json JoinLine::json() const
     const auto epochs = static_cast<double>(m_sum.epochs());
     return {{"epochs", m_sum.epochs()},
             {"joined", m_sum.joined()},
+            {"leftOut", m_sum.leftOut()},
             {"rate", epochs > 0 ? roundedTo(static_cast<double>(m_sum.joined()) / epochs, 0.0001) : Json()},
             {"text", m_sum.text()},
             {"causes", causes},

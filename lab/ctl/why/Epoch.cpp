@@ -13,6 +13,8 @@ using Kind = MissCause::Kind;
 constexpr const char* kNames[kJoinInputs] = {
     "UTCTime", "PositionVelocityAttitude", "HalvexPNT", "MeasurementIncorporationStatus", "AssuranceState", "8504"};
 
+constexpr const char* kOthers = "others";  // in place of the names of refused servers
+
 /// "1.2 s", or "1.2 to 1.4 s" where the two read differently.
 std::string range(double least, double most)
 {
@@ -74,13 +76,23 @@ std::string lastingText(const MissCause& cause)
 
 void JoinSum::add(const Epoch& epoch)
 {
+    if (epoch.leftOut > 0) {
+        m_leftOut += epoch.leftOut;
+        return;
+    }
     ++m_epochs;
     if (epoch.isJoined) {
         ++m_joined;
         return;
     }
     for (const MissCause& cause : epoch.causes) {
-        Count& count = m_causes[{cause.kind, cause.input, cause.servers}];
+        Key key{cause.kind, cause.input, cause.servers};
+        const bool isNewSet = !cause.servers.empty() && !m_causes.contains(key);
+        if (isNewSet && m_sets >= kMostSets)
+            std::get<std::string>(key) = kOthers;
+        else if (isNewSet)
+            ++m_sets;
+        Count& count = m_causes[key];
         count.least = count.times == 0 ? cause.seconds : std::min(count.least, cause.seconds);
         count.most = count.times == 0 ? cause.seconds : std::max(count.most, cause.seconds);
         ++count.times;
@@ -120,6 +132,7 @@ std::string JoinSum::text(const std::optional<MissCause>& silence) const
         text += between + std::to_string(times) + " x " + cause;
         between = ", ";
     }
+    if (m_leftOut > 0) text += "; " + std::to_string(m_leftOut) + " time messages left out, too many at a time";
     return text;
 }
 

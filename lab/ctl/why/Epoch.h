@@ -51,20 +51,27 @@ struct Epoch {
     double gpsSeconds = 0;  ///< s of the GPS week
     bool isJoined = false;
     std::vector<MissCause> causes;  ///< empty when it is joined
+    std::uint64_t leftOut = 0;      ///< if not 0 this stands for so many that were too many at a time
 };
 
 /// Epochs counted by what became of them. One that has several causes counts for each of them.
 class JoinSum {
 public:
+    /// Sets of refused servers that are counted apart; the rest of each input count together.
+    static constexpr std::size_t kMostSets = 100;
+
     void add(const Epoch& epoch);
 
     std::uint64_t epochs() const { return m_epochs; }
     std::uint64_t joined() const { return m_joined; }
+    /// Of which nothing is known, and which are not among the epochs.
+    std::uint64_t leftOut() const { return m_leftOut; }
 
     /// The causes as they are told, such as "HalvexPNT 1.2 to 1.4 s late", and how often; the most frequent first.
     std::vector<std::pair<std::string, std::uint64_t>> causes() const;
 
-    /// "join rate 0.93 (56 of 60): 3 x HalvexPNT 1.2 s late, 1 x no 8504".
+    /// "join rate 0.93 (56 of 60): 3 x HalvexPNT 1.2 s late, 1 x no 8504"; behind it, of those that were left out:
+    /// "; 12 time messages left out, too many at a time".
     /// @param silence  why no time message comes, if so; stands in front
     std::string text(const std::optional<MissCause>& silence = {}) const;
 
@@ -80,6 +87,8 @@ private:
 
     std::uint64_t m_epochs = 0;
     std::uint64_t m_joined = 0;
+    std::uint64_t m_leftOut = 0;
+    std::size_t m_sets = 0;  // of refused servers, among the causes
     std::map<Key, Count> m_causes;
 };
 

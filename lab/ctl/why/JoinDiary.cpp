@@ -4,6 +4,7 @@
 #include "VICTORY/OrvaneServer/BlendedNavigation.h"
 #include "VICTORY/OrvaneServer/MessageSource.h"
 #include "VICTORY/OrvaneServer/NavInputs.h"
+#include "lab/ctl/Counted.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,7 @@ constexpr double kSameTime = 1e-4;                 // s
 constexpr std::chrono::milliseconds kNearly{900};  // the longest that two inputs of a join are apart, but for jitter
 constexpr std::size_t kIntervals = 9;              // of which the middle one counts
 constexpr std::uint64_t kLongestGap = 3600;        // epochs
+constexpr std::size_t kMostNamed = 8;              // servers that were refused
 constexpr double kShortestSilence = 2;             // s, in which no time message comes
 constexpr double kLongestPause = 60;               // s, between two of them
 
@@ -165,7 +167,7 @@ void JoinDiary::tell(double gpsSeconds, Time now)
         return;
     }
     for (Pending& pending : m_pending) {
-        if (!isIt(pending.epoch) || pending.epoch.isJoined) continue;
+        if (!isIt(pending.epoch) || pending.epoch.isJoined || pending.epoch.leftOut > 0) continue;
         pending.epoch.isJoined = true;
         return join(pending.time, pending.ended);
     }
@@ -263,7 +265,15 @@ void JoinDiary::closeEpoch(Time now)
         };
         if (wasFirst && std::ranges::any_of(m_epoch.causes, isMissing)) return;
     }
-    m_pending.push_back({m_epoch, m_time, now});
+    keep({m_epoch, m_time, now});
+}
+
+/// Time messages that all came at one moment, and those that seem to be missing between them, have no end.
+void JoinDiary::keep(Pending pending)
+{
+    if (m_pending.size() < kMostPending) return m_pending.push_back(std::move(pending));
+    if (m_pending.back().epoch.leftOut == 0) m_pending.push_back({{}, m_time, pending.ended});
+    ++m_pending.back().epoch.leftOut;
 }
 
 std::vector<MissCause> JoinDiary::finalCauses() const
@@ -300,7 +310,7 @@ void JoinDiary::addMissing(std::uint64_t epochs, double gpsSeconds)
     const std::string servers = refusedServers(time, Time::min());
     const MissCause cause{servers.empty() ? Kind::Missing : Kind::Refused, JoinInput::UtcTime, 0, servers};
     for (std::uint64_t i = 1; i <= epochs; ++i)
-        m_pending.push_back({{gpsSeconds + static_cast<double>(i) * interval(), false, {cause}}, m_time, m_now});
+        keep({{gpsSeconds + static_cast<double>(i) * interval(), false, {cause}}, m_time, m_now});
 }
 
 /// Between two time messages, in s; 0 before there are two.
@@ -347,11 +357,15 @@ std::optional<MissCause> JoinDiary::causeOf(JoinInput input) const
     return MissCause{servers.empty() ? Kind::Missing : Kind::Refused, input, 0, servers};
 }
 
+/// "MasterClock and ZentorM", "... and 3 others".
 std::string JoinDiary::refusedServers(const Heard& heard, Time since) const
 {
     std::string text;
+    std::size_t servers = 0;
     for (const auto& [server, arrived] : heard.refused)
-        if (arrived >= since) text += (text.empty() ? "" : " and ") + MessageSource::nameOf(server);
+        if (arrived >= since && ++servers <= kMostNamed)
+            text += (text.empty() ? "" : " and ") + MessageSource::nameOf(server);
+    if (servers > kMostNamed) text += " and " + counted(servers - kMostNamed, "other");
     return text;
 }
 

@@ -32,6 +32,9 @@ class JoinDiary {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
+    /// Epochs that are over and not taken yet; of more it is only known how many they were.
+    static constexpr std::size_t kMostPending = 10'000;
+
     /// What is heard besides the five topics.
     struct Hearing {
         bool bus = false;       ///< `tell` is called; otherwise an epoch is joined when the service could have done it
@@ -76,7 +79,7 @@ public:
     /// Whether the bus has a service that runs; so it is until this says otherwise.
     void setServiceRuns(bool runs, Time now);
 
-    /// Epochs that nothing can change any more, each once, in their order.
+    /// Epochs that nothing can change any more, each once, in their order; in place of what was left out its number.
     std::vector<Epoch> takeDecided(Time now);
 
     /// The rest, but for an epoch that the service may not have looked at yet. Time messages that should have come by
@@ -132,6 +135,7 @@ private:
     bool wasUsedUp() const;
     void join(const Header& time, Time before);
     void closeEpoch(Time now);
+    void keep(Pending pending);
     void countGap(double apart);
     std::uint64_t missingIn(double apart) const;
     void addMissing(std::uint64_t epochs, double gpsSeconds);

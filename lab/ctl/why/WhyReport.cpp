@@ -17,11 +17,13 @@ std::string jsonOf(const Epoch& epoch)
 {
     Json causes = Json::array();
     for (const MissCause& cause : epoch.causes) causes.push_back(cause.text());
+    if (epoch.leftOut > 0) return jsonLine({{"kind", "left_out"}, {"epochs", epoch.leftOut}});
     return jsonLine({{"kind", "epoch"}, {"gps_s", epoch.gpsSeconds}, {"joined", epoch.isJoined}, {"causes", causes}});
 }
 
 std::string lineOf(const Epoch& epoch)
 {
+    if (epoch.leftOut > 0) return std::to_string(epoch.leftOut) + " time messages left out, too many at a time\n";
     char seconds[64];
     std::snprintf(seconds, sizeof seconds, "%.1f", epoch.gpsSeconds);
     std::string text = std::string("GPS second ") + seconds + ": ";
@@ -74,6 +76,7 @@ void WhyReport::printSum(const WhyHeard& heard, const std::optional<MissCause>& 
         print(jsonLine({{"kind", "sum"},
                         {"epochs", m_sum.epochs()},
                         {"joined", m_sum.joined()},
+                        {"epochs_left_out", m_sum.leftOut()},
                         {"causes", causes},
                         {"bus", heard.bus},
                         {"receiver", heard.receiver},

@@ -407,6 +407,44 @@ TEST_F(JoinDiaryTest, AnEpochIsDecidedOnceItsPublicationCantComeAnyMore)
     EXPECT_TRUE(diary().takeDecided(moment(12)).empty());
 }
 
+TEST_F(JoinDiaryTest, OfTooManyTimeMessagesAtOneMomentOnlyTheNumberIsKept)
+{
+    // The first one lacks what came before it, and the last may not have been looked at.
+    for (int i = 0; i < 10'005; ++i) diary().take(at<UTCTime>(10 + i, kMasterClock), moment(10));
+    const std::vector<Epoch> epochs = diary().end(moment(10));
+    ASSERT_EQ(epochs.size(), 10'001U);
+    EXPECT_EQ(epochs[9'999].leftOut, 0U);
+    EXPECT_EQ(epochs[10'000].leftOut, 3U);
+}
+
+TEST_F(JoinDiaryTest, HoursThatAreMissingAtOneMomentAreTooMany)
+{
+    good(10);
+    good(11);
+    for (int hour = 1; hour <= 4; ++hour) {
+        auto message = at<UTCTime>(12, kMasterClock);
+        message.gps_tow_sec(11 + 3600 * hour);
+        diary().take(message, moment(12));
+    }
+    tell(0, 12);  // of none of them
+    const std::vector<Epoch> epochs = diary().end(moment(12));
+    ASSERT_EQ(epochs.size(), 10'001U);
+    // Two that are joined, 3 that lack inputs, and four times 3599 between them.
+    EXPECT_EQ(epochs[10'000].leftOut, 4'401U);
+    EXPECT_FALSE(epochs[10'000].isJoined);
+}
+
+TEST_F(JoinDiaryTest, OfManyRefusedServersEightAreNamed)
+{
+    settings.m_utcSourceServerId = 37;
+    time(10);
+    for (const std::int32_t server : {37, 39, 41, 42, 43, 44, 45, 46, 47, 48})
+        diary().take(at<UTCTime>(11, server << 16), moment(11));
+    const auto silence = diary().silence(moment(20));
+    ASSERT_TRUE(silence);
+    EXPECT_TRUE(silence->servers.ends_with(" and 1 other")) << silence->servers;
+}
+
 TEST_F(JoinDiaryTest, AnEpochThatHasJustBegunIsLeftOutOfTheEnd)
 {
     good(10);
@@ -705,6 +743,26 @@ TEST(JoinSumTest, EachSetOfServersWeighs)
         sum.add(
             {0, false, {{MissCause::Kind::Refused, JoinInput::Pnt, 0, std::string(1000, 'x') + std::to_string(i)}}});
     EXPECT_GE(sum.weight(), 100'000U);
+}
+
+TEST(JoinSumTest, SetsOfServersBeyondAHundredCountTogether)
+{
+    JoinSum sum;
+    for (int i = 0; i < 150; ++i)
+        sum.add({0, false, {{MissCause::Kind::Refused, JoinInput::Pnt, 0, "server " + std::to_string(i)}}});
+    sum.add({0, false, {{MissCause::Kind::Refused, JoinInput::Pnt, 0, "server 7"}}});
+    const auto causes = sum.causes();
+    ASSERT_EQ(causes.size(), 101U);
+    EXPECT_EQ(causes[0], std::pair(std::string("HalvexPNT refused, from others"), std::uint64_t{50}));
+    EXPECT_EQ(causes[1], std::pair(std::string("HalvexPNT refused, from server 7"), std::uint64_t{2}));
+}
+
+TEST(JoinSumTest, WhatIsLeftOutIsToldAndNotInTheRate)
+{
+    JoinSum sum;
+    sum.add({0, true, {}});
+    sum.add({0, false, {}, 12});
+    EXPECT_EQ(sum.text(), "join rate 1.00 (1 of 1); 12 time messages left out, too many at a time");
 }
 
 TEST(JoinSumTest, WithoutATimeMessageItSaysSo)

@@ -36,6 +36,14 @@ async function toldUntil(seconds) {
   return JSON.parse(report.output).recordings[0];
 }
 
+/// The rows of a table of fields, the first two of which are the time and the seconds of the recording.
+async function tableOf(file, ...fields) {
+  const csv = new Program(ctl, 'csv', file, ...fields);
+  assert.equal(await csv.ended, 0, csv.errors);
+  return csv.output.trimEnd().split('\n').slice(1).map((line) =>
+    [...line.matchAll(/(?:^|,)(?:"((?:[^"]|"")*)"|([^",]*))/g)].map(([, quoted, plain]) => quoted?.replaceAll('""', '"') ?? plain));
+}
+
 /// Asks for a time as the page does, and waits until it is shown.
 async function goTo(seconds) {
   await page.evaluate(async (to) => {
@@ -59,11 +67,14 @@ before(async () => {
   // The recorder needs the copy of the queue, which the desk makes.
   const receiver = '/tmp/desk/receiver';
   await mkdir('/tmp/desk', { recursive: true });
+  const said = '/tmp/desk/service';
   await writeFile(receiver, '');
-  const recorder = new Program(ctl, 'record', '-o', RECORDING, '--socket', '/tmp/bus', '--queue', `ZEN_HX=${receiver}`);
+  await writeFile(said, '');
+  const recorder = new Program(ctl, 'record', '-o', RECORDING, '--socket', '/tmp/bus', '--queue', `ZEN_HX=${receiver}`,
+    '--console', said);
   const each = (option, what) => Array.from({ length: 40 }, (_, i) => [option, `${what}@${i + 1}`]).flat();
   const desk = new Program(`${source}/lab/desk`, '--build', build, '--seconds', '8', '--',
-    ...each('--threat', 'jam az=90 el=30 power=-60 confidence=75 center=1575.4 bw=20'), '--warn', '6 ANTENNA OPEN@3');
+    ...each('--threat', 'jam az=90 el=30 power=-60 confidence=75 center=1575.4 bw=20'), ...each('--warn', '6 ANTENNA OPEN'));
   assert.equal(await desk.ended, 0, desk.output + desk.errors);
   assert.equal(await recorder.end('SIGINT'), 0, recorder.errors);
   [, address] = await startServe(RECORDING);
@@ -109,8 +120,7 @@ for (const share of [0.95, 0.6])
     const queue = told.topics.find((row) => row.name === 'queue/ZEN_HX');
     assert.ok(queue.messages > 0);
     assert.match(await textOf('#topics .lines'), new RegExp(`^ZEN_HX: ${queue.messages} records, 0 pieces`));
-    const lines = told.publications.find((row) => row.name === 'blended-navigation');
-    assert.ok(lines.count > 0);
+    assert.ok(told.publications.find((row) => row.name === 'blended-navigation').count > 0);
     const latest = await page.locator('#errors-chart').evaluate((canvas) => globalThis.Chart.getChart(canvas).data.datasets[0].data.at(-1));
     const { course } = told.errors.horizontal;
     assert.ok(Math.abs(latest.x - course.seconds.at(-1)) <= course.width, `${latest.x} and ${course.seconds.at(-1)}`);
@@ -123,6 +133,18 @@ for (const share of [0.95, 0.6])
     assert.equal(await page.locator('#events .lines li').count(), Math.max(1, Math.min(told.events.count, 200)));
     assert.match(await textOf('#track-words'), /driven, \d+ points/);
     assert.equal((await rowsOf('#navwar tbody tr')).length, told.threats.looks.at(-1).rows.length);
+
+    const bus = await tableOf(`/tmp/until-${at}.mcap`, 'bus.tell', 'bus.record.warnings', 'bus.record.components');
+    const listOf = (tell, column) => JSON.parse(bus.findLast((row) => row[2] === tell)?.[column] || '[]');
+    const warnings = listOf('warning-messages', 3).map((row) => (row.customText ? `${row.warningId} ${row.customText}` : String(row.warningId)));
+    assert.deepEqual(await page.locator('#warnings .lines li').allTextContents(), warnings.length ? warnings : ['none']);
+    const components = listOf('system-configuration', 4).map((row) =>
+      [String(row.componentId), row.name, row.serialNumber, row.softwarePresent ? row.software : '–', row.hardwarePresent ? row.hardware : '–']);
+    assert.deepEqual(await rowsOf('#configuration tbody tr'), components);
+    const lines = (await tableOf(`/tmp/until-${at}.mcap`, 'console.line')).map((row) => row[2]);
+    assert.deepEqual(await page.locator('#console .lines li').allTextContents(), lines.reverse());
+    if (share < 0.9) return;
+    assert.ok(warnings.some((words) => words.endsWith(' ANTENNA OPEN')) && components.length > 0 && lines.length > 0);
   });
 
 test('time that goes back takes away what was not told yet', async () => {

@@ -91,6 +91,37 @@ std::string modeIn(const fs::path& process, const struct stat& file)
     return reads && writes ? " rw" : reads ? " r" : writes ? " w" : "";
 }
 
+/// Whether it is an `orvanectl` of that verb.
+bool isVerb(const fs::path& process, std::string_view verb)
+{
+    const auto stat = parseProcessStat(textOf(process / "stat"));
+    if (!stat || stat->name != "orvanectl" || stat->state == 'Z') return false;
+    // Its words have a zero each behind them.
+    const std::string words = textOf(process / "cmdline");
+    const std::size_t first = words.find('\0');
+    if (first == std::string::npos) return false;
+    return std::string_view(words).substr(first + 1, words.find('\0', first + 1) - first - 1) == verb;
+}
+
+/// The first file that a process only writes, besides what its standard streams are; empty if there is none.
+std::string writtenBy(const fs::path& process)
+{
+    constexpr std::uint64_t kFirst = 3;
+    std::optional<std::uint64_t> lowest;
+    std::string file;
+    std::error_code error;
+    for (fs::directory_iterator entry(process / "fd", error), end; !error && entry != end; entry.increment(error)) {
+        const auto number = numberOf(entry->path().filename().string());
+        if (!number || *number < kFirst || (lowest && *lowest < *number)) continue;
+        std::error_code none;
+        if (!fs::is_regular_file(entry->path(), none)) continue;
+        if (modeOf(textOf(process / "fdinfo" / entry->path().filename())) != " w") continue;
+        lowest = number;
+        file = printable(fs::read_symlink(entry->path(), none).string());
+    }
+    return file;
+}
+
 }  // namespace
 
 std::optional<ProcessStat> parseProcessStat(std::string_view text)
@@ -123,6 +154,20 @@ std::optional<ProcessReading> findProcess(const std::string& name, const std::st
         const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
         found = {id, static_cast<double>(stat->cpuTicks) / ticks, stat->residentPages * (page / 1024), stat->threads,
                  0};
+    }
+    return found;
+}
+
+std::optional<RecorderReading> findRecorder(const std::string& proc)
+{
+    std::optional<RecorderReading> found;
+    for (const int id : allProcesses(proc)) {
+        const fs::path process = fs::path(proc) / std::to_string(id);
+        if (!isVerb(process, "record")) continue;
+        if (found)
+            ++found->others;
+        else
+            found = {id, writtenBy(process), 0};
     }
     return found;
 }

@@ -34,6 +34,16 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text);
 /// The process of that name with the lowest number; one that has ended and is not waited for is none.
 std::optional<ProcessReading> findProcess(const std::string& name, const std::string& proc = "/proc");
 
+/// An `orvanectl record`.
+struct RecorderReading {
+    int id = 0;
+    std::string file;        ///< that it writes now; empty if there is none, as with a ring, or it may not be looked at
+    std::size_t others = 0;  ///< recorders besides, with higher numbers
+};
+
+/// The recorder with the lowest number.
+std::optional<RecorderReading> findRecorder(const std::string& proc = "/proc");
+
 /// Who has a file open: "OrvaneServer r, unit-sim rw", the lowest number first; of those that may be looked at.
 struct FileHolders {
     std::string text;

@@ -29,6 +29,13 @@ function say(words) {
   if (byId('notice').textContent !== words) byId('notice').textContent = words;
 }
 
+/// Of the recorder that runs, or ran last.
+function recorderWords({ id, file, others, goneSeconds }) {
+  if (goneSeconds !== null) return `recorder gone for ${goneSeconds} s`;
+  const more = others ? `, and ${others} more` : '';
+  return `recorder ${id}${file ? `: ${file}` : ''}${more}`;
+}
+
 /// What is not there is said in words, above all panels.
 function drawLamps() {
   if (state.replay) return drawLampsOfRecording(state.status);
@@ -41,10 +48,14 @@ function drawLamps() {
   lamp('bus', isConnected && !status.busTrouble, status.busTrouble ? `bus: ${status.busTrouble}` : `bus: ${status.bus || 'silent'}`);
   lamp('process', isConnected && Boolean(process),
     process ? `process ${process.id}${cpu}, ${(process.residentKiB / 1024).toFixed(1)} MiB, ${process.threads} threads` : 'no process');
+  const recorder = status.recorder;
+  const isRecorderGone = Boolean(recorder) && recorder.goneSeconds !== null;
+  if (recorder) lamp('recorder', isConnected && !isRecorderGone, recorderWords(recorder));
   if (status.leftOut) lamp('left-out', false, `${status.leftOut} records left out`);
   if (!isConnected) say(refused || 'orvanectl serve is gone. What is shown is the last that came; the page goes on by itself when it is back.');
   else if (status.busTrouble) say(`The bus is gone: ${status.busTrouble}. What it told is old; it is looked for once a second.`);
   else if (!status.serviceRuns) say('The service does not run. What it told is old.');
+  else if (isRecorderGone) say('The recorder is gone. What comes is not recorded until there is one again.');
   else say('');
 }
 

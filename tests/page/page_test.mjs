@@ -294,6 +294,20 @@ test('it says when the service is gone, and goes on by itself when it is back', 
   await eventually('a new record', async () => /^told [0-3] s ago/.test(await textOf('#navigation .told')));
 });
 
+test('it says that a recorder runs and when it is gone, and goes on by itself when there is one again', async () => {
+  const record = (file) => new Program(`${build}/lab/ctl/orvanectl`, 'record', '-o', file, '--socket', '/tmp/bus');
+  assert.ok(!(await textOf('#lamps')).includes('recorder'));
+  const recorder = record('/tmp/one.mcap');
+  await eventually('the recorder', async () => (await textOf('#lamps')).includes(`recorder ${recorder.child.pid}: /tmp/one.mcap`));
+  assert.equal(await page.locator('#notice').textContent(), '');
+  await recorder.end('SIGKILL');
+  await eventually('the notice', async () => /^The recorder is gone\./.test(await page.locator('#notice').textContent()));
+  assert.match(await textOf('#lamps'), /recorder gone for \d+ s/);
+  const next = record('/tmp/two.mcap');
+  await eventually('no notice', async () => await page.locator('#notice').textContent() === '' && (await textOf('#lamps')).includes('/tmp/two.mcap'));
+  await next.end('SIGINT');
+});
+
 test('it says when its own server is gone, and loads the next one by itself', async () => {
   assert.equal(await serve.end(), 0);
   await eventually('the notice', async () => /^orvanectl serve is gone/.test(await page.locator('#notice').textContent()));

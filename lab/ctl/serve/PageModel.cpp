@@ -190,12 +190,20 @@ void PageModel::takeErrors(const Json& record, Time now)
                                      validNumber(record, "tfom", "tfomValid")});
 }
 
+void PageModel::takeRecorder(const std::optional<RecorderReading>& reading, Time now)
+{
+    if (reading)
+        m_recorder = {*reading, now, true};
+    else if (m_recorder)
+        m_recorder->runs = false;
+}
+
 FrameBoard::Sections PageModel::sections(const TopView& view, const std::string& trouble, std::uint64_t leftOut,
                                          Time now) const
 {
     Json events = Json::array();
     for (const std::string& event : view.events) events.push_back(event);
-    FrameBoard::Sections sections = {{"status", textOf(statusJson(view, trouble, leftOut))},
+    FrameBoard::Sections sections = {{"status", textOf(statusJson(view, trouble, leftOut, now))},
                                      {"ages", textOf(agesJson(now))},
                                      {"position", textOf(m_position)},
                                      {"track", textOf(trackJson())},
@@ -219,7 +227,17 @@ std::size_t PageModel::weight() const
     return weight;
 }
 
-Json PageModel::statusJson(const TopView& view, const std::string& trouble, std::uint64_t leftOut) const
+Json PageModel::recorderJson(Time now) const
+{
+    if (!m_recorder) return nullptr;
+    const auto& [reading, seen, runs] = *m_recorder;
+    return {{"id", reading.id},
+            {"file", reading.file},
+            {"others", reading.others},
+            {"goneSeconds", runs ? Json() : rounded(std::chrono::duration<double>(now - seen).count(), 1)}};
+}
+
+Json PageModel::statusJson(const TopView& view, const std::string& trouble, std::uint64_t leftOut, Time now) const
 {
     Json process;
     if (view.process)
@@ -233,6 +251,7 @@ Json PageModel::statusJson(const TopView& view, const std::string& trouble, std:
             {"busTrouble", trouble},
             {"serviceRuns", m_serviceRuns},
             {"process", std::move(process)},
+            {"recorder", recorderJson(now)},
             {"clearData", view.clearData},
             {"builtInTest", view.builtInTest},
             {"leftOut", leftOut}};

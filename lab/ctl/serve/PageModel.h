@@ -3,6 +3,7 @@
 
 #include "aspn2_msgs/PositionVelocityAttitude.h"
 #include "lab/ctl/BusLink.h"
+#include "lab/ctl/ProcessLook.h"
 #include "lab/ctl/TopicWatch.h"
 #include "lab/ctl/serve/ErrorEllipse.h"
 #include "lab/ctl/serve/FrameBoard.h"
@@ -38,6 +39,9 @@ public:
     /// The bus is gone, and with it the service.
     void takeBusGone() { m_serviceRuns = false; }
 
+    /// A look at the recorder, of which it is told once there was one.
+    void takeRecorder(const std::optional<RecorderReading>& reading, Time now);
+
     /// Each with a name that is a word.
     /// @param trouble  why there is no bus, or empty
     /// @param leftOut  records that came faster than they were taken
@@ -59,16 +63,24 @@ private:
         std::optional<Time> time;                 // nothing if it was told before the start
     };
 
+    struct Recorder {
+        RecorderReading reading;  // the latest
+        Time seen;
+        bool runs;
+    };
+
     void takePosition(const aspn2_msgs::idl::PositionVelocityAttitude& message, Time now);
     void takeErrors(const Json& record, Time now);
     double secondsAt(Time now) const;
-    Json statusJson(const TopView& view, const std::string& trouble, std::uint64_t leftOut) const;
+    Json statusJson(const TopView& view, const std::string& trouble, std::uint64_t leftOut, Time now) const;
+    Json recorderJson(Time now) const;
     Json trackJson() const;
     Json errorsJson() const;
     Json agesJson(Time now) const;
 
     const Time m_start;
     bool m_serviceRuns = false;
+    std::optional<Recorder> m_recorder;
     std::map<std::string, Told> m_told;
     std::optional<Point> m_origin;  // rad: longitude and latitude
     Json m_position;

@@ -1,5 +1,6 @@
 #include "lab/ctl/serve/ServeRun.h"
 
+#include "lab/ctl/ProcessLook.h"
 #include "lab/ctl/WatchRun.h"
 #include "lab/ctl/serve/PageModel.h"
 #include "lab/ctl/serve/PageServer.h"
@@ -18,6 +19,8 @@ namespace {
 
 using Clock = TopicStatistics::Clock;
 using Time = TopicStatistics::Time;
+
+constexpr std::chrono::seconds kRecorderLook{1};
 
 class ServeRun {
 public:
@@ -54,6 +57,7 @@ private:
         for (const Sample& sample : news.samples) m_model.take(m_feed.topics()[sample.topic], sample);
         for (const BusLink::Json& line : news.lines) m_model.takeBusLine(line, now);
         if (!m_feed.busTrouble().empty()) m_model.takeBusGone();
+        if (m_recorderLook.isDue(now)) m_model.takeRecorder(findRecorder(), now);
     }
 
     void show(Time now)
@@ -81,6 +85,7 @@ private:
     UnitFeed m_feed;
     PageModel m_model;
     Every m_frame{kFrame};
+    Every m_recorderLook{kRecorderLook};
     std::optional<PageServer> m_server;  // last: its threads use the above until it is gone
 };
 

@@ -162,6 +162,44 @@ TEST(ProcessLookTest, TheProcessWithTheLowestNumberIsFoundAndZombiesAreNot)
     EXPECT_FALSE(findProcess("Service", (proc.path() / "missing").string()));
 }
 
+TEST(ProcessLookTest, TheRecorderIsFoundByItsVerbAndTellsItsFile)
+{
+    const TemporaryDirectory proc;
+    const auto add = [&](const std::string& id, const std::string& words, char state = 'S') {
+        std::filesystem::create_directories(proc.path() / id / "fd");
+        std::filesystem::create_directory(proc.path() / id / "fdinfo");
+        std::ofstream(proc.path() / id / "stat")
+            << id << " (orvanectl) " << state << " 1 1 1 0 -1 0 1 0 0 0 100 0 0 0 20 0 1 0 5 999 256 0\n";
+        std::ofstream(proc.path() / id / "cmdline") << words;
+    };
+    const auto open = [&](const std::string& id, const std::string& number, const std::string& file,
+                          const std::string& flags) {
+        std::filesystem::create_symlink(proc.path() / file, proc.path() / id / "fd" / number);
+        std::ofstream(proc.path() / id / "fdinfo" / number) << "pos:\t0\nflags:\t" << flags << "\n";
+    };
+    for (const char* const file : {"log", "settings", "socket-lock", "drive.mcap", "later"})
+        std::ofstream(proc.path() / file) << "";
+    add("5", "orvanectl");
+    add("6", "record");
+    add("8", std::string("orvanectl\0echo\0record\0", 22));
+    add("9", std::string("orvanectl\0record\0", 17), 'Z');
+    EXPECT_FALSE(findRecorder(proc.path().string()));
+    add("30", std::string("/usr/bin/orvanectl\0record\0-o\0drive.mcap\0", 40));
+    add("200", std::string("orvanectl\0record\0", 17));
+    open("30", "2", "log", "0100001");
+    open("30", "3", "settings", "0100000");
+    open("30", "4", "socket-lock", "0100002");
+    open("30", "12", "later", "0100001");
+    open("30", "7", "drive.mcap", "0100001");
+    const auto found = findRecorder(proc.path().string());
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->id, 30);
+    EXPECT_EQ(found->file, (proc.path() / "drive.mcap").string());
+    EXPECT_EQ(found->others, 1U);
+    std::filesystem::remove_all(proc.path() / "30");
+    EXPECT_EQ(findRecorder(proc.path().string())->file, "");
+}
+
 TEST(ProcessLookTest, AProcessThatCantBeReadAnyMoreIsPassedOver)
 {
     const TemporaryDirectory proc;

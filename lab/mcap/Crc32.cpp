@@ -8,10 +8,12 @@ namespace {
 
 using Row = std::array<std::uint32_t, 256>;
 
-/// Row k has what a byte does to the register k bytes later, so that four are looked up at once.
-constexpr std::array<Row, 4> makeTables()
+constexpr std::size_t kAtOnce = 8;  // bytes
+
+/// Row k has what a byte does to the register k bytes later, so that some are looked up at once.
+constexpr std::array<Row, kAtOnce> makeTables()
 {
-    std::array<Row, 4> tables{};
+    std::array<Row, kAtOnce> tables{};
     for (std::uint32_t byte = 0; byte < 256; ++byte) {
         std::uint32_t value = byte;
         for (int bit = 0; bit < 8; ++bit) value = (value & 1) != 0 ? value >> 1 ^ 0xEDB88320 : value >> 1;
@@ -23,7 +25,7 @@ constexpr std::array<Row, 4> makeTables()
     return tables;
 }
 
-constexpr std::array<Row, 4> kTables = makeTables();
+constexpr std::array<Row, kAtOnce> kTables = makeTables();
 static_assert(kTables[0][1] == 0x77073096 && kTables[0][255] == 0x2D02EF8D);
 
 }  // namespace
@@ -31,11 +33,12 @@ static_assert(kTables[0][1] == 0x77073096 && kTables[0][255] == 0x2D02EF8D);
 void Crc32::add(Bytes bytes)
 {
     std::uint32_t value = m_register;
-    for (; bytes.size() >= 4; bytes = bytes.subspan(4)) {
+    for (; bytes.size() >= kAtOnce; bytes = bytes.subspan(kAtOnce)) {
         value ^= std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
                  std::uint32_t{bytes[3]} << 24;
-        value = kTables[3][value & 0xFF] ^ kTables[2][value >> 8 & 0xFF] ^ kTables[1][value >> 16 & 0xFF] ^
-                kTables[0][value >> 24];
+        value = kTables[7][value & 0xFF] ^ kTables[6][value >> 8 & 0xFF] ^ kTables[5][value >> 16 & 0xFF] ^
+                kTables[4][value >> 24] ^ kTables[3][bytes[4]] ^ kTables[2][bytes[5]] ^ kTables[1][bytes[6]] ^
+                kTables[0][bytes[7]];
     }
     for (const std::uint8_t byte : bytes) value = value >> 8 ^ kTables[0][(value ^ byte) & 0xFF];
     m_register = value;

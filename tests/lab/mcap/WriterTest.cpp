@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <numeric>
 #include <random>
 
 using namespace recordings;
@@ -62,6 +64,13 @@ TEST(WriterTest, ChecksumIsThatOfTheStandard)
 {
     EXPECT_EQ(mcap::crc32Of(mcap::bytesOf("123456789")), 0xCBF43926);
     EXPECT_EQ(mcap::crc32Of({}), 0U);
+    std::vector<std::uint8_t> all(256);
+    std::iota(all.begin(), all.end(), std::uint8_t{0});
+    EXPECT_EQ(mcap::crc32Of(all), 0x29058C73);
+    mcap::Crc32 inPieces;
+    for (std::size_t at = 0, size = 1; at < all.size(); at += size++)
+        inPieces.add(mcap::Bytes(all).subspan(at, std::min(size, all.size() - at)));
+    EXPECT_EQ(inPieces.value(), 0x29058C73);
 }
 
 TEST(WriterTest, WhatIsWrittenIsRead)

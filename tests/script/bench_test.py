@@ -1,5 +1,6 @@
 """What script/bench makes of what the programs of bench/ tell: figures, tables, plots and the page."""
 
+import collections
 import json
 import pathlib
 import sys
@@ -179,8 +180,8 @@ class Charts(unittest.TestCase):
 class Pages(unittest.TestCase):
     ABOUT = {"minutes": "7 minutes", "rounds": 3, "machine": [["processor", "x"]]}
 
-    def written(self, lines, profiles=()):
-        return page.written(self.ABOUT, figures.of_rounds(lines), list(profiles), {})
+    def written(self, lines, profiles=(), kept=None, armhf=None):
+        return page.written(self.ABOUT, figures.of_rounds(lines), list(profiles), kept or {}, armhf or {})
 
     def test_a_row_has_floor_ours_ratio_and_limit(self):
         lines = [line("transport.latency.1000", "floor", 80.0), line("transport.latency.1000", "ours", 76.0),
@@ -221,6 +222,13 @@ class Pages(unittest.TestCase):
     def test_growth_is_from_the_lowest_to_the_highest(self):
         lines = [line(f"processor.rate.{rate}", "ours", value, "%") for rate, value in ((1000, 16), (1, 0.2), (100, 5))]
         self.assertIn("| processor with all inputs | ours | 1: 0.2 % | 1000: 16 % | 80 |", self.written(lines)[0])
+
+    def test_counts_of_the_units_processor_stand_beside_this_ones(self):
+        Count = collections.namedtuple("Count", "instructions requests")
+        kept = {"transport.bare": Count(100, 1), "transport.ours": Count(104, 1), "join": Count(40, 0)}
+        text = self.written([], kept=kept, armhf={"join": Count(50, 2), "gone": Count(1, 1)})[0]
+        self.assertIn("| `join` | 40; 0 | 50; 2 | 1.25 |\n", text)
+        self.assertNotIn("gone", text)
 
     def test_profiles_stand_side_by_side(self):
         profiles = [{"rate": 1, "parts": {"kernel": 70, "ours": 5}, "own": []},

@@ -2,6 +2,7 @@
 
 import importlib.machinery
 import importlib.util
+import io
 import pathlib
 import sys
 import tempfile
@@ -62,6 +63,54 @@ class Profiles(unittest.TestCase):
         self.assertEqual(instructions.figures_of([profile(lines, thread=2), ending]), {})
 
 
+class EmulatorsLog(unittest.TestCase):
+    BEGIN = "Trace 0: 0x7f [00000000/40001000/00000000/00000000] instructions_begin\n"
+    END = "Trace 0: 0x7f [00000000/40002000/00000000/00000000] instructions_end\n"
+    STEP = "Trace 0: 0x7f [00000000/40003000/00000000/00000000] main\n"
+    OTHER = "Trace 1: 0x7f [00000000/40003000/00000000/00000000] main\n"
+    ASKED = "Trace 0: 0x7f [00000000/3f000010/00000000/00000000] \n"
+
+    def counts(self, *lines, requests=()):
+        return list(instructions.counts_of(io.BytesIO("".join(lines).encode()), requests))
+
+    def test_what_stands_between_the_marks_is_counted(self):
+        self.assertEqual(self.counts(self.STEP, self.BEGIN, self.STEP, self.STEP, self.END, self.STEP), [(2, 0)])
+
+    def test_each_pair_of_marks_is_a_figure(self):
+        once = (self.BEGIN, self.STEP, self.END, self.END)
+        self.assertEqual(self.counts(*once, self.STEP, self.BEGIN, self.STEP, self.STEP, self.END), [(1, 0), (2, 0)])
+
+    def test_another_thread_is_left_out(self):
+        self.assertEqual(self.counts(self.BEGIN, self.OTHER, self.STEP, self.END), [(1, 0)])
+
+    def test_a_request_for_memory_is_no_instruction(self):
+        lines = (self.BEGIN, self.STEP, self.ASKED, self.STEP, self.END)
+        self.assertEqual(self.counts(*lines, requests=[b"/3f000010/"]), [(2, 1)])
+
+    def test_a_log_that_comes_in_pieces_is_counted_whole(self):
+        lines = "".join((self.BEGIN, self.STEP * 5, self.END, self.BEGIN, self.STEP * 3, self.END)).encode()
+
+        class Pieces:
+            def __init__(self):
+                self.rest = lines
+
+            def read(self, _):
+                piece, self.rest = self.rest[:7], self.rest[7:]
+                return piece
+
+        self.assertEqual(list(instructions.counts_of(Pieces(), [])), [(5, 0), (3, 0)])
+
+    def test_code_outside_of_the_c_library_is_looked_at_and_where_that_hands_out_memory(self):
+        maps = ("40000000-40002000 r--p 00000000 00:1b 1 /build/part\n"
+                "40002000-40005000 r-xp 00002000 00:1b 1 /build/part\n"
+                "3f000000-3f100000 r-xp 00000000 00:1b 2 /lib/libc.so.6\n"
+                "3e000000-3e001000 r-xp 00000000 00:1b 3 /lib/libcrypto.so.3\n"
+                "3d000000-3d001000 rwxp 00000000 00:00 0\n")
+        ranges, requests = instructions.looked_at(maps, names_of=lambda path: [0x10] if path.name == "libc.so.6" else [])
+        self.assertEqual(ranges, ["0x40002000+0x3000", "0x3e000000+0x1000", "0x3f000010+1"])
+        self.assertEqual(requests, [b"/3f000010/"])
+
+
 class Judgement(unittest.TestCase):
     def lines(self, kept, counted, **options):
         return list(instructions.judged({"join": Figure(*kept)}, {"join": Figure(*counted)}, **options))
@@ -117,6 +166,7 @@ class File(unittest.TestCase):
 
     def test_what_is_kept_can_be_read(self):
         self.assertIn("inputs.and.join", instructions.read((ROOT / "bench/instructions.txt").read_text()))
+        self.assertIn("inputs.and.join", instructions.read((ROOT / "bench/instructions-armhf.txt").read_text()))
 
 
 if __name__ == "__main__":

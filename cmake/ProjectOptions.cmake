@@ -100,5 +100,7 @@ if(ORVANE_COVERAGE)
     target_compile_options(orvane_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(orvane_options INTERFACE --coverage)
     add_library(orvane_counts_at_end OBJECT "${PROJECT_SOURCE_DIR}/cmake/coverage/CountsAtEnd.cpp")
-    target_link_libraries(orvane_options INTERFACE "$<TARGET_OBJECTS:orvane_counts_at_end>")
+    # Programs alone: a library to be loaded before them may have an abort of its own.
+    target_link_libraries(orvane_options INTERFACE
+        "$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:orvane_counts_at_end>>")
 endif()

@@ -474,6 +474,16 @@ TEST_F(HX_MCSQNotificationTest, WhatACallBackThrowsIsPrintedAndTheThreadGoesOn)
     EXPECT_THAT(errors.text(), MatchesRegex("[0-9]+ first\n[0-9]+ unknown exception\n"));
 }
 
+TEST_F(HX_MCSQNotificationTest, TheErrorNumberThatACallBackLeavesIsNoFailedWait)
+{
+    listener.afterwards = [] { errno = EIO; };
+    registerFor(open("A"));
+    for (std::uint8_t i = 1; i <= 3; ++i) {
+        device.send(message(i));
+        ASSERT_TRUE(listener.hasHeard(i));
+    }
+}
+
 TEST_F(HX_MCSQNotificationTest, ASignalDoesNotEndTheThread)
 {
     struct sigaction action {};

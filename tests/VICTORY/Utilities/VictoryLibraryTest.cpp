@@ -14,6 +14,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <tuple>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -184,6 +185,17 @@ TEST_F(ReplaceTextFileTest, TheModeIsKept)
     EXPECT_TRUE(replace().isSuccess());
     EXPECT_EQ(readFile(path), "new");
     EXPECT_EQ(mode(), 0640U);
+}
+
+TEST_F(ReplaceTextFileTest, TheOwnerAndTheGroupAreKept)
+{
+    if (::chown(path.c_str(), 12, 34) != 0) GTEST_SKIP() << "no file can be given to another owner here";
+    EXPECT_TRUE(replace().isSuccess());
+    EXPECT_EQ(readFile(path), "new");
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 12U);
+    EXPECT_EQ(status.st_gid, 34U);
 }
 
 TEST_F(ReplaceTextFileTest, WhereNoOwnerMayBeChangedAFileOfThisUserIsReplacedStill)

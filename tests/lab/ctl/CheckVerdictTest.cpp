@@ -48,7 +48,7 @@ static_assert(kTopLevel + kConnections + kTransports + kDevices + kSensors + kBu
 const std::vector<std::string> kTexts = {"", " ", "-1", "x", "99999999999999999999", "0x"};
 
 /// What is there twice: an element without elements in it, once with nothing in the first of them, once in the second; a
-/// container as it is, and behind it one of the same content, but for a name of its own.
+/// container as it is, and behind it one of the same content, but for a name of its own or, where it has none, an empty one.
 std::vector<Damage> doublesOf(const std::string& place, const std::string& name, const std::string& element,
                               const std::function<std::string(const std::string&)>& replaced)
 {
@@ -59,9 +59,11 @@ std::vector<Damage> doublesOf(const std::string& place, const std::string& name,
     }
     std::string other = element;
     const auto end = other.find("</Name>");
-    if (end != std::string::npos) other.insert(end, "2");
-    return {{place + " doubled", replaced(element + element)},
-            {place + " with another name", replaced(element + other)}};
+    if (end != std::string::npos)
+        other.insert(end, "2");
+    else
+        other = '<' + name + "></" + name + '>';
+    return {{place + " doubled", replaced(element + element)}, {place + " beside another", replaced(element + other)}};
 }
 
 /// Every element without elements in it, one after the other, gone and with other texts; every container gone. The first
@@ -114,6 +116,7 @@ struct CheckVerdictTest : testing::Test {
 
     Desk desk;
     std::size_t count = 0;
+    std::set<std::string> seen;  // each file with its name
 
     /// What the checker says: whether the service would start.
     bool isAccepted(std::string& said)
@@ -139,6 +142,8 @@ struct CheckVerdictTest : testing::Test {
     {
         const std::string path = kFolder + name, sound = readFile(path);
         for (const Damage& damage : damages) {
+            EXPECT_TRUE(seen.insert(name + damage.text).second && damage.text != sound)
+                << name << ": " << damage.what << ": is there already";
             writeFile(path, damage.text);
             std::string said;
             const bool isAcceptedByTool = isAccepted(said);

@@ -1,12 +1,17 @@
 #include "lab/ctl/WatchRun.h"
 
+#include "lab/ctl/FrameDecoder.h"
 #include "lab/ctl/Progress.h"
+#include "utilities/ConsoleLine.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <iomanip>
+#include <iostream>
 #include <poll.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -69,7 +74,12 @@ public:
     {}
 
     const std::vector<WatchedTopic>& topics() const override { return m_watch.topics(); }
-    std::vector<Sample> take() override { return m_watch.samples().take(); }
+    std::vector<Sample> take() override
+    {
+        auto samples = m_watch.samples().take();
+        if (!samples.empty()) m_hasHeard = true;
+        return samples;
+    }
     int publishersOf(std::size_t topic) const override { return m_watch.publishersOf(topic); }
     std::uint64_t leftOut() const override { return m_samples.leftOut(); }
     Time now() const override { return Clock::now(); }
@@ -80,10 +90,28 @@ public:
         waitForSample(m_samples, signals, until);
     }
 
+    /// Says so if nothing came, and no publisher is known: it takes a moment to find one.
+    void tellIfAlone() const
+    {
+        bool isAlone = !m_hasHeard;
+        for (std::size_t topic = 0; topic < topics().size(); ++topic) isAlone = isAlone && publishersOf(topic) == 0;
+        if (!isAlone) return;
+        const auto& domain = m_file.domain();
+        std::ostringstream seconds;
+        seconds << std::fixed << std::setprecision(1) << std::chrono::duration<double>(now() - m_start).count();
+        const std::string what = topics().size() == 1 ? printable(topics().front().name)
+                                                      : "any of these " + std::to_string(topics().size()) + " topics";
+        printLine(std::cerr, "orvanectl: no publisher of ", what, " is known after ", seconds.str(), " s (domain ",
+                  printable(domain.at("DomainId")), ", transport ", printable(domain.at("UseTransport")),
+                  "); to find one may take some seconds: look longer, or see that one runs");
+    }
+
 private:
     const ConnectionFile m_file;
     TopicWatch m_watch;
     SampleBox& m_samples = m_watch.samples();
+    const Time m_start = Clock::now();
+    bool m_hasHeard = false;
 };
 
 /// What both verbs do: the topics' statistics, the end, and the sum.
@@ -259,6 +287,7 @@ void runEcho(const WatchOptions& options, std::ostream& output)
     EndingSignals signals;  // before the threads of the source
     LiveSource source(options);
     echoFrom(source, options, signals, output);
+    source.tellIfAlone();
 }
 
 void runHz(const WatchOptions& options, std::ostream& output)
@@ -266,6 +295,7 @@ void runHz(const WatchOptions& options, std::ostream& output)
     EndingSignals signals;
     LiveSource source(options);
     hzFrom(source, options, signals, output);
+    source.tellIfAlone();
 }
 
 void echoFrom(WatchSource& source, const WatchOptions& options, EndingSignals& signals, std::ostream& output)

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <csignal>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -138,6 +139,29 @@ TEST_F(WatchTransportTest, TimeEndsIt)
     EXPECT_EQ(sum.at("kind"), "sum");
     EXPECT_EQ(sum.at("records"), 0);
     EXPECT_GE(sum.at("seconds"), 0.05);
+}
+
+TEST_F(WatchTransportTest, ThatNobodyWasFoundIsTold)
+{
+    for (const char* verb : {"echo", "hz"}) {
+        ChildProcess tool(command({verb, "Time", "--for", "0.05"}));
+        EXPECT_EQ(tool.wait(), Ending({0, 0}));
+        EXPECT_TRUE(std::regex_match(
+            tool.errors(),
+            std::regex(
+                "orvanectl: no publisher of Time is known after [0-9.]+ s \\(domain [0-9]+, transport [A-Z]+\\); "
+                "to find one may take some seconds: look longer, or see that one runs\n")))
+            << tool.errors();
+    }
+}
+
+TEST_F(WatchTransportTest, APublisherThatSaysNothingIsThereNevertheless)
+{
+    ChildProcess hz(command({"hz", "--every", "0.02", "--json"}));
+    ASSERT_TRUE(eventually([&] { return hz.output().find(R"("publishers":1,)") != std::string::npos; }));
+    hz.send(SIGINT);
+    EXPECT_EQ(hz.wait(), Ending({0, 0}));
+    EXPECT_EQ(hz.errors(), "");
 }
 
 TEST_F(WatchTransportTest, RatesTellGapsInTheSequence)

@@ -3,6 +3,7 @@
 #include "lab/ctl/ConnectionFile.h"
 #include "lab/ctl/Counted.h"
 #include "lab/ctl/FrameDecoder.h"
+#include "lab/ctl/UnknownNames.h"
 #include "lab/ctl/record/Draft.h"
 #include "lab/ctl/record/ReadProgress.h"
 #include "lab/ctl/record/RecordingOverview.h"
@@ -21,10 +22,8 @@ std::string cutRecording(const CutOptions& options)
     const RecordingOverview overview = overviewOf(ReadProgress(source, "reads " + name), options.file);
     const std::vector<std::string> topics = overview.topics();
     for (const std::string& channel : options.channels) {
-        if (std::ranges::find(topics, channel) != topics.end()) continue;
-        std::string all;
-        for (const std::string& topic : topics) all += (all.empty() ? "" : ", ") + printable(topic);
-        throw UnknownName(options.file + ": no channel " + channel + "; there are " + all);
+        if (std::ranges::find(topics, channel) == topics.end())
+            throw UnknownName(name + ": no channel " + printable(channel) + "; " + nearestOrAll(channel, topics));
     }
     mcap::CopyFilter filter;
     filter.range.start = overview.timeBehindStart(options.from);

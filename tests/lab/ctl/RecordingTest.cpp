@@ -704,13 +704,17 @@ TEST_F(RecordedEventsTest, CutThatFailsLeavesNothing)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
 }
 
-TEST_F(RecordedEventsTest, CutOfAChannelThatThereIsNotIsAnsweredWithThoseThereAre)
+TEST_F(RecordedEventsTest, CutOfAChannelThatThereIsNotIsAnsweredWithTheNearestOrThoseThereAre)
 {
-    try {
-        cutRecording({file, file + ".part", 0, std::nullopt, {"Lag"}});
-        FAIL();
-    } catch (const UnknownName& error) {
-        EXPECT_EQ(error.what(), file + ": no channel Lag; there are Log, queue/ZEN_HX");
+    const std::pair<const char*, const char*> rows[] = {{"Lag", "did you mean Log?"},
+                                                        {"Other", "there are: Log, queue/ZEN_HX"}};
+    for (const auto& [channel, answer] : rows) {
+        try {
+            cutRecording({file, file + ".part", 0, std::nullopt, {channel}});
+            FAIL();
+        } catch (const UnknownName& error) {
+            EXPECT_EQ(error.what(), file + ": no channel " + channel + "; " + answer);
+        }
     }
     EXPECT_FALSE(std::filesystem::exists(file + ".part"));
 }

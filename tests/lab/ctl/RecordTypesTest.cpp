@@ -147,7 +147,7 @@ Json expectedOf(const RecordType& type, const void* record)
 }
 
 /// What `JsonLine` writes of a record.
-std::string lineOf(const RecordType& type, const void* record)
+std::string writtenLine(const RecordType& type, const void* record)
 {
     JsonLine line;
     line.begin();
@@ -208,7 +208,7 @@ TEST(RecordTypesTest, OfOddValuesALineIsThatOfTheTreeForEveryType)
             const RecordPointer record = type->make();
             OddValues values(turn);
             one.fill(values, record.get());
-            const std::string line = lineOf(*type, record.get());
+            const std::string line = writtenLine(*type, record.get());
             EXPECT_EQ(line, jsonLine({{"header", decodeHeader(type->headerOf(record.get()))},
                                       {"message", type->fieldsOf(record.get())}}))
                 << one.name;

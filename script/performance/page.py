@@ -210,6 +210,10 @@ def note_of_tools(figures):
     if ours("tool.play.topic"):
         sentences.append(f"A record takes `play` {each('tool.play.topic')} of its processor time on a topic, without that of "
                          "the subscriber.")  # fmt: skip
+    if ("transport.throughput", "floor") in figures:
+        bare = figures["transport.throughput", "floor"]
+        sentences.append(f"The bare DDS library hands over {shown(bare.value, bare.unit)} at full speed, as told above: a play "
+                         "into a topic can't be far beyond that.")  # fmt: skip
     if ours("tool.play.queue"):
         sentences.append(f"Into a queue a frame takes it {each('tool.play.queue')}, without that of the reader.")
     return " ".join(sentences)

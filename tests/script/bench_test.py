@@ -202,6 +202,12 @@ class Pages(unittest.TestCase):
         text = self.written([line("tool.play.topic", "ours", 80e3, "1/s")])[0]
         self.assertIn("A record takes `play` 12.5 us of its processor time on a topic", text)
         self.assertNotIn("Into a queue", text)
+        self.assertNotIn("bare DDS library hands over", text)
+
+    def test_what_the_bare_library_hands_over_is_told_beside_play(self):
+        text = " ".join(self.written([line("tool.play.topic", "ours", 80e3, "1/s"),
+                                      line("transport.throughput", "floor", 160e3, "1/s")])[0].split())  # fmt: skip
+        self.assertIn("The bare DDS library hands over 160 k/s at full speed, as told above", text)
 
     def test_what_decode_writes_is_told_of_its_figures(self):
         lines = [line("tool.decode.json.8504", "ours", 250e3, "1/s"), line("tool.decode.json.8504.line", "ours", 1900, "bytes")]

@@ -63,6 +63,20 @@ std::optional<std::size_t> findHeader(Bytes bytes)
     return std::nullopt;
 }
 
+/// Up to those of the words that end behind the last byte. The latest two are held, not looked up: it is done for each byte.
+void extendSums(std::vector<std::uint16_t>& sums, Bytes bytes)
+{
+    std::size_t end = std::max<std::size_t>(sums.size(), 2);  // no word ends before
+    sums.resize(bytes.size() + 1);
+    if (end >= sums.size()) return;
+    std::uint16_t beforeLast = sums[end - 2], last = sums[end - 1];
+    for (; end < sums.size(); ++end) {
+        const unsigned sum = unsigned{beforeLast} + gssip::wordAt(bytes.subspan(end - 2, 2), 0);
+        beforeLast = last;
+        last = sums[end] = static_cast<std::uint16_t>(sum);
+    }
+}
+
 bool readRecord(aspn2_msgs::idl::GSSIPPubSubType& type, Bytes bytes, aspn2_msgs::idl::GSSIP& record)
 {
     aspn2_msgs::idl::GSSIPPubSubType::SerializedPayload_t payload(static_cast<std::uint32_t>(bytes.size()));
@@ -82,11 +96,7 @@ void StreamCutter::take(Bytes bytes)
         m_position = 0;
     }
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-    for (std::size_t end = m_sums.size(); end <= m_bytes.size(); ++end) {
-        const unsigned before = end < 2 ? 0u : m_sums[end - 2];
-        const unsigned word = end < 2 ? 0u : gssip::wordAt({m_bytes.data() + (end - 2), 2}, 0);
-        m_sums.push_back(static_cast<std::uint16_t>(before + word));
-    }
+    extendSums(m_sums, m_bytes);
     cut();
 }
 

@@ -58,16 +58,29 @@ void TopicStatistics::take(const Arrival& arrival)
     m_arrivals.push_back(arrival.time);
     if (m_arrivals.size() > kMostArrivals) m_arrivals.pop_front();
     prune(arrival.time);
-    const bool isFirst = !m_writers.contains(arrival.writer);
-    if (SequenceTrack* const track = trackOf(m_writers, arrival.writer)) {
-        track->take(arrival.writerNumber, m_transport);
-        if (isFirst && arrival.writerNumber > 1)
-            m_earlier = saturatedSum(m_earlier, static_cast<std::uint64_t>(arrival.writerNumber) - 1);
-    }
+    followWriter(arrival);
     if (SequenceTrack* const track = trackOf(m_tracks, {arrival.writer, arrival.deviceId}))
         track->take(arrival.sequenceNumber, m_holes);
     if (m_sources.size() < kMostSources && std::ranges::find(m_sources, arrival.deviceId) == m_sources.end())
         m_sources.push_back(arrival.deviceId);
+}
+
+/// False for a number that is not new, and for a writer that is not followed.
+bool TopicStatistics::followWriter(const Arrival& arrival)
+{
+    const bool isFirst = !m_writers.contains(arrival.writer);
+    SequenceTrack* const track = trackOf(m_writers, arrival.writer);
+    if (!track) return false;
+    const std::uint64_t back = m_transport.back;
+    track->take(arrival.writerNumber, m_transport);
+    if (isFirst && arrival.writerNumber > 1)
+        m_earlier = saturatedSum(m_earlier, static_cast<std::uint64_t>(arrival.writerNumber) - 1);
+    return m_transport.back == back;
+}
+
+void TopicStatistics::passOver(const Arrival& arrival)
+{
+    if (followWriter(arrival)) m_transport.missing = saturatedSum(m_transport.missing, 1);
 }
 
 void TopicStatistics::prune(Time now)

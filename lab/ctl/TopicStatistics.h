@@ -60,6 +60,10 @@ public:
 
     void take(const Arrival& arrival);
 
+    /// A record that came and is looked at no further: by its writer's numbers it and those between it and the one before
+    /// count as lost.
+    void passOver(const Arrival& arrival);
+
     /// Records a second over the window that ends at `now`: the intervals between its records, by the time that they
     /// take. Nothing unless there are two records and time between them. A record as old as the window is in it.
     std::optional<double> rate(Time now);
@@ -78,7 +82,7 @@ public:
     /// By the sources' own numbers; each is followed per writer.
     const SequenceHoles& holes() const { return m_holes; }
 
-    /// Records that writers have sent since their first one here, and that have not arrived.
+    /// Records that writers have sent since their first one here, up to their latest, and that were not taken.
     std::uint64_t lost() const { return m_transport.missing; }
 
     /// Records that writers had sent before their first one here: before it was known of them, however long ago.
@@ -89,6 +93,7 @@ public:
 
 private:
     void prune(Time now);
+    bool followWriter(const Arrival& arrival);
 
     const Clock::duration m_window;
     std::deque<Time> m_arrivals;

@@ -73,6 +73,9 @@ void SampleBox::put(Sample sample)
 {
     const MutexLock lock(m_mutex);
     if (m_samples.size() >= kRoom) {
+        const std::pair writer(sample.topic, sample.arrival.writer);
+        if (m_latestLeftOut.size() < kMostWriters || m_latestLeftOut.contains(writer))
+            m_latestLeftOut.insert_or_assign(writer, LeftOut{sample.topic, sample.arrival});
         ++m_leftOut;
         return;
     }
@@ -83,9 +86,22 @@ void SampleBox::put(Sample sample)
 std::vector<Sample> SampleBox::take()
 {
     const MutexLock lock(m_mutex);
+    return takeAll();
+}
+
+std::vector<Sample> SampleBox::takeAll()
+{
     eventfd_t ignored = 0;
     eventfd_read(m_event, &ignored);
     return std::exchange(m_samples, {});
+}
+
+std::vector<Sample> SampleBox::take(std::vector<LeftOut>& latest)
+{
+    const MutexLock lock(m_mutex);
+    for (const auto& [writer, leftOut] : m_latestLeftOut) latest.push_back(leftOut);
+    m_latestLeftOut.clear();
+    return takeAll();
 }
 
 TopicWatch::TopicWatch(const ConnectionFile& file, std::vector<WatchedTopic> topics, Delivery delivery)

@@ -227,10 +227,12 @@ private:
     {
         const WallClock clock;
         if (m_ring) m_ring->turn(now);
-        for (const Sample& sample : m_watch.samples().take()) {
+        std::vector<SampleBox::LeftOut> leftOut;
+        for (const Sample& sample : m_watch.samples().take(leftOut)) {
             m_statistics[sample.topic].take(sample.arrival);
             sink().take(sample, clock.of(sample.arrival.time));
         }
+        for (const auto& [topic, arrival] : leftOut) m_statistics[topic].passOver(arrival);
         m_now = clock.of(Clock::now());
         const auto lines = m_bus.take(now);
         for (const BusLink::Json& line : lines)

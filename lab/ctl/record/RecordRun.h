@@ -20,8 +20,8 @@ struct RecordOptions {
 };
 
 /// Records that were sent and are not in the recording.
-/// @param lost     by topic, what the writers' numbers tell: those that found no room are among them as soon as a later
-///                 one has come
+/// @param lost     by topic, what the writers' numbers tell: those that found no room are among them, unless there are very
+///                 many writers
 /// @param leftOut  those that found no room
 std::uint64_t missedInAll(const std::vector<std::uint64_t>& lost, std::uint64_t leftOut);
 

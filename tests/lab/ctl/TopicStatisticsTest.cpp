@@ -171,3 +171,15 @@ TEST(TopicStatisticsTest, WriterThatIsHeardFromItsFirstRecordHasNothingEarlier)
     statistics.take({at(milliseconds(1)), {}, kHighest, 7, 2});
     EXPECT_EQ(statistics.earlier(), 0U);
 }
+
+TEST(TopicStatisticsTest, WhatIsPassedOverIsLostAsIsWhatIsMissingBeforeIt)
+{
+    TopicStatistics statistics(seconds(10));
+    statistics.take(arrivalAt(milliseconds(0), 1));
+    statistics.passOver(arrivalAt(milliseconds(1), 5));
+    statistics.passOver(arrivalAt(milliseconds(1), 5));  // told again
+    EXPECT_EQ(statistics.lost(), 4U);
+    statistics.take(arrivalAt(milliseconds(2), 6));
+    EXPECT_EQ(statistics.lost(), 4U);
+    EXPECT_EQ(statistics.count(), 2U);
+}

@@ -154,6 +154,12 @@ class Programs(unittest.TestCase):
             with self.assertRaisesRegex(instructions.Failed, "^gone: no such program; there are: events queue$"):
                 instructions.found(folder, ["gone"])
 
+    def test_only_what_the_emulator_can_run_is_built_for_it(self):
+        self.assertEqual(instructions.emulated_ones(["queue"]), ["queue"])
+        self.assertEqual(instructions.emulated_ones([]), ["codecs", "events", "queue", "server"])
+        with self.assertRaisesRegex(instructions.Failed, "^transport: no program for the emulator; there are: codecs "):
+            instructions.emulated_ones(["transport"])
+
 
 class File(unittest.TestCase):
     def test_what_is_written_is_read(self):

@@ -70,7 +70,9 @@ SECTIONS = [
     ("The service as it is shipped", "On a unit of the lab, over UDP, the stand-in of the bus library inside. The floor is "
      "a program of the bare library with the same topics, and a loop that polls the queues; it does nothing with what "
      "comes, has no bus, and ends without looking for a signal now and then. Where the bus is told of, the floor runs a "
-     "service of the bus library besides, which it tells nothing.", [
+     "service of the bus library besides, which it tells nothing. Of the instructions of a start, as valgrind counts "
+     "them, more than half are the dynamic linker's, of the floor's some two thirds; the service's own code is less than one "
+     "in a hundred.", [
         ("start.runs", "from exec to running, the bus too", None),
         ("start.processor", "of that, time on the processor", None),
         ("start.topics", "from exec to running, the floor without the bus", None),

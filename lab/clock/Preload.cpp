@@ -481,6 +481,7 @@ int poll(pollfd* descriptors, nfds_t count, int milliseconds)
 }
 
 // What a call becomes that is compiled with checks of its buffers.
+// NOLINTBEGIN(bugprone-reserved-identifier): names of the C library
 [[noreturn]] void __chk_fail() noexcept;
 
 int __poll_chk(pollfd* descriptors, nfds_t count, int milliseconds, std::size_t size)
@@ -494,6 +495,7 @@ int __ppoll_chk(pollfd* descriptors, nfds_t count, const timespec* timeout, cons
     if (size / sizeof *descriptors < count) __chk_fail();
     return ppoll(descriptors, count, timeout, mask);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 int pselect(int count, fd_set* reading, fd_set* writing, fd_set* failing, const timespec* timeout, const sigset_t* mask)
 {
@@ -675,6 +677,7 @@ unsigned alarm(unsigned seconds) noexcept
 
 namespace {
 
+/// What a call hands to the kernel: numbers, some of which are addresses.
 using Words = long[6];
 
 long callKernel(long number, const Words& words)
@@ -685,7 +688,7 @@ long callKernel(long number, const Words& words)
 /// The futex wait that the C++ library makes for futures and atomics: the time is the fourth word.
 long waitForFutex(Words& words)
 {
-    const auto* const time = reinterpret_cast<const timespec*>(words[3]);
+    const auto* const time = reinterpret_cast<const timespec*>(words[3]);  // NOLINT(performance-no-int-to-ptr)
     const int operation = static_cast<int>(words[1]);
     const int command = operation & FUTEX_CMD_MASK;
     // Of other commands the word is something else, or nothing at all.
@@ -720,6 +723,7 @@ extern "C" long syscall(long number, ...) noexcept
     case SYS_futex:
         return waitForFutex(words);
     case SYS_clock_gettime:
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         return clock_gettime(static_cast<clockid_t>(words[0]), reinterpret_cast<timespec*>(words[1]));
     default:
         return callKernel(number, words);

@@ -28,12 +28,14 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+// NOLINTBEGIN(bugprone-reserved-identifier): names of the C library
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void* __libc_memalign(std::size_t, std::size_t);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -373,6 +375,7 @@ void noteCounts()
 // the widths that a program is compiled for.
 
 // STANDS_BEFORE(result, name, kind, place, failure, (parameters), (arguments))
+// NOLINTBEGIN(bugprone-macro-parentheses): types take none
 #define STANDS_BEFORE(result, name, kind, place, failure, parameters, arguments)                                       \
     extern "C" [[gnu::visibility("default")]] result before_##name parameters __asm__(#name);                          \
     result before_##name parameters                                                                                    \
@@ -381,6 +384,7 @@ void noteCounts()
         if ([[maybe_unused]] const int error = strikes(Kind::kind, place, #name); error != 0) return failure;          \
         return behind<result parameters>(#name, known) arguments;                                                      \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 // What is opened may have to be given a mode.
 #define STANDS_BEFORE_OPEN(name)                                                                                       \

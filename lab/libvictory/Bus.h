@@ -31,8 +31,8 @@ public:
     using Handler = std::function<void(ClientId, std::string_view line)>;
 
     static constexpr std::size_t kMostClients = 16;
-    static constexpr std::size_t kLongestLine = 512U * 1024;       // from a client, without its end
-    static constexpr std::size_t kMostWaiting = 8U * 1024 * 1024;  // bytes that a client has not read
+    static constexpr std::size_t kLongestLine = std::size_t{512} * 1024;       // from a client, without its end
+    static constexpr std::size_t kMostWaiting = std::size_t{8} * 1024 * 1024;  // bytes that a client has not read
     static constexpr std::size_t kMostWaitingLines = 4096;
 
     /// The last publication of a name.

@@ -56,7 +56,7 @@ LibraryThread::LibraryThread(const char* name, std::function<void()> body)
     auto handedOver = std::make_unique<Body>(std::move(body));
     const SignalsBlocked blocked;
     check(::pthread_create(&m_thread, &attributes.value, enter, handedOver.get()), "pthread_create");
-    handedOver.release();
+    static_cast<void>(handedOver.release());  // the thread's now
     ::pthread_setname_np(m_thread, name);
 }
 

@@ -11,7 +11,7 @@ namespace labvictory {
 /// are the program's. Joined with the object.
 class LibraryThread {
 public:
-    static constexpr std::size_t kStackSize = 8U * 1024 * 1024;
+    static constexpr std::size_t kStackSize = std::size_t{8} * 1024 * 1024;
 
     /// Throws `std::system_error`.
     /// @param name  as debuggers show it, 15 characters

@@ -224,7 +224,7 @@ void print(const Request& request)
 
 std::string tellOf(const Request& request)
 {
-    const std::string tell = request.text("tell");
+    std::string tell = request.text("tell");
     if (std::ranges::find(Tell::kAll, tell) == std::end(Tell::kAll)) throw BadRequest("there is no tell " + tell);
     return tell;
 }

@@ -265,6 +265,7 @@ int vapntsRemoveFault(VapntsService* service, std::uint32_t id, VhlthcAction)
 }
 
 // Services of these kinds are made by others: any handle will do.
+// NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
 #define FAULTS_OF(kind, Service)                                                                                       \
     std::uint32_t kind##AddFault(Service* service, const char* text, int acknowledged, VhlthcSeverity severity,        \
                                  VhlthcCategory category, VhlthcAction action)                                         \
@@ -275,6 +276,7 @@ int vapntsRemoveFault(VapntsService* service, std::uint32_t id, VhlthcAction)
     {                                                                                                                  \
         return removeFault(#kind, service, id);                                                                        \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 FAULTS_OF(vgpss, VgpssService)
 FAULTS_OF(vdots, VdotsService)

@@ -36,7 +36,7 @@ bool isMagic(Bytes bytes)
 /// Takes no more memory than for a piece.
 void readPieces(const Source& source, std::uint64_t offset, std::uint64_t size, const std::function<void(Bytes)>& take)
 {
-    constexpr std::uint64_t kPiece = 256U * 1024;
+    constexpr std::uint64_t kPiece = std::uint64_t{256} * 1024;
     while (size > 0) {
         const std::uint64_t length = std::min(size, kPiece);
         take(readBytes(source, offset, length));
@@ -317,7 +317,7 @@ void Scanner::takeContent(Op op, std::uint64_t length)
 void Scanner::takeAttachment(std::uint64_t length)
 {
     constexpr std::uint64_t kCrc = 4;
-    constexpr std::uint64_t kMostFront = 1024U * 1024;
+    constexpr std::uint64_t kMostFront = std::uint64_t{1024} * 1024;
     ++m_result.attachments;
     const std::uint64_t place = m_result.end + kFrontSize;
     try {

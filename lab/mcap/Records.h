@@ -35,7 +35,7 @@ inline constexpr std::size_t kFooterSize = kFrontSize + 20;
 
 /// Longest content of a record that is kept, longest chunk once it is decompressed, and the most that all schemas and
 /// channels, and the summary, may take, in bytes.
-inline constexpr std::uint64_t kLargest = 64U * 1024 * 1024;
+inline constexpr std::uint64_t kLargest = std::uint64_t{64} * 1024 * 1024;
 
 struct Schema {
     std::uint16_t id = 0;  ///< 0 is none

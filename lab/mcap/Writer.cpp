@@ -94,7 +94,7 @@ void Writer::add(const Metadata& metadata)
 
 void Writer::add(const Attachment& attachment, const Source& source)
 {
-    constexpr std::uint64_t kPiece = 256U * 1024;
+    constexpr std::uint64_t kPiece = std::uint64_t{256} * 1024;
     Attachment copy = attachment;
     copy.offset = m_offset;
     ByteWriter index;

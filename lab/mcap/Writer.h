@@ -16,11 +16,11 @@ class Writer {
 public:
     struct Options {
         std::string writtenBy = "orvanectl";
-        std::size_t chunkSize = 1024U * 1024;  ///< a chunk that has grown to it, in bytes, is ended
+        std::size_t chunkSize = std::size_t{1024} * 1024;  ///< a chunk that has grown to it, in bytes, is ended
         bool isCompressed = true;
         /// Bytes that the indexes of the summary may take. They are left out where that is not enough: a recording of
         /// days is read from front to back then.
-        std::size_t mostIndex = 48U * 1024 * 1024;
+        std::size_t mostIndex = std::size_t{48} * 1024 * 1024;
     };
 
     /// Writes what stands first.

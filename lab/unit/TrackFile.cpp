@@ -94,9 +94,8 @@ double timeOf(std::string_view text)
         if (rest.front() != '.' || rest.find_first_not_of("0123456789", 1) != std::string_view::npos) throw wrong();
         fraction = labtext::number("0" + std::string(rest), text, 0.0, 1.0, "is no time");
     }
-    return static_cast<double>(duration_cast<seconds>(sys_days(date).time_since_epoch()).count() + *hour * 3600 +
-                               *minute * 60 + *second) +
-           fraction;
+    const sys_seconds time = sys_days(date) + hours(*hour) + minutes(*minute) + seconds(*second);
+    return static_cast<double>(time.time_since_epoch().count()) + fraction;
 }
 
 std::string_view textOf(const tinyxml2::XMLElement& parent, const char* name)

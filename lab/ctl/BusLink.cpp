@@ -161,7 +161,7 @@ constexpr Shown kOfLine[] = {
 std::string titleOf(const Json& line)
 {
     for (const char* key : {"tell", "request", "type"})
-        if (const std::string title = shown(line, key); !title.empty()) return title;
+        if (std::string title = shown(line, key); !title.empty()) return title;
     return "?";
 }
 

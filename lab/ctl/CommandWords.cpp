@@ -75,7 +75,8 @@ void addRows(const CLI::App& app, const std::string& path, const KnownValues& va
         std::vector<std::string> names;
         for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
         for (const std::string& name : option->get_snames()) names.push_back("-" + name);
-        for (const std::string& name : names) valueRows += row(path + ' ' + name, knownOf(app, name, values));
+        const std::string front = path + ' ';
+        for (const std::string& name : names) valueRows += row(front + name, knownOf(app, name, values));
     }
     for (const std::string& option : optionsOf(app)) words.push_back(option);
     rows += row(path, words);

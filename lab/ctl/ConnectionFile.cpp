@@ -75,6 +75,7 @@ std::string quoted(const std::string& name)
 std::string meantIn(const std::vector<ConnectionFile::Topic>& topics, const std::string& name)
 {
     std::vector<std::string> names;
+    names.reserve(topics.size());
     for (const ConnectionFile::Topic& topic : topics) names.push_back(topic.name);
     const std::string nearest = labtext::nearestWord(name, names);
     if (!nearest.empty()) return "; did you mean " + printable(nearest) + '?';

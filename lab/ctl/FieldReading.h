@@ -93,6 +93,7 @@ void readFields(Record& record, const Json& fields, const std::string& path, con
     for (const auto& [name, value] : fields.items())
         if (std::ranges::find(names, name) == names.end()) {
             const std::string nearest = labtext::nearestWord(name, names);
+            // NOLINTNEXTLINE(performance-inefficient-string-concatenation): it ends the loop
             refuseField(path + '.' + name, nearest.empty() ? "there is no such field"
                                                            : "there is no such field; did you mean " + nearest + '?');
         }

@@ -249,6 +249,7 @@ Json wholeThreat(const Json& threat, const std::string& path)
     for (const auto& [name, ignored] : whole.items()) names.push_back(name);
     for (const auto& [name, value] : threat.items()) {
         if (name == "index" || name == "reported") continue;  // shown, and follow from the others
+        // NOLINTNEXTLINE(performance-inefficient-string-concatenation): it ends the loop
         if (!whole.contains(name)) refuseUnknownField(path + '.' + name, name, names);
         whole[name] = value;
     }

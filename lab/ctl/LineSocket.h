@@ -11,7 +11,7 @@ namespace orvanectl {
 class LineSocket {
 public:
     /// Longest line that is read, in bytes.
-    static constexpr std::size_t kLongestLine = 16U * 1024 * 1024;
+    static constexpr std::size_t kLongestLine = std::size_t{16} * 1024 * 1024;
 
     /// Throws `std::runtime_error`.
     /// @param what  stands there, for the text of what is thrown: "no bus at /tmp/bus: ..."

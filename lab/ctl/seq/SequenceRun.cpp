@@ -134,6 +134,7 @@ void copyChanged(const std::string& from, const std::string& to,
     auto* const parameters = parametersOf(file, "OrvaneServer");
     for (const auto& [key, value] : settings) {
         auto* const element = parameters ? parameters->FirstChildElement(key.c_str()) : nullptr;
+        // NOLINTNEXTLINE(performance-inefficient-string-concatenation): it ends the loop
         if (!element) throw std::runtime_error(from + ": OrvaneServer has no key " + key);
         element->SetText(value.c_str());
     }
@@ -185,7 +186,7 @@ public:
             forget();
         }
         m_since.begin = begin;
-        const auto result = std::visit([this](const auto& what) { return make(what); }, step);
+        auto result = std::visit([this](const auto& what) { return make(what); }, step);
         requireAlive();
         return result;
     }

@@ -58,6 +58,12 @@ std::string orNone(const std::optional<double>& value, int decimals)
     return value ? fixed(*value, decimals) : "-";
 }
 
+/// Of a place that is not negative.
+constexpr std::size_t indexOf(int place)
+{
+    return static_cast<std::size_t>(place);
+}
+
 /// Cut to a width, the cut shown by '~', and filled up.
 std::string leftCell(const std::string& text, int width)
 {
@@ -187,7 +193,7 @@ void putTopics(Canvas& canvas, int top, int rows, const TopView& view, const Top
                       12);
     putHeading(canvas, top, heading);
     for (int i = 0; i < rows && first + i < count; ++i) {
-        const std::size_t index = order[static_cast<std::size_t>(first + i)];
+        const std::size_t index = order[indexOf(first + i)];
         const Style style = index == ui.marked() ? Style::Selected : styleOf(view.topics[index]);
         canvas.put(top + 1 + i, 0, leftCell(topicLine(view.topics[index], columns, width), canvas.width()), style);
     }
@@ -224,7 +230,7 @@ void putGroups(Canvas& canvas, int top, int left, int rows, const TopView& view,
     const int shown = count > rows ? rows - 1 : count;
     const int from = std::min(static_cast<int>(std::min<std::size_t>(first, BusBoard::kMostNames)), count - shown);
     for (int i = 0; i < shown; ++i) {
-        const GroupRow& group = view.groups[static_cast<std::size_t>(from + i)];
+        const GroupRow& group = view.groups[indexOf(from + i)];
         const int row = top + 1 + i;
         const std::string listed = group.listed ? " [" + std::to_string(*group.listed) + ']' : "";
         canvas.put(row, left,
@@ -349,9 +355,9 @@ std::string offsetBar(double seconds, int width)
     bar[static_cast<std::size_t>(half)] = '|';
     if (std::isnan(seconds)) return bar;
     const int end = static_cast<int>(std::lround(std::clamp(seconds / kJoinLimit, -1.0, 1.0) * half));
-    for (int i = 1; i < std::abs(end); ++i) bar[static_cast<std::size_t>(half + (end > 0 ? i : -i))] = '=';
-    if (end != 0) bar[static_cast<std::size_t>(half + end)] = '#';
-    if (std::fabs(seconds) >= kJoinLimit) bar[static_cast<std::size_t>(half + end)] = seconds > 0 ? '>' : '<';
+    for (int i = 1; i < std::abs(end); ++i) bar[indexOf(half + (end > 0 ? i : -i))] = '=';
+    if (end != 0) bar[indexOf(half + end)] = '#';
+    if (std::fabs(seconds) >= kJoinLimit) bar[indexOf(half + end)] = seconds > 0 ? '>' : '<';
     return bar;
 }
 

@@ -243,7 +243,7 @@ std::size_t TopModel::weight() const
     for (const WatchedTopic& topic : m_topics) weight += kOfTopic + topic.name.size();
     for (const QueueName& queue : m_queues) weight += kOfTopic + queue.name.size() + queue.device.size();
     for (const TopicStatistics& statistics : m_statistics) weight += statistics.sources().size() * kOfSource;
-    for (const std::string& event : m_events) weight += sizeof event + event.size();
+    for (const std::string& event : m_events) weight += sizeof(std::string) + event.size();
     return weight;
 }
 

@@ -59,6 +59,7 @@ extern "C" void onFault(int signal)
 void addEnding(const char* capability)
 {
     const char* text = ::tigetstr(capability);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): so terminfo says that it is no text
     if (text == nullptr || text == reinterpret_cast<const char*>(-1)) return;
     while (*text != '\0' && g_endingSize < g_ending.size()) {
         if (std::strncmp(text, "$<", 2) == 0) {
@@ -89,6 +90,7 @@ bool canBeDrawnOn()
 {
     for (const char* const capability : {"cup", "clear"}) {
         const char* const text = ::tigetstr(capability);
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): so terminfo says that it is no text
         if (text == nullptr || text == reinterpret_cast<const char*>(-1)) return false;
     }
     return true;

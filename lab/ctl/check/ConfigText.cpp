@@ -52,6 +52,7 @@ void findMisspelt(const tinyxml2::XMLElement& element, const std::string& name, 
         const std::string nearest = labtext::nearestWord(word, {"Name", "Parameters"});
         if (!nearest.empty() && !element.FirstChildElement(nearest.c_str()))
             findings.warn(one->GetLineNum(), name.empty() ? element.Value() : name,
+                          // NOLINTNEXTLINE(performance-inefficient-string-concatenation): for the few that are misspelt
                           "no element \"" + word + "\" is read; did you mean " + nearest + '?');
     }
 }

@@ -63,6 +63,7 @@ std::vector<Finding> Findings::sorted() const
     std::ranges::stable_sort(entries, {},
                              [](const Entry& entry) { return std::tuple(entry.file, entry.finding.line); });
     std::vector<Finding> findings;
+    findings.reserve(entries.size());
     for (Entry& entry : entries) findings.push_back(std::move(entry.finding));
     return findings;
 }

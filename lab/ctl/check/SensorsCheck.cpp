@@ -104,6 +104,7 @@ std::optional<std::uint8_t> checkSensor(const ConfigContainer& sensor, Findings&
     const std::string text = sensor.textOf("SensorType");
     if (MapSensorStringToSensorTypeEnum.contains(text)) return server;
     std::vector<std::string> names;
+    names.reserve(MapSensorStringToSensorTypeEnum.size());
     for (const auto& [name, number] : MapSensorStringToSensorTypeEnum) names.push_back(name);
     findings.fail(type ? type->line : sensor.line, sensor.name + "/SensorType",
                   text.empty() ? "is missing: such as VAPNTC_SENSOR_TYPE_GPS"

@@ -10,7 +10,7 @@ namespace orvanectl {
 namespace {
 
 constexpr std::size_t kMostHeld = 4096;
-constexpr std::size_t kMostBytes = 16U * 1024 * 1024;
+constexpr std::size_t kMostBytes = std::size_t{16} * 1024 * 1024;
 
 }  // namespace
 

@@ -42,7 +42,7 @@ class RecordRing : public HeardSink {
 public:
     using Time = TopicStatistics::Time;
 
-    static constexpr std::size_t kMostBytes = 256U * 1024 * 1024;
+    static constexpr std::size_t kMostBytes = std::size_t{256} * 1024 * 1024;
 
     /// @param topics  as the recorders have them that it is written to
     RecordRing(std::vector<WatchedTopic> topics, double seconds, std::size_t mostBytes = kMostBytes);

@@ -62,6 +62,7 @@ std::vector<NamedCopy> copiesOf(const std::vector<std::string>& texts)
 std::vector<std::string> namesOf(const std::vector<NamedCopy>& copies)
 {
     std::vector<std::string> names;
+    names.reserve(copies.size());
     for (const NamedCopy& copy : copies) names.push_back(copy.name);
     return names;
 }

@@ -42,7 +42,7 @@ std::vector<WatchedTopic> choose(const std::vector<WatchedTopic>& all, const std
         const auto topic = std::ranges::find(all, name, &WatchedTopic::name);
         if (topic == all.end()) {
             std::string known;
-            for (const WatchedTopic& one : all) known += (known.empty() ? "" : ", ") + printable(one.name);
+            for (const WatchedTopic& one : all) known.append(known.empty() ? "" : ", ").append(printable(one.name));
             throw UnknownName(file + ": no topic " + printable(name) + "; there are " + known);
         }
         add(*topic);

@@ -8,7 +8,7 @@ namespace orvanectl {
 
 std::string Confirmations::ask(const std::string& what, Time now)
 {
-    const std::string confirmation = randomToken();
+    std::string confirmation = randomToken();
     const MutexLock lock(m_mutex);
     m_rows.push_back({what, confirmation, now + kLifetime});
     if (m_rows.size() > kMost) m_rows.pop_front();

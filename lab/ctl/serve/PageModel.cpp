@@ -223,7 +223,7 @@ FrameBoard::Sections PageModel::sections(const TopView& view, const std::string&
 std::size_t PageModel::weight() const
 {
     std::size_t weight = sizeof *this;
-    for (const auto& [name, told] : m_told) weight += sizeof name + sizeof told + told.line->size();
+    for (const auto& [name, told] : m_told) weight += sizeof(std::string) + sizeof told + told.line->size();
     return weight;
 }
 

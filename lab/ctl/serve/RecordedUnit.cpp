@@ -16,15 +16,15 @@ namespace {
 using Json = BusLink::Json;
 
 // What is larger is no record or line of a unit.
-constexpr std::size_t kLargestRecord = 256U * 1024;
-constexpr std::size_t kLongestLine = 1024U * 1024;
+constexpr std::size_t kLargestRecord = std::size_t{256} * 1024;
+constexpr std::size_t kLongestLine = std::size_t{1024} * 1024;
 constexpr std::size_t kMostMembers = 20'000;  // of a line
 constexpr int kDeepest = 16;
 constexpr std::size_t kLongestText = 1000;  // of a line of the console that is kept
 
-constexpr std::chrono::seconds kStretch{10};       // as rates are taken over
-constexpr std::size_t kLeastWeight = 256U * 1024;  // track, course of errors, and all that is small
-constexpr std::size_t kOfByte = 2;                 // of a record; its objects are not much larger than itself
+constexpr std::chrono::seconds kStretch{10};                   // as rates are taken over
+constexpr std::size_t kLeastWeight = std::size_t{256} * 1024;  // track, course of errors, and all that is small
+constexpr std::size_t kOfByte = 2;  // of a record; its objects are not much larger than itself
 
 /// By the settings, which know the devices of the unit's own queues. Others get a name that no event has.
 std::vector<QueueName> devicesOf(const RecordingIndex& index, const ServerSettings& settings)
@@ -190,7 +190,7 @@ std::size_t RecordedUnit::weight() const
 {
     std::size_t weight = kLeastWeight + m_model.weight() + m_joins.weight() + m_page.weight();
     for (const Held& held : m_held) weight += held.weight();
-    for (const std::string& line : m_console) weight += sizeof line + line.size();
+    for (const std::string& line : m_console) weight += sizeof(std::string) + line.size();
     return weight;
 }
 

@@ -20,8 +20,8 @@ public:
     /// How many places are kept, and what they may take, roughly; beyond that every second one goes.
     struct Limits {
         std::size_t places = 256;
-        std::size_t bytes = 256U * 1024 * 1024;
-        std::uint64_t apart = 1024U * 1024;  ///< bytes of messages between two of them at first
+        std::size_t bytes = std::size_t{256} * 1024 * 1024;
+        std::uint64_t apart = std::uint64_t{1024} * 1024;  ///< bytes of messages between two of them at first
     };
 
     /// @param source, index  outlive this object; the index is of that source

@@ -27,7 +27,7 @@ std::string range(double least, double most)
 
 std::string textOf(Kind kind, JoinInput input, const std::string& servers, double least, double most)
 {
-    const std::string name = nameOf(input);
+    std::string name = nameOf(input);
     switch (kind) {
     case Kind::Missing:
         return "no " + name;
@@ -67,7 +67,7 @@ std::string MissCause::text() const
 
 std::string lastingText(const MissCause& cause)
 {
-    const std::string text = cause.text();
+    std::string text = cause.text();
     if (!(cause.seconds >= 1)) return text;
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "%.0f s", std::floor(cause.seconds));

@@ -1,6 +1,6 @@
 # Several sources are compiled as one, in half of the time, in those of "product", "victory", "lab" and "tests" that a preset
-# names. So that a source that lacks a header is found, the product is compiled one by one for release; the lab is read so by
-# `script/static tidy`, and the tests by `script/static alone`, some in each run of CI, all in the build to work with.
+# names. So that a source that lacks a header is found, the product is compiled one by one for release, and some of the rest by
+# `script/static compile` in each run of CI; all of it in the build to work with.
 set(ORVANE_TOGETHER "" CACHE STRING "What is compiled several sources at a time: product, victory, lab, tests")
 
 # These stay alone. A name of their own, or a macro of what they include, stands in another source of the same library or

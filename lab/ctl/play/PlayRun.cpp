@@ -41,8 +41,9 @@ using std::chrono::nanoseconds;
 
 constexpr std::chrono::seconds kBetweenLaps{1};
 constexpr std::chrono::seconds kArrival{5};
-constexpr std::chrono::milliseconds kStatus{250};  // less than a second
-constexpr std::chrono::microseconds kTaken{50};    // until a reader that waits for a record has taken it
+constexpr std::chrono::milliseconds kStatus{250};      // less than a second
+constexpr std::chrono::milliseconds kBetweenLooks{5};  // for keys
+constexpr std::chrono::microseconds kTaken{50};        // until a reader that waits for a record has taken it
 constexpr const char* kQueueDevices = "/dev/mcs";
 constexpr const char* kMemory = "/dev/mem";
 
@@ -329,8 +330,11 @@ private:
                              : m_options.isFast    ? std::optional(now)
                                                    : m_timeline.reaches(place);
             const bool isDue = due && *due <= now;
-            // Keys are taken while messages follow each other closely, too.
-            waitForWord(isDue ? now : due.value_or(now + kStatus));
+            // Keys are taken while messages follow each other closely, too, but not looked for at each.
+            if (!isDue || now >= m_nextLook) {
+                waitForWord(isDue ? now : due.value_or(now + kStatus));
+                m_nextLook = now + kBetweenLooks;
+            }
             if (isDue && !m_timeline.isPaused()) return true;
             if (m_stepsAsked > 0) {
                 --m_stepsAsked;
@@ -488,6 +492,7 @@ private:
     bool m_isNotTaken = false;  // nobody reads a queue
     Clock::time_point m_begin;
     Clock::time_point m_nextStatus;
+    Clock::time_point m_nextLook;
 };
 
 }  // namespace

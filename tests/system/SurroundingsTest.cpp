@@ -207,8 +207,9 @@ struct DiskSurroundingsTest : SurroundingsTest {
     static void endService()
     {
         for (const auto& entry : fs::directory_iterator("/proc")) {
+            // Its file and not its name, which may be another where disks are seen otherwise.
             std::error_code error;
-            if (fs::read_symlink(entry.path() / "exe", error) == ORVANE_SERVER_BINARY)
+            if (fs::equivalent(entry.path() / "exe", ORVANE_SERVER_BINARY, error))
                 kill(std::stoi(entry.path().filename()), SIGTERM);
         }
     }

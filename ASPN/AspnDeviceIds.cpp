@@ -4,7 +4,9 @@
 
 namespace ASPN2 {
 
-#define ASPN2_DEFINE_NAME(number, symbol, name) const std::string symbol = name;
+// Ahead of what other sources make before `main`, which may use them.
+#define ASPN2_EARLY [[gnu::init_priority(1000)]]
+#define ASPN2_DEFINE_NAME(number, symbol, name) ASPN2_EARLY const std::string symbol = name;
 
 namespace SystemIds {
 ASPN2_SYSTEM_IDS(ASPN2_DEFINE_NAME)
@@ -18,15 +20,17 @@ ASPN2_SERVER_IDS(ASPN2_DEFINE_NAME)
 
 namespace Components {
 
-const std::string sv_component = "Sarvent";
-const std::string hx_component = "Halvex";
-const std::string pntq_component = "PNT-Q";
-const std::string altnav_component = "ALTNAV";
-const std::string gps_component = "GPS";
-const std::string tarvo_component = "TARVO";
-const std::string tarvosw_component = "TARVOSW";
+ASPN2_EARLY const std::string sv_component = "Sarvent";
+ASPN2_EARLY const std::string hx_component = "Halvex";
+ASPN2_EARLY const std::string pntq_component = "PNT-Q";
+ASPN2_EARLY const std::string altnav_component = "ALTNAV";
+ASPN2_EARLY const std::string gps_component = "GPS";
+ASPN2_EARLY const std::string tarvo_component = "TARVO";
+ASPN2_EARLY const std::string tarvosw_component = "TARVOSW";
 
 }  // namespace Components
+
+#undef ASPN2_EARLY
 
 namespace {
 

@@ -6,7 +6,8 @@
 #include <string>
 
 /// Who is who on the unit's internal bus. A device id names the source of a message in four bytes, highest first:
-/// system, server, message number, topic. The names are there from the start of `main` on.
+/// system, server, message number, topic. The names are there ahead of what
+/// other sources make before `main`.
 namespace ASPN2 {
 
 /// The product variants: number, symbol, name.

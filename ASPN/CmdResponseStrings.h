@@ -8,7 +8,7 @@
 ///
 /// A command may carry arguments behind commas; what stands before the first comma is its stem. A response is the stem
 /// and one of four suffixes, or a text of the responder's choice. Texts are compared whole, byte for byte. They are
-/// there from the start of `main` on.
+/// there ahead of what other sources make before `main`.
 namespace Sys {
 
 namespace CommandString {

@@ -381,11 +381,16 @@ bool isComplete(const Summary& summary)
     const auto& statistics = summary.statistics;
     if (!statistics || statistics->chunks != summary.chunks.size() || statistics->channels > summary.channels.size())
         return false;
-    if (statistics->messages > 0 && summary.chunks.empty()) return false;  // they are in none
-    std::set<std::uint16_t> schemas = {0};                                 // which is none
+    if ((statistics->messages > 0) == summary.chunks.empty()) return false;  // they are in none, or none is in them
+    if (!summary.chunks.empty() &&
+        std::ranges::min(summary.chunks, {}, &ChunkIndex::startTime).startTime != statistics->startTime)
+        return false;
+    std::set<std::uint16_t> schemas = {0};  // which is none
     for (const Schema& schema : summary.schemas) schemas.insert(schema.id);
-    return std::ranges::all_of(summary.channels,
-                               [&](const Channel& channel) { return schemas.contains(channel.schema); });
+    std::set<std::uint16_t> channels;
+    return std::ranges::all_of(summary.channels, [&](const Channel& channel) {
+        return schemas.contains(channel.schema) && channels.insert(channel.id).second;
+    });
 }
 
 }  // namespace mcap

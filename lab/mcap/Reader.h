@@ -105,7 +105,8 @@ struct Summary {
 /// Nothing for a recording that was not closed or has no summary, and for a summary that is damaged or too large.
 std::optional<Summary> readSummary(const Source& source);
 
-/// Whether it tells of all chunks, channels and schemas, as those of others need not.
+/// Whether it tells of all chunks, channels and schemas, each channel once, as those of others need not, and of its
+/// start what its chunks tell.
 bool isComplete(const Summary& summary);
 
 }  // namespace mcap

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <set>
 #include <stdexcept>
+#include <string_view>
 
 namespace orvanectl {
 
@@ -37,8 +39,9 @@ private:
 std::vector<std::string> RecordingOverview::topics() const
 {
     std::vector<std::string> names;
+    std::set<std::string_view> seen;
     for (const Channel& channel : channels)
-        if (std::ranges::find(names, channel.topic) == names.end()) names.push_back(channel.topic);
+        if (seen.insert(channel.topic).second) names.push_back(channel.topic);
     return names;
 }
 

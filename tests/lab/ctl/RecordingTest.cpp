@@ -662,7 +662,7 @@ TEST_F(RecordedEventsTest, OverviewOfAWholeRecordingIsReadFromItsEnd)
     mcap::Writer writer(large, {"test", 1U << 20, false});
     const auto channel = writer.addChannel(0, "B", "json", {});
     const std::string data(100'000, 'x');
-    for (const std::uint64_t time : {7, 5, 9}) writer.add({channel, 0, time, time, mcap::bytesOf(data)});
+    for (const std::uint64_t time : {7U, 5U, 9U}) writer.add({channel, 0, time, time, mcap::bytesOf(data)});
     writer.close();
     const TextSource source(large.text);
     const RecordingOverview overview = overviewOf(source, "x.mcap");

@@ -233,6 +233,24 @@ TEST(ReaderTest, DamageOutsideOfChunksIsToldByTheChecksumOfAll)
     EXPECT_TRUE(reading.problems[0].ends_with(" the checksum of all before is wrong")) << reading.problems[0];
 }
 
+TEST(ReaderTest, SummaryThatLacksSomethingOrContradictsItselfIsNotComplete)
+{
+    const auto whole = mcap::readSummary(TextSource(recordingOf(6)));
+    ASSERT_TRUE(whole && mcap::isComplete(*whole));
+    const auto isComplete = [&](const auto& change) {
+        mcap::Summary summary = *whole;
+        change(summary);
+        return mcap::isComplete(summary);
+    };
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.channels.clear(); }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.chunks.pop_back(); }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.statistics.reset(); }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.statistics->messages = 0; }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { ++summary.statistics->startTime; }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.channels.push_back(summary.channels.front()); }));
+    EXPECT_FALSE(isComplete([](mcap::Summary& summary) { summary.channels.front().schema = 4711; }));
+}
+
 TEST(ReaderTest, RecordingWithoutASummaryIsClosed)
 {
     mcap::ByteWriter bytes;

@@ -78,9 +78,11 @@ bool TopicStatistics::followWriter(const Arrival& arrival)
     return m_transport.back == back;
 }
 
-void TopicStatistics::passOver(const Arrival& arrival)
+void TopicStatistics::passOver(const Arrival& first, const Arrival& latest)
 {
-    if (followWriter(arrival)) m_transport.missing = saturatedSum(m_transport.missing, 1);
+    if (followWriter(first)) m_transport.missing = saturatedSum(m_transport.missing, 1);
+    if (latest.writerNumber == first.writerNumber) return;
+    if (followWriter(latest)) m_transport.missing = saturatedSum(m_transport.missing, 1);
 }
 
 void TopicStatistics::prune(Time now)

@@ -60,9 +60,9 @@ public:
 
     void take(const Arrival& arrival);
 
-    /// A record that came and is looked at no further: by its writer's numbers it and those between it and the one before
-    /// count as lost.
-    void passOver(const Arrival& arrival);
+    /// Records of one writer that came and are looked at no further, of which the first and the latest are known: by the
+    /// writer's numbers all from the one before them on count as lost.
+    void passOver(const Arrival& first, const Arrival& latest);
 
     /// Records a second over the window that ends at `now`: the intervals between its records, by the time that they
     /// take. Nothing unless there are two records and time between them. A record as old as the window is in it.

@@ -74,8 +74,10 @@ void SampleBox::put(Sample sample)
     const MutexLock lock(m_mutex);
     if (m_samples.size() >= kRoom) {
         const std::pair writer(sample.topic, sample.arrival.writer);
-        if (m_latestLeftOut.size() < kMostWriters || m_latestLeftOut.contains(writer))
-            m_latestLeftOut.insert_or_assign(writer, LeftOut{sample.topic, sample.arrival});
+        if (const auto known = m_leftOutOf.find(writer); known != m_leftOutOf.end())
+            known->second.latest = sample.arrival;
+        else if (m_leftOutOf.size() < kMostWriters)
+            m_leftOutOf.emplace(writer, LeftOut{sample.topic, sample.arrival, sample.arrival});
         ++m_leftOut;
         return;
     }
@@ -96,11 +98,11 @@ std::vector<Sample> SampleBox::takeAll()
     return std::exchange(m_samples, {});
 }
 
-std::vector<Sample> SampleBox::take(std::vector<LeftOut>& latest)
+std::vector<Sample> SampleBox::take(std::vector<LeftOut>& leftOut)
 {
     const MutexLock lock(m_mutex);
-    for (const auto& [writer, leftOut] : m_latestLeftOut) latest.push_back(leftOut);
-    m_latestLeftOut.clear();
+    for (const auto& [writer, each] : m_leftOutOf) leftOut.push_back(each);
+    m_leftOutOf.clear();
     return takeAll();
 }
 

@@ -29,10 +29,10 @@ class SampleBox {
 public:
     static constexpr std::size_t kRoom = 4096;
 
-    /// What came and found no room.
+    /// What came from a writer and found no room.
     struct LeftOut {
         std::size_t topic;
-        TopicStatistics::Arrival arrival;
+        TopicStatistics::Arrival first, latest;
     };
     static constexpr std::size_t kMostWriters = 1024;  ///< of all topics, of which it is known what was left out
 
@@ -48,9 +48,9 @@ public:
     /// All that are there, in the order of their arrival.
     std::vector<Sample> take() EXCLUDES(m_mutex);
 
-    /// Likewise. Of each writer of whose records some found no room the latest of these is added to `latest`, which came
-    /// behind all that are taken.
-    std::vector<Sample> take(std::vector<LeftOut>& latest) EXCLUDES(m_mutex);
+    /// Likewise. Of each writer of whose records some found no room the first and the latest of these are added to
+    /// `leftOut`; they came behind all that are taken.
+    std::vector<Sample> take(std::vector<LeftOut>& leftOut) EXCLUDES(m_mutex);
 
     std::uint64_t leftOut() const { return m_leftOut; }
 
@@ -64,7 +64,7 @@ private:
     std::atomic<std::uint64_t> m_leftOut = 0;
     Mutex m_mutex;  // a leaf
     std::vector<Sample> m_samples GUARDED_BY(m_mutex);
-    std::map<std::pair<std::size_t, TopicStatistics::Writer>, LeftOut> m_latestLeftOut GUARDED_BY(m_mutex);
+    std::map<std::pair<std::size_t, TopicStatistics::Writer>, LeftOut> m_leftOutOf GUARDED_BY(m_mutex);
 };
 
 /// Subscribes to topics from construction to destruction. It publishes nothing, and by default asks for nothing either:

@@ -233,7 +233,7 @@ private:
             m_statistics[sample.topic].take(sample.arrival);
             sink().take(sample, clock.of(sample.arrival.time));
         }
-        for (const auto& [topic, arrival] : leftOut) m_statistics[topic].passOver(arrival);
+        for (const auto& [topic, first, latest] : leftOut) m_statistics[topic].passOver(first, latest);
         m_now = clock.of(Clock::now());
         const auto lines = m_bus.take(now);
         for (const BusLink::Json& line : lines)

@@ -57,29 +57,31 @@ TEST(SampleBoxTest, WhatFindsNoRoomIsLeftOutAndCounted)
     EXPECT_EQ(box.take().size(), 1U);
 }
 
-TEST(SampleBoxTest, OfWhatWasLeftOutTheLatestOfEachWriterIsKnown)
+TEST(SampleBoxTest, OfWhatWasLeftOutTheFirstAndTheLatestOfEachWriterAreKnown)
 {
     SampleBox box;
     const auto put = [&](std::uint8_t writer, std::int64_t number) { box.put({7, {{}, {writer}, number}, nullptr}); };
     for (std::int64_t number = 1; number <= 4098; ++number) put(1, number);
     put(2, 9);
-    std::vector<SampleBox::LeftOut> latest;
-    EXPECT_EQ(box.take(latest).size(), 4096U);
-    ASSERT_EQ(latest.size(), 2U);
-    EXPECT_EQ(latest[0].topic, 7U);
-    EXPECT_EQ(latest[0].arrival.writerNumber, 4098);
-    EXPECT_EQ(latest[1].arrival.writerNumber, 9);
-    latest.clear();
-    box.take(latest);
-    EXPECT_TRUE(latest.empty());
+    std::vector<SampleBox::LeftOut> leftOut;
+    EXPECT_EQ(box.take(leftOut).size(), 4096U);
+    ASSERT_EQ(leftOut.size(), 2U);
+    EXPECT_EQ(leftOut[0].topic, 7U);
+    EXPECT_EQ(leftOut[0].first.writerNumber, 4097);
+    EXPECT_EQ(leftOut[0].latest.writerNumber, 4098);
+    EXPECT_EQ(leftOut[1].first.writerNumber, 9);
+    EXPECT_EQ(leftOut[1].latest.writerNumber, 9);
+    leftOut.clear();
+    box.take(leftOut);
+    EXPECT_TRUE(leftOut.empty());
 }
 
 TEST(SampleBoxTest, FloodOfWritersTakesNoMoreMemory)
 {
     SampleBox box;
     for (std::size_t topic = 0; topic < 4096 + 2000; ++topic) box.put(sampleOf(topic));
-    std::vector<SampleBox::LeftOut> latest;
-    box.take(latest);
-    EXPECT_EQ(latest.size(), 1024U);
+    std::vector<SampleBox::LeftOut> leftOut;
+    box.take(leftOut);
+    EXPECT_EQ(leftOut.size(), 1024U);
     EXPECT_EQ(box.leftOut(), 2000U);
 }

@@ -176,10 +176,18 @@ TEST(TopicStatisticsTest, WhatIsPassedOverIsLostAsIsWhatIsMissingBeforeIt)
 {
     TopicStatistics statistics(seconds(10));
     statistics.take(arrivalAt(milliseconds(0), 1));
-    statistics.passOver(arrivalAt(milliseconds(1), 5));
-    statistics.passOver(arrivalAt(milliseconds(1), 5));  // told again
+    statistics.passOver(arrivalAt(milliseconds(1), 5), arrivalAt(milliseconds(1), 5));
+    statistics.passOver(arrivalAt(milliseconds(1), 5), arrivalAt(milliseconds(1), 5));  // told again
     EXPECT_EQ(statistics.lost(), 4U);
     statistics.take(arrivalAt(milliseconds(2), 6));
     EXPECT_EQ(statistics.lost(), 4U);
     EXPECT_EQ(statistics.count(), 2U);
+}
+
+TEST(TopicStatisticsTest, WhatIsPassedOverOfAWriterWhoWasNotHeardIsLostAndNotEarlier)
+{
+    TopicStatistics statistics(seconds(10));
+    statistics.passOver(arrivalAt(milliseconds(0), 3), arrivalAt(milliseconds(1), 10));
+    EXPECT_EQ(statistics.lost(), 8U);
+    EXPECT_EQ(statistics.earlier(), 2U);
 }

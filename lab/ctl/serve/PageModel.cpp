@@ -192,9 +192,11 @@ void PageModel::takeErrors(const Json& record, Time now)
 
 void PageModel::takeRecorder(const std::optional<RecorderReading>& reading, Time now)
 {
-    if (reading)
+    // One that ends at once, since its words were wrong, has recorded nothing.
+    const int before = std::exchange(m_recorderBefore, reading ? reading->id : 0);
+    if (reading && reading->id == before)
         m_recorder = {*reading, now, true};
-    else if (m_recorder)
+    else if (!reading && m_recorder)
         m_recorder->runs = false;
 }
 

@@ -39,7 +39,7 @@ public:
     /// The bus is gone, and with it the service.
     void takeBusGone() { m_serviceRuns = false; }
 
-    /// A look at the recorder, of which it is told once there was one.
+    /// A look at the recorder, of which it is told once there was one, at two looks in a row.
     void takeRecorder(const std::optional<RecorderReading>& reading, Time now);
 
     /// Each with a name that is a word.
@@ -80,6 +80,7 @@ private:
 
     const Time m_start;
     bool m_serviceRuns = false;
+    int m_recorderBefore = 0;  // at the look before; 0 for none
     std::optional<Recorder> m_recorder;
     std::map<std::string, Told> m_told;
     std::optional<Point> m_origin;  // rad: longitude and latitude

@@ -148,12 +148,18 @@ TEST_F(PageModelTest, OfTheRecorderIsToldOnceThereWasOne)
 {
     model.takeRecorder(std::nullopt, at(0));
     EXPECT_TRUE(section("status")["recorder"].is_null());
+    model.takeRecorder(RecorderReading{6, "", 0}, at(500));
+    model.takeRecorder(std::nullopt, at(600));
+    EXPECT_TRUE(section("status")["recorder"].is_null());  // it has ended at once
+    model.takeRecorder(RecorderReading{7, "", 0}, at(900));
     model.takeRecorder(RecorderReading{7, "/tmp/drive.mcap", 0}, at(1000));
     EXPECT_EQ(section("status", 2000)["recorder"],
               Json::parse(R"({"id":7,"file":"/tmp/drive.mcap","others":0,"goneSeconds":null})"));
     model.takeRecorder(std::nullopt, at(2000));
     EXPECT_EQ(section("status", 13'000)["recorder"],
               Json::parse(R"({"id":7,"file":"/tmp/drive.mcap","others":0,"goneSeconds":12.0})"));
+    model.takeRecorder(RecorderReading{8, "", 1}, at(13'000));
+    EXPECT_EQ(section("status", 13'000)["recorder"]["goneSeconds"], 12.0);
     model.takeRecorder(RecorderReading{8, "", 1}, at(14'000));
     EXPECT_EQ(section("status", 15'000)["recorder"],
               Json::parse(R"({"id":8,"file":"","others":1,"goneSeconds":null})"));

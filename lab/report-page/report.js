@@ -473,7 +473,7 @@ function showLists() {
     ['clear-data', 'Clear data', (r) => [['at', 'what'], r.clearData.marks.map(([a, words]) => [clock(a), words]), r.clearData, [1]]],
     ['tests', 'Built-in tests', (r) => [['at', 'what'], r.builtInTests.marks.map(([a, words]) => [clock(a), words]), r.builtInTests, [1]]],
     ['misses', 'Not joined', (r) => [['at', 'GPS second', 'why'], r.joins.misses.map(([a, second, words]) =>
-      [clock(a), second.toFixed(1), words]), { leftOut: r.joins.missesLeftOut }, [2]]],
+      [clock(a), fixed(second, 1), words]), { leftOut: r.joins.missesLeftOut }, [2]]],
     ['events', 'Events', (r) => [['at', 'type', 'from', 'what'], r.events.rows.map(([a, ...words]) => [clock(a), ...words]), r.events, [1, 2, 3]]],
   ];
   for (const [id, title, rowsIn] of lists) {

@@ -52,11 +52,11 @@ struct PlayVerbTest : testing::Test {
         return {text.begin(), text.end()};
     }
 
-    /// Plays slowly in a terminal, whose keys come from /tmp/keys.
-    static std::vector<std::string> inTerminal()
+    /// Plays in a terminal, whose keys come from /tmp/keys.
+    static std::vector<std::string> inTerminal(const std::string& options = "--rate 0.001")
     {
-        return {"/bin/sh", "-c", "exec script -q -e -c \"$0 play /tmp/drive.mcap --rate 0.001\" /dev/null </tmp/keys",
-                kTool};
+        return {"/bin/sh", "-c",
+                "exec script -q -e -c \"$0 play /tmp/drive.mcap " + options + "\" /dev/null </tmp/keys", kTool};
     }
 
     static bool shows(const ChildProcess& tool, const std::string& text)
@@ -162,6 +162,16 @@ TEST_F(PlayVerbTest, KeysOfATerminalChangeTheRateAndEndIt)
     keys << 'q' << std::flush;
     EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.output();
     EXPECT_NE(tool.output().find("orvanectl: 1 message played in "), std::string::npos) << tool.output();
+}
+
+TEST_F(PlayVerbTest, KeysEndAFastOneThatGoesOnForEver)
+{
+    ASSERT_EQ(::mkfifo("/tmp/keys", 0600), 0);
+    ChildProcess tool(inTerminal("--fast --loop --wait 0.1"));
+    std::ofstream keys("/tmp/keys");
+    ASSERT_TRUE(shows(tool, "messages"));
+    keys << 'q' << std::flush;
+    EXPECT_EQ(tool.wait(), (Ending{0, 0})) << tool.output();
 }
 
 TEST_F(PlayVerbTest, FastOneHasTheTimesOfNow)

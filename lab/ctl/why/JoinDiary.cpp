@@ -94,8 +94,9 @@ void JoinDiary::takeNoRecord(Time now)
     pass(now);
     Heard& receiver = heard(JoinInput::Receiver);
     ++receiver.state.broken;
-    // It takes the place of nothing: the service keeps the report before it.
-    if (receiver.isNew && receiver.isWhole && m_rule.fits(receiver.header, m_time)) return;
+    // It takes the place of nothing: the service keeps the report before it, also one that came before its time message.
+    const bool isOfUse = receiver.isNew && (receiver.isWhole || receiver.usesUp);
+    if (isOfUse && ASPN2::deltaTov(m_time, receiver.header) < NavInputs::kFarthestApart) return;
     receiver.isNew = true;
     receiver.isWhole = false;
     receiver.usesUp = false;
@@ -176,6 +177,7 @@ void JoinDiary::tell(double gpsSeconds, Time now)
 void JoinDiary::setServiceRuns(bool runs, Time now)
 {
     pass(now);
+    if (runs && !m_serviceRuns) m_span = {};  // it looks from now on
     m_serviceRuns = runs;
     if (!runs) m_wasWithoutService = true;
 }
@@ -222,6 +224,7 @@ void JoinDiary::useUp(bool isLookedAt)
     const auto& causes = m_span.causes;
     if (!m_serviceRuns || causes.size() != 1 || causes.front().kind != Kind::NotAFrame) return;
     if (!heard(JoinInput::Receiver).usesUp) return;
+    if (m_best && m_best->causes.empty() && m_best->lasted >= kTurn) return;  // it has looked before
     m_refused = m_span;
     m_refusedAt = m_now;
     if (!(m_hearing.bus ? m_span.lasted >= kTurn : isLookedAt)) return;

@@ -543,8 +543,29 @@ TEST_F(JoinDiaryWithReceiverTest, WithoutAServiceNothingIsUsedUp)
     diary().setServiceRuns(true, moment(11.45));
     time(11.5);
     diary().take(report(11.5), moment(11.51));
-    tell(11.5, 11.8);
-    EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: no service running;", "11 joined"}));
+    EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: no service running;", "11: all there, nothing published;"}));
+}
+
+TEST_F(JoinDiaryWithReceiverTest, AServiceThatHasLookedAndPublishedNothingIsNotExcusedByALaterReport)
+{
+    good(10);
+    time(11);
+    others(11);
+    diary().take(report(11), moment(11.02));
+    diary().take(report(11, 212), moment(11.5));
+    EXPECT_EQ(all(12), (Lines{"10 joined", "11: all there, nothing published;"}));
+}
+
+TEST_F(JoinDiaryWithReceiverAloneTest, WhatIsNoRecordLeavesAReportThatCameBeforeItsTimeMessage)
+{
+    time(10);
+    others(10);
+    diary().take(report(10), moment(10.02));
+    diary().take(report(11), moment(10.95));
+    diary().takeNoRecord(moment(10.97));
+    time(11);
+    others(11);
+    EXPECT_EQ(all(12), (Lines{"10 joined", "11 joined"}));
 }
 
 TEST_F(JoinDiaryWithReceiverAloneTest, AFrameBehindOneThatUsedUpTheOthersIsNotJoined)

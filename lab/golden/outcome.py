@@ -2,7 +2,8 @@
 
 A moment is told in seconds of the scenario, behind what happened then: "at 34.6 s". It may be up to OFF seconds off what is
 kept, by which a machine is never quite in time, the one that showed what is kept included, and later by as much as the
-machine was seen to be late: by sleeps that lasted too long, and by threads that had to wait for a processor. A list that
+machine was seen to be late: by sleeps that lasted too long, by threads that had to wait for a processor, and by warnings
+that were told late. A list that
 is told each second may have what is new in it a second off, too: when in the second it is told follows from when the
 service has started. So does what the service times by its own start: moments may
 also be that much off by which the start was. All else is compared exactly. What was before the tenth second, when the

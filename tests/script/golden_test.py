@@ -393,7 +393,7 @@ class Scenario(unittest.TestCase):
         self.assertIn("\n+odd\n", failure)
 
     def test_what_differs_alike_in_two_runs_fails_at_once_however_late_the_machine_was(self):
-        for runs in (("wrong\n", "wrong\n"), (("wrong\n", 5.0), ("wrong\n", 5.0)), ("wrong\n", ("wrong\n", 0.4))):
+        for runs in (("wrong\n", "wrong\n"), (("wrong\n", 1.9), ("wrong\n", 1.9)), ("wrong\n", ("wrong\n", 0.4))):
             self.rates.clear()
             failure = self.failure(*runs, "right\n")
             self.assertIn("something else is shown than is kept, the same in two runs\n", failure)
@@ -403,6 +403,16 @@ class Scenario(unittest.TestCase):
     def test_moments_of_what_differs_have_room_too(self):
         self.assertIn("the same in two runs", self.failure(("warning 5 at 14.9 s\n", 0.6), "warning 5 at 13.3 s\n"))
         self.assertIn("in 2 of 2 runs", self.failure("warning 5 at 14.9 s\n", "warning 5 at 12.9 s\n"))
+
+    def test_moments_that_need_more_room_than_two_seconds_tell_nothing(self):
+        (self.folder / "bus.txt").write_text("told at 14.0 s\n")
+        shown = self.check(("told at 18.0 s\n", 5.0), "told at 14.0 s\n")
+        self.assertEqual(shown, "golden: a: as kept, 3.33 times as fast (too slow a machine for 1 before)\n")
+        self.assertEqual(self.check(("told at 16.4 s\n", 5.0)), "golden: a: as kept, 10 times as fast\n")
+
+    def test_two_runs_of_a_machine_that_was_too_late_are_not_alike(self):
+        shown = self.check(("wrong\n", 5.0), ("wrong\n", 5.0), "right\n")
+        self.assertTrue(shown.startswith("golden: a: as kept, 1 times as fast"), shown)
 
     def test_difference_of_a_machine_that_was_late_is_not_counted(self):
         shown = self.check(("wrong\n", 0.4), ("odd\n", 0.4), "strange\n", "right\n")

@@ -101,7 +101,8 @@ void checkBlock(const ConfigContainer& block, std::uint32_t atStart, std::uint32
         findings.warn(block.find("BaseAddress")->line, block.name + "/BaseAddress",
                       block.textOf("BaseAddress") + kNotAligned);
     if (base + size > std::uint64_t{1} << 32)
-        findings.warn(line, place, "the block ends beyond the address space of 32 bits");
+        findings.warn(line, place,
+                      "the block ends beyond the address space of 32 bits; its end is to be 0x100000000 at the most");
 }
 
 void checkOverlaps(const ConfigText& text, Findings& findings)

@@ -348,7 +348,7 @@ TEST_F(CheckTest, BlocksBeyondTheAddressSpaceAreTold)
 {
     change("IODevices.xml", "0x43C80000", "0xFFFFF004");
     EXPECT_EQ(found(), Lines{"IODevices.xml:82: warning: PulseGen_Interface1 interface/Size: the block ends beyond the "
-                             "address space of 32 bits"});
+                             "address space of 32 bits; its end is to be 0x100000000 at the most"});
 }
 
 TEST_F(CheckTest, NumberedBlocksBehindAGapAreTold)

@@ -1,6 +1,6 @@
 // The page of a report in a browser, of a short drive on a unit of the lab: node report_test.mjs SOURCE BUILD
 import assert from 'node:assert/strict';
-import { readFile } from 'node:fs/promises';
+import { readFile, writeFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { after, before, test } from 'node:test';
 import { chromium } from 'playwright-core';
@@ -106,6 +106,18 @@ test('on paper it is light, and nothing is scrolled away', async () => {
   assert.equal(await style('h1', 'color'), 'rgb(27, 31, 36)');
   assert.equal(await style('#events .wide', 'overflowY'), 'visible');
   await page.emulateMedia({ media: 'screen' });
+});
+
+test('a time that is no number leaves the rest as it is', async () => {
+  const odd = '/tmp/odd.html';
+  const html = await readFile(PAGE, 'utf8');
+  const changed = html.replace(/"misses":\[(\]?)/, (_, end) => `"misses":[[1,null,"odd"]${end || ','}`);
+  assert.notEqual(changed, html);
+  await writeFile(odd, changed);
+  await page.goto(`file://${odd}`);
+  await page.waitForSelector('#topics table');
+  assert.ok((await rowsOf('#misses tbody tr')).some((row) => row[2] === 'odd'));
+  assert.ok((await rowsOf('#events tbody tr')).length > 0);
 });
 
 test('nothing went wrong in the browser, and nothing was asked of elsewhere', () => {

@@ -55,9 +55,13 @@ endif()
 # For the libraries of the service alone, not for the lab and the tests.
 set(ORVANE_PRODUCT_OPTIONS)
 
+# For what is shipped of the lab, too.
+set(ORVANE_HARDEN_OPTIONS)
+
 if(ORVANE_HARDEN)
-    list(APPEND ORVANE_PRODUCT_OPTIONS -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+    set(ORVANE_HARDEN_OPTIONS -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
         -Wformat -Werror=format-security)
+    list(APPEND ORVANE_PRODUCT_OPTIONS ${ORVANE_HARDEN_OPTIONS})
     target_link_options(orvane_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endif()
 

@@ -543,7 +543,8 @@ TEST_F(JoinDiaryWithReceiverTest, WithoutAServiceNothingIsUsedUp)
     diary().setServiceRuns(true, moment(11.45));
     time(11.5);
     diary().take(report(11.5), moment(11.51));
-    EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: no service running;", "11: all there, nothing published;"}));
+    // Of what was there at 11 nothing is lacking.
+    EXPECT_EQ(all(12.5), (Lines{"10 joined", "11: no service running;", "11: 8504 not a frame;"}));
 }
 
 TEST_F(JoinDiaryWithReceiverTest, AServiceThatHasLookedAndPublishedNothingIsNotExcusedByALaterReport)

@@ -44,7 +44,12 @@ struct TopVerbTest : testing::Test {
                                    " \"" ORVANE_CTL_BINARY "\" top " + arguments +
                                    " 2>/tmp/errors; echo $? >/tmp/status; stty -a >/tmp/after; exec cat";
         std::ofstream("/tmp/script") << script;
-        tmux({"new-session", "-d", "-x", "80", "-y", "24", "/bin/sh /tmp/script"});
+        const auto isThere = [] { return !tmux({"display-message", "-p", "-t", "0", "#{pane_pid}"}).empty(); };
+        // On a busy machine a server that has just begun may be gone again, with its session.
+        EXPECT_TRUE(eventually([&] {
+            if (!isThere()) tmux({"new-session", "-d", "-x", "80", "-y", "24", "/bin/sh /tmp/script"});
+            return isThere();
+        }));
     }
 
     static void press(const std::string& key) { tmux({"send-keys", "-t", "0", key}); }
